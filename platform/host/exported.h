@@ -1,0 +1,8 @@
+// Exports every function of the seam: their headers say nothing of visibility.
+#pragma GCC visibility push(default)
+#include "platform/os_log.h"
+#include "platform/os_msg.h"
+#include "platform/os_sysctrl.h"
+#include "platform/secure_memory.h"
+#include "vesk_host/message.h"
+#pragma GCC visibility pop

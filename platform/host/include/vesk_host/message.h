@@ -1,0 +1,75 @@
+/**
+ * @file
+ * What a serving process on the host needs of the message library beyond the seam: a name of its own,
+ * an answer to a synchronous message, an orderly end. Notifications go out by OsMsgAsynSend.
+ */
+#ifndef VESK_HOST_MESSAGE_H
+#define VESK_HOST_MESSAGE_H
+
+#include "platform/os_msg.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** Results of the host's message library; 0 is success everywhere. */
+enum HostMsgResult {
+    HOST_MSG_ERR_ABSENT = 0x101,  /**< Nobody serves the endpoint. */
+    HOST_MSG_ERR_TIMEOUT = 0x102, /**< The exchange took longer than its time-out. */
+    HOST_MSG_ERR_BROKEN = 0x103,  /**< The peer closed the connection, or ended, in the middle. */
+    HOST_MSG_ERR_MALFORMED =
+        0x104, /**< The answer is not one, is another message's, or goes on behind its end. */
+    HOST_MSG_ERR_TOO_LONG = 0x105,  /**< A data block of more than 4 MiB. */
+    HOST_MSG_ERR_FULL = 0x106,      /**< The receiver does not read: the asynchronous message was dropped. */
+    HOST_MSG_ERR_DIRECTORY = 0x107, /**< The runtime directory cannot be used. */
+    HOST_MSG_ERR_TAKEN = 0x108,     /**< Another living process serves the name. */
+    HOST_MSG_ERR_ARGUMENT = 0x109,  /**< A null pointer, or a name that cannot be an endpoint's. */
+    HOST_MSG_ERR_FOREIGN = 0x10a,   /**< The peer belongs to another user. */
+    HOST_MSG_ERR_SYSTEM = 0x10b     /**< Out of memory, descriptors or the like. */
+};
+
+/**
+ * Names this process. Tasks registered from then on are bound at once, so that OsMsgRegTask says
+ * whether the name was free; without a name they are bound when the first message leaves, under the
+ * name that it gives as its sender.
+ *
+ * @param procName  NUL-terminated, 1 to 15 characters; copied.
+ * @return 0, or HOST_MSG_ERR_ARGUMENT.
+ */
+uint32_t HostMsgSetProcName(const char* procName);
+
+/**
+ * Answers the synchronous message that is being handled; to be called from its handler, once. A
+ * synchronous message that its handler does not answer fails at its sender at once.
+ *
+ * @param request  The envelope that the handler was called with.
+ * @param data     The answer; copied. Null when @p dataLen is 0.
+ * @param dataLen  Its bytes.
+ * @return 0 when the answer is on its way; otherwise the sender sees a failure.
+ */
+uint32_t HostMsgReply(OsMsgEnvelope* request, const void* data, uint32_t dataLen);
+
+/** @return The process that sent the message that is being handled; 0 when @p message is not it. */
+int HostMsgSenderProcess(const OsMsgEnvelope* message);
+
+/**
+ * Ends a task: its name is free, its loop returns after the message in hand, its clients' connections
+ * are closed. Any thread may call.
+ *
+ * @return 0, or HOST_MSG_ERR_ARGUMENT when there is no such task.
+ */
+uint32_t HostMsgEndTask(const char* taskName);
+
+/**
+ * Opens the runtime directory in which the endpoints live: VESK_RUNTIME_DIR, else
+ * XDG_RUNTIME_DIR/vesk, else /tmp/vesk-UID.
+ *
+ * @return A descriptor that the caller closes, or -1 after a line that says why.
+ */
+int HostMsgOpenRuntimeDir(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

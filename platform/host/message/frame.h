@@ -1,0 +1,61 @@
+// How one message stands in a stream: a head of fixed size, then the data block.
+#pragma once
+
+#include "message/deadline.h"
+#include "platform/os_msg.h"
+
+#include <sys/uio.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace vesk::host {
+
+inline constexpr uint32_t kMaxDataLen = 4U << 20;
+
+enum MessageType : uint32_t { kAsynchronous = 0, kSynchronous = 1 };
+
+/// The head: the envelope up to its pointer, behind a mark that tells a frame from garbage.
+struct FrameHead {
+    uint64_t mark;
+    std::array<std::byte, offsetof(OsMsgEnvelope, data)> envelope;
+
+    static FrameHead Of(const OsMsgEnvelope& envelope);
+
+    /// True when the head can be one: the mark, a known type, a length that is allowed.
+    bool IsValid() const;
+
+    /// The envelope, with a null data pointer.
+    OsMsgEnvelope Envelope() const;
+};
+static_assert(sizeof(FrameHead) == 168);
+
+/// Head and data of a message as they are written; the envelope's data must outlive it.
+class FrameWriter {
+public:
+    explicit FrameWriter(const OsMsgEnvelope& envelope);
+    FrameWriter(const FrameWriter&) = delete;
+    FrameWriter& operator=(const FrameWriter&) = delete;
+
+    enum class Progress { kDone, kNoRoom, kBroken };
+
+    /// Writes as much as the socket takes at once, without ever raising SIGPIPE.
+    Progress WriteSome(int socket);
+
+    bool HasBegun() const { return hasBegun_; }
+
+    /// Appends what is not yet written to @p bytes.
+    void AppendRest(std::vector<std::byte>& bytes) const;
+
+private:
+    FrameHead head_;
+    std::array<iovec, 2> parts_;
+    bool hasBegun_ = false;
+};
+
+/// Waits for @p events on a socket. False when the deadline has passed.
+bool WaitFor(int socket, short events, const Deadline& deadline);
+
+} // namespace vesk::host

@@ -1,0 +1,65 @@
+// The message library's own log lines, and the two functions of the seam that steer them.
+#include "message/report.h"
+
+#include "log/sinks.h"
+#include "platform/os_msg.h"
+
+#include <atomic>
+#include <cstdarg>
+#include <cstdio>
+#include <mutex>
+#include <string>
+
+namespace vesk::host {
+
+namespace {
+
+using LogFunction = void (*)(uint32_t, const char*);
+
+void ToModuleLog(uint32_t level, const char* text)
+{
+    constexpr uint32_t kModuleLogError = 1;
+    constexpr uint32_t kModuleLogInfo = 3;
+    WriteLine(level == kReportError ? kModuleLogError : kModuleLogInfo, "os_msg", text);
+}
+
+std::atomic<LogFunction> g_logFunction = ToModuleLog;
+std::atomic<uint32_t> g_threshold = kReportWarning;
+
+bool RepeatsTheLast(const char* text)
+{
+    static std::mutex lock;
+    static auto& last = *new std::string;
+    const std::lock_guard guard(lock);
+    if (last == text)
+        return true;
+    last = text;
+    return false;
+}
+
+} // namespace
+
+void Report(ReportLevel level, const char* format, ...)
+{
+    if (level < g_threshold)
+        return;
+    char text[512];
+    va_list values;
+    va_start(values, format);
+    std::vsnprintf(text, sizeof text, format, values);
+    va_end(values);
+    if (!RepeatsTheLast(text))
+        g_logFunction.load()(level, text);
+}
+
+} // namespace vesk::host
+
+void OsMsgSetLogLevel(uint32_t level)
+{
+    vesk::host::g_threshold = level;
+}
+
+void OsMsgRegLogFunc(void (*logFunc)(uint32_t level, const char* text))
+{
+    vesk::host::g_logFunction = logFunc != nullptr ? logFunc : vesk::host::ToModuleLog;
+}

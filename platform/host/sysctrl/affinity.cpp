@@ -1,0 +1,73 @@
+// Which CPUs the message threads may run on. A thread is named by half of its handle, so it can be
+// bound only once it has shown itself; until then its set is kept.
+#include "sysctrl/affinity.h"
+
+#include "platform/os_sysctrl.h"
+
+#include <pthread.h>
+
+#include <map>
+#include <mutex>
+
+namespace vesk::host {
+
+namespace {
+
+struct Affinity {
+    std::mutex lock;
+    std::map<uint32_t, pthread_t> threads; // message threads that run their loop
+    std::map<uint32_t, cpu_set_t> wanted;  // sets for threads that do not yet
+};
+
+Affinity& TheAffinity()
+{
+    static auto& affinity = *new Affinity; // never destroyed: detached threads come at any time
+    return affinity;
+}
+
+/// Takes a message thread off the list when it ends.
+struct Listed {
+    ~Listed()
+    {
+        Affinity& affinity = TheAffinity();
+        const std::lock_guard guard(affinity.lock);
+        affinity.threads.erase(static_cast<uint32_t>(pthread_self()));
+    }
+};
+
+} // namespace
+
+void BindMessageThread()
+{
+    static thread_local Listed listed;
+    static_cast<void>(listed);
+    const pthread_t self = pthread_self();
+    Affinity& affinity = TheAffinity();
+    const std::lock_guard guard(affinity.lock);
+    affinity.threads[static_cast<uint32_t>(self)] = self;
+    if (const auto set = affinity.wanted.extract(static_cast<uint32_t>(self)))
+        pthread_setaffinity_np(self, sizeof(cpu_set_t), &set.mapped());
+}
+
+} // namespace vesk::host
+
+int32_t OsSetProcessAffinity(uint32_t threadId, const cpu_set_t* cpuSet, uint32_t)
+{
+    using namespace vesk::host;
+    if (cpuSet == nullptr)
+        return -1;
+    if (CPU_COUNT(cpuSet) == 0)
+        return 0;
+    cpu_set_t usable;
+    if (sched_getaffinity(0, sizeof usable, &usable) != 0)
+        return -1;
+    CPU_AND(&usable, &usable, cpuSet);
+    if (CPU_COUNT(&usable) == 0)
+        return -1;
+    Affinity& affinity = TheAffinity();
+    const std::lock_guard guard(affinity.lock);
+    if (const auto thread = affinity.threads.find(threadId); thread != affinity.threads.end())
+        return pthread_setaffinity_np(thread->second, sizeof usable, &usable) == 0 ? 0 : -1;
+    affinity.wanted[threadId] = usable;
+    return 0;
+}

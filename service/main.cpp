@@ -1,0 +1,89 @@
+// The virtual video service as a process of its own.
+#include "service/log.h"
+#include "service/service.h"
+#include "vesk_host/message.h"
+
+#include <CLI/CLI.hpp>
+
+#include <csignal>
+#include <cstdio>
+#include <thread>
+
+using namespace vesk::service;
+
+namespace {
+
+constexpr uint32_t kQueueDepth = 1024;
+
+constexpr char kEnvironmentHelp[] =
+    "\nEnvironment:\n"
+    "  VESK_RUNTIME_DIR      where the endpoints live (else XDG_RUNTIME_DIR/vesk, else /tmp/vesk-UID)\n"
+    "  VESK_TRACE_LEVEL      threshold of the trace facade: 0 nothing, 1 errors (default), 3 information, 4 "
+    "all\n"
+    "  VESK_LOG_LEVEL        threshold of the module log, likewise\n"
+    "  VESK_LOG_TARGET       stderr (default), syslog, none or file:PATH\n"
+    "  VESK_LOG_FILE_SIZE    bytes before a log file is rotated (default 10485760)\n"
+    "  VESK_LOG_FILES        rotated log files that are kept (default 3)\n";
+
+Service* g_service = nullptr;
+
+uint32_t HandleMessage(OsMsgEnvelope* message)
+{
+    g_service->Handle(*message);
+    return 0;
+}
+
+/// Blocks the signals that end the service, for this thread and all that it starts.
+sigset_t BlockEndSignals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    return signals;
+}
+
+int Run(const Identity& self)
+{
+    const sigset_t endSignals = BlockEndSignals();
+    Service service(self);
+    g_service = &service;
+    if (HostMsgSetProcName(self.procName.c_str()) != 0) {
+        std::fprintf(stderr, "vesk-video-service: '%s' cannot be a process name\n", self.procName.c_str());
+        return 2;
+    }
+    if (const uint32_t ret = OsMsgRegTask(self.taskName.c_str(), kQueueDepth, HandleMessage); ret != 0) {
+        std::fprintf(stderr, "vesk-video-service: %s/%s cannot be served [0x%x]\n", self.procName.c_str(),
+                     self.taskName.c_str(), ret);
+        return 1;
+    }
+    std::thread signalWaiter([&] {
+        int signal = 0;
+        sigwait(&endSignals, &signal);
+        HostMsgEndTask(self.taskName.c_str());
+    });
+    service.Begin();
+    std::printf("vesk-video-service: serving %s/%s (process %d)\n", self.procName.c_str(),
+                self.taskName.c_str(), getpid());
+    std::fflush(stdout);
+    OsMsgTaskRoutineByName(self.taskName.c_str());
+    service.End();
+    signalWaiter.join();
+    std::printf("vesk-video-service: ended\n");
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    Identity self{"VIDEO", "VCTL"};
+    CLI::App app("Virtual video service: serves the requests of libvesk_video_interface without the device.\n"
+                 "SIGTERM or SIGINT ends it.");
+    app.footer(kEnvironmentHelp);
+    app.add_option("--process", self.procName, "Process name under which it is found")->capture_default_str();
+    app.add_option("--task", self.taskName, "Task name under which it is found")->capture_default_str();
+    CLI11_PARSE(app, argc, argv);
+    return Run(self);
+}

@@ -1,0 +1,40 @@
+// The virtual video service: its model, and the road of one message through it.
+#pragma once
+
+#include "platform/os_msg.h"
+#include "service/clients.h"
+#include "service/outputs.h"
+#include "vesk_video/lifecycle.h"
+#include "vesk_video/notification.h"
+
+namespace vesk::service {
+
+/// Not thread-safe: everything runs on the thread that runs the service's task.
+class Service {
+public:
+    explicit Service(Identity self) : self_(std::move(self)) {}
+
+    /// Tells the clients of an earlier run that the service is back.
+    void Begin();
+    /// Tells the clients that the service goes.
+    void End();
+
+    /// Serves one message; whatever it holds, it is answered when its sender waits.
+    void Handle(OsMsgEnvelope& message);
+
+    Result Init(const Request&, const VeskVideoInitInfo&);
+    Result Exit(const Request&);
+    Result SetCallback(const Request&, const VeskVideoCallbackInfo&);
+
+private:
+    void SendNotifications();
+
+    const Identity self_;
+    Notifications notifications_;
+
+public:
+    Clients clients{self_};
+    Outputs outputs{notifications_};
+};
+
+} // namespace vesk::service
