@@ -1,0 +1,10 @@
+#!/usr/bin/env bash
+# Formats all C and C++ sources; with --check it only says what is not formatted.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+. scripts/packages.sh
+install_packages clang-format-14
+
+mode=(-i)
+[ "${1:-}" != --check ] || mode=(--dry-run --Werror)
+git ls-files -co --exclude-standard '*.h' '*.cpp' '*.c' | xargs clang-format-14 "${mode[@]}"
