@@ -1,0 +1,201 @@
+#include "support/recording_platform.h"
+
+#include "platform/os_log.h"
+#include "platform/os_sysctrl.h"
+#include "platform/secure_memory.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+
+namespace recording {
+
+namespace {
+
+// The receive thread of the library and the test's own thread come here at once.
+std::mutex g_lock;
+constexpr uint32_t kThreshold = 77;
+constexpr uint32_t kLogId = 88;
+
+void Record(const std::string& origin, const char* format, va_list values)
+{
+    char text[8192];
+    std::vsnprintf(text, sizeof text, format, values);
+    const std::lock_guard guard(g_lock);
+    Get().lines.push_back(origin + text);
+    Get().formats.push_back(format);
+}
+
+Sent Copy(const OsMsgEnvelope& envelope)
+{
+    Sent sent;
+    sent.envelope = envelope;
+    const auto* data = static_cast<const std::byte*>(envelope.data);
+    sent.data.assign(data, data + envelope.dataLen);
+    return sent;
+}
+
+bool Fails(int& countdown)
+{
+    return countdown > 0 && --countdown == 0;
+}
+
+} // namespace
+
+Platform& Get()
+{
+    static auto& platform = *new Platform;
+    return platform;
+}
+
+void Reset()
+{
+    const std::lock_guard guard(g_lock);
+    Get() = Platform{};
+    Get().answer = [](const Sent&) { return Answer{0, AnswerBytes(0)}; };
+}
+
+std::vector<std::string> RequestLines()
+{
+    std::vector<std::string> lines;
+    for (const std::string& line : Get().lines) {
+        const std::string origin = line.substr(3, line.find(' ', 3) - 3);
+        if (!origin.starts_with("VeskVideoSend") && !origin.starts_with("VeskVideoH") &&
+            origin != "zora_msg_adapt")
+            lines.push_back(line);
+    }
+    return lines;
+}
+
+VeskVideoMsgHead Sent::Head() const
+{
+    VeskVideoMsgHead head;
+    std::memcpy(&head, data.data(), sizeof head);
+    return head;
+}
+
+Bytes AnswerBytes(uint16_t result, const Bytes& payload)
+{
+    VeskVideoMsgHead head{};
+    head.uwSubMsgID = result;
+    Bytes bytes = BytesOf(head);
+    bytes.insert(bytes.end(), payload.begin(), payload.end());
+    return bytes;
+}
+
+} // namespace recording
+
+using namespace recording;
+
+uint32_t ZORA_GetVideoTracLevel(void)
+{
+    return kThreshold;
+}
+uint32_t VeskVideoGetPrivateLogId(uint32_t index)
+{
+    return kLogId + index;
+}
+
+void ZORA_Trace(uint32_t threshold, uint32_t level, const char* module, const char* function, uint32_t line,
+                const char* format, ...)
+{
+    if (Get().isQuiet)
+        return;
+    if (threshold != kThreshold || std::strcmp(module, "ZORA") != 0 || line == 0)
+        std::abort();
+    va_list values;
+    va_start(values, format);
+    Record('T' + std::to_string(level) + ' ' + function + ' ', format, values);
+    va_end(values);
+}
+
+void VeskOmLogModuleLogRecord(uint32_t level, uint32_t logId, const char* source, uint32_t sourceLen,
+                              uint32_t line, const char* format, ...)
+{
+    if (Get().isQuiet)
+        return;
+    if (logId != kLogId || std::strlen(source) != sourceLen || line == 0)
+        std::abort();
+    va_list values;
+    va_start(values, format);
+    Record('L' + std::to_string(level) + ' ' + source + ' ', format, values);
+    va_end(values);
+}
+
+uint32_t OsMsgSynSend(OsMsgEnvelope* envelope, OsMsgEnvelope** response, uint32_t timeoutMs)
+{
+    if (Get().isQuiet)
+        return 1;
+    Sent sent = Copy(*envelope);
+    sent.isSynchronous = true;
+    sent.timeout = timeoutMs;
+    Get().sent.push_back(sent);
+    const Answer answer = Get().answer(sent);
+    if (answer.data) {
+        auto* handed = static_cast<OsMsgEnvelope*>(std::calloc(1, sizeof(OsMsgEnvelope)));
+        handed->dataLen = static_cast<uint32_t>(answer.data->size());
+        handed->data = std::malloc(answer.data->size()); // exactly as long, so that reading on is seen
+        std::memcpy(handed->data, answer.data->data(), answer.data->size());
+        *response = handed;
+        ++Get().unreleased;
+    }
+    return answer.sendResult;
+}
+
+void OsMsgSynRespFree(OsMsgEnvelope* response)
+{
+    --Get().unreleased;
+    std::free(response->data);
+    std::free(response);
+}
+
+uint32_t OsMsgAsynSend(OsMsgEnvelope* envelope)
+{
+    Get().sent.push_back(Copy(*envelope));
+    return Get().asynResult;
+}
+
+uint32_t OsMsgRegTask(const char* taskName, uint32_t queueDepth, uint32_t (*msgProc)(OsMsgEnvelope*))
+{
+    Get().tasks.push_back({taskName, queueDepth, msgProc});
+    return Get().regTaskResult;
+}
+
+void OsMsgTaskRoutineByName(const char* taskName)
+{
+    const std::lock_guard guard(g_lock);
+    Get().routines.push_back(taskName);
+}
+
+void OsMsgSetLogLevel(uint32_t level)
+{
+    Get().logLevel = level;
+}
+void OsMsgRegLogFunc(void (*logFunc)(uint32_t, const char*))
+{
+    Get().logFunction = logFunc;
+}
+
+int32_t OsSetProcessAffinity(uint32_t threadId, const cpu_set_t* cpuSet, uint32_t)
+{
+    Get().affinities.emplace_back(threadId, *cpuSet);
+    return Get().affinityResult;
+}
+
+int memcpy_s(void* dest, size_t destMax, const void* src, size_t count)
+{
+    if (dest == nullptr || src == nullptr || count > destMax || Fails(Get().failingCopy))
+        return -1;
+    std::memcpy(dest, src, count);
+    return 0;
+}
+
+int memset_s(void* dest, size_t destMax, int value, size_t count)
+{
+    if (dest == nullptr || count > destMax || Fails(Get().failingSet))
+        return -1;
+    std::memset(dest, value, count);
+    return 0;
+}

@@ -1,0 +1,296 @@
+// The three sends and their two readers, byte by byte and line by line.
+#include "support/failing_malloc.h"
+#include "support/recording_platform.h"
+#include "vesk_video/vesk_video.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+using namespace recording;
+
+namespace {
+
+constexpr VeskVideoMsgHead kHead{0, 27, 3, 0x1122334455667788, 9, 0};
+
+std::string Name(const char (&field)[16])
+{
+    return std::string(field, strnlen(field, sizeof field));
+}
+
+class SendTest : public testing::Test {
+protected:
+    void SetUp() override { Reset(); }
+    void TearDown() override { EXPECT_EQ(Get().unreleased, 0); }
+
+    static uint32_t Plain(const void* payload = nullptr, uint32_t payloadLen = 0)
+    {
+        return VeskVideoSendSyncMsgWithoutResponse(&kHead, payload, payloadLen);
+    }
+};
+
+} // namespace
+
+TEST_F(SendTest, EveryFieldOfTheEnvelopeStandsAtItsPlace)
+{
+    std::strcpy(NORTH_RECV_PROC_NAME + 6, "tail"); // goes along behind the first NUL
+    ASSERT_EQ(Plain("payload", 7), VESK_VIDEO_OK);
+    std::memset(NORTH_RECV_PROC_NAME + 6, 0, 10);
+
+    ASSERT_EQ(Get().sent.size(), 1U);
+    const Sent& sent = Get().sent[0];
+    EXPECT_TRUE(sent.isSynchronous);
+    EXPECT_EQ(sent.timeout, 5000U);
+    OsMsgEnvelope expected{};
+    expected.type = 1;
+    std::memcpy(expected.sendTaskName, "VAPI", 4);
+    expected.msgId = 27;
+    std::memcpy(expected.recvProcName, "VIDEO\0tail", 10);
+    std::memcpy(expected.recvTaskName, "VCTL", 4);
+    expected.dataLen = 31;
+    expected.data = sent.envelope.data;
+    EXPECT_EQ(std::memcmp(&sent.envelope, &expected, sizeof expected), 0);
+    EXPECT_EQ(std::memcmp(sent.data.data(), &kHead, sizeof kHead), 0);
+    EXPECT_EQ(std::memcmp(sent.Payload().data(), "payload", 7), 0);
+}
+
+TEST_F(SendTest, AsynchronousSendCarriesTheHeaderAloneAndReturnsWhatThePlatformSays)
+{
+    Get().asynResult = 0x1234;
+    EXPECT_EQ(VeskVideoSendAsyncMsg(&kHead), 0x1234U);
+    ASSERT_EQ(Get().sent.size(), 1U);
+    EXPECT_FALSE(Get().sent[0].isSynchronous);
+    EXPECT_EQ(Get().sent[0].envelope.type, 0U);
+    EXPECT_EQ(Get().sent[0].data, BytesOf(kHead));
+    EXPECT_EQ(Get().lines,
+              std::vector<std::string>{"L3 zora_msg_adapt send sync msg: type=0, msgId=27, dataLen=24 "
+                                       "uwSubMsgID=3, ulParam1=1234605616436508552, ulParam2=9\n"});
+}
+
+TEST_F(SendTest, LinesOfASuccessfulExchange)
+{
+    Plain();
+    uint32_t out = 0;
+    Get().answer = [](const Sent&) { return Answer{0, AnswerBytes(0, BytesOf(uint32_t{42}))}; };
+    EXPECT_EQ(VeskVideoSendSyncMsg(&kHead, nullptr, 0, &out, sizeof out), VESK_VIDEO_OK);
+    EXPECT_EQ(out, 42U);
+    const std::string sent = "send sync msg: type=1, msgId=27, dataLen=24 uwSubMsgID=3, "
+                             "ulParam1=1234605616436508552, ulParam2=9\n";
+    EXPECT_EQ(Get().lines, (std::vector<std::string>{
+                               "T3 VeskVideoSendSyncMsgWithoutResponse " + sent,
+                               "T3 VeskVideoHeadleSyncResult recv video result success, ret=0",
+                               "T3 VeskVideoSendSyncMsg " + sent,
+                               "T3 VeskVideoHandleSyncResponse recv response success, dataLen = 4",
+                           }));
+    EXPECT_EQ(Get().formats[0], "send sync msg: type=%d, msgId=%u, dataLen=%u uwSubMsgID=%u, ulParam1=%llu, "
+                                "ulParam2=%u\n");
+    EXPECT_EQ(Get().formats[2], "send sync msg: type=%d, msgId=%d, dataLen=%d uwSubMsgID=%d, ulParam1=%llu, "
+                                "ulParam2=%d\n");
+}
+
+TEST_F(SendTest, AnswersAreJudgedByLengthAndResult)
+{
+    struct Case {
+        const char* what;
+        Answer answer;
+        uint32_t plainResult;
+        std::string plainLine; // written twice
+        uint32_t queryResult;
+        std::string queryLine;
+    };
+    Bytes tooShort = AnswerBytes(0);
+    tooShort.pop_back();
+    const Bytes four(4), five(5), three(3);
+    const Case cases[] = {
+        {"refused by the platform", {0x2a, {}}, 1, "send sync msg Fail[0x2a]", 1, "send sync msg Fail[0x2a]"},
+        {"no answer", {0, {}}, 1, "send sync msg Fail[0x0]", 1, "send sync msg Fail[0]"},
+        {"23 bytes",
+         {0, tooShort},
+         1,
+         "response buf error, zoraMsgLen=24 rspBufLen=23",
+         1,
+         "sync response error, msgId[27] dataLen[23]"},
+        {"nothing at all",
+         {0, Bytes()},
+         1,
+         "response buf error, zoraMsgLen=24 rspBufLen=0",
+         1,
+         "sync response error, msgId[27] dataLen[0]"},
+        {"bare header, result 7", {0, AnswerBytes(7)}, 7, "", 7, ""},
+        {"result 0xffff with payload",
+         {0, AnswerBytes(0xffff, five)},
+         1,
+         "response buf error, zoraMsgLen=24 rspBufLen=29",
+         0xffff,
+         ""},
+        {"payload as asked for",
+         {0, AnswerBytes(0, four)},
+         1,
+         "response buf error, zoraMsgLen=24 rspBufLen=28",
+         0,
+         ""},
+        {"payload too long",
+         {0, AnswerBytes(0, five)},
+         1,
+         "response buf error, zoraMsgLen=24 rspBufLen=29",
+         1,
+         "response buf error, outBufLen=4 rspBufLen=5"},
+        {"payload too short",
+         {0, AnswerBytes(0, three)},
+         1,
+         "response buf error, zoraMsgLen=24 rspBufLen=27",
+         1,
+         "response buf error, outBufLen=4 rspBufLen=3"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        const auto errorLines = [] {
+            std::vector<std::string> lines;
+            for (const std::string& line : Get().lines) {
+                if (line.starts_with("L1 zora_msg_adapt "))
+                    lines.push_back(line.substr(sizeof "L1 zora_msg_adapt " - 1));
+            }
+            return lines;
+        };
+        const auto twice = [](const std::string& line) {
+            return line.empty() ? std::vector<std::string>{} : std::vector<std::string>{line, line};
+        };
+        Reset();
+        Get().answer = [&c](const Sent&) { return c.answer; };
+        EXPECT_EQ(Plain(), c.plainResult);
+        EXPECT_EQ(errorLines(), twice(c.plainLine));
+        Get().lines.clear();
+        uint32_t out = 0xabababab;
+        EXPECT_EQ(VeskVideoSendSyncMsg(&kHead, nullptr, 0, &out, sizeof out), c.queryResult);
+        EXPECT_EQ(out, c.queryResult == 0 ? 0 : 0xabababab);
+        EXPECT_EQ(errorLines(), twice(c.queryLine));
+        EXPECT_EQ(Get().unreleased, 0);
+    }
+}
+
+TEST_F(SendTest, ArgumentsAreRefusedBeforeAnythingIsSent)
+{
+    uint32_t out = 0;
+    const std::string origin = "L1 zora_msg_adapt ";
+    const struct {
+        const char* what;
+        std::function<uint32_t()> call;
+        std::vector<std::string> lines;
+    } cases[] = {
+        {"payload of no length",
+         [] { return Plain("x", 0); },
+         {"input param error, rspBufLen=0", "input param error, rspBufLen=0"}},
+        {"one byte too long",
+         [] { return Plain("x", 4194281); },
+         {"input param error, rspBufLen=4194281", "input param error, rspBufLen=4194281"}},
+        {"length that overflows",
+         [] { return Plain("x", UINT32_MAX); },
+         {"input param error, rspBufLen=-1", "input param error, rspBufLen=-1"}},
+        {"no response buffer",
+         [] { return VeskVideoSendSyncMsg(&kHead, nullptr, 0, nullptr, 4); },
+         {"input param error, rspBufLen=4", "input param error, rspBuf rspBufLen=4"}},
+        {"response buffer of no length",
+         [&] { return VeskVideoSendSyncMsg(&kHead, nullptr, 0, &out, 0); },
+         {"input param error, rspBufLen=0", "input param error, rspBuf rspBufLen=0"}},
+        {"query one byte too long",
+         [&] { return VeskVideoSendSyncMsg(&kHead, "x", 4194281, &out, 4); },
+         {"msg data is too long, msgLen=4194281 totalLen=4194305",
+          "msg data is too long, msgLen=4194281 totalLen=4194305"}},
+        {"query that overflows",
+         [&] { return VeskVideoSendSyncMsg(&kHead, "x", UINT32_MAX, &out, 4); },
+         {"msg data is too long, msgLen=-1 totalLen=23", "msg data is too long, msgLen=-1 totalLen=23"}},
+        {"length without a payload",
+         [&] { return VeskVideoSendSyncMsg(&kHead, nullptr, 8, &out, 4); },
+         {"input param error, payload is NULL, payloadLen=8"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        Reset();
+        EXPECT_EQ(c.call(), 2U);
+        EXPECT_TRUE(Get().sent.empty());
+        std::vector<std::string> expected;
+        for (const std::string& line : c.lines)
+            expected.push_back(origin + line);
+        EXPECT_EQ(Get().lines, expected);
+    }
+}
+
+TEST_F(SendTest, TheLimitBoundsHeaderAndPayloadTogether)
+{
+    const Bytes payload(4194280, std::byte{0x5a});
+    EXPECT_EQ(Plain(payload.data(), 4194280), VESK_VIDEO_OK);
+    EXPECT_EQ(Get().sent.back().data.size(), 4194304U);
+    EXPECT_EQ(Get().sent.back().Payload(), payload);
+    EXPECT_EQ(Plain(nullptr, 100), VESK_VIDEO_OK); // a null payload has no length
+    EXPECT_EQ(Get().sent.back().data.size(), 24U);
+}
+
+TEST_F(SendTest, FailedCopiesFailTheSendAndNothingLeaves)
+{
+    // Copies of a query: four names, header, payload, response.
+    uint32_t out = 0;
+    Get().answer = [](const Sent&) { return Answer{0, AnswerBytes(0, Bytes(4))}; };
+    for (int failing = 1; failing <= 7; ++failing) {
+        SCOPED_TRACE(failing);
+        Get().sent.clear();
+        Get().lines.clear();
+        Get().failingCopy = failing;
+        EXPECT_EQ(VeskVideoSendSyncMsg(&kHead, "p", 1, &out, sizeof out), 1U);
+        EXPECT_EQ(Get().sent.size(), failing == 7 ? 1U : 0U);
+    }
+    EXPECT_EQ(Get().lines.back(), "L1 zora_msg_adapt memcpy_s failed, outBufLen=4 rspBufLen=4");
+    Get().lines.clear();
+    Get().failingCopy = 3;
+    EXPECT_EQ(VeskVideoSendAsyncMsg(&kHead), 1U);
+    EXPECT_EQ(Get().lines, std::vector<std::string>{"L1 zora_msg_adapt memcpy_s failed, recvTaskName[VCTL] "
+                                                    "recvProcName[VIDEO] sendProcName[] sendTaskName[]"});
+    Get().failingSet = 1;
+    EXPECT_EQ(Plain(), 1U);
+}
+
+TEST_F(SendTest, WithoutMemoryASendFailsWithItsLine)
+{
+    if (!failing_malloc::IsAvailable())
+        GTEST_SKIP() << "the sanitizer's allocator is in place";
+    uint32_t out = 0;
+    const Bytes payload(1000);
+    const auto lines = [](const std::string& text) {
+        return std::vector<std::string>(2, "L1 zora_msg_adapt malloc failed, len=" + text);
+    };
+    {
+        const failing_malloc::Scope scope(1024);
+        EXPECT_EQ(Plain(payload.data(), 1000), 1U);
+        EXPECT_EQ(Get().lines, lines("1024"));
+        Get().lines.clear();
+        EXPECT_EQ(VeskVideoSendSyncMsg(&kHead, payload.data(), 1000, &out, 4), 1U);
+        EXPECT_EQ(Get().lines, lines("1024"));
+        Get().lines.clear();
+    }
+    Get().lines.reserve(8);
+    Get().formats.reserve(8);
+    const failing_malloc::Scope scope(24);
+    EXPECT_EQ(VeskVideoSendAsyncMsg(&kHead), 1U);
+    EXPECT_EQ(Get().lines, lines("24"));
+    EXPECT_TRUE(Get().sent.empty());
+}
+
+TEST_F(SendTest, ARequestAllocatesOnce)
+{
+    if (!failing_malloc::IsAvailable())
+        GTEST_SKIP() << "the sanitizer's allocator is in place";
+    Get().isQuiet = true;
+    const VeskVideoVoPortParam param{};
+    uint32_t out = 0;
+    const size_t before = failing_malloc::Count();
+    EXPECT_EQ(VeskVideoVoSetParam(1, &param), 1U);
+    EXPECT_EQ(failing_malloc::Count(), before + 1);
+    EXPECT_EQ(VeskVideoVoOpen(1, &out), 1U);
+    EXPECT_EQ(failing_malloc::Count(), before + 2);
+}
+
+TEST_F(SendTest, TheServiceNameIsEmptyBeforeInit)
+{
+    EXPECT_STREQ(VeskVideoGetServiceName(), "");
+    EXPECT_EQ(Plain(), VESK_VIDEO_OK);
+    EXPECT_EQ(Name(Get().sent[0].envelope.sendProcName), "");
+}
