@@ -1,0 +1,122 @@
+#include "support/processes.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <thread>
+#include <utility>
+
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace processes {
+
+RuntimeDir::RuntimeDir()
+{
+    char path[] = "/tmp/vesk-test-XXXXXX";
+    if (mkdtemp(path) == nullptr)
+        std::abort();
+    path_ = path;
+    setenv("VESK_RUNTIME_DIR", path, 1);
+}
+
+RuntimeDir::~RuntimeDir()
+{
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+}
+
+Child Child::Fork(const std::function<void()>& body)
+{
+    int output[2];
+    if (pipe(output) != 0)
+        std::abort();
+    std::fflush(nullptr);
+    const pid_t process = fork();
+    if (process == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        dup2(output[1], STDOUT_FILENO);
+        close(output[0]);
+        close(output[1]);
+        body();
+        std::fflush(nullptr);
+        _exit(0);
+    }
+    close(output[1]);
+    return {process, output[0]};
+}
+
+Child Child::Start(const std::string& program, const std::vector<std::string>& arguments)
+{
+    std::vector<char*> argv{const_cast<char*>(program.c_str())};
+    for (const std::string& argument : arguments)
+        argv.push_back(const_cast<char*>(argument.c_str()));
+    argv.push_back(nullptr);
+    return Fork([&] {
+        execv(program.c_str(), argv.data());
+        _exit(127);
+    });
+}
+
+Child::Child(Child&& other) noexcept
+    : process_(std::exchange(other.process_, 0)), output_(std::exchange(other.output_, -1)),
+      text_(std::move(other.text_))
+{
+}
+
+Child& Child::operator=(Child&& other) noexcept
+{
+    std::swap(process_, other.process_);
+    std::swap(output_, other.output_);
+    std::swap(text_, other.text_);
+    return *this;
+}
+
+Child::~Child()
+{
+    if (process_ > 0) {
+        kill(process_, SIGKILL);
+        Wait();
+    }
+    if (output_ >= 0)
+        close(output_);
+}
+
+void Child::Signal(int signal) const
+{
+    kill(process_, signal);
+}
+
+bool Child::AwaitOutput(const std::string& text)
+{
+    char buffer[256];
+    while (text_.find(text) == std::string::npos) {
+        const ssize_t got = read(output_, buffer, sizeof buffer);
+        if (got <= 0)
+            return false;
+        text_.append(buffer, static_cast<size_t>(got));
+    }
+    return true;
+}
+
+int Child::Wait()
+{
+    int status = 0;
+    waitpid(std::exchange(process_, 0), &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+bool Eventually(const std::function<bool()>& condition)
+{
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+}
+
+} // namespace processes
