@@ -1,0 +1,11 @@
+# Compiles every header below INCLUDE_DIR by itself with COMPILER as STANDARD.
+file(GLOB headers ${INCLUDE_DIR}/vesk_video/*.h)
+if(NOT headers)
+  message(FATAL_ERROR "no headers below ${INCLUDE_DIR}")
+endif()
+string(REGEX REPLACE "[0-9]+" "" language ${STANDARD})
+foreach(header IN LISTS headers)
+  execute_process(
+    COMMAND ${COMPILER} -x ${language} -std=${STANDARD} -Wall -Wextra -pedantic -Werror -fsyntax-only -I${INCLUDE_DIR} ${header}
+    COMMAND_ERROR_IS_FATAL ANY)
+endforeach()
