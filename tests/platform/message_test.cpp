@@ -110,7 +110,7 @@ sockaddr_un AddressOf(const RuntimeDir& directory)
 }
 
 /// A process that accepts connections at "peer"/"task" and does with each what @p script says.
-Child ServeRaw(const RuntimeDir& directory, const std::function<void(int connection, int number)>& script)
+Child ServeRaw(const RuntimeDir& directory, const std::function<void(int connection)>& script)
 {
     Child child = Child::Fork([&] {
         const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
@@ -119,24 +119,22 @@ Child ServeRaw(const RuntimeDir& directory, const std::function<void(int connect
         listen(listener, 16);
         std::puts("ready");
         std::fflush(stdout);
-        for (int number = 0;; ++number) {
-            const int connection = accept(listener, nullptr, nullptr);
-            script(connection, number);
-        }
+        for (;;)
+            script(accept(listener, nullptr, nullptr));
     });
     EXPECT_TRUE(child.AwaitOutput("ready"));
     return child;
 }
 
-/// Reads one request whole from a raw connection.
-OsMsgEnvelope ReadRequest(int connection)
+/// Reads one request whole from a raw connection; false when there is none.
+bool ReadRequest(int connection, OsMsgEnvelope& envelope)
 {
     FrameHead head;
-    recv(connection, &head, sizeof head, MSG_WAITALL);
-    OsMsgEnvelope envelope = head.Envelope();
+    if (recv(connection, &head, sizeof head, MSG_WAITALL) != sizeof head)
+        return false;
+    envelope = head.Envelope();
     std::string data(envelope.dataLen, '\0');
-    recv(connection, data.data(), data.size(), MSG_WAITALL);
-    return envelope;
+    return recv(connection, data.data(), data.size(), MSG_WAITALL) == static_cast<ssize_t>(data.size());
 }
 
 void WriteRaw(int connection, const OsMsgEnvelope& envelope, const std::string& data)
@@ -240,12 +238,14 @@ TEST_F(MessageTest, WrongAnswersFailAtOnceAndTheNextCallWorks)
          }},
     };
     constexpr int kCases = std::size(cases);
-    // Connection 2n gets what case n says; the call after it comes on a new connection and is answered.
-    const Child peer = ServeRaw(directory_, [&](int connection, int number) {
-        OsMsgEnvelope request = ReadRequest(connection);
-        if (number % 2 == 0) {
-            cases[number / 2].script(connection, request);
-        } else {
+    // Request 2n gets what case n says and loses its connection; the one after it is answered, and its
+    // connection stays for the next.
+    const Child peer = ServeRaw(directory_, [&, number = 0](int connection) mutable {
+        for (OsMsgEnvelope request; ReadRequest(connection, request); ++number) {
+            if (number % 2 == 0) {
+                cases[number++ / 2].script(connection, request);
+                break;
+            }
             request.dataLen = 4;
             WriteRaw(connection, request, "good");
         }

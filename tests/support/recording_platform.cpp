@@ -4,6 +4,7 @@
 #include "platform/os_sysctrl.h"
 #include "platform/secure_memory.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -136,8 +137,8 @@ uint32_t OsMsgSynSend(OsMsgEnvelope* envelope, OsMsgEnvelope** response, uint32_
     if (answer.data) {
         auto* handed = static_cast<OsMsgEnvelope*>(std::calloc(1, sizeof(OsMsgEnvelope)));
         handed->dataLen = static_cast<uint32_t>(answer.data->size());
-        handed->data = std::malloc(answer.data->size()); // exactly as long, so that reading on is seen
-        std::memcpy(handed->data, answer.data->data(), answer.data->size());
+        handed->data = std::malloc(std::max<size_t>(answer.data->size(), 1)); // reading past it is seen
+        std::copy(answer.data->begin(), answer.data->end(), static_cast<std::byte*>(handed->data));
         *response = handed;
         ++Get().unreleased;
     }
