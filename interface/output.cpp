@@ -103,7 +103,7 @@ uint32_t VeskVideoVoEnable(uint32_t voPort)
     TRACE(kInfo, "#####send VESK_VIDEO_MSG_VO_ENABLE start %u #####\n", voPort);
     LOG(kInfo, "%s: voPort=%u.", __func__, voPort);
     const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_VO_ENABLE, .ulParam1 = voPort});
-    return FINISH(ret, FAILED_ON_PORT(ret, voPort), DONE(VESK_VIDEO_MSG_VO_ENABLE));
+    return FINISH(ret, FAILED_FOR(ret, voPort), DONE(VESK_VIDEO_MSG_VO_ENABLE));
 }
 
 uint32_t VeskVideoVoDisable(uint32_t voPort)
@@ -112,7 +112,7 @@ uint32_t VeskVideoVoDisable(uint32_t voPort)
     TRACE(kInfo, START(VESK_VIDEO_MSG_VO_DISABLE));
     LOG(kInfo, "%s: voPort=%u.", __func__, voPort);
     const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_VO_DISABLE, .ulParam1 = voPort});
-    return FINISH(ret, FAILED_ON_PORT(ret, voPort), DONE(VESK_VIDEO_MSG_VO_DISABLE));
+    return FINISH(ret, FAILED_FOR(ret, voPort), DONE(VESK_VIDEO_MSG_VO_DISABLE));
 }
 
 uint32_t VeskVideoGetOrientation(...)

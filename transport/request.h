@@ -20,14 +20,20 @@
 /// Format of the common start line; @p name is a message's or, in the camera requests, the function's.
 #define START(name) "#####send " #name " start#####\n"
 
+/// The start line of those requests that write it without a line feed.
+#define START_UNENDED(name) "#####send " #name " start#####"
+
 /// Format and value of the common end line.
 #define DONE(name) "#####send " #name " msg[%d]#####\n", vesk::kDone
+
+/// The end line of those requests that write it without a line feed.
+#define DONE_UNENDED(name) "#####send " #name " msg[%d]#####", vesk::kDone
 
 /// Failure form 1: the function's name and the result, on both sinks.
 #define FAILED(ret) TRACE_AND_LOG(kError, "%s failed[%d].", __func__, ret)
 
-/// Failure form 1 with a port behind the result.
-#define FAILED_ON_PORT(ret, port) TRACE_AND_LOG(kError, "%s failed[%d] %u.", __func__, ret, port)
+/// Failure form 1 with a port or engine number behind the result.
+#define FAILED_FOR(ret, number) TRACE_AND_LOG(kError, "%s failed[%d] %u.", __func__, ret, number)
 
 /// Failure form 2: the message's name and the result, on both sinks.
 #define MESSAGE_FAILED(name, ret) TRACE_AND_LOG(kError, #name " fail[%d].", ret)
@@ -54,6 +60,12 @@ struct RequestHead {
     VeskVideoMsgHead OnWire() const { return {0, msgId, uwSubMsgID, ulParam1, ulParam2, 0}; }
 };
 
+/// A number as far as it travels in uwSubMsgID.
+constexpr uint16_t Low16(uint32_t number)
+{
+    return static_cast<uint16_t>(number);
+}
+
 /// Sends a request whose answer is a result code alone; a null @p payload sends the header alone.
 inline uint32_t SendBytes(const RequestHead& head, const void* payload, uint32_t payloadLen)
 {
@@ -72,19 +84,49 @@ uint32_t Send(const RequestHead& head, const Record& record)
     return SendBytes(head, &record, sizeof record);
 }
 
-/// Sends a request whose answer fills @p count records; the length is computed in 32 bits.
+/// Sends a request whose answer fills exactly @p length bytes; a null @p out is refused with 2.
+inline uint32_t QueryBytes(const RequestHead& head, void* out, uint32_t length)
+{
+    const VeskVideoMsgHead onWire = head.OnWire();
+    return VeskVideoSendSyncMsg(&onWire, nullptr, 0, out, length);
+}
+
+/// Bytes of @p count records, computed in 32 bits.
+template <class Record>
+constexpr uint32_t ArrayBytes(uint32_t count)
+{
+    return count * static_cast<uint32_t>(sizeof(Record));
+}
+
+/// Sends a request whose answer fills @p count records.
 template <class Record>
 uint32_t QueryArray(const RequestHead& head, Record* out, uint32_t count)
 {
-    const VeskVideoMsgHead onWire = head.OnWire();
-    return VeskVideoSendSyncMsg(&onWire, nullptr, 0, out, count * static_cast<uint32_t>(sizeof(Record)));
+    return QueryBytes(head, out, ArrayBytes<Record>(count));
 }
 
 /// Sends a request whose answer fills one record.
 template <class Record>
 uint32_t Query(const RequestHead& head, Record* out)
 {
-    return QueryArray(head, out, 1);
+    return QueryBytes(head, out, sizeof *out);
+}
+
+/// Sends a record; the answer fills another.
+template <class Record, class Answer>
+uint32_t Exchange(const RequestHead& head, const Record& record, Answer* out)
+{
+    const VeskVideoMsgHead onWire = head.OnWire();
+    return VeskVideoSendSyncMsg(&onWire, &record, sizeof record, out, sizeof *out);
+}
+
+/// Sends @p count records; the answer takes their place.
+template <class Record>
+uint32_t ExchangeArray(const RequestHead& head, Record* inOut, uint32_t count)
+{
+    const uint32_t length = ArrayBytes<Record>(count);
+    const VeskVideoMsgHead onWire = head.OnWire();
+    return VeskVideoSendSyncMsg(&onWire, inOut, length, inOut, length);
 }
 
 /// Sends a bare header without waiting for an answer.

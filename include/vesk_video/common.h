@@ -49,9 +49,11 @@
 
 /** Result codes made by the library itself; every other value comes from the service. */
 enum {
-    VESK_VIDEO_OK = 0,          /**< The service accepted the request. */
-    VESK_VIDEO_ERR_FAILURE = 1, /**< Failed on this side, or a null pointer in most requests. */
-    VESK_VIDEO_ERR_ARGUMENT = 2 /**< Refused argument: a range, a length, or a null pointer. */
+    VESK_VIDEO_OK = 0,               /**< The service accepted the request. */
+    VESK_VIDEO_ERR_FAILURE = 1,      /**< Failed on this side, or a null pointer in most requests. */
+    VESK_VIDEO_ERR_ARGUMENT = 2,     /**< Refused argument: a range, a length, or a null pointer. */
+    VESK_VIDEO_ERR_PORT_INVALID = 3, /**< A framing setter was given too high a port. */
+    VESK_VIDEO_ERR_UVC_STREAM = 11   /**< Too high a UVC stream number. */
 };
 
 #endif

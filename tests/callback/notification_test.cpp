@@ -231,7 +231,7 @@ TEST_F(NotificationTest, WithoutACallbackOnlyPortNotificationsWait)
 {
     g_veskVideoCallBackPtr = nullptr;
     std::vector<Delivered> held;
-#define VESK_NUMBER(name, number) number,
+#define VESK_NUMBER(name, number) uint32_t{number},
     for (const uint32_t id : {VESK_VIDEO_NOTIFICATIONS(VESK_NUMBER)}) {
         SCOPED_TRACE(id);
         Get().lines.clear();

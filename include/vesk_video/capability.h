@@ -1,0 +1,92 @@
+/**
+ * @file
+ * What the service's codecs can do. Threads, ownership and the results that all requests share: see
+ * common.h.
+ */
+#ifndef VESK_VIDEO_CAPABILITY_H
+#define VESK_VIDEO_CAPABILITY_H
+
+#include "vesk_video/common.h"
+
+VESK_VIDEO_BEGIN
+
+enum {
+    VESK_VIDEO_CODEC_NUM = 14 /**< Codec entries of a capability record. */
+};
+
+/** What one codec can encode. Flags are 0 for no; units are the service's. */
+typedef struct VeskVideoEncCodecCapability {
+    uint8_t support; /**< 0: the codec is not offered. */
+    uint8_t padding0[3];
+    uint32_t blocksPs; /**< Blocks per second. */
+    uint32_t blockspf; /**< Blocks per frame. */
+    uint32_t maxWidth;
+    uint32_t minWidth;
+    uint32_t maxHeight;
+    uint32_t minHeight;
+    uint32_t maxBandWidth;
+    uint32_t h264MaxLevel;
+    uint32_t h265MaxLevel;
+    uint8_t isSvc;
+    uint8_t profiles[6];
+    uint8_t fecs[3];
+    uint8_t padding1[2];
+} VeskVideoEncCodecCapability;
+VESK_VIDEO_ASSERT_SIZE(VeskVideoEncCodecCapability, 52);
+VESK_VIDEO_ASSERT_OFFSET(VeskVideoEncCodecCapability, h265MaxLevel, 36);
+VESK_VIDEO_ASSERT_OFFSET(VeskVideoEncCodecCapability, profiles, 41);
+VESK_VIDEO_ASSERT_OFFSET(VeskVideoEncCodecCapability, fecs, 47);
+
+/** What the service can encode. */
+typedef struct VeskVideoEncodeCapability {
+    uint32_t maxChannel; /**< Channels at once; does not bound the codec entries. */
+    VeskVideoEncCodecCapability codec[VESK_VIDEO_CODEC_NUM];
+} VeskVideoEncodeCapability;
+VESK_VIDEO_ASSERT_SIZE(VeskVideoEncodeCapability, 732);
+
+/** What one codec can decode. Flags are 0 for no; units are the service's. */
+typedef struct VeskVideoDecCodecCapability {
+    uint8_t support; /**< 0: the codec is not offered. */
+    uint8_t padding0[3];
+    uint32_t blocksPs; /**< Blocks per second. */
+    uint32_t maxWidth;
+    uint32_t minWidth;
+    uint32_t maxHeight;
+    uint32_t minHeight;
+    uint8_t isSvc;
+    uint8_t isTile;
+    uint8_t profiles[6];
+    uint8_t fecs[3];
+    uint8_t padding1;
+} VeskVideoDecCodecCapability;
+VESK_VIDEO_ASSERT_SIZE(VeskVideoDecCodecCapability, 36);
+VESK_VIDEO_ASSERT_OFFSET(VeskVideoDecCodecCapability, isSvc, 24);
+VESK_VIDEO_ASSERT_OFFSET(VeskVideoDecCodecCapability, profiles, 26);
+VESK_VIDEO_ASSERT_OFFSET(VeskVideoDecCodecCapability, fecs, 32);
+
+/** What the service can decode. */
+typedef struct VeskVideoDecodeCapability {
+    uint32_t maxChannel; /**< Channels at once; does not bound the codec entries. */
+    VeskVideoDecCodecCapability codec[VESK_VIDEO_CODEC_NUM];
+} VeskVideoDecodeCapability;
+VESK_VIDEO_ASSERT_SIZE(VeskVideoDecodeCapability, 508);
+
+/**
+ * Asks what the service can encode, and logs it.
+ *
+ * @param encodeCapability  Takes the capability.
+ * @return 1 also when @p encodeCapability is null.
+ */
+VESK_VIDEO_API uint32_t VeskVideoGetEncodeCapability(VeskVideoEncodeCapability* encodeCapability);
+
+/**
+ * Asks what the service can decode, and logs it.
+ *
+ * @param decodeCapability  Takes the capability.
+ * @return 1 also when @p decodeCapability is null.
+ */
+VESK_VIDEO_API uint32_t VeskVideoGetDecodeCapability(VeskVideoDecodeCapability* decodeCapability);
+
+VESK_VIDEO_END
+
+#endif
