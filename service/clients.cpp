@@ -99,8 +99,10 @@ void Clients::Notify(const Notification& notification)
         return;
     VeskVideoMsgHead head{};
     head.msgId = static_cast<uint16_t>(notification.notifyId);
+    head.ulParam1 = notification.param1;
+    head.ulParam2 = notification.param2;
     const auto headBytes = std::as_bytes(std::span(&head, 1));
-    std::vector<std::byte> data(headBytes.begin(), headBytes.end());
+    Bytes data(headBytes.begin(), headBytes.end());
     data.insert(data.end(), notification.payload.begin(), notification.payload.end());
 
     OsMsgEnvelope envelope{};
@@ -120,7 +122,7 @@ void Clients::Notify(const Notification& notification)
 void Clients::NotifyAll(uint32_t notifyId)
 {
     for (const auto& [procName, client] : std::map(clients_))
-        Notify({procName, notifyId, {}});
+        Notify({.procName = procName, .notifyId = notifyId, .payload = {}});
 }
 
 } // namespace vesk::service

@@ -1,10 +1,6 @@
 // The displays, and the output engines that drive them.
 #include "service/outputs.h"
 
-#include "service/process.h"
-#include "vesk_video/messages.h"
-#include "vesk_video/notification.h"
-
 #include <algorithm>
 #include <bit>
 #include <cstring>
@@ -27,11 +23,6 @@ void Outputs::Announce(const std::string& procName)
         ddc.fr = display.fr;
         notifications_.push_back(Notification::Of(procName, VESK_VIDEO_ON_VO_PORT_DDC_INFO_NOTIFY, ddc));
     }
-}
-
-void Outputs::Release(pid_t process)
-{
-    std::erase_if(engines_, [process](const auto& entry) { return entry.second.owner.process == process; });
 }
 
 Result Outputs::GetCount(const Request&, uint32_t* count)
@@ -59,107 +50,62 @@ VeskVideoVoPortInfo Outputs::Describe(uint32_t port)
     described.width = display.width;
     described.height = display.height;
     described.fr = display.fr;
+    described.displayMode = displayInfo_.displayMode;
+    described.displayFps = displayInfo_.fps;
+    described.srEnabled = isSrEnabled_ ? 1 : 0;
+    for (const auto& [filterParam, windows] : filterWindows_)
+        described.filterWindows += static_cast<uint32_t>(windows.size());
     std::strncpy(described.name, display.name, sizeof described.name - 1);
-    if (const auto found = EngineOf(port); found != engines_.end()) {
-        const auto& [outEngNo, engine] = *found;
+    display.defaultImage.copy(described.defaultImage, sizeof described.defaultImage - 1);
+    for (const auto& [outEngNo, engine] : engines_.All()) {
+        if (engine.port != port)
+            continue;
         described.outEngNo = outEngNo;
         described.started = engine.isStarted ? 1 : 0;
         described.xOffset = engine.offset.xOffset;
         described.yOffset = engine.offset.yOffset;
         described.queHandle = engine.queHandle;
+        described.pictures = engine.source.picNum;
     }
     return std::bit_cast<VeskVideoVoPortInfo>(described);
 }
 
 Result Outputs::Open(const Request& request, uint32_t* outEngNo)
 {
-    const Display* display = FindDisplay(request);
+    const Display* display = FindDisplay(request.head.ulParam1);
     if (display == nullptr)
         return VESK_SERVICE_ERR_NUMBER;
     if (!display->isEnabled)
         return VESK_SERVICE_ERR_DISABLED;
-    if (const auto open = EngineOf(request.Param1()); open != engines_.end()) {
-        if (IsAlive(open->second.owner.process))
-            return VESK_SERVICE_ERR_BUSY;
-        engines_.erase(open);
-    }
-    *outEngNo = ++lastEngine_;
-    engines_[*outEngNo] = {.port = request.Param1(), .owner = request.sender};
-    return kOk;
+    return OpenPort(engines_, request, outEngNo);
 }
 
-Result Outputs::SetParam(const Request& request, const VeskVideoVoPortParam& param)
+Result Outputs::Start(const Request& request, Engine& engine)
 {
-    Engine* engine = FindEngine(request);
-    if (engine == nullptr)
-        return VESK_SERVICE_ERR_NUMBER;
-    engine->param = param;
-    return kOk;
-}
-
-Result Outputs::GetParam(const Request& request, VeskVideoVoPortParam* param)
-{
-    const Engine* engine = FindEngine(request);
-    if (engine == nullptr)
-        return VESK_SERVICE_ERR_NUMBER;
-    *param = engine->param;
-    return kOk;
-}
-
-Result Outputs::SetOffset(const Request& request, const VeskVideoScreenOffset& offset)
-{
-    Engine* engine = FindEngine(request);
-    if (engine == nullptr)
-        return VESK_SERVICE_ERR_NUMBER;
-    engine->offset = offset;
-    return kOk;
-}
-
-Result Outputs::SetQueue(const Request& request)
-{
-    Engine* engine = FindEngine(request);
-    if (engine == nullptr)
-        return VESK_SERVICE_ERR_NUMBER;
-    engine->queHandle = request.head.ulParam2;
-    return kOk;
-}
-
-Result Outputs::Start(const Request& request)
-{
-    Engine* engine = FindEngine(request);
-    if (engine == nullptr)
-        return VESK_SERVICE_ERR_NUMBER;
-    if (!displays_[engine->port].isEnabled)
+    if (!displays_[engine.port].isEnabled)
         return VESK_SERVICE_ERR_DISABLED;
-    if (engine->isStarted)
+    if (std::exchange(engine.isStarted, true))
         return VESK_SERVICE_ERR_STATE;
-    engine->isStarted = true;
-    if (!std::exchange(engine->hasShownFrame, true))
-        NotifyLink(VESK_VIDEO_ON_DISPLAY_FIRST_FRAME_NOTIFY, request.Param1(), *engine);
+    if (!std::exchange(engine.hasShownFrame, true))
+        NotifyLink(VESK_VIDEO_ON_DISPLAY_FIRST_FRAME_NOTIFY, request.head.ulParam1, engine);
     return kOk;
 }
 
-Result Outputs::Stop(const Request& request)
+Result Outputs::Stop(const Request&, Engine& engine)
 {
-    Engine* engine = FindEngine(request);
-    if (engine == nullptr)
-        return VESK_SERVICE_ERR_NUMBER;
-    return std::exchange(engine->isStarted, false) ? kOk : Result{VESK_SERVICE_ERR_STATE};
+    return std::exchange(engine.isStarted, false) ? kOk : Result{VESK_SERVICE_ERR_STATE};
 }
 
-Result Outputs::Close(const Request& request)
+Result Outputs::Close(const Request& request, Engine& engine)
 {
-    const Engine* engine = FindEngine(request);
-    if (engine == nullptr)
-        return VESK_SERVICE_ERR_NUMBER;
-    NotifyLink(VESK_VIDEO_ON_DISPLAY_DESTROY_LINK_NOTIFY, request.Param1(), *engine);
-    engines_.erase(request.Param1());
+    NotifyLink(VESK_VIDEO_ON_DISPLAY_DESTROY_LINK_NOTIFY, request.head.ulParam1, engine);
+    engines_.Erase(request.head.ulParam1);
     return kOk;
 }
 
 Result Outputs::Enable(const Request& request)
 {
-    Display* display = FindDisplay(request);
+    Display* display = FindDisplay(request.head.ulParam1);
     if (display == nullptr)
         return VESK_SERVICE_ERR_NUMBER;
     display->isEnabled = true;
@@ -168,38 +114,117 @@ Result Outputs::Enable(const Request& request)
 
 Result Outputs::Disable(const Request& request)
 {
-    Display* display = FindDisplay(request);
+    Display* display = FindDisplay(request.head.ulParam1);
     if (display == nullptr)
         return VESK_SERVICE_ERR_NUMBER;
     display->isEnabled = false;
-    if (const auto open = EngineOf(request.Param1()); open != engines_.end())
-        open->second.isStarted = false;
+    StopPort(engines_, request);
     return kOk;
 }
 
-Outputs::Display* Outputs::FindDisplay(const Request& request)
+// Every picture must come from an input engine or a decoder that is there.
+Result Outputs::SetSource(const Request&, Engine& engine, const VeskVideoVoMultiPicParam& source)
 {
-    return request.head.ulParam1 < displays_.size() ? &displays_[request.Param1()] : nullptr;
+    if (source.picNum > VESK_VIDEO_MAX_SUBPIC_NUM)
+        return VESK_SERVICE_ERR_VALUE;
+    for (const VeskVideoSubPicParam& picture : std::span(source.subPic, source.picNum)) {
+        const bool isThere = picture.decFlag != 0 ? codecs_.decoders.Find(picture.inputId) != nullptr
+                                                  : inputs_.Find(picture.inputId) != nullptr;
+        if (!isThere)
+            return VESK_SERVICE_ERR_NUMBER;
+    }
+    engine.source = source;
+    return kOk;
 }
 
-Outputs::Engine* Outputs::FindEngine(const Request& request)
+Result Outputs::SetDisplayMode(const Request&, const VeskVideoDisplayInfo& info)
 {
-    const auto found = engines_.find(request.Param1());
-    return found != engines_.end() && request.head.ulParam1 == found->first ? &found->second : nullptr;
+    if (info.displayMode > VESK_VIDEO_DISPLAY_MODE_MAX)
+        return VESK_SERVICE_ERR_VALUE;
+    displayInfo_ = info;
+    return kOk;
 }
 
-std::map<uint32_t, Outputs::Engine>::iterator Outputs::EngineOf(uint32_t port)
+// The first parameter is the display's number.
+Result Outputs::SetDefaultImage(const Request& request)
 {
-    return std::find_if(engines_.begin(), engines_.end(),
-                        [port](const auto& entry) { return entry.second.port == port; });
+    Display* display = FindDisplay(request.head.ulParam1);
+    if (display == nullptr)
+        return VESK_SERVICE_ERR_NUMBER;
+    display->defaultImage = reinterpret_cast<const char*>(request.payload.data());
+    return kOk;
 }
 
-void Outputs::NotifyLink(uint32_t notifyId, uint32_t outEngNo, const Engine& engine)
+Result Outputs::SetSr(const Request& request)
+{
+    isSrEnabled_ = request.head.ulParam1 != 0;
+    return kOk;
+}
+
+Result Outputs::AddFilterWindows(const Request& request, std::span<const VeskVideoFilterWindow> windows)
+{
+    constexpr size_t kMost = 1024;
+    auto& present = filterWindows_[request.head.ulParam1];
+    if (present.size() + windows.size() > kMost)
+        return VESK_SERVICE_ERR_ROOM;
+    present.insert(present.end(), windows.begin(), windows.end());
+    return kOk;
+}
+
+// All of them must be there; otherwise none is taken away.
+Result Outputs::DeleteFilterWindows(const Request& request, std::span<const VeskVideoFilterWindow> windows)
+{
+    const auto found = filterWindows_.find(request.head.ulParam1);
+    if (found == filterWindows_.end())
+        return VESK_SERVICE_ERR_NUMBER;
+    std::vector<VeskVideoFilterWindow> left = found->second;
+    for (const VeskVideoFilterWindow& window : windows) {
+        const auto same =
+            std::find_if(left.begin(), left.end(), [&window](const VeskVideoFilterWindow& other) {
+                return std::memcmp(&window, &other, sizeof window) == 0;
+            });
+        if (same == left.end())
+            return VESK_SERVICE_ERR_NUMBER;
+        left.erase(same);
+    }
+    found->second = std::move(left);
+    return kOk;
+}
+
+// Takes the pictures of that window away; the engine's number is the second parameter here.
+Result Outputs::DestroyWindow(const Request& request)
+{
+    Engine* engine = Find(request.head.ulParam2);
+    if (engine == nullptr)
+        return VESK_SERVICE_ERR_NUMBER;
+    auto* const begin = engine->source.subPic;
+    auto* const end = begin + engine->source.picNum;
+    const auto* const left = std::remove_if(begin, end, [&request](const VeskVideoSubPicParam& picture) {
+        return picture.winHandle == request.head.ulParam1;
+    });
+    if (left == end)
+        return VESK_SERVICE_ERR_NUMBER;
+    engine->source.picNum = static_cast<uint32_t>(left - begin);
+    return kOk;
+}
+
+// The link is that of the first picture, where there is one.
+void Outputs::NotifyLink(uint32_t notifyId, uint64_t outEngNo, const Engine& engine)
 {
     VeskVideoDisplayLink link{};
     link.viPort = -1;
-    std::strncpy(link.portName, displays_[engine.port].name, sizeof link.portName - 1);
-    link.surfaceId = outEngNo;
+    link.surfaceId = static_cast<uint32_t>(outEngNo);
+    const char* name = displays_[engine.port].name;
+    if (engine.source.picNum != 0) {
+        const VeskVideoSubPicParam& picture = engine.source.subPic[0];
+        link.isDec = picture.decFlag != 0 ? 1 : 0;
+        if (const Inputs::Engine* input = inputs_.Find(picture.inputId);
+            link.isDec == 0 && input != nullptr) {
+            link.viPort = static_cast<int32_t>(input->port);
+            name = inputs_.PortOf(*input).name;
+        }
+    }
+    std::strncpy(link.portName, name, sizeof link.portName - 1);
     notifications_.push_back(Notification::Of(engine.owner.procName, notifyId, link));
 }
 

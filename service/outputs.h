@@ -1,7 +1,8 @@
-// The displays, and the output engines that drive them.
+// The displays, the output engines that drive them, and what they show.
 #pragma once
 
-#include "service/request.h"
+#include "service/codecs.h"
+#include "service/inputs.h"
 
 #include <array>
 #include <map>
@@ -10,26 +11,43 @@ namespace vesk::service {
 
 class Outputs {
 public:
-    explicit Outputs(Notifications& notifications) : notifications_(notifications) {}
+    struct Engine : Owned {
+        uint32_t port = 0;
+        VeskVideoVoPortParam param{};
+        VeskVideoScreenOffset offset{};
+        VeskVideoVoMultiPicParam source{};
+        uint32_t queHandle = 0;
+        bool isStarted = false;
+        bool hasShownFrame = false;
+    };
+
+    Outputs(Notifications& notifications, Inputs& inputs, Codecs& codecs)
+        : notifications_(notifications), inputs_(inputs), codecs_(codecs)
+    {
+    }
 
     /// Announces every display to a client.
     void Announce(const std::string& procName);
+    void Release(pid_t process) { engines_.Release(process); }
 
-    /// Closes the engines that a process has opened.
-    void Release(pid_t process);
+    Engine* Find(uint64_t outEngNo) { return engines_.Find(outEngNo); }
 
     Result GetCount(const Request&, uint32_t* count);
     Result GetPorts(const Request&, std::vector<VeskVideoVoPortInfo>* ports);
     Result Open(const Request&, uint32_t* outEngNo);
-    Result SetParam(const Request&, const VeskVideoVoPortParam&);
-    Result GetParam(const Request&, VeskVideoVoPortParam*);
-    Result SetOffset(const Request&, const VeskVideoScreenOffset&);
-    Result SetQueue(const Request&);
-    Result Start(const Request&);
-    Result Stop(const Request&);
-    Result Close(const Request&);
+    Result Start(const Request&, Engine&);
+    Result Stop(const Request&, Engine&);
+    Result Close(const Request&, Engine&);
     Result Enable(const Request&);
     Result Disable(const Request&);
+
+    Result SetSource(const Request&, Engine&, const VeskVideoVoMultiPicParam&);
+    Result SetDisplayMode(const Request&, const VeskVideoDisplayInfo&);
+    Result SetDefaultImage(const Request&);
+    Result SetSr(const Request&);
+    Result AddFilterWindows(const Request&, std::span<const VeskVideoFilterWindow>);
+    Result DeleteFilterWindows(const Request&, std::span<const VeskVideoFilterWindow>);
+    Result DestroyWindow(const Request&);
 
 private:
     struct Display {
@@ -39,29 +57,22 @@ private:
         uint32_t fr;
         bool isPlugged;
         bool isEnabled = true;
+        std::string defaultImage{};
     };
 
-    struct Engine {
-        uint32_t port = 0;
-        Sender owner;
-        VeskVideoVoPortParam param{};
-        VeskVideoScreenOffset offset{};
-        uint32_t queHandle = 0;
-        bool isStarted = false;
-        bool hasShownFrame = false;
-    };
-
-    Display* FindDisplay(const Request&);
-    Engine* FindEngine(const Request&);
-    std::map<uint32_t, Engine>::iterator EngineOf(uint32_t port);
+    Display* FindDisplay(uint64_t number) { return number < displays_.size() ? &displays_[number] : nullptr; }
     VeskVideoVoPortInfo Describe(uint32_t port);
-    void NotifyLink(uint32_t notifyId, uint32_t outEngNo, const Engine& engine);
+    void NotifyLink(uint32_t notifyId, uint64_t outEngNo, const Engine& engine);
 
     Notifications& notifications_;
-    std::array<Display, 2> displays_{
+    Inputs& inputs_;
+    Codecs& codecs_;
+    std::array<Display, VESK_SERVICE_OUTPUTS> displays_{
         {{"HDMI-OUT-1", 3840, 2160, 60, true}, {"HDMI-OUT-2", 1920, 1080, 60, true}}};
-    std::map<uint32_t, Engine> engines_;
-    uint32_t lastEngine_ = 0;
+    Numbered<Engine> engines_{VESK_SERVICE_OUTPUTS};
+    VeskVideoDisplayInfo displayInfo_{};
+    bool isSrEnabled_ = false;
+    std::map<uint64_t, std::vector<VeskVideoFilterWindow>> filterWindows_;
 };
 
 } // namespace vesk::service

@@ -1,4 +1,4 @@
-// One request as the service's model sees it.
+// One request as the service's model sees it, and what the model answers.
 #pragma once
 
 #include "vesk_service/virtual_service.h"
@@ -18,25 +18,28 @@ namespace vesk::service {
 using Result = uint16_t;
 inline constexpr Result kOk = 0;
 
+using Bytes = std::vector<std::byte>;
+
 /// Who sent a request.
 struct Sender {
     std::string procName;
     pid_t process = 0;
 };
 
+/// A request whose payload has a length that its number allows.
 struct Request {
     VeskVideoMsgHead head{};
     Sender sender;
     std::span<const std::byte> payload;
-
-    uint32_t Param1() const { return static_cast<uint32_t>(head.ulParam1); }
 };
 
 /// A notification that leaves once the request in hand is answered.
 struct Notification {
     std::string procName;
     uint32_t notifyId = 0;
-    std::vector<std::byte> payload;
+    Bytes payload;
+    uint64_t param1 = 0;
+    uint32_t param2 = 0;
 
     template <class Record>
     static Notification Of(const std::string& procName, uint32_t notifyId, const Record& record)

@@ -1,21 +1,21 @@
 // Which requests the service serves, and with what.
 #pragma once
 
-#include "service/request.h"
+#include "service/message_list.h"
 
 namespace vesk::service {
 
 class Service;
 
+/// Serves a request whose payload has a length that it may have; appends the answer's payload.
+using ServeFunction = Result (*)(Service&, const Request&, Bytes& answer);
+
 struct ServedRequest {
-    uint16_t number;
-    const char* name;
-    uint32_t payloadSize;
-    /// Serves a request whose payload has that size; appends the answer's payload to @p answer.
-    Result (*serve)(Service&, const Request&, std::vector<std::byte>& answer);
+    ListedRequest listed;
+    ServeFunction serve;
 };
 
-/// Null for a number that is not served.
+/// Null for a number that is not a request's.
 const ServedRequest* FindRequest(uint32_t number);
 
 } // namespace vesk::service

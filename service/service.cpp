@@ -4,7 +4,6 @@
 #include "service/log.h"
 #include "service/request_table.h"
 #include "vesk_host/message.h"
-#include "vesk_video/messages.h"
 
 #include <algorithm>
 #include <cstring>
@@ -47,33 +46,38 @@ void Service::End()
     clients.NotifyAll(VESK_VIDEO_ON_VIDEO_DIE_NOTIFY);
 }
 
-void Service::Handle(OsMsgEnvelope& message)
+Result Service::Serve(const OsMsgEnvelope& message, Bytes& answer, const char*& name)
 {
-    Result result = VESK_SERVICE_ERR_LENGTH;
-    std::vector<std::byte> answer(sizeof(VeskVideoMsgHead));
-    VeskVideoMsgHead head{};
-    const char* name = "a message without a header";
-    if (message.dataLen >= sizeof head) {
-        const Request request = Unpack(message);
-        head.msgId = request.head.msgId;
-        const ServedRequest* served = FindRequest(message.msgId);
-        name = served != nullptr ? served->name : "an unknown request";
-        if (served == nullptr)
-            result = VESK_SERVICE_ERR_REQUEST;
-        else if (request.payload.size() == served->payloadSize)
-            result = served->serve(*this, request, answer);
+    if (message.dataLen < sizeof(VeskVideoMsgHead)) {
+        name = "a message without a header";
+        return VESK_SERVICE_ERR_LENGTH;
     }
-    head.uwSubMsgID = result;
-    std::memcpy(answer.data(), &head, sizeof head);
-    LOG(kInfo, "%s (%u) from %.16s: %u", name, message.msgId, message.sendProcName, result);
-    constexpr uint32_t kSynchronous = 1;
-    if (message.type == kSynchronous)
-        HostMsgReply(&message, answer.data(), static_cast<uint32_t>(answer.size()));
-    SendNotifications();
+    const ServedRequest* served = FindRequest(message.msgId);
+    if (served == nullptr) {
+        name = "an unknown request";
+        return VESK_SERVICE_ERR_REQUEST;
+    }
+    name = served->listed.name;
+    const Request request = Unpack(message);
+    if (!Fits(served->listed.payload, request.head, request.payload))
+        return VESK_SERVICE_ERR_LENGTH;
+    return served->serve(*this, request, answer);
 }
 
-void Service::SendNotifications()
+void Service::Handle(OsMsgEnvelope& message)
 {
+    const char* name = nullptr;
+    Bytes payload;
+    VeskVideoMsgHead head{};
+    head.msgId = static_cast<uint16_t>(message.msgId);
+    head.uwSubMsgID = Serve(message, payload, name);
+    LOG(kInfo, "%s (%u) from %.16s: %u", name, message.msgId, message.sendProcName, head.uwSubMsgID);
+    constexpr uint32_t kSynchronous = 1;
+    if (message.type == kSynchronous) {
+        const auto headBytes = std::as_bytes(std::span(&head, 1));
+        payload.insert(payload.begin(), headBytes.begin(), headBytes.end());
+        HostMsgReply(&message, payload.data(), static_cast<uint32_t>(payload.size()));
+    }
     for (const Notification& notification : std::exchange(notifications_, {}))
         clients.Notify(notification);
 }
@@ -84,12 +88,19 @@ Result Service::Init(const Request& request, const VeskVideoInitInfo& info)
         return VESK_SERVICE_ERR_VALUE;
     clients.Add(info.procName, info.taskName, request.sender.process);
     outputs.Announce(info.procName);
+    inputs.Announce(info.procName);
     return kOk;
 }
 
 Result Service::Exit(const Request& request)
 {
-    outputs.Release(request.sender.process);
+    const pid_t process = request.sender.process;
+    outputs.Release(process);
+    inputs.Release(process);
+    codecs.Release(process);
+    mice.Release(process);
+    uvc.Release(process);
+    overlays.Release(process);
     clients.Remove(request.sender.procName);
     return kOk;
 }

@@ -3,14 +3,19 @@
 
 #include "platform/os_msg.h"
 #include "service/clients.h"
+#include "service/codecs.h"
+#include "service/device.h"
+#include "service/inputs.h"
 #include "service/outputs.h"
-#include "vesk_video/lifecycle.h"
-#include "vesk_video/notification.h"
+#include "service/streams.h"
 
 namespace vesk::service {
 
 /// Not thread-safe: everything runs on the thread that runs the service's task.
 class Service {
+    const Identity self_;
+    Notifications notifications_;
+
 public:
     explicit Service(Identity self) : self_(std::move(self)) {}
 
@@ -26,15 +31,18 @@ public:
     Result Exit(const Request&);
     Result SetCallback(const Request&, const VeskVideoCallbackInfo&);
 
-private:
-    void SendNotifications();
-
-    const Identity self_;
-    Notifications notifications_;
-
-public:
     Clients clients{self_};
-    Outputs outputs{notifications_};
+    Inputs inputs{notifications_};
+    Codecs codecs{notifications_};
+    Outputs outputs{notifications_, inputs, codecs};
+    Mice mice{codecs};
+    Uvc uvc;
+    Overlays overlays;
+    Queues queues;
+    Device device{notifications_};
+
+private:
+    Result Serve(const OsMsgEnvelope& message, Bytes& answer, const char*& name);
 };
 
 } // namespace vesk::service

@@ -1,0 +1,203 @@
+// Mouse streams, UVC streams, overlay channels and the queues that clients announce.
+#include "service/streams.h"
+
+#include "vesk_host/queue.h"
+
+#include <utility>
+
+namespace vesk::service {
+
+namespace {
+
+Result Give(std::optional<uint32_t> created, uint32_t* number)
+{
+    *number = created.value_or(0);
+    return created ? kOk : Result{VESK_SERVICE_ERR_ROOM};
+}
+
+Result StartIf(bool isReady, bool& isStarted)
+{
+    if (!isReady || isStarted)
+        return VESK_SERVICE_ERR_STATE;
+    isStarted = true;
+    return kOk;
+}
+
+Result StopIfStarted(bool& isStarted)
+{
+    return std::exchange(isStarted, false) ? kOk : Result{VESK_SERVICE_ERR_STATE};
+}
+
+} // namespace
+
+void Mice::Release(pid_t process)
+{
+    remote.Release(process);
+    local.Release(process);
+}
+
+Result Mice::OpenRemote(const Request& request, uint32_t* mouseStmNo)
+{
+    return Give(remote.Create(request.sender), mouseStmNo);
+}
+
+Result Mice::Connect(const Request& request, Remote& mouse)
+{
+    if (codecs_.decoders.Find(request.head.ulParam1) == nullptr)
+        return VESK_SERVICE_ERR_NUMBER;
+    mouse.decStmNo = static_cast<uint32_t>(request.head.ulParam1);
+    return kOk;
+}
+
+Result Mice::StartRemote(const Request&, Remote& mouse)
+{
+    return StartIf(mouse.decStmNo != 0, mouse.isStarted);
+}
+Result Mice::StopRemote(const Request&, Remote& mouse)
+{
+    return StopIfStarted(mouse.isStarted);
+}
+
+Result Mice::CloseRemote(const Request& request, Remote&)
+{
+    remote.Erase(request.head.uwSubMsgID);
+    return kOk;
+}
+
+Result Mice::OpenLocal(const Request& request, uint32_t* mouseStmNo)
+{
+    return Give(local.Create(request.sender), mouseStmNo);
+}
+
+Result Mice::StartLocal(const Request&, Local& mouse)
+{
+    return StartIf(true, mouse.isStarted);
+}
+Result Mice::StopLocal(const Request&, Local& mouse)
+{
+    return StopIfStarted(mouse.isStarted);
+}
+
+Result Mice::CloseLocal(const Request& request, Local&)
+{
+    local.Erase(request.head.uwSubMsgID);
+    return kOk;
+}
+
+Result Uvc::Init(const Request&)
+{
+    isInitialised_ = true;
+    return kOk;
+}
+
+Result Uvc::Deinit(const Request&)
+{
+    isInitialised_ = false;
+    streams.Clear();
+    return kOk;
+}
+
+Result Uvc::Open(const Request& request, uint32_t* uvcStmNo)
+{
+    if (!isInitialised_)
+        return VESK_SERVICE_ERR_STATE;
+    return Give(streams.CreateLowest(request.sender), uvcStmNo);
+}
+
+Result Uvc::SetParam(const Request&, Stream& stream, const VeskVideoUvcParam& param)
+{
+    stream.param = param;
+    stream.hasParam = true;
+    return kOk;
+}
+
+Result Uvc::Start(const Request&, Stream& stream)
+{
+    return StartIf(stream.hasParam, stream.isStarted);
+}
+Result Uvc::Stop(const Request&, Stream& stream)
+{
+    return StopIfStarted(stream.isStarted);
+}
+
+Result Uvc::Close(const Request& request, Stream&)
+{
+    streams.Erase(request.head.ulParam1);
+    return kOk;
+}
+
+Result Uvc::ForceKeyFrame(const Request&, Stream& stream)
+{
+    if (!stream.isStarted)
+        return VESK_SERVICE_ERR_STATE;
+    ++stream.keyFrames;
+    return kOk;
+}
+
+// The channel's number is the client's choice; it is given the number of its layer, from 1.
+Result Overlays::Create(const Request& request, uint32_t* layer)
+{
+    if (request.head.ulParam1 > UINT32_MAX)
+        return VESK_SERVICE_ERR_NUMBER;
+    if (channels.Find(request.head.ulParam1) != nullptr)
+        return VESK_SERVICE_ERR_BUSY;
+    if (!channels.CreateAt(static_cast<uint32_t>(request.head.ulParam1), request.sender))
+        return VESK_SERVICE_ERR_ROOM;
+    *layer = static_cast<uint32_t>(channels.All().size());
+    return kOk;
+}
+
+Result Overlays::GetQueue(const Request& request, Channel& channel, uint32_t* handle)
+{
+    *handle = channel.queue.Id("overlay", request.head.ulParam1);
+    return *handle != 0 ? kOk : Result{VESK_SERVICE_ERR_ROOM};
+}
+
+Result Overlays::SetParam(const Request&, Channel& channel, const VeskVideoOverlayParam& param)
+{
+    channel.param = param;
+    channel.hasParam = true;
+    return kOk;
+}
+
+Result Overlays::Enable(const Request& request, Channel& channel)
+{
+    if (!channel.hasParam)
+        return VESK_SERVICE_ERR_STATE;
+    channel.isEnabled = request.head.ulParam2 != 0;
+    return kOk;
+}
+
+Result Overlays::Destroy(const Request& request, Channel&)
+{
+    channels.Erase(request.head.ulParam1);
+    return kOk;
+}
+
+Result Queues::Announce(const Request& request)
+{
+    HostQueueState state;
+    if (HostQueueFind(request.head.ulParam2, &state) != 0)
+        return VESK_SERVICE_ERR_NUMBER;
+    announced_.insert(request.head.ulParam2);
+    return kOk;
+}
+
+Result Queues::Withdraw(const Request& request)
+{
+    return announced_.erase(request.head.ulParam2) != 0 ? kOk : Result{VESK_SERVICE_ERR_NUMBER};
+}
+
+Result Queues::InitClient(const Request& request)
+{
+    constexpr size_t kMost = 64;
+    const std::string server = reinterpret_cast<const char*>(request.payload.data());
+    if (server.empty())
+        return VESK_SERVICE_ERR_VALUE;
+    if (servers_.size() >= kMost && servers_.count(server) == 0)
+        return VESK_SERVICE_ERR_ROOM;
+    servers_.insert(server);
+    return kOk;
+}
+
+} // namespace vesk::service
