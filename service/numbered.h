@@ -57,7 +57,6 @@ public:
     }
 
     void Erase(uint64_t number) { things_.erase(static_cast<uint32_t>(number)); }
-    void Clear() { things_.clear(); }
 
     /// Forgets what a process has created.
     void Release(pid_t process)

@@ -84,22 +84,28 @@ Result Mice::CloseLocal(const Request& request, Local&)
     return kOk;
 }
 
-Result Uvc::Init(const Request&)
+void Uvc::Release(pid_t process)
 {
-    isInitialised_ = true;
+    users_.erase(process);
+    streams.Release(process);
+}
+
+Result Uvc::Init(const Request& request)
+{
+    users_.insert(request.sender.process);
     return kOk;
 }
 
-Result Uvc::Deinit(const Request&)
+// Closes the streams of the process that asks for it.
+Result Uvc::Deinit(const Request& request)
 {
-    isInitialised_ = false;
-    streams.Clear();
+    Release(request.sender.process);
     return kOk;
 }
 
 Result Uvc::Open(const Request& request, uint32_t* uvcStmNo)
 {
-    if (!isInitialised_)
+    if (users_.count(request.sender.process) == 0)
         return VESK_SERVICE_ERR_STATE;
     return Give(streams.CreateLowest(request.sender), uvcStmNo);
 }

@@ -56,7 +56,7 @@ public:
         uint32_t keyFrames = 0;
     };
 
-    void Release(pid_t process) { streams.Release(process); }
+    void Release(pid_t process);
 
     Numbered<Stream> streams{VESK_SERVICE_MAX_UVC, 0};
 
@@ -70,7 +70,7 @@ public:
     Result ForceKeyFrame(const Request&, Stream&);
 
 private:
-    bool isInitialised_ = false;
+    std::set<pid_t> users_; // processes that have initialised it
 };
 
 class Overlays {

@@ -1,0 +1,98 @@
+// What the examples share: the name of the process, steps that are printed and must succeed, and the
+// notifications that have arrived.
+#pragma once
+
+#include "vesk_video/vesk_video.h"
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <set>
+
+// The name under which this process talks to the service; without this hook the library uses a name of
+// its own. Applications that run at the same time need different names.
+inline std::string g_processName;
+
+int GetSelfProcName(std::string& name)
+{
+    name = g_processName;
+    return 0;
+}
+
+namespace steps {
+
+inline void Expect(bool asExpected, const char* what)
+{
+    if (asExpected)
+        return;
+    std::printf("NOT AS EXPECTED: %s\n", what);
+    std::exit(EXIT_FAILURE);
+}
+
+/// Prints a call and its result, which must be 0.
+inline void Step(const char* what, uint32_t result)
+{
+    std::printf("%-52s -> %u\n", what, result);
+    Expect(result == VESK_VIDEO_OK, what);
+}
+
+/// Prints a call that the service must refuse.
+inline void Refused(const char* what, uint32_t result)
+{
+    std::printf("%-52s -> 0x%x, as it should be\n", what, result);
+    Expect(result > VESK_VIDEO_ERR_ARGUMENT, what);
+}
+
+/// True when what was read back is, byte for byte, what was set.
+template <class Record>
+bool Same(const Record& set, const Record& read)
+{
+    return std::memcmp(&set, &read, sizeof set) == 0;
+}
+
+/// The record at the start of a notification's data.
+template <class Record>
+Record Read(const void* data, uint32_t dataLen)
+{
+    Record record{};
+    std::memcpy(&record, data, std::min<size_t>(dataLen, sizeof record));
+    return record;
+}
+
+/// Notifications arrive on the library's receive thread; the main thread waits for some of them.
+class Seen {
+public:
+    void Add(uint32_t notifyId)
+    {
+        const std::lock_guard guard(lock_);
+        seen_.insert(notifyId);
+        arrived_.notify_all();
+    }
+
+    size_t Count()
+    {
+        const std::lock_guard guard(lock_);
+        return seen_.size();
+    }
+
+    void Await(uint32_t notifyId)
+    {
+        std::unique_lock guard(lock_);
+        const auto hasArrived = [&] { return seen_.count(notifyId) != 0; };
+        Expect(arrived_.wait_for(guard, std::chrono::seconds(5), hasArrived),
+               "a notification within 5 seconds");
+    }
+
+private:
+    std::mutex lock_;
+    std::condition_variable arrived_;
+    std::multiset<uint32_t> seen_;
+};
+
+inline Seen g_seen;
+
+} // namespace steps
