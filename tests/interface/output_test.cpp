@@ -14,20 +14,6 @@ VeskVideoVoPortInfo g_ports[2];
 VeskVideoVoPortParam g_read;
 const VeskVideoVoPortParam kParam{1, 4000000000, -3, 4, -5, 6, -7, 8, 255, {}};
 
-VeskVideoMsgHead Head(uint16_t msgId, uint64_t param1 = 0, uint32_t param2 = 0)
-{
-    return {0, msgId, 0, param1, param2, 0};
-}
-
-std::string Start(const std::string& name)
-{
-    return "T3 #####send " + name + " start#####\n";
-}
-std::vector<std::string> Done(const std::string& name)
-{
-    return {"T3 #####send " + name + " msg[0]#####\n"};
-}
-
 } // namespace
 
 TEST(OutputRequests, EachOverItsRow)

@@ -20,11 +20,6 @@ std::vector<std::string> WithOrigin(const std::vector<std::string>& lines, const
 
 } // namespace
 
-std::vector<std::string> OnBoth(const std::string& text)
-{
-    return {"T1 " + text, "L1 " + text};
-}
-
 void Drive(const std::string& source, const std::vector<Row>& rows)
 {
     for (const Row& row : rows) {

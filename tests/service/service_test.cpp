@@ -101,7 +101,7 @@ TEST_F(ServiceTest, DisplaysAreAnnouncedRightAfterInitInOrder)
     const Child service = StartService();
     ASSERT_EQ(VeskVideoInit(), 0U);
     std::list<NorthMsgResendInfo> held;
-    ASSERT_TRUE(Eventually([&] { return VeskVideoGetMsgResendQ(&held) == 0 && held.size() == 4; }));
+    ASSERT_TRUE(Eventually([&] { return VeskVideoGetMsgResendQ(&held) == 0 && held.size() == 9; }));
     Install();
     std::vector<std::pair<uint32_t, uint32_t>> order;
     for (const Notified& n : g_notified) {
@@ -109,7 +109,15 @@ TEST_F(ServiceTest, DisplaysAreAnnouncedRightAfterInitInOrder)
         std::memcpy(&port, n.data.data(), sizeof port);
         order.emplace_back(n.id, port);
     }
-    EXPECT_EQ(order, (std::vector<std::pair<uint32_t, uint32_t>>{{100, 0}, {101, 0}, {100, 1}, {101, 1}}));
+    EXPECT_EQ(order, (std::vector<std::pair<uint32_t, uint32_t>>{{100, 0},
+                                                                 {101, 0},
+                                                                 {100, 1},
+                                                                 {101, 1},
+                                                                 {102, 0},
+                                                                 {103, 0},
+                                                                 {102, 1},
+                                                                 {102, 2},
+                                                                 {103, 2}})); // input 1 is unplugged
 }
 
 TEST_F(ServiceTest, AnOutputLivesFromOpenToClose)

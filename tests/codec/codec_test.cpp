@@ -1,0 +1,497 @@
+// Encoder and decoder channels and the codec capabilities: every request over its row.
+#include "interface/request_table.h"
+#include "vesk_video/vesk_video.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+using namespace recording;
+using namespace request_table;
+
+namespace {
+
+constexpr char kSource[] = "vesk_video_interface_codec";
+
+uint32_t g_number;
+
+VeskVideoEncParam EncParam(int32_t codcType)
+{
+    auto p = Pattern<VeskVideoEncParam>(1);
+    p.codcType = codcType, p.pt = 96, p.w = 1920, p.h = 1080, p.fr = 30, p.br = 4000000000;
+    p.secType = -1, p.stmType = -2, p.effect = -3, p.isDtFmtCfg = 255, p.dtFmtCap = 0x100000abcd;
+    return p;
+}
+
+VeskVideoEncParamEx EncParamEx(uint32_t p0, uint32_t p1 = 2, uint32_t p2 = 4, uint32_t p6 = 4)
+{
+    return {p0, p1, p2, 253, 254, 255, 0, p6, {1, 2, 3, 4}};
+}
+
+VeskVideoDecParam DecParam(int32_t codecType)
+{
+    return {codecType, 96, 1920, 1080, -1, {9, 9, 9, 9}, -2, -3};
+}
+
+} // namespace
+
+TEST(CodecRequests, EachOverItsRow)
+{
+    static const VeskVideoEncParam encParam = EncParam(4);
+    static const VeskVideoEncParamEx encParamEx = EncParamEx(50000);
+    static const VeskVideoDecParam decParam = DecParam(9);
+    static const auto decParamEx = Pattern<VeskVideoDecParamEx>(2);
+    static VeskVideoEncParam encRead;
+    static VeskVideoEncParamEx encExRead;
+    static VeskVideoEncStatus encStatus;
+    static VeskVideoEncChrStatistics encStatistics;
+    static VeskVideoDecParam decRead;
+    static VeskVideoDecStatus decStatus;
+    static VeskVideoDecChrStatistics decStatistics;
+    static auto encInfos = Pattern<std::array<VeskVideoEncStatusInfo, 2>>(3);
+    static auto decInfos = Pattern<std::array<VeskVideoDecStatusInfo, 2>>(3);
+    const Bytes infos = BytesOf(encInfos); // sent, and answered with the same
+
+    Drive(kSource,
+          std::vector<Row>{
+              {"VeskVideoEncoderCreate",
+               [] { return VeskVideoEncoderCreate(&g_number); },
+               Head(30),
+               {},
+               BytesOf(uint32_t{5}),
+               {Start("VESK_VIDEO_MSG_ENC_CREATE"), "L3 VeskVideoEncoderCreate enter."},
+               {"T3 #####send VESK_VIDEO_MSG_ENC_CREATE msg[0] 5 #####\n"},
+               Failed("VeskVideoEncoderCreate")},
+              {"VeskVideoEncoderDelete",
+               [] { return VeskVideoEncoderDelete(0xfffffffe); },
+               Head(31, 0xfffffffe),
+               {},
+               {},
+               {Start("VESK_VIDEO_MSG_ENC_DELETE"), "L3 VeskVideoEncoderDelete: encStmNo=4294967294."},
+               Done("VESK_VIDEO_MSG_ENC_DELETE"),
+               Failed("VeskVideoEncoderDelete")},
+              {"VeskVideoEncoderSetParam",
+               [] { return VeskVideoEncoderSetParam(4, &encParam); },
+               Head(32, 4),
+               BytesOf(encParam),
+               {},
+               {Start("VESK_VIDEO_MSG_SET_ENC_PARAM"),
+                "L3 VeskVideoEncoderSetParam:encStmNo=4, codcType=4, pt=96, w=1920, h=1080, fr=30, "
+                "br=4000000000, stmType=-2, "
+                "secType=-1, effect=-3, paramLen=72, isDtFmtCfg=255, dtFmtCap=0XABCD"},
+               Done("VESK_VIDEO_MSG_SET_ENC_PARAM"),
+               Failed("VeskVideoEncoderSetParam")},
+              {"VeskVideoEncoderSetQueHandle",
+               [] { return VeskVideoEncoderSetQueHandle(4, 5); },
+               Head(35, 4, 5),
+               {},
+               {},
+               {Start("VESK_VIDEO_MSG_SET_ENC_QUE_HANDLE"),
+                "L3 VeskVideoEncoderSetQueHandle:encStmNo=4, queId=5."},
+               Done("VESK_VIDEO_MSG_SET_ENC_QUE_HANDLE"),
+               Failed("VeskVideoEncoderSetQueHandle")},
+              {"VeskVideoEncoderGetParam",
+               [] { return VeskVideoEncoderGetParam(4, &encRead); },
+               Head(36, 4),
+               {},
+               BytesOf(encParam),
+               {"T3 #####send VESK_VIDEO_MSG_GET_ENC_PARAM start 4 #####\n"},
+               Done("VESK_VIDEO_MSG_GET_ENC_PARAM"),
+               Failed("VeskVideoEncoderGetParam")},
+              {"VeskVideoEncoderStart",
+               [] { return VeskVideoEncoderStart(4); },
+               Head(37, 4),
+               {},
+               {},
+               {Start("VESK_VIDEO_MSG_ENC_START"), "L3 VeskVideoEncoderStart: encStmNo=4."},
+               Done("VESK_VIDEO_MSG_ENC_START"),
+               Failed("VeskVideoEncoderStart")},
+              {"VeskVideoEncoderStop",
+               [] { return VeskVideoEncoderStop(4); },
+               Head(38, 4),
+               {},
+               {},
+               {Start("VESK_VIDEO_MSG_ENC_STOP"), "L3 VeskVideoEncoderStop: encStmNo=4."},
+               Done("VESK_VIDEO_MSG_ENC_STOP"),
+               Failed("VeskVideoEncoderStop")},
+              {"VeskVideoEncoderGetStatus",
+               [] { return VeskVideoEncoderGetStatus(4, &encStatus); },
+               Head(90, 4),
+               {},
+               Bytes(28),
+               {"T3 #####send VESK_VIDEO_MSG_ENCODER_GET_STATUS start 4 #####\n"},
+               DoneUnended("VESK_VIDEO_MSG_ENCODER_GET_STATUS"),
+               Failed("VeskVideoEncoderGetStatus")},
+              {"VeskVideoEncoderGetStatusInfos",
+               [] { return VeskVideoEncoderGetStatusInfos(2, encInfos.data(), 64); },
+               Head(91, 2),
+               infos,
+               infos,
+               {"T3 #####send VESK_VIDEO_MSG_ENCODER_GET_ALL_STATUS start#####"},
+               DoneUnended("VESK_VIDEO_MSG_ENCODER_GET_ALL_STATUS"),
+               Failed("VeskVideoEncoderGetStatusInfos")},
+              {"VeskVideoEncoderGetChrStatistics",
+               [] { return VeskVideoEncoderGetChrStatistics(4, &encStatistics); },
+               Head(92, 4),
+               {},
+               Bytes(104),
+               {"L3 Get encoder chrstatistics start!",
+                "T3 #####send VESK_VIDEO_MSG_ENCODER_GET_CHR_STATISTICS start 4 #####\n"},
+               DoneUnended("VESK_VIDEO_MSG_ENCODER_GET_CHR_STATISTICS"),
+               Failed("VeskVideoEncoderGetChrStatistics")},
+              {"VeskVideoEncoderForceKeyFrame",
+               [] { return VeskVideoEncoderForceKeyFrame(4); },
+               Head(96, 4),
+               {},
+               {},
+               {Start("VESK_VIDEO_MSG_ENC_FORCE_KEYFRAME"), "L3 VeskVideoEncoderForceKeyFrame:encStmNo=4."},
+               Done("VeskVideoEncoderForceKeyFrame"),
+               Failed("VeskVideoEncoderForceKeyFrame")},
+              {"VeskVideoEncoderModifyFrameRate",
+               [] { return VeskVideoEncoderModifyFrameRate(65536, 25); },
+               Head(97, 25),
+               {},
+               {},
+               {Start("VESK_VIDEO_MSG_ENC_MODIFY_FRAME_RATE"),
+                "L3 VeskVideoEncoderModifyFrameRate: encStmNo=65536 frameRate=25."},
+               Done("VESK_VIDEO_MSG_ENC_MODIFY_FRAME_RATE"),
+               Failed("VeskVideoEncoderModifyFrameRate")},
+              {"VeskVideoEncoderSetParamEx",
+               [] { return VeskVideoEncoderSetParamEx(4, &encParamEx); },
+               Head(135, 4),
+               BytesOf(encParamEx),
+               {},
+               {Start("VESK_VIDEO_MSG_SET_ENC_PARAM_EX"),
+                "L3 VeskVideoEncoderSetParamEx:encStmNo=4, 50000, 2, 4, 253, 254, 255"},
+               Done("VESK_VIDEO_MSG_SET_ENC_PARAM_EX"),
+               Failed("VeskVideoEncoderSetParamEx")},
+              {"VeskVideoEncoderGetParamEx",
+               [] { return VeskVideoEncoderGetParamEx(4, &encExRead); },
+               Head(136, 4),
+               {},
+               BytesOf(encParamEx),
+               {Start("VESK_VIDEO_MSG_GET_ENC_PARAM_EX")},
+               Done("VESK_VIDEO_MSG_GET_ENC_PARAM_EX"),
+               Failed("VeskVideoEncoderGetParamEx")},
+
+              {"VeskVideoDecoderCreate",
+               [] { return VeskVideoDecoderCreate(&g_number); },
+               Head(40),
+               {},
+               BytesOf(uint32_t{6}),
+               {Start("VESK_VIDEO_MSG_DEC_CREATE"), "L3 VeskVideoDecoderCreate enter."},
+               {"T3 #####send VESK_VIDEO_MSG_DEC_CREATE msg[0] no[6]#####\n"},
+               Failed("VeskVideoDecoderCreate")},
+              {"VeskVideoDecoderDelete",
+               [] { return VeskVideoDecoderDelete(4); },
+               Head(41, 4),
+               {},
+               {},
+               {Start("VESK_VIDEO_MSG_DEC_DELETE"), "L3 VeskVideoDecoderDelete: decStmNo=4."},
+               Done("VESK_VIDEO_MSG_DEC_DELETE"),
+               Failed("VeskVideoDecoderDelete")},
+              {"VeskVideoDecoderSetParam",
+               [] { return VeskVideoDecoderSetParam(4, &decParam); },
+               Head(42, 4),
+               BytesOf(decParam),
+               {},
+               {"T3 #####send VESK_VIDEO_MSG_SET_DEC_PARAM #####\n",
+                "L3 VeskVideoDecoderSetParam stmNo=4, payloadType=96, w=1920, h=1080, strmTyp=-2, "
+                "codecType=9, secType=-1, transType=-3"},
+               Done("VESK_VIDEO_MSG_SET_DEC_PARAM"),
+               Failed("VeskVideoDecoderSetParam")},
+              {"VeskVideoDecoderSetParamEx",
+               [] { return VeskVideoDecoderSetParamEx(4, &decParamEx); },
+               Head(43, 4),
+               BytesOf(decParamEx),
+               {},
+               {Start("VESK_VIDEO_MSG_SET_DEC_PARAMEX"), "L3 VeskVideoDecoderSetParamEx: decStmNo=4."},
+               Done("VESK_VIDEO_MSG_SET_DEC_PARAMEX"),
+               Failed("VeskVideoDecoderSetParamEx")},
+              {"VeskVideoDecoderSetQueHandle",
+               [] { return VeskVideoDecoderSetQueHandle(4, 5); },
+               Head(44, 4, 5),
+               {},
+               {},
+               {Start("VESK_VIDEO_MSG_SET_DEC_QUE_HANDLE"),
+                "L3 VeskVideoDecoderSetQueHandle: decStmNo=4 queId=5."},
+               Done("VESK_VIDEO_MSG_SET_DEC_QUE_HANDLE"),
+               Failed("VeskVideoDecoderSetQueHandle")},
+              {"VeskVideoDecoderGetParam",
+               [] { return VeskVideoDecoderGetParam(4, &decRead); },
+               Head(45, 4),
+               {},
+               BytesOf(decParam),
+               {"T3 #####send VESK_VIDEO_MSG_GET_DEC_PARAM start 4 #####\n"},
+               Done("VESK_VIDEO_MSG_GET_DEC_PARAM"),
+               Failed("VeskVideoDecoderGetParam")},
+              {"VeskVideoDecoderStart",
+               [] { return VeskVideoDecoderStart(4); },
+               Head(46, 4),
+               {},
+               {},
+               {Start("VESK_VIDEO_MSG_DEC_START"), "L3 VeskVideoDecoderStart: decStmNo=4."},
+               Done("VESK_VIDEO_MSG_DEC_START"),
+               Failed("VeskVideoDecoderStart")},
+              {"VeskVideoDecoderStop",
+               [] { return VeskVideoDecoderStop(4); },
+               Head(47, 4),
+               {},
+               {},
+               {Start("VESK_VIDEO_MSG_DEC_STOP"), "L3 VeskVideoDecoderStop: decStmNo=4."},
+               Done("VESK_VIDEO_MSG_DEC_STOP"),
+               Failed("VeskVideoDecoderStop")},
+              {"VeskVideoDecoderGetStatus",
+               [] { return VeskVideoDecoderGetStatus(4, &decStatus); },
+               Head(93, 4),
+               {},
+               Bytes(28),
+               {"T3 #####send VESK_VIDEO_MSG_DECODER_GET_STATUS start 4 #####"},
+               DoneUnended("VESK_VIDEO_MSG_DECODER_GET_STATUS"),
+               Failed("VeskVideoDecoderGetStatus")},
+              {"VeskVideoDecoderGetStatusInfos",
+               [] { return VeskVideoDecoderGetStatusInfos(2, decInfos.data(), 64); },
+               Head(94, 2),
+               infos,
+               infos,
+               {"T3 #####send VESK_VIDEO_MSG_DECODER_GET_ALL_STATUS start 2 64 #####"},
+               DoneUnended("VESK_VIDEO_MSG_DECODER_GET_ALL_STATUS"),
+               Failed("VeskVideoDecoderGetStatusInfos")},
+              {"VeskVideoDecoderGetChrStatistics",
+               [] { return VeskVideoDecoderGetChrStatistics(4, &decStatistics); },
+               Head(95, 4),
+               {},
+               Bytes(112),
+               {"T3 #####send VESK_VIDEO_MSG_DECODER_GET_CHR_STATISTICS start 4 #####"},
+               DoneUnended("VESK_VIDEO_MSG_DECODER_GET_CHR_STATISTICS"),
+               Failed("VeskVideoDecoderGetChrStatistics")},
+              {"VeskVideoDecoderSetAntiJitter",
+               [] { return VeskVideoDecoderSetAntiJitter(4, 255); },
+               Head(103, 4, 255),
+               {},
+               {},
+               {Start("VESK_VIDEO_MSG_SET_DEC_MOVE_STATE"),
+                "L3 VeskVideoDecoderSetAntiJitter: decStmNo=4 enableState=255."},
+               Done("VESK_VIDEO_MSG_SET_DEC_MOVE_STATE"),
+               Failed("VeskVideoDecoderSetAntiJitter")},
+          });
+    EXPECT_EQ(BytesOf(encRead), BytesOf(encParam));
+    EXPECT_EQ(BytesOf(decRead), BytesOf(decParam));
+}
+
+TEST(CodecRequests, RefusedBeforeAnythingIsSent)
+{
+    static const VeskVideoEncParam svcEnc = EncParam(3);
+    static const VeskVideoDecParam svcDec = DecParam(10);
+    static std::vector<VeskVideoEncStatusInfo> encInfos(131072);
+    static std::vector<VeskVideoDecStatusInfo> decInfos(131072);
+    const std::string encAll = "T3 #####send VESK_VIDEO_MSG_ENCODER_GET_ALL_STATUS start#####";
+    const auto decAll = [](const std::string& values) {
+        return "T3 #####send VESK_VIDEO_MSG_DECODER_GET_ALL_STATUS start " + values + " #####";
+    };
+    Drive(
+        kSource,
+        std::vector<Refusal>{
+            {"VeskVideoEncoderCreate",
+             [] { return VeskVideoEncoderCreate(nullptr); },
+             1,
+             {Start("VESK_VIDEO_MSG_ENC_CREATE"), "L1 VeskVideoEncoderCreate: encStmNo is NULL!"}},
+            {"VeskVideoEncoderSetParam",
+             [] { return VeskVideoEncoderSetParam(4, nullptr); },
+             2,
+             {Start("VESK_VIDEO_MSG_SET_ENC_PARAM"), "L1 VeskVideoEncoderSetParam: encParam is NULL!"}},
+            {"VeskVideoEncoderSetParam",
+             [] { return VeskVideoEncoderSetParam(4, &svcEnc); },
+             2,
+             {Start("VESK_VIDEO_MSG_SET_ENC_PARAM"),
+              "L3 VeskVideoEncoderSetParam:encStmNo=4, codcType=3, pt=96, w=1920, h=1080, fr=30, "
+              "br=4000000000, stmType=-2, "
+              "secType=-1, effect=-3, paramLen=72, isDtFmtCfg=255, dtFmtCap=0XABCD",
+              "L1 Do not support VESK_VIDEO_ENC_SVC_SW type"}},
+            {"VeskVideoEncoderGetParam",
+             [] { return VeskVideoEncoderGetParam(4, nullptr); },
+             2,
+             {"T3 #####send VESK_VIDEO_MSG_GET_ENC_PARAM start 4 #####\n",
+              "L1 VeskVideoEncoderGetParam: encParam is NULL!"}},
+            {"VeskVideoEncoderSetFecParam",
+             [] { return VeskVideoEncoderSetFecParam(4, nullptr); },
+             2,
+             {Start("VESK_VIDEO_MSG_SET_ENC_FEC_PARAM"),
+              "L1 VeskVideoEncoderSetFecParam: fecParam is NULL!"}},
+            {"VeskVideoEncoderGetStatus",
+             [] { return VeskVideoEncoderGetStatus(4, nullptr); },
+             2,
+             {"T3 #####send VESK_VIDEO_MSG_ENCODER_GET_STATUS start 4 #####\n",
+              "L1 VeskVideoEncoderGetStatus: status is NULL!"}},
+            {"VeskVideoEncoderGetStatusInfos",
+             [] { return VeskVideoEncoderGetStatusInfos(2, nullptr, 64); },
+             2,
+             {encAll, "L1 VeskVideoEncoderGetStatusInfos: status is NULL!"}},
+            {"VeskVideoEncoderGetStatusInfos",
+             [] { return VeskVideoEncoderGetStatusInfos(2, encInfos.data(), 63); }, 2,
+             After(encAll, OnBoth("decParam len error"))},
+            {"VeskVideoEncoderGetStatusInfos",
+             [] { return VeskVideoEncoderGetStatusInfos(0x8000001, encInfos.data(), 4194304); }, 2,
+             After(encAll, OnBoth("decParam len error"))}, // 32 bits would wrap to 32 bytes
+            {"VeskVideoEncoderGetStatusInfos",
+             [] { return VeskVideoEncoderGetStatusInfos(0, encInfos.data(), 64); }, 2,
+             After(encAll, OnBoth("VeskVideoEncoderGetStatusInfos failed[2]."))},
+            {"VeskVideoEncoderGetStatusInfos",
+             [] { return VeskVideoEncoderGetStatusInfos(131072, encInfos.data(), 4194304); }, 2,
+             After(encAll, OnBoth("VeskVideoEncoderGetStatusInfos failed[2]."))},
+            {"VeskVideoEncoderGetChrStatistics",
+             [] { return VeskVideoEncoderGetChrStatistics(4, nullptr); },
+             2,
+             {"L3 Get encoder chrstatistics start!",
+              "T3 #####send VESK_VIDEO_MSG_ENCODER_GET_CHR_STATISTICS start 4 #####\n",
+              "L1 VeskVideoEncoderGetChrStatistics: statistics is NULL!"}},
+            {"VeskVideoEncoderSetParamEx",
+             [] { return VeskVideoEncoderSetParamEx(4, nullptr); },
+             2,
+             {Start("VESK_VIDEO_MSG_SET_ENC_PARAM_EX"), "L1 VeskVideoEncoderSetParamEx: encParam is NULL!"}},
+            {"VeskVideoEncoderGetParamEx",
+             [] { return VeskVideoEncoderGetParamEx(4, nullptr); },
+             2,
+             {Start("VESK_VIDEO_MSG_GET_ENC_PARAM_EX"), "L1 VeskVideoEncoderGetParamEx: encParam is NULL!"}},
+            {"VeskVideoDecoderCreate",
+             [] { return VeskVideoDecoderCreate(nullptr); },
+             1,
+             {Start("VESK_VIDEO_MSG_DEC_CREATE"), "L3 VeskVideoDecoderCreate enter.",
+              "L1 VeskVideoDecoderCreate: decStmNo is NULL!"}},
+            {"VeskVideoDecoderSetParam",
+             [] { return VeskVideoDecoderSetParam(4, nullptr); },
+             1,
+             {"T3 #####send VESK_VIDEO_MSG_SET_DEC_PARAM #####\n",
+              "L1 VeskVideoDecoderSetParam: decParam is NULL!"}},
+            {"VeskVideoDecoderSetParam",
+             [] { return VeskVideoDecoderSetParam(4, &svcDec); },
+             2,
+             {"T3 #####send VESK_VIDEO_MSG_SET_DEC_PARAM #####\n",
+              "L3 VeskVideoDecoderSetParam stmNo=4, payloadType=96, w=1920, h=1080, strmTyp=-2, "
+              "codecType=10, secType=-1, transType=-3",
+              "T1 VeskVideoDecoderSetParam: Do not support VESK_VIDEO_DEC_SVC_SW type",
+              "L1 VeskVideoDecoderSetParam: Do not support VESK_VIDEO_DEC_SVC_SW type"}},
+            {"VeskVideoDecoderSetParamEx",
+             [] { return VeskVideoDecoderSetParamEx(4, nullptr); },
+             1,
+             {Start("VESK_VIDEO_MSG_SET_DEC_PARAMEX"), "L1 VeskVideoDecoderSetParamEx: decParamEx is NULL!"}},
+            {"VeskVideoDecoderGetParam",
+             [] { return VeskVideoDecoderGetParam(4, nullptr); },
+             2,
+             {"T3 #####send VESK_VIDEO_MSG_GET_DEC_PARAM start 4 #####\n",
+              "L1 VeskVideoDecoderGetParam: decParam is NULL!"}},
+            {"VeskVideoDecoderGetStatus",
+             [] { return VeskVideoDecoderGetStatus(4, nullptr); },
+             2,
+             {"T3 #####send VESK_VIDEO_MSG_DECODER_GET_STATUS start 4 #####",
+              "L1 VeskVideoDecoderGetStatus: status is NULL!"}},
+            {"VeskVideoDecoderGetStatusInfos",
+             [] { return VeskVideoDecoderGetStatusInfos(2, nullptr, 64); },
+             2,
+             {decAll("2 64"), "L1 VeskVideoDecoderGetStatusInfos: status is NULL!"}},
+            {"VeskVideoDecoderGetStatusInfos",
+             [] { return VeskVideoDecoderGetStatusInfos(2, decInfos.data(), 63); }, 2,
+             After(decAll("2 63"), OnBoth("VeskVideoDecoderGetStatusInfos:decParam len error"))},
+            {"VeskVideoDecoderGetStatusInfos",
+             [] { return VeskVideoDecoderGetStatusInfos(131072, decInfos.data(), 4194304); }, 2,
+             After(decAll("131072 4194304"), OnBoth("VeskVideoDecoderGetStatusInfos failed[2]."))},
+            {"VeskVideoDecoderGetChrStatistics",
+             [] { return VeskVideoDecoderGetChrStatistics(4, nullptr); },
+             2,
+             {"T3 #####send VESK_VIDEO_MSG_DECODER_GET_CHR_STATISTICS start 4 #####",
+              "L1 VeskVideoDecoderGetChrStatistics: statistics is NULL!"}},
+        });
+}
+
+TEST(CodecRequests, ExtendedParametersHaveRanges)
+{
+    const struct {
+        VeskVideoEncParamEx param;
+        bool isSent;
+    } cases[] = {
+        {EncParamEx(64), true},        {EncParamEx(63), false},          {EncParamEx(0), false},
+        {EncParamEx(50001), false},    {EncParamEx(UINT32_MAX), false},  {EncParamEx(64, 3), false},
+        {EncParamEx(64, 0, 5), false}, {EncParamEx(64, 0, 0, 5), false}, {EncParamEx(64, UINT32_MAX), false},
+    };
+    for (const auto& c : cases) {
+        Reset();
+        EXPECT_EQ(VeskVideoEncoderSetParamEx(1, &c.param), c.isSent ? 0U : 2U);
+        EXPECT_EQ(Get().sent.size(), c.isSent ? 1U : 0U);
+        if (!c.isSent) {
+            EXPECT_EQ(Get().lines.back(), "L1 vesk_video_interface_codec error encparamex param\n");
+        }
+    }
+}
+
+TEST(CodecRequests, TheFecLineIsWrittenEveryThousandthCall)
+{
+    const VeskVideoEncFecParam fec{0.25F, 7};
+    const std::string line =
+        "L3 vesk_video_interface_codec VeskVideoEncoderSetFecParam Begin, encStmNo[4], lossRate[0.250000], "
+        "constLostNum[7]";
+    std::vector<int> written;
+    for (int call = 1; call <= 1001; ++call) {
+        Reset();
+        Get().answer = [call](const Sent&) { return Answer{0, AnswerBytes(call == 500 ? 9 : 0)}; };
+        VeskVideoEncoderSetFecParam(4, nullptr); // does not count
+        EXPECT_EQ(VeskVideoEncoderSetFecParam(4, &fec), call == 500 ? 9U : 0U);
+        const auto lines = RequestLines();
+        EXPECT_EQ(lines[3], "T3 VeskVideoEncoderSetFecParam VeskVideoEncoderSetFecParam encStmNo=4 "
+                            "lossRate=0.250000 constLostNum=7.");
+        if (lines[4] == line)
+            written.push_back(call);
+        EXPECT_EQ(Get().sent.at(0).Payload(), BytesOf(fec));
+    }
+    EXPECT_EQ(written, (std::vector<int>{1, 1001}));
+}
+
+TEST(CodecRequests, CapabilitiesAreLoggedEntryByEntry)
+{
+    VeskVideoEncodeCapability encode{};
+    encode.codec[13] = {200, {}, 1, 2, 3, 4, 5, 6, 7, 8, 9, 1, {1, 0, 0, 2, 0, 0}, {1, 0, 255}, {}};
+    VeskVideoDecodeCapability decode{};
+    decode.maxChannel = 4000000000;
+    decode.codec[0] = {1, {}, 1, 2, 3, 4, 5, 1, 2, {0, 0, 0, 0, 0, 1}, {0, 0, 0}, 0};
+    VeskVideoEncodeCapability encodeRead;
+    VeskVideoDecodeCapability decodeRead;
+    Reset();
+    Get().answer = [&](const Sent& sent) {
+        return Answer{0, AnswerBytes(0, sent.Head().msgId == 98 ? BytesOf(encode) : BytesOf(decode))};
+    };
+    EXPECT_EQ(VeskVideoGetEncodeCapability(&encodeRead), 0U);
+    EXPECT_EQ(VeskVideoGetDecodeCapability(&decodeRead), 0U);
+    EXPECT_EQ(BytesOf(encodeRead), BytesOf(encode));
+    EXPECT_EQ(BytesOf(decodeRead), BytesOf(decode));
+    EXPECT_EQ(
+        RequestLines(),
+        (Lines{
+            "T3 VeskVideoGetEncodeCapability #####send VESK_VIDEO_MSG_GET_ENCODE_CAPABILITY start#####\n",
+            "L3 vesk_video_interface Get encode capability start",
+            "T3 VeskVideoGetEncodeCapability #####send VESK_VIDEO_MSG_GET_ENCODE_CAPABILITY msg[0]#####\n",
+            "L3 vesk_video_interface PrintVeskVideoEncodeCapability: maxChannel=0",
+            "L3 vesk_video_interface PrintVeskVideoEncodeCapability:Codec 13: support=200, blocksPs=1, "
+            "blockspf=2, "
+            "maxWidth=3, minWidth=4, maxHeight=5, minHeight=6, maxBandWidth=7, h264MaxLevel=8, "
+            "h265MaxLevel=9, "
+            "isSvc=1, profiles=[1,0,0,1,0,0], fecs=[1,0,1]",
+            "T3 VeskVideoGetDecodeCapability #####send VESK_VIDEO_MSG_GET_DECODE_CAPABILITY start#####\n",
+            "L3 vesk_video_interface Get decode capability start",
+            "L3 vesk_video_interface PrintVeskVideoDecodeCapability: maxChannel=4000000000",
+            "L3 vesk_video_interface PrintVeskVideoDecodeCapability: Codec 0: support=1, blocksPs=1, "
+            "maxWidth=2, "
+            "minWidth=3, maxHeight=4, minHeight=5, isSvc=1, isTile=2, profiles=[0,0,0,0,0,1], fecs=[0,0,0]",
+            "T3 VeskVideoGetDecodeCapability #####send VESK_VIDEO_MSG_GET_DECODE_CAPABILITY msg[0]#####\n",
+        }));
+    Reset();
+    Get().answer = [](const Sent&) { return Answer{0, AnswerBytes(9)}; };
+    EXPECT_EQ(VeskVideoGetEncodeCapability(&encodeRead), 9U);
+    EXPECT_EQ(RequestLines().back(), "L1 vesk_video_interface VESK_VIDEO_MSG_GET_ENCODE_CAPABILITY fail[9].");
+    EXPECT_EQ(VeskVideoGetDecodeCapability(&decodeRead), 9U);
+    EXPECT_EQ(RequestLines().back(), "L1 vesk_video_interface VESK_VIDEO_MSG_GET_DECODE_CAPABILITY fail[9].");
+    EXPECT_EQ(VeskVideoGetEncodeCapability(nullptr), 1U);
+    EXPECT_EQ(RequestLines().back(),
+              "L1 vesk_video_interface VeskVideoGetEncodeCapability: encodeCapability is NULL!");
+    EXPECT_EQ(VeskVideoGetDecodeCapability(nullptr), 1U);
+    EXPECT_EQ(RequestLines().back(),
+              "L1 vesk_video_interface VeskVideoGetDecodeCapability: decodeCapability is NULL!");
+}

@@ -1,0 +1,464 @@
+// Display composition, overlays, media jobs and queues: every request over its row.
+#include "interface/request_table.h"
+#include "platform/os_queue.h"
+#include "vesk_video/vesk_video.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+using namespace recording;
+using namespace request_table;
+
+// The queue operations of this program's platform.
+static std::vector<OsMemQueReq> g_created;
+static std::vector<std::pair<uint32_t, std::string>> g_initialised;
+static std::vector<std::pair<uint32_t, bool>> g_activated;
+static uint32_t g_createResult, g_initResult, g_activateResult;
+
+uint32_t OsShmAdvancedBuffCreateQueue(OsMemQueReq* request, uint32_t* queueId)
+{
+    g_created.push_back(*request);
+    if (g_createResult == 0)
+        *queueId = 500;
+    return g_createResult;
+}
+
+uint32_t OsShmAdvancedInitQueue(uint32_t queueId, const char* peerProcName)
+{
+    g_initialised.emplace_back(queueId, peerProcName);
+    return g_initResult;
+}
+
+uint32_t OsShmAdvancedActivateQueue(uint32_t queueId, bool enable)
+{
+    g_activated.emplace_back(queueId, enable);
+    return g_activateResult;
+}
+
+namespace {
+
+constexpr char kSource[] = "vesk_video_interface";
+
+uint32_t g_number;
+
+VeskVideoVoMultiPicParam Composition(uint32_t picNum)
+{
+    auto param = Pattern<VeskVideoVoMultiPicParam>(3);
+    param.picNum = picNum;
+    param.subPic[0].decFlag = 1;
+    param.subPic[0].inputId = 2;
+    param.subPic[0].sufaceFlag = 3;
+    param.subPic[0].winHandle = 0xfedcba9876543210;
+    param.subPic[0].colorSpace = 4;
+    param.subPic[0].mirror = 5;
+    param.subPic[0].showMode = 6;
+    param.subPic[0].basWidth = 7;
+    param.subPic[0].basHeight = 8;
+    return param;
+}
+
+VeskVideoDisplayInfo Mode(uint32_t displayMode)
+{
+    auto info = Pattern<VeskVideoDisplayInfo>(4);
+    info.displayMode = displayMode;
+    info.fps = 60;
+    return info;
+}
+
+Bytes Text(const std::string& text)
+{
+    Bytes bytes(text.size() + 1);
+    std::memcpy(bytes.data(), text.c_str(), bytes.size());
+    return bytes;
+}
+
+} // namespace
+
+TEST(DisplayRequests, EachOverItsRow)
+{
+    static const VeskVideoVoMultiPicParam composition = Composition(1);
+    static const VeskVideoVoMultiPicParam empty = Composition(0);
+    static const VeskVideoDisplayInfo mode = Mode(2);
+    static const std::string path(4095, 'i');
+    static const auto windows = Pattern<std::array<VeskVideoFilterWindow, 3>>(5);
+    static void* const window = reinterpret_cast<void*>(uintptr_t{32512});
+    static auto overlay = Pattern<VeskVideoOverlayParam>(6);
+    overlay.flag0 = 1, overlay.flag1 = 2, overlay.flag2 = 255;
+    for (uint32_t i = 0; i < 8; ++i)
+        overlay.value[i] = 4000000000 + i;
+    static auto snapshot = Pattern<VeskVideoSnapshotParam>(7);
+    snapshot.taskId = 4000000000;
+    static const auto wallpaper = Pattern<VeskVideoWallpaperParam>(8);
+    static const auto verify = Pattern<VeskVideoVerifyImageReq>(9);
+    static const auto vio = Pattern<VeskVideoVioCallbackParam>(10);
+    static const std::string server(63, 's');
+
+    Drive(
+        kSource,
+        std::vector<Row>{
+            {"VeskVideoVoSetSrc",
+             [] { return VeskVideoVoSetSrc(4, &composition); },
+             Head(25, 4),
+             BytesOf(composition),
+             {},
+             {Start("VESK_VIDEO_MSG_SET_VO_SRC"), "L3 VeskVideoVoSetSrc: outEngNo=4.",
+              "L3 VeskVideoVoSetSrc:picNum[0] decFlag[1] inputId[2] sufaceFlag[3] "
+              "winHandle[0xfedcba9876543210] colorSpace[4] "
+              "bas-width[7] bas-height[8] showMode[6] mirror[5]"},
+             Done("VESK_VIDEO_MSG_SET_VO_SRC"),
+             Failed("VeskVideoVoSetSrc")},
+            {"VeskVideoVoSetSrc",
+             [] { return VeskVideoVoSetSrc(4, &empty); },
+             Head(25, 4),
+             BytesOf(empty),
+             {},
+             {Start("VESK_VIDEO_MSG_SET_VO_SRC"), "L3 VeskVideoVoSetSrc: outEngNo=4."},
+             Done("VESK_VIDEO_MSG_SET_VO_SRC"),
+             Failed("VeskVideoVoSetSrc")},
+            {"VeskVideoVoSetDisplayMode",
+             [] { return VeskVideoVoSetDisplayMode(&mode); },
+             Head(154),
+             BytesOf(mode),
+             {},
+             {"L3 Set displayMode [2] fps[60]", "L3 VeskVideoVoSetDisplayMode:Set displayMode [2] fps[60]"},
+             DoneUnended("VESK_VIDEO_MSG_SET_DISPLAY_MODE"),
+             Failed("VeskVideoVoSetDisplayMode")},
+            {"VeskVideoVoSetDefaultImage",
+             [] { return VeskVideoVoSetDefaultImage(1, 2, path.c_str()); },
+             Head(146, 1, 2),
+             Text(path),
+             {},
+             {Start("VESK_VIDEO_MSG_SET_DEFAULT_IMAGE")},
+             Done("VESK_VIDEO_MSG_SET_DEFAULT_IMAGE"),
+             Failed("VeskVideoVoSetDefaultImage")},
+            {"VeskVideoVoSetByomSrEnable",
+             [] { return VeskVideoVoSetByomSrEnable(255); },
+             Head(143, 255),
+             {},
+             {},
+             {"L3 Set set byom enable[255]", "L3 #####send VESK_VIDEO_MSG_SET_SR_ENABLE start#####"},
+             DoneUnended("VESK_VIDEO_MSG_SET_SR_ENABLE"),
+             Failed("VeskVideoVoSetByomSrEnable")},
+            {"VeskVideoAddFilterWindows",
+             [] { return VeskVideoAddFilterWindows(6, 3, windows.data()); },
+             Head(144, 6, 3),
+             BytesOf(windows),
+             {},
+             {"L3 #####send VESK_VIDEO_MSG_SET_FILTER_WINDOW start 6 3#####"},
+             DoneUnended("VESK_VIDEO_MSG_SET_FILTER_WINDOW"),
+             Failed("VeskVideoAddFilterWindows")},
+            {"VeskVideoAddFilterWindows",
+             [] { return VeskVideoAddFilterWindows(6, 3, nullptr); },
+             Head(144, 6, 3),
+             {},
+             {},
+             {"L3 #####send VESK_VIDEO_MSG_SET_FILTER_WINDOW start 6 3#####"},
+             DoneUnended("VESK_VIDEO_MSG_SET_FILTER_WINDOW"),
+             Failed("VeskVideoAddFilterWindows")},
+            {"VeskVideoDeleteFilterWindows",
+             [] { return VeskVideoDeleteFilterWindows(6, 3, windows.data()); },
+             Head(145, 6, 3),
+             BytesOf(windows),
+             {},
+             {"T3 #####send VeskVideoDeleteFilterWindows start#####"},
+             DoneUnended("VeskVideoDeleteFilterWindows"),
+             Invalid("Send Syn Msg Fail!", "retVal")},
+            {"VeskVideoVoNotifyWindowDestroyed",
+             [] { return VeskVideoVoNotifyWindowDestroyed(1, window); },
+             Head(162, 32512, 1),
+             {},
+             {},
+             {Start("VESK_VIDEO_MSG_VO_WINDOW_DESTROY"),
+              "L3 VeskVideoVoNotifyWindowDestroyed: outEngNo=1 winHandle=0x7f00."},
+             Done("VESK_VIDEO_MSG_VO_WINDOW_DESTROY"),
+             Failed("VeskVideoVoNotifyWindowDestroyed")},
+
+            {"VeskVideoCreateOverlayChannel",
+             [] { return VeskVideoCreateOverlayChannel(3, 65537, &g_number); },
+             Head(155, 3, 0, 1),
+             {},
+             Bytes(4),
+             {"T3 #####send VESK_VIDEO_MSG_CREATE_OVERLAY_CHANNEL_PARAM start 3 65537 #####\n"},
+             DoneUnended("VESK_VIDEO_MSG_CREATE_OVERLAY_CHANNEL_PARAM"),
+             MessageFailed("VESK_VIDEO_MSG_CREATE_OVERLAY_CHANNEL_PARAM")},
+            {"VeskVideoGetOverlayQueHandle",
+             [] { return VeskVideoGetOverlayQueHandle(3, &g_number); },
+             Head(156, 3),
+             {},
+             Bytes(4),
+             {"T3 #####send VESK_VIDEO_MSG_GET_OVERLAY_QUE_HANDLE start 3 #####\n"},
+             DoneUnended("VESK_VIDEO_MSG_GET_OVERLAY_QUE_HANDLE"),
+             MessageFailed("VESK_VIDEO_MSG_GET_OVERLAY_QUE_HANDLE")},
+            {"VeskVideoSetOverlayParam",
+             [] { return VeskVideoSetOverlayParam(3, &overlay); },
+             Head(157, 3),
+             BytesOf(overlay),
+             {},
+             {Start("VESK_VIDEO_MSG_SET_OVERLAY_PARAM"),
+              "L3 VeskVideoSetOverlayParam: 3 1 2 255 4000000000 4000000001 4000000002 4000000003 4000000004 "
+              "4000000005 "
+              "4000000006 4000000007 0."},
+             DoneUnended("VESK_VIDEO_MSG_SET_OVERLAY_PARAM"),
+             MessageFailed("VESK_VIDEO_MSG_SET_OVERLAY_PARAM")},
+            {"VeskVideoDestroyOverlayChannel",
+             [] { return VeskVideoDestroyOverlayChannel(3); },
+             Head(158, 3),
+             {},
+             {},
+             {"L3 #####send VeskVideoDestroyOverlayChannel start 3 #####\n"},
+             DoneUnended("VESK_VIDEO_MSG_DESTROY_OVERLAY_PARAM"),
+             MessageFailed("VESK_VIDEO_MSG_DESTROY_OVERLAY_PARAM")},
+            {"VeskVideoEnableOverlay",
+             [] { return VeskVideoEnableOverlay(3, 1); },
+             Head(159, 3, 1),
+             {},
+             {},
+             {"L3 #####send VeskVideoEnableOverlay start 3 1 #####\n"},
+             DoneUnended("VESK_VIDEO_MSG_ENABLE_OVERLAY_PARAM"),
+             MessageFailed("VESK_VIDEO_MSG_ENABLE_OVERLAY_PARAM")},
+
+            {"VeskVideoGetSnapshot",
+             [] { return VeskVideoGetSnapshot(&snapshot, 2, 3); },
+             Head(72, 3, 2),
+             BytesOf(snapshot),
+             {},
+             {"L3 Get Snapshot Start!", Start("VESK_VIDEO_MSG_GET_SNAPSHOT")},
+             {"T3 #####send VESK_VIDEO_MSG_GET_SNAPSHOT msg[0] taskId[4000000000]#####\n"},
+             MessageFailed("VESK_VIDEO_MSG_GET_SNAPSHOT")},
+            {"VeskVideoSetStreamLoop",
+             [] { return VeskVideoSetStreamLoop(1, 2, 3, &g_number); },
+             Head(118),
+             BytesOf(std::array<uint32_t, 4>{1, 2, 3, 0}),
+             BytesOf(uint32_t{66}),
+             {"L3 #####send VESK_VIDEO_MSG_SET_LOOP_MODE start#####\n", "T3 encNo[1] decNo[2] mode[3]"},
+             DoneUnended("VESK_VIDEO_MSG_SET_LOOP_MODE"),
+             MessageFailed("VESK_VIDEO_MSG_SET_LOOP_MODE")},
+            {"VeskVideoSetStreamLoopEnable",
+             [] { return VeskVideoSetStreamLoopEnable(65537, 1); },
+             Head(119, 1, 0, 1),
+             {},
+             {},
+             {"L3 #####send VESK_VIDEO_MSG_SET_LOOP_START start 65537 1 #####\n"},
+             DoneUnended("VESK_VIDEO_MSG_SET_LOOP_START"),
+             MessageFailed("VESK_VIDEO_MSG_SET_LOOP_START")},
+            {"VeskVideoSetDynamicWallpapersStm",
+             [] { return VeskVideoSetDynamicWallpapersStm(&wallpaper); },
+             Head(101),
+             BytesOf(wallpaper),
+             {},
+             {"L3 Set dynamic wallpapers stm start!", Start("VESK_VIDEO_MSG_SET_WALLPAPER_INFO")},
+             Done("VESK_VIDEO_MSG_SET_WALLPAPER_INFO"),
+             After("L1 Set dynamic wallpapers stm result[9]", Invalid("Send Msg Fail!", "ret"))},
+            {"VeskVideoSetAnnotationStatus",
+             [] { return VeskVideoSetAnnotationStatus(65537, 2, 255); },
+             Head(75, 2, 255, 1),
+             {},
+             {},
+             {"L3 #####send VESK_VIDEO_MSG_SET_ANNOTATION_STATUS start#####\n"},
+             Done("VESK_VIDEO_MSG_SET_ANNOTATION_STATUS"),
+             After("L1 Set annotation status result[9]", Invalid("Send Msg Fail!", "ret"))},
+            {"VeskVideoVerifyImage",
+             [] { return VeskVideoVerifyImage(path.c_str(), &verify); },
+             Head(142, reinterpret_cast<uintptr_t>(path.c_str())),
+             BytesOf(verify),
+             {},
+             {"T3 #####send VESK_VIDEO_MSG_VERYFY_IMAGE start#####", "L3 VeskVideoVerifyImage ender."},
+             DoneUnended("VESK_VIDEO_MSG_VERYFY_IMAGE"),
+             Failed("VeskVideoVerifyImage")},
+            {"VeskVideoSetVioCallback",
+             [] { return VeskVideoSetVioCallback(4, &vio); },
+             Head(71, 4),
+             BytesOf(vio),
+             {},
+             {Start("VESK_VIDEO_MSG_SET_VIO_CALLBACK"), "L3 VeskVideoSetVioCallback: engNo=4."},
+             Done("VESK_VIDEO_MSG_SET_VIO_CALLBACK"),
+             After("L1 VeskVideoSetVioCallback fail, engNo[4] result[9]", Failed("VeskVideoSetVioCallback"))},
+
+            {"VeskVideoAdvancedQueueClientInit",
+             [] { return VeskVideoAdvancedQueueClientInit(server.c_str()); },
+             Head(88),
+             Text(server),
+             {},
+             {Start("VESK_VIDEO_MSG_ADVANCE_QUE_CLIENT_INIT"),
+              "L3 VeskVideoAdvancedQueueClientInit enter serverName:" + server + ".",
+              "L3 Init advanced queue client, serverName=" + server},
+             Done("VESK_VIDEO_MSG_ADVANCE_QUE_CLIENT_INIT"),
+             Failed("VeskVideoAdvancedQueueClientInit")},
+            {"VeskVideoBuffDestroyQueue",
+             [] { return VeskVideoBuffDestroyQueue(5); },
+             Head(134, 0, 5),
+             {},
+             {},
+             {"T3 ##### VESK_VIDEO_MSG_DESTROY_QUEUE start#####\n",
+              "L3 VeskVideoBuffDestroyQueue: memQueId=5."},
+             Done("VESK_VIDEO_MSG_DESTROY_QUEUE"),
+             Failed("VeskVideoBuffDestroyQueue")},
+        });
+}
+
+TEST(DisplayRequests, RefusedBeforeAnythingIsSent)
+{
+    static const VeskVideoVoMultiPicParam tooMany = Composition(26);
+    static const VeskVideoDisplayInfo badMode = Mode(3);
+    static const std::string longPath(4096, 'i');
+    static const std::string longServer(64, 's');
+    const std::string defaultImage = "L1 the length of filePath is nullptr or too long";
+    Drive(
+        kSource,
+        std::vector<Refusal>{
+            {"VeskVideoVoSetSrc",
+             [] { return VeskVideoVoSetSrc(1, nullptr); },
+             1,
+             {Start("VESK_VIDEO_MSG_SET_VO_SRC"), "L1 VeskVideoVoSetSrc: voMultiPicParam is NULL!"}},
+            {"VeskVideoVoSetSrc",
+             [] { return VeskVideoVoSetSrc(1, &tooMany); },
+             2,
+             {Start("VESK_VIDEO_MSG_SET_VO_SRC"), "L1 Set picNum[26] > VESK_VIDEO_MAX_SUBPIC_NUM"}},
+            {"VeskVideoVoSetDisplayMode",
+             [] { return VeskVideoVoSetDisplayMode(nullptr); },
+             2,
+             {"L3 param displayInfo is null"}},
+            {"VeskVideoVoSetDisplayMode",
+             [] { return VeskVideoVoSetDisplayMode(&badMode); },
+             2,
+             {"L3 Set displayMode [3] fps[60]", "L3 VeskVideoVoSetDisplayMode:Set displayMode [3] fps[60]",
+              "L1 displayMode [3] invalid"}},
+            {"VeskVideoVoSetDefaultImage",
+             [] { return VeskVideoVoSetDefaultImage(1, 2, nullptr); },
+             2,
+             {Start("VESK_VIDEO_MSG_SET_DEFAULT_IMAGE"), defaultImage}},
+            {"VeskVideoVoSetDefaultImage",
+             [] { return VeskVideoVoSetDefaultImage(1, 2, longPath.c_str()); },
+             2,
+             {Start("VESK_VIDEO_MSG_SET_DEFAULT_IMAGE"), defaultImage}},
+            {"VeskVideoCreateOverlayChannel", [] { return VeskVideoCreateOverlayChannel(1, 2, nullptr); }, 2,
+             After("T3 #####send VESK_VIDEO_MSG_CREATE_OVERLAY_CHANNEL_PARAM start 1 2 #####\n",
+                   OnBoth("VESK_VIDEO_MSG_CREATE_OVERLAY_CHANNEL_PARAM fail[2]."))},
+            {"VeskVideoGetOverlayQueHandle", [] { return VeskVideoGetOverlayQueHandle(1, nullptr); }, 2,
+             After("T3 #####send VESK_VIDEO_MSG_GET_OVERLAY_QUE_HANDLE start 1 #####\n",
+                   OnBoth("VESK_VIDEO_MSG_GET_OVERLAY_QUE_HANDLE fail[2]."))},
+            {"VeskVideoSetOverlayParam",
+             [] { return VeskVideoSetOverlayParam(1, nullptr); },
+             1,
+             {Start("VESK_VIDEO_MSG_SET_OVERLAY_PARAM"),
+              "L1 VeskVideoSetOverlayParam: overlayParam is NULL!"}},
+            {"VeskVideoGetSnapshot",
+             [] { return VeskVideoGetSnapshot(nullptr, 1, 2); },
+             1,
+             {"L3 Get Snapshot Start!", Start("VESK_VIDEO_MSG_GET_SNAPSHOT"),
+              "L1 VeskVideoGetSnapshot: param is NULL!"}},
+            {"VeskVideoSetStreamLoop",
+             [] { return VeskVideoSetStreamLoop(1, 2, 3, nullptr); },
+             2,
+             {"L3 #####send VESK_VIDEO_MSG_SET_LOOP_MODE start#####\n",
+              "L1 VeskVideoSetStreamLoop: loopHandle is NULL!"}},
+            {"VeskVideoSetDynamicWallpapersStm",
+             [] { return VeskVideoSetDynamicWallpapersStm(nullptr); },
+             2,
+             {"L3 Set dynamic wallpapers stm start!", Start("VESK_VIDEO_MSG_SET_WALLPAPER_INFO"),
+              "L1 wallpaperParam is nullptr"}},
+            {"VeskVideoVerifyImage",
+             [] { return VeskVideoVerifyImage(nullptr, nullptr); },
+             2,
+             {"T3 #####send VESK_VIDEO_MSG_VERYFY_IMAGE start#####", "L3 VeskVideoVerifyImage ender.",
+              "L1 VeskVideoVerifyImage: filePath is NULL!"}},
+            {"VeskVideoVerifyImage",
+             [] { return VeskVideoVerifyImage("path", nullptr); },
+             2,
+             {"T3 #####send VESK_VIDEO_MSG_VERYFY_IMAGE start#####", "L3 VeskVideoVerifyImage ender.",
+              "L1 VeskVideoVerifyImage: req is NULL!"}},
+            {"VeskVideoSetVioCallback",
+             [] { return VeskVideoSetVioCallback(1, nullptr); },
+             2,
+             {Start("VESK_VIDEO_MSG_SET_VIO_CALLBACK"), "L3 VeskVideoSetVioCallback: engNo=1.",
+              "L1 VeskVideoSetVioCallback: param is NULL!"}},
+            {"VeskVideoAdvancedQueueClientInit",
+             [] { return VeskVideoAdvancedQueueClientInit(nullptr); },
+             1,
+             {Start("VESK_VIDEO_MSG_ADVANCE_QUE_CLIENT_INIT"),
+              "L1 VeskVideoAdvancedQueueClientInit: serverName is NULL!"}},
+            {"VeskVideoAdvancedQueueClientInit",
+             [] { return VeskVideoAdvancedQueueClientInit(longServer.c_str()); },
+             1,
+             {Start("VESK_VIDEO_MSG_ADVANCE_QUE_CLIENT_INIT"),
+              "L3 VeskVideoAdvancedQueueClientInit enter serverName:" + longServer + ".",
+              "L3 Init advanced queue client, serverName=" + longServer,
+              "L1 memcpy_s Fail serverName[" + longServer + "]"}},
+            {"VeskVideoAdvancedQueueClientInit",
+             [] { return VeskVideoAdvancedQueueClientInit("abc\r"); },
+             2,
+             {Start("VESK_VIDEO_MSG_ADVANCE_QUE_CLIENT_INIT"),
+              "L3 VeskVideoAdvancedQueueClientInit enter serverName:abc\r.",
+              "L3 Init advanced queue client, serverName=abc\r", "L3 param serverName has unsafe character"}},
+            {"VeskVideoBuffCreateQueue",
+             [] { return VeskVideoBuffCreateQueue(nullptr); },
+             1,
+             {"L3 ##### VeskVideoBuffCreateQueue start#####",
+              "L1 VeskVideoBuffCreateQueue: memQueId is NULL!"}},
+        });
+}
+
+TEST(DisplayRequests, EveryPictureHasItsLine)
+{
+    Reset();
+    const VeskVideoVoMultiPicParam full = Composition(25);
+    EXPECT_EQ(VeskVideoVoSetSrc(1, &full), 0U);
+    const auto lines = RequestLines();
+    ASSERT_EQ(lines.size(), 28U);
+    EXPECT_NE(lines[26].find("VeskVideoVoSetSrc:picNum[24] decFlag["), std::string::npos);
+}
+
+TEST(QueueRequests, AQueueIsCreatedPreparedAndAnnounced)
+{
+    uint32_t queue = 0;
+    g_createResult = 9; // not reported; the number is used again
+    g_initResult = 3;
+    Reset();
+    EXPECT_EQ(VeskVideoBuffCreateQueue(&queue), 3U);
+    EXPECT_EQ(queue, 1U);
+    EXPECT_EQ(g_initialised.back(), std::pair(1U, std::string("VIDEO")));
+    EXPECT_TRUE(Get().sent.empty());
+    EXPECT_EQ(RequestLines().back(), "L1 vesk_video_interface VESK_VIDEO_MSG_CREATE_QUEUE fail[3].");
+
+    g_createResult = g_initResult = 0;
+    Reset();
+    EXPECT_EQ(VeskVideoBuffCreateQueue(&queue), 0U);
+    EXPECT_EQ(queue, 500U);
+    EXPECT_EQ(BytesOf(Get().sent.at(0).Head()), BytesOf(Head(133, 0, 500)));
+    EXPECT_EQ(
+        RequestLines(),
+        (Lines{
+            "L3 vesk_video_interface ##### VeskVideoBuffCreateQueue start#####",
+            "L3 vesk_video_interface memReqCnt[2000]",
+            "T3 VeskVideoBuffCreateQueue OsMemQueReq : name:[vid_2k_2000_0],id[1],cnt[2000]",
+            "L3 vesk_video_interface OsMemQueReq : name:[vid_2k_2000_0],id[1],cnt[2000]",
+            "T3 VeskVideoBuffCreateQueue ##### VeskVideoBuffCreateQueue memQueId[vid_2k_2000_0][500]#####",
+            "T3 VeskVideoBuffCreateQueue #####send VESK_VIDEO_MSG_CREATE_QUEUE msg[0]#####\n",
+        }));
+    Get().answer = [](const Sent&) { return Answer{0, AnswerBytes(9)}; };
+    EXPECT_EQ(VeskVideoBuffCreateQueue(&queue), 9U);
+    EXPECT_EQ(RequestLines().back(), "L1 vesk_video_interface VESK_VIDEO_MSG_CREATE_QUEUE fail[9].");
+    ASSERT_EQ(g_created.size(), 3U);
+    EXPECT_STREQ(g_created[0].name, "vid_2k_2000_0");
+    EXPECT_STREQ(g_created[1].name, "vid_2k_2000_0");
+    EXPECT_STREQ(g_created[2].name, "vid_2k_2000_1");
+    EXPECT_EQ(g_created[2].id, 1U);
+    EXPECT_EQ(g_created[2].cnt, 2000U);
+    Get().failingCopy = 1;
+    EXPECT_EQ(VeskVideoBuffCreateQueue(&queue), 1U);
+    EXPECT_EQ(RequestLines().back(), "L1 vesk_video_interface memcpy_sp Fail");
+}
+
+TEST(QueueRequests, AQueueIsSwitchedLocally)
+{
+    Reset();
+    EXPECT_EQ(VeskVideoActivateQueue(8, 5), 0U);
+    g_activateResult = 7;
+    EXPECT_EQ(VeskVideoActivateQueue(9, 0), 1U);
+    EXPECT_EQ(g_activated, (std::vector<std::pair<uint32_t, bool>>{{8, true}, {9, false}}));
+    EXPECT_TRUE(Get().sent.empty());
+    EXPECT_EQ(
+        Get().lines[0],
+        "T3 VeskVideoActivateQueue ##### VeskVideoActivateQueue start queueId[8] bEnableOrDisable[5]#####\n");
+}

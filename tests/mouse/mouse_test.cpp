@@ -1,0 +1,197 @@
+// Mouse streams: every request over its row.
+#include "interface/request_table.h"
+#include "vesk_video/vesk_video.h"
+
+#include <gtest/gtest.h>
+
+using namespace recording;
+using namespace request_table;
+
+namespace {
+
+constexpr char kSource[] = "vesk_video_interface_mouse";
+
+uint32_t g_number;
+
+} // namespace
+
+TEST(MouseRequests, EachOverItsRow)
+{
+    const uint32_t wide = 65541; // travels as 5 in 16 bits
+    static const auto area = Pattern<VeskVideoMouseArea>(1);
+    static const auto param = Pattern<VeskVideoLocalMouseParam>(2);
+    const Lines invalid = Invalid("Send Msg Fail!", "retVal");
+    const auto both = [](const std::string& text) { return Lines{"T3 " + text, "L3 " + text}; };
+
+    Drive(kSource,
+          std::vector<Row>{
+              {"VeskVideoRemoteMouseOpen",
+               [] { return VeskVideoRemoteMouseOpen(255, &g_number); },
+               Head(56, 255),
+               {},
+               BytesOf(uint32_t{8}),
+               both("send VESK_VIDEO_MSG_OPEN_MOUSE_PORT start"),
+               {"T3 #####send VESK_VIDEO_MSG_OPEN_MOUSE_PORT msg[0], mouseStmNo[8] #####\n"},
+               invalid},
+              {"VeskVideoRemoteMouseSetQueHandle",
+               [=] { return VeskVideoRemoteMouseSetQueHandle(wide, 6); },
+               Head(58, 6, 0, 5),
+               {},
+               {},
+               both("send VESK_VIDEO_MSG_SET_MOUSE_QUE_HANDLE start"),
+               {"T3 #####send VESK_VIDEO_MSG_SET_MOUSE_QUE_HANDLE msg[0], mouseStmNo[65541] #####\n"},
+               invalid},
+              {"VeskVideoRemoteMouseConnect",
+               [=] { return VeskVideoRemoteMouseConnect(wide, 6); },
+               Head(59, 6, 0, 5),
+               {},
+               {},
+               both("send VESK_VIDEO_MSG_MOUSE_CONNECT start"),
+               {"T3 #####send VESK_VIDEO_MSG_MOUSE_CONNECT msg[0], mouseStmNo[65541], decStmNo[6] #####\n"},
+               invalid},
+              {"VeskVideoRemoteMouseStart",
+               [] { return VeskVideoRemoteMouseStart(5); },
+               Head(60, 0, 0, 5),
+               {},
+               {},
+               {},
+               {"T3 #####send VESK_VIDEO_MSG_MOUSE_START msg[0], mouseStmNo[5] #####\n"},
+               invalid},
+              {"VeskVideoRemoteMouseStop",
+               [] { return VeskVideoRemoteMouseStop(5); },
+               Head(61, 0, 0, 5),
+               {},
+               {},
+               both("#####send VESK_VIDEO_MSG_MOUSE_STOP start#####"),
+               {"T3 #####send VESK_VIDEO_MSG_MOUSE_STOP msg[0], mouseStmNo[5] #####\n"},
+               invalid},
+              {"VeskVideoRemoteMouseClose",
+               [] { return VeskVideoRemoteMouseClose(5); },
+               Head(62, 0, 0, 5),
+               {},
+               {},
+               both("send VESK_VIDEO_MSG_CLOSE_MOUSE_PORT start"),
+               {"T3 send VESK_VIDEO_MSG_CLOSE_MOUSE_PORT msg[0], mouseStmNo[5] \n"},
+               invalid},
+              {"VeskVideoRemoteMouseSetBackgroundArea",
+               [=] { return VeskVideoRemoteMouseSetBackgroundArea(wide, &area); },
+               Head(130, wide),
+               BytesOf(area),
+               {},
+               {"L3 #####send VESK_VIDEO_MSG_SET_REMOTE_MOUSE_BACKGRAND_AREA start#####\n"},
+               {"L3 #####send VESK_VIDEO_MSG_SET_REMOTE_MOUSE_BACKGRAND_AREA msg ret[0]#####\n"},
+               invalid},
+              {"VeskVideoLocalMouseOpen",
+               [] { return VeskVideoLocalMouseOpen(&g_number); },
+               Head(121),
+               {},
+               BytesOf(uint32_t{9}),
+               both("send VESK_VIDEO_MSG_OPEN_LOCAL_MOUSE start"),
+               {"T3 send VESK_VIDEO_MSG_OPEN_LOCAL_MOUSE msg[0], mouseStmNo[9] \n"},
+               invalid},
+              {"VeskVideoLocalMouseStart",
+               [] { return VeskVideoLocalMouseStart(65536); },
+               Head(122),
+               {},
+               {},
+               both("#####send VESK_VIDEO_MSG_START_LOCAL_MOUSE start#####"),
+               {"T3 #####send VESK_VIDEO_MSG_START_LOCAL_MOUSE msg[0], mouseStmNo[65536] #####\n"},
+               invalid},
+              {"VeskVideoLocalMouseStop",
+               [] { return VeskVideoLocalMouseStop(5); },
+               Head(123, 0, 0, 5),
+               {},
+               {},
+               both("#####send VESK_VIDEO_MSG_STOP_LOCAL_MOUSE start#####"),
+               {"T3 #####send VESK_VIDEO_MSG_STOP_LOCAL_MOUSE msg[0], mouseStmNo[5] #####\n"},
+               invalid},
+              {"VeskVideoLocalMouseSetIndependent",
+               [=] { return VeskVideoLocalMouseSetIndependent(wide, 255); },
+               Head(124, wide, 255),
+               {},
+               {},
+               both("send VESK_VIDEO_MSG_SET_LOCAL_MOUSE_INDEPENDENT start"),
+               {"T3 send VESK_VIDEO_MSG_SET_LOCAL_MOUSE_INDEPENDENT msg[0], mouseStmNo[65541]\n"},
+               invalid},
+              {"VeskVideoLocalMouseSetParam",
+               [=] { return VeskVideoLocalMouseSetParam(wide, &param); },
+               Head(125, wide),
+               BytesOf(param),
+               {},
+               both("send VESK_VIDEO_MSG_SET_LOCAL_MOUSE_PARAM start"),
+               {"T3 send VESK_VIDEO_MSG_SET_LOCAL_MOUSE_PARAM msg[0], mouseStmNo[65541]\n"},
+               invalid},
+              {"VeskVideoLocalMouseSetParam",
+               [] { return VeskVideoLocalMouseSetParam(5, nullptr); },
+               Head(125, 5),
+               {},
+               {},
+               both("send VESK_VIDEO_MSG_SET_LOCAL_MOUSE_PARAM start"),
+               {"T3 send VESK_VIDEO_MSG_SET_LOCAL_MOUSE_PARAM msg[0], mouseStmNo[5]\n"},
+               invalid},
+              {"VeskVideoLocalMouseAttach",
+               [=] { return VeskVideoLocalMouseAttach(wide, 6); },
+               Head(126, wide, 6),
+               {},
+               {},
+               both("send VESK_VIDEO_MSG_ATTACH_LOCAL_MOUSE start"),
+               {"T3 send VESK_VIDEO_MSG_ATTACH_LOCAL_MOUSE msg[0], mouseStmNo[65541] \n"},
+               invalid},
+              {"VeskVideoLocalMouseShowEnable",
+               [=] { return VeskVideoLocalMouseShowEnable(wide, 1); },
+               Head(127, wide, 1),
+               {},
+               {},
+               {"L3 Set local mouse show enable start!",
+                "T3 send VESK_VIDEO_MSG_LOCAL_MOUSE_SHOW_ENABLE start\n"},
+               {"T3 send VESK_VIDEO_MSG_LOCAL_MOUSE_SHOW_ENABLE msg[0]\n"},
+               After("L1 Set local mouse show enable, result[9]!", invalid)},
+              {"VeskVideoLocalMouseSetQueHandle",
+               [=] { return VeskVideoLocalMouseSetQueHandle(wide, 6); },
+               Head(128, 6, 0, 5),
+               {},
+               {},
+               both("#####send VESK_VIDEO_MSG_SET_MOUSE_QUE_HANDLE start#####"),
+               {"T3 #####send VESK_VIDEO_MSG_SET_MOUSE_QUE_HANDLE msg[0], mouseStmNo[65541] #####\n"},
+               invalid},
+              {"VeskVideoLocalMouseClose",
+               [] { return VeskVideoLocalMouseClose(5); },
+               Head(129, 0, 0, 5),
+               {},
+               {},
+               both("send VESK_VIDEO_MSG_CLOSE_LOCAL_MOUSE start"),
+               {"T3 send VESK_VIDEO_MSG_CLOSE_LOCAL_MOUSE msg[0], mouseStmNo[5] \n"},
+               invalid},
+          });
+}
+
+TEST(MouseRequests, RefusedBeforeAnythingIsSent)
+{
+    Drive(
+        kSource,
+        std::vector<Refusal>{
+            {"VeskVideoRemoteMouseOpen",
+             [] { return VeskVideoRemoteMouseOpen(1, nullptr); },
+             1,
+             {"T3 send VESK_VIDEO_MSG_OPEN_MOUSE_PORT start", "L3 send VESK_VIDEO_MSG_OPEN_MOUSE_PORT start",
+              "L1 VeskVideoRemoteMouseOpen: mouseStmNo is NULL!"}},
+            {"VeskVideoLocalMouseOpen",
+             [] { return VeskVideoLocalMouseOpen(nullptr); },
+             1,
+             {"T3 send VESK_VIDEO_MSG_OPEN_LOCAL_MOUSE start",
+              "L3 send VESK_VIDEO_MSG_OPEN_LOCAL_MOUSE start",
+              "L1 VeskVideoLocalMouseOpen: localMouseStmNo is NULL!"}},
+            {"VeskVideoRemoteMouseSetBackgroundArea",
+             [] { return VeskVideoRemoteMouseSetBackgroundArea(1, nullptr); },
+             1,
+             {"L3 #####send VESK_VIDEO_MSG_SET_REMOTE_MOUSE_BACKGRAND_AREA start#####\n",
+              "L1 VeskVideoRemoteMouseSetBackgroundArea: area is NULL!"}},
+            {"stubs",
+             [] {
+                 return VeskVideoRemoteMouseSetIndependent(1) + VeskVideoRemoteMouseAttach("any", 2.0) +
+                        VeskVideoRemoteMouseForwardEnable() + VeskVideoLocalMouseSetShowArea(1, 2, 3);
+             },
+             0,
+             {}},
+        });
+}
