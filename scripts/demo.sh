@@ -15,7 +15,7 @@ esac
 install_packages
 echo "building"
 quietly cmake --preset release
-quietly cmake --build --preset release --target vesk-video-service display_tour
+quietly cmake --build --preset release --target vesk-video-service display_tour device_tour
 
 VESK_RUNTIME_DIR=$(mktemp -d)
 export VESK_RUNTIME_DIR
@@ -37,6 +37,8 @@ cat "$service_out"
 grep -q serving "$service_out" || { echo "the service did not start" >&2; exit 1; }
 
 build/release/examples/display_tour
+echo
+build/release/examples/device_tour
 
 kill -TERM "$service_pid"
 wait "$service_pid" || { echo "the service ended with status $?" >&2; exit 1; }
