@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds a preset and runs all its tests.
 #
-#   scripts/test.sh [dev|release|asan|tsan|clang]     dev unless said otherwise
+#   scripts/test.sh [dev|release|asan|tsan|clang|aarch64]     dev unless said otherwise
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
@@ -10,7 +10,11 @@ preset=${1:-dev}
 case "$preset" in
   dev | release | asan | tsan) install_packages ;;
   clang) install_packages clang-14 ;;
-  *) echo "usage: $0 [dev|release|asan|tsan|clang]" >&2; exit 2 ;;
+  aarch64)
+    dpkg --print-foreign-architectures | grep -qx arm64 || as_root dpkg --add-architecture arm64
+    install_packages g++-aarch64-linux-gnu qemu-user libspdlog-dev:arm64 libgtest-dev:arm64
+    ;;
+  *) echo "usage: $0 [dev|release|asan|tsan|clang|aarch64]" >&2; exit 2 ;;
 esac
 
 jobs=$(nproc)

@@ -50,12 +50,16 @@ Child Child::Fork(const std::function<void()>& body)
 
 Child Child::Start(const std::string& program, const std::vector<std::string>& arguments)
 {
-    std::vector<char*> argv{const_cast<char*>(program.c_str())};
+    const std::string emulator = VESK_EMULATOR;
+    std::vector<char*> argv;
+    if (!emulator.empty())
+        argv.push_back(const_cast<char*>(emulator.c_str()));
+    argv.push_back(const_cast<char*>(program.c_str()));
     for (const std::string& argument : arguments)
         argv.push_back(const_cast<char*>(argument.c_str()));
     argv.push_back(nullptr);
     return Fork([&] {
-        execv(program.c_str(), argv.data());
+        execv(argv[0], argv.data());
         _exit(127);
     });
 }
