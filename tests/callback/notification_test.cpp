@@ -386,8 +386,7 @@ TEST_F(NotificationTest, NamesThatCannotBePrintedAreLeftOut)
 TEST_F(NotificationTest, LinesOfTheMessageLibraryArePassedOn)
 {
     CreateRecvMsgProcEntry();
-    for (int i = 0; i < 1000 && Get().routines.empty(); ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    EXPECT_EQ(AwaitRoutine(), "VAPI");
     ASSERT_NE(Get().logFunction, nullptr);
     Get().lines.clear();
     for (const uint32_t level : {1U, 2U, 3U, 4U})

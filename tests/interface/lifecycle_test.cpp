@@ -6,7 +6,6 @@
 
 #include <cstring>
 #include <stdexcept>
-#include <thread>
 
 using namespace recording;
 
@@ -40,13 +39,6 @@ std::vector<std::string> ModuleLines()
     return lines;
 }
 
-void AwaitReceiveThread()
-{
-    for (int i = 0; i < 1000 && Get().routines.empty(); ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    ASSERT_EQ(Get().routines, std::vector<std::string>{"VAPI"});
-}
-
 class LifecycleTest : public testing::Test {
 protected:
     void SetUp() override { Reset(); }
@@ -60,7 +52,7 @@ TEST_F(LifecycleTest, InitAnnouncesTheHooksName)
     g_hookName = "fifteen-letters";
     g_veskVideoCallBackPtr = Ignore;
     ASSERT_EQ(VeskVideoInit(), VESK_VIDEO_OK);
-    AwaitReceiveThread();
+    EXPECT_EQ(AwaitRoutine(), "VAPI");
     EXPECT_EQ(VeskVideoGetCallbackPtr(), nullptr);
     ASSERT_EQ(Get().sent.size(), 1U);
     const Sent& sent = Get().sent[0];
@@ -99,7 +91,7 @@ TEST_F(LifecycleTest, WithoutAUsableNameTheFallbackIsTaken)
         g_hookName = c.name;
         g_hookThrows = c.throws;
         EXPECT_EQ(VeskVideoInit(), VESK_VIDEO_OK);
-        AwaitReceiveThread();
+        EXPECT_EQ(AwaitRoutine(), "VAPI");
         const auto lines = ModuleLines();
         EXPECT_EQ(lines[0], "L1 vesk_video_interface Get procName faild. " + c.values);
         EXPECT_EQ(lines[1], lines[0]);

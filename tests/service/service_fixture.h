@@ -22,7 +22,7 @@ struct Notified {
     std::string data;
 };
 inline std::mutex g_lock;
-inline std::vector<Notified> g_notified;
+inline auto& g_notified = *new std::vector<Notified>; // outlives the receive thread, which never ends
 
 inline uint32_t OnNotification(uint32_t notifyId, void* data, uint32_t dataLen)
 {

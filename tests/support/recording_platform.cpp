@@ -5,6 +5,7 @@
 #include "platform/secure_memory.h"
 
 #include <algorithm>
+#include <condition_variable>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -17,10 +18,13 @@ namespace {
 
 // The receive thread of the library and the test's own thread come here at once.
 std::mutex g_lock;
+std::string g_routine; // the task whose loop was run last
+std::condition_variable g_routineRuns;
 constexpr uint32_t kThreshold = 77;
 constexpr uint32_t kLogId = 88;
 
-void Record(const std::string& origin, const char* format, va_list values)
+__attribute__((format(printf, 2, 0))) void Record(const std::string& origin, const char* format,
+                                                  va_list values)
 {
     char text[8192];
     std::vsnprintf(text, sizeof text, format, values);
@@ -55,7 +59,15 @@ void Reset()
 {
     const std::lock_guard guard(g_lock);
     Get() = Platform{};
+    g_routine.clear();
     Get().answer = [](const Sent&) { return Answer{0, AnswerBytes(0)}; };
+}
+
+std::string AwaitRoutine()
+{
+    std::unique_lock guard(g_lock);
+    g_routineRuns.wait_for(guard, std::chrono::seconds(10), [] { return !g_routine.empty(); });
+    return g_routine;
 }
 
 std::vector<std::string> RequestLines()
@@ -167,7 +179,8 @@ uint32_t OsMsgRegTask(const char* taskName, uint32_t queueDepth, uint32_t (*msgP
 void OsMsgTaskRoutineByName(const char* taskName)
 {
     const std::lock_guard guard(g_lock);
-    Get().routines.push_back(taskName);
+    g_routine = taskName;
+    g_routineRuns.notify_all();
 }
 
 void OsMsgSetLogLevel(uint32_t level)

@@ -46,7 +46,6 @@ struct Platform {
     std::vector<Sent> sent;
     std::vector<RegisteredTask> tasks;
     std::vector<std::pair<uint32_t, cpu_set_t>> affinities;
-    std::vector<std::string> routines; ///< Tasks whose loop was run.
     void (*logFunction)(uint32_t, const char*) = nullptr;
     uint32_t logLevel = 0;
     int unreleased = 0; ///< Answers handed out and not given back.
@@ -65,6 +64,9 @@ Platform& Get();
 
 /// Forgets everything recorded and told; synchronous requests are then answered with 0 and no payload.
 void Reset();
+
+/// Waits until a receive thread runs a task's loop; the task's name, or nothing after ten seconds.
+std::string AwaitRoutine();
 
 /// The lines without the transport's own about sending and receiving.
 std::vector<std::string> RequestLines();
