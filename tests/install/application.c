@@ -1,0 +1,13 @@
+/* An application in C, built against an installed interface alone. */
+#include <vesk_video/vesk_video.h>
+
+#include <stdio.h>
+
+int main(void)
+{
+    uint32_t displays = 0;
+    if (VeskVideoInit() != VESK_VIDEO_OK || VeskVideoGetVoCount(&displays) != VESK_VIDEO_OK)
+        return 1;
+    printf("C: %u displays\n", displays);
+    return displays == 2 && VeskVideoExit() == VESK_VIDEO_OK ? 0 : 2;
+}

@@ -1,0 +1,48 @@
+#!/usr/bin/env bash
+# Installs a build into a prefix, moves the prefix elsewhere, builds two applications against nothing else,
+# and runs them with the installed service.
+#
+#   run.sh BUILD-DIR WORK-DIR C-COMPILER C++-COMPILER LIBDIR TOOLCHAIN-FILE EMULATOR SANITIZERS
+set -euo pipefail
+build=$1 work=$2 cc=$3 cxx=$4 libdir=$5 toolchain=$6 emulator=$7 sanitize=$8
+here=$(dirname "$0")
+flags=()
+[ -z "$sanitize" ] || flags=("-fsanitize=$sanitize")
+
+rm -rf "$work"
+mkdir -p "$work/first/lib" "$work/first/bin"
+echo "somebody else's" >"$work/first/lib/foreign.txt"
+cmake --install "$build" --prefix "$work/first" >/dev/null
+prefix=$work/moved
+mv "$work/first" "$prefix"
+[ "$(cat "$prefix/lib/foreign.txt")" = "somebody else's" ]
+for name in libvesk_video_interface.so libvesk_video_interface.so.2 libvesk_video_interface.so.2.1.2; do
+  [ -e "$prefix/$libdir/$name" ] || { echo "$name is not installed" >&2; exit 1; }
+done
+if grep -rIl "$work/first\|$build" "$prefix/$libdir/cmake" "$prefix/$libdir/pkgconfig" "$prefix/include"; then
+  echo "these files hold a path of the build" >&2
+  exit 1
+fi
+
+export PKG_CONFIG_LIBDIR=$prefix/$libdir/pkgconfig
+read -ra wanted <<<"$(pkg-config --cflags --libs vesk_video_interface)"
+"$cc" "${flags[@]}" -std=c11 -Wall -Wextra -Werror "$here/application.c" "${wanted[@]}" -o "$work/application_c"
+cmake -S "$here" -B "$work/outside" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_FIND_ROOT_PATH="$prefix" \
+  -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_TOOLCHAIN_FILE="$toolchain" -DCMAKE_CXX_FLAGS="${flags[*]}" >/dev/null
+cmake --build "$work/outside" >/dev/null
+
+VESK_RUNTIME_DIR=$(mktemp -d)
+export VESK_RUNTIME_DIR
+$emulator "$prefix/bin/vesk-video-service" >"$work/service.out" &
+service=$!
+trap 'kill $service 2>/dev/null || true; rm -rf "$VESK_RUNTIME_DIR"' EXIT
+for _ in $(seq 100); do
+  grep -q serving "$work/service.out" && break
+  sleep 0.1
+done
+export LD_LIBRARY_PATH=$prefix/$libdir
+$emulator "$work/application_c"
+$emulator "$work/outside/application"
+$emulator "$prefix/bin/vesk-display-tour" | tail -n 1
+kill -TERM $service
+wait $service
