@@ -1,8 +1,8 @@
 # What is installed, by component:
 #   library        the shared library alone
-#   development    headers, pkg-config file, CMake package
+#   development    headers, pkg-config file, CMake package, the first example
 #   host_platform  the host's platform and what a serving process needs of it
-#   service        the virtual video service and the first example
+#   service        the virtual video service
 include(CMakePackageConfigHelpers)
 
 set_target_properties(vesk_video_interface PROPERTIES INSTALL_RPATH "$ORIGIN")
@@ -23,7 +23,7 @@ if(VESK_PLATFORM STREQUAL host)
   file(RELATIVE_PATH libraries_from_bin "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
   set_target_properties(vesk-video-service display_tour PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries_from_bin}")
   install(TARGETS vesk-video-service RUNTIME COMPONENT service)
-  install(PROGRAMS $<TARGET_FILE:display_tour> TYPE BIN RENAME vesk-display-tour COMPONENT service)
+  install(PROGRAMS $<TARGET_FILE:display_tour> TYPE BIN RENAME vesk-display-tour COMPONENT development)
 endif()
 
 # The pkg-config file finds the prefix from where it lies, so an installed tree can be moved.

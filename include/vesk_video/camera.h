@@ -17,16 +17,16 @@ enum {
 
 /** One camera preset. */
 typedef struct VeskVideoPresetInfo {
-    uint8_t isValid; /**< Nonzero when the preset is valid. */
-    uint8_t padding[3];
-    uint32_t presetId; /**< The preset's number. */
+    uint8_t isValid;    /**< Nonzero when the preset is valid. */
+    uint8_t padding[3]; /**< Not read. */
+    uint32_t presetId;  /**< The preset's number. */
 } VeskVideoPresetInfo;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoPresetInfo, 8);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoPresetInfo, presetId, 4);
 
 /** Whether a camera stands at a boundary; its contents are the service's. */
 typedef struct VeskVideoBoundaryState {
-    uint32_t serviceData[2];
+    uint32_t serviceData[2]; /**< The service's, carried unchanged. */
 } VeskVideoBoundaryState;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoBoundaryState, 8);
 
@@ -35,7 +35,7 @@ VESK_VIDEO_ASSERT_SIZE(VeskVideoBoundaryState, 8);
  *
  * @param inEngNo      Engine number.
  * @param cmdType      Command number, @ref VESK_VIDEO_CAM_CTRL_MAX at most; negative ones are sent.
- * @param ctrlData     Command @ref VESK_VIDEO_CAM_CTRL_QUERY: takes the answer. Others: data of the
+ * @param ctrlData     For @ref VESK_VIDEO_CAM_CTRL_QUERY it takes the answer. Others: data of the
  *                     command, or null for none.
  * @param ctrlDataLen  Bytes at @p ctrlData; a query must be answered with exactly as many.
  * @return 2 also when @p cmdType is too high, or a query has no buffer.

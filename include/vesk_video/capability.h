@@ -16,21 +16,21 @@ enum {
 
 /** What one codec can encode. Flags are 0 for no; units are the service's. */
 typedef struct VeskVideoEncCodecCapability {
-    uint8_t support; /**< 0: the codec is not offered. */
-    uint8_t padding0[3];
-    uint32_t blocksPs; /**< Blocks per second. */
-    uint32_t blockspf; /**< Blocks per frame. */
-    uint32_t maxWidth;
-    uint32_t minWidth;
-    uint32_t maxHeight;
-    uint32_t minHeight;
-    uint32_t maxBandWidth;
-    uint32_t h264MaxLevel;
-    uint32_t h265MaxLevel;
-    uint8_t isSvc;
-    uint8_t profiles[6];
-    uint8_t fecs[3];
-    uint8_t padding1[2];
+    uint8_t support;       /**< 0: the codec is not offered. */
+    uint8_t padding0[3];   /**< Not read. */
+    uint32_t blocksPs;     /**< Blocks per second. */
+    uint32_t blockspf;     /**< Blocks per frame. */
+    uint32_t maxWidth;     /**< Pixels. */
+    uint32_t minWidth;     /**< Pixels. */
+    uint32_t maxHeight;    /**< Pixels. */
+    uint32_t minHeight;    /**< Pixels. */
+    uint32_t maxBandWidth; /**< The service's unit. */
+    uint32_t h264MaxLevel; /**< The service's numbering. */
+    uint32_t h265MaxLevel; /**< The service's numbering. */
+    uint8_t isSvc;         /**< Nonzero: scalable coding. */
+    uint8_t profiles[6];   /**< Flags, one a profile. */
+    uint8_t fecs[3];       /**< Flags, one a kind of error correction. */
+    uint8_t padding1[2];   /**< Not read. */
 } VeskVideoEncCodecCapability;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoEncCodecCapability, 52);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoEncCodecCapability, h265MaxLevel, 36);
@@ -40,24 +40,24 @@ VESK_VIDEO_ASSERT_OFFSET(VeskVideoEncCodecCapability, fecs, 47);
 /** What the service can encode. */
 typedef struct VeskVideoEncodeCapability {
     uint32_t maxChannel; /**< Channels at once; does not bound the codec entries. */
-    VeskVideoEncCodecCapability codec[VESK_VIDEO_CODEC_NUM];
+    VeskVideoEncCodecCapability codec[VESK_VIDEO_CODEC_NUM]; /**< By codec number. */
 } VeskVideoEncodeCapability;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoEncodeCapability, 732);
 
 /** What one codec can decode. Flags are 0 for no; units are the service's. */
 typedef struct VeskVideoDecCodecCapability {
-    uint8_t support; /**< 0: the codec is not offered. */
-    uint8_t padding0[3];
-    uint32_t blocksPs; /**< Blocks per second. */
-    uint32_t maxWidth;
-    uint32_t minWidth;
-    uint32_t maxHeight;
-    uint32_t minHeight;
-    uint8_t isSvc;
-    uint8_t isTile;
-    uint8_t profiles[6];
-    uint8_t fecs[3];
-    uint8_t padding1;
+    uint8_t support;     /**< 0: the codec is not offered. */
+    uint8_t padding0[3]; /**< Not read. */
+    uint32_t blocksPs;   /**< Blocks per second. */
+    uint32_t maxWidth;   /**< Pixels. */
+    uint32_t minWidth;   /**< Pixels. */
+    uint32_t maxHeight;  /**< Pixels. */
+    uint32_t minHeight;  /**< Pixels. */
+    uint8_t isSvc;       /**< Nonzero: scalable coding. */
+    uint8_t isTile;      /**< Nonzero: tiles. */
+    uint8_t profiles[6]; /**< Flags, one a profile. */
+    uint8_t fecs[3];     /**< Flags, one a kind of error correction. */
+    uint8_t padding1;    /**< Not read. */
 } VeskVideoDecCodecCapability;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoDecCodecCapability, 36);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoDecCodecCapability, isSvc, 24);
@@ -67,7 +67,7 @@ VESK_VIDEO_ASSERT_OFFSET(VeskVideoDecCodecCapability, fecs, 32);
 /** What the service can decode. */
 typedef struct VeskVideoDecodeCapability {
     uint32_t maxChannel; /**< Channels at once; does not bound the codec entries. */
-    VeskVideoDecCodecCapability codec[VESK_VIDEO_CODEC_NUM];
+    VeskVideoDecCodecCapability codec[VESK_VIDEO_CODEC_NUM]; /**< By codec number. */
 } VeskVideoDecodeCapability;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoDecodeCapability, 508);
 

@@ -14,12 +14,12 @@ VESK_VIDEO_BEGIN
 typedef struct VeskVideoAppInParam {
     char text[256];      /**< NUL-terminated. */
     uint64_t taskHandle; /**< Handle of an application task, not 0. */
-    uint32_t param0;
-    uint32_t param1;
-    uint32_t param2;
-    uint32_t param3;
-    int32_t param4;
-    uint32_t padding;
+    uint32_t param0;     /**< The service's. */
+    uint32_t param1;     /**< The service's. */
+    uint32_t param2;     /**< The service's. */
+    uint32_t param3;     /**< The service's. */
+    int32_t param4;      /**< The service's. */
+    uint32_t padding;    /**< Not read. */
 } VeskVideoAppInParam;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoAppInParam, 288);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoAppInParam, taskHandle, 256);
@@ -27,7 +27,7 @@ VESK_VIDEO_ASSERT_OFFSET(VeskVideoAppInParam, param4, 280);
 
 /** A capability of the device; its contents are the service's. */
 typedef struct VeskVideoCapability {
-    uint32_t serviceData[2];
+    uint32_t serviceData[2]; /**< The service's, carried unchanged. */
 } VeskVideoCapability;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoCapability, 8);
 

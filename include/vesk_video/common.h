@@ -22,6 +22,7 @@
 /** Marks what the shared library exports. */
 #define VESK_VIDEO_API __attribute__((visibility("default")))
 
+/** @cond the language's differences */
 #ifdef __cplusplus
 #define VESK_VIDEO_BEGIN extern "C" {
 #define VESK_VIDEO_END }
@@ -38,6 +39,7 @@
 #define VESK_VIDEO_ANY_ARGUMENTS
 #endif
 #endif
+/** @endcond */
 
 /** Holds a record to the size that it has on the wire. */
 #define VESK_VIDEO_ASSERT_SIZE(type, size)                                                                   \

@@ -17,14 +17,14 @@ enum {
 
 /** Parameters of a decoder; units, and the bytes named serviceData, are the service's. */
 typedef struct VeskVideoDecParam {
-    int32_t codecType;    /**< Codec type, not @ref VESK_VIDEO_DEC_SVC_SW. */
-    uint32_t payloadType; /**< Payload type. */
-    uint32_t w;           /**< Picture width. */
-    uint32_t h;           /**< Picture height. */
-    int32_t secType;      /**< The service's. */
-    uint8_t serviceData[4];
-    int32_t strmTyp;   /**< Stream type. */
-    int32_t transType; /**< The service's. */
+    int32_t codecType;      /**< Codec type, not @ref VESK_VIDEO_DEC_SVC_SW. */
+    uint32_t payloadType;   /**< Payload type. */
+    uint32_t w;             /**< Picture width. */
+    uint32_t h;             /**< Picture height. */
+    int32_t secType;        /**< The service's. */
+    uint8_t serviceData[4]; /**< The service's, carried unchanged. */
+    int32_t strmTyp;        /**< Stream type. */
+    int32_t transType;      /**< The service's. */
 } VeskVideoDecParam;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoDecParam, 32);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoDecParam, secType, 16);
@@ -32,25 +32,25 @@ VESK_VIDEO_ASSERT_OFFSET(VeskVideoDecParam, strmTyp, 24);
 
 /** Extended parameters of a decoder; their contents are the service's. */
 typedef struct VeskVideoDecParamEx {
-    uint32_t serviceData[2];
+    uint32_t serviceData[2]; /**< The service's, carried unchanged. */
 } VeskVideoDecParamEx;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoDecParamEx, 8);
 
 /** Status of one decoder; its contents are the service's. */
 typedef struct VeskVideoDecStatus {
-    uint32_t serviceData[7];
+    uint32_t serviceData[7]; /**< The service's, carried unchanged. */
 } VeskVideoDecStatus;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoDecStatus, 28);
 
 /** One entry of the status of all decoders; its contents are the service's. */
 typedef struct VeskVideoDecStatusInfo {
-    uint32_t serviceData[8];
+    uint32_t serviceData[8]; /**< The service's, carried unchanged. */
 } VeskVideoDecStatusInfo;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoDecStatusInfo, 32);
 
 /** Statistics of one decoder; their contents are the service's. */
 typedef struct VeskVideoDecChrStatistics {
-    uint32_t serviceData[28];
+    uint32_t serviceData[28]; /**< The service's, carried unchanged. */
 } VeskVideoDecChrStatistics;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoDecChrStatistics, 112);
 

@@ -17,22 +17,22 @@ enum {
 
 /** One picture of a composition. The bytes named serviceData are the service's, carried unchanged. */
 typedef struct VeskVideoSubPicParam {
-    uint8_t serviceData0[24];
-    uint8_t decFlag; /**< Nonzero when the picture comes from a decoder. */
-    uint8_t serviceData1[3];
-    uint32_t inputId;   /**< Input or decoder that is shown. */
-    uint8_t sufaceFlag; /**< The service's. */
-    uint8_t serviceData2[7];
-    uint64_t winHandle; /**< Window handle of the application. */
-    uint8_t serviceData3[8];
-    uint32_t colorSpace; /**< The service's. */
-    uint8_t mirror;      /**< Nonzero mirrors the picture. */
-    uint8_t serviceData4[3];
-    uint32_t showMode; /**< The service's. */
-    uint8_t serviceData5[12];
-    uint32_t basWidth;  /**< The service's. */
-    uint32_t basHeight; /**< The service's. */
-    uint8_t serviceData6[96];
+    uint8_t serviceData0[24]; /**< The service's, carried unchanged. */
+    uint8_t decFlag;          /**< Nonzero when the picture comes from a decoder. */
+    uint8_t serviceData1[3];  /**< The service's, carried unchanged. */
+    uint32_t inputId;         /**< Input or decoder that is shown. */
+    uint8_t sufaceFlag;       /**< The service's. */
+    uint8_t serviceData2[7];  /**< The service's, carried unchanged. */
+    uint64_t winHandle;       /**< Window handle of the application. */
+    uint8_t serviceData3[8];  /**< The service's, carried unchanged. */
+    uint32_t colorSpace;      /**< The service's. */
+    uint8_t mirror;           /**< Nonzero mirrors the picture. */
+    uint8_t serviceData4[3];  /**< The service's, carried unchanged. */
+    uint32_t showMode;        /**< The service's. */
+    uint8_t serviceData5[12]; /**< The service's, carried unchanged. */
+    uint32_t basWidth;        /**< The service's. */
+    uint32_t basHeight;       /**< The service's. */
+    uint8_t serviceData6[96]; /**< The service's, carried unchanged. */
 } VeskVideoSubPicParam;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoSubPicParam, 184);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoSubPicParam, decFlag, 24);
@@ -49,24 +49,25 @@ VESK_VIDEO_ASSERT_OFFSET(VeskVideoSubPicParam, basHeight, 84);
 typedef struct VeskVideoVoMultiPicParam {
     uint32_t picNum;   /**< Pictures in use. */
     uint32_t reserved; /**< Carried unchanged. */
-    VeskVideoSubPicParam subPic[VESK_VIDEO_MAX_SUBPIC_NUM];
+    VeskVideoSubPicParam
+        subPic[VESK_VIDEO_MAX_SUBPIC_NUM]; /**< The pictures; entries behind picNum are carried, not read. */
 } VeskVideoVoMultiPicParam;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoVoMultiPicParam, 4608);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoVoMultiPicParam, subPic, 8);
 
 /** Display mode and frame rate. The bytes named serviceData are the service's, carried unchanged. */
 typedef struct VeskVideoDisplayInfo {
-    uint32_t displayMode; /**< 0, 1 or 2. */
-    uint8_t serviceData0[12];
-    uint32_t fps; /**< Frames per second. */
-    uint8_t serviceData1[84];
+    uint32_t displayMode;     /**< 0, 1 or 2. */
+    uint8_t serviceData0[12]; /**< The service's, carried unchanged. */
+    uint32_t fps;             /**< Frames per second. */
+    uint8_t serviceData1[84]; /**< The service's, carried unchanged. */
 } VeskVideoDisplayInfo;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoDisplayInfo, 104);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoDisplayInfo, fps, 16);
 
 /** One entry of a filter window list; its contents are the service's. */
 typedef struct VeskVideoFilterWindow {
-    uint32_t serviceData[2];
+    uint32_t serviceData[2]; /**< The service's, carried unchanged. */
 } VeskVideoFilterWindow;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoFilterWindow, 8);
 

@@ -17,20 +17,20 @@ enum {
 
 /** Parameters of an encoder; units, and the bytes named serviceData, are the service's. */
 typedef struct VeskVideoEncParam {
-    int32_t codcType; /**< Codec type, not @ref VESK_VIDEO_ENC_SVC_SW. */
-    uint32_t pt;      /**< Payload type. */
-    uint32_t w;       /**< Picture width. */
-    uint32_t h;       /**< Picture height. */
-    uint32_t fr;      /**< Frame rate. */
-    uint32_t br;      /**< Bit rate. */
-    int32_t secType;  /**< The service's. */
-    uint8_t serviceData0[4];
-    int32_t stmType; /**< Stream type. */
-    int32_t effect;  /**< The service's. */
-    uint8_t serviceData1[16];
-    uint8_t isDtFmtCfg; /**< The service's. */
-    uint8_t padding[7];
-    uint64_t dtFmtCap; /**< The service's. */
+    int32_t codcType;         /**< Codec type, not @ref VESK_VIDEO_ENC_SVC_SW. */
+    uint32_t pt;              /**< Payload type. */
+    uint32_t w;               /**< Picture width. */
+    uint32_t h;               /**< Picture height. */
+    uint32_t fr;              /**< Frame rate. */
+    uint32_t br;              /**< Bit rate. */
+    int32_t secType;          /**< The service's. */
+    uint8_t serviceData0[4];  /**< The service's, carried unchanged. */
+    int32_t stmType;          /**< Stream type. */
+    int32_t effect;           /**< The service's. */
+    uint8_t serviceData1[16]; /**< The service's, carried unchanged. */
+    uint8_t isDtFmtCfg;       /**< The service's. */
+    uint8_t padding[7];       /**< Not read. */
+    uint64_t dtFmtCap;        /**< The service's. */
 } VeskVideoEncParam;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoEncParam, 72);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoEncParam, secType, 24);
@@ -40,15 +40,15 @@ VESK_VIDEO_ASSERT_OFFSET(VeskVideoEncParam, dtFmtCap, 64);
 
 /** Extended parameters of an encoder; what they mean is the service's. */
 typedef struct VeskVideoEncParamEx {
-    uint32_t exParam0; /**< 64 to 50000. */
-    uint32_t exParam1; /**< 0 to 2. */
-    uint32_t exParam2; /**< 0 to 4. */
-    uint8_t exParam3;
-    uint8_t exParam4;
-    uint8_t exParam5;
-    uint8_t padding;
-    uint32_t exParam6; /**< 0 to 4. */
-    uint8_t serviceData[4];
+    uint32_t exParam0;      /**< 64 to 50000. */
+    uint32_t exParam1;      /**< 0 to 2. */
+    uint32_t exParam2;      /**< 0 to 4. */
+    uint8_t exParam3;       /**< The service's. */
+    uint8_t exParam4;       /**< The service's. */
+    uint8_t exParam5;       /**< The service's. */
+    uint8_t padding;        /**< Not read. */
+    uint32_t exParam6;      /**< 0 to 4. */
+    uint8_t serviceData[4]; /**< The service's, carried unchanged. */
 } VeskVideoEncParamEx;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoEncParamEx, 24);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoEncParamEx, exParam3, 12);
@@ -64,19 +64,19 @@ VESK_VIDEO_ASSERT_OFFSET(VeskVideoEncFecParam, constLostNum, 4);
 
 /** Status of one encoder; its contents are the service's. */
 typedef struct VeskVideoEncStatus {
-    uint32_t serviceData[7];
+    uint32_t serviceData[7]; /**< The service's, carried unchanged. */
 } VeskVideoEncStatus;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoEncStatus, 28);
 
 /** One entry of the status of all encoders; its contents are the service's. */
 typedef struct VeskVideoEncStatusInfo {
-    uint32_t serviceData[8];
+    uint32_t serviceData[8]; /**< The service's, carried unchanged. */
 } VeskVideoEncStatusInfo;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoEncStatusInfo, 32);
 
 /** Statistics of one encoder; their contents are the service's. */
 typedef struct VeskVideoEncChrStatistics {
-    uint32_t serviceData[26];
+    uint32_t serviceData[26]; /**< The service's, carried unchanged. */
 } VeskVideoEncChrStatistics;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoEncChrStatistics, 104);
 

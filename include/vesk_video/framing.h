@@ -16,13 +16,13 @@ enum {
 
 /** Electronic framing (cut-out) parameters of a port; their contents are the service's. */
 typedef struct VeskVideoEptzParams {
-    uint32_t serviceData[197];
+    uint32_t serviceData[197]; /**< The service's, carried unchanged. */
 } VeskVideoEptzParams;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoEptzParams, 788);
 
 /** Pan, tilt, zoom and focus parameters of a port; their contents are the service's. */
 typedef struct VeskVideoPtzfParams {
-    uint32_t serviceData[82];
+    uint32_t serviceData[82]; /**< The service's, carried unchanged. */
 } VeskVideoPtzfParams;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoPtzfParams, 328);
 

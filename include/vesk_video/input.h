@@ -15,23 +15,23 @@ VESK_VIDEO_BEGIN
 
 /** One input port, as the service describes it; its contents are the service's. */
 typedef struct VeskVideoViPortInfo {
-    uint32_t serviceData[81];
+    uint32_t serviceData[81]; /**< The service's, carried unchanged. */
 } VeskVideoViPortInfo;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoViPortInfo, 324);
 
 /** Parameters of an input engine; the fields' meaning and units are the service's. */
 typedef struct VeskVideoViPortParam {
-    uint32_t param0;
-    uint32_t param1;
-    uint8_t param2;
-    uint8_t param3;
-    uint8_t padding[2];
-    int32_t param4;
-    int32_t param5;
-    int32_t param6;
-    int32_t param7;
-    int32_t param8;
-    int32_t param9;
+    uint32_t param0;    /**< The service's. */
+    uint32_t param1;    /**< The service's. */
+    uint8_t param2;     /**< The service's. */
+    uint8_t param3;     /**< The service's. */
+    uint8_t padding[2]; /**< Not read. */
+    int32_t param4;     /**< The service's. */
+    int32_t param5;     /**< The service's. */
+    int32_t param6;     /**< The service's. */
+    int32_t param7;     /**< The service's. */
+    int32_t param8;     /**< The service's. */
+    int32_t param9;     /**< The service's. */
 } VeskVideoViPortParam;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoViPortParam, 36);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoViPortParam, param2, 8);

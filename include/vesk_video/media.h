@@ -13,9 +13,9 @@ VESK_VIDEO_BEGIN
 
 /** What a snapshot is taken of; the bytes named serviceData are the service's. */
 typedef struct VeskVideoSnapshotParam {
-    uint8_t serviceData0[264];
-    uint32_t taskId; /**< Number of the job. */
-    uint8_t serviceData1[12];
+    uint8_t serviceData0[264]; /**< The service's, carried unchanged. */
+    uint32_t taskId;           /**< Number of the job. */
+    uint8_t serviceData1[12];  /**< The service's, carried unchanged. */
 } VeskVideoSnapshotParam;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoSnapshotParam, 280);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoSnapshotParam, taskId, 264);
@@ -31,19 +31,19 @@ VESK_VIDEO_ASSERT_SIZE(VeskVideoStreamLoopParam, 16);
 
 /** A dynamic wallpaper; its contents are the service's. */
 typedef struct VeskVideoWallpaperParam {
-    uint32_t serviceData[512];
+    uint32_t serviceData[512]; /**< The service's, carried unchanged. */
 } VeskVideoWallpaperParam;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoWallpaperParam, 2048);
 
 /** What is verified of an image; its contents are the service's. */
 typedef struct VeskVideoVerifyImageReq {
-    uint32_t serviceData[7];
+    uint32_t serviceData[7]; /**< The service's, carried unchanged. */
 } VeskVideoVerifyImageReq;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoVerifyImageReq, 28);
 
 /** A video-I/O callback; its contents are the service's. */
 typedef struct VeskVideoVioCallbackParam {
-    uint32_t serviceData[4];
+    uint32_t serviceData[4]; /**< The service's, carried unchanged. */
 } VeskVideoVioCallbackParam;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoVioCallbackParam, 16);
 

@@ -34,11 +34,13 @@ enum {
 };
 
 /**
- * Process and task name of the video service's receiving task, "VIDEO" and "VCTL" unless the
- * application overwrites them. All 16 bytes are copied into every request as they stand, without a
- * check; overwriting them while another thread sends is not guarded.
+ * Process name of the video service, "VIDEO" unless the application overwrites it. All 16 bytes are
+ * copied into every request as they stand, without a check; overwriting them while another thread
+ * sends is not guarded.
  */
 extern VESK_VIDEO_API char NORTH_RECV_PROC_NAME[VESK_VIDEO_NAME_SIZE];
+
+/** Name of its receiving task, "VCTL" unless overwritten; as @ref NORTH_RECV_PROC_NAME. */
 extern VESK_VIDEO_API char NORTH_RECV_TASK_NAME[VESK_VIDEO_NAME_SIZE];
 
 /**

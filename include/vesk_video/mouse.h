@@ -13,13 +13,13 @@ VESK_VIDEO_BEGIN
 
 /** Background area of a remote pointer; its contents are the service's. */
 typedef struct VeskVideoMouseArea {
-    uint32_t serviceData[4];
+    uint32_t serviceData[4]; /**< The service's, carried unchanged. */
 } VeskVideoMouseArea;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoMouseArea, 16);
 
 /** Parameters of a local pointer; their contents are the service's. */
 typedef struct VeskVideoLocalMouseParam {
-    uint32_t serviceData[2];
+    uint32_t serviceData[2]; /**< The service's, carried unchanged. */
 } VeskVideoLocalMouseParam;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoLocalMouseParam, 8);
 

@@ -99,7 +99,9 @@ VESK_VIDEO_ASSERT_SIZE(VeskVideoViPortPlugState, 136);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoViPortPlugState, val, 132);
 
 /** VeskVideoViPortPixelInfo::portType of a network camera's decoder input. */
-enum { VESK_VIDEO_PORT_TYPE_NET_CAMERA = 16 };
+enum {
+    VESK_VIDEO_PORT_TYPE_NET_CAMERA = 16 /**< A network camera's decoder input. */
+};
 
 /** Notification 103: the format of an input's picture. */
 typedef struct VeskVideoViPortPixelInfo {

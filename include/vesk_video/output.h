@@ -15,22 +15,22 @@ VESK_VIDEO_BEGIN
 
 /** One output port, as the service describes it; its contents are the service's. */
 typedef struct VeskVideoVoPortInfo {
-    uint32_t serviceData[594];
+    uint32_t serviceData[594]; /**< The service's, carried unchanged. */
 } VeskVideoVoPortInfo;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoVoPortInfo, 2376);
 
 /** Parameters of an output engine; the fields' meaning and units are the service's. */
 typedef struct VeskVideoVoPortParam {
-    uint32_t param0;
-    uint32_t param1;
-    int32_t param2;
-    int32_t param3;
-    int32_t param4;
-    int32_t param5;
-    int32_t param6;
-    int32_t param7;
-    uint8_t param8;
-    uint8_t padding[3];
+    uint32_t param0;    /**< The service's. */
+    uint32_t param1;    /**< The service's. */
+    int32_t param2;     /**< The service's. */
+    int32_t param3;     /**< The service's. */
+    int32_t param4;     /**< The service's. */
+    int32_t param5;     /**< The service's. */
+    int32_t param6;     /**< The service's. */
+    int32_t param7;     /**< The service's. */
+    uint8_t param8;     /**< The service's. */
+    uint8_t padding[3]; /**< Not read. */
 } VeskVideoVoPortParam;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoVoPortParam, 36);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoVoPortParam, param2, 8);

@@ -12,12 +12,12 @@ VESK_VIDEO_BEGIN
 
 /** Parameters of an overlay; what they mean is the service's. */
 typedef struct VeskVideoOverlayParam {
-    uint8_t flag0;
-    uint8_t flag1;
-    uint8_t flag2;
-    uint8_t padding;
-    uint32_t value[8];
-    uint8_t serviceData[1044];
+    uint8_t flag0;             /**< The service's. */
+    uint8_t flag1;             /**< The service's. */
+    uint8_t flag2;             /**< The service's. */
+    uint8_t padding;           /**< Not read. */
+    uint32_t value[8];         /**< The service's. */
+    uint8_t serviceData[1044]; /**< The service's, carried unchanged. */
 } VeskVideoOverlayParam;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoOverlayParam, 1080);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoOverlayParam, value, 4);

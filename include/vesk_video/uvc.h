@@ -17,13 +17,13 @@ enum {
 
 /** Parameters of a UVC stream; their contents are the service's. */
 typedef struct VeskVideoUvcParam {
-    uint32_t serviceData[16];
+    uint32_t serviceData[16]; /**< The service's, carried unchanged. */
 } VeskVideoUvcParam;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoUvcParam, 64);
 
 /** Extended parameters of a UVC stream; their contents are the service's. */
 typedef struct VeskVideoUvcParamEx {
-    uint32_t serviceData[6];
+    uint32_t serviceData[6]; /**< The service's, carried unchanged. */
 } VeskVideoUvcParamEx;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoUvcParamEx, 24);
 

@@ -469,8 +469,12 @@ TEST_F(MessageTest, UnusableRuntimeDirectoriesAreRefusedWithALine)
         EXPECT_EQ(LinesWith("runtime directory " + c.path + ' ' + c.line), 1U) << c.path;
         EXPECT_EQ(OsMsgRegTask("task", 8, Echo), uint32_t{HOST_MSG_ERR_DIRECTORY});
     }
-    setenv("VESK_RUNTIME_DIR", directory_.File("fresh").c_str(), 1);
+    setenv("VESK_RUNTIME_DIR", directory_.File(std::string(200, 'f')).c_str(), 1); // longer than an address
     EXPECT_EQ(OsMsgRegTask("task", 8, Echo), 0U); // nothing is lost: it works once the directory does
+    std::thread loop([] { OsMsgTaskRoutineByName("task"); });
+    EXPECT_EQ(Ask("self", "task", 5).data, "question");
+    HostMsgEndTask("task");
+    loop.join();
 }
 
 TEST_F(MessageTest, AConnectionOfAnotherUserIsRefused)

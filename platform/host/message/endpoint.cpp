@@ -37,14 +37,16 @@ void AppendEncoded(std::string& text, std::string_view name)
     }
 }
 
-/// The address of a socket in an open directory: short whatever the directory's path, and never led
-/// elsewhere by a path that changes.
+/// The address of a socket in the open runtime directory: its path, or where that is too long for an
+/// address, the path of the open directory's descriptor.
 sockaddr_un AddressIn(const UniqueFd& directory, const std::string& endpoint)
 {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    std::snprintf(address.sun_path, sizeof address.sun_path, "/proc/self/fd/%d/%s", directory.Get(),
-                  endpoint.c_str());
+    std::string path = RuntimeDirPath() + '/' + endpoint;
+    if (path.size() >= sizeof address.sun_path)
+        path = "/proc/self/fd/" + std::to_string(directory.Get()) + '/' + endpoint;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
     return address;
 }
 

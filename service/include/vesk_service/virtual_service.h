@@ -58,8 +58,8 @@ VESK_VIDEO_ASSERT_SIZE(VeskServiceCameraState, 12);
 /** What the service writes into a VeskVideoBoundaryState: -1, 0 or 1 for left or lower, none, right or upper.
  */
 typedef struct VeskServiceBoundary {
-    int32_t pan;
-    int32_t tilt;
+    int32_t pan;  /**< To the right. */
+    int32_t tilt; /**< Upwards. */
 } VeskServiceBoundary;
 VESK_VIDEO_ASSERT_SIZE(VeskServiceBoundary, sizeof(VeskVideoBoundaryState));
 
@@ -82,7 +82,7 @@ typedef struct VeskServiceViPort {
     uint32_t fr;               /**< Frames per second. */
     uint32_t vioCallback;      /**< First word of VeskVideoSetVioCallback's record. */
     char name[64];             /**< NUL-terminated. */
-    uint8_t reserved[192];
+    uint8_t reserved[192];     /**< Always 0. */
 } VeskServiceViPort;
 VESK_VIDEO_ASSERT_SIZE(VeskServiceViPort, sizeof(VeskVideoViPortInfo));
 
@@ -106,7 +106,7 @@ typedef struct VeskServiceVoPort {
     uint32_t filterWindows; /**< Filter windows, of all displays. */
     char name[64];          /**< NUL-terminated. */
     char defaultImage[64];  /**< The beginning of VeskVideoVoSetDefaultImage's path. */
-    uint8_t reserved[2184];
+    uint8_t reserved[2184]; /**< Always 0. */
 } VeskServiceVoPort;
 VESK_VIDEO_ASSERT_SIZE(VeskServiceVoPort, sizeof(VeskVideoVoPortInfo));
 
@@ -125,8 +125,8 @@ VESK_VIDEO_ASSERT_SIZE(VeskServiceCodecStatus, sizeof(VeskVideoDecStatus));
 
 /** What the service writes into a VeskVideoEncStatusInfo or VeskVideoDecStatusInfo; all 0 behind the last. */
 typedef struct VeskServiceCodecStatusInfo {
-    uint32_t stmNo; /**< Stream number. */
-    VeskServiceCodecStatus status;
+    uint32_t stmNo;                /**< Stream number. */
+    VeskServiceCodecStatus status; /**< Its status. */
 } VeskServiceCodecStatusInfo;
 VESK_VIDEO_ASSERT_SIZE(VeskServiceCodecStatusInfo, sizeof(VeskVideoEncStatusInfo));
 VESK_VIDEO_ASSERT_SIZE(VeskServiceCodecStatusInfo, sizeof(VeskVideoDecStatusInfo));
