@@ -11,18 +11,24 @@ namespace request_table {
 
 using Lines = std::vector<std::string>;
 
+/// A message is named without its common prefix; the camera requests name their function instead.
+inline std::string Name(const std::string& name)
+{
+    return name.starts_with("Vesk") ? name : "VESK_VIDEO_MSG_" + name;
+}
+
 // The common lines, as the rows name them.
 inline std::string Start(const std::string& name)
 {
-    return "T3 #####send " + name + " start#####\n";
+    return "T3 #####send " + Name(name) + " start#####\n";
 }
 inline Lines Done(const std::string& name)
 {
-    return {"T3 #####send " + name + " msg[0]#####\n"};
+    return {"T3 #####send " + Name(name) + " msg[0]#####\n"};
 }
 inline Lines DoneUnended(const std::string& name)
 {
-    return {"T3 #####send " + name + " msg[0]#####"};
+    return {"T3 #####send " + Name(name) + " msg[0]#####"};
 }
 inline Lines OnBoth(const std::string& text)
 {
@@ -34,7 +40,7 @@ inline Lines Failed(const std::string& function)
 }
 inline Lines MessageFailed(const std::string& name)
 {
-    return OnBoth(name + " fail[9].");
+    return OnBoth(Name(name) + " fail[9].");
 }
 inline Lines Invalid(const std::string& send, const std::string& variable)
 {
@@ -64,6 +70,19 @@ struct Row {
     /// Behind the header of the request, and of the answer.
     Row&& Payload(recording::Bytes bytes) && { return payload = std::move(bytes), std::move(*this); }
     Row&& Answer(recording::Bytes bytes) && { return answer = std::move(bytes), std::move(*this); }
+
+    /// Values in the start line.
+    Row&& StartsWith(const std::string& values) &&
+    {
+        before = {"T3 #####send " + Name(message) + " start " + values + " #####\n"};
+        return std::move(*this);
+    }
+
+    /// The argument line behind the function's name.
+    Row&& Args(const std::string& text) &&
+    {
+        return before.push_back("L3 " + (function + text)), std::move(*this);
+    }
 
     /// Lines behind the start line, or in place of it: "T3 text", "L3 text".
     template <class... Line>
@@ -95,7 +114,7 @@ struct Row {
 
     Row&& IsAsynchronous() && { return isAsynchronous = true, std::move(*this); }
 
-    const char* function;
+    std::string function;
     Call call;
     VeskVideoMsgHead head;
     const char* message;

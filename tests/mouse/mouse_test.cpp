@@ -34,67 +34,66 @@ TEST(MouseRequests, EachOverItsRow)
     static const auto area = Pattern<VeskVideoMouseArea>(1);
     static const auto param = Pattern<VeskVideoLocalMouseParam>(2);
 
-    Drive(
-        kSource,
-        std::vector<Row>{
-            MouseRow(CALL(VeskVideoRemoteMouseOpen, 255, &g_number), Head(56, 255),
-                     "send VESK_VIDEO_MSG_OPEN_MOUSE_PORT start",
-                     "#####send VESK_VIDEO_MSG_OPEN_MOUSE_PORT msg[0], mouseStmNo[8] #####\n")
-                .Answer(BytesOf(uint32_t{8})),
-            MouseRow(CALL(VeskVideoRemoteMouseSetQueHandle, wide, 6), Head(58, 6, 0, 5),
-                     "send VESK_VIDEO_MSG_SET_MOUSE_QUE_HANDLE start",
-                     "#####send VESK_VIDEO_MSG_SET_MOUSE_QUE_HANDLE msg[0], mouseStmNo[65541] #####\n"),
-            MouseRow(CALL(VeskVideoRemoteMouseConnect, wide, 6), Head(59, 6, 0, 5),
-                     "send VESK_VIDEO_MSG_MOUSE_CONNECT start",
-                     "#####send VESK_VIDEO_MSG_MOUSE_CONNECT msg[0], mouseStmNo[65541], decStmNo[6] #####\n"),
-            MouseRow(CALL(VeskVideoRemoteMouseStart, 5), Head(60, 0, 0, 5), "",
-                     "#####send VESK_VIDEO_MSG_MOUSE_START msg[0], mouseStmNo[5] #####\n"),
-            MouseRow(CALL(VeskVideoRemoteMouseStop, 5), Head(61, 0, 0, 5),
-                     "#####send VESK_VIDEO_MSG_MOUSE_STOP start#####",
-                     "#####send VESK_VIDEO_MSG_MOUSE_STOP msg[0], mouseStmNo[5] #####\n"),
-            MouseRow(CALL(VeskVideoRemoteMouseClose, 5), Head(62, 0, 0, 5),
-                     "send VESK_VIDEO_MSG_CLOSE_MOUSE_PORT start",
-                     "send VESK_VIDEO_MSG_CLOSE_MOUSE_PORT msg[0], mouseStmNo[5] \n"),
-            MouseRow(CALL(VeskVideoRemoteMouseSetBackgroundArea, wide, &area), Head(130, wide), "", "")
-                .Payload(BytesOf(area))
-                .Before("L3 #####send VESK_VIDEO_MSG_SET_REMOTE_MOUSE_BACKGRAND_AREA start#####\n")
-                .Ends("L3 #####send VESK_VIDEO_MSG_SET_REMOTE_MOUSE_BACKGRAND_AREA msg ret[0]#####\n"),
-            MouseRow(CALL(VeskVideoLocalMouseOpen, &g_number), Head(121),
-                     "send VESK_VIDEO_MSG_OPEN_LOCAL_MOUSE start",
-                     "send VESK_VIDEO_MSG_OPEN_LOCAL_MOUSE msg[0], mouseStmNo[9] \n")
-                .Answer(BytesOf(uint32_t{9})),
-            MouseRow(CALL(VeskVideoLocalMouseStart, 65536), Head(122),
-                     "#####send VESK_VIDEO_MSG_START_LOCAL_MOUSE start#####",
-                     "#####send VESK_VIDEO_MSG_START_LOCAL_MOUSE msg[0], mouseStmNo[65536] #####\n"),
-            MouseRow(CALL(VeskVideoLocalMouseStop, 5), Head(123, 0, 0, 5),
-                     "#####send VESK_VIDEO_MSG_STOP_LOCAL_MOUSE start#####",
-                     "#####send VESK_VIDEO_MSG_STOP_LOCAL_MOUSE msg[0], mouseStmNo[5] #####\n"),
-            MouseRow(CALL(VeskVideoLocalMouseSetIndependent, wide, 255), Head(124, wide, 255),
-                     "send VESK_VIDEO_MSG_SET_LOCAL_MOUSE_INDEPENDENT start",
-                     "send VESK_VIDEO_MSG_SET_LOCAL_MOUSE_INDEPENDENT msg[0], mouseStmNo[65541]\n"),
-            MouseRow(CALL(VeskVideoLocalMouseSetParam, wide, &param), Head(125, wide),
-                     "send VESK_VIDEO_MSG_SET_LOCAL_MOUSE_PARAM start",
-                     "send VESK_VIDEO_MSG_SET_LOCAL_MOUSE_PARAM msg[0], mouseStmNo[65541]\n")
-                .Payload(BytesOf(param)),
-            MouseRow(CALL(VeskVideoLocalMouseSetParam, 5, nullptr), Head(125, 5),
-                     "send VESK_VIDEO_MSG_SET_LOCAL_MOUSE_PARAM start",
-                     "send VESK_VIDEO_MSG_SET_LOCAL_MOUSE_PARAM msg[0], mouseStmNo[5]\n"),
-            MouseRow(CALL(VeskVideoLocalMouseAttach, wide, 6), Head(126, wide, 6),
-                     "send VESK_VIDEO_MSG_ATTACH_LOCAL_MOUSE start",
-                     "send VESK_VIDEO_MSG_ATTACH_LOCAL_MOUSE msg[0], mouseStmNo[65541] \n"),
-            MouseRow(CALL(VeskVideoLocalMouseShowEnable, wide, 1), Head(127, wide, 1), "",
-                     "send VESK_VIDEO_MSG_LOCAL_MOUSE_SHOW_ENABLE msg[0]\n")
-                .Before("L3 Set local mouse show enable start!",
-                        "T3 send VESK_VIDEO_MSG_LOCAL_MOUSE_SHOW_ENABLE start\n")
-                .FailsWith(
-                    After("L1 Set local mouse show enable, result[9]!", Invalid("Send Msg Fail!", "retVal"))),
-            MouseRow(CALL(VeskVideoLocalMouseSetQueHandle, wide, 6), Head(128, 6, 0, 5),
-                     "#####send VESK_VIDEO_MSG_SET_MOUSE_QUE_HANDLE start#####",
-                     "#####send VESK_VIDEO_MSG_SET_MOUSE_QUE_HANDLE msg[0], mouseStmNo[65541] #####\n"),
-            MouseRow(CALL(VeskVideoLocalMouseClose, 5), Head(129, 0, 0, 5),
-                     "send VESK_VIDEO_MSG_CLOSE_LOCAL_MOUSE start",
-                     "send VESK_VIDEO_MSG_CLOSE_LOCAL_MOUSE msg[0], mouseStmNo[5] \n"),
-        });
+    const std::vector<Row> rows{
+        MouseRow(CALL(VeskVideoRemoteMouseOpen, 255, &g_number), Head(56, 255),
+                 "send VESK_VIDEO_MSG_OPEN_MOUSE_PORT start",
+                 "#####send VESK_VIDEO_MSG_OPEN_MOUSE_PORT msg[0], mouseStmNo[8] #####\n")
+            .Answer(BytesOf(uint32_t{8})),
+        MouseRow(CALL(VeskVideoRemoteMouseSetQueHandle, wide, 6), Head(58, 6, 0, 5),
+                 "send VESK_VIDEO_MSG_SET_MOUSE_QUE_HANDLE start",
+                 "#####send VESK_VIDEO_MSG_SET_MOUSE_QUE_HANDLE msg[0], mouseStmNo[65541] #####\n"),
+        MouseRow(CALL(VeskVideoRemoteMouseConnect, wide, 6), Head(59, 6, 0, 5),
+                 "send VESK_VIDEO_MSG_MOUSE_CONNECT start",
+                 "#####send VESK_VIDEO_MSG_MOUSE_CONNECT msg[0], mouseStmNo[65541], decStmNo[6] #####\n"),
+        MouseRow(CALL(VeskVideoRemoteMouseStart, 5), Head(60, 0, 0, 5), "",
+                 "#####send VESK_VIDEO_MSG_MOUSE_START msg[0], mouseStmNo[5] #####\n"),
+        MouseRow(CALL(VeskVideoRemoteMouseStop, 5), Head(61, 0, 0, 5),
+                 "#####send VESK_VIDEO_MSG_MOUSE_STOP start#####",
+                 "#####send VESK_VIDEO_MSG_MOUSE_STOP msg[0], mouseStmNo[5] #####\n"),
+        MouseRow(CALL(VeskVideoRemoteMouseClose, 5), Head(62, 0, 0, 5),
+                 "send VESK_VIDEO_MSG_CLOSE_MOUSE_PORT start",
+                 "send VESK_VIDEO_MSG_CLOSE_MOUSE_PORT msg[0], mouseStmNo[5] \n"),
+        MouseRow(CALL(VeskVideoRemoteMouseSetBackgroundArea, wide, &area), Head(130, wide), "", "")
+            .Payload(BytesOf(area))
+            .Before("L3 #####send VESK_VIDEO_MSG_SET_REMOTE_MOUSE_BACKGRAND_AREA start#####\n")
+            .Ends("L3 #####send VESK_VIDEO_MSG_SET_REMOTE_MOUSE_BACKGRAND_AREA msg ret[0]#####\n"),
+        MouseRow(CALL(VeskVideoLocalMouseOpen, &g_number), Head(121),
+                 "send VESK_VIDEO_MSG_OPEN_LOCAL_MOUSE start",
+                 "send VESK_VIDEO_MSG_OPEN_LOCAL_MOUSE msg[0], mouseStmNo[9] \n")
+            .Answer(BytesOf(uint32_t{9})),
+        MouseRow(CALL(VeskVideoLocalMouseStart, 65536), Head(122),
+                 "#####send VESK_VIDEO_MSG_START_LOCAL_MOUSE start#####",
+                 "#####send VESK_VIDEO_MSG_START_LOCAL_MOUSE msg[0], mouseStmNo[65536] #####\n"),
+        MouseRow(CALL(VeskVideoLocalMouseStop, 5), Head(123, 0, 0, 5),
+                 "#####send VESK_VIDEO_MSG_STOP_LOCAL_MOUSE start#####",
+                 "#####send VESK_VIDEO_MSG_STOP_LOCAL_MOUSE msg[0], mouseStmNo[5] #####\n"),
+        MouseRow(CALL(VeskVideoLocalMouseSetIndependent, wide, 255), Head(124, wide, 255),
+                 "send VESK_VIDEO_MSG_SET_LOCAL_MOUSE_INDEPENDENT start",
+                 "send VESK_VIDEO_MSG_SET_LOCAL_MOUSE_INDEPENDENT msg[0], mouseStmNo[65541]\n"),
+        MouseRow(CALL(VeskVideoLocalMouseSetParam, wide, &param), Head(125, wide),
+                 "send VESK_VIDEO_MSG_SET_LOCAL_MOUSE_PARAM start",
+                 "send VESK_VIDEO_MSG_SET_LOCAL_MOUSE_PARAM msg[0], mouseStmNo[65541]\n")
+            .Payload(BytesOf(param)),
+        MouseRow(CALL(VeskVideoLocalMouseSetParam, 5, nullptr), Head(125, 5),
+                 "send VESK_VIDEO_MSG_SET_LOCAL_MOUSE_PARAM start",
+                 "send VESK_VIDEO_MSG_SET_LOCAL_MOUSE_PARAM msg[0], mouseStmNo[5]\n"),
+        MouseRow(CALL(VeskVideoLocalMouseAttach, wide, 6), Head(126, wide, 6),
+                 "send VESK_VIDEO_MSG_ATTACH_LOCAL_MOUSE start",
+                 "send VESK_VIDEO_MSG_ATTACH_LOCAL_MOUSE msg[0], mouseStmNo[65541] \n"),
+        MouseRow(CALL(VeskVideoLocalMouseShowEnable, wide, 1), Head(127, wide, 1), "",
+                 "send VESK_VIDEO_MSG_LOCAL_MOUSE_SHOW_ENABLE msg[0]\n")
+            .Before("L3 Set local mouse show enable start!",
+                    "T3 send VESK_VIDEO_MSG_LOCAL_MOUSE_SHOW_ENABLE start\n")
+            .FailsWith(
+                After("L1 Set local mouse show enable, result[9]!", Invalid("Send Msg Fail!", "retVal"))),
+        MouseRow(CALL(VeskVideoLocalMouseSetQueHandle, wide, 6), Head(128, 6, 0, 5),
+                 "#####send VESK_VIDEO_MSG_SET_MOUSE_QUE_HANDLE start#####",
+                 "#####send VESK_VIDEO_MSG_SET_MOUSE_QUE_HANDLE msg[0], mouseStmNo[65541] #####\n"),
+        MouseRow(CALL(VeskVideoLocalMouseClose, 5), Head(129, 0, 0, 5),
+                 "send VESK_VIDEO_MSG_CLOSE_LOCAL_MOUSE start",
+                 "send VESK_VIDEO_MSG_CLOSE_LOCAL_MOUSE msg[0], mouseStmNo[5] \n"),
+    };
+    Drive(kSource, rows);
 }
 
 TEST(MouseRequests, RefusedBeforeAnythingIsSent)

@@ -25,38 +25,29 @@ TEST(UvcRequests, EachOverItsRow)
 {
     static const auto param = Pattern<VeskVideoUvcParam>(1);
     static const auto paramEx = Pattern<VeskVideoUvcParamEx>(2);
-    Drive(kSource,
-          std::vector<Row>{
-              UvcRow(CALL(VeskVideoUvcInit), Head(48), "VESK_VIDEO_MSG_INIT_UVC").IsAsynchronous().FailsAs(1),
-              UvcRow(CALL(VeskVideoUvcDeinit), Head(49), "VESK_VIDEO_MSG_DEINIT_UVC")
-                  .IsAsynchronous()
-                  .FailsAs(1),
-              UvcRow(CALL(VeskVideoUvcOpen, &g_number), Head(50), "VESK_VIDEO_MSG_OPEN_UVC_PORT")
-                  .Answer(Bytes(4))
-                  .FailsAs(1),
-              UvcRow(CALL(VeskVideoUvcSetStmParam, 0xfffffffe, &param), Head(51, 0xfffffffe),
-                     "VESK_VIDEO_MSG_SET_UVC_PARAM")
-                  .Payload(BytesOf(param)),
-              UvcRow(CALL(VeskVideoUvcSetStmParamEx, 3, &paramEx), Head(52, 3),
-                     "VESK_VIDEO_MSG_SET_UVC_PARAM_EX")
-                  .Payload(BytesOf(paramEx)),
-              UvcRow(CALL(VeskVideoUvcStartStream, 3), Head(53, 3), "VESK_VIDEO_MSG_START_UVC_STREAM"),
-              UvcRow(CALL(VeskVideoUvcStopStream, 3), Head(54, 3), "VESK_VIDEO_MSG_STOP_UVC_STREAM"),
-              UvcRow(CALL(VeskVideoUvcClose, 3), Head(55, 3), "VESK_VIDEO_MSG_CLOSE_UVC_PORT"),
-              UvcRow(CALL(VeskVideoUvcForceKeyFrame, 7), Head(131, 7), "VESK_VIDEO_MSG_UVC_REQ_I_FRAME")
-                  .FailsAs(1),
-          });
+    const std::vector<Row> rows{
+        UvcRow(CALL(VeskVideoUvcInit), Head(48), "INIT_UVC").IsAsynchronous().FailsAs(1),
+        UvcRow(CALL(VeskVideoUvcDeinit), Head(49), "DEINIT_UVC").IsAsynchronous().FailsAs(1),
+        UvcRow(CALL(VeskVideoUvcOpen, &g_number), Head(50), "OPEN_UVC_PORT").Answer(Bytes(4)).FailsAs(1),
+        UvcRow(CALL(VeskVideoUvcSetStmParam, 0xfffffffe, &param), Head(51, 0xfffffffe), "SET_UVC_PARAM")
+            .Payload(BytesOf(param)),
+        UvcRow(CALL(VeskVideoUvcSetStmParamEx, 3, &paramEx), Head(52, 3), "SET_UVC_PARAM_EX")
+            .Payload(BytesOf(paramEx)),
+        UvcRow(CALL(VeskVideoUvcStartStream, 3), Head(53, 3), "START_UVC_STREAM"),
+        UvcRow(CALL(VeskVideoUvcStopStream, 3), Head(54, 3), "STOP_UVC_STREAM"),
+        UvcRow(CALL(VeskVideoUvcClose, 3), Head(55, 3), "CLOSE_UVC_PORT"),
+        UvcRow(CALL(VeskVideoUvcForceKeyFrame, 7), Head(131, 7), "UVC_REQ_I_FRAME").FailsAs(1),
+    };
+    Drive(kSource, rows);
 }
 
 TEST(UvcRequests, RefusedBeforeAnythingIsSent)
 {
     Drive(kSource, {
-                       IsNull(CALL(VeskVideoUvcOpen, nullptr), 1, "VESK_VIDEO_MSG_OPEN_UVC_PORT", "uvcStmNo"),
-                       IsNull(CALL(VeskVideoUvcSetStmParam, 1, nullptr), 1, "VESK_VIDEO_MSG_SET_UVC_PARAM",
-                              "uvcParam"),
-                       IsNull(CALL(VeskVideoUvcSetStmParamEx, 1, nullptr), 1,
-                              "VESK_VIDEO_MSG_SET_UVC_PARAM_EX", "uvcParam"),
-                       Refusal(CALL(VeskVideoUvcForceKeyFrame, 8), 11,
-                               Start("VESK_VIDEO_MSG_UVC_REQ_I_FRAME"), "L1 uvcStmNo[8] is invaild\n"),
+                       IsNull(CALL(VeskVideoUvcOpen, nullptr), 1, "OPEN_UVC_PORT", "uvcStmNo"),
+                       IsNull(CALL(VeskVideoUvcSetStmParam, 1, nullptr), 1, "SET_UVC_PARAM", "uvcParam"),
+                       IsNull(CALL(VeskVideoUvcSetStmParamEx, 1, nullptr), 1, "SET_UVC_PARAM_EX", "uvcParam"),
+                       Refusal(CALL(VeskVideoUvcForceKeyFrame, 8), 11, Start("UVC_REQ_I_FRAME"),
+                               "L1 uvcStmNo[8] is invaild\n"),
                    });
 }
