@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -49,6 +50,13 @@ bool WriteFile(int directory, const std::string& name, const std::string& text)
 }
 
 } // namespace
+
+std::string Clients::FileName() const
+{
+    std::string name = self_.procName + '.' + self_.taskName + ".clients";
+    std::replace(name.begin(), name.end(), '/', '_');
+    return name;
+}
 
 void Clients::Restore()
 {

@@ -38,7 +38,7 @@ private:
         pid_t process;
     };
 
-    std::string FileName() const { return self_.procName + '.' + self_.taskName + ".clients"; }
+    std::string FileName() const;
     void Save() const;
 
     const Identity& self_;

@@ -52,89 +52,40 @@ TEST(CodecRequests, EachOverItsRow)
     static auto decInfos = Pattern<std::array<VeskVideoDecStatusInfo, 2>>(3);
     const Bytes infos = BytesOf(encInfos); // sent, and answered with the same
 
-    Drive(kSource,
-          {
-              Row(CALL(VeskVideoEncoderCreate, &g_number), Head(30), "ENC_CREATE")
-                  .Answer(BytesOf(uint32_t{5}))
-                  .Args(" enter.")
-                  .Ends("T3 #####send VESK_VIDEO_MSG_ENC_CREATE msg[0] 5 #####\n"),
-              Row(CALL(VeskVideoEncoderDelete, 0xfffffffe), Head(31, 0xfffffffe), "ENC_DELETE")
-                  .Args(": encStmNo=4294967294."),
-              Row(CALL(VeskVideoEncoderSetParam, 4, &encParam), Head(32, 4), "SET_ENC_PARAM")
-                  .Payload(BytesOf(encParam))
-                  .Args(":encStmNo=4, codcType=4, pt=96, w=1920, h=1080, fr=30, br=4000000000, stmType=-2, "
-                        "secType=-1, effect=-3, paramLen=72, isDtFmtCfg=255, dtFmtCap=0XABCD"),
-              Row(CALL(VeskVideoEncoderSetQueHandle, 4, 5), Head(35, 4, 5), "SET_ENC_QUE_HANDLE")
-                  .Args(":encStmNo=4, queId=5."),
-              Row(CALL(VeskVideoEncoderGetParam, 4, &encRead), Head(36, 4), "GET_ENC_PARAM")
-                  .Answer(BytesOf(encParam))
-                  .StartsWith("4"),
-              Row(CALL(VeskVideoEncoderStart, 4), Head(37, 4), "ENC_START").Args(": encStmNo=4."),
-              Row(CALL(VeskVideoEncoderStop, 4), Head(38, 4), "ENC_STOP").Args(": encStmNo=4."),
-              Row(CALL(VeskVideoEncoderGetStatus, 4, &encStatus), Head(90, 4), "ENCODER_GET_STATUS")
-                  .Answer(Bytes(28))
-                  .StartsWith("4")
-                  .EndsUnended(),
-              Row(CALL(VeskVideoEncoderGetStatusInfos, 2, encInfos.data(), 64), Head(91, 2),
-                  "ENCODER_GET_ALL_STATUS")
-                  .Payload(infos)
-                  .Answer(infos)
-                  .Before("T3 #####send VESK_VIDEO_MSG_ENCODER_GET_ALL_STATUS start#####")
-                  .EndsUnended(),
-              Row(CALL(VeskVideoEncoderGetChrStatistics, 4, &encStatistics), Head(92, 4),
-                  "ENCODER_GET_CHR_STATISTICS")
-                  .Answer(Bytes(104))
-                  .Before("L3 Get encoder chrstatistics start!",
-                          "T3 #####send VESK_VIDEO_MSG_ENCODER_GET_CHR_STATISTICS start 4 #####\n")
-                  .EndsUnended(),
-              Row(CALL(VeskVideoEncoderForceKeyFrame, 4), Head(96, 4), "ENC_FORCE_KEYFRAME")
-                  .Args(":encStmNo=4.")
-                  .EndsWith(Done("VeskVideoEncoderForceKeyFrame")),
-              Row(CALL(VeskVideoEncoderModifyFrameRate, 65536, 25), Head(97, 25), "ENC_MODIFY_FRAME_RATE")
-                  .Args(": encStmNo=65536 frameRate=25."),
-              Row(CALL(VeskVideoEncoderSetParamEx, 4, &encParamEx), Head(135, 4), "SET_ENC_PARAM_EX")
-                  .Payload(BytesOf(encParamEx))
-                  .Args(":encStmNo=4, 50000, 2, 4, 253, 254, 255"),
-              Row(CALL(VeskVideoEncoderGetParamEx, 4, &encExRead), Head(136, 4), "GET_ENC_PARAM_EX")
-                  .Answer(BytesOf(encParamEx)),
-              Row(CALL(VeskVideoDecoderCreate, &g_number), Head(40), "DEC_CREATE")
-                  .Answer(BytesOf(uint32_t{6}))
-                  .Args(" enter.")
-                  .Ends("T3 #####send VESK_VIDEO_MSG_DEC_CREATE msg[0] no[6]#####\n"),
-              Row(CALL(VeskVideoDecoderDelete, 4), Head(41, 4), "DEC_DELETE").Args(": decStmNo=4."),
-              Row(CALL(VeskVideoDecoderSetParam, 4, &decParam), Head(42, 4), "SET_DEC_PARAM")
-                  .Payload(BytesOf(decParam))
-                  .Before("T3 #####send VESK_VIDEO_MSG_SET_DEC_PARAM #####\n",
-                          "L3 VeskVideoDecoderSetParam stmNo=4, payloadType=96, w=1920, h=1080, strmTyp=-2, "
-                          "codecType=9, secType=-1, transType=-3"),
-              Row(CALL(VeskVideoDecoderSetParamEx, 4, &decParamEx), Head(43, 4), "SET_DEC_PARAMEX")
-                  .Payload(BytesOf(decParamEx))
-                  .Args(": decStmNo=4."),
-              Row(CALL(VeskVideoDecoderSetQueHandle, 4, 5), Head(44, 4, 5), "SET_DEC_QUE_HANDLE")
-                  .Args(": decStmNo=4 queId=5."),
-              Row(CALL(VeskVideoDecoderGetParam, 4, &decRead), Head(45, 4), "GET_DEC_PARAM")
-                  .Answer(BytesOf(decParam))
-                  .StartsWith("4"),
-              Row(CALL(VeskVideoDecoderStart, 4), Head(46, 4), "DEC_START").Args(": decStmNo=4."),
-              Row(CALL(VeskVideoDecoderStop, 4), Head(47, 4), "DEC_STOP").Args(": decStmNo=4."),
-              Row(CALL(VeskVideoDecoderGetStatus, 4, &decStatus), Head(93, 4), "DECODER_GET_STATUS")
-                  .Answer(Bytes(28))
-                  .Before("T3 #####send VESK_VIDEO_MSG_DECODER_GET_STATUS start 4 #####")
-                  .EndsUnended(),
-              Row(CALL(VeskVideoDecoderGetStatusInfos, 2, decInfos.data(), 64), Head(94, 2),
-                  "DECODER_GET_ALL_STATUS")
-                  .Payload(infos)
-                  .Answer(infos)
-                  .Before("T3 #####send VESK_VIDEO_MSG_DECODER_GET_ALL_STATUS start 2 64 #####")
-                  .EndsUnended(),
-              Row(CALL(VeskVideoDecoderGetChrStatistics, 4, &decStatistics), Head(95, 4),
-                  "DECODER_GET_CHR_STATISTICS")
-                  .Answer(Bytes(112))
-                  .Before("T3 #####send VESK_VIDEO_MSG_DECODER_GET_CHR_STATISTICS start 4 #####")
-                  .EndsUnended(),
-              Row(CALL(VeskVideoDecoderSetAntiJitter, 4, 255), Head(103, 4, 255), "SET_DEC_MOVE_STATE")
-                  .Args(": decStmNo=4 enableState=255."),
-          });
+    Drive(
+        kSource,
+        {
+            Row(CALL(VeskVideoEncoderCreate, &g_number), Head(30)).Answer(BytesOf(uint32_t{5})),
+            Row(CALL(VeskVideoEncoderDelete, 0xfffffffe), Head(31, 0xfffffffe)),
+            Row(CALL(VeskVideoEncoderSetParam, 4, &encParam), Head(32, 4)).Payload(BytesOf(encParam)),
+            Row(CALL(VeskVideoEncoderSetQueHandle, 4, 5), Head(35, 4, 5)),
+            Row(CALL(VeskVideoEncoderGetParam, 4, &encRead), Head(36, 4)).Answer(BytesOf(encParam)),
+            Row(CALL(VeskVideoEncoderStart, 4), Head(37, 4)),
+            Row(CALL(VeskVideoEncoderStop, 4), Head(38, 4)),
+            Row(CALL(VeskVideoEncoderGetStatus, 4, &encStatus), Head(90, 4)).Answer(Bytes(28)),
+            Row(CALL(VeskVideoEncoderGetStatusInfos, 2, encInfos.data(), 64), Head(91, 2))
+                .Payload(infos)
+                .Answer(infos),
+            Row(CALL(VeskVideoEncoderGetChrStatistics, 4, &encStatistics), Head(92, 4)).Answer(Bytes(104)),
+            Row(CALL(VeskVideoEncoderForceKeyFrame, 4), Head(96, 4)),
+            Row(CALL(VeskVideoEncoderModifyFrameRate, 65536, 25), Head(97, 25)),
+            Row(CALL(VeskVideoEncoderSetParamEx, 4, &encParamEx), Head(135, 4)).Payload(BytesOf(encParamEx)),
+            Row(CALL(VeskVideoEncoderGetParamEx, 4, &encExRead), Head(136, 4)).Answer(BytesOf(encParamEx)),
+            Row(CALL(VeskVideoDecoderCreate, &g_number), Head(40)).Answer(BytesOf(uint32_t{6})),
+            Row(CALL(VeskVideoDecoderDelete, 4), Head(41, 4)),
+            Row(CALL(VeskVideoDecoderSetParam, 4, &decParam), Head(42, 4)).Payload(BytesOf(decParam)),
+            Row(CALL(VeskVideoDecoderSetParamEx, 4, &decParamEx), Head(43, 4)).Payload(BytesOf(decParamEx)),
+            Row(CALL(VeskVideoDecoderSetQueHandle, 4, 5), Head(44, 4, 5)),
+            Row(CALL(VeskVideoDecoderGetParam, 4, &decRead), Head(45, 4)).Answer(BytesOf(decParam)),
+            Row(CALL(VeskVideoDecoderStart, 4), Head(46, 4)),
+            Row(CALL(VeskVideoDecoderStop, 4), Head(47, 4)),
+            Row(CALL(VeskVideoDecoderGetStatus, 4, &decStatus), Head(93, 4)).Answer(Bytes(28)),
+            Row(CALL(VeskVideoDecoderGetStatusInfos, 2, decInfos.data(), 64), Head(94, 2))
+                .Payload(infos)
+                .Answer(infos),
+            Row(CALL(VeskVideoDecoderGetChrStatistics, 4, &decStatistics), Head(95, 4)).Answer(Bytes(112)),
+            Row(CALL(VeskVideoDecoderSetAntiJitter, 4, 255), Head(103, 4, 255)),
+        });
     EXPECT_EQ(BytesOf(encRead), BytesOf(encParam));
     EXPECT_EQ(BytesOf(decRead), BytesOf(decParam));
 }
@@ -145,72 +96,32 @@ TEST(CodecRequests, RefusedBeforeAnythingIsSent)
     static const VeskVideoDecParam svcDec = DecParam(10);
     static std::vector<VeskVideoEncStatusInfo> encInfos(131072);
     static std::vector<VeskVideoDecStatusInfo> decInfos(131072);
-    const std::string encAll = "T3 #####send VESK_VIDEO_MSG_ENCODER_GET_ALL_STATUS start#####";
-    const auto decAll = [](const std::string& values) {
-        return "T3 #####send VESK_VIDEO_MSG_DECODER_GET_ALL_STATUS start " + values + " #####";
-    };
-    Drive(kSource,
-          {
-              IsNull(CALL(VeskVideoEncoderCreate, nullptr), 1, "ENC_CREATE", "encStmNo"),
-              IsNull(CALL(VeskVideoEncoderSetParam, 4, nullptr), 2, "SET_ENC_PARAM", "encParam"),
-              Refusal(CALL(VeskVideoEncoderSetParam, 4, &svcEnc), 2, Start("SET_ENC_PARAM"),
-                      "L3 VeskVideoEncoderSetParam:encStmNo=4, codcType=3, pt=96, w=1920, h=1080, fr=30, "
-                      "br=4000000000, stmType=-2, secType=-1, effect=-3, paramLen=72, isDtFmtCfg=255, "
-                      "dtFmtCap=0XABCD",
-                      "L1 Do not support VESK_VIDEO_ENC_SVC_SW type"),
-              Refusal(CALL(VeskVideoEncoderGetParam, 4, nullptr), 2,
-                      "T3 #####send VESK_VIDEO_MSG_GET_ENC_PARAM start 4 #####\n",
-                      "L1 VeskVideoEncoderGetParam: encParam is NULL!"),
-              IsNull(CALL(VeskVideoEncoderSetFecParam, 4, nullptr), 2, "SET_ENC_FEC_PARAM", "fecParam"),
-              Refusal(CALL(VeskVideoEncoderGetStatus, 4, nullptr), 2,
-                      "T3 #####send VESK_VIDEO_MSG_ENCODER_GET_STATUS start 4 #####\n",
-                      "L1 VeskVideoEncoderGetStatus: status is NULL!"),
-              Refusal(CALL(VeskVideoEncoderGetStatusInfos, 2, nullptr, 64), 2, encAll,
-                      "L1 VeskVideoEncoderGetStatusInfos: status is NULL!"),
-              Refusal(CALL(VeskVideoEncoderGetStatusInfos, 2, encInfos.data(), 63), 2)
-                  .WithLines(After(encAll, OnBoth("decParam len error"))),
-              Refusal(CALL(VeskVideoEncoderGetStatusInfos, 0x8000001, encInfos.data(), 4194304), 2)
-                  .WithLines(After(encAll, OnBoth("decParam len error"))),
-              Refusal(CALL(VeskVideoEncoderGetStatusInfos, 0, encInfos.data(), 64), 2)
-                  .WithLines(After(encAll, OnBoth("VeskVideoEncoderGetStatusInfos failed[2]."))),
-              Refusal(CALL(VeskVideoEncoderGetStatusInfos, 131072, encInfos.data(), 4194304), 2)
-                  .WithLines(After(encAll, OnBoth("VeskVideoEncoderGetStatusInfos failed[2]."))),
-              Refusal(CALL(VeskVideoEncoderGetChrStatistics, 4, nullptr), 2,
-                      "L3 Get encoder chrstatistics start!",
-                      "T3 #####send VESK_VIDEO_MSG_ENCODER_GET_CHR_STATISTICS start 4 #####\n",
-                      "L1 VeskVideoEncoderGetChrStatistics: statistics is NULL!"),
-              IsNull(CALL(VeskVideoEncoderSetParamEx, 4, nullptr), 2, "SET_ENC_PARAM_EX", "encParam"),
-              IsNull(CALL(VeskVideoEncoderGetParamEx, 4, nullptr), 2, "GET_ENC_PARAM_EX", "encParam"),
-              Refusal(CALL(VeskVideoDecoderCreate, nullptr), 1, Start("DEC_CREATE"),
-                      "L3 VeskVideoDecoderCreate enter.", "L1 VeskVideoDecoderCreate: decStmNo is NULL!"),
-              Refusal(CALL(VeskVideoDecoderSetParam, 4, nullptr), 1,
-                      "T3 #####send VESK_VIDEO_MSG_SET_DEC_PARAM #####\n",
-                      "L1 VeskVideoDecoderSetParam: decParam is NULL!"),
-              Refusal(CALL(VeskVideoDecoderSetParam, 4, &svcDec), 2,
-                      "T3 #####send VESK_VIDEO_MSG_SET_DEC_PARAM #####\n",
-                      "L3 VeskVideoDecoderSetParam stmNo=4, payloadType=96, w=1920, h=1080, strmTyp=-2, "
-                      "codecType=10, secType=-1, transType=-3",
-                      "T1 VeskVideoDecoderSetParam: Do not support VESK_VIDEO_DEC_SVC_SW type",
-                      "L1 VeskVideoDecoderSetParam: Do not support VESK_VIDEO_DEC_SVC_SW type"),
-              IsNull(CALL(VeskVideoDecoderSetParamEx, 4, nullptr), 1, "SET_DEC_PARAMEX", "decParamEx"),
-              Refusal(CALL(VeskVideoDecoderGetParam, 4, nullptr), 2,
-                      "T3 #####send VESK_VIDEO_MSG_GET_DEC_PARAM start 4 #####\n",
-                      "L1 VeskVideoDecoderGetParam: decParam is NULL!"),
-              Refusal(CALL(VeskVideoDecoderGetStatus, 4, nullptr), 2,
-                      "T3 #####send VESK_VIDEO_MSG_DECODER_GET_STATUS start 4 #####",
-                      "L1 VeskVideoDecoderGetStatus: status is NULL!"),
-              Refusal(CALL(VeskVideoDecoderGetStatusInfos, 2, nullptr, 64), 2, decAll("2 64"),
-                      "L1 VeskVideoDecoderGetStatusInfos: status is NULL!"),
-              Refusal(CALL(VeskVideoDecoderGetStatusInfos, 2, decInfos.data(), 63), 2)
-                  .WithLines(
-                      After(decAll("2 63"), OnBoth("VeskVideoDecoderGetStatusInfos:decParam len error"))),
-              Refusal(CALL(VeskVideoDecoderGetStatusInfos, 131072, decInfos.data(), 4194304), 2)
-                  .WithLines(
-                      After(decAll("131072 4194304"), OnBoth("VeskVideoDecoderGetStatusInfos failed[2]."))),
-              Refusal(CALL(VeskVideoDecoderGetChrStatistics, 4, nullptr), 2,
-                      "T3 #####send VESK_VIDEO_MSG_DECODER_GET_CHR_STATISTICS start 4 #####",
-                      "L1 VeskVideoDecoderGetChrStatistics: statistics is NULL!"),
-          });
+    Drive(kSource, std::vector<Refusal>{
+                       {CALL(VeskVideoEncoderCreate, nullptr), 1},
+                       {CALL(VeskVideoEncoderSetParam, 4, nullptr), 2},
+                       {CALL(VeskVideoEncoderSetParam, 4, &svcEnc), 2},
+                       {CALL(VeskVideoEncoderGetParam, 4, nullptr), 2},
+                       {CALL(VeskVideoEncoderSetFecParam, 4, nullptr), 2},
+                       {CALL(VeskVideoEncoderGetStatus, 4, nullptr), 2},
+                       {CALL(VeskVideoEncoderGetStatusInfos, 2, nullptr, 64), 2},
+                       {CALL(VeskVideoEncoderGetStatusInfos, 2, encInfos.data(), 63), 2},
+                       {CALL(VeskVideoEncoderGetStatusInfos, 0x8000001, encInfos.data(), 4194304), 2},
+                       {CALL(VeskVideoEncoderGetStatusInfos, 0, encInfos.data(), 64), 2},
+                       {CALL(VeskVideoEncoderGetStatusInfos, 131072, encInfos.data(), 4194304), 2},
+                       {CALL(VeskVideoEncoderGetChrStatistics, 4, nullptr), 2},
+                       {CALL(VeskVideoEncoderSetParamEx, 4, nullptr), 2},
+                       {CALL(VeskVideoEncoderGetParamEx, 4, nullptr), 2},
+                       {CALL(VeskVideoDecoderCreate, nullptr), 1},
+                       {CALL(VeskVideoDecoderSetParam, 4, nullptr), 1},
+                       {CALL(VeskVideoDecoderSetParam, 4, &svcDec), 2},
+                       {CALL(VeskVideoDecoderSetParamEx, 4, nullptr), 1},
+                       {CALL(VeskVideoDecoderGetParam, 4, nullptr), 2},
+                       {CALL(VeskVideoDecoderGetStatus, 4, nullptr), 2},
+                       {CALL(VeskVideoDecoderGetStatusInfos, 2, nullptr, 64), 2},
+                       {CALL(VeskVideoDecoderGetStatusInfos, 2, decInfos.data(), 63), 2},
+                       {CALL(VeskVideoDecoderGetStatusInfos, 131072, decInfos.data(), 4194304), 2},
+                       {CALL(VeskVideoDecoderGetChrStatistics, 4, nullptr), 2},
+                   });
 }
 
 TEST(CodecRequests, ExtendedParametersHaveRanges)

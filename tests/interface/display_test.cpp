@@ -94,112 +94,39 @@ TEST(DisplayRequests, EachOverItsRow)
     static const auto vio = Pattern<VeskVideoVioCallbackParam>(10);
     static const std::string server(63, 's');
 
-    Drive(
-        kSource,
-        {
-            Row(CALL(VeskVideoVoSetSrc, 4, &composition), Head(25, 4), "SET_VO_SRC")
-                .Payload(BytesOf(composition))
-                .Then("L3 VeskVideoVoSetSrc: outEngNo=4.",
-                      "L3 VeskVideoVoSetSrc:picNum[0] decFlag[1] inputId[2] sufaceFlag[3] "
-                      "winHandle[0xfedcba9876543210] colorSpace[4] bas-width[7] bas-height[8] showMode[6] "
-                      "mirror[5]"),
-            Row(CALL(VeskVideoVoSetSrc, 4, &empty), Head(25, 4), "SET_VO_SRC")
-                .Payload(BytesOf(empty))
-                .Args(": outEngNo=4."),
-            Row(CALL(VeskVideoVoSetDisplayMode, &mode), Head(154), "SET_DISPLAY_MODE")
-                .Payload(BytesOf(mode))
-                .Before("L3 Set displayMode [2] fps[60]",
-                        "L3 VeskVideoVoSetDisplayMode:Set displayMode [2] fps[60]")
-                .EndsUnended(),
-            Row(CALL(VeskVideoVoSetDefaultImage, 1, 2, path.c_str()), Head(146, 1, 2), "SET_DEFAULT_IMAGE")
-                .Payload(Text(path)),
-            Row(CALL(VeskVideoVoSetByomSrEnable, 255), Head(143, 255), "SET_SR_ENABLE")
-                .Before("L3 Set set byom enable[255]", "L3 #####send VESK_VIDEO_MSG_SET_SR_ENABLE start#####")
-                .EndsUnended(),
-            Row(CALL(VeskVideoAddFilterWindows, 6, 3, windows.data()), Head(144, 6, 3), "SET_FILTER_WINDOW")
-                .Payload(BytesOf(windows))
-                .Before("L3 #####send VESK_VIDEO_MSG_SET_FILTER_WINDOW start 6 3#####")
-                .EndsUnended(),
-            Row(CALL(VeskVideoAddFilterWindows, 6, 3, nullptr), Head(144, 6, 3), "SET_FILTER_WINDOW")
-                .Before("L3 #####send VESK_VIDEO_MSG_SET_FILTER_WINDOW start 6 3#####")
-                .EndsUnended(),
-            Row(CALL(VeskVideoDeleteFilterWindows, 6, 3, windows.data()), Head(145, 6, 3),
-                "VeskVideoDeleteFilterWindows")
-                .Payload(BytesOf(windows))
-                .Before("T3 #####send VeskVideoDeleteFilterWindows start#####")
-                .EndsUnended()
-                .FailsWith(Invalid("Send Syn Msg Fail!", "retVal")),
-            Row(CALL(VeskVideoVoNotifyWindowDestroyed, 1, window), Head(162, 32512, 1), "VO_WINDOW_DESTROY")
-                .Args(": outEngNo=1 winHandle=0x7f00."),
-            Row(CALL(VeskVideoCreateOverlayChannel, 3, 65537, &g_number), Head(155, 3, 0, 1),
-                "CREATE_OVERLAY_CHANNEL_PARAM")
-                .Answer(Bytes(4))
-                .StartsWith("3 65537")
-                .EndsUnended()
-                .FailsByMessage(),
-            Row(CALL(VeskVideoGetOverlayQueHandle, 3, &g_number), Head(156, 3), "GET_OVERLAY_QUE_HANDLE")
-                .Answer(Bytes(4))
-                .StartsWith("3")
-                .EndsUnended()
-                .FailsByMessage(),
-            Row(CALL(VeskVideoSetOverlayParam, 3, &overlay), Head(157, 3), "SET_OVERLAY_PARAM")
-                .Payload(BytesOf(overlay))
-                .Args(": 3 1 2 255 4000000000 4000000001 4000000002 4000000003 4000000004 4000000005 "
-                      "4000000006 4000000007 0.")
-                .EndsUnended()
-                .FailsByMessage(),
-            Row(CALL(VeskVideoDestroyOverlayChannel, 3), Head(158, 3), "DESTROY_OVERLAY_PARAM")
-                .Before("L3 #####send VeskVideoDestroyOverlayChannel start 3 #####\n")
-                .EndsUnended()
-                .FailsByMessage(),
-            Row(CALL(VeskVideoEnableOverlay, 3, 1), Head(159, 3, 1), "ENABLE_OVERLAY_PARAM")
-                .Before("L3 #####send VeskVideoEnableOverlay start 3 1 #####\n")
-                .EndsUnended()
-                .FailsByMessage(),
-            Row(CALL(VeskVideoGetSnapshot, &snapshot, 2, 3), Head(72, 3, 2), "GET_SNAPSHOT")
-                .Payload(BytesOf(snapshot))
-                .Before("L3 Get Snapshot Start!", Start("GET_SNAPSHOT"))
-                .Ends("T3 #####send VESK_VIDEO_MSG_GET_SNAPSHOT msg[0] taskId[4000000000]#####\n")
-                .FailsByMessage(),
-            Row(CALL(VeskVideoSetStreamLoop, 1, 2, 3, &g_number), Head(118), "SET_LOOP_MODE")
-                .Payload(BytesOf(std::array<uint32_t, 4>{1, 2, 3, 0}))
-                .Answer(BytesOf(uint32_t{66}))
-                .Before("L3 #####send VESK_VIDEO_MSG_SET_LOOP_MODE start#####\n",
-                        "T3 encNo[1] decNo[2] mode[3]")
-                .EndsUnended()
-                .FailsByMessage(),
-            Row(CALL(VeskVideoSetStreamLoopEnable, 65537, 1), Head(119, 1, 0, 1), "SET_LOOP_START")
-                .Before("L3 #####send VESK_VIDEO_MSG_SET_LOOP_START start 65537 1 #####\n")
-                .EndsUnended()
-                .FailsByMessage(),
-            Row(CALL(VeskVideoSetDynamicWallpapersStm, &wallpaper), Head(101), "SET_WALLPAPER_INFO")
-                .Payload(BytesOf(wallpaper))
-                .Before("L3 Set dynamic wallpapers stm start!", Start("SET_WALLPAPER_INFO"))
-                .FailsWith(
-                    After("L1 Set dynamic wallpapers stm result[9]", Invalid("Send Msg Fail!", "ret"))),
-            Row(CALL(VeskVideoSetAnnotationStatus, 65537, 2, 255), Head(75, 2, 255, 1),
-                "SET_ANNOTATION_STATUS")
-                .Before("L3 #####send VESK_VIDEO_MSG_SET_ANNOTATION_STATUS start#####\n")
-                .FailsWith(After("L1 Set annotation status result[9]", Invalid("Send Msg Fail!", "ret"))),
-            Row(CALL(VeskVideoVerifyImage, path.c_str(), &verify),
-                Head(142, reinterpret_cast<uintptr_t>(path.c_str())), "VERYFY_IMAGE")
-                .Payload(BytesOf(verify))
-                .Before("T3 #####send VESK_VIDEO_MSG_VERYFY_IMAGE start#####",
-                        "L3 VeskVideoVerifyImage ender.")
-                .EndsUnended(),
-            Row(CALL(VeskVideoSetVioCallback, 4, &vio), Head(71, 4), "SET_VIO_CALLBACK")
-                .Payload(BytesOf(vio))
-                .Args(": engNo=4.")
-                .FailsWith(After("L1 VeskVideoSetVioCallback fail, engNo[4] result[9]",
-                                 Failed("VeskVideoSetVioCallback"))),
-            Row(CALL(VeskVideoAdvancedQueueClientInit, server.c_str()), Head(88), "ADVANCE_QUE_CLIENT_INIT")
-                .Payload(Text(server))
-                .Then("L3 VeskVideoAdvancedQueueClientInit enter serverName:" + server + ".",
-                      "L3 Init advanced queue client, serverName=" + server),
-            Row(CALL(VeskVideoBuffDestroyQueue, 5), Head(134, 0, 5), "DESTROY_QUEUE")
-                .Before("T3 ##### VESK_VIDEO_MSG_DESTROY_QUEUE start#####\n",
-                        "L3 VeskVideoBuffDestroyQueue: memQueId=5."),
-        });
+    Drive(kSource,
+          {
+              Row(CALL(VeskVideoVoSetSrc, 4, &composition), Head(25, 4)).Payload(BytesOf(composition)),
+              Row(CALL(VeskVideoVoSetSrc, 4, &empty), Head(25, 4)).Payload(BytesOf(empty)),
+              Row(CALL(VeskVideoVoSetDisplayMode, &mode), Head(154)).Payload(BytesOf(mode)),
+              Row(CALL(VeskVideoVoSetDefaultImage, 1, 2, path.c_str()), Head(146, 1, 2)).Payload(Text(path)),
+              Row(CALL(VeskVideoVoSetByomSrEnable, 255), Head(143, 255)),
+              Row(CALL(VeskVideoAddFilterWindows, 6, 3, windows.data()), Head(144, 6, 3))
+                  .Payload(BytesOf(windows)),
+              Row(CALL(VeskVideoAddFilterWindows, 6, 3, nullptr), Head(144, 6, 3)),
+              Row(CALL(VeskVideoDeleteFilterWindows, 6, 3, windows.data()), Head(145, 6, 3))
+                  .Payload(BytesOf(windows)),
+              Row(CALL(VeskVideoVoNotifyWindowDestroyed, 1, window), Head(162, 32512, 1)),
+              Row(CALL(VeskVideoCreateOverlayChannel, 3, 65537, &g_number), Head(155, 3, 0, 1))
+                  .Answer(Bytes(4)),
+              Row(CALL(VeskVideoGetOverlayQueHandle, 3, &g_number), Head(156, 3)).Answer(Bytes(4)),
+              Row(CALL(VeskVideoSetOverlayParam, 3, &overlay), Head(157, 3)).Payload(BytesOf(overlay)),
+              Row(CALL(VeskVideoDestroyOverlayChannel, 3), Head(158, 3)),
+              Row(CALL(VeskVideoEnableOverlay, 3, 1), Head(159, 3, 1)),
+              Row(CALL(VeskVideoGetSnapshot, &snapshot, 2, 3), Head(72, 3, 2)).Payload(BytesOf(snapshot)),
+              Row(CALL(VeskVideoSetStreamLoop, 1, 2, 3, &g_number), Head(118))
+                  .Payload(BytesOf(std::array<uint32_t, 4>{1, 2, 3, 0}))
+                  .Answer(BytesOf(uint32_t{66})),
+              Row(CALL(VeskVideoSetStreamLoopEnable, 65537, 1), Head(119, 1, 0, 1)),
+              Row(CALL(VeskVideoSetDynamicWallpapersStm, &wallpaper), Head(101)).Payload(BytesOf(wallpaper)),
+              Row(CALL(VeskVideoSetAnnotationStatus, 65537, 2, 255), Head(75, 2, 255, 1)),
+              Row(CALL(VeskVideoVerifyImage, path.c_str(), &verify),
+                  Head(142, reinterpret_cast<uintptr_t>(path.c_str())))
+                  .Payload(BytesOf(verify)),
+              Row(CALL(VeskVideoSetVioCallback, 4, &vio), Head(71, 4)).Payload(BytesOf(vio)),
+              Row(CALL(VeskVideoAdvancedQueueClientInit, server.c_str()), Head(88)).Payload(Text(server)),
+              Row(CALL(VeskVideoBuffDestroyQueue, 5), Head(134, 0, 5)),
+          });
 }
 
 TEST(DisplayRequests, RefusedBeforeAnythingIsSent)
@@ -208,58 +135,27 @@ TEST(DisplayRequests, RefusedBeforeAnythingIsSent)
     static const VeskVideoDisplayInfo badMode = Mode(3);
     static const std::string longPath(4096, 'i');
     static const std::string longServer(64, 's');
-    const std::string defaultImage = "L1 the length of filePath is nullptr or too long";
-    Drive(
-        kSource,
-        {
-            IsNull(CALL(VeskVideoVoSetSrc, 1, nullptr), 1, "SET_VO_SRC", "voMultiPicParam"),
-            Refusal(CALL(VeskVideoVoSetSrc, 1, &tooMany), 2, Start("SET_VO_SRC"),
-                    "L1 Set picNum[26] > VESK_VIDEO_MAX_SUBPIC_NUM"),
-            Refusal(CALL(VeskVideoVoSetDisplayMode, nullptr), 2, "L3 param displayInfo is null"),
-            Refusal(CALL(VeskVideoVoSetDisplayMode, &badMode), 2, "L3 Set displayMode [3] fps[60]",
-                    "L3 VeskVideoVoSetDisplayMode:Set displayMode [3] fps[60]", "L1 displayMode [3] invalid"),
-            Refusal(CALL(VeskVideoVoSetDefaultImage, 1, 2, nullptr), 2, Start("SET_DEFAULT_IMAGE"),
-                    defaultImage),
-            Refusal(CALL(VeskVideoVoSetDefaultImage, 1, 2, longPath.c_str()), 2, Start("SET_DEFAULT_IMAGE"),
-                    defaultImage),
-            Refusal(CALL(VeskVideoCreateOverlayChannel, 1, 2, nullptr), 2)
-                .WithLines(After("T3 #####send VESK_VIDEO_MSG_CREATE_OVERLAY_CHANNEL_PARAM start 1 2 #####\n",
-                                 OnBoth("VESK_VIDEO_MSG_CREATE_OVERLAY_CHANNEL_PARAM fail[2]."))),
-            Refusal(CALL(VeskVideoGetOverlayQueHandle, 1, nullptr), 2)
-                .WithLines(After("T3 #####send VESK_VIDEO_MSG_GET_OVERLAY_QUE_HANDLE start 1 #####\n",
-                                 OnBoth("VESK_VIDEO_MSG_GET_OVERLAY_QUE_HANDLE fail[2]."))),
-            IsNull(CALL(VeskVideoSetOverlayParam, 1, nullptr), 1, "SET_OVERLAY_PARAM", "overlayParam"),
-            Refusal(CALL(VeskVideoGetSnapshot, nullptr, 1, 2), 1, "L3 Get Snapshot Start!",
-                    Start("GET_SNAPSHOT"), "L1 VeskVideoGetSnapshot: param is NULL!"),
-            Refusal(CALL(VeskVideoSetStreamLoop, 1, 2, 3, nullptr), 2,
-                    "L3 #####send VESK_VIDEO_MSG_SET_LOOP_MODE start#####\n",
-                    "L1 VeskVideoSetStreamLoop: loopHandle is NULL!"),
-            Refusal(CALL(VeskVideoSetDynamicWallpapersStm, nullptr), 2,
-                    "L3 Set dynamic wallpapers stm start!", Start("SET_WALLPAPER_INFO"),
-                    "L1 wallpaperParam is nullptr"),
-            Refusal(CALL(VeskVideoVerifyImage, nullptr, nullptr), 2,
-                    "T3 #####send VESK_VIDEO_MSG_VERYFY_IMAGE start#####", "L3 VeskVideoVerifyImage ender.",
-                    "L1 VeskVideoVerifyImage: filePath is NULL!"),
-            Refusal(CALL(VeskVideoVerifyImage, "path", nullptr), 2,
-                    "T3 #####send VESK_VIDEO_MSG_VERYFY_IMAGE start#####", "L3 VeskVideoVerifyImage ender.",
-                    "L1 VeskVideoVerifyImage: req is NULL!"),
-            Refusal(CALL(VeskVideoSetVioCallback, 1, nullptr), 2, Start("SET_VIO_CALLBACK"),
-                    "L3 VeskVideoSetVioCallback: engNo=1.", "L1 VeskVideoSetVioCallback: param is NULL!"),
-            IsNull(CALL(VeskVideoAdvancedQueueClientInit, nullptr), 1, "ADVANCE_QUE_CLIENT_INIT",
-                   "serverName"),
-            Refusal(CALL(VeskVideoAdvancedQueueClientInit, longServer.c_str()), 1,
-                    Start("ADVANCE_QUE_CLIENT_INIT"),
-                    "L3 VeskVideoAdvancedQueueClientInit enter serverName:" + longServer + ".",
-                    "L3 Init advanced queue client, serverName=" + longServer,
-                    "L1 memcpy_s Fail serverName[" + longServer + "]"),
-            Refusal(CALL(VeskVideoAdvancedQueueClientInit, "abc\r"), 2, Start("ADVANCE_QUE_CLIENT_INIT"),
-                    "L3 VeskVideoAdvancedQueueClientInit enter serverName:abc\r.",
-                    "L3 Init advanced queue client, serverName=abc\r",
-                    "L3 param serverName has unsafe character"),
-            Refusal(CALL(VeskVideoBuffCreateQueue, nullptr), 1,
-                    "L3 ##### VeskVideoBuffCreateQueue start#####",
-                    "L1 VeskVideoBuffCreateQueue: memQueId is NULL!"),
-        });
+    Drive(kSource, std::vector<Refusal>{
+                       {CALL(VeskVideoVoSetSrc, 1, nullptr), 1},
+                       {CALL(VeskVideoVoSetSrc, 1, &tooMany), 2},
+                       {CALL(VeskVideoVoSetDisplayMode, nullptr), 2},
+                       {CALL(VeskVideoVoSetDisplayMode, &badMode), 2},
+                       {CALL(VeskVideoVoSetDefaultImage, 1, 2, nullptr), 2},
+                       {CALL(VeskVideoVoSetDefaultImage, 1, 2, longPath.c_str()), 2},
+                       {CALL(VeskVideoCreateOverlayChannel, 1, 2, nullptr), 2},
+                       {CALL(VeskVideoGetOverlayQueHandle, 1, nullptr), 2},
+                       {CALL(VeskVideoSetOverlayParam, 1, nullptr), 1},
+                       {CALL(VeskVideoGetSnapshot, nullptr, 1, 2), 1},
+                       {CALL(VeskVideoSetStreamLoop, 1, 2, 3, nullptr), 2},
+                       {CALL(VeskVideoSetDynamicWallpapersStm, nullptr), 2},
+                       {CALL(VeskVideoVerifyImage, nullptr, nullptr), 2},
+                       {CALL(VeskVideoVerifyImage, "path", nullptr), 2},
+                       {CALL(VeskVideoSetVioCallback, 1, nullptr), 2},
+                       {CALL(VeskVideoAdvancedQueueClientInit, nullptr), 1},
+                       {CALL(VeskVideoAdvancedQueueClientInit, longServer.c_str()), 1},
+                       {CALL(VeskVideoAdvancedQueueClientInit, "abc\r"), 2},
+                       {CALL(VeskVideoBuffCreateQueue, nullptr), 1},
+                   });
 }
 
 TEST(DisplayRequests, EveryPictureHasItsLine)
