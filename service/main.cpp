@@ -7,6 +7,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <exception>
 #include <thread>
 
 using namespace vesk::service;
@@ -29,7 +30,11 @@ Service* g_service = nullptr;
 
 uint32_t HandleMessage(OsMsgEnvelope* message)
 {
-    g_service->Handle(*message);
+    try {
+        g_service->Handle(*message);
+    } catch (const std::exception& error) { // for want of memory, say: its sender sees a failure
+        LOG(kError, "message %u from %.16s: %s", message->msgId, message->sendProcName, error.what());
+    }
     return 0;
 }
 

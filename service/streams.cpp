@@ -145,8 +145,11 @@ Result Overlays::Create(const Request& request, uint32_t* layer)
 {
     if (request.head.ulParam1 > UINT32_MAX)
         return VESK_SERVICE_ERR_NUMBER;
-    if (channels.Find(request.head.ulParam1) != nullptr)
-        return VESK_SERVICE_ERR_BUSY;
+    if (const Channel* present = channels.Find(request.head.ulParam1); present != nullptr) {
+        if (IsAlive(present->owner.process))
+            return VESK_SERVICE_ERR_BUSY;
+        channels.Erase(request.head.ulParam1);
+    }
     if (!channels.CreateAt(static_cast<uint32_t>(request.head.ulParam1), request.sender))
         return VESK_SERVICE_ERR_ROOM;
     *layer = static_cast<uint32_t>(channels.All().size());

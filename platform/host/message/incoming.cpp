@@ -39,7 +39,9 @@ void Incoming::OnReady(uint32_t events)
 
 void Incoming::ReadLocked()
 {
-    while (socket_.IsOpen() && !owesAnswer_) {
+    // One peer that sends without end must not keep the reactor from the others.
+    constexpr int kReadsAtOnce = 64;
+    for (int reads = 0; reads < kReadsAtOnce && socket_.IsOpen() && !owesAnswer_; ++reads) {
         std::byte* target = reinterpret_cast<std::byte*>(&head_) + received_;
         size_t wanted = sizeof head_ - received_;
         if (arriving_ != nullptr) {
