@@ -10,7 +10,7 @@ if(NOT EXISTS ${BINARY_DIR}/libvesk_video_interface.so.2.1.2)
   message(FATAL_ERROR "libvesk_video_interface.so.2.1.2 was not built")
 endif()
 execute_process(
-  COMMAND ${CMAKE_COMMAND} -S ${SOURCE_DIR} -B ${BINARY_DIR}/refused -DVESK_PLATFORM=device
+  COMMAND ${CMAKE_COMMAND} -S ${SOURCE_DIR} -B ${BINARY_DIR}/refused -G ${GENERATOR} -DVESK_PLATFORM=device
     -DVESK_PLATFORM_INCLUDE_DIR=/nonexistent
   RESULT_VARIABLE result ERROR_VARIABLE errors OUTPUT_QUIET)
 if(result EQUAL 0 OR NOT errors MATCHES "VESK_PLATFORM_INCLUDE_DIR='/nonexistent' holds no platform/os_msg.h")
