@@ -241,36 +241,6 @@ Result Inputs::GetBoundary(const Request&, Engine& engine, VeskServiceBoundary* 
     return kOk;
 }
 
-Result Inputs::SetEptz(const Request& request, const VeskVideoEptzParams& eptz)
-{
-    Port* port = FindPort(request.head.uwSubMsgID);
-    if (port == nullptr)
-        return VESK_SERVICE_ERR_NUMBER;
-    port->eptz = eptz;
-    return kOk;
-}
-
-Result Inputs::SetPtzf(const Request& request, const VeskVideoPtzfParams& ptzf)
-{
-    Port* port = FindPort(request.head.uwSubMsgID);
-    if (port == nullptr)
-        return VESK_SERVICE_ERR_NUMBER;
-    port->ptzf = ptzf;
-    return kOk;
-}
-
-Result Inputs::GetEptz(const Request&, Engine& engine, VeskVideoEptzParams* eptz)
-{
-    *eptz = PortOf(engine).eptz;
-    return kOk;
-}
-
-Result Inputs::GetPtzf(const Request&, Engine& engine, VeskVideoPtzfParams* ptzf)
-{
-    *ptzf = PortOf(engine).ptzf;
-    return kOk;
-}
-
 Result Inputs::Track(const Request&, Engine& engine)
 {
     if (!engine.isStarted || !PortOf(engine).HasCamera())

@@ -53,6 +53,20 @@ public:
     Engine* Find(uint64_t inEngNo) { return engines_.Find(inEngNo); }
     const Port& PortOf(const Engine& engine) const { return ports_[engine.port]; }
 
+    /// The ports by their own numbers, and by the numbers of the engines that read them.
+    struct ByPort {
+        Inputs& inputs;
+        Port* Find(uint64_t number) const { return inputs.FindPort(number); }
+    };
+    struct ByEngine {
+        Inputs& inputs;
+        Port* Find(uint64_t inEngNo) const
+        {
+            const Engine* engine = inputs.Find(inEngNo);
+            return engine != nullptr ? &inputs.ports_[engine->port] : nullptr;
+        }
+    };
+
     Result GetCount(const Request&, uint32_t* count);
     Result GetPorts(const Request&, std::vector<VeskVideoViPortInfo>* ports);
     Result Open(const Request&, uint32_t* inEngNo);
@@ -73,10 +87,6 @@ public:
     Result QueryPresets(const Request&, std::vector<VeskVideoPresetInfo>* presets);
     Result GetBoundary(const Request&, Engine&, VeskServiceBoundary*);
 
-    Result SetEptz(const Request&, const VeskVideoEptzParams&);
-    Result SetPtzf(const Request&, const VeskVideoPtzfParams&);
-    Result GetEptz(const Request&, Engine&, VeskVideoEptzParams*);
-    Result GetPtzf(const Request&, Engine&, VeskVideoPtzfParams*);
     Result Track(const Request&, Engine&);
     Result GetPtStatus(const Request&, Engine&, uint8_t* status);
     Result GetAfStatus(const Request&, Engine&, uint8_t* status);

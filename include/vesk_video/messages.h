@@ -18,7 +18,7 @@
  * - VESK_BYTES: bytes whose number the caller chooses;
  * - VESK_UNANSWERED (answer only): the request is asynchronous, no answer is sent.
  *
- * The five words are macros that the user of the list defines; message_table.h is one that does.
+ * The words are macros that the user of the list defines.
  */
 #define VESK_VIDEO_REQUESTS(X)                                                                               \
     X(VESK_VIDEO_MSG_INIT, 0, VESK_RECORD(VeskVideoInitInfo), VESK_NONE)                                     \
