@@ -88,10 +88,16 @@ void Clients::Save() const
     close(directory);
 }
 
-void Clients::Add(const std::string& procName, const std::string& taskName, pid_t process)
+Result Clients::Add(const std::string& procName, const std::string& taskName, pid_t process)
 {
+    constexpr size_t kMost = 256;
+    if (clients_.size() >= kMost)
+        std::erase_if(clients_, [](const auto& entry) { return !IsAlive(entry.second.process); });
+    if (clients_.size() >= kMost && !IsKnown(procName))
+        return VESK_SERVICE_ERR_ROOM;
     clients_[procName] = {taskName, process};
     Save();
+    return kOk;
 }
 
 void Clients::Remove(const std::string& procName)

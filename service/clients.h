@@ -24,7 +24,7 @@ public:
     /// Takes up the clients of an earlier run that are still alive.
     void Restore();
 
-    void Add(const std::string& procName, const std::string& taskName, pid_t process);
+    Result Add(const std::string& procName, const std::string& taskName, pid_t process);
     void Remove(const std::string& procName);
     bool IsKnown(const std::string& procName) const { return clients_.count(procName) != 0; }
 

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <utility>
 
 namespace vesk::service {
 
@@ -42,10 +41,9 @@ Result StartChannel(Codecs::Channel& channel)
 
 Result StopChannel(Codecs::Channel& channel)
 {
-    if (!std::exchange(channel.isStarted, false))
-        return VESK_SERVICE_ERR_STATE;
-    ++channel.statistics.stops;
-    return kOk;
+    const Result result = StopIfStarted(channel.isStarted);
+    channel.statistics.stops += result == kOk ? 1 : 0;
+    return result;
 }
 
 bool IsPicture(uint32_t width, uint32_t height)
@@ -86,16 +84,6 @@ Result PutStatistics(const Codecs::Channel& channel, Record* record)
     return kOk;
 }
 
-template <class Channel>
-Result CreateIn(Numbered<Channel>& channels, const Request& request, uint32_t* stmNo)
-{
-    const auto created = channels.Create(request.sender);
-    if (!created)
-        return VESK_SERVICE_ERR_ROOM;
-    *stmNo = *created;
-    return kOk;
-}
-
 } // namespace
 
 void Codecs::Release(pid_t process)
@@ -107,13 +95,7 @@ void Codecs::Release(pid_t process)
 
 Result Codecs::CreateEncoder(const Request& request, uint32_t* encStmNo)
 {
-    return CreateIn(encoders, request, encStmNo);
-}
-
-Result Codecs::DeleteEncoder(const Request& request, Encoder&)
-{
-    encoders.Erase(request.head.ulParam1);
-    return kOk;
+    return encoders.Create(request.sender, encStmNo);
 }
 
 Result Codecs::SetEncoderParam(const Request&, Encoder& encoder, const VeskVideoEncParam& param)
@@ -213,13 +195,7 @@ Result Codecs::GetEncodeCapability(const Request&, VeskVideoEncodeCapability* ca
 
 Result Codecs::CreateDecoder(const Request& request, uint32_t* decStmNo)
 {
-    return CreateIn(decoders, request, decStmNo);
-}
-
-Result Codecs::DeleteDecoder(const Request& request, Decoder&)
-{
-    decoders.Erase(request.head.ulParam1);
-    return kOk;
+    return decoders.Create(request.sender, decStmNo);
 }
 
 Result Codecs::SetDecoderParam(const Request&, Decoder& decoder, const VeskVideoDecParam& param)
@@ -282,7 +258,7 @@ Result Codecs::CreateLoop(const Request& request, const VeskVideoStreamLoopParam
 {
     if (encoders.Find(param.encNo) == nullptr || decoders.Find(param.decNo) == nullptr)
         return VESK_SERVICE_ERR_NUMBER;
-    const Result result = CreateIn(loops, request, loopHandle);
+    const Result result = loops.Create(request.sender, loopHandle);
     if (result == kOk)
         loops.Find(*loopHandle)->param = param;
     return result;

@@ -42,7 +42,6 @@ public:
     Numbered<Loop> loops{VESK_SERVICE_MAX_LOOPS};
 
     Result CreateEncoder(const Request&, uint32_t* encStmNo);
-    Result DeleteEncoder(const Request&, Encoder&);
     Result SetEncoderParam(const Request&, Encoder&, const VeskVideoEncParam&);
     Result SetEncoderParamEx(const Request&, Encoder&, const VeskVideoEncParamEx&);
     Result StartEncoder(const Request&, Encoder&);
@@ -55,7 +54,6 @@ public:
     Result GetEncodeCapability(const Request&, VeskVideoEncodeCapability*);
 
     Result CreateDecoder(const Request&, uint32_t* decStmNo);
-    Result DeleteDecoder(const Request&, Decoder&);
     Result SetDecoderParam(const Request&, Decoder&, const VeskVideoDecParam&);
     Result StartDecoder(const Request&, Decoder&);
     Result StopDecoder(const Request&, Decoder&);

@@ -62,7 +62,7 @@ VeskVideoViPortInfo Inputs::Describe(uint32_t number)
     described.height = port.height;
     described.fr = port.fr;
     std::strncpy(described.name, port.name, sizeof described.name - 1);
-    for (const auto& [inEngNo, engine] : engines_.All()) {
+    for (const auto& [inEngNo, engine] : engines.All()) {
         if (engine.port != number)
             continue;
         described.inEngNo = inEngNo;
@@ -86,13 +86,7 @@ Result Inputs::Open(const Request& request, uint32_t* inEngNo)
         return VESK_SERVICE_ERR_NUMBER;
     if (!port->isEnabled)
         return VESK_SERVICE_ERR_DISABLED;
-    return OpenPort(engines_, request, inEngNo);
-}
-
-Result Inputs::Close(const Request& request, Engine&)
-{
-    engines_.Erase(request.head.ulParam1);
-    return kOk;
+    return OpenPort(engines, request, inEngNo);
 }
 
 Result Inputs::Start(const Request&, Engine& engine)
@@ -102,11 +96,6 @@ Result Inputs::Start(const Request&, Engine& engine)
     if (!PortOf(engine).isPlugged)
         return VESK_SERVICE_ERR_UNPLUGGED;
     return std::exchange(engine.isStarted, true) ? Result{VESK_SERVICE_ERR_STATE} : kOk;
-}
-
-Result Inputs::Stop(const Request&, Engine& engine)
-{
-    return std::exchange(engine.isStarted, false) ? kOk : Result{VESK_SERVICE_ERR_STATE};
 }
 
 Result Inputs::Connect(const Request& request, Engine& engine)
@@ -157,7 +146,7 @@ Result Inputs::Disable(const Request& request)
     if (port == nullptr)
         return VESK_SERVICE_ERR_NUMBER;
     port->isEnabled = false;
-    StopPort(engines_, request);
+    StopPort(engines, request);
     return kOk;
 }
 
@@ -218,7 +207,7 @@ Result Inputs::GetPresetCount(const Request&, uint32_t* count)
 Result Inputs::QueryPresets(const Request& request, std::vector<VeskVideoPresetInfo>* presets)
 {
     const uint32_t count = request.head.ulParam2;
-    const Engine* engine = Find(request.head.ulParam1);
+    const Engine* engine = engines.Find(request.head.ulParam1);
     if (request.head.ulParam1 != 0 && engine == nullptr)
         return VESK_SERVICE_ERR_NUMBER;
     if (count == 0 || count > VESK_SERVICE_MAX_PRESET_QUERY)

@@ -48,9 +48,9 @@ public:
 
     /// Announces every port to a client.
     void Announce(const std::string& procName);
-    void Release(pid_t process) { engines_.Release(process); }
+    void Release(pid_t process) { engines.Release(process); }
 
-    Engine* Find(uint64_t inEngNo) { return engines_.Find(inEngNo); }
+    Numbered<Engine> engines{VESK_SERVICE_INPUTS};
     const Port& PortOf(const Engine& engine) const { return ports_[engine.port]; }
 
     /// The ports by their own numbers, and by the numbers of the engines that read them.
@@ -62,7 +62,7 @@ public:
         Inputs& inputs;
         Port* Find(uint64_t inEngNo) const
         {
-            const Engine* engine = inputs.Find(inEngNo);
+            const Engine* engine = inputs.engines.Find(inEngNo);
             return engine != nullptr ? &inputs.ports_[engine->port] : nullptr;
         }
     };
@@ -70,9 +70,7 @@ public:
     Result GetCount(const Request&, uint32_t* count);
     Result GetPorts(const Request&, std::vector<VeskVideoViPortInfo>* ports);
     Result Open(const Request&, uint32_t* inEngNo);
-    Result Close(const Request&, Engine&);
     Result Start(const Request&, Engine&);
-    Result Stop(const Request&, Engine&);
     Result Connect(const Request&, Engine&);
     Result Disconnect(const Request&, Engine&);
     Result ModifyInput(const Request&, Engine&);
@@ -107,7 +105,6 @@ private:
         {{"CAMERA", kCameraPort, 3840, 2160, 30, true},
          {"PC-IN", kPcPort, 0, 0, 0, false},
          {"NET-CAMERA", VESK_VIDEO_PORT_TYPE_NET_CAMERA, 1920, 1080, 25, true}}};
-    Numbered<Engine> engines_{VESK_SERVICE_INPUTS};
     std::map<uint32_t, std::string> virtualSources_;
 };
 

@@ -5,7 +5,7 @@
 #include "service/request.h"
 
 #include <map>
-#include <optional>
+#include <utility>
 
 namespace vesk::service {
 
@@ -20,34 +20,32 @@ public:
     /// Numbers run from @p first; @p most can be there at once.
     explicit Numbered(size_t most, uint32_t first = 1) : most_(most), first_(first) {}
 
-    /// A new thing under a number that is free, or nothing when there is no room.
-    std::optional<uint32_t> Create(const Sender& owner)
+    /// A new thing under a number that is free; VESK_SERVICE_ERR_ROOM when as many as can be are there.
+    Result Create(const Sender& owner, uint32_t* number)
     {
-        for (uint32_t tried = 0; tried <= most_; ++tried) {
-            const uint32_t number = next_ + first_;
+        do {
+            *number = next_ + first_;
             next_ = (next_ + 1) % kNumbers;
-            if (things_.count(number) == 0)
-                return CreateAt(number, owner) ? std::optional(number) : std::nullopt;
-        }
-        return std::nullopt;
+        } while (things_.count(*number) != 0); // there are always fewer things than numbers
+        return CreateAt(*number, owner);
     }
 
     /// The same, always under the lowest free number: for numbers that have a bound.
-    std::optional<uint32_t> CreateLowest(const Sender& owner)
+    Result CreateLowest(const Sender& owner, uint32_t* number)
     {
         next_ = 0;
-        return Create(owner);
+        return Create(owner, number);
     }
 
-    /// A new thing under a number that the client chose; false when there is no room.
-    bool CreateAt(uint32_t number, const Sender& owner)
+    /// The same under a number that the client chose.
+    Result CreateAt(uint32_t number, const Sender& owner)
     {
         if (things_.size() >= most_)
             std::erase_if(things_, [](const auto& entry) { return !IsAlive(entry.second.owner.process); });
         if (things_.size() >= most_)
-            return false;
+            return VESK_SERVICE_ERR_ROOM;
         things_[number].owner = owner;
-        return true;
+        return kOk;
     }
 
     Thing* Find(uint64_t number)
@@ -76,6 +74,12 @@ private:
     std::map<uint32_t, Thing> things_;
 };
 
+/// Stops a thing that is started.
+inline Result StopIfStarted(bool& isStarted)
+{
+    return std::exchange(isStarted, false) ? kOk : Result{VESK_SERVICE_ERR_STATE};
+}
+
 /// Opens the port of the request's first parameter: a new engine for it, unless a living one has it.
 template <class Engine>
 Result OpenPort(Numbered<Engine>& engines, const Request& request, uint32_t* engineNo)
@@ -89,12 +93,10 @@ Result OpenPort(Numbered<Engine>& engines, const Request& request, uint32_t* eng
         engines.Erase(number);
         break;
     }
-    const auto created = engines.Create(request.sender);
-    if (!created)
-        return VESK_SERVICE_ERR_ROOM;
-    *engineNo = *created;
-    engines.Find(*created)->port = port;
-    return kOk;
+    const Result result = engines.Create(request.sender, engineNo);
+    if (result == kOk)
+        engines.Find(*engineNo)->port = port;
+    return result;
 }
 
 /// Stops the engine of the port of the request's first parameter.

@@ -53,11 +53,10 @@ VeskVideoVoPortInfo Outputs::Describe(uint32_t port)
     described.displayMode = displayInfo_.displayMode;
     described.displayFps = displayInfo_.fps;
     described.srEnabled = isSrEnabled_ ? 1 : 0;
-    for (const auto& [filterParam, windows] : filterWindows_)
-        described.filterWindows += static_cast<uint32_t>(windows.size());
+    described.filterWindows = static_cast<uint32_t>(filterWindows_.size());
     std::strncpy(described.name, display.name, sizeof described.name - 1);
     display.defaultImage.copy(described.defaultImage, sizeof described.defaultImage - 1);
-    for (const auto& [outEngNo, engine] : engines_.All()) {
+    for (const auto& [outEngNo, engine] : engines.All()) {
         if (engine.port != port)
             continue;
         described.outEngNo = outEngNo;
@@ -77,7 +76,7 @@ Result Outputs::Open(const Request& request, uint32_t* outEngNo)
         return VESK_SERVICE_ERR_NUMBER;
     if (!display->isEnabled)
         return VESK_SERVICE_ERR_DISABLED;
-    return OpenPort(engines_, request, outEngNo);
+    return OpenPort(engines, request, outEngNo);
 }
 
 Result Outputs::Start(const Request& request, Engine& engine)
@@ -91,15 +90,10 @@ Result Outputs::Start(const Request& request, Engine& engine)
     return kOk;
 }
 
-Result Outputs::Stop(const Request&, Engine& engine)
-{
-    return std::exchange(engine.isStarted, false) ? kOk : Result{VESK_SERVICE_ERR_STATE};
-}
-
 Result Outputs::Close(const Request& request, Engine& engine)
 {
     NotifyLink(VESK_VIDEO_ON_DISPLAY_DESTROY_LINK_NOTIFY, request.head.ulParam1, engine);
-    engines_.Erase(request.head.ulParam1);
+    engines.Erase(request.head.ulParam1);
     return kOk;
 }
 
@@ -118,7 +112,7 @@ Result Outputs::Disable(const Request& request)
     if (display == nullptr)
         return VESK_SERVICE_ERR_NUMBER;
     display->isEnabled = false;
-    StopPort(engines_, request);
+    StopPort(engines, request);
     return kOk;
 }
 
@@ -129,7 +123,7 @@ Result Outputs::SetSource(const Request&, Engine& engine, const VeskVideoVoMulti
         return VESK_SERVICE_ERR_VALUE;
     for (const VeskVideoSubPicParam& picture : std::span(source.subPic, source.picNum)) {
         const bool isThere = picture.decFlag != 0 ? codecs_.decoders.Find(picture.inputId) != nullptr
-                                                  : inputs_.Find(picture.inputId) != nullptr;
+                                                  : inputs_.engines.Find(picture.inputId) != nullptr;
         if (!isThere)
             return VESK_SERVICE_ERR_NUMBER;
     }
@@ -164,37 +158,34 @@ Result Outputs::SetSr(const Request& request)
 Result Outputs::AddFilterWindows(const Request& request, std::span<const VeskVideoFilterWindow> windows)
 {
     constexpr size_t kMost = 1024;
-    auto& present = filterWindows_[request.head.ulParam1];
-    if (present.size() + windows.size() > kMost)
+    if (filterWindows_.size() + windows.size() > kMost)
         return VESK_SERVICE_ERR_ROOM;
-    present.insert(present.end(), windows.begin(), windows.end());
+    for (const VeskVideoFilterWindow& window : windows)
+        filterWindows_.push_back({request.head.ulParam1, window});
     return kOk;
 }
 
 // All of them must be there; otherwise none is taken away.
 Result Outputs::DeleteFilterWindows(const Request& request, std::span<const VeskVideoFilterWindow> windows)
 {
-    const auto found = filterWindows_.find(request.head.ulParam1);
-    if (found == filterWindows_.end())
-        return VESK_SERVICE_ERR_NUMBER;
-    std::vector<VeskVideoFilterWindow> left = found->second;
+    std::vector<FilterWindow> left = filterWindows_;
     for (const VeskVideoFilterWindow& window : windows) {
-        const auto same =
-            std::find_if(left.begin(), left.end(), [&window](const VeskVideoFilterWindow& other) {
-                return std::memcmp(&window, &other, sizeof window) == 0;
-            });
+        const auto same = std::find_if(left.begin(), left.end(), [&](const FilterWindow& other) {
+            return other.filterParam == request.head.ulParam1 &&
+                   std::memcmp(&window, &other.window, sizeof window) == 0;
+        });
         if (same == left.end())
             return VESK_SERVICE_ERR_NUMBER;
         left.erase(same);
     }
-    found->second = std::move(left);
+    filterWindows_ = std::move(left);
     return kOk;
 }
 
 // Takes the pictures of that window away; the engine's number is the second parameter here.
 Result Outputs::DestroyWindow(const Request& request)
 {
-    Engine* engine = Find(request.head.ulParam2);
+    Engine* engine = engines.Find(request.head.ulParam2);
     if (engine == nullptr)
         return VESK_SERVICE_ERR_NUMBER;
     auto* const begin = engine->source.subPic;
@@ -218,7 +209,7 @@ void Outputs::NotifyLink(uint32_t notifyId, uint64_t outEngNo, const Engine& eng
     if (engine.source.picNum != 0) {
         const VeskVideoSubPicParam& picture = engine.source.subPic[0];
         link.isDec = picture.decFlag != 0 ? 1 : 0;
-        if (const Inputs::Engine* input = inputs_.Find(picture.inputId);
+        if (const Inputs::Engine* input = inputs_.engines.Find(picture.inputId);
             link.isDec == 0 && input != nullptr) {
             link.viPort = static_cast<int32_t>(input->port);
             name = inputs_.PortOf(*input).name;

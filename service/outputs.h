@@ -5,7 +5,6 @@
 #include "service/inputs.h"
 
 #include <array>
-#include <map>
 
 namespace vesk::service {
 
@@ -28,15 +27,14 @@ public:
 
     /// Announces every display to a client.
     void Announce(const std::string& procName);
-    void Release(pid_t process) { engines_.Release(process); }
+    void Release(pid_t process) { engines.Release(process); }
 
-    Engine* Find(uint64_t outEngNo) { return engines_.Find(outEngNo); }
+    Numbered<Engine> engines{VESK_SERVICE_OUTPUTS};
 
     Result GetCount(const Request&, uint32_t* count);
     Result GetPorts(const Request&, std::vector<VeskVideoVoPortInfo>* ports);
     Result Open(const Request&, uint32_t* outEngNo);
     Result Start(const Request&, Engine&);
-    Result Stop(const Request&, Engine&);
     Result Close(const Request&, Engine&);
     Result Enable(const Request&);
     Result Disable(const Request&);
@@ -60,6 +58,11 @@ private:
         std::string defaultImage{};
     };
 
+    struct FilterWindow {
+        uint64_t filterParam;
+        VeskVideoFilterWindow window;
+    };
+
     Display* FindDisplay(uint64_t number) { return number < displays_.size() ? &displays_[number] : nullptr; }
     VeskVideoVoPortInfo Describe(uint32_t port);
     void NotifyLink(uint32_t notifyId, uint64_t outEngNo, const Engine& engine);
@@ -69,10 +72,9 @@ private:
     Codecs& codecs_;
     std::array<Display, VESK_SERVICE_OUTPUTS> displays_{
         {{"HDMI-OUT-1", 3840, 2160, 60, true}, {"HDMI-OUT-2", 1920, 1080, 60, true}}};
-    Numbered<Engine> engines_{VESK_SERVICE_OUTPUTS};
     VeskVideoDisplayInfo displayInfo_{};
     bool isSrEnabled_ = false;
-    std::map<uint64_t, std::vector<VeskVideoFilterWindow>> filterWindows_;
+    std::vector<FilterWindow> filterWindows_;
 };
 
 } // namespace vesk::service

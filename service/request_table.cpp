@@ -224,10 +224,30 @@ struct Row {
         }                                                                                                    \
     }
 
+/// Stops the thing that the request names.
+#define STOPPED(request, place, key)                                                                         \
+    {                                                                                                        \
+        request, {}, [](Service& service, const Request& in, Bytes&) {                                       \
+            auto* found = (place).Find(in.head.key);                                                         \
+            return found != nullptr ? StopIfStarted(found->isStarted) : Result{VESK_SERVICE_ERR_NUMBER};     \
+        }                                                                                                    \
+    }
+
+/// Takes the thing that the request names away.
+#define ERASED(request, place, key)                                                                          \
+    {                                                                                                        \
+        request, {}, [](Service& service, const Request& in, Bytes&) {                                       \
+            if ((place).Find(in.head.key) == nullptr)                                                        \
+                return Result{VESK_SERVICE_ERR_NUMBER};                                                      \
+            (place).Erase(in.head.key);                                                                      \
+            return kOk;                                                                                      \
+        }                                                                                                    \
+    }
+
 #define INPUT_AT(request, key, function)                                                                     \
-    SERVED_AT(request, service.inputs, Inputs, service.inputs, key, Engine, function)
+    SERVED_AT(request, service.inputs, Inputs, service.inputs.engines, key, Engine, function)
 #define OUTPUT_AT(request, function)                                                                         \
-    SERVED_AT(request, service.outputs, Outputs, service.outputs, ulParam1, Engine, function)
+    SERVED_AT(request, service.outputs, Outputs, service.outputs.engines, ulParam1, Engine, function)
 #define ENCODER_AT(request, key, function)                                                                   \
     SERVED_AT(request, service.codecs, Codecs, service.codecs.encoders, key, Encoder, function)
 #define DECODER_AT(request, function)                                                                        \
@@ -250,18 +270,19 @@ constexpr Row kRows[] = {
     SERVED(VESK_VIDEO_MSG_GET_VI_PORT, service.inputs, Inputs, GetPorts),
     SERVED(VESK_VIDEO_MSG_OPEN_VI_PORT, service.inputs, Inputs, Open),
     INPUT_AT(VESK_VIDEO_MSG_GET_VI_QUE_HANDLE, ulParam1, GetQueue),
-    INPUT_AT(VESK_VIDEO_MSG_CLOSE_VI_PORT, ulParam1, Close),
-    STORED(VESK_VIDEO_MSG_SET_VI_PARAM, service.inputs, ulParam1, Inputs::Engine, param),
-    READ(VESK_VIDEO_MSG_GET_VI_PARAM, service.inputs, ulParam1, Inputs::Engine, param),
+    ERASED(VESK_VIDEO_MSG_CLOSE_VI_PORT, service.inputs.engines, ulParam1),
+    STORED(VESK_VIDEO_MSG_SET_VI_PARAM, service.inputs.engines, ulParam1, Inputs::Engine, param),
+    READ(VESK_VIDEO_MSG_GET_VI_PARAM, service.inputs.engines, ulParam1, Inputs::Engine, param),
     INPUT_AT(VESK_VIDEO_MSG_SET_VI_CONNECT, ulParam1, Connect),
     INPUT_AT(VESK_VIDEO_MSG_SET_VI_DISCONNECT, ulParam1, Disconnect),
     INPUT_AT(VESK_VIDEO_MSG_VI_START, ulParam1, Start),
-    INPUT_AT(VESK_VIDEO_MSG_VI_STOP, ulParam1, Stop),
+    STOPPED(VESK_VIDEO_MSG_VI_STOP, service.inputs.engines, ulParam1),
     INPUT_AT(VESK_VIDEO_MSG_VI_MODIFY_INPUT, ulParam1, ModifyInput),
     INPUT_AT(VESK_VIDEO_MSG_ENCODER_FREEZE, ulParam1, Freeze),
     SERVED(VESK_VIDEO_MSG_VI_ENABLE, service.inputs, Inputs, Enable),
     SERVED(VESK_VIDEO_MSG_VI_DISABLE, service.inputs, Inputs, Disable),
-    KEPT(VESK_VIDEO_MSG_SET_CAMERA_QUEUE_ID, service.inputs, uwSubMsgID, Inputs::Engine, faceQueue, ulParam1),
+    KEPT(VESK_VIDEO_MSG_SET_CAMERA_QUEUE_ID, service.inputs.engines, uwSubMsgID, Inputs::Engine, faceQueue,
+         ulParam1),
     INPUT_AT(VESK_VIDEO_MSG_CAMERA_CONTROL, ulParam1, ControlCamera),
     INPUT_AT(VESK_VIDEO_MSG_SET_PRESET, uwSubMsgID, SetPreset),
     SERVED(VESK_VIDEO_MSG_GET_PRESET_COUNT, service.inputs, Inputs, GetPresetCount),
@@ -276,21 +297,22 @@ constexpr Row kRows[] = {
     INPUT_AT(VESK_VIDEO_MSG_EXECUT_VI_TRACKING_PARAM, uwSubMsgID, Track),
     INPUT_AT(VESK_VIDEO_MSG_GET_VI_PT_STATUS, uwSubMsgID, GetPtStatus),
     INPUT_AT(VESK_VIDEO_MSG_GET_VI_AF_STATUS, uwSubMsgID, GetAfStatus),
-    KEPT(VESK_VIDEO_MSG_VI_SET_EPTZ_MOVE_SPEED, service.inputs, ulParam1, Inputs::Engine, eptzMoveSpeed,
-         ulParam2),
+    KEPT(VESK_VIDEO_MSG_VI_SET_EPTZ_MOVE_SPEED, service.inputs.engines, ulParam1, Inputs::Engine,
+         eptzMoveSpeed, ulParam2),
     SERVED(VESK_VIDEO_MSG_SET_VIRTUAL_VI_PARAM, service.inputs, Inputs, SetVirtualSource),
     INPUT_AT(VESK_VIDEO_MSG_SET_APP_CAPTURE_PARAM, ulParam1, SetAppCapture),
-    STORED(VESK_VIDEO_MSG_SET_VIO_CALLBACK, service.inputs, ulParam1, Inputs::Engine, vioCallback),
+    STORED(VESK_VIDEO_MSG_SET_VIO_CALLBACK, service.inputs.engines, ulParam1, Inputs::Engine, vioCallback),
 
     SERVED(VESK_VIDEO_MSG_GET_VO_COUNT, service.outputs, Outputs, GetCount),
     SERVED(VESK_VIDEO_MSG_GET_VO_PORT, service.outputs, Outputs, GetPorts),
     SERVED(VESK_VIDEO_MSG_OPEN_VO_PORT, service.outputs, Outputs, Open),
-    STORED(VESK_VIDEO_MSG_SET_VO_PARAM, service.outputs, ulParam1, Outputs::Engine, param),
-    READ(VESK_VIDEO_MSG_GET_VO_PARAM, service.outputs, ulParam1, Outputs::Engine, param),
-    KEPT(VESK_VIDEO_MSG_SET_VO_QUE_HANDLE, service.outputs, ulParam1, Outputs::Engine, queHandle, ulParam2),
-    STORED(VESK_VIDEO_MSG_SET_SCREEN_OFFSET, service.outputs, ulParam1, Outputs::Engine, offset),
+    STORED(VESK_VIDEO_MSG_SET_VO_PARAM, service.outputs.engines, ulParam1, Outputs::Engine, param),
+    READ(VESK_VIDEO_MSG_GET_VO_PARAM, service.outputs.engines, ulParam1, Outputs::Engine, param),
+    KEPT(VESK_VIDEO_MSG_SET_VO_QUE_HANDLE, service.outputs.engines, ulParam1, Outputs::Engine, queHandle,
+         ulParam2),
+    STORED(VESK_VIDEO_MSG_SET_SCREEN_OFFSET, service.outputs.engines, ulParam1, Outputs::Engine, offset),
     OUTPUT_AT(VESK_VIDEO_MSG_VO_START, Start),
-    OUTPUT_AT(VESK_VIDEO_MSG_VO_STOP, Stop),
+    STOPPED(VESK_VIDEO_MSG_VO_STOP, service.outputs.engines, ulParam1),
     OUTPUT_AT(VESK_VIDEO_MSG_VO_CLOSE, Close),
     SERVED(VESK_VIDEO_MSG_VO_ENABLE, service.outputs, Outputs, Enable),
     SERVED(VESK_VIDEO_MSG_VO_DISABLE, service.outputs, Outputs, Disable),
@@ -303,7 +325,7 @@ constexpr Row kRows[] = {
     SERVED(VESK_VIDEO_MSG_VO_WINDOW_DESTROY, service.outputs, Outputs, DestroyWindow),
 
     SERVED(VESK_VIDEO_MSG_ENC_CREATE, service.codecs, Codecs, CreateEncoder),
-    ENCODER_AT(VESK_VIDEO_MSG_ENC_DELETE, ulParam1, DeleteEncoder),
+    ERASED(VESK_VIDEO_MSG_ENC_DELETE, service.codecs.encoders, ulParam1),
     ENCODER_AT(VESK_VIDEO_MSG_SET_ENC_PARAM, ulParam1, SetEncoderParam),
     KEPT(VESK_VIDEO_MSG_SET_ENC_QUE_HANDLE, service.codecs.encoders, ulParam1, Codecs::Encoder, queId,
          ulParam2),
@@ -321,7 +343,7 @@ constexpr Row kRows[] = {
     SERVED(VESK_VIDEO_MSG_GET_ENCODE_CAPABILITY, service.codecs, Codecs, GetEncodeCapability),
 
     SERVED(VESK_VIDEO_MSG_DEC_CREATE, service.codecs, Codecs, CreateDecoder),
-    DECODER_AT(VESK_VIDEO_MSG_DEC_DELETE, DeleteDecoder),
+    ERASED(VESK_VIDEO_MSG_DEC_DELETE, service.codecs.decoders, ulParam1),
     DECODER_AT(VESK_VIDEO_MSG_SET_DEC_PARAM, SetDecoderParam),
     STORED(VESK_VIDEO_MSG_SET_DEC_PARAMEX, service.codecs.decoders, ulParam1, Codecs::Decoder, paramEx),
     KEPT(VESK_VIDEO_MSG_SET_DEC_QUE_HANDLE, service.codecs.decoders, ulParam1, Codecs::Decoder, queId,
@@ -346,21 +368,21 @@ constexpr Row kRows[] = {
     UVC_AT(VESK_VIDEO_MSG_SET_UVC_PARAM, SetParam),
     STORED(VESK_VIDEO_MSG_SET_UVC_PARAM_EX, service.uvc.streams, ulParam1, Uvc::Stream, paramEx),
     UVC_AT(VESK_VIDEO_MSG_START_UVC_STREAM, Start),
-    UVC_AT(VESK_VIDEO_MSG_STOP_UVC_STREAM, Stop),
-    UVC_AT(VESK_VIDEO_MSG_CLOSE_UVC_PORT, Close),
+    STOPPED(VESK_VIDEO_MSG_STOP_UVC_STREAM, service.uvc.streams, ulParam1),
+    ERASED(VESK_VIDEO_MSG_CLOSE_UVC_PORT, service.uvc.streams, ulParam1),
     UVC_AT(VESK_VIDEO_MSG_UVC_REQ_I_FRAME, ForceKeyFrame),
 
     SERVED(VESK_VIDEO_MSG_OPEN_MOUSE_PORT, service.mice, Mice, OpenRemote),
     KEPT(VESK_VIDEO_MSG_SET_MOUSE_QUE_HANDLE, service.mice.remote, uwSubMsgID, Mice::Remote, queId, ulParam1),
     REMOTE_AT(VESK_VIDEO_MSG_MOUSE_CONNECT, Connect),
     REMOTE_AT(VESK_VIDEO_MSG_MOUSE_START, StartRemote),
-    REMOTE_AT(VESK_VIDEO_MSG_MOUSE_STOP, StopRemote),
-    REMOTE_AT(VESK_VIDEO_MSG_CLOSE_MOUSE_PORT, CloseRemote),
+    STOPPED(VESK_VIDEO_MSG_MOUSE_STOP, service.mice.remote, uwSubMsgID),
+    ERASED(VESK_VIDEO_MSG_CLOSE_MOUSE_PORT, service.mice.remote, uwSubMsgID),
     STORED(VESK_VIDEO_MSG_SET_REMOTE_MOUSE_BACKGRAND_AREA, service.mice.remote, ulParam1, Mice::Remote, area),
     SERVED(VESK_VIDEO_MSG_OPEN_LOCAL_MOUSE, service.mice, Mice, OpenLocal),
     LOCAL_AT(VESK_VIDEO_MSG_START_LOCAL_MOUSE, StartLocal),
-    LOCAL_AT(VESK_VIDEO_MSG_STOP_LOCAL_MOUSE, StopLocal),
-    LOCAL_AT(VESK_VIDEO_MSG_CLOSE_LOCAL_MOUSE, CloseLocal),
+    STOPPED(VESK_VIDEO_MSG_STOP_LOCAL_MOUSE, service.mice.local, uwSubMsgID),
+    ERASED(VESK_VIDEO_MSG_CLOSE_LOCAL_MOUSE, service.mice.local, uwSubMsgID),
     KEPT(VESK_VIDEO_MSG_SET_LOCAL_MOUSE_INDEPENDENT, service.mice.local, ulParam1, Mice::Local, isIndependent,
          ulParam2),
     STORED(VESK_VIDEO_MSG_SET_LOCAL_MOUSE_PARAM, service.mice.local, ulParam1, Mice::Local, param),
@@ -373,7 +395,7 @@ constexpr Row kRows[] = {
     SERVED(VESK_VIDEO_MSG_CREATE_OVERLAY_CHANNEL_PARAM, service.overlays, Overlays, Create),
     OVERLAY_AT(VESK_VIDEO_MSG_GET_OVERLAY_QUE_HANDLE, GetQueue),
     OVERLAY_AT(VESK_VIDEO_MSG_SET_OVERLAY_PARAM, SetParam),
-    OVERLAY_AT(VESK_VIDEO_MSG_DESTROY_OVERLAY_PARAM, Destroy),
+    ERASED(VESK_VIDEO_MSG_DESTROY_OVERLAY_PARAM, service.overlays.channels, ulParam1),
     OVERLAY_AT(VESK_VIDEO_MSG_ENABLE_OVERLAY_PARAM, Enable),
 
     SERVED(VESK_VIDEO_MSG_ADVANCE_QUE_CLIENT_INIT, service.queues, Queues, InitClient),

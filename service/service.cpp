@@ -86,7 +86,9 @@ Result Service::Init(const Request& request, const VeskVideoInitInfo& info)
 {
     if (!IsName(info.procName) || !IsName(info.taskName))
         return VESK_SERVICE_ERR_VALUE;
-    clients.Add(info.procName, info.taskName, request.sender.process);
+    if (const Result result = clients.Add(info.procName, info.taskName, request.sender.process);
+        result != kOk)
+        return result;
     outputs.Announce(info.procName);
     inputs.Announce(info.procName);
     return kOk;

@@ -3,17 +3,9 @@
 
 #include "vesk_host/queue.h"
 
-#include <utility>
-
 namespace vesk::service {
 
 namespace {
-
-Result Give(std::optional<uint32_t> created, uint32_t* number)
-{
-    *number = created.value_or(0);
-    return created ? kOk : Result{VESK_SERVICE_ERR_ROOM};
-}
 
 Result StartIf(bool isReady, bool& isStarted)
 {
@@ -21,11 +13,6 @@ Result StartIf(bool isReady, bool& isStarted)
         return VESK_SERVICE_ERR_STATE;
     isStarted = true;
     return kOk;
-}
-
-Result StopIfStarted(bool& isStarted)
-{
-    return std::exchange(isStarted, false) ? kOk : Result{VESK_SERVICE_ERR_STATE};
 }
 
 } // namespace
@@ -38,7 +25,7 @@ void Mice::Release(pid_t process)
 
 Result Mice::OpenRemote(const Request& request, uint32_t* mouseStmNo)
 {
-    return Give(remote.Create(request.sender), mouseStmNo);
+    return remote.Create(request.sender, mouseStmNo);
 }
 
 Result Mice::Connect(const Request& request, Remote& mouse)
@@ -53,37 +40,15 @@ Result Mice::StartRemote(const Request&, Remote& mouse)
 {
     return StartIf(mouse.decStmNo != 0, mouse.isStarted);
 }
-Result Mice::StopRemote(const Request&, Remote& mouse)
-{
-    return StopIfStarted(mouse.isStarted);
-}
-
-Result Mice::CloseRemote(const Request& request, Remote&)
-{
-    remote.Erase(request.head.uwSubMsgID);
-    return kOk;
-}
-
 Result Mice::OpenLocal(const Request& request, uint32_t* mouseStmNo)
 {
-    return Give(local.Create(request.sender), mouseStmNo);
+    return local.Create(request.sender, mouseStmNo);
 }
 
 Result Mice::StartLocal(const Request&, Local& mouse)
 {
     return StartIf(true, mouse.isStarted);
 }
-Result Mice::StopLocal(const Request&, Local& mouse)
-{
-    return StopIfStarted(mouse.isStarted);
-}
-
-Result Mice::CloseLocal(const Request& request, Local&)
-{
-    local.Erase(request.head.uwSubMsgID);
-    return kOk;
-}
-
 void Uvc::Release(pid_t process)
 {
     users_.erase(process);
@@ -107,7 +72,7 @@ Result Uvc::Open(const Request& request, uint32_t* uvcStmNo)
 {
     if (users_.count(request.sender.process) == 0)
         return VESK_SERVICE_ERR_STATE;
-    return Give(streams.CreateLowest(request.sender), uvcStmNo);
+    return streams.CreateLowest(request.sender, uvcStmNo);
 }
 
 Result Uvc::SetParam(const Request&, Stream& stream, const VeskVideoUvcParam& param)
@@ -121,17 +86,6 @@ Result Uvc::Start(const Request&, Stream& stream)
 {
     return StartIf(stream.hasParam, stream.isStarted);
 }
-Result Uvc::Stop(const Request&, Stream& stream)
-{
-    return StopIfStarted(stream.isStarted);
-}
-
-Result Uvc::Close(const Request& request, Stream&)
-{
-    streams.Erase(request.head.ulParam1);
-    return kOk;
-}
-
 Result Uvc::ForceKeyFrame(const Request&, Stream& stream)
 {
     if (!stream.isStarted)
@@ -150,10 +104,9 @@ Result Overlays::Create(const Request& request, uint32_t* layer)
             return VESK_SERVICE_ERR_BUSY;
         channels.Erase(request.head.ulParam1);
     }
-    if (!channels.CreateAt(static_cast<uint32_t>(request.head.ulParam1), request.sender))
-        return VESK_SERVICE_ERR_ROOM;
+    const Result result = channels.CreateAt(static_cast<uint32_t>(request.head.ulParam1), request.sender);
     *layer = static_cast<uint32_t>(channels.All().size());
-    return kOk;
+    return result;
 }
 
 Result Overlays::GetQueue(const Request& request, Channel& channel, uint32_t* handle)
@@ -177,17 +130,16 @@ Result Overlays::Enable(const Request& request, Channel& channel)
     return kOk;
 }
 
-Result Overlays::Destroy(const Request& request, Channel&)
-{
-    channels.Erase(request.head.ulParam1);
-    return kOk;
-}
-
 Result Queues::Announce(const Request& request)
 {
     HostQueueState state;
     if (HostQueueFind(request.head.ulParam2, &state) != 0)
         return VESK_SERVICE_ERR_NUMBER;
+    constexpr size_t kMost = 1024;
+    if (announced_.size() >= kMost) // those of processes that have ended make room
+        std::erase_if(announced_, [&state](uint32_t queueId) { return HostQueueFind(queueId, &state) != 0; });
+    if (announced_.size() >= kMost)
+        return VESK_SERVICE_ERR_ROOM;
     announced_.insert(request.head.ulParam2);
     return kOk;
 }

@@ -35,12 +35,8 @@ public:
     Result OpenRemote(const Request&, uint32_t* mouseStmNo);
     Result Connect(const Request&, Remote&);
     Result StartRemote(const Request&, Remote&);
-    Result StopRemote(const Request&, Remote&);
-    Result CloseRemote(const Request&, Remote&);
     Result OpenLocal(const Request&, uint32_t* mouseStmNo);
     Result StartLocal(const Request&, Local&);
-    Result StopLocal(const Request&, Local&);
-    Result CloseLocal(const Request&, Local&);
 
 private:
     Codecs& codecs_;
@@ -65,8 +61,6 @@ public:
     Result Open(const Request&, uint32_t* uvcStmNo);
     Result SetParam(const Request&, Stream&, const VeskVideoUvcParam&);
     Result Start(const Request&, Stream&);
-    Result Stop(const Request&, Stream&);
-    Result Close(const Request&, Stream&);
     Result ForceKeyFrame(const Request&, Stream&);
 
 private:
@@ -90,7 +84,6 @@ public:
     Result GetQueue(const Request&, Channel&, uint32_t* handle);
     Result SetParam(const Request&, Channel&, const VeskVideoOverlayParam&);
     Result Enable(const Request&, Channel&);
-    Result Destroy(const Request&, Channel&);
 };
 
 /// Queues that clients have created and announced.
