@@ -11,15 +11,15 @@ uint32_t VeskVideoLocalMouseOpen(uint32_t* localMouseStmNo)
     if (IS_NULL(localMouseStmNo))
         return VESK_VIDEO_ERR_FAILURE;
     const uint32_t ret = Query({.msgId = VESK_VIDEO_MSG_OPEN_LOCAL_MOUSE}, localMouseStmNo);
-    return FINISH(ret, SEND_INVALID("Send Msg Fail!", "retVal", ret),
-                  "send VESK_VIDEO_MSG_OPEN_LOCAL_MOUSE msg[%d], mouseStmNo[%d] \n", kDone, *localMouseStmNo);
+    return FINISH(ret, SEND_FAILED(ret), "send VESK_VIDEO_MSG_OPEN_LOCAL_MOUSE msg[%d], mouseStmNo[%d] \n",
+                  kDone, *localMouseStmNo);
 }
 
 uint32_t VeskVideoLocalMouseStart(uint32_t mouseStmNo)
 {
     TRACE_AND_LOG(kInfo, START_UNENDED(VESK_VIDEO_MSG_START_LOCAL_MOUSE));
     const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_START_LOCAL_MOUSE, .uwSubMsgID = Low16(mouseStmNo)});
-    return FINISH(ret, SEND_INVALID("Send Msg Fail!", "retVal", ret),
+    return FINISH(ret, SEND_FAILED(ret),
                   "#####send VESK_VIDEO_MSG_START_LOCAL_MOUSE msg[%d], mouseStmNo[%d] #####\n", kDone,
                   mouseStmNo);
 }
@@ -28,7 +28,7 @@ uint32_t VeskVideoLocalMouseStop(uint32_t mouseStmNo)
 {
     TRACE_AND_LOG(kInfo, START_UNENDED(VESK_VIDEO_MSG_STOP_LOCAL_MOUSE));
     const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_STOP_LOCAL_MOUSE, .uwSubMsgID = Low16(mouseStmNo)});
-    return FINISH(ret, SEND_INVALID("Send Msg Fail!", "retVal", ret),
+    return FINISH(ret, SEND_FAILED(ret),
                   "#####send VESK_VIDEO_MSG_STOP_LOCAL_MOUSE msg[%d], mouseStmNo[%d] #####\n", kDone,
                   mouseStmNo);
 }
@@ -39,7 +39,7 @@ uint32_t VeskVideoLocalMouseSetIndependent(uint32_t mouseStmNo, uint8_t independ
     const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_SET_LOCAL_MOUSE_INDEPENDENT,
                                .ulParam1 = mouseStmNo,
                                .ulParam2 = independent});
-    return FINISH(ret, SEND_INVALID("Send Msg Fail!", "retVal", ret),
+    return FINISH(ret, SEND_FAILED(ret),
                   "send VESK_VIDEO_MSG_SET_LOCAL_MOUSE_INDEPENDENT msg[%d], mouseStmNo[%u]\n", kDone,
                   mouseStmNo);
 }
@@ -49,7 +49,7 @@ uint32_t VeskVideoLocalMouseSetParam(uint32_t mouseStmNo, const VeskVideoLocalMo
     TRACE_AND_LOG(kInfo, "send VESK_VIDEO_MSG_SET_LOCAL_MOUSE_PARAM start");
     const uint32_t ret = SendBytes({.msgId = VESK_VIDEO_MSG_SET_LOCAL_MOUSE_PARAM, .ulParam1 = mouseStmNo},
                                    param, sizeof *param);
-    return FINISH(ret, SEND_INVALID("Send Msg Fail!", "retVal", ret),
+    return FINISH(ret, SEND_FAILED(ret),
                   "send VESK_VIDEO_MSG_SET_LOCAL_MOUSE_PARAM msg[%d], mouseStmNo[%u]\n", kDone, mouseStmNo);
 }
 
@@ -58,8 +58,8 @@ uint32_t VeskVideoLocalMouseAttach(uint32_t mouseStmNo, uint32_t attachId)
     TRACE_AND_LOG(kInfo, "send VESK_VIDEO_MSG_ATTACH_LOCAL_MOUSE start");
     const uint32_t ret =
         Send({.msgId = VESK_VIDEO_MSG_ATTACH_LOCAL_MOUSE, .ulParam1 = mouseStmNo, .ulParam2 = attachId});
-    return FINISH(ret, SEND_INVALID("Send Msg Fail!", "retVal", ret),
-                  "send VESK_VIDEO_MSG_ATTACH_LOCAL_MOUSE msg[%d], mouseStmNo[%d] \n", kDone, mouseStmNo);
+    return FINISH(ret, SEND_FAILED(ret), "send VESK_VIDEO_MSG_ATTACH_LOCAL_MOUSE msg[%d], mouseStmNo[%d] \n",
+                  kDone, mouseStmNo);
 }
 
 uint32_t VeskVideoLocalMouseShowEnable(uint32_t mouseStmNo, uint8_t enable)
@@ -70,8 +70,7 @@ uint32_t VeskVideoLocalMouseShowEnable(uint32_t mouseStmNo, uint8_t enable)
         Send({.msgId = VESK_VIDEO_MSG_LOCAL_MOUSE_SHOW_ENABLE, .ulParam1 = mouseStmNo, .ulParam2 = enable});
     if (ret != VESK_VIDEO_OK)
         LOG(kError, "Set local mouse show enable, result[%d]!", ret);
-    return FINISH(ret, SEND_INVALID("Send Msg Fail!", "retVal", ret),
-                  "send VESK_VIDEO_MSG_LOCAL_MOUSE_SHOW_ENABLE msg[%d]\n", kDone);
+    return FINISH(ret, SEND_FAILED(ret), "send VESK_VIDEO_MSG_LOCAL_MOUSE_SHOW_ENABLE msg[%d]\n", kDone);
 }
 
 // The lines name the remote stream's message.
@@ -81,7 +80,7 @@ uint32_t VeskVideoLocalMouseSetQueHandle(uint32_t mouseStmNo, uint32_t queId)
     const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_SET_LOCAL_MOUSE_QUE_HANDLE,
                                .uwSubMsgID = Low16(mouseStmNo),
                                .ulParam1 = queId});
-    return FINISH(ret, SEND_INVALID("Send Msg Fail!", "retVal", ret),
+    return FINISH(ret, SEND_FAILED(ret),
                   "#####send VESK_VIDEO_MSG_SET_MOUSE_QUE_HANDLE msg[%d], mouseStmNo[%d] #####\n", kDone,
                   mouseStmNo);
 }
@@ -90,8 +89,8 @@ uint32_t VeskVideoLocalMouseClose(uint32_t mouseStmNo)
 {
     TRACE_AND_LOG(kInfo, "send VESK_VIDEO_MSG_CLOSE_LOCAL_MOUSE start");
     const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_CLOSE_LOCAL_MOUSE, .uwSubMsgID = Low16(mouseStmNo)});
-    return FINISH(ret, SEND_INVALID("Send Msg Fail!", "retVal", ret),
-                  "send VESK_VIDEO_MSG_CLOSE_LOCAL_MOUSE msg[%d], mouseStmNo[%d] \n", kDone, mouseStmNo);
+    return FINISH(ret, SEND_FAILED(ret), "send VESK_VIDEO_MSG_CLOSE_LOCAL_MOUSE msg[%d], mouseStmNo[%d] \n",
+                  kDone, mouseStmNo);
 }
 
 uint32_t VeskVideoLocalMouseSetShowArea(...)

@@ -11,7 +11,7 @@ uint32_t VeskVideoRemoteMouseOpen(uint8_t openParam, uint32_t* mouseStmNo)
     if (IS_NULL(mouseStmNo))
         return VESK_VIDEO_ERR_FAILURE;
     const uint32_t ret = Query({.msgId = VESK_VIDEO_MSG_OPEN_MOUSE_PORT, .ulParam1 = openParam}, mouseStmNo);
-    return FINISH(ret, SEND_INVALID("Send Msg Fail!", "retVal", ret),
+    return FINISH(ret, SEND_FAILED(ret),
                   "#####send VESK_VIDEO_MSG_OPEN_MOUSE_PORT msg[%d], mouseStmNo[%d] #####\n", kDone,
                   *mouseStmNo);
 }
@@ -21,7 +21,7 @@ uint32_t VeskVideoRemoteMouseSetQueHandle(uint32_t mouseStmNo, uint32_t queId)
     TRACE_AND_LOG(kInfo, "send VESK_VIDEO_MSG_SET_MOUSE_QUE_HANDLE start");
     const uint32_t ret = Send(
         {.msgId = VESK_VIDEO_MSG_SET_MOUSE_QUE_HANDLE, .uwSubMsgID = Low16(mouseStmNo), .ulParam1 = queId});
-    return FINISH(ret, SEND_INVALID("Send Msg Fail!", "retVal", ret),
+    return FINISH(ret, SEND_FAILED(ret),
                   "#####send VESK_VIDEO_MSG_SET_MOUSE_QUE_HANDLE msg[%d], mouseStmNo[%d] #####\n", kDone,
                   mouseStmNo);
 }
@@ -31,7 +31,7 @@ uint32_t VeskVideoRemoteMouseConnect(uint32_t mouseStmNo, uint32_t decStmNo)
     TRACE_AND_LOG(kInfo, "send VESK_VIDEO_MSG_MOUSE_CONNECT start");
     const uint32_t ret =
         Send({.msgId = VESK_VIDEO_MSG_MOUSE_CONNECT, .uwSubMsgID = Low16(mouseStmNo), .ulParam1 = decStmNo});
-    return FINISH(ret, SEND_INVALID("Send Msg Fail!", "retVal", ret),
+    return FINISH(ret, SEND_FAILED(ret),
                   "#####send VESK_VIDEO_MSG_MOUSE_CONNECT msg[%d], mouseStmNo[%d], decStmNo[%d] #####\n",
                   kDone, mouseStmNo, decStmNo);
 }
@@ -39,7 +39,7 @@ uint32_t VeskVideoRemoteMouseConnect(uint32_t mouseStmNo, uint32_t decStmNo)
 uint32_t VeskVideoRemoteMouseStart(uint32_t mouseStmNo)
 {
     const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_MOUSE_START, .uwSubMsgID = Low16(mouseStmNo)});
-    return FINISH(ret, SEND_INVALID("Send Msg Fail!", "retVal", ret),
+    return FINISH(ret, SEND_FAILED(ret),
                   "#####send VESK_VIDEO_MSG_MOUSE_START msg[%d], mouseStmNo[%d] #####\n", kDone, mouseStmNo);
 }
 
@@ -47,7 +47,7 @@ uint32_t VeskVideoRemoteMouseStop(uint32_t mouseStmNo)
 {
     TRACE_AND_LOG(kInfo, START_UNENDED(VESK_VIDEO_MSG_MOUSE_STOP));
     const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_MOUSE_STOP, .uwSubMsgID = Low16(mouseStmNo)});
-    return FINISH(ret, SEND_INVALID("Send Msg Fail!", "retVal", ret),
+    return FINISH(ret, SEND_FAILED(ret),
                   "#####send VESK_VIDEO_MSG_MOUSE_STOP msg[%d], mouseStmNo[%d] #####\n", kDone, mouseStmNo);
 }
 
@@ -55,8 +55,8 @@ uint32_t VeskVideoRemoteMouseClose(uint32_t mouseStmNo)
 {
     TRACE_AND_LOG(kInfo, "send VESK_VIDEO_MSG_CLOSE_MOUSE_PORT start");
     const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_CLOSE_MOUSE_PORT, .uwSubMsgID = Low16(mouseStmNo)});
-    return FINISH(ret, SEND_INVALID("Send Msg Fail!", "retVal", ret),
-                  "send VESK_VIDEO_MSG_CLOSE_MOUSE_PORT msg[%d], mouseStmNo[%d] \n", kDone, mouseStmNo);
+    return FINISH(ret, SEND_FAILED(ret), "send VESK_VIDEO_MSG_CLOSE_MOUSE_PORT msg[%d], mouseStmNo[%d] \n",
+                  kDone, mouseStmNo);
 }
 
 uint32_t VeskVideoRemoteMouseSetBackgroundArea(uint32_t mouseStmNo, const VeskVideoMouseArea* area)
@@ -67,7 +67,7 @@ uint32_t VeskVideoRemoteMouseSetBackgroundArea(uint32_t mouseStmNo, const VeskVi
     const uint32_t ret =
         Send({.msgId = VESK_VIDEO_MSG_SET_REMOTE_MOUSE_BACKGRAND_AREA, .ulParam1 = mouseStmNo}, *area);
     if (ret != VESK_VIDEO_OK)
-        SEND_INVALID("Send Msg Fail!", "retVal", ret);
+        SEND_FAILED(ret);
     else
         LOG(kInfo, "#####send VESK_VIDEO_MSG_SET_REMOTE_MOUSE_BACKGRAND_AREA msg ret[%d]#####\n", ret);
     return ret;

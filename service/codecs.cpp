@@ -93,11 +93,6 @@ void Codecs::Release(pid_t process)
     loops.Release(process);
 }
 
-Result Codecs::CreateEncoder(const Request& request, uint32_t* encStmNo)
-{
-    return encoders.Create(request.sender, encStmNo);
-}
-
 Result Codecs::SetEncoderParam(const Request&, Encoder& encoder, const VeskVideoEncParam& param)
 {
     if (!IsPicture(param.w, param.h) || param.fr > kMaxFrameRate)
@@ -191,11 +186,6 @@ Result Codecs::GetEncodeCapability(const Request&, VeskVideoEncodeCapability* ca
         codec.h265MaxLevel = number == kH265 ? 51 : 0;
     }
     return kOk;
-}
-
-Result Codecs::CreateDecoder(const Request& request, uint32_t* decStmNo)
-{
-    return decoders.Create(request.sender, decStmNo);
 }
 
 Result Codecs::SetDecoderParam(const Request&, Decoder& decoder, const VeskVideoDecParam& param)

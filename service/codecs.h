@@ -41,7 +41,6 @@ public:
     Numbered<Decoder> decoders{VESK_SERVICE_MAX_ENCODERS};
     Numbered<Loop> loops{VESK_SERVICE_MAX_LOOPS};
 
-    Result CreateEncoder(const Request&, uint32_t* encStmNo);
     Result SetEncoderParam(const Request&, Encoder&, const VeskVideoEncParam&);
     Result SetEncoderParamEx(const Request&, Encoder&, const VeskVideoEncParamEx&);
     Result StartEncoder(const Request&, Encoder&);
@@ -53,7 +52,6 @@ public:
     Result GetEncoderStatistics(const Request&, Encoder&, VeskVideoEncChrStatistics*);
     Result GetEncodeCapability(const Request&, VeskVideoEncodeCapability*);
 
-    Result CreateDecoder(const Request&, uint32_t* decStmNo);
     Result SetDecoderParam(const Request&, Decoder&, const VeskVideoDecParam&);
     Result StartDecoder(const Request&, Decoder&);
     Result StopDecoder(const Request&, Decoder&);

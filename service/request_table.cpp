@@ -224,6 +224,17 @@ struct Row {
         }                                                                                                    \
     }
 
+/// Creates a thing for the client; the answer is its number.
+#define CREATED(request, place)                                                                              \
+    {                                                                                                        \
+        request, {{Extent::kNothing}, {Extent::kRecord, sizeof(uint32_t)}},                                  \
+            [](Service& service, const Request& in, Bytes& answer) {                                         \
+                uint32_t number = 0;                                                                         \
+                const Result result = (place).Create(in.sender, &number);                                    \
+                return result == kOk ? Read(number, answer) : result;                                        \
+            }                                                                                                \
+    }
+
 /// Stops the thing that the request names.
 #define STOPPED(request, place, key)                                                                         \
     {                                                                                                        \
@@ -324,7 +335,7 @@ constexpr Row kRows[] = {
     SERVED(VESK_VIDEO_MSG_DELETE_FILTER_WINDOW, service.outputs, Outputs, DeleteFilterWindows),
     SERVED(VESK_VIDEO_MSG_VO_WINDOW_DESTROY, service.outputs, Outputs, DestroyWindow),
 
-    SERVED(VESK_VIDEO_MSG_ENC_CREATE, service.codecs, Codecs, CreateEncoder),
+    CREATED(VESK_VIDEO_MSG_ENC_CREATE, service.codecs.encoders),
     ERASED(VESK_VIDEO_MSG_ENC_DELETE, service.codecs.encoders, ulParam1),
     ENCODER_AT(VESK_VIDEO_MSG_SET_ENC_PARAM, ulParam1, SetEncoderParam),
     KEPT(VESK_VIDEO_MSG_SET_ENC_QUE_HANDLE, service.codecs.encoders, ulParam1, Codecs::Encoder, queId,
@@ -342,7 +353,7 @@ constexpr Row kRows[] = {
     READ(VESK_VIDEO_MSG_GET_ENC_PARAM_EX, service.codecs.encoders, ulParam1, Codecs::Encoder, paramEx),
     SERVED(VESK_VIDEO_MSG_GET_ENCODE_CAPABILITY, service.codecs, Codecs, GetEncodeCapability),
 
-    SERVED(VESK_VIDEO_MSG_DEC_CREATE, service.codecs, Codecs, CreateDecoder),
+    CREATED(VESK_VIDEO_MSG_DEC_CREATE, service.codecs.decoders),
     ERASED(VESK_VIDEO_MSG_DEC_DELETE, service.codecs.decoders, ulParam1),
     DECODER_AT(VESK_VIDEO_MSG_SET_DEC_PARAM, SetDecoderParam),
     STORED(VESK_VIDEO_MSG_SET_DEC_PARAMEX, service.codecs.decoders, ulParam1, Codecs::Decoder, paramEx),
@@ -372,14 +383,14 @@ constexpr Row kRows[] = {
     ERASED(VESK_VIDEO_MSG_CLOSE_UVC_PORT, service.uvc.streams, ulParam1),
     UVC_AT(VESK_VIDEO_MSG_UVC_REQ_I_FRAME, ForceKeyFrame),
 
-    SERVED(VESK_VIDEO_MSG_OPEN_MOUSE_PORT, service.mice, Mice, OpenRemote),
+    CREATED(VESK_VIDEO_MSG_OPEN_MOUSE_PORT, service.mice.remote),
     KEPT(VESK_VIDEO_MSG_SET_MOUSE_QUE_HANDLE, service.mice.remote, uwSubMsgID, Mice::Remote, queId, ulParam1),
     REMOTE_AT(VESK_VIDEO_MSG_MOUSE_CONNECT, Connect),
     REMOTE_AT(VESK_VIDEO_MSG_MOUSE_START, StartRemote),
     STOPPED(VESK_VIDEO_MSG_MOUSE_STOP, service.mice.remote, uwSubMsgID),
     ERASED(VESK_VIDEO_MSG_CLOSE_MOUSE_PORT, service.mice.remote, uwSubMsgID),
     STORED(VESK_VIDEO_MSG_SET_REMOTE_MOUSE_BACKGRAND_AREA, service.mice.remote, ulParam1, Mice::Remote, area),
-    SERVED(VESK_VIDEO_MSG_OPEN_LOCAL_MOUSE, service.mice, Mice, OpenLocal),
+    CREATED(VESK_VIDEO_MSG_OPEN_LOCAL_MOUSE, service.mice.local),
     LOCAL_AT(VESK_VIDEO_MSG_START_LOCAL_MOUSE, StartLocal),
     STOPPED(VESK_VIDEO_MSG_STOP_LOCAL_MOUSE, service.mice.local, uwSubMsgID),
     ERASED(VESK_VIDEO_MSG_CLOSE_LOCAL_MOUSE, service.mice.local, uwSubMsgID),

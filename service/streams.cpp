@@ -23,11 +23,6 @@ void Mice::Release(pid_t process)
     local.Release(process);
 }
 
-Result Mice::OpenRemote(const Request& request, uint32_t* mouseStmNo)
-{
-    return remote.Create(request.sender, mouseStmNo);
-}
-
 Result Mice::Connect(const Request& request, Remote& mouse)
 {
     if (codecs_.decoders.Find(request.head.ulParam1) == nullptr)
@@ -40,15 +35,12 @@ Result Mice::StartRemote(const Request&, Remote& mouse)
 {
     return StartIf(mouse.decStmNo != 0, mouse.isStarted);
 }
-Result Mice::OpenLocal(const Request& request, uint32_t* mouseStmNo)
-{
-    return local.Create(request.sender, mouseStmNo);
-}
 
 Result Mice::StartLocal(const Request&, Local& mouse)
 {
     return StartIf(true, mouse.isStarted);
 }
+
 void Uvc::Release(pid_t process)
 {
     users_.erase(process);
@@ -86,6 +78,7 @@ Result Uvc::Start(const Request&, Stream& stream)
 {
     return StartIf(stream.hasParam, stream.isStarted);
 }
+
 Result Uvc::ForceKeyFrame(const Request&, Stream& stream)
 {
     if (!stream.isStarted)

@@ -32,10 +32,8 @@ public:
     Numbered<Remote> remote{VESK_SERVICE_MAX_MICE};
     Numbered<Local> local{VESK_SERVICE_MAX_MICE};
 
-    Result OpenRemote(const Request&, uint32_t* mouseStmNo);
     Result Connect(const Request&, Remote&);
     Result StartRemote(const Request&, Remote&);
-    Result OpenLocal(const Request&, uint32_t* mouseStmNo);
     Result StartLocal(const Request&, Local&);
 
 private:

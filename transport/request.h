@@ -42,6 +42,9 @@
 #define SEND_INVALID(what, variable, ret)                                                                    \
     LOG(kError, "[%s] %s is Invalid![0x%x][0x%x]", what, variable, ret, 0U)
 
+/// Failure form 3 as most of its requests write it.
+#define SEND_FAILED(ret) SEND_INVALID("Send Msg Fail!", "retVal", ret)
+
 /// Writes the failure lines or, for result 0, traces the end line; its value is the result.
 #define FINISH(ret, failure, ...) ((ret) != VESK_VIDEO_OK ? (failure) : TRACE(kInfo, __VA_ARGS__), (ret))
 

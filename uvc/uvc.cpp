@@ -19,16 +19,14 @@ uint32_t VeskVideoUvcInit(void)
 {
     TRACE(kInfo, START(VESK_VIDEO_MSG_INIT_UVC));
     const uint32_t ret = Post({.msgId = VESK_VIDEO_MSG_INIT_UVC});
-    return OrFailure(
-        FINISH(ret, SEND_INVALID("Send Msg Fail!", "retVal", ret), DONE(VESK_VIDEO_MSG_INIT_UVC)));
+    return OrFailure(FINISH(ret, SEND_FAILED(ret), DONE(VESK_VIDEO_MSG_INIT_UVC)));
 }
 
 uint32_t VeskVideoUvcDeinit(void)
 {
     TRACE(kInfo, START(VESK_VIDEO_MSG_DEINIT_UVC));
     const uint32_t ret = Post({.msgId = VESK_VIDEO_MSG_DEINIT_UVC});
-    return OrFailure(
-        FINISH(ret, SEND_INVALID("Send Msg Fail!", "retVal", ret), DONE(VESK_VIDEO_MSG_DEINIT_UVC)));
+    return OrFailure(FINISH(ret, SEND_FAILED(ret), DONE(VESK_VIDEO_MSG_DEINIT_UVC)));
 }
 
 uint32_t VeskVideoUvcOpen(uint32_t* uvcStmNo)
@@ -37,8 +35,7 @@ uint32_t VeskVideoUvcOpen(uint32_t* uvcStmNo)
     if (IS_NULL(uvcStmNo))
         return VESK_VIDEO_ERR_FAILURE;
     const uint32_t ret = Query({.msgId = VESK_VIDEO_MSG_OPEN_UVC_PORT}, uvcStmNo);
-    return OrFailure(
-        FINISH(ret, SEND_INVALID("Send Msg Fail!", "retVal", ret), DONE(VESK_VIDEO_MSG_OPEN_UVC_PORT)));
+    return OrFailure(FINISH(ret, SEND_FAILED(ret), DONE(VESK_VIDEO_MSG_OPEN_UVC_PORT)));
 }
 
 uint32_t VeskVideoUvcSetStmParam(uint32_t uvcStmNo, const VeskVideoUvcParam* uvcParam)
@@ -47,7 +44,7 @@ uint32_t VeskVideoUvcSetStmParam(uint32_t uvcStmNo, const VeskVideoUvcParam* uvc
     if (IS_NULL(uvcParam))
         return VESK_VIDEO_ERR_FAILURE;
     const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_SET_UVC_PARAM, .ulParam1 = uvcStmNo}, *uvcParam);
-    return FINISH(ret, SEND_INVALID("Send Msg Fail!", "retVal", ret), DONE(VESK_VIDEO_MSG_SET_UVC_PARAM));
+    return FINISH(ret, SEND_FAILED(ret), DONE(VESK_VIDEO_MSG_SET_UVC_PARAM));
 }
 
 uint32_t VeskVideoUvcSetStmParamEx(uint32_t uvcStmNo, const VeskVideoUvcParamEx* uvcParam)
@@ -56,28 +53,28 @@ uint32_t VeskVideoUvcSetStmParamEx(uint32_t uvcStmNo, const VeskVideoUvcParamEx*
     if (IS_NULL(uvcParam))
         return VESK_VIDEO_ERR_FAILURE;
     const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_SET_UVC_PARAM_EX, .ulParam1 = uvcStmNo}, *uvcParam);
-    return FINISH(ret, SEND_INVALID("Send Msg Fail!", "retVal", ret), DONE(VESK_VIDEO_MSG_SET_UVC_PARAM_EX));
+    return FINISH(ret, SEND_FAILED(ret), DONE(VESK_VIDEO_MSG_SET_UVC_PARAM_EX));
 }
 
 uint32_t VeskVideoUvcStartStream(uint32_t uvcStmNo)
 {
     TRACE(kInfo, START(VESK_VIDEO_MSG_START_UVC_STREAM));
     const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_START_UVC_STREAM, .ulParam1 = uvcStmNo});
-    return FINISH(ret, SEND_INVALID("Send Msg Fail!", "retVal", ret), DONE(VESK_VIDEO_MSG_START_UVC_STREAM));
+    return FINISH(ret, SEND_FAILED(ret), DONE(VESK_VIDEO_MSG_START_UVC_STREAM));
 }
 
 uint32_t VeskVideoUvcStopStream(uint32_t uvcStmNo)
 {
     TRACE(kInfo, START(VESK_VIDEO_MSG_STOP_UVC_STREAM));
     const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_STOP_UVC_STREAM, .ulParam1 = uvcStmNo});
-    return FINISH(ret, SEND_INVALID("Send Msg Fail!", "retVal", ret), DONE(VESK_VIDEO_MSG_STOP_UVC_STREAM));
+    return FINISH(ret, SEND_FAILED(ret), DONE(VESK_VIDEO_MSG_STOP_UVC_STREAM));
 }
 
 uint32_t VeskVideoUvcClose(uint32_t uvcStmNo)
 {
     TRACE(kInfo, START(VESK_VIDEO_MSG_CLOSE_UVC_PORT));
     const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_CLOSE_UVC_PORT, .ulParam1 = uvcStmNo});
-    return FINISH(ret, SEND_INVALID("Send Msg Fail!", "retVal", ret), DONE(VESK_VIDEO_MSG_CLOSE_UVC_PORT));
+    return FINISH(ret, SEND_FAILED(ret), DONE(VESK_VIDEO_MSG_CLOSE_UVC_PORT));
 }
 
 uint32_t VeskVideoUvcForceKeyFrame(uint32_t uvcStmNo)
@@ -88,6 +85,5 @@ uint32_t VeskVideoUvcForceKeyFrame(uint32_t uvcStmNo)
         return VESK_VIDEO_ERR_UVC_STREAM;
     }
     const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_UVC_REQ_I_FRAME, .ulParam1 = uvcStmNo});
-    return OrFailure(
-        FINISH(ret, SEND_INVALID("Send Msg Fail!", "retVal", ret), DONE(VESK_VIDEO_MSG_UVC_REQ_I_FRAME)));
+    return OrFailure(FINISH(ret, SEND_FAILED(ret), DONE(VESK_VIDEO_MSG_UVC_REQ_I_FRAME)));
 }

@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cstring>
+#include <functional>
 #include <mutex>
 #include <thread>
 
@@ -195,7 +196,14 @@ TEST_F(MessageTest, SixteenThreadsGetTheirOwnAnswers)
 
 TEST_F(MessageTest, WrongAnswersFailAtOnceAndTheNextCallWorks)
 {
-    using Script = void (*)(int connection, const OsMsgEnvelope& request);
+    using Script = std::function<void(int connection, const OsMsgEnvelope& request)>;
+    const auto answer = [](uint32_t dataLen, const char* data, uint32_t msgId = 5) -> Script {
+        return [=](int connection, OsMsgEnvelope answered) {
+            answered.msgId = msgId;
+            answered.dataLen = dataLen;
+            WriteRaw(connection, answered, data);
+        };
+    };
     const struct {
         const char* what;
         uint32_t result;
@@ -211,31 +219,10 @@ TEST_F(MessageTest, WrongAnswersFailAtOnceAndTheNextCallWorks)
              const FrameHead head = FrameHead::Of(request);
              send(connection, &head, 100, 0);
          }},
-        {"less data than announced", HOST_MSG_ERR_BROKEN,
-         [](int connection, const OsMsgEnvelope& request) {
-             OsMsgEnvelope answer = request;
-             answer.dataLen = 100;
-             WriteRaw(connection, answer, "little");
-         }},
-        {"more than the limit", HOST_MSG_ERR_MALFORMED,
-         [](int connection, const OsMsgEnvelope& request) {
-             OsMsgEnvelope answer = request;
-             answer.dataLen = kMaxDataLen + 1;
-             WriteRaw(connection, answer, "much");
-         }},
-        {"goes on behind its end", HOST_MSG_ERR_MALFORMED,
-         [](int connection, const OsMsgEnvelope& request) {
-             OsMsgEnvelope answer = request;
-             answer.dataLen = 2;
-             WriteRaw(connection, answer, "surplus");
-         }},
-        {"another message's", HOST_MSG_ERR_MALFORMED,
-         [](int connection, const OsMsgEnvelope& request) {
-             OsMsgEnvelope answer = request;
-             answer.msgId += 1;
-             answer.dataLen = 2;
-             WriteRaw(connection, answer, "ok");
-         }},
+        {"less data than announced", HOST_MSG_ERR_BROKEN, answer(100, "little")},
+        {"more than the limit", HOST_MSG_ERR_MALFORMED, answer(kMaxDataLen + 1, "much")},
+        {"goes on behind its end", HOST_MSG_ERR_MALFORMED, answer(2, "surplus")},
+        {"another message's", HOST_MSG_ERR_MALFORMED, answer(2, "ok", 6)},
     };
     constexpr int kCases = std::size(cases);
     // Request 2n gets what case n says and loses its connection; the one after it is answered, and its
