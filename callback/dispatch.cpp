@@ -1,13 +1,15 @@
 // Takes a received message apart and calls the handler of its number.
 #include "callback/handlers.h"
-#include "callback/source.h"
 #include "platform/os_msg.h"
-#include "vesk_video/messages.h"
+#include "transport/log.h"
+#include "vesk_video/message_list.h"
 #include "vesk_video/receive.h"
 
 #include <iterator>
 
 using namespace vesk;
+
+static constexpr auto& kLogModule = log_module::kCallback;
 
 namespace {
 
@@ -50,17 +52,22 @@ constexpr NorthMsgProcInfo g_northMsgProcTable[] = {
     {VESK_VIDEO_ON_VIDEO_CAPABILITY_UPDATE, MsgOnVideoBgResourceInitReadyNotify},
 };
 
-consteval bool IdsAreUnique()
+/// The table has one handler for each listed notification, in the list's order, and no number twice.
+consteval bool TableAgreesWithList()
 {
-    for (const auto& entry : g_northMsgProcTable) {
-        for (const auto* other = &entry + 1; other != std::end(g_northMsgProcTable); ++other) {
-            if (static_cast<uint16_t>(entry.id) == static_cast<uint16_t>(other->id))
+    for (size_t i = 0; i < std::size(g_northMsgProcTable); ++i) {
+        const uint64_t id = g_northMsgProcTable[i].id;
+        if (id != messages::kNotifications[i].number || id > UINT16_MAX)
+            return false;
+        for (size_t other = 0; other < i; ++other) {
+            if (g_northMsgProcTable[other].id == id)
                 return false;
         }
     }
-    return true;
+    return std::size(g_northMsgProcTable) == std::size(messages::kNotifications);
 }
-static_assert(std::size(g_northMsgProcTable) == 30 && IdsAreUnique());
+static_assert(std::size(g_northMsgProcTable) == 30, "the interface has 30 notifications");
+static_assert(TableAgreesWithList(), "g_northMsgProcTable and the list of messages differ");
 
 NorthMsgProc FindHandler(uint32_t msgId)
 {
@@ -69,6 +76,15 @@ NorthMsgProc FindHandler(uint32_t msgId)
             return entry.proc;
     }
     return nullptr;
+}
+
+/// True, after a line, when a message cannot hold its header.
+bool IsShorterThanHeader(const OsMsgEnvelope& message)
+{
+    if (message.dataLen >= sizeof(VeskVideoMsgHead))
+        return false;
+    LOG(kError, "recv msg is shorter than its header, msgId[%u] dataLen[%u]", message.msgId, message.dataLen);
+    return true;
 }
 
 /// True when a NUL ends the name before any line break.
@@ -94,12 +110,9 @@ uint32_t VeskProcDealToNorthInterfaceMsg(OsMsgEnvelope* pstMsg)
     }
     if (IS_NULL(pstMsg->data))
         return VESK_VIDEO_ERR_FAILURE;
-    constexpr uint32_t kHeadSize = sizeof(VeskVideoMsgHead);
-    if (pstMsg->dataLen < kHeadSize) {
-        LOG(kError, "recv msg is shorter than its header, msgId[%u] dataLen[%u]", pstMsg->msgId,
-            pstMsg->dataLen);
+    if (IsShorterThanHeader(*pstMsg))
         return VESK_VIDEO_ERR_FAILURE;
-    }
+    constexpr uint32_t kHeadSize = sizeof(VeskVideoMsgHead);
     const uint32_t payloadLen = pstMsg->dataLen - kHeadSize;
     void* payload = payloadLen != 0 ? static_cast<unsigned char*>(pstMsg->data) + kHeadSize : nullptr;
     VeskVideoCtrlToNorthMsg(pstMsg, pstMsg->data, payload, payloadLen);
@@ -109,7 +122,7 @@ uint32_t VeskProcDealToNorthInterfaceMsg(OsMsgEnvelope* pstMsg)
 
 void VeskVideoCtrlToNorthMsg(OsMsgEnvelope* inMsg, void* zoraMsg, void* data, uint32_t dataLen)
 {
-    if (IS_NULLPTR(inMsg) || IS_NULLPTR(zoraMsg))
+    if (IS_NULLPTR(inMsg) || IS_NULLPTR(zoraMsg) || IsShorterThanHeader(*inMsg))
         return;
     const bool namesArePrintable =
         IsPrintableNameField(inMsg->sendProcName) && IsPrintableNameField(inMsg->recvProcName) &&

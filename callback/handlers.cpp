@@ -1,19 +1,21 @@
-// The 30 notification handlers: each checks and traces one notification and hands it to the callback.
+// The notification handlers: each checks and traces one notification and hands it to the callback.
 #include "callback/handlers.h"
 
 #include "callback/resend_queue.h"
-#include "callback/source.h"
+#include "platform/os_msg.h"
+#include "transport/log.h"
 #include "vesk_video/messages.h"
 #include "vesk_video/notification.h"
 
 #include <cstring>
 #include <optional>
-#include <string>
 
 using namespace vesk;
 
-/// The entry line of a named handler.
-#define ENTRY(handler, notification) TRACE(kInfo, #handler " " #notification "\n")
+static constexpr auto& kLogModule = log_module::kCallback;
+
+/// Format of the entry line of a named handler.
+#define ENTRY(handler, notification) Naming(handler, Naming(notification, #handler " " #notification "\n"))
 
 namespace {
 
@@ -33,6 +35,36 @@ std::optional<Record> Read(const void* data, uint32_t dataLen)
     return record;
 }
 
+/// The record that a payload must be, or nothing after a line that refuses it.
+template <class Record>
+std::optional<Record> ReadExactly(const void* data, uint32_t dataLen)
+{
+    if (IS_NULLPTR(data))
+        return std::nullopt;
+    if (dataLen != sizeof(Record)) {
+        LOG(kError, "dataLen error");
+        return std::nullopt;
+    }
+    return Read<Record>(data, dataLen);
+}
+
+/// Traces a display link for the handler that calls. The port name is shown up to its NUL, or whole when it
+/// has none.
+void TraceLink(const VeskVideoDisplayLink& link, const char* handler = __builtin_FUNCTION(),
+               uint32_t line = __builtin_LINE())
+{
+    char portName[sizeof link.portName + 1] = {};
+    std::memcpy(portName, link.portName, sizeof link.portName);
+    TRACE_AT(handler, line, kInfo, "VI[%d]:portName[%s] isDec[%d] surfaceId[%u] dataLen[%u]", link.viPort,
+             portName, link.isDec, link.surfaceId, uint32_t{sizeof link});
+}
+
+uint32_t Deliver(uint32_t notifyId, void* data, uint32_t dataLen)
+{
+    const VeskVideoNotifyCallback callback = VeskVideoGetCallbackPtr();
+    return IS_NULLPTR(callback) ? 0 : callback(notifyId, data, dataLen);
+}
+
 uint32_t DeliverOrHold(uint32_t notifyId, void* data, uint32_t dataLen)
 {
     VeskVideoNotifyCallback callback = VeskVideoGetCallbackPtr();
@@ -47,7 +79,7 @@ namespace vesk {
 
 uint32_t MsgOnLocalLoopStateNotify(OsMsgEnvelope*, void* zoraMsg, void*, uint32_t)
 {
-    ENTRY(MsgOnLocalLoopStateNotify, VESK_VIDEO_ON_LOCAL_LOOP_STATE_NOTIFY);
+    TRACE(kInfo, ENTRY(MsgOnLocalLoopStateNotify, VESK_VIDEO_ON_LOCAL_LOOP_STATE_NOTIFY));
     const VeskVideoNotifyCallback callback = VeskVideoGetCallbackPtr();
     if (IS_NULLPTR(callback) || IS_NULLPTR(zoraMsg))
         return 0;
@@ -58,7 +90,7 @@ uint32_t MsgOnLocalLoopStateNotify(OsMsgEnvelope*, void* zoraMsg, void*, uint32_
 
 uint32_t MsgOnEncResourceInsufficient(OsMsgEnvelope*, void* zoraMsg, void*, uint32_t)
 {
-    ENTRY(MsgOnEncResourceInsufficient, VESK_VIDEO_ON_ENCODE_RESOURCE_INSUFFICIENT);
+    TRACE(kInfo, ENTRY(MsgOnEncResourceInsufficient, VESK_VIDEO_ON_ENCODE_RESOURCE_INSUFFICIENT));
     const VeskVideoNotifyCallback callback = VeskVideoGetCallbackPtr();
     if (IS_NULLPTR(callback) || IS_NULLPTR(zoraMsg))
         return 0;
@@ -68,7 +100,7 @@ uint32_t MsgOnEncResourceInsufficient(OsMsgEnvelope*, void* zoraMsg, void*, uint
 
 uint32_t MsgOnEncodeOverloadStatusNotify(OsMsgEnvelope*, void*, void* data, uint32_t dataLen)
 {
-    ENTRY(MsgOnEncodeOverloadStatusNotify, VESK_VIDEO_ON_ENCODE_STATUS_NOTIFY);
+    TRACE(kInfo, ENTRY(MsgOnEncodeOverloadStatusNotify, VESK_VIDEO_ON_ENCODE_STATUS_NOTIFY));
     const VeskVideoNotifyCallback callback = VeskVideoGetCallbackPtr();
     if (IS_NULLPTR(callback))
         return 0;
@@ -80,7 +112,7 @@ uint32_t MsgOnEncodeOverloadStatusNotify(OsMsgEnvelope*, void*, void* data, uint
 
 uint32_t MsgOnReCreateDecNotify(OsMsgEnvelope*, void* zoraMsg, void*, uint32_t)
 {
-    ENTRY(MsgOnReCreateDecNotify, VESK_VIDEO_ON_DECODE_RECREATE_OK_NOTIFY);
+    TRACE(kInfo, ENTRY(MsgOnReCreateDecNotify, VESK_VIDEO_ON_DECODE_RECREATE_OK_NOTIFY));
     const VeskVideoNotifyCallback callback = VeskVideoGetCallbackPtr();
     if (IS_NULLPTR(callback) || IS_NULLPTR(zoraMsg))
         return 0;
@@ -90,30 +122,31 @@ uint32_t MsgOnReCreateDecNotify(OsMsgEnvelope*, void* zoraMsg, void*, uint32_t)
 
 uint32_t MsgOnDecodeStateNotify(OsMsgEnvelope*, void*, void* data, uint32_t dataLen)
 {
-    ENTRY(MsgOnDecodeStateNotify, VESK_VIDEO_ON_DECODE_STATUS_NOTIFY);
-    const VeskVideoNotifyCallback callback = VeskVideoGetCallbackPtr();
-    if (IS_NULLPTR(callback))
-        return 0;
-    return callback(VESK_VIDEO_ON_DECODE_STATUS_NOTIFY, data, dataLen);
+    TRACE(kInfo, ENTRY(MsgOnDecodeStateNotify, VESK_VIDEO_ON_DECODE_STATUS_NOTIFY));
+    return Deliver(VESK_VIDEO_ON_DECODE_STATUS_NOTIFY, data, dataLen);
 }
 
-/// Handlers that hand the header's ulParam1 over, with the payload's length.
-#define FIRST_PARAMETER_HANDLER(handler, notification)                                                       \
-    uint32_t handler(OsMsgEnvelope*, void* zoraMsg, void*, uint32_t dataLen)                                 \
-    {                                                                                                        \
-        ENTRY(handler, notification);                                                                        \
-        const VeskVideoNotifyCallback callback = VeskVideoGetCallbackPtr();                                  \
-        if (IS_NULLPTR(callback) || IS_NULLPTR(zoraMsg))                                                     \
-            return 0;                                                                                        \
-        return callback(notification, &Head(zoraMsg)->ulParam1, dataLen);                                    \
-    }
+uint32_t MsgOnIFrameRequestNotify(OsMsgEnvelope*, void* zoraMsg, void*, uint32_t dataLen)
+{
+    TRACE(kInfo, ENTRY(MsgOnIFrameRequestNotify, VESK_VIDEO_ON_IFREAME_REQUEST));
+    const VeskVideoNotifyCallback callback = VeskVideoGetCallbackPtr();
+    if (IS_NULLPTR(callback) || IS_NULLPTR(zoraMsg))
+        return 0;
+    return callback(VESK_VIDEO_ON_IFREAME_REQUEST, &Head(zoraMsg)->ulParam1, dataLen);
+}
 
-FIRST_PARAMETER_HANDLER(MsgOnIFrameRequestNotify, VESK_VIDEO_ON_IFREAME_REQUEST)
-FIRST_PARAMETER_HANDLER(MsgOnWallPaperDecOkNotify, VESK_VIDEO_ON_WALLPAPER_DEC_OK_NOTIFY)
+uint32_t MsgOnWallPaperDecOkNotify(OsMsgEnvelope*, void* zoraMsg, void*, uint32_t dataLen)
+{
+    TRACE(kInfo, ENTRY(MsgOnWallPaperDecOkNotify, VESK_VIDEO_ON_WALLPAPER_DEC_OK_NOTIFY));
+    const VeskVideoNotifyCallback callback = VeskVideoGetCallbackPtr();
+    if (IS_NULLPTR(callback) || IS_NULLPTR(zoraMsg))
+        return 0;
+    return callback(VESK_VIDEO_ON_WALLPAPER_DEC_OK_NOTIFY, &Head(zoraMsg)->ulParam1, dataLen);
+}
 
 uint32_t MsgOnVoPortPlugStateNotify(OsMsgEnvelope*, void*, void* data, uint32_t dataLen)
 {
-    ENTRY(MsgOnVoPortPlugStateNotify, VESK_VIDEO_ON_VO_PORT_PLUG_STATE_NOTIFY);
+    TRACE(kInfo, ENTRY(MsgOnVoPortPlugStateNotify, VESK_VIDEO_ON_VO_PORT_PLUG_STATE_NOTIFY));
     if (IS_NULLPTR(data))
         return 0;
     if (const auto plug = Read<VeskVideoVoPortPlugState>(data, dataLen))
@@ -131,21 +164,14 @@ uint32_t MsgOnViPortPixelInfoNotify(OsMsgEnvelope*, void*, void* data, uint32_t 
         if (info->portType == VESK_VIDEO_PORT_TYPE_NET_CAMERA)
             LOG(kError, "net camera decoder in, stmNo is [%u], port is %u", info->stmNo, info->port);
     }
-    ENTRY(MsgOnViPortPixelInfoNotify, VESK_VIDEO_ON_VI_PORT_PIXEL_INFO_NOTIFY);
+    TRACE(kInfo, ENTRY(MsgOnViPortPixelInfoNotify, VESK_VIDEO_ON_VI_PORT_PIXEL_INFO_NOTIFY));
     return DeliverOrHold(VESK_VIDEO_ON_VI_PORT_PIXEL_INFO_NOTIFY, data, dataLen);
 }
 
-/// Handlers that only pass the payload on.
-#define PASS_ON_HANDLER(number)                                                                              \
-    uint32_t MsgOnNotify##number(OsMsgEnvelope*, void*, void* data, uint32_t dataLen)                        \
-    {                                                                                                        \
-        const VeskVideoNotifyCallback callback = VeskVideoGetCallbackPtr();                                  \
-        if (IS_NULLPTR(callback))                                                                            \
-            return 0;                                                                                        \
-        return callback(VESK_VIDEO_ON_NOTIFY_##number, data, dataLen);                                       \
-    }
-
-PASS_ON_HANDLER(104)
+uint32_t PassOn(OsMsgEnvelope* inMsg, void*, void* data, uint32_t dataLen)
+{
+    return Deliver(inMsg->msgId, data, dataLen);
+}
 
 uint32_t MsgOnNotify105(OsMsgEnvelope*, void* zoraMsg, void* data, uint32_t dataLen)
 {
@@ -155,41 +181,47 @@ uint32_t MsgOnNotify105(OsMsgEnvelope*, void* zoraMsg, void* data, uint32_t data
     return callback(VESK_VIDEO_ON_NOTIFY_105, data, dataLen);
 }
 
-PASS_ON_HANDLER(200)
-PASS_ON_HANDLER(201)
-PASS_ON_HANDLER(202)
-PASS_ON_HANDLER(203)
-PASS_ON_HANDLER(204)
-PASS_ON_HANDLER(205)
-PASS_ON_HANDLER(16)
-PASS_ON_HANDLER(17)
-PASS_ON_HANDLER(18)
-PASS_ON_HANDLER(31)
+uint32_t MsgOnVideoproxyDieNotify(OsMsgEnvelope*, void*, void* data, uint32_t dataLen)
+{
+    const VeskVideoNotifyCallback callback = VeskVideoGetCallbackPtr();
+    if (IS_NULLPTR(callback))
+        return 0;
+    TRACE(kInfo, ENTRY(MsgOnVideoproxyDieNotify, VESK_VIDEO_ON_VIDEO_DIE_NOTIFY));
+    return callback(VESK_VIDEO_ON_VIDEO_DIE_NOTIFY, data, dataLen);
+}
 
 } // namespace vesk
 
-/// Handlers that pass the payload on after an entry line of their own, written once a callback is there.
-#define ANNOUNCED_HANDLER(handler, notification)                                                             \
-    uint32_t handler(OsMsgEnvelope*, void*, void* data, uint32_t dataLen)                                    \
-    {                                                                                                        \
-        const VeskVideoNotifyCallback callback = VeskVideoGetCallbackPtr();                                  \
-        if (IS_NULLPTR(callback))                                                                            \
-            return 0;                                                                                        \
-        ENTRY(handler, notification);                                                                        \
-        return callback(notification, data, dataLen);                                                        \
-    }
+uint32_t MsgOnVideoproxyRestartNotify(OsMsgEnvelope*, void*, void* data, uint32_t dataLen)
+{
+    const VeskVideoNotifyCallback callback = VeskVideoGetCallbackPtr();
+    if (IS_NULLPTR(callback))
+        return 0;
+    TRACE(kInfo, ENTRY(MsgOnVideoproxyRestartNotify, VESK_VIDEO_ON_VIDEO_ACTIVATE_NOTIFY));
+    return callback(VESK_VIDEO_ON_VIDEO_ACTIVATE_NOTIFY, data, dataLen);
+}
 
-namespace vesk {
-ANNOUNCED_HANDLER(MsgOnVideoproxyDieNotify, VESK_VIDEO_ON_VIDEO_DIE_NOTIFY)
-} // namespace vesk
+uint32_t MsgOnVideoAnnotationReadyNotify(OsMsgEnvelope*, void*, void* data, uint32_t dataLen)
+{
+    const VeskVideoNotifyCallback callback = VeskVideoGetCallbackPtr();
+    if (IS_NULLPTR(callback))
+        return 0;
+    TRACE(kInfo, ENTRY(MsgOnVideoAnnotationReadyNotify, VESK_VIDEO_ON_DATA_AUX_ANNOTATION_CAP_READY_NOTIFY));
+    return callback(VESK_VIDEO_ON_DATA_AUX_ANNOTATION_CAP_READY_NOTIFY, data, dataLen);
+}
 
-ANNOUNCED_HANDLER(MsgOnVideoproxyRestartNotify, VESK_VIDEO_ON_VIDEO_ACTIVATE_NOTIFY)
-ANNOUNCED_HANDLER(MsgOnVideoAnnotationReadyNotify, VESK_VIDEO_ON_DATA_AUX_ANNOTATION_CAP_READY_NOTIFY)
-ANNOUNCED_HANDLER(MsgOnVideoBgResourceInitReadyNotify, VESK_VIDEO_ON_VIDEO_CAPABILITY_UPDATE)
+uint32_t MsgOnVideoBgResourceInitReadyNotify(OsMsgEnvelope*, void*, void* data, uint32_t dataLen)
+{
+    const VeskVideoNotifyCallback callback = VeskVideoGetCallbackPtr();
+    if (IS_NULLPTR(callback))
+        return 0;
+    TRACE(kInfo, ENTRY(MsgOnVideoBgResourceInitReadyNotify, VESK_VIDEO_ON_VIDEO_CAPABILITY_UPDATE));
+    return callback(VESK_VIDEO_ON_VIDEO_CAPABILITY_UPDATE, data, dataLen);
+}
 
 uint32_t MsgOnVoPortDdcInfoNotify(OsMsgEnvelope*, void*, void* data, uint32_t dataLen)
 {
-    ENTRY(MsgOnVoPortDdcInfoNotify, VESK_VIDEO_ON_VO_PORT_DDC_INFO_NOTIFY);
+    TRACE(kInfo, ENTRY(MsgOnVoPortDdcInfoNotify, VESK_VIDEO_ON_VO_PORT_DDC_INFO_NOTIFY));
     if (IS_NULLPTR(data))
         return 0;
     if (const auto info = Read<VeskVideoVoPortDdcInfo>(data, dataLen))
@@ -200,7 +232,7 @@ uint32_t MsgOnVoPortDdcInfoNotify(OsMsgEnvelope*, void*, void* data, uint32_t da
 
 uint32_t MsgOnViPortPlusStateNotify(OsMsgEnvelope*, void*, void* data, uint32_t dataLen)
 {
-    ENTRY(MsgOnViPortPlusStateNotify, VESK_VIDEO_ON_VI_PORT_PLUG_STATE_NOTIFY);
+    TRACE(kInfo, ENTRY(MsgOnViPortPlusStateNotify, VESK_VIDEO_ON_VI_PORT_PLUG_STATE_NOTIFY));
     if (IS_NULLPTR(data))
         return 0;
     if (const auto plug = Read<VeskVideoViPortPlugState>(data, dataLen))
@@ -210,45 +242,31 @@ uint32_t MsgOnViPortPlusStateNotify(OsMsgEnvelope*, void*, void* data, uint32_t 
 
 uint32_t MsgOnCameraCtrlResultNotify(OsMsgEnvelope*, void*, void* data, uint32_t dataLen)
 {
-    if (IS_NULLPTR(data))
+    const auto result = ReadExactly<VeskVideoCamCtrlResult>(data, dataLen);
+    if (!result)
         return 0;
-    VeskVideoCamCtrlResult result;
-    if (dataLen != sizeof result) {
-        LOG(kError, "dataLen error");
-        return 0;
-    }
-    std::memcpy(&result, data, sizeof result);
-    TRACE(kInfo, "viPort[%u] camCtrlCmd[%d] errCode[%d] dataLen[%u]", result.viPort, result.camCtrlCmd,
-          result.errCode, dataLen);
-    ENTRY(MsgOnCameraCtrlResultNotify, VESK_VIDEO_ON_CAMERA_CTRL_RESULT_NOTIFY);
-    const VeskVideoNotifyCallback callback = VeskVideoGetCallbackPtr();
-    if (IS_NULLPTR(callback))
-        return 0;
-    return callback(VESK_VIDEO_ON_CAMERA_CTRL_RESULT_NOTIFY, data, dataLen);
+    TRACE(kInfo, "viPort[%u] camCtrlCmd[%d] errCode[%d] dataLen[%u]", result->viPort, result->camCtrlCmd,
+          result->errCode, dataLen);
+    TRACE(kInfo, ENTRY(MsgOnCameraCtrlResultNotify, VESK_VIDEO_ON_CAMERA_CTRL_RESULT_NOTIFY));
+    return Deliver(VESK_VIDEO_ON_CAMERA_CTRL_RESULT_NOTIFY, data, dataLen);
 }
 
-/// Handlers of a display link. The port name is shown up to its NUL, or whole when it has none.
-#define DISPLAY_LINK_HANDLER(handler, notification)                                                          \
-    uint32_t handler(OsMsgEnvelope*, void*, void* data, uint32_t dataLen)                                    \
-    {                                                                                                        \
-        if (IS_NULLPTR(data))                                                                                \
-            return 0;                                                                                        \
-        VeskVideoDisplayLink link;                                                                           \
-        if (dataLen != sizeof link) {                                                                        \
-            LOG(kError, "dataLen error");                                                                    \
-            return 0;                                                                                        \
-        }                                                                                                    \
-        std::memcpy(&link, data, sizeof link);                                                               \
-        char portName[sizeof link.portName + 1] = {};                                                        \
-        std::memcpy(portName, link.portName, sizeof link.portName);                                          \
-        TRACE(kInfo, "VI[%d]:portName[%s] isDec[%d] surfaceId[%u] dataLen[%u]", link.viPort, portName,       \
-              link.isDec, link.surfaceId, dataLen);                                                          \
-        ENTRY(handler, notification);                                                                        \
-        const VeskVideoNotifyCallback callback = VeskVideoGetCallbackPtr();                                  \
-        if (IS_NULLPTR(callback))                                                                            \
-            return 0;                                                                                        \
-        return callback(notification, data, dataLen);                                                        \
-    }
+uint32_t MsgOnDisplayFirstFrameNotify(OsMsgEnvelope*, void*, void* data, uint32_t dataLen)
+{
+    const auto link = ReadExactly<VeskVideoDisplayLink>(data, dataLen);
+    if (!link)
+        return 0;
+    TraceLink(*link);
+    TRACE(kInfo, ENTRY(MsgOnDisplayFirstFrameNotify, VESK_VIDEO_ON_DISPLAY_FIRST_FRAME_NOTIFY));
+    return Deliver(VESK_VIDEO_ON_DISPLAY_FIRST_FRAME_NOTIFY, data, dataLen);
+}
 
-DISPLAY_LINK_HANDLER(MsgOnDisplayFirstFrameNotify, VESK_VIDEO_ON_DISPLAY_FIRST_FRAME_NOTIFY)
-DISPLAY_LINK_HANDLER(MsgOnDisplayDestroyLinkNotify, VESK_VIDEO_ON_DISPLAY_DESTROY_LINK_NOTIFY)
+uint32_t MsgOnDisplayDestroyLinkNotify(OsMsgEnvelope*, void*, void* data, uint32_t dataLen)
+{
+    const auto link = ReadExactly<VeskVideoDisplayLink>(data, dataLen);
+    if (!link)
+        return 0;
+    TraceLink(*link);
+    TRACE(kInfo, ENTRY(MsgOnDisplayDestroyLinkNotify, VESK_VIDEO_ON_DISPLAY_DESTROY_LINK_NOTIFY));
+    return Deliver(VESK_VIDEO_ON_DISPLAY_DESTROY_LINK_NOTIFY, data, dataLen);
+}

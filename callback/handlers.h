@@ -5,27 +5,33 @@
 
 namespace vesk {
 
-uint32_t MsgOnLocalLoopStateNotify(OsMsgEnvelope*, void* zoraMsg, void* data, uint32_t dataLen);
-uint32_t MsgOnEncResourceInsufficient(OsMsgEnvelope*, void* zoraMsg, void* data, uint32_t dataLen);
-uint32_t MsgOnEncodeOverloadStatusNotify(OsMsgEnvelope*, void* zoraMsg, void* data, uint32_t dataLen);
-uint32_t MsgOnReCreateDecNotify(OsMsgEnvelope*, void* zoraMsg, void* data, uint32_t dataLen);
-uint32_t MsgOnDecodeStateNotify(OsMsgEnvelope*, void* zoraMsg, void* data, uint32_t dataLen);
-uint32_t MsgOnIFrameRequestNotify(OsMsgEnvelope*, void* zoraMsg, void* data, uint32_t dataLen);
-uint32_t MsgOnWallPaperDecOkNotify(OsMsgEnvelope*, void* zoraMsg, void* data, uint32_t dataLen);
-uint32_t MsgOnVoPortPlugStateNotify(OsMsgEnvelope*, void* zoraMsg, void* data, uint32_t dataLen);
-uint32_t MsgOnViPortPixelInfoNotify(OsMsgEnvelope*, void* zoraMsg, void* data, uint32_t dataLen);
-uint32_t MsgOnNotify104(OsMsgEnvelope*, void* zoraMsg, void* data, uint32_t dataLen);
-uint32_t MsgOnNotify105(OsMsgEnvelope*, void* zoraMsg, void* data, uint32_t dataLen);
-uint32_t MsgOnNotify200(OsMsgEnvelope*, void* zoraMsg, void* data, uint32_t dataLen);
-uint32_t MsgOnNotify201(OsMsgEnvelope*, void* zoraMsg, void* data, uint32_t dataLen);
-uint32_t MsgOnNotify202(OsMsgEnvelope*, void* zoraMsg, void* data, uint32_t dataLen);
-uint32_t MsgOnNotify203(OsMsgEnvelope*, void* zoraMsg, void* data, uint32_t dataLen);
-uint32_t MsgOnNotify204(OsMsgEnvelope*, void* zoraMsg, void* data, uint32_t dataLen);
-uint32_t MsgOnNotify205(OsMsgEnvelope*, void* zoraMsg, void* data, uint32_t dataLen);
-uint32_t MsgOnNotify16(OsMsgEnvelope*, void* zoraMsg, void* data, uint32_t dataLen);
-uint32_t MsgOnNotify17(OsMsgEnvelope*, void* zoraMsg, void* data, uint32_t dataLen);
-uint32_t MsgOnNotify18(OsMsgEnvelope*, void* zoraMsg, void* data, uint32_t dataLen);
-uint32_t MsgOnNotify31(OsMsgEnvelope*, void* zoraMsg, void* data, uint32_t dataLen);
-uint32_t MsgOnVideoproxyDieNotify(OsMsgEnvelope*, void* zoraMsg, void* data, uint32_t dataLen);
+using NotificationHandler = uint32_t(OsMsgEnvelope*, void* zoraMsg, void* data, uint32_t dataLen);
+
+NotificationHandler MsgOnLocalLoopStateNotify;
+NotificationHandler MsgOnEncResourceInsufficient;
+NotificationHandler MsgOnEncodeOverloadStatusNotify;
+NotificationHandler MsgOnReCreateDecNotify;
+NotificationHandler MsgOnDecodeStateNotify;
+NotificationHandler MsgOnIFrameRequestNotify;
+NotificationHandler MsgOnWallPaperDecOkNotify;
+NotificationHandler MsgOnVoPortPlugStateNotify;
+NotificationHandler MsgOnViPortPixelInfoNotify;
+NotificationHandler MsgOnNotify105;
+NotificationHandler MsgOnVideoproxyDieNotify;
+
+/// Hands the payload over under the envelope's number, without a trace.
+NotificationHandler PassOn;
+
+constexpr NorthMsgProc MsgOnNotify104 = PassOn;
+constexpr NorthMsgProc MsgOnNotify200 = PassOn;
+constexpr NorthMsgProc MsgOnNotify201 = PassOn;
+constexpr NorthMsgProc MsgOnNotify202 = PassOn;
+constexpr NorthMsgProc MsgOnNotify203 = PassOn;
+constexpr NorthMsgProc MsgOnNotify204 = PassOn;
+constexpr NorthMsgProc MsgOnNotify205 = PassOn;
+constexpr NorthMsgProc MsgOnNotify16 = PassOn;
+constexpr NorthMsgProc MsgOnNotify17 = PassOn;
+constexpr NorthMsgProc MsgOnNotify18 = PassOn;
+constexpr NorthMsgProc MsgOnNotify31 = PassOn;
 
 } // namespace vesk

@@ -1,12 +1,14 @@
 // The receive task "VAPI": its registration, its thread, and the message library's own log lines.
-#include "callback/source.h"
 #include "platform/os_msg.h"
 #include "platform/secure_memory.h"
 #include "transport/envelope.h"
+#include "transport/log.h"
 #include "vesk_video/receive.h"
 #include "vesk_video/task.h"
 
 using namespace vesk;
+
+static constexpr auto& kLogModule = log_module::kCallback;
 
 namespace {
 

@@ -2,13 +2,15 @@
 // callback runs.
 #include "callback/resend_queue.h"
 
-#include "callback/source.h"
 #include "platform/secure_memory.h"
+#include "transport/log.h"
 
 #include <cstdlib>
 #include <memory>
 #include <mutex>
 #include <optional>
+
+static constexpr auto& kLogModule = vesk::log_module::kCallback;
 
 std::list<NorthMsgResendInfo> g_cbResendQueue;
 
@@ -33,12 +35,20 @@ struct Unload {
 
 using Copy = std::unique_ptr<void, decltype(&std::free)>;
 
-std::optional<NorthMsgResendInfo> TakeOldest()
+/// A notification that was held, and the callback that is to have it.
+struct Delivery {
+    NorthMsgResendInfo held;
+    VeskVideoNotifyCallback callback;
+};
+
+/// Takes the oldest notification off the queue. Without a callback all of them stay held, in order.
+std::optional<Delivery> TakeOldest()
 {
     const std::lock_guard guard(g_lock);
-    if (g_unload.done || g_cbResendQueue.empty())
+    const VeskVideoNotifyCallback callback = VeskVideoGetCallbackPtr();
+    if (g_unload.done || g_cbResendQueue.empty() || callback == nullptr)
         return std::nullopt;
-    const NorthMsgResendInfo oldest = g_cbResendQueue.front();
+    const Delivery oldest{g_cbResendQueue.front(), callback};
     g_cbResendQueue.pop_front();
     return oldest;
 }
@@ -70,17 +80,13 @@ VeskVideoNotifyCallback HoldUnlessCallback(uint32_t msgId, const void* data, uin
 
 void DeliverHeldNotifications()
 {
-    while (const auto held = TakeOldest()) {
-        const Copy data(held->data, &std::free);
-        // VeskVideoExit on another thread may have forgotten the callback meanwhile.
-        if (const VeskVideoNotifyCallback callback = VeskVideoGetCallbackPtr(); callback != nullptr)
-            callback(held->msgId, held->data, held->dataLen);
+    while (const auto oldest = TakeOldest()) {
+        const Copy data(oldest->held.data, &std::free);
+        oldest->callback(oldest->held.msgId, oldest->held.data, oldest->held.dataLen);
     }
 }
 
 } // namespace vesk
-
-using vesk::kLogSource;
 
 uint32_t VeskVideoGetMsgResendQ(std::list<NorthMsgResendInfo>* queue)
 {

@@ -1,11 +1,12 @@
 // Encoder channels.
 #include "vesk_video/encoder.h"
-#include "codec/source.h"
 #include "transport/request.h"
 
 #include <atomic>
 
 using namespace vesk;
+
+static constexpr auto& kLogModule = log_module::kCodec;
 
 namespace {
 
@@ -20,17 +21,18 @@ uint32_t VeskVideoEncoderCreate(uint32_t* encStmNo)
     if (IS_NULL(encStmNo))
         return VESK_VIDEO_ERR_FAILURE;
     LOG(kInfo, "%s enter.", __func__);
-    const uint32_t ret = Query({.msgId = VESK_VIDEO_MSG_ENC_CREATE}, encStmNo);
-    return FINISH(ret, FAILED(ret), "#####send VESK_VIDEO_MSG_ENC_CREATE msg[%d] %u #####\n", kDone,
-                  *encStmNo);
+    const uint32_t ret = Query<VESK_VIDEO_MSG_ENC_CREATE>({}, encStmNo);
+    return ret == VESK_VIDEO_OK
+               ? DONE_WITH("#####send VESK_VIDEO_MSG_ENC_CREATE msg[%d] %u #####\n", ret, *encStmNo)
+               : FAILED(ret);
 }
 
 uint32_t VeskVideoEncoderDelete(uint32_t encStmNo)
 {
     TRACE(kInfo, START(VESK_VIDEO_MSG_ENC_DELETE));
     LOG(kInfo, "%s: encStmNo=%u.", __func__, encStmNo);
-    const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_ENC_DELETE, .ulParam1 = encStmNo});
-    return FINISH(ret, FAILED(ret), DONE(VESK_VIDEO_MSG_ENC_DELETE));
+    const uint32_t ret = Send<VESK_VIDEO_MSG_ENC_DELETE>({.ulParam1 = encStmNo});
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_ENC_DELETE) : FAILED(ret);
 }
 
 uint32_t VeskVideoEncoderSetParam(uint32_t encStmNo, const VeskVideoEncParam* encParam)
@@ -48,17 +50,16 @@ uint32_t VeskVideoEncoderSetParam(uint32_t encStmNo, const VeskVideoEncParam* en
         LOG(kError, "Do not support VESK_VIDEO_ENC_SVC_SW type");
         return VESK_VIDEO_ERR_ARGUMENT;
     }
-    const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_SET_ENC_PARAM, .ulParam1 = encStmNo}, p);
-    return FINISH(ret, FAILED(ret), DONE(VESK_VIDEO_MSG_SET_ENC_PARAM));
+    const uint32_t ret = Send<VESK_VIDEO_MSG_SET_ENC_PARAM>({.ulParam1 = encStmNo}, &p);
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_SET_ENC_PARAM) : FAILED(ret);
 }
 
 uint32_t VeskVideoEncoderSetQueHandle(uint32_t encStmNo, uint32_t queId)
 {
     TRACE(kInfo, START(VESK_VIDEO_MSG_SET_ENC_QUE_HANDLE));
     LOG(kInfo, "%s:encStmNo=%u, queId=%u.", __func__, encStmNo, queId);
-    const uint32_t ret =
-        Send({.msgId = VESK_VIDEO_MSG_SET_ENC_QUE_HANDLE, .ulParam1 = encStmNo, .ulParam2 = queId});
-    return FINISH(ret, FAILED(ret), DONE(VESK_VIDEO_MSG_SET_ENC_QUE_HANDLE));
+    const uint32_t ret = Send<VESK_VIDEO_MSG_SET_ENC_QUE_HANDLE>({.ulParam1 = encStmNo, .ulParam2 = queId});
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_SET_ENC_QUE_HANDLE) : FAILED(ret);
 }
 
 uint32_t VeskVideoEncoderGetParam(uint32_t encStmNo, VeskVideoEncParam* encParam)
@@ -66,24 +67,24 @@ uint32_t VeskVideoEncoderGetParam(uint32_t encStmNo, VeskVideoEncParam* encParam
     TRACE(kInfo, "#####send VESK_VIDEO_MSG_GET_ENC_PARAM start %u #####\n", encStmNo);
     if (IS_NULL(encParam))
         return VESK_VIDEO_ERR_ARGUMENT;
-    const uint32_t ret = Query({.msgId = VESK_VIDEO_MSG_GET_ENC_PARAM, .ulParam1 = encStmNo}, encParam);
-    return FINISH(ret, FAILED(ret), DONE(VESK_VIDEO_MSG_GET_ENC_PARAM));
+    const uint32_t ret = Query<VESK_VIDEO_MSG_GET_ENC_PARAM>({.ulParam1 = encStmNo}, encParam);
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_GET_ENC_PARAM) : FAILED(ret);
 }
 
 uint32_t VeskVideoEncoderStart(uint32_t encStmNo)
 {
     TRACE(kInfo, START(VESK_VIDEO_MSG_ENC_START));
     LOG(kInfo, "%s: encStmNo=%u.", __func__, encStmNo);
-    const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_ENC_START, .ulParam1 = encStmNo});
-    return FINISH(ret, FAILED(ret), DONE(VESK_VIDEO_MSG_ENC_START));
+    const uint32_t ret = Send<VESK_VIDEO_MSG_ENC_START>({.ulParam1 = encStmNo});
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_ENC_START) : FAILED(ret);
 }
 
 uint32_t VeskVideoEncoderStop(uint32_t encStmNo)
 {
     TRACE(kInfo, START(VESK_VIDEO_MSG_ENC_STOP));
     LOG(kInfo, "%s: encStmNo=%u.", __func__, encStmNo);
-    const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_ENC_STOP, .ulParam1 = encStmNo});
-    return FINISH(ret, FAILED(ret), DONE(VESK_VIDEO_MSG_ENC_STOP));
+    const uint32_t ret = Send<VESK_VIDEO_MSG_ENC_STOP>({.ulParam1 = encStmNo});
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_ENC_STOP) : FAILED(ret);
 }
 
 uint32_t VeskVideoEncoderSetFecParam(uint32_t encStmNo, const VeskVideoEncFecParam* fecParam)
@@ -100,8 +101,8 @@ uint32_t VeskVideoEncoderSetFecParam(uint32_t encStmNo, const VeskVideoEncFecPar
         LOG(kInfo, "VeskVideoEncoderSetFecParam Begin, encStmNo[%u], lossRate[%f], constLostNum[%u]",
             encStmNo, lossRate, fecParam->constLostNum);
     g_fecLogCounter.store((calls + 1) % kSpacing, std::memory_order_relaxed);
-    const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_SET_ENC_FEC_PARAM, .ulParam1 = encStmNo}, *fecParam);
-    return FINISH(ret, FAILED(ret), DONE(VESK_VIDEO_MSG_SET_ENC_FEC_PARAM));
+    const uint32_t ret = Send<VESK_VIDEO_MSG_SET_ENC_FEC_PARAM>({.ulParam1 = encStmNo}, fecParam);
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_SET_ENC_FEC_PARAM) : FAILED(ret);
 }
 
 uint32_t VeskVideoEncoderGetStatus(uint32_t encStmNo, VeskVideoEncStatus* status)
@@ -109,8 +110,8 @@ uint32_t VeskVideoEncoderGetStatus(uint32_t encStmNo, VeskVideoEncStatus* status
     TRACE(kInfo, "#####send VESK_VIDEO_MSG_ENCODER_GET_STATUS start %u #####\n", encStmNo);
     if (IS_NULL(status))
         return VESK_VIDEO_ERR_ARGUMENT;
-    const uint32_t ret = Query({.msgId = VESK_VIDEO_MSG_ENCODER_GET_STATUS, .ulParam1 = encStmNo}, status);
-    return FINISH(ret, FAILED(ret), DONE_UNENDED(VESK_VIDEO_MSG_ENCODER_GET_STATUS));
+    const uint32_t ret = Query<VESK_VIDEO_MSG_ENCODER_GET_STATUS>({.ulParam1 = encStmNo}, status);
+    return ret == VESK_VIDEO_OK ? DONE_UNENDED(VESK_VIDEO_MSG_ENCODER_GET_STATUS) : FAILED(ret);
 }
 
 uint32_t VeskVideoEncoderGetStatusInfos(uint32_t num, VeskVideoEncStatusInfo* status, uint32_t len)
@@ -122,9 +123,8 @@ uint32_t VeskVideoEncoderGetStatusInfos(uint32_t num, VeskVideoEncStatusInfo* st
         TRACE_AND_LOG(kError, "decParam len error");
         return VESK_VIDEO_ERR_ARGUMENT;
     }
-    const uint32_t ret =
-        ExchangeArray({.msgId = VESK_VIDEO_MSG_ENCODER_GET_ALL_STATUS, .ulParam1 = num}, status, num);
-    return FINISH(ret, FAILED(ret), DONE_UNENDED(VESK_VIDEO_MSG_ENCODER_GET_ALL_STATUS));
+    const uint32_t ret = ExchangeArray<VESK_VIDEO_MSG_ENCODER_GET_ALL_STATUS>({}, status, num);
+    return ret == VESK_VIDEO_OK ? DONE_UNENDED(VESK_VIDEO_MSG_ENCODER_GET_ALL_STATUS) : FAILED(ret);
 }
 
 uint32_t VeskVideoEncoderGetChrStatistics(uint32_t encStmNo, VeskVideoEncChrStatistics* statistics)
@@ -133,27 +133,25 @@ uint32_t VeskVideoEncoderGetChrStatistics(uint32_t encStmNo, VeskVideoEncChrStat
     TRACE(kInfo, "#####send VESK_VIDEO_MSG_ENCODER_GET_CHR_STATISTICS start %u #####\n", encStmNo);
     if (IS_NULL(statistics))
         return VESK_VIDEO_ERR_ARGUMENT;
-    const uint32_t ret =
-        Query({.msgId = VESK_VIDEO_MSG_ENCODER_GET_CHR_STATISTICS, .ulParam1 = encStmNo}, statistics);
-    return FINISH(ret, FAILED(ret), DONE_UNENDED(VESK_VIDEO_MSG_ENCODER_GET_CHR_STATISTICS));
+    const uint32_t ret = Query<VESK_VIDEO_MSG_ENCODER_GET_CHR_STATISTICS>({.ulParam1 = encStmNo}, statistics);
+    return ret == VESK_VIDEO_OK ? DONE_UNENDED(VESK_VIDEO_MSG_ENCODER_GET_CHR_STATISTICS) : FAILED(ret);
 }
 
 uint32_t VeskVideoEncoderForceKeyFrame(uint32_t encStmNo)
 {
     TRACE(kInfo, START(VESK_VIDEO_MSG_ENC_FORCE_KEYFRAME));
     LOG(kInfo, "%s:encStmNo=%u.", __func__, encStmNo);
-    const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_ENC_FORCE_KEYFRAME, .ulParam1 = encStmNo});
-    return FINISH(ret, FAILED(ret), DONE(VeskVideoEncoderForceKeyFrame));
+    const uint32_t ret = Send<VESK_VIDEO_MSG_ENC_FORCE_KEYFRAME>({.ulParam1 = encStmNo});
+    return ret == VESK_VIDEO_OK ? DONE(VeskVideoEncoderForceKeyFrame) : FAILED(ret);
 }
 
 uint32_t VeskVideoEncoderModifyFrameRate(uint32_t encStmNo, uint32_t frameRate)
 {
     TRACE(kInfo, START(VESK_VIDEO_MSG_ENC_MODIFY_FRAME_RATE));
     LOG(kInfo, "%s: encStmNo=%u frameRate=%u.", __func__, encStmNo, frameRate);
-    const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_ENC_MODIFY_FRAME_RATE,
-                               .uwSubMsgID = Low16(encStmNo),
-                               .ulParam1 = frameRate});
-    return FINISH(ret, FAILED(ret), DONE(VESK_VIDEO_MSG_ENC_MODIFY_FRAME_RATE));
+    const uint32_t ret =
+        Send<VESK_VIDEO_MSG_ENC_MODIFY_FRAME_RATE>({.uwSubMsgID = Low16(encStmNo), .ulParam1 = frameRate});
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_ENC_MODIFY_FRAME_RATE) : FAILED(ret);
 }
 
 uint32_t VeskVideoEncoderSetParamEx(uint32_t encStmNo, const VeskVideoEncParamEx* encParam)
@@ -168,8 +166,8 @@ uint32_t VeskVideoEncoderSetParamEx(uint32_t encStmNo, const VeskVideoEncParamEx
         LOG(kError, "error encparamex param\n");
         return VESK_VIDEO_ERR_ARGUMENT;
     }
-    const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_SET_ENC_PARAM_EX, .ulParam1 = encStmNo}, p);
-    return FINISH(ret, FAILED(ret), DONE(VESK_VIDEO_MSG_SET_ENC_PARAM_EX));
+    const uint32_t ret = Send<VESK_VIDEO_MSG_SET_ENC_PARAM_EX>({.ulParam1 = encStmNo}, &p);
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_SET_ENC_PARAM_EX) : FAILED(ret);
 }
 
 uint32_t VeskVideoEncoderGetParamEx(uint32_t encStmNo, VeskVideoEncParamEx* encParam)
@@ -177,6 +175,6 @@ uint32_t VeskVideoEncoderGetParamEx(uint32_t encStmNo, VeskVideoEncParamEx* encP
     TRACE(kInfo, START(VESK_VIDEO_MSG_GET_ENC_PARAM_EX));
     if (IS_NULL(encParam))
         return VESK_VIDEO_ERR_ARGUMENT;
-    const uint32_t ret = Query({.msgId = VESK_VIDEO_MSG_GET_ENC_PARAM_EX, .ulParam1 = encStmNo}, encParam);
-    return FINISH(ret, FAILED(ret), DONE(VESK_VIDEO_MSG_GET_ENC_PARAM_EX));
+    const uint32_t ret = Query<VESK_VIDEO_MSG_GET_ENC_PARAM_EX>({.ulParam1 = encStmNo}, encParam);
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_GET_ENC_PARAM_EX) : FAILED(ret);
 }

@@ -1,9 +1,10 @@
-// What the service's codecs can do, asked for and logged entry by entry.
+// What the device and its codecs can do; codec capabilities are logged entry by entry.
 #include "vesk_video/capability.h"
-#include "interface/source.h"
 #include "transport/request.h"
 
 using namespace vesk;
+
+static constexpr auto& kLogModule = log_module::kInterface;
 
 namespace {
 
@@ -65,9 +66,9 @@ uint32_t VeskVideoGetEncodeCapability(VeskVideoEncodeCapability* encodeCapabilit
     LOG(kInfo, "Get encode capability start");
     if (IS_NULL(encodeCapability))
         return VESK_VIDEO_ERR_FAILURE;
-    const uint32_t ret = Query({.msgId = VESK_VIDEO_MSG_GET_ENCODE_CAPABILITY}, encodeCapability);
-    FINISH(ret, MESSAGE_FAILED(VESK_VIDEO_MSG_GET_ENCODE_CAPABILITY, ret),
-           DONE(VESK_VIDEO_MSG_GET_ENCODE_CAPABILITY));
+    const uint32_t ret = Query<VESK_VIDEO_MSG_GET_ENCODE_CAPABILITY>({}, encodeCapability);
+    ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_GET_ENCODE_CAPABILITY)
+                         : MESSAGE_FAILED(VESK_VIDEO_MSG_GET_ENCODE_CAPABILITY, ret);
     if (ret == VESK_VIDEO_OK)
         PrintVeskVideoEncodeCapability(encodeCapability);
     return ret;
@@ -79,9 +80,19 @@ uint32_t VeskVideoGetDecodeCapability(VeskVideoDecodeCapability* decodeCapabilit
     LOG(kInfo, "Get decode capability start");
     if (IS_NULL(decodeCapability))
         return VESK_VIDEO_ERR_FAILURE;
-    const uint32_t ret = Query({.msgId = VESK_VIDEO_MSG_GET_DECODE_CAPABILITY}, decodeCapability);
+    const uint32_t ret = Query<VESK_VIDEO_MSG_GET_DECODE_CAPABILITY>({}, decodeCapability);
     if (ret == VESK_VIDEO_OK)
         PrintVeskVideoDecodeCapability(decodeCapability);
-    return FINISH(ret, MESSAGE_FAILED(VESK_VIDEO_MSG_GET_DECODE_CAPABILITY, ret),
-                  DONE(VESK_VIDEO_MSG_GET_DECODE_CAPABILITY));
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_GET_DECODE_CAPABILITY)
+                                : MESSAGE_FAILED(VESK_VIDEO_MSG_GET_DECODE_CAPABILITY, ret);
+}
+
+uint32_t VeskVideoGetCapability(uint32_t capabilityType, VeskVideoCapability* capability)
+{
+    TRACE(kInfo, START(VESK_VIDEO_MSG_GET_CAPABILITY));
+    if (IS_NULL(capability))
+        return VESK_VIDEO_ERR_FAILURE;
+    const uint32_t ret = Query<VESK_VIDEO_MSG_GET_CAPABILITY>({.ulParam2 = capabilityType}, capability);
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_GET_CAPABILITY)
+                                : MESSAGE_FAILED(VESK_VIDEO_MSG_GET_CAPABILITY, ret);
 }

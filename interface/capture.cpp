@@ -1,15 +1,16 @@
-// Sources that are not cameras, and the device's capability.
+// Sources that are not cameras.
 #include "vesk_video/capture.h"
-#include "interface/source.h"
 #include "transport/request.h"
 
 #include <cstring>
 
 using namespace vesk;
 
+static constexpr auto& kLogModule = log_module::kInterface;
+
 uint32_t VeskVideoSetVirtualViSrc(uint32_t sourceId, const char* filePath)
 {
-    constexpr size_t kMaxPath = 4096;
+    constexpr size_t kMaxPath = kTextSize<VESK_VIDEO_MSG_SET_VIRTUAL_VI_PARAM> - 1;
     LOG(kInfo, "#####send VESK_VIDEO_MSG_SET_VIRTUAL_VI_PARAM start %u #####\n", sourceId);
     if (IS_NULL(filePath))
         return VESK_VIDEO_ERR_FAILURE;
@@ -18,10 +19,10 @@ uint32_t VeskVideoSetVirtualViSrc(uint32_t sourceId, const char* filePath)
         LOG(kError, "the length of filePath is too long");
         return VESK_VIDEO_ERR_ARGUMENT;
     }
-    const uint32_t ret = SendBytes({.msgId = VESK_VIDEO_MSG_SET_VIRTUAL_VI_PARAM, .ulParam1 = sourceId},
-                                   filePath, static_cast<uint32_t>(length + 1));
-    return FINISH(ret, MESSAGE_FAILED(VESK_VIDEO_MSG_SET_VIRTUAL_VI_PARAM, ret),
-                  DONE(VESK_VIDEO_MSG_SET_VIRTUAL_VI_PARAM));
+    const uint32_t ret =
+        SendText<VESK_VIDEO_MSG_SET_VIRTUAL_VI_PARAM>({.ulParam1 = sourceId}, filePath, length);
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_SET_VIRTUAL_VI_PARAM)
+                                : MESSAGE_FAILED(VESK_VIDEO_MSG_SET_VIRTUAL_VI_PARAM, ret);
 }
 
 uint32_t VeskVideoSetAppCaptureParam(uint32_t inEngNo, const VeskVideoAppInParam* appInParam)
@@ -39,8 +40,8 @@ uint32_t VeskVideoSetAppCaptureParam(uint32_t inEngNo, const VeskVideoAppInParam
         LOG(kError, "taskHandle is null");
         return VESK_VIDEO_ERR_ARGUMENT;
     }
-    const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_SET_APP_CAPTURE_PARAM, .ulParam1 = inEngNo}, p);
-    return FINISH(ret, FAILED_FOR(ret, inEngNo), DONE(VESK_VIDEO_MSG_SET_APP_CAPTURE_PARAM));
+    const uint32_t ret = Send<VESK_VIDEO_MSG_SET_APP_CAPTURE_PARAM>({.ulParam1 = inEngNo}, &p);
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_SET_APP_CAPTURE_PARAM) : FAILED_FOR(ret, inEngNo);
 }
 
 uint32_t VeskVideoSetAndroidContext(void* javaVm, void* javaContext)
@@ -50,10 +51,10 @@ uint32_t VeskVideoSetAndroidContext(void* javaVm, void* javaContext)
     if (IS_NULL(javaVm) || IS_NULL(javaContext))
         return VESK_VIDEO_ERR_FAILURE;
     LOG(kInfo, "Init Android Objects");
-    const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_INIT_ANDROID_OBJECTS,
-                               .ulParam1 = reinterpret_cast<uintptr_t>(javaVm),
-                               .ulParam2 = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(javaContext))});
-    return FINISH(ret, FAILED(ret), DONE(VESK_VIDEO_MSG_INIT_ANDROID_OBJECTS));
+    const uint32_t ret = Send<VESK_VIDEO_MSG_INIT_ANDROID_OBJECTS>(
+        {.ulParam1 = reinterpret_cast<uintptr_t>(javaVm),
+         .ulParam2 = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(javaContext))});
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_INIT_ANDROID_OBJECTS) : FAILED(ret);
 }
 
 uint32_t VeskVideoSetAndroidProjection(int32_t resultCode, void* projectionData)
@@ -61,21 +62,9 @@ uint32_t VeskVideoSetAndroidProjection(int32_t resultCode, void* projectionData)
     TRACE(kInfo, START(VESK_VIDEO_MSG_SET_ANDROID_MMEDIA_PROJECTION));
     LOG(kInfo, "%s enter resultCode:%u.", __func__, resultCode);
     LOG(kInfo, "Set Android MediaProjection, resultCode=%d", resultCode);
-    const uint32_t ret =
-        Send({.msgId = VESK_VIDEO_MSG_SET_ANDROID_MMEDIA_PROJECTION,
-              .ulParam1 = static_cast<uint64_t>(int64_t{resultCode}),
-              .ulParam2 = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(projectionData))});
-    return FINISH(ret, MESSAGE_FAILED(VESK_VIDEO_MSG_SET_ANDROID_MMEDIA_PROJECTION, ret),
-                  DONE(VESK_VIDEO_MSG_SET_ANDROID_MMEDIA_PROJECTION));
-}
-
-uint32_t VeskVideoGetCapability(uint32_t capabilityType, VeskVideoCapability* capability)
-{
-    TRACE(kInfo, START(VESK_VIDEO_MSG_GET_CAPABILITY));
-    if (IS_NULL(capability))
-        return VESK_VIDEO_ERR_FAILURE;
-    const uint32_t ret =
-        Query({.msgId = VESK_VIDEO_MSG_GET_CAPABILITY, .ulParam2 = capabilityType}, capability);
-    return FINISH(ret, MESSAGE_FAILED(VESK_VIDEO_MSG_GET_CAPABILITY, ret),
-                  DONE(VESK_VIDEO_MSG_GET_CAPABILITY));
+    const uint32_t ret = Send<VESK_VIDEO_MSG_SET_ANDROID_MMEDIA_PROJECTION>(
+        {.ulParam1 = static_cast<uint64_t>(int64_t{resultCode}),
+         .ulParam2 = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(projectionData))});
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_SET_ANDROID_MMEDIA_PROJECTION)
+                                : MESSAGE_FAILED(VESK_VIDEO_MSG_SET_ANDROID_MMEDIA_PROJECTION, ret);
 }

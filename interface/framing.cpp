@@ -1,9 +1,10 @@
 // Framing of an input and the state of its camera. Port and engine numbers travel in uwSubMsgID.
 #include "vesk_video/framing.h"
-#include "interface/source.h"
 #include "transport/request.h"
 
 using namespace vesk;
+
+static constexpr auto& kLogModule = log_module::kInterface;
 
 uint32_t VeskVideoSetViPortEptzParam(uint32_t port, const VeskVideoEptzParams* eptzParams)
 {
@@ -14,10 +15,9 @@ uint32_t VeskVideoSetViPortEptzParam(uint32_t port, const VeskVideoEptzParams* e
     }
     if (IS_NULL(eptzParams))
         return VESK_VIDEO_ERR_FAILURE;
-    const uint32_t ret =
-        Send({.msgId = VESK_VIDEO_MSG_SET_VI_CUTOUT_PARAM, .uwSubMsgID = Low16(port)}, *eptzParams);
-    return FINISH(ret, MESSAGE_FAILED(VESK_VIDEO_MSG_SET_VI_CUTOUT_PARAM, ret),
-                  DONE(VESK_VIDEO_MSG_SET_VI_CUTOUT_PARAM));
+    const uint32_t ret = Send<VESK_VIDEO_MSG_SET_VI_CUTOUT_PARAM>({.uwSubMsgID = Low16(port)}, eptzParams);
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_SET_VI_CUTOUT_PARAM)
+                                : MESSAGE_FAILED(VESK_VIDEO_MSG_SET_VI_CUTOUT_PARAM, ret);
 }
 
 uint32_t VeskVideoSetViPortPtzfParam(uint32_t port, const VeskVideoPtzfParams* ptzfParams)
@@ -29,10 +29,9 @@ uint32_t VeskVideoSetViPortPtzfParam(uint32_t port, const VeskVideoPtzfParams* p
     }
     if (IS_NULL(ptzfParams))
         return VESK_VIDEO_ERR_FAILURE;
-    const uint32_t ret =
-        Send({.msgId = VESK_VIDEO_MSG_SET_VI_PTZF_PARAM, .uwSubMsgID = Low16(port)}, *ptzfParams);
-    return FINISH(ret, MESSAGE_FAILED(VESK_VIDEO_MSG_SET_VI_PTZF_PARAM, ret),
-                  DONE(VESK_VIDEO_MSG_SET_VI_PTZF_PARAM));
+    const uint32_t ret = Send<VESK_VIDEO_MSG_SET_VI_PTZF_PARAM>({.uwSubMsgID = Low16(port)}, ptzfParams);
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_SET_VI_PTZF_PARAM)
+                                : MESSAGE_FAILED(VESK_VIDEO_MSG_SET_VI_PTZF_PARAM, ret);
 }
 
 uint32_t VeskVideoGetViPortEptzParam(uint32_t inEngNo, VeskVideoEptzParams* eptzParams)
@@ -42,35 +41,33 @@ uint32_t VeskVideoGetViPortEptzParam(uint32_t inEngNo, VeskVideoEptzParams* eptz
     if (IS_NULL(eptzParams))
         return VESK_VIDEO_ERR_FAILURE;
     const uint32_t ret =
-        Query({.msgId = VESK_VIDEO_MSG_GET_VI_CUTOUT_PARAM, .uwSubMsgID = Low16(inEngNo)}, eptzParams);
+        Query<VESK_VIDEO_MSG_GET_VI_CUTOUT_PARAM>({.uwSubMsgID = Low16(inEngNo)}, eptzParams);
     if (ret == VESK_VIDEO_OK)
         TRACE(kInfo, "Get VI port cutout param, inEngNo[%u] result[%d]", inEngNo, ret);
-    return FINISH(ret, MESSAGE_FAILED(VESK_VIDEO_MSG_GET_VI_CUTOUT_PARAM, ret),
-                  DONE(VESK_VIDEO_MSG_GET_VI_CUTOUT_PARAM));
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_GET_VI_CUTOUT_PARAM)
+                                : MESSAGE_FAILED(VESK_VIDEO_MSG_GET_VI_CUTOUT_PARAM, ret);
 }
 
 uint32_t VeskVideoGetViPortPtzfParam(uint32_t inEngNo, VeskVideoPtzfParams* ptzfParams)
 {
     TRACE(kInfo, "Get VI port ptzf param start!");
     TRACE(kInfo, "#####send VESK_VIDEO_MSG_GET_VI_PTZF_PARAM start %u #####\n", inEngNo);
-    const uint32_t ret =
-        Query({.msgId = VESK_VIDEO_MSG_GET_VI_PTZF_PARAM, .uwSubMsgID = Low16(inEngNo)}, ptzfParams);
+    const uint32_t ret = Query<VESK_VIDEO_MSG_GET_VI_PTZF_PARAM>({.uwSubMsgID = Low16(inEngNo)}, ptzfParams);
     if (ret == VESK_VIDEO_OK)
         TRACE(kInfo, "Get VI port ptzf param, inEngNo[%u] result[%d]", inEngNo, ret);
-    return FINISH(ret, MESSAGE_FAILED(VESK_VIDEO_MSG_GET_VI_PTZF_PARAM, ret),
-                  DONE(VESK_VIDEO_MSG_GET_VI_PTZF_PARAM));
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_GET_VI_PTZF_PARAM)
+                                : MESSAGE_FAILED(VESK_VIDEO_MSG_GET_VI_PTZF_PARAM, ret);
 }
 
 uint32_t VeskVideoExecutViPortTrackingParam(uint32_t inEngNo)
 {
     TRACE(kInfo, "Execut VI port tracking param start!");
     LOG(kInfo, "%s enter inEngNo=%u.", __func__, inEngNo);
-    const uint32_t ret =
-        Send({.msgId = VESK_VIDEO_MSG_EXECUT_VI_TRACKING_PARAM, .uwSubMsgID = Low16(inEngNo)});
+    const uint32_t ret = Send<VESK_VIDEO_MSG_EXECUT_VI_TRACKING_PARAM>({.uwSubMsgID = Low16(inEngNo)});
     if (ret == VESK_VIDEO_OK)
         TRACE(kInfo, "Execut VI port tracking param, inEngNo[%u] result[%d]", inEngNo, ret);
-    return FINISH(ret, MESSAGE_FAILED(VESK_VIDEO_MSG_EXECUT_VI_TRACKING_PARAM, ret),
-                  DONE(VESK_VIDEO_MSG_EXECUT_VI_TRACKING_PARAM));
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_EXECUT_VI_TRACKING_PARAM)
+                                : MESSAGE_FAILED(VESK_VIDEO_MSG_EXECUT_VI_TRACKING_PARAM, ret);
 }
 
 uint32_t VeskVideoGetViPortPtStatus(uint32_t inEngNo, uint8_t* status)
@@ -79,12 +76,11 @@ uint32_t VeskVideoGetViPortPtStatus(uint32_t inEngNo, uint8_t* status)
     TRACE(kInfo, "#####send VESK_VIDEO_MSG_GET_VI_PT_STATUS start %u #####\n", inEngNo);
     if (IS_NULL(status))
         return VESK_VIDEO_ERR_FAILURE;
-    const uint32_t ret =
-        Query({.msgId = VESK_VIDEO_MSG_GET_VI_PT_STATUS, .uwSubMsgID = Low16(inEngNo)}, status);
+    const uint32_t ret = Query<VESK_VIDEO_MSG_GET_VI_PT_STATUS>({.uwSubMsgID = Low16(inEngNo)}, status);
     if (ret == VESK_VIDEO_OK)
         TRACE(kInfo, "Get VI port pt status, inEngNo[%u] result[%d]", inEngNo, ret);
-    return FINISH(ret, MESSAGE_FAILED(VESK_VIDEO_MSG_GET_VI_PT_STATUS, ret),
-                  DONE(VESK_VIDEO_MSG_GET_VI_PT_STATUS));
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_GET_VI_PT_STATUS)
+                                : MESSAGE_FAILED(VESK_VIDEO_MSG_GET_VI_PT_STATUS, ret);
 }
 
 uint32_t VeskVideoGetViPortAFStatus(uint32_t inEngNo, uint8_t* status)
@@ -93,22 +89,20 @@ uint32_t VeskVideoGetViPortAFStatus(uint32_t inEngNo, uint8_t* status)
     TRACE(kInfo, "#####send VESK_VIDEO_MSG_GET_VI_AF_STATUS start %u #####\n", inEngNo);
     if (IS_NULL(status))
         return VESK_VIDEO_ERR_FAILURE;
-    const uint32_t ret =
-        Query({.msgId = VESK_VIDEO_MSG_GET_VI_AF_STATUS, .uwSubMsgID = Low16(inEngNo)}, status);
+    const uint32_t ret = Query<VESK_VIDEO_MSG_GET_VI_AF_STATUS>({.uwSubMsgID = Low16(inEngNo)}, status);
     if (ret == VESK_VIDEO_OK)
         TRACE(kInfo, "Get VI port af status, inEngNo[%u] result[%d]", inEngNo, ret);
-    return FINISH(ret, MESSAGE_FAILED(VESK_VIDEO_MSG_GET_VI_AF_STATUS, ret),
-                  DONE(VESK_VIDEO_MSG_GET_VI_AF_STATUS));
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_GET_VI_AF_STATUS)
+                                : MESSAGE_FAILED(VESK_VIDEO_MSG_GET_VI_AF_STATUS, ret);
 }
 
 uint32_t VeskVideoViSetEptzMoveSpeed(uint32_t inEngNo, int32_t eptzMoveSpeed)
 {
     TRACE(kInfo, START(VESK_VIDEO_MSG_VI_SET_EPTZ_MOVE_SPEED));
     LOG(kInfo, "%s: inEngNo=%u eptzMoveSpeed=%d.", __func__, inEngNo, eptzMoveSpeed);
-    const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_VI_SET_EPTZ_MOVE_SPEED,
-                               .ulParam1 = inEngNo,
-                               .ulParam2 = static_cast<uint32_t>(eptzMoveSpeed)});
+    const uint32_t ret = Send<VESK_VIDEO_MSG_VI_SET_EPTZ_MOVE_SPEED>(
+        {.ulParam1 = inEngNo, .ulParam2 = static_cast<uint32_t>(eptzMoveSpeed)});
     if (ret != VESK_VIDEO_OK)
         LOG(kError, "ViSetEptzMoveSpeed, inEngNo=%d result=%d", inEngNo, ret);
-    return FINISH(ret, FAILED(ret), DONE(VESK_VIDEO_MSG_VI_SET_EPTZ_MOVE_SPEED));
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_VI_SET_EPTZ_MOVE_SPEED) : FAILED(ret);
 }

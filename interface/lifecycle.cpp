@@ -1,7 +1,6 @@
 // Start, stop and identity of the library.
 #include "vesk_video/lifecycle.h"
 #include "callback/callback_pointer.h"
-#include "interface/source.h"
 #include "platform/secure_memory.h"
 #include "transport/envelope.h"
 #include "transport/request.h"
@@ -11,9 +10,11 @@
 
 using namespace vesk;
 
+static constexpr auto& kLogModule = log_module::kInterface;
+
 namespace {
 
-constexpr char kVersion[] = "2.1.2.6.SP00";
+constexpr char kVersion[] = VESK_VERSION_TEXT;
 constexpr char kFallbackName[] = "MediaCtlSrvPro";
 
 int AskProcessName(std::string& name)
@@ -51,8 +52,8 @@ uint32_t VeskVideoInit(void)
         return VESK_VIDEO_ERR_FAILURE;
     }
     LOG(kInfo, "after init north proc_name[%s] task_name[%s]", name.c_str(), kReceiveTaskName);
-    const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_INIT}, info);
-    return FINISH(ret, MESSAGE_FAILED(VESK_VIDEO_MSG_INIT, ret), DONE(VESK_VIDEO_MSG_INIT));
+    const uint32_t ret = Send<VESK_VIDEO_MSG_INIT>({}, &info);
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_INIT) : MESSAGE_FAILED(VESK_VIDEO_MSG_INIT, ret);
 }
 
 uint32_t VeskVideoExit(void)
@@ -60,8 +61,8 @@ uint32_t VeskVideoExit(void)
     LOG(kInfo, START(VeskVideoExit));
     LOG(kInfo, "Vesk video interface exit");
     StoreCallback(nullptr);
-    const uint32_t ret = Post({.msgId = VESK_VIDEO_MSG_EXIT});
-    return FINISH(ret, MESSAGE_FAILED(VESK_VIDEO_MSG_EXIT, ret), DONE(VESK_VIDEO_MSG_EXIT));
+    const uint32_t ret = Post<VESK_VIDEO_MSG_EXIT>();
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_EXIT) : MESSAGE_FAILED(VESK_VIDEO_MSG_EXIT, ret);
 }
 
 uint32_t VeskVideoGetVersion(char* versionBuf, uint32_t versionBufLen)

@@ -1,9 +1,10 @@
 // Snapshots, stream loops, wallpapers, annotation, image verification and video-I/O callbacks.
 #include "vesk_video/media.h"
-#include "interface/source.h"
 #include "transport/request.h"
 
 using namespace vesk;
+
+static constexpr auto& kLogModule = log_module::kInterface;
 
 uint32_t VeskVideoGetSnapshot(const VeskVideoSnapshotParam* param, uint32_t value2, uint32_t value3)
 {
@@ -11,10 +12,10 @@ uint32_t VeskVideoGetSnapshot(const VeskVideoSnapshotParam* param, uint32_t valu
     TRACE(kInfo, START(VESK_VIDEO_MSG_GET_SNAPSHOT));
     if (IS_NULL(param))
         return VESK_VIDEO_ERR_FAILURE;
-    const uint32_t ret =
-        Send({.msgId = VESK_VIDEO_MSG_GET_SNAPSHOT, .ulParam1 = value3, .ulParam2 = value2}, *param);
-    return FINISH(ret, MESSAGE_FAILED(VESK_VIDEO_MSG_GET_SNAPSHOT, ret),
-                  "#####send VESK_VIDEO_MSG_GET_SNAPSHOT msg[%d] taskId[%u]#####\n", kDone, param->taskId);
+    const uint32_t ret = Send<VESK_VIDEO_MSG_GET_SNAPSHOT>({.ulParam1 = value3, .ulParam2 = value2}, param);
+    return ret == VESK_VIDEO_OK ? DONE_WITH("#####send VESK_VIDEO_MSG_GET_SNAPSHOT msg[%d] taskId[%u]#####\n",
+                                            ret, param->taskId)
+                                : MESSAGE_FAILED(VESK_VIDEO_MSG_GET_SNAPSHOT, ret);
 }
 
 uint32_t VeskVideoSetStreamLoop(uint32_t encNo, uint32_t decNo, uint32_t mode, uint32_t* loopHandle)
@@ -24,18 +25,17 @@ uint32_t VeskVideoSetStreamLoop(uint32_t encNo, uint32_t decNo, uint32_t mode, u
         return VESK_VIDEO_ERR_ARGUMENT;
     TRACE(kInfo, "encNo[%d] decNo[%d] mode[%d]", encNo, decNo, mode);
     const VeskVideoStreamLoopParam loop{encNo, decNo, mode, 0};
-    const uint32_t ret = Exchange({.msgId = VESK_VIDEO_MSG_SET_LOOP_MODE}, loop, loopHandle);
-    return FINISH(ret, MESSAGE_FAILED(VESK_VIDEO_MSG_SET_LOOP_MODE, ret),
-                  DONE_UNENDED(VESK_VIDEO_MSG_SET_LOOP_MODE));
+    const uint32_t ret = Exchange<VESK_VIDEO_MSG_SET_LOOP_MODE>({}, loop, loopHandle);
+    return ret == VESK_VIDEO_OK ? DONE_UNENDED(VESK_VIDEO_MSG_SET_LOOP_MODE)
+                                : MESSAGE_FAILED(VESK_VIDEO_MSG_SET_LOOP_MODE, ret);
 }
 
 uint32_t VeskVideoSetStreamLoopEnable(uint32_t loop, uint8_t enable)
 {
     LOG(kInfo, "#####send VESK_VIDEO_MSG_SET_LOOP_START start %u %u #####\n", loop, enable);
-    const uint32_t ret =
-        Send({.msgId = VESK_VIDEO_MSG_SET_LOOP_START, .uwSubMsgID = Low16(loop), .ulParam1 = enable});
-    return FINISH(ret, MESSAGE_FAILED(VESK_VIDEO_MSG_SET_LOOP_START, ret),
-                  DONE_UNENDED(VESK_VIDEO_MSG_SET_LOOP_START));
+    const uint32_t ret = Send<VESK_VIDEO_MSG_SET_LOOP_START>({.uwSubMsgID = Low16(loop), .ulParam1 = enable});
+    return ret == VESK_VIDEO_OK ? DONE_UNENDED(VESK_VIDEO_MSG_SET_LOOP_START)
+                                : MESSAGE_FAILED(VESK_VIDEO_MSG_SET_LOOP_START, ret);
 }
 
 uint32_t VeskVideoSetDynamicWallpapersStm(const VeskVideoWallpaperParam* wallpaperParam)
@@ -46,23 +46,22 @@ uint32_t VeskVideoSetDynamicWallpapersStm(const VeskVideoWallpaperParam* wallpap
         LOG(kError, "wallpaperParam is nullptr");
         return VESK_VIDEO_ERR_ARGUMENT;
     }
-    const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_SET_WALLPAPER_INFO}, *wallpaperParam);
+    const uint32_t ret = Send<VESK_VIDEO_MSG_SET_WALLPAPER_INFO>({}, wallpaperParam);
     if (ret != VESK_VIDEO_OK)
         LOG(kError, "Set dynamic wallpapers stm result[%d]", ret);
-    return FINISH(ret, SEND_INVALID("Send Msg Fail!", "ret", ret), DONE(VESK_VIDEO_MSG_SET_WALLPAPER_INFO));
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_SET_WALLPAPER_INFO)
+                                : SEND_INVALID("Send Msg Fail!", "ret", ret);
 }
 
 uint32_t VeskVideoSetAnnotationStatus(uint32_t value1, uint32_t value2, uint8_t status)
 {
     LOG(kInfo, START(VESK_VIDEO_MSG_SET_ANNOTATION_STATUS));
-    const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_SET_ANNOTATION_STATUS,
-                               .uwSubMsgID = Low16(value1),
-                               .ulParam1 = value2,
-                               .ulParam2 = status});
+    const uint32_t ret = Send<VESK_VIDEO_MSG_SET_ANNOTATION_STATUS>(
+        {.uwSubMsgID = Low16(value1), .ulParam1 = value2, .ulParam2 = status});
     if (ret != VESK_VIDEO_OK)
         LOG(kError, "Set annotation status result[%d]", ret);
-    return FINISH(ret, SEND_INVALID("Send Msg Fail!", "ret", ret),
-                  DONE(VESK_VIDEO_MSG_SET_ANNOTATION_STATUS));
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_SET_ANNOTATION_STATUS)
+                                : SEND_INVALID("Send Msg Fail!", "ret", ret);
 }
 
 uint32_t VeskVideoVerifyImage(const char* filePath, const VeskVideoVerifyImageReq* req)
@@ -72,8 +71,8 @@ uint32_t VeskVideoVerifyImage(const char* filePath, const VeskVideoVerifyImageRe
     if (IS_NULL(filePath) || IS_NULL(req))
         return VESK_VIDEO_ERR_ARGUMENT;
     const uint32_t ret =
-        Send({.msgId = VESK_VIDEO_MSG_VERYFY_IMAGE, .ulParam1 = reinterpret_cast<uintptr_t>(filePath)}, *req);
-    return FINISH(ret, FAILED(ret), DONE_UNENDED(VESK_VIDEO_MSG_VERYFY_IMAGE));
+        Send<VESK_VIDEO_MSG_VERYFY_IMAGE>({.ulParam1 = reinterpret_cast<uintptr_t>(filePath)}, req);
+    return ret == VESK_VIDEO_OK ? DONE_UNENDED(VESK_VIDEO_MSG_VERYFY_IMAGE) : FAILED(ret);
 }
 
 uint32_t VeskVideoSetVioCallback(uint32_t engNo, const VeskVideoVioCallbackParam* param)
@@ -82,8 +81,8 @@ uint32_t VeskVideoSetVioCallback(uint32_t engNo, const VeskVideoVioCallbackParam
     LOG(kInfo, "%s: engNo=%u.", __func__, engNo);
     if (IS_NULL(param))
         return VESK_VIDEO_ERR_ARGUMENT;
-    const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_SET_VIO_CALLBACK, .ulParam1 = engNo}, *param);
+    const uint32_t ret = Send<VESK_VIDEO_MSG_SET_VIO_CALLBACK>({.ulParam1 = engNo}, param);
     if (ret != VESK_VIDEO_OK)
         LOG(kError, "VeskVideoSetVioCallback fail, engNo[%d] result[%d]", engNo, ret);
-    return FINISH(ret, FAILED(ret), DONE(VESK_VIDEO_MSG_SET_VIO_CALLBACK));
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_SET_VIO_CALLBACK) : FAILED(ret);
 }

@@ -1,21 +1,32 @@
 // Shared-memory buffer queues.
 #include "vesk_video/queue.h"
-#include "interface/source.h"
 #include "platform/os_queue.h"
 #include "platform/secure_memory.h"
 #include "transport/request.h"
-#include "transport/text_check.h"
 
 #include <atomic>
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 
 using namespace vesk;
+
+static constexpr auto& kLogModule = log_module::kInterface;
 
 namespace {
 
 /// Number in the next queue's name.
 std::atomic<uint64_t> g_veskVideoQueueSeq = 0;
+
+/// Returns 0; 1, after a line, when @p str is null; 2 when its first 1024 characters hold a line break.
+uint32_t VideoNorthCheckCharPtr(const char* str)
+{
+    constexpr size_t kCheckedLength = 1024;
+    if (IS_NULL(str))
+        return VESK_VIDEO_ERR_FAILURE;
+    const std::string_view checked(str, strnlen(str, kCheckedLength));
+    return checked.find_first_of("\n\r") != checked.npos ? VESK_VIDEO_ERR_ARGUMENT : VESK_VIDEO_OK;
+}
 
 } // namespace
 
@@ -26,9 +37,9 @@ uint32_t VeskVideoAdvancedQueueClientInit(const char* serverName)
         return VESK_VIDEO_ERR_FAILURE;
     LOG(kInfo, "%s enter serverName:%s.", __func__, serverName);
     LOG(kInfo, "Init advanced queue client, serverName=%s", serverName);
-    char payload[64] = {};
-    const size_t size = strlen(serverName) + 1;
-    if (memcpy_s(payload, sizeof payload, serverName, size) != 0) {
+    char payload[kTextSize<VESK_VIDEO_MSG_ADVANCE_QUE_CLIENT_INIT>] = {};
+    const size_t length = strlen(serverName);
+    if (memcpy_s(payload, sizeof payload, serverName, length + 1) != 0) {
         LOG(kError, "memcpy_s Fail serverName[%s]", serverName);
         return VESK_VIDEO_ERR_FAILURE;
     }
@@ -36,9 +47,8 @@ uint32_t VeskVideoAdvancedQueueClientInit(const char* serverName)
         LOG(kInfo, "param serverName has unsafe character");
         return VESK_VIDEO_ERR_ARGUMENT;
     }
-    const uint32_t ret =
-        SendBytes({.msgId = VESK_VIDEO_MSG_ADVANCE_QUE_CLIENT_INIT}, payload, static_cast<uint32_t>(size));
-    return FINISH(ret, FAILED(ret), DONE(VESK_VIDEO_MSG_ADVANCE_QUE_CLIENT_INIT));
+    const uint32_t ret = SendText<VESK_VIDEO_MSG_ADVANCE_QUE_CLIENT_INIT>({}, payload, length);
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_ADVANCE_QUE_CLIENT_INIT) : FAILED(ret);
 }
 
 uint32_t VeskVideoBuffCreateQueue(uint32_t* memQueId)
@@ -62,22 +72,23 @@ uint32_t VeskVideoBuffCreateQueue(uint32_t* memQueId)
     request.cnt = kEntries;
     TRACE_AND_LOG(kInfo, "OsMemQueReq : name:[%s],id[%d],cnt[%d]", request.name, request.id, request.cnt);
     if (OsShmAdvancedBuffCreateQueue(&request, memQueId) == 0)
-        g_veskVideoQueueSeq.store(number + 1);
+        ++g_veskVideoQueueSeq;
     if (const uint32_t ret = OsShmAdvancedInitQueue(*memQueId, "VIDEO"); ret != 0) {
         MESSAGE_FAILED(VESK_VIDEO_MSG_CREATE_QUEUE, ret);
         return ret;
     }
     TRACE(kInfo, "##### VeskVideoBuffCreateQueue memQueId[%s][%d]#####", request.name, *memQueId);
-    const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_CREATE_QUEUE, .ulParam2 = *memQueId});
-    return FINISH(ret, MESSAGE_FAILED(VESK_VIDEO_MSG_CREATE_QUEUE, ret), DONE(VESK_VIDEO_MSG_CREATE_QUEUE));
+    const uint32_t ret = Send<VESK_VIDEO_MSG_CREATE_QUEUE>({.ulParam2 = *memQueId});
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_CREATE_QUEUE)
+                                : MESSAGE_FAILED(VESK_VIDEO_MSG_CREATE_QUEUE, ret);
 }
 
 uint32_t VeskVideoBuffDestroyQueue(uint32_t memQueId)
 {
     TRACE(kInfo, "##### VESK_VIDEO_MSG_DESTROY_QUEUE start#####\n");
     LOG(kInfo, "%s: memQueId=%u.", __func__, memQueId);
-    const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_DESTROY_QUEUE, .ulParam2 = memQueId});
-    return FINISH(ret, FAILED(ret), DONE(VESK_VIDEO_MSG_DESTROY_QUEUE));
+    const uint32_t ret = Send<VESK_VIDEO_MSG_DESTROY_QUEUE>({.ulParam2 = memQueId});
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_DESTROY_QUEUE) : FAILED(ret);
 }
 
 uint32_t VeskVideoActivateQueue(uint32_t queueId, uint32_t bEnableOrDisable)

@@ -1,11 +1,12 @@
 // Installs the application's callback.
 #include "callback/callback_pointer.h"
 #include "callback/resend_queue.h"
-#include "interface/source.h"
 #include "transport/request.h"
 #include "vesk_video/notification.h"
 
 using namespace vesk;
+
+static constexpr auto& kLogModule = log_module::kInterface;
 
 uint32_t VeskVideoSetCallback(const VeskVideoCallbackInfo* info)
 {
@@ -18,6 +19,6 @@ uint32_t VeskVideoSetCallback(const VeskVideoCallbackInfo* info)
         DeliverHeldNotifications();
         return VESK_VIDEO_OK;
     }
-    const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_SET_CALLBACK}, *info);
-    return FINISH(ret, FAILED(ret), DONE(VESK_VIDEO_MSG_SET_CALLBACK));
+    const uint32_t ret = Send<VESK_VIDEO_MSG_SET_CALLBACK>({}, info);
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_SET_CALLBACK) : FAILED(ret);
 }

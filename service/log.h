@@ -1,16 +1,10 @@
-// The service's own lines in the module log.
+// The service's lines in the module log.
 #pragma once
 
-#include "platform/os_log.h"
+#include "transport/log.h"
 
 namespace vesk::service {
 
-enum LogLevel : uint32_t { kError = 1, kInfo = 3 };
-
-inline constexpr char kLogSource[] = "vesk_video_service";
+static constexpr auto& kLogModule = log_module::kService;
 
 } // namespace vesk::service
-
-#define LOG(level, ...)                                                                                      \
-    VeskOmLogModuleLogRecord(vesk::service::level, VeskVideoGetPrivateLogId(0), vesk::service::kLogSource,   \
-                             sizeof(vesk::service::kLogSource) - 1, __LINE__, __VA_ARGS__)

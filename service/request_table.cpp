@@ -13,6 +13,17 @@ namespace vesk::service {
 
 namespace {
 
+using messages::kRequests;
+
+struct Extent {
+    static constexpr auto kNone = messages::Kind::kNone;
+    static constexpr auto kRecord = messages::Kind::kRecord;
+    static constexpr auto kArray = messages::Kind::kArray;
+    static constexpr auto kBytes = messages::Kind::kBytes;
+    messages::Kind kind;
+    size_t size = 0;
+};
+
 template <class Record>
 void Append(Bytes& answer, std::span<const Record> records)
 {
@@ -27,7 +38,7 @@ struct Carrier;
 template <class Record>
 struct Carrier<const Record&> {
     static constexpr Extent kPayload{Extent::kRecord, sizeof(Record)};
-    static constexpr Extent kAnswer{Extent::kNothing};
+    static constexpr Extent kAnswer{Extent::kNone};
     Record record;
 
     explicit Carrier(const Request& request) { std::memcpy(&record, request.payload.data(), sizeof record); }
@@ -38,7 +49,7 @@ struct Carrier<const Record&> {
 template <class Record>
 struct Carrier<std::span<const Record>> {
     static constexpr Extent kPayload{Extent::kArray, sizeof(Record)};
-    static constexpr Extent kAnswer{Extent::kNothing};
+    static constexpr Extent kAnswer{Extent::kNone};
     std::vector<Record> records;
 
     explicit Carrier(const Request& request) : records(request.payload.size() / sizeof(Record))
@@ -52,7 +63,7 @@ struct Carrier<std::span<const Record>> {
 
 template <class Record>
 struct Carrier<Record*> {
-    static constexpr Extent kPayload{Extent::kNothing};
+    static constexpr Extent kPayload{Extent::kNone};
     static constexpr Extent kAnswer{Extent::kRecord, sizeof(Record)};
     Record record{};
 
@@ -63,7 +74,7 @@ struct Carrier<Record*> {
 
 template <class Record>
 struct Carrier<std::vector<Record>*> {
-    static constexpr Extent kPayload{Extent::kNothing};
+    static constexpr Extent kPayload{Extent::kNone};
     static constexpr Extent kAnswer{Extent::kArray, sizeof(Record)};
     std::vector<Record> records;
 
@@ -75,8 +86,8 @@ struct Carrier<std::vector<Record>*> {
 /// An answer of any length.
 template <>
 struct Carrier<Bytes*> {
-    static constexpr Extent kPayload{Extent::kNothing};
-    static constexpr Extent kAnswer{Extent::kAnyBytes};
+    static constexpr Extent kPayload{Extent::kNone};
+    static constexpr Extent kAnswer{Extent::kBytes};
     Bytes bytes;
 
     explicit Carrier(const Request&) {}
@@ -134,14 +145,14 @@ Result CallAt(Part& part, Thing* thing, Result (Part::*serve)(const Request&, Th
 
 /// What a serving function's arguments say of payload and answer.
 struct Shape {
-    Extent payload{Extent::kNothing};
-    Extent answer{Extent::kNothing};
+    Extent payload{Extent::kNone};
+    Extent answer{Extent::kNone};
 
     constexpr void Add(const Extent& payloadPart, const Extent& answerPart)
     {
-        if (payloadPart.kind != Extent::kNothing)
+        if (payloadPart.kind != Extent::kNone)
             payload = payloadPart;
-        if (answerPart.kind != Extent::kNothing)
+        if (answerPart.kind != Extent::kNone)
             answer = answerPart;
     }
 };
@@ -195,7 +206,7 @@ struct Row {
 /// Stores the payload in a field of the thing that the request names.
 #define STORED(request, place, key, thing, field)                                                            \
     {                                                                                                        \
-        request, {{Extent::kRecord, sizeof(thing::field)}, {Extent::kNothing}},                              \
+        request, {{Extent::kRecord, sizeof(thing::field)}, {Extent::kNone}},                                 \
             [](Service& service, const Request& in, Bytes&) {                                                \
                 auto* found = (place).Find(in.head.key);                                                     \
                 return found != nullptr ? Store(in, found->field) : Result{VESK_SERVICE_ERR_NUMBER};         \
@@ -205,7 +216,7 @@ struct Row {
 /// Answers with a field of the thing that the request names.
 #define READ(request, place, key, thing, field)                                                              \
     {                                                                                                        \
-        request, {{Extent::kNothing}, {Extent::kRecord, sizeof(thing::field)}},                              \
+        request, {{Extent::kNone}, {Extent::kRecord, sizeof(thing::field)}},                                 \
             [](Service& service, const Request& in, Bytes& answer) {                                         \
                 const auto* found = (place).Find(in.head.key);                                               \
                 return found != nullptr ? Read(found->field, answer) : Result{VESK_SERVICE_ERR_NUMBER};      \
@@ -227,7 +238,7 @@ struct Row {
 /// Creates a thing for the client; the answer is its number.
 #define CREATED(request, place)                                                                              \
     {                                                                                                        \
-        request, {{Extent::kNothing}, {Extent::kRecord, sizeof(uint32_t)}},                                  \
+        request, {{Extent::kNone}, {Extent::kRecord, sizeof(uint32_t)}},                                     \
             [](Service& service, const Request& in, Bytes& answer) {                                         \
                 uint32_t number = 0;                                                                         \
                 const Result result = (place).Create(in.sender, &number);                                    \
@@ -424,18 +435,17 @@ constexpr Row kRows[] = {
 
 /// True when a function can serve what the list says: it takes and gives records of the listed sizes.
 /// Texts and bytes it takes from the request itself, and of an array it need not read the entries.
-constexpr bool Agrees(const Extent& listed, const Extent& served)
+constexpr bool Agrees(const messages::Form& listed, const Extent& served)
 {
     switch (listed.kind) {
-    case Extent::kRecord:
+    case messages::Kind::kRecord:
         return served.kind == Extent::kRecord && served.size == listed.size;
-    case Extent::kArray:
-        return served.kind == Extent::kNothing ||
-               (served.kind == Extent::kArray && served.size == listed.size);
-    case Extent::kAnyBytes:
-        return served.kind == Extent::kNothing || served.kind == Extent::kAnyBytes;
+    case messages::Kind::kArray:
+        return served.kind == Extent::kNone || (served.kind == Extent::kArray && served.size == listed.size);
+    case messages::Kind::kBytes:
+        return served.kind == Extent::kNone || served.kind == Extent::kBytes;
     default:
-        return served.kind == Extent::kNothing;
+        return served.kind == Extent::kNone;
     }
 }
 

@@ -11,7 +11,7 @@ class Service;
 using ServeFunction = Result (*)(Service&, const Request&, Bytes& answer);
 
 struct ServedRequest {
-    ListedRequest listed;
+    messages::Request listed;
     ServeFunction serve;
 };
 

@@ -72,8 +72,7 @@ void Service::Handle(OsMsgEnvelope& message)
     head.msgId = static_cast<uint16_t>(message.msgId);
     head.uwSubMsgID = Serve(message, payload, name);
     LOG(kInfo, "%s (%u) from %.16s: %u", name, message.msgId, message.sendProcName, head.uwSubMsgID);
-    constexpr uint32_t kSynchronous = 1;
-    if (message.type == kSynchronous) {
+    if (message.type == OS_MSG_SYNCHRONOUS) {
         const auto headBytes = std::as_bytes(std::span(&head, 1));
         payload.insert(payload.begin(), headBytes.begin(), headBytes.end());
         HostMsgReply(&message, payload.data(), static_cast<uint32_t>(payload.size()));

@@ -2,13 +2,15 @@
 #include "transport/envelope.h"
 
 #include "platform/secure_memory.h"
-#include "transport/source.h"
+#include "transport/log.h"
 #include "vesk_video/message.h"
 
 char NORTH_RECV_PROC_NAME[VESK_VIDEO_NAME_SIZE] = "VIDEO";
 char NORTH_RECV_TASK_NAME[VESK_VIDEO_NAME_SIZE] = "VCTL";
 
 namespace vesk {
+
+static constexpr auto& kLogModule = log_module::kTransport;
 
 std::string g_veskVideoServiceName;
 

@@ -1,66 +1,64 @@
-// The verbs of a request function. Such a function reads like one row of a table:
+// The vocabulary of a request function. Such a function reads like one row of a table:
 //
 //     uint32_t VeskVideoVoStart(uint32_t outEngNo)
 //     {
-//         TRACE(kInfo, START(VESK_VIDEO_MSG_VO_START));                        // start line
-//         LOG(kInfo, "%s:  outEngNo=%u", __func__, outEngNo);                  // argument line
-//         const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_VO_START, .ulParam1 = outEngNo});
-//         return FINISH(ret, FAILED(ret), DONE(VESK_VIDEO_MSG_VO_START));      // outcome lines, result
+//         TRACE(kInfo, START(VESK_VIDEO_MSG_VO_START));
+//         LOG(kInfo, "%s:  outEngNo=%u", __func__, outEngNo);
+//         const uint32_t ret = Send<VESK_VIDEO_MSG_VO_START>({.ulParam1 = outEngNo});
+//         return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_VO_START) : FAILED(ret);
 //     }
 //
-// What a row says differently is another value or verb: the start line goes to TRACE, LOG or
-// TRACE_AND_LOG, START and DONE take a function's name in place of a message's or give way to a literal
-// with values of its own, FINISH takes any failure form, and lines before it are lines before it.
+// Send, Query, Exchange and Post look the request up in the list of messages (messages.def): a record, array,
+// text or answer that the list does not give it does not compile. A name that is pasted into a line is also
+// mentioned as an identifier, so a misspelt one does not compile either.
 #pragma once
 
 #include "transport/log.h"
-#include "vesk_video/message.h"
-#include "vesk_video/messages.h"
+#include "vesk_video/message_list.h"
+
+#include <algorithm>
+#include <type_traits>
 
 /// Format of the common start line; @p name is a message's or, in the camera requests, the function's.
-#define START(name) "#####send " #name " start#####\n"
+#define START(name) vesk::Naming(name, "#####send " #name " start#####\n")
 
 /// The start line of those requests that write it without a line feed.
-#define START_UNENDED(name) "#####send " #name " start#####"
+#define START_UNENDED(name) vesk::Naming(name, "#####send " #name " start#####")
 
-/// Format and value of the common end line.
-#define DONE(name) "#####send " #name " msg[%d]#####\n", vesk::kDone
+// The outcomes: each writes its lines, and its value is the result.
 
-/// The end line of those requests that write it without a line feed.
-#define DONE_UNENDED(name) "#####send " #name " msg[%d]#####", vesk::kDone
+/// Success with an end line of the request's own.
+#define DONE_WITH(...) (TRACE(kInfo, __VA_ARGS__), uint32_t{VESK_VIDEO_OK})
+
+/// Success with the common end line.
+#define DONE(name) DONE_WITH(vesk::Naming(name, "#####send " #name " msg[%d]#####\n"), VESK_VIDEO_OK)
+
+/// Success of those requests that write the end line without a line feed.
+#define DONE_UNENDED(name) DONE_WITH(vesk::Naming(name, "#####send " #name " msg[%d]#####"), VESK_VIDEO_OK)
 
 /// Failure form 1: the function's name and the result, on both sinks.
-#define FAILED(ret) TRACE_AND_LOG(kError, "%s failed[%d].", __func__, ret)
+#define FAILED(ret) (TRACE_AND_LOG(kError, "%s failed[%d].", __func__, ret), ret)
 
-/// Failure form 1 with a port or engine number behind the result.
-#define FAILED_FOR(ret, number) TRACE_AND_LOG(kError, "%s failed[%d] %u.", __func__, ret, number)
+/// Failure form 1 with a port number after the result.
+#define FAILED_FOR(ret, port) (TRACE_AND_LOG(kError, "%s failed[%d] %u.", __func__, ret, port), ret)
 
 /// Failure form 2: the message's name and the result, on both sinks.
-#define MESSAGE_FAILED(name, ret) TRACE_AND_LOG(kError, #name " fail[%d].", ret)
+#define MESSAGE_FAILED(name, ret) (TRACE_AND_LOG(kError, vesk::Naming(name, #name " fail[%d]."), ret), ret)
 
 /// Failure form 3: module log only; @p what is the send ("Send Msg Fail!"), @p variable "ret" or "retVal".
 #define SEND_INVALID(what, variable, ret)                                                                    \
-    LOG(kError, "[%s] %s is Invalid![0x%x][0x%x]", what, variable, ret, 0U)
+    (LOG(kError, "[%s] %s is Invalid![0x%x][0x%x]", what, variable, ret, 0U), ret)
 
 /// Failure form 3 as most of its requests write it.
 #define SEND_FAILED(ret) SEND_INVALID("Send Msg Fail!", "retVal", ret)
 
-/// Writes the failure lines or, for result 0, traces the end line; its value is the result.
-#define FINISH(ret, failure, ...) ((ret) != VESK_VIDEO_OK ? (failure) : TRACE(kInfo, __VA_ARGS__), (ret))
-
 namespace vesk {
 
-/// The result shown in an end line that is written for success alone.
-inline constexpr uint32_t kDone = VESK_VIDEO_OK;
-
-/// The header of a request, without the fields that are 0 in every request.
-struct RequestHead {
-    uint16_t msgId = 0;
+/// The arguments of a request that travel in its header; what is not named is 0.
+struct Arguments {
     uint16_t uwSubMsgID = 0;
     uint64_t ulParam1 = 0;
     uint32_t ulParam2 = 0;
-
-    VeskVideoMsgHead OnWire() const { return {0, msgId, uwSubMsgID, ulParam1, ulParam2, 0}; }
 };
 
 /// A number as far as it travels in uwSubMsgID.
@@ -69,74 +67,152 @@ constexpr uint16_t Low16(uint32_t number)
     return static_cast<uint16_t>(number);
 }
 
-/// Sends a request whose answer is a result code alone; a null @p payload sends the header alone.
-inline uint32_t SendBytes(const RequestHead& head, const void* payload, uint32_t payloadLen)
+template <VeskVideoRequest request>
+using Payload = typename messages::RequestTypes<request>::Payload;
+template <VeskVideoRequest request>
+using Answer = typename messages::RequestTypes<request>::Answer;
+
+/// Holds what a request sends and what it expects back to the list of messages.
+template <VeskVideoRequest request, class Sent, class Expected>
+constexpr void CheckAgainstList()
 {
-    const VeskVideoMsgHead onWire = head.OnWire();
-    return VeskVideoSendSyncMsgWithoutResponse(&onWire, payload, payloadLen);
+    static_assert(std::is_same_v<Payload<request>, Sent>, "the list gives this request another payload");
+    static_assert(std::is_same_v<Answer<request>, Expected>, "the list gives this request another answer");
 }
 
-inline uint32_t Send(const RequestHead& head)
+/// Bytes of the longest text that a request may carry, its NUL included.
+template <VeskVideoRequest request>
+constexpr size_t kTextSize = Payload<request>::kForm.size;
+
+template <VeskVideoRequest request>
+constexpr VeskVideoMsgHead HeadOf(const Arguments& arguments)
 {
-    return SendBytes(head, nullptr, 0);
+    return {0, request, arguments.uwSubMsgID, arguments.ulParam1, arguments.ulParam2, 0};
 }
 
-template <class Record>
-uint32_t Send(const RequestHead& head, const Record& record)
+/// The header of a request with an array, whose number of entries goes into the field that the list names.
+template <VeskVideoRequest request, class Form>
+constexpr VeskVideoMsgHead HeadOf(const Arguments& arguments, uint32_t count)
 {
-    return SendBytes(head, &record, sizeof record);
-}
-
-/// Sends a request whose answer fills exactly @p length bytes; a null @p out is refused with 2.
-inline uint32_t QueryBytes(const RequestHead& head, void* out, uint32_t length)
-{
-    const VeskVideoMsgHead onWire = head.OnWire();
-    return VeskVideoSendSyncMsg(&onWire, nullptr, 0, out, length);
+    VeskVideoMsgHead head = HeadOf<request>(arguments);
+    if constexpr (Form::kForm.count == messages::HeaderField::kParam1)
+        head.ulParam1 = count;
+    else
+        head.ulParam2 = count;
+    return head;
 }
 
 /// Bytes of @p count records, computed in 32 bits.
-template <class Record>
+template <class Entry>
 constexpr uint32_t ArrayBytes(uint32_t count)
 {
-    return count * static_cast<uint32_t>(sizeof(Record));
+    return count * uint32_t{sizeof(Entry)};
 }
 
-/// Sends a request whose answer fills @p count records.
-template <class Record>
-uint32_t QueryArray(const RequestHead& head, Record* out, uint32_t count)
+// Send: the answer is a result code alone.
+
+template <VeskVideoRequest request>
+uint32_t Send(const Arguments& arguments = {})
 {
-    return QueryBytes(head, out, ArrayBytes<Record>(count));
+    CheckAgainstList<request, messages::Nothing, messages::Nothing>();
+    const VeskVideoMsgHead head = HeadOf<request>(arguments);
+    return VeskVideoSendSyncMsgWithoutResponse(&head, nullptr, 0);
 }
 
-/// Sends a request whose answer fills one record.
-template <class Record>
-uint32_t Query(const RequestHead& head, Record* out)
+/// A null @p record sends the header alone.
+template <VeskVideoRequest request, class Record>
+uint32_t Send(const Arguments& arguments, const Record* record)
 {
-    return QueryBytes(head, out, sizeof *out);
+    CheckAgainstList<request, messages::Record<Record>, messages::Nothing>();
+    const VeskVideoMsgHead head = HeadOf<request>(arguments);
+    return VeskVideoSendSyncMsgWithoutResponse(&head, record, sizeof *record);
 }
 
-/// Sends a record; the answer fills another.
-template <class Record, class Answer>
-uint32_t Exchange(const RequestHead& head, const Record& record, Answer* out)
+/// Sends a text of @p length characters and its NUL.
+template <VeskVideoRequest request>
+uint32_t SendText(const Arguments& arguments, const char* text, size_t length)
 {
-    const VeskVideoMsgHead onWire = head.OnWire();
-    return VeskVideoSendSyncMsg(&onWire, &record, sizeof record, out, sizeof *out);
+    CheckAgainstList<request, messages::Text<kTextSize<request>>, messages::Nothing>();
+    const VeskVideoMsgHead head = HeadOf<request>(arguments);
+    return VeskVideoSendSyncMsgWithoutResponse(&head, text, static_cast<uint32_t>(length + 1));
 }
 
-/// Sends @p count records; the answer takes their place.
-template <class Record>
-uint32_t ExchangeArray(const RequestHead& head, Record* inOut, uint32_t count)
+/// Sends @p count entries; null @p entries send the header alone. A product that does not fit 32 bits is
+/// refused by the transport like any other length that is too long.
+template <VeskVideoRequest request, class Entry>
+uint32_t SendArray(const Arguments& arguments, const Entry* entries, uint32_t count)
 {
-    const uint32_t length = ArrayBytes<Record>(count);
-    const VeskVideoMsgHead onWire = head.OnWire();
-    return VeskVideoSendSyncMsg(&onWire, inOut, length, inOut, length);
+    using Sent = messages::Array<Entry, Payload<request>::kForm.count>;
+    CheckAgainstList<request, Sent, messages::Nothing>();
+    const VeskVideoMsgHead head = HeadOf<request, Sent>(arguments, count);
+    const uint64_t length = std::min<uint64_t>(uint64_t{count} * sizeof(Entry), UINT32_MAX);
+    return VeskVideoSendSyncMsgWithoutResponse(&head, entries, static_cast<uint32_t>(length));
 }
 
-/// Sends a bare header without waiting for an answer.
-inline uint32_t Post(const RequestHead& head)
+/// Sends bytes whose number the caller chooses; null @p data sends the header alone.
+template <VeskVideoRequest request>
+uint32_t SendBytes(const Arguments& arguments, const void* data, uint32_t length)
 {
-    const VeskVideoMsgHead onWire = head.OnWire();
-    return VeskVideoSendAsyncMsg(&onWire);
+    CheckAgainstList<request, messages::Bytes, Answer<request>>();
+    const VeskVideoMsgHead head = HeadOf<request>(arguments);
+    return VeskVideoSendSyncMsgWithoutResponse(&head, data, length);
+}
+
+// Query: the answer fills @p out; a null @p out is refused by the transport with 2.
+
+template <VeskVideoRequest request, class Out>
+uint32_t Query(const Arguments& arguments, Out* out)
+{
+    CheckAgainstList<request, messages::Nothing, messages::Record<Out>>();
+    const VeskVideoMsgHead head = HeadOf<request>(arguments);
+    return VeskVideoSendSyncMsg(&head, nullptr, 0, out, sizeof *out);
+}
+
+template <VeskVideoRequest request, class Entry>
+uint32_t QueryArray(const Arguments& arguments, Entry* out, uint32_t count)
+{
+    using Expected = messages::Array<Entry, Answer<request>::kForm.count>;
+    CheckAgainstList<request, messages::Nothing, Expected>();
+    const VeskVideoMsgHead head = HeadOf<request, Expected>(arguments, count);
+    return VeskVideoSendSyncMsg(&head, nullptr, 0, out, ArrayBytes<Entry>(count));
+}
+
+template <VeskVideoRequest request>
+uint32_t QueryBytes(const Arguments& arguments, void* out, uint32_t length)
+{
+    CheckAgainstList<request, Payload<request>, messages::Bytes>();
+    const VeskVideoMsgHead head = HeadOf<request>(arguments);
+    return VeskVideoSendSyncMsg(&head, nullptr, 0, out, length);
+}
+
+// Exchange: a payload there, an answer back.
+
+template <VeskVideoRequest request, class Record, class Out>
+uint32_t Exchange(const Arguments& arguments, const Record& record, Out* out)
+{
+    CheckAgainstList<request, messages::Record<Record>, messages::Record<Out>>();
+    const VeskVideoMsgHead head = HeadOf<request>(arguments);
+    return VeskVideoSendSyncMsg(&head, &record, sizeof record, out, sizeof *out);
+}
+
+/// The answer takes the place of what was sent.
+template <VeskVideoRequest request, class Entry>
+uint32_t ExchangeArray(const Arguments& arguments, Entry* inOut, uint32_t count)
+{
+    using Both = messages::Array<Entry, Payload<request>::kForm.count>;
+    CheckAgainstList<request, Both, Both>();
+    const VeskVideoMsgHead head = HeadOf<request, Both>(arguments, count);
+    const uint32_t length = ArrayBytes<Entry>(count);
+    return VeskVideoSendSyncMsg(&head, inOut, length, inOut, length);
+}
+
+/// Posts a request: nobody waits for an answer.
+template <VeskVideoRequest request>
+uint32_t Post(const Arguments& arguments = {})
+{
+    CheckAgainstList<request, messages::Nothing, messages::Unanswered>();
+    const VeskVideoMsgHead head = HeadOf<request>(arguments);
+    return VeskVideoSendAsyncMsg(&head);
 }
 
 } // namespace vesk

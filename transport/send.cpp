@@ -2,56 +2,72 @@
 #include "platform/os_msg.h"
 #include "platform/secure_memory.h"
 #include "transport/envelope.h"
-#include "transport/source.h"
+#include "transport/log.h"
 #include "vesk_video/message.h"
 
 #include <cstdlib>
 #include <cstring>
 
-using vesk::kLogSource;
+static constexpr auto& kLogModule = vesk::log_module::kTransport;
 
 namespace {
 
 constexpr uint32_t kHeadSize = sizeof(VeskVideoMsgHead);
 constexpr uint32_t kMaxPayload = VESK_VIDEO_MAX_MESSAGE_SIZE - kHeadSize;
 
-enum MessageType : uint32_t { kAsynchronous = 0, kSynchronous = 1 };
-
-/// Header and payload of one outgoing message: on the heap until the platform's send has returned.
-class DataBlock {
+/// One outgoing message: its envelope, and on the heap until the platform's send has returned its data block.
+class Message {
 public:
-    explicit DataBlock(uint32_t size) : size_(size), bytes_(static_cast<unsigned char*>(std::malloc(size))) {}
-    ~DataBlock() { std::free(bytes_); }
-    DataBlock(const DataBlock&) = delete;
-    DataBlock& operator=(const DataBlock&) = delete;
+    Message() = default;
+    ~Message() { std::free(envelope_.data); }
+    Message(const Message&) = delete;
+    Message& operator=(const Message&) = delete;
 
-    bool IsAllocated() const { return bytes_ != nullptr; }
-
-    bool Fill(const VeskVideoMsgHead& head, const void* payload)
+    bool Address()
     {
-        if (memcpy_s(bytes_, size_, &head, kHeadSize) != 0)
+        return memset_s(&envelope_, sizeof envelope_, 0, sizeof envelope_) == 0 &&
+               vesk::VeskVideoFillMsgEnvelope(&envelope_) == VESK_VIDEO_OK;
+    }
+
+    bool Allocate(uint32_t size)
+    {
+        envelope_.data = std::malloc(size);
+        envelope_.dataLen = size;
+        return envelope_.data != nullptr;
+    }
+
+    /// Fills the data block; what follows the header is the payload.
+    bool Fill(OsMsgType type, const VeskVideoMsgHead& head, const void* payload)
+    {
+        envelope_.type = type;
+        envelope_.msgId = head.msgId;
+        auto* block = static_cast<unsigned char*>(envelope_.data);
+        if (memcpy_s(block, envelope_.dataLen, &head, kHeadSize) != 0)
             return false;
-        const uint32_t payloadLen = size_ - kHeadSize;
-        return payloadLen == 0 || memcpy_s(bytes_ + kHeadSize, payloadLen, payload, payloadLen) == 0;
+        const uint32_t payloadLen = envelope_.dataLen - kHeadSize;
+        return payloadLen == 0 || memcpy_s(block + kHeadSize, payloadLen, payload, payloadLen) == 0;
     }
 
-    void PutInto(OsMsgEnvelope& envelope, MessageType type, uint16_t msgId) const
-    {
-        envelope.type = type;
-        envelope.msgId = msgId;
-        envelope.dataLen = size_;
-        envelope.data = bytes_;
-    }
+    OsMsgEnvelope& Envelope() { return envelope_; }
 
 private:
-    const uint32_t size_;
-    unsigned char* const bytes_;
+    OsMsgEnvelope envelope_{};
 };
 
-bool Address(OsMsgEnvelope& envelope)
+/// Prepares a synchronous message of a header and @p payloadLen bytes. False, mostly after a line, when it
+/// cannot be sent.
+bool PrepareSynchronous(Message& message, const VeskVideoMsgHead& head, const void* payload,
+                        uint32_t payloadLen)
 {
-    return memset_s(&envelope, sizeof envelope, 0, sizeof envelope) == 0 &&
-           vesk::VeskVideoFillMsgEnvelope(&envelope) == VESK_VIDEO_OK;
+    using namespace vesk;
+    if (!message.Address())
+        return false;
+    const uint32_t size = kHeadSize + payloadLen;
+    if (!message.Allocate(size)) {
+        LOG_TWICE(kError, "malloc failed, len=%d", size);
+        return false;
+    }
+    return message.Fill(OS_MSG_SYNCHRONOUS, head, payload);
 }
 
 /// The answer to one synchronous request; given back to the platform on every path that obtained one.
@@ -71,7 +87,9 @@ public:
 
     bool HasArrived() const { return sendResult_ == 0 && envelope_ != nullptr; }
     uint32_t SendResult() const { return sendResult_; }
-    uint32_t Length() const { return envelope_->data != nullptr ? envelope_->dataLen : 0; }
+    /// The length that the peer states; there may be no data behind it.
+    uint32_t Length() const { return envelope_->dataLen; }
+    bool HasHead() const { return envelope_->data != nullptr && Length() >= kHeadSize; }
     const unsigned char* Payload() const { return static_cast<unsigned char*>(envelope_->data) + kHeadSize; }
     uint16_t Result() const
     {
@@ -94,7 +112,7 @@ uint32_t VeskVideoHeadleSyncResult(OsMsgEnvelope* envelope)
         LOG_TWICE(kError, "send sync msg Fail[0x%x]", response.SendResult());
         return VESK_VIDEO_ERR_FAILURE;
     }
-    if (response.Length() != kHeadSize) {
+    if (!response.HasHead() || response.Length() != kHeadSize) {
         LOG_TWICE(kError, "response buf error, zoraMsgLen=%zu rspBufLen=%d", sizeof(VeskVideoMsgHead),
                   response.Length());
         return VESK_VIDEO_ERR_FAILURE;
@@ -117,7 +135,7 @@ uint32_t VeskVideoHandleSyncResponse(OsMsgEnvelope* envelope, void* rspBuf, uint
         LOG_TWICE(kError, "send sync msg Fail[%#x]", response.SendResult());
         return VESK_VIDEO_ERR_FAILURE;
     }
-    if (response.Length() < kHeadSize) {
+    if (!response.HasHead()) {
         LOG_TWICE(kError, "sync response error, msgId[%d] dataLen[%d]", envelope->msgId, response.Length());
         return VESK_VIDEO_ERR_FAILURE;
     }
@@ -145,20 +163,18 @@ uint32_t VeskVideoHandleSyncResponse(OsMsgEnvelope* envelope, void* rspBuf, uint
 
 uint32_t VeskVideoSendAsyncMsg(const VeskVideoMsgHead* head)
 {
-    OsMsgEnvelope envelope;
-    if (!Address(envelope))
+    Message message;
+    if (!message.Address())
         return VESK_VIDEO_ERR_FAILURE;
-    DataBlock block(kHeadSize);
-    if (!block.IsAllocated()) {
+    if (!message.Allocate(kHeadSize)) {
         LOG_TWICE(kError, "malloc failed, len=%zu", sizeof(VeskVideoMsgHead));
         return VESK_VIDEO_ERR_FAILURE;
     }
-    if (!block.Fill(*head, nullptr))
+    if (!message.Fill(OS_MSG_ASYNCHRONOUS, *head, nullptr))
         return VESK_VIDEO_ERR_FAILURE;
-    block.PutInto(envelope, kAsynchronous, head->msgId);
     LOG(kInfo, "send sync msg: type=%d, msgId=%d, dataLen=%d uwSubMsgID=%d, ulParam1=%llu, ulParam2=%d\n",
-        SHOWN(envelope, head));
-    return OsMsgAsynSend(&envelope);
+        SHOWN(message.Envelope(), head));
+    return OsMsgAsynSend(&message.Envelope());
 }
 
 uint32_t VeskVideoSendSyncMsgWithoutResponse(const VeskVideoMsgHead* head, const void* payload,
@@ -170,21 +186,12 @@ uint32_t VeskVideoSendSyncMsgWithoutResponse(const VeskVideoMsgHead* head, const
         LOG_TWICE(kError, "input param error, rspBufLen=%d", payloadLen);
         return VESK_VIDEO_ERR_ARGUMENT;
     }
-    OsMsgEnvelope envelope;
-    if (!Address(envelope))
+    Message message;
+    if (!PrepareSynchronous(message, *head, payload, payloadLen))
         return VESK_VIDEO_ERR_FAILURE;
-    const uint32_t size = kHeadSize + payloadLen;
-    DataBlock block(size);
-    if (!block.IsAllocated()) {
-        LOG_TWICE(kError, "malloc failed, len=%d", size);
-        return VESK_VIDEO_ERR_FAILURE;
-    }
-    if (!block.Fill(*head, payload))
-        return VESK_VIDEO_ERR_FAILURE;
-    block.PutInto(envelope, kSynchronous, head->msgId);
     TRACE(kInfo, "send sync msg: type=%d, msgId=%u, dataLen=%u uwSubMsgID=%u, ulParam1=%llu, ulParam2=%u\n",
-          SHOWN(envelope, head));
-    return VeskVideoHeadleSyncResult(&envelope);
+          SHOWN(message.Envelope(), head));
+    return VeskVideoHeadleSyncResult(&message.Envelope());
 }
 
 uint32_t VeskVideoSendSyncMsg(const VeskVideoMsgHead* head, const void* payload, uint32_t payloadLen,
@@ -195,27 +202,18 @@ uint32_t VeskVideoSendSyncMsg(const VeskVideoMsgHead* head, const void* payload,
         LOG(kError, "input param error, rspBuf rspBufLen=%d", rspBufLen);
         return VESK_VIDEO_ERR_ARGUMENT;
     }
-    const uint32_t total = kHeadSize + payloadLen;
     if (payloadLen > kMaxPayload) {
-        LOG_TWICE(kError, "msg data is too long, msgLen=%d totalLen=%d", payloadLen, total);
+        LOG_TWICE(kError, "msg data is too long, msgLen=%d totalLen=%d", payloadLen, kHeadSize + payloadLen);
         return VESK_VIDEO_ERR_ARGUMENT;
     }
     if (payload == nullptr && payloadLen != 0) {
         LOG(kError, "input param error, payload is NULL, payloadLen=%u", payloadLen);
         return VESK_VIDEO_ERR_ARGUMENT;
     }
-    OsMsgEnvelope envelope;
-    if (!Address(envelope))
+    Message message;
+    if (!PrepareSynchronous(message, *head, payload, payloadLen))
         return VESK_VIDEO_ERR_FAILURE;
-    DataBlock block(total);
-    if (!block.IsAllocated()) {
-        LOG_TWICE(kError, "malloc failed, len=%d", total);
-        return VESK_VIDEO_ERR_FAILURE;
-    }
-    if (!block.Fill(*head, payload))
-        return VESK_VIDEO_ERR_FAILURE;
-    block.PutInto(envelope, kSynchronous, head->msgId);
     TRACE(kInfo, "send sync msg: type=%d, msgId=%d, dataLen=%d uwSubMsgID=%d, ulParam1=%llu, ulParam2=%d\n",
-          SHOWN(envelope, head));
-    return VeskVideoHandleSyncResponse(&envelope, rspBuf, rspBufLen);
+          SHOWN(message.Envelope(), head));
+    return VeskVideoHandleSyncResponse(&message.Envelope(), rspBuf, rspBufLen);
 }

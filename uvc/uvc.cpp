@@ -1,9 +1,10 @@
 // UVC streams.
 #include "vesk_video/uvc.h"
 #include "transport/request.h"
-#include "uvc/source.h"
 
 using namespace vesk;
+
+static constexpr auto& kLogModule = log_module::kUvc;
 
 namespace {
 
@@ -18,15 +19,15 @@ uint32_t OrFailure(uint32_t ret)
 uint32_t VeskVideoUvcInit(void)
 {
     TRACE(kInfo, START(VESK_VIDEO_MSG_INIT_UVC));
-    const uint32_t ret = Post({.msgId = VESK_VIDEO_MSG_INIT_UVC});
-    return OrFailure(FINISH(ret, SEND_FAILED(ret), DONE(VESK_VIDEO_MSG_INIT_UVC)));
+    const uint32_t ret = Post<VESK_VIDEO_MSG_INIT_UVC>();
+    return OrFailure(ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_INIT_UVC) : SEND_FAILED(ret));
 }
 
 uint32_t VeskVideoUvcDeinit(void)
 {
     TRACE(kInfo, START(VESK_VIDEO_MSG_DEINIT_UVC));
-    const uint32_t ret = Post({.msgId = VESK_VIDEO_MSG_DEINIT_UVC});
-    return OrFailure(FINISH(ret, SEND_FAILED(ret), DONE(VESK_VIDEO_MSG_DEINIT_UVC)));
+    const uint32_t ret = Post<VESK_VIDEO_MSG_DEINIT_UVC>();
+    return OrFailure(ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_DEINIT_UVC) : SEND_FAILED(ret));
 }
 
 uint32_t VeskVideoUvcOpen(uint32_t* uvcStmNo)
@@ -34,8 +35,8 @@ uint32_t VeskVideoUvcOpen(uint32_t* uvcStmNo)
     TRACE(kInfo, START(VESK_VIDEO_MSG_OPEN_UVC_PORT));
     if (IS_NULL(uvcStmNo))
         return VESK_VIDEO_ERR_FAILURE;
-    const uint32_t ret = Query({.msgId = VESK_VIDEO_MSG_OPEN_UVC_PORT}, uvcStmNo);
-    return OrFailure(FINISH(ret, SEND_FAILED(ret), DONE(VESK_VIDEO_MSG_OPEN_UVC_PORT)));
+    const uint32_t ret = Query<VESK_VIDEO_MSG_OPEN_UVC_PORT>({}, uvcStmNo);
+    return OrFailure(ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_OPEN_UVC_PORT) : SEND_FAILED(ret));
 }
 
 uint32_t VeskVideoUvcSetStmParam(uint32_t uvcStmNo, const VeskVideoUvcParam* uvcParam)
@@ -43,8 +44,8 @@ uint32_t VeskVideoUvcSetStmParam(uint32_t uvcStmNo, const VeskVideoUvcParam* uvc
     TRACE(kInfo, START(VESK_VIDEO_MSG_SET_UVC_PARAM));
     if (IS_NULL(uvcParam))
         return VESK_VIDEO_ERR_FAILURE;
-    const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_SET_UVC_PARAM, .ulParam1 = uvcStmNo}, *uvcParam);
-    return FINISH(ret, SEND_FAILED(ret), DONE(VESK_VIDEO_MSG_SET_UVC_PARAM));
+    const uint32_t ret = Send<VESK_VIDEO_MSG_SET_UVC_PARAM>({.ulParam1 = uvcStmNo}, uvcParam);
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_SET_UVC_PARAM) : SEND_FAILED(ret);
 }
 
 uint32_t VeskVideoUvcSetStmParamEx(uint32_t uvcStmNo, const VeskVideoUvcParamEx* uvcParam)
@@ -52,29 +53,29 @@ uint32_t VeskVideoUvcSetStmParamEx(uint32_t uvcStmNo, const VeskVideoUvcParamEx*
     TRACE(kInfo, START(VESK_VIDEO_MSG_SET_UVC_PARAM_EX));
     if (IS_NULL(uvcParam))
         return VESK_VIDEO_ERR_FAILURE;
-    const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_SET_UVC_PARAM_EX, .ulParam1 = uvcStmNo}, *uvcParam);
-    return FINISH(ret, SEND_FAILED(ret), DONE(VESK_VIDEO_MSG_SET_UVC_PARAM_EX));
+    const uint32_t ret = Send<VESK_VIDEO_MSG_SET_UVC_PARAM_EX>({.ulParam1 = uvcStmNo}, uvcParam);
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_SET_UVC_PARAM_EX) : SEND_FAILED(ret);
 }
 
 uint32_t VeskVideoUvcStartStream(uint32_t uvcStmNo)
 {
     TRACE(kInfo, START(VESK_VIDEO_MSG_START_UVC_STREAM));
-    const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_START_UVC_STREAM, .ulParam1 = uvcStmNo});
-    return FINISH(ret, SEND_FAILED(ret), DONE(VESK_VIDEO_MSG_START_UVC_STREAM));
+    const uint32_t ret = Send<VESK_VIDEO_MSG_START_UVC_STREAM>({.ulParam1 = uvcStmNo});
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_START_UVC_STREAM) : SEND_FAILED(ret);
 }
 
 uint32_t VeskVideoUvcStopStream(uint32_t uvcStmNo)
 {
     TRACE(kInfo, START(VESK_VIDEO_MSG_STOP_UVC_STREAM));
-    const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_STOP_UVC_STREAM, .ulParam1 = uvcStmNo});
-    return FINISH(ret, SEND_FAILED(ret), DONE(VESK_VIDEO_MSG_STOP_UVC_STREAM));
+    const uint32_t ret = Send<VESK_VIDEO_MSG_STOP_UVC_STREAM>({.ulParam1 = uvcStmNo});
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_STOP_UVC_STREAM) : SEND_FAILED(ret);
 }
 
 uint32_t VeskVideoUvcClose(uint32_t uvcStmNo)
 {
     TRACE(kInfo, START(VESK_VIDEO_MSG_CLOSE_UVC_PORT));
-    const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_CLOSE_UVC_PORT, .ulParam1 = uvcStmNo});
-    return FINISH(ret, SEND_FAILED(ret), DONE(VESK_VIDEO_MSG_CLOSE_UVC_PORT));
+    const uint32_t ret = Send<VESK_VIDEO_MSG_CLOSE_UVC_PORT>({.ulParam1 = uvcStmNo});
+    return ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_CLOSE_UVC_PORT) : SEND_FAILED(ret);
 }
 
 uint32_t VeskVideoUvcForceKeyFrame(uint32_t uvcStmNo)
@@ -84,6 +85,6 @@ uint32_t VeskVideoUvcForceKeyFrame(uint32_t uvcStmNo)
         LOG(kError, "uvcStmNo[%u] is invaild\n", uvcStmNo);
         return VESK_VIDEO_ERR_UVC_STREAM;
     }
-    const uint32_t ret = Send({.msgId = VESK_VIDEO_MSG_UVC_REQ_I_FRAME, .ulParam1 = uvcStmNo});
-    return OrFailure(FINISH(ret, SEND_FAILED(ret), DONE(VESK_VIDEO_MSG_UVC_REQ_I_FRAME)));
+    const uint32_t ret = Send<VESK_VIDEO_MSG_UVC_REQ_I_FRAME>({.ulParam1 = uvcStmNo});
+    return OrFailure(ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_UVC_REQ_I_FRAME) : SEND_FAILED(ret));
 }

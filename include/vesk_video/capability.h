@@ -1,6 +1,6 @@
 /**
  * @file
- * What the service's codecs can do. Threads, ownership and the results that all requests share: see
+ * What the device and its codecs can do. Threads, ownership and the results that all requests share: see
  * common.h.
  */
 #ifndef VESK_VIDEO_CAPABILITY_H
@@ -71,6 +71,12 @@ typedef struct VeskVideoDecodeCapability {
 } VeskVideoDecodeCapability;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoDecodeCapability, 508);
 
+/** A capability of the device; its contents are the service's. */
+typedef struct VeskVideoCapability {
+    uint32_t serviceData[2]; /**< The service's, carried unchanged. */
+} VeskVideoCapability;
+VESK_VIDEO_ASSERT_SIZE(VeskVideoCapability, 8);
+
 /**
  * Asks what the service can encode, and logs it.
  *
@@ -86,6 +92,15 @@ VESK_VIDEO_API uint32_t VeskVideoGetEncodeCapability(VeskVideoEncodeCapability* 
  * @return 1 also when @p decodeCapability is null.
  */
 VESK_VIDEO_API uint32_t VeskVideoGetDecodeCapability(VeskVideoDecodeCapability* decodeCapability);
+
+/**
+ * Reads a capability of the device.
+ *
+ * @param capabilityType  Which; the service's numbers.
+ * @param capability      Takes the capability.
+ * @return 1 also when @p capability is null. A failed exchange is returned as such.
+ */
+VESK_VIDEO_API uint32_t VeskVideoGetCapability(uint32_t capabilityType, VeskVideoCapability* capability);
 
 VESK_VIDEO_END
 

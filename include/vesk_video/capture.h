@@ -1,7 +1,7 @@
 /**
  * @file
- * Input sources that are not cameras, and the device's capability. Threads, ownership and the results
- * that all requests share: see common.h.
+ * Input sources that are not cameras. Threads, ownership and the results that all requests share: see
+ * common.h.
  */
 #ifndef VESK_VIDEO_CAPTURE_H
 #define VESK_VIDEO_CAPTURE_H
@@ -24,12 +24,6 @@ typedef struct VeskVideoAppInParam {
 VESK_VIDEO_ASSERT_SIZE(VeskVideoAppInParam, 288);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoAppInParam, taskHandle, 256);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoAppInParam, param4, 280);
-
-/** A capability of the device; its contents are the service's. */
-typedef struct VeskVideoCapability {
-    uint32_t serviceData[2]; /**< The service's, carried unchanged. */
-} VeskVideoCapability;
-VESK_VIDEO_ASSERT_SIZE(VeskVideoCapability, 8);
 
 /**
  * Feeds a virtual input from a file.
@@ -65,15 +59,6 @@ VESK_VIDEO_API uint32_t VeskVideoSetAndroidContext(void* javaVm, void* javaConte
  * @param projectionData  Data handle; the low 32 bits of the value are sent.
  */
 VESK_VIDEO_API uint32_t VeskVideoSetAndroidProjection(int32_t resultCode, void* projectionData);
-
-/**
- * Reads a capability of the device.
- *
- * @param capabilityType  Which; the service's numbers.
- * @param capability      Takes the capability.
- * @return 1 also when @p capability is null. A failed exchange is returned as such.
- */
-VESK_VIDEO_API uint32_t VeskVideoGetCapability(uint32_t capabilityType, VeskVideoCapability* capability);
 
 VESK_VIDEO_END
 

@@ -1,7 +1,7 @@
 // The road of a notification from the message procedure to the application's callback.
 #include "platform/os_msg.h"
 #include "support/recording_platform.h"
-#include "vesk_video/vesk_video.h"
+#include "vesk_video/message_list.h"
 
 #include <gtest/gtest.h>
 
@@ -231,8 +231,8 @@ TEST_F(NotificationTest, WithoutACallbackOnlyPortNotificationsWait)
 {
     g_veskVideoCallBackPtr = nullptr;
     std::vector<Delivered> held;
-#define VESK_NUMBER(name, number) uint32_t{number},
-    for (const uint32_t id : {VESK_VIDEO_NOTIFICATIONS(VESK_NUMBER)}) {
+    for (const auto& notification : vesk::messages::kNotifications) {
+        const uint32_t id = notification.number;
         SCOPED_TRACE(id);
         Get().lines.clear();
         const Bytes payload = id == 107 ? Bytes(12) : Bytes(80, static_cast<std::byte>(id));
@@ -377,8 +377,9 @@ TEST_F(NotificationTest, NamesThatCannotBePrintedAreLeftOut)
                                       "sendCpuId=0, recvCpuId=0,  dataLen=24");
     }
     OsMsgEnvelope envelope = Envelope(200);
-    std::memcpy(envelope.recvTaskName, "a\0\n", 4); // a line feed behind the NUL does no harm
+    std::memcpy(envelope.recvTaskName, "a\0\n", 4); // a line feed after the NUL does no harm
     VeskVideoMsgHead head{};
+    envelope.dataLen = sizeof head;
     VeskVideoCtrlToNorthMsg(&envelope, &head, nullptr, 0);
     EXPECT_NE(Get().lines.back().find("recvTaskName=a,"), std::string::npos);
 }

@@ -1,14 +1,14 @@
 // The virtual service's model, family by family: what it refuses, what it notifies, what it keeps. What it
 // does when all is well, the tour of the device shows.
-#include "service/message_list.h"
 #include "service/service_fixture.h"
 #include "vesk_host/queue.h"
+#include "vesk_video/message_list.h"
 
 #include <array>
 #include <functional>
 
-using vesk::service::Extent;
-using vesk::service::kRequests;
+using vesk::messages::Kind;
+using vesk::messages::kRequests;
 
 namespace {
 
@@ -49,13 +49,13 @@ TEST_F(ModelTest, EveryRequestRefusesPayloadsOfAnotherLength)
     for (const auto& request : kRequests) {
         SCOPED_TRACE(request.name);
         std::vector<size_t> lengths;
-        if (request.payload.kind == Extent::kRecord)
+        if (request.payload.kind == Kind::kRecord)
             lengths = {0, request.payload.size - 1, request.payload.size + 1};
-        else if (request.payload.kind == Extent::kArray)
+        else if (request.payload.kind == Kind::kArray)
             lengths = {request.payload.size, 4 * request.payload.size - 1}; // for three entries
-        else if (request.payload.kind == Extent::kText)
+        else if (request.payload.kind == Kind::kText)
             lengths = {0, request.payload.size + 1};
-        else if (request.payload.kind == Extent::kNothing)
+        else if (request.payload.kind == Kind::kNone)
             lengths = {1};
         for (const size_t length : lengths) {
             const VeskVideoMsgHead head{0, request.number, 1, 3, 3, 0};
@@ -64,7 +64,7 @@ TEST_F(ModelTest, EveryRequestRefusesPayloadsOfAnotherLength)
                                                           static_cast<uint32_t>(length)),
                       uint32_t{VESK_SERVICE_ERR_LENGTH});
         }
-        if (request.payload.kind == Extent::kText) { // a text needs its NUL, and no other
+        if (request.payload.kind == Kind::kText) { // a text needs its NUL, and no other
             EXPECT_EQ(SendRaw(request.number, 0, "text"), uint32_t{VESK_SERVICE_ERR_LENGTH});
             EXPECT_EQ(SendRaw(request.number, 0, std::string("a\0b\0", 4)),
                       uint32_t{VESK_SERVICE_ERR_LENGTH});

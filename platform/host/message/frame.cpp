@@ -35,7 +35,7 @@ OsMsgEnvelope FrameHead::Envelope() const
 bool FrameHead::IsValid() const
 {
     const OsMsgEnvelope read = Envelope();
-    return mark == kMark && read.type <= kSynchronous && read.dataLen <= kMaxDataLen;
+    return mark == kMark && read.type <= OS_MSG_SYNCHRONOUS && read.dataLen <= kMaxDataLen;
 }
 
 bool WaitFor(int socket, short events, const Deadline& deadline)

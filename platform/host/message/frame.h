@@ -15,8 +15,6 @@ namespace vesk::host {
 
 inline constexpr uint32_t kMaxDataLen = 4U << 20;
 
-enum MessageType : uint32_t { kAsynchronous = 0, kSynchronous = 1 };
-
 /// The head: the envelope up to its pointer, behind a mark that tells a frame from garbage.
 struct FrameHead {
     uint64_t mark;

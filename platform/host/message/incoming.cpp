@@ -93,7 +93,7 @@ bool Incoming::TakeHeadLocked()
 void Incoming::DeliverLocked()
 {
     received_ = 0;
-    owesAnswer_ = arriving_->envelope.type == kSynchronous;
+    owesAnswer_ = arriving_->envelope.type == OS_MSG_SYNCHRONOUS;
     if (owesAnswer_) {
         arriving_->from = shared_from_this();
         Reactor::Instance().Change(socket_.Get(), 0);

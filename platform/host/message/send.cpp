@@ -150,7 +150,7 @@ uint32_t OsMsgSynSend(OsMsgEnvelope* envelope, OsMsgEnvelope** response, uint32_
         return peer.error;
     const int socket = peer.socket.Get();
     OsMsgEnvelope sent = *envelope;
-    sent.type = kSynchronous;
+    sent.type = OS_MSG_SYNCHRONOUS;
     Answer answer(nullptr, &std::free);
     uint32_t error = WriteAll(socket, sent, deadline);
     if (error == 0)
@@ -185,7 +185,7 @@ uint32_t OsMsgAsynSend(OsMsgEnvelope* envelope)
     if (peer.error != 0)
         return peer.error;
     OsMsgEnvelope sent = *envelope;
-    sent.type = kAsynchronous;
+    sent.type = OS_MSG_ASYNCHRONOUS;
     FrameWriter writer(sent);
     const uint32_t error = HandOver(peer.socket.Get(), writer);
     if (error == 0 || (error == HOST_MSG_ERR_FULL && !writer.HasBegun()))

@@ -11,9 +11,15 @@
 extern "C" {
 #endif
 
+/** Types of a message. */
+typedef enum OsMsgType {
+    OS_MSG_ASYNCHRONOUS = 0, /**< Nobody waits for an answer. */
+    OS_MSG_SYNCHRONOUS = 1   /**< Its sender waits for an answer. */
+} OsMsgType;
+
 /** One message, in either direction. A name field may fill its 16 bytes without a NUL. */
 typedef struct OsMsgEnvelope {
-    uint32_t type; /**< 0: asynchronous, 1: synchronous. */
+    uint32_t type; /**< An OsMsgType. */
     uint32_t reserved[2];
     uint32_t sendCpuId;
     char sendProcName[16];

@@ -1,0 +1,217 @@
+/**
+ * @file
+ * The list of messages (messages.def) for C++: as tables that a program can search, and as types that the
+ * compiler can check. Nothing here is linked; C programs have the numbers alone, from messages.h.
+ */
+#ifndef VESK_VIDEO_MESSAGE_LIST_H
+#define VESK_VIDEO_MESSAGE_LIST_H
+
+#include "vesk_video/messages.h"
+
+#ifdef __cplusplus
+
+#include "vesk_video/vesk_video.h"
+
+/** The list of messages: what each request and notification carries. */
+namespace vesk::messages {
+
+/** A field of the header that carries an argument. */
+enum class HeaderField { kSubMsgID, kParam1, kParam2 };
+
+/** The value of a header field. */
+constexpr uint64_t ValueOf(const VeskVideoMsgHead& head, HeaderField field)
+{
+    switch (field) {
+    case HeaderField::kSubMsgID:
+        return head.uwSubMsgID;
+    case HeaderField::kParam1:
+        return head.ulParam1;
+    default:
+        return head.ulParam2;
+    }
+}
+
+/** What follows the header of a message. */
+enum class Kind {
+    kNone,      /**< Nothing. */
+    kRecord,    /**< One record or, where it has a name, one number. */
+    kArray,     /**< As many records as a header field says. */
+    kText,      /**< A NUL-terminated text. */
+    kBytes,     /**< Bytes whose number the caller chooses. */
+    kUnanswered /**< Answers only: the request is asynchronous. */
+};
+
+/** Payload or answer of a message, as a table entry. */
+struct Form {
+    Kind kind;
+    size_t size;       /**< Bytes of the record, of one entry of the array, or of the longest text. */
+    const char* type;  /**< C type of the record, number or entry; empty for the other kinds. */
+    const char* name;  /**< Name of a number; empty for the other kinds. */
+    HeaderField count; /**< Header field that holds the number of entries of an array. */
+};
+
+/** @name The same as types
+ * @{ */
+struct Nothing {
+    static constexpr Form kForm{Kind::kNone, 0, "", "", {}};
+};
+template <class T>
+struct Record {
+    static constexpr Form kForm{Kind::kRecord, sizeof(T), "", "", {}};
+};
+template <class T, HeaderField count>
+struct Array {
+    static constexpr Form kForm{Kind::kArray, sizeof(T), "", "", count};
+};
+template <size_t size>
+struct Text {
+    static constexpr Form kForm{Kind::kText, size, "", "", {}};
+};
+struct Bytes {
+    static constexpr Form kForm{Kind::kBytes, 0, "", "", {}};
+};
+struct Unanswered {
+    static constexpr Form kForm{Kind::kUnanswered, 0, "", "", {}};
+};
+/** @} */
+
+/** An argument that travels in the header. */
+struct Argument {
+    const char* text; /**< As the list has it: its C type unless that is unsigned, and its name; "-": none. */
+
+    constexpr bool IsUsed() const { return text[0] != '-'; }
+
+    /** Its name alone; "-" for none. */
+    constexpr const char* Name() const
+    {
+        const char* name = text;
+        for (const char* c = text; *c != '\0'; ++c) {
+            if (*c == ' ')
+                name = c + 1;
+        }
+        return name;
+    }
+};
+
+/** One request of the list. */
+struct Request {
+    VeskVideoRequest number;
+    const char* name;      /**< As in the log lines, "VESK_VIDEO_MSG_VO_START". */
+    const char* function;  /**< Exported function that sends it, "VeskVideoVoStart". */
+    Argument arguments[3]; /**< By HeaderField. */
+    Form payload;
+    Form answer;
+
+    constexpr const Argument& At(HeaderField field) const { return arguments[static_cast<size_t>(field)]; }
+};
+
+/** One notification of the list. */
+struct Notification {
+    VeskVideoNotification number;
+    const char* name;      /**< As in the log lines. */
+    Argument arguments[3]; /**< By HeaderField; the first is never used. */
+    Form payload;
+
+    constexpr const Argument& At(HeaderField field) const { return arguments[static_cast<size_t>(field)]; }
+};
+
+/** Payload and answer of a request as types, and the type of the function that sends it. */
+template <VeskVideoRequest request>
+struct RequestTypes;
+
+/** @cond how the words of the list are read */
+#define VESK_FORM(type, typeName, name)                                                                      \
+    {                                                                                                        \
+        type::kForm.kind, type::kForm.size, typeName, name, type::kForm.count                                \
+    }
+#define VESK_FORM_NONE VESK_FORM(Nothing, "", "")
+#define VESK_FORM_RECORD(type) VESK_FORM(Record<type>, #type, "")
+#define VESK_FORM_SCALAR(type, name) VESK_FORM(Record<type>, #type, #name)
+#define VESK_FORM_ARRAY(type, field)                                                                         \
+    {                                                                                                        \
+        Kind::kArray, sizeof(type), #type, "", VESK_FIELD_##field                                            \
+    }
+#define VESK_FORM_TEXT(size) VESK_FORM(Text<size>, "", "")
+#define VESK_FORM_BYTES VESK_FORM(Bytes, "", "")
+#define VESK_FORM_UNANSWERED VESK_FORM(Unanswered, "", "")
+
+#define VESK_TYPE_NONE Nothing
+#define VESK_TYPE_RECORD(type) Record<type>
+#define VESK_TYPE_SCALAR(type, name) Record<type>
+#define VESK_TYPE_ARRAY(type, field) Array<type, VESK_FIELD_##field>
+#define VESK_TYPE_TEXT(size) Text<size>
+#define VESK_TYPE_BYTES Bytes
+#define VESK_TYPE_UNANSWERED Unanswered
+
+#define VESK_FIELD_uwSubMsgID HeaderField::kSubMsgID
+#define VESK_FIELD_ulParam1 HeaderField::kParam1
+#define VESK_FIELD_ulParam2 HeaderField::kParam2
+
+#define VESK_REQUEST(name, number, function, sub, param1, param2, payload, answer)                           \
+    template <>                                                                                              \
+    struct RequestTypes<name> {                                                                              \
+        using Function = decltype(function);                                                                 \
+        using Payload = VESK_TYPE_##payload;                                                                 \
+        using Answer = VESK_TYPE_##answer;                                                                   \
+    };
+#include "vesk_video/messages.def"
+/** @endcond */
+
+/** All requests, family by family. */
+inline constexpr Request kRequests[] = {
+#define VESK_REQUEST(name, number, function, sub, param1, param2, payload, answer)                           \
+    {name, #name, #function, {{#sub}, {#param1}, {#param2}}, VESK_FORM_##payload, VESK_FORM_##answer},
+#include "vesk_video/messages.def"
+};
+
+/** All notifications, in the order of the library's dispatch table. */
+inline constexpr Notification kNotifications[] = {
+#define VESK_NOTIFICATION(name, number, param1, param2, payload)                                             \
+    {name, #name, {{"-"}, {#param1}, {#param2}}, VESK_FORM_##payload},
+#include "vesk_video/messages.def"
+};
+
+#undef VESK_FORM
+#undef VESK_FORM_NONE
+#undef VESK_FORM_RECORD
+#undef VESK_FORM_SCALAR
+#undef VESK_FORM_ARRAY
+#undef VESK_FORM_TEXT
+#undef VESK_FORM_BYTES
+#undef VESK_FORM_UNANSWERED
+#undef VESK_TYPE_NONE
+#undef VESK_TYPE_RECORD
+#undef VESK_TYPE_SCALAR
+#undef VESK_TYPE_ARRAY
+#undef VESK_TYPE_TEXT
+#undef VESK_TYPE_BYTES
+#undef VESK_TYPE_UNANSWERED
+#undef VESK_FIELD_uwSubMsgID
+#undef VESK_FIELD_ulParam1
+#undef VESK_FIELD_ulParam2
+
+/** The request of a number, or null. */
+constexpr const Request* FindRequest(uint32_t number)
+{
+    for (const Request& request : kRequests) {
+        if (request.number == number)
+            return &request;
+    }
+    return nullptr;
+}
+
+/** The notification of a number, or null. */
+constexpr const Notification* FindNotification(uint32_t number)
+{
+    for (const Notification& notification : kNotifications) {
+        if (notification.number == number)
+            return &notification;
+    }
+    return nullptr;
+}
+
+} // namespace vesk::messages
+
+#endif
+
+#endif
