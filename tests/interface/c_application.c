@@ -16,5 +16,7 @@ int main(void)
         return 3;
     if (strcmp(NORTH_RECV_PROC_NAME, "VIDEO") != 0 || g_veskVideoCallBackPtr != NULL)
         return 4;
+    if (VeskVideoGetServiceName()[0] != '\0') /* before VeskVideoInit */
+        return 6;
     return VeskVideoVoSetParam(1, &param) == VESK_VIDEO_ERR_FAILURE ? 0 : 5; /* nobody serves */
 }

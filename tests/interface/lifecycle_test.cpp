@@ -1,13 +1,12 @@
-// Start, stop and identity of the library.
-#include "support/recording_platform.h"
-#include "vesk_video/vesk_video.h"
+// Start, stop and identity of the library, and its callback's installation.
+#include "support/request_table.h"
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <stdexcept>
 
 using namespace recording;
+using namespace request_table;
 
 // This program's own hook: it stands in for the application's.
 static std::string g_hookName;
@@ -29,24 +28,43 @@ uint32_t Ignore(uint32_t, void*, uint32_t)
     return 0;
 }
 
-std::vector<std::string> ModuleLines()
+/// The lines of VeskVideoInit itself.
+Lines InitLines()
 {
-    std::vector<std::string> lines;
-    for (const std::string& line : RequestLines()) {
-        if (line.find(" vesk_video_interface ") == 2 || line.find(" VeskVideoInit ") == 2)
-            lines.push_back(line);
-    }
+    Lines lines = RequestLines();
+    std::erase_if(lines, [](const std::string& line) {
+        return line.find(" vesk_video_interface ") != 2 && line.find(" VeskVideoInit ") != 2;
+    });
     return lines;
 }
 
-class LifecycleTest : public testing::Test {
+class Lifecycle : public testing::Test {
 protected:
     void SetUp() override { Reset(); }
 };
 
 } // namespace
 
-TEST_F(LifecycleTest, InitAnnouncesTheHooksName)
+static const Family lifecycle("vesk_video_interface", FailureForm::kMessage, [] {
+    static const VeskVideoCallbackInfo forwarded{nullptr, {1, 2, 3}};
+    return Rows{
+        ROW(VESK_VIDEO_MSG_EXIT, 1, VeskVideoExit)
+            .IsAsynchronous()
+            .Bare()
+            .Says("#####send %s start#####\n")
+            .Says("Vesk video interface exit"),
+        ROW(VESK_VIDEO_MSG_SET_CALLBACK, 163, VeskVideoSetCallback, &forwarded)
+            .Bare()
+            .Says("##### %s #####")
+            .Says("set vesk video callback start")
+            .Null("info")
+            .Fails(FailureForm::kFunction),
+    };
+});
+
+static const HasOwnTest init(VESK_VIDEO_MSG_INIT);
+
+TEST_F(Lifecycle, InitAnnouncesTheHooksName)
 {
     g_hookResult = 0;
     g_hookName = "fifteen-letters";
@@ -60,12 +78,10 @@ TEST_F(LifecycleTest, InitAnnouncesTheHooksName)
     EXPECT_EQ(BytesOf(sent.Head()), Bytes(24));
     EXPECT_EQ(std::memcmp(sent.Payload().data(), "fifteen-letters\0VAPI\0\0\0\0\0\0\0\0\0\0\0\0", 32), 0);
     EXPECT_STREQ(sent.envelope.sendProcName, "fifteen-letters");
-    EXPECT_EQ(ModuleLines(),
-              (std::vector<std::string>{
-                  "L3 vesk_video_interface VeskVideoInit:procName[fifteen-letters]",
-                  "L3 vesk_video_interface after init north proc_name[fifteen-letters] task_name[VAPI]",
-                  "T3 VeskVideoInit #####send VESK_VIDEO_MSG_INIT msg[0]#####\n",
-              }));
+    EXPECT_EQ(InitLines(),
+              (Lines{"L3 vesk_video_interface VeskVideoInit:procName[fifteen-letters]",
+                     "L3 vesk_video_interface after init north proc_name[fifteen-letters] task_name[VAPI]",
+                     "T3 VeskVideoInit #####send VESK_VIDEO_MSG_INIT msg[0]#####\n"}));
     ASSERT_EQ(Get().tasks.size(), 1U);
     EXPECT_EQ(Get().tasks[0].name, "VAPI");
     EXPECT_EQ(Get().tasks[0].handler, VeskProcDealToNorthInterfaceMsg);
@@ -73,7 +89,7 @@ TEST_F(LifecycleTest, InitAnnouncesTheHooksName)
     EXPECT_NE(Get().logFunction, nullptr);
 }
 
-TEST_F(LifecycleTest, WithoutAUsableNameTheFallbackIsTaken)
+TEST_F(Lifecycle, WithoutAUsableNameTheFallbackIsTaken)
 {
     const struct {
         int result;
@@ -92,66 +108,68 @@ TEST_F(LifecycleTest, WithoutAUsableNameTheFallbackIsTaken)
         g_hookThrows = c.throws;
         EXPECT_EQ(VeskVideoInit(), VESK_VIDEO_OK);
         EXPECT_EQ(AwaitRoutine(), "VAPI");
-        const auto lines = ModuleLines();
+        const Lines lines = InitLines();
         EXPECT_EQ(lines[0], "L1 vesk_video_interface Get procName faild. " + c.values);
         EXPECT_EQ(lines[1], lines[0]);
         EXPECT_STREQ(VeskVideoGetServiceName(), "MediaCtlSrvPro");
         EXPECT_STREQ(Get().sent[0].envelope.sendProcName, "MediaCtlSrvPro");
     }
+    g_hookThrows = false;
 }
 
-TEST_F(LifecycleTest, InitGoesOnWithoutAReceiveTaskAndReturnsTheServicesCode)
+// Without a receive task Init goes on; each copy that fails has its line.
+TEST_F(Lifecycle, InitFailsWithItsLines)
 {
-    Get().regTaskResult = 1;
-    Get().answer = [](const Sent&) { return Answer{0, AnswerBytes(9)}; };
-    EXPECT_EQ(VeskVideoInit(), 9U);
-    const auto lines = RequestLines();
-    EXPECT_EQ(std::count(lines.begin(), lines.end(), "L1 vesk_video_callback Reg One Msg Task Fail"), 1);
-    EXPECT_EQ(lines[lines.size() - 2], "T1 VeskVideoInit VESK_VIDEO_MSG_INIT fail[9].");
-    EXPECT_EQ(lines.back(), "L1 vesk_video_interface VESK_VIDEO_MSG_INIT fail[9].");
-}
-
-TEST_F(LifecycleTest, FailedCopiesOfInit)
-{
-    Get().regTaskResult = 1; // no thread is wanted here
+    const std::string module = "L1 vesk_video_interface ";
     const struct {
         int failingCopy;
+        uint16_t answer;
         uint32_t result;
-        const char* line;
+        Lines lines;
     } cases[] = {
-        {1, 0, "T3 CreateRecvMsgProcEntry memcpy_s fail, taskName[VAPI]"},
-        {2, 1, "L1 vesk_video_interface memcpy_s fail, procName[MediaCtlSrvPro]"},
-        {3, 1, "L1 vesk_video_interface memcpy_s fail, taskName[VAPI]"},
+        {0, 9, 9, {"L1 vesk_video_callback Reg One Msg Task Fail", module + "VESK_VIDEO_MSG_INIT fail[9]."}},
+        {1, 0, 0, {"T3 CreateRecvMsgProcEntry memcpy_s fail, taskName[VAPI]"}},
+        {2,
+         0,
+         1,
+         {"T3 VeskVideoInit memcpy_s fail, procName[MediaCtlSrvPro]",
+          module + "memcpy_s fail, procName[MediaCtlSrvPro]"}},
+        {3,
+         0,
+         1,
+         {"T3 VeskVideoInit memcpy_s fail, taskName[VAPI]", module + "memcpy_s fail, taskName[VAPI]"}},
     };
+    g_hookResult = 1;
     for (const auto& c : cases) {
-        Get().lines.clear();
-        Get().sent.clear();
+        Reset();
+        Get().regTaskResult = 1; // and no thread is started
+        Get().answer = [&c](const Sent&) { return recording::Answer{0, AnswerBytes(c.answer)}; };
         Get().failingCopy = c.failingCopy;
         EXPECT_EQ(VeskVideoInit(), c.result);
-        EXPECT_EQ(std::count(Get().lines.begin(), Get().lines.end(), c.line), 1) << c.line;
-        EXPECT_EQ(Get().sent.size(), c.result == 0 ? 1U : 0U);
+        for (const std::string& line : c.lines)
+            EXPECT_EQ(std::count(Get().lines.begin(), Get().lines.end(), line), 1) << line;
+        EXPECT_EQ(Get().sent.size(), c.failingCopy < 2 ? 1U : 0U);
     }
 }
 
-TEST_F(LifecycleTest, ExitForgetsTheCallbackBeforeTheMessageLeaves)
+TEST_F(Lifecycle, ExitForgetsTheCallbackAndSetCallbackInstallsOne)
 {
-    g_veskVideoCallBackPtr = Ignore;
+    VeskVideoCallbackInfo info{};
+    info.notifyCallback = Ignore;
+    EXPECT_EQ(VeskVideoSetCallback(&info), VESK_VIDEO_OK);
+    EXPECT_EQ(g_veskVideoCallBackPtr, Ignore);
+    EXPECT_TRUE(Get().sent.empty());
+    info.notifyCallback = nullptr;
+    EXPECT_EQ(VeskVideoSetCallback(&info), VESK_VIDEO_OK);
+    EXPECT_EQ(VeskVideoSetCallback(nullptr), 1U);
+    EXPECT_EQ(VeskVideoGetCallbackPtr(), Ignore);
     EXPECT_EQ(VeskVideoExit(), VESK_VIDEO_OK);
     EXPECT_EQ(VeskVideoGetCallbackPtr(), nullptr);
-    ASSERT_EQ(Get().sent.size(), 1U);
-    EXPECT_FALSE(Get().sent[0].isSynchronous);
-    EXPECT_EQ(Get().sent[0].Head().msgId, 1);
-    EXPECT_EQ(RequestLines(), (std::vector<std::string>{
-                                  "L3 vesk_video_interface #####send VeskVideoExit start#####\n",
-                                  "L3 vesk_video_interface Vesk video interface exit",
-                                  "T3 VeskVideoExit #####send VESK_VIDEO_MSG_EXIT msg[0]#####\n",
-                              }));
     Get().asynResult = 0x101;
     EXPECT_EQ(VeskVideoExit(), 0x101U);
-    EXPECT_EQ(Get().lines.back(), "L1 vesk_video_interface VESK_VIDEO_MSG_EXIT fail[257].");
 }
 
-TEST_F(LifecycleTest, VersionNeedsThirteenBytes)
+TEST_F(Lifecycle, VersionNeedsThirteenBytes)
 {
     char buffer[13] = "............";
     EXPECT_EQ(VeskVideoGetVersion(buffer, 12), 1U);
@@ -161,29 +179,4 @@ TEST_F(LifecycleTest, VersionNeedsThirteenBytes)
     EXPECT_EQ(VeskVideoGetVersion(nullptr, 13), 1U);
     EXPECT_EQ(VeskVideoGetVersion(buffer, 0), 1U);
     EXPECT_EQ(Get().lines[1], "L4 vesk_video_interface Get vesk_video version, len=13");
-}
-
-TEST_F(LifecycleTest, SetCallbackInstallsOrForwards)
-{
-    VeskVideoCallbackInfo info{};
-    info.notifyCallback = Ignore;
-    EXPECT_EQ(VeskVideoSetCallback(&info), VESK_VIDEO_OK);
-    EXPECT_EQ(g_veskVideoCallBackPtr, Ignore);
-    EXPECT_TRUE(Get().sent.empty());
-
-    info = {nullptr, {1, 2, 3}};
-    EXPECT_EQ(VeskVideoSetCallback(&info), VESK_VIDEO_OK);
-    EXPECT_EQ(VeskVideoGetCallbackPtr(), Ignore);
-    ASSERT_EQ(Get().sent.size(), 1U);
-    EXPECT_EQ(Get().sent[0].Head().msgId, 163);
-    EXPECT_EQ(Get().sent[0].Payload(), BytesOf(info));
-    EXPECT_EQ(Get().lines.back(),
-              "T3 VeskVideoSetCallback #####send VESK_VIDEO_MSG_SET_CALLBACK msg[0]#####\n");
-    Get().answer = [](const Sent&) { return Answer{3, {}}; };
-    EXPECT_EQ(VeskVideoSetCallback(&info), 1U);
-    EXPECT_EQ(Get().lines.back(), "L1 vesk_video_interface VeskVideoSetCallback failed[1].");
-
-    EXPECT_EQ(VeskVideoSetCallback(nullptr), 1U);
-    EXPECT_EQ(Get().lines.back(), "L1 vesk_video_interface VeskVideoSetCallback: info is NULL!");
-    EXPECT_EQ(VeskVideoGetCallbackPtr(), Ignore);
 }

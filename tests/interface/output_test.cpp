@@ -1,53 +1,59 @@
-// Output ports: every request over its row.
-#include "interface/request_table.h"
-#include "vesk_video/vesk_video.h"
+// Output ports.
+#include "support/request_table.h"
 
-#include <gtest/gtest.h>
-
-using namespace recording;
 using namespace request_table;
 
-namespace {
-
-uint32_t g_number;
-VeskVideoVoPortInfo g_ports[2];
-VeskVideoVoPortParam g_read;
-const VeskVideoVoPortParam kParam{1, 4000000000, -3, 4, -5, 6, -7, 8, 255, {}};
-
-} // namespace
-
-TEST(OutputRequests, EachOverItsRow)
-{
-    const uint32_t port = 0xfffffffe; // zero-extended, never sign-extended
-    Drive("vesk_video_interface",
-          {
-              Row(CALL(VeskVideoGetVoCount, &g_number), Head(7)).Answer(BytesOf(uint32_t{2})),
-              Row(CALL(VeskVideoGetVoPort, g_ports, 2), Head(8, 2)).Answer(Bytes(4752)),
-              Row(CALL(VeskVideoVoOpen, port, &g_number), Head(20, port)).Answer(BytesOf(uint32_t{77})),
-              Row(CALL(VeskVideoVoSetParam, 5, &kParam), Head(22, 5)).Payload(BytesOf(kParam)),
-              Row(CALL(VeskVideoVoGetParam, 5, &g_read), Head(24, 5)).Answer(BytesOf(kParam)),
-              Row(CALL(VeskVideoVoSetOffset, 3, -10, 20), Head(26, 3))
-                  .Payload(BytesOf(std::array<int32_t, 2>{-10, 20})),
-              Row(CALL(VeskVideoVoSetQueHandle, 2, 7), Head(23, 2, 7)),
-              Row(CALL(VeskVideoVoStart, 5), Head(27, 5)),
-              Row(CALL(VeskVideoVoStop, 5), Head(28, 5)),
-              Row(CALL(VeskVideoVoClose, 5), Head(29, 5)),
-              Row(CALL(VeskVideoVoEnable, 1), Head(140, 1)),
-              Row(CALL(VeskVideoVoDisable, 1), Head(141, 1)),
-          });
-    EXPECT_EQ(BytesOf(g_read), BytesOf(kParam));
-    EXPECT_EQ(g_number, 77U);
-}
-
-TEST(OutputRequests, RefusedBeforeAnythingIsSent)
-{
-    Drive("vesk_video_interface", std::vector<Refusal>{
-                                      {CALL(VeskVideoGetVoCount, nullptr), 1},
-                                      {CALL(VeskVideoGetVoPort, nullptr, 2), 1},
-                                      {CALL(VeskVideoGetVoPort, g_ports, 0), 2},
-                                      {CALL(VeskVideoVoOpen, 1, nullptr), 1},
-                                      {CALL(VeskVideoVoSetParam, 1, nullptr), 1},
-                                      {CALL(VeskVideoVoGetParam, 1, nullptr), 1},
-                                      {CALL(VeskVideoGetOrientation, 1, "any", 2.0), 0},
-                                  });
-}
+static const Family outputs("vesk_video_interface", FailureForm::kFunction, [] {
+    constexpr uint32_t kPort = 0xfffffffe; // zero-extended, never sign-extended
+    static const VeskVideoVoPortParam param{1, 4000000000, -3, 4, -5, 6, -7, 8, 255, {}};
+    static const std::array<int32_t, 2> offset{-10, 20};
+    return Rows{
+        ROW(VESK_VIDEO_MSG_GET_VO_COUNT, 7, VeskVideoGetVoCount, Out())
+            .Null("count")
+            .Fails(FailureForm::kMessage),
+        ROW(VESK_VIDEO_MSG_GET_VO_PORT, 8, VeskVideoGetVoPort, Out{2}, 2)
+            .Head(2)
+            .Null("voPortInfo")
+            .Refuses(2, {}, [] { return VeskVideoGetVoPort(reinterpret_cast<VeskVideoVoPortInfo*>(8), 0); })
+            .Fails(FailureForm::kMessage),
+        ROW(VESK_VIDEO_MSG_OPEN_VO_PORT, 20, VeskVideoVoOpen, kPort, Out())
+            .Head(kPort)
+            .Says("%s: voPort=4294967294.")
+            .Null("outEngNo")
+            .End("#####send %m msg[0] 77 #####\n"),
+        ROW(VESK_VIDEO_MSG_SET_VO_PARAM, 22, VeskVideoVoSetParam, 5, &param)
+            .Head(5)
+            .Bare()
+            .Traces("#####send %m start 5 #####\n")
+            .Null("voPortParam")
+            .Says("%s:voPortParam: 1 4000000000 -3 4 -5 6 -7 8 255"),
+        ROW(VESK_VIDEO_MSG_SET_VO_QUE_HANDLE, 23, VeskVideoVoSetQueHandle, 2, 7)
+            .Head(2, 7)
+            .Says("%s:  outEngNo=2 queHandle=7 "),
+        ROW(VESK_VIDEO_MSG_GET_VO_PARAM, 24, VeskVideoVoGetParam, 5, Out())
+            .Head(5)
+            .Bare()
+            .Traces("#####send %m start 5 #####\n")
+            .Null("voPortParam"),
+        ROW(VESK_VIDEO_MSG_SET_SCREEN_OFFSET, 26, VeskVideoVoSetOffset, 3, -10, 20)
+            .Head(3)
+            .Payload(BytesOf(offset))
+            .Says("%s: outEngNo=3 xOffset=-10 yOffset=20."),
+        ROW(VESK_VIDEO_MSG_VO_START, 27, VeskVideoVoStart, 5).Head(5).Says("%s:  outEngNo=5"),
+        ROW(VESK_VIDEO_MSG_VO_STOP, 28, VeskVideoVoStop, 5).Head(5).Says("%s: outEngNo=5."),
+        ROW(VESK_VIDEO_MSG_VO_CLOSE, 29, VeskVideoVoClose, 5).Head(5).Says("%s: outEngNo=5."),
+        ROW(VESK_VIDEO_MSG_VO_ENABLE, 140, VeskVideoVoEnable, 1)
+            .Head(1)
+            .Bare()
+            .Traces("#####send %m start 1 #####\n")
+            .Says("%s: voPort=1.")
+            .Fails({"T1 %s failed[9] 1.", "L1 %s failed[9] 1."}),
+        ROW(VESK_VIDEO_MSG_VO_DISABLE, 141, VeskVideoVoDisable, 1)
+            .Head(1)
+            .Bare()
+            .Says("vo disable, voPort=1")
+            .Start()
+            .Says("%s: voPort=1.")
+            .Fails({"T1 %s failed[9] 1.", "L1 %s failed[9] 1."}),
+    };
+});

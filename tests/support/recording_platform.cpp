@@ -23,14 +23,15 @@ std::condition_variable g_routineRuns;
 constexpr uint32_t kThreshold = 77;
 constexpr uint32_t kLogId = 88;
 
-__attribute__((format(printf, 2, 0))) void Record(const std::string& origin, const char* format,
-                                                  va_list values)
+__attribute__((format(printf, 3, 0))) void Record(const std::string& origin, uint32_t line,
+                                                  const char* format, va_list values)
 {
     char text[8192];
     std::vsnprintf(text, sizeof text, format, values);
     const std::lock_guard guard(g_lock);
     Get().lines.push_back(origin + text);
     Get().formats.push_back(format);
+    Get().sourceLines.push_back(line);
 }
 
 Sent Copy(const OsMsgEnvelope& envelope)
@@ -120,7 +121,7 @@ void ZORA_Trace(uint32_t threshold, uint32_t level, const char* module, const ch
         std::abort();
     va_list values;
     va_start(values, format);
-    Record('T' + std::to_string(level) + ' ' + function + ' ', format, values);
+    Record('T' + std::to_string(level) + ' ' + function + ' ', line, format, values);
     va_end(values);
 }
 
@@ -133,7 +134,7 @@ void VeskOmLogModuleLogRecord(uint32_t level, uint32_t logId, const char* source
         std::abort();
     va_list values;
     va_start(values, format);
-    Record('L' + std::to_string(level) + ' ' + source + ' ', format, values);
+    Record('L' + std::to_string(level) + ' ' + source + ' ', line, format, values);
     va_end(values);
 }
 
@@ -146,11 +147,13 @@ uint32_t OsMsgSynSend(OsMsgEnvelope* envelope, OsMsgEnvelope** response, uint32_
     sent.timeout = timeoutMs;
     Get().sent.push_back(sent);
     const Answer answer = Get().answer(sent);
-    if (answer.data) {
+    if (answer.data || answer.statedLength) {
         auto* handed = static_cast<OsMsgEnvelope*>(std::calloc(1, sizeof(OsMsgEnvelope)));
-        handed->dataLen = static_cast<uint32_t>(answer.data->size());
-        handed->data = std::malloc(std::max<size_t>(answer.data->size(), 1)); // reading past it is seen
-        std::copy(answer.data->begin(), answer.data->end(), static_cast<std::byte*>(handed->data));
+        handed->dataLen = answer.statedLength.value_or(answer.data ? uint32_t(answer.data->size()) : 0);
+        if (answer.data) {
+            handed->data = std::malloc(std::max<size_t>(answer.data->size(), 1)); // reading past it is seen
+            std::copy(answer.data->begin(), answer.data->end(), static_cast<std::byte*>(handed->data));
+        }
         *response = handed;
         ++Get().unreleased;
     }
@@ -196,6 +199,28 @@ int32_t OsSetProcessAffinity(uint32_t threadId, const cpu_set_t* cpuSet, uint32_
 {
     Get().affinities.emplace_back(threadId, *cpuSet);
     return Get().affinityResult;
+}
+
+uint32_t OsShmAdvancedBuffCreateQueue(OsMemQueReq* request, uint32_t* queueId)
+{
+    Get().createdQueues.push_back(*request);
+    if (const auto during = Get().duringCreateQueue)
+        during();
+    if (Get().createQueueResult == 0)
+        *queueId = 500;
+    return Get().createQueueResult;
+}
+
+uint32_t OsShmAdvancedInitQueue(uint32_t queueId, const char* peerProcName)
+{
+    Get().initialisedQueues.emplace_back(queueId, peerProcName);
+    return Get().initQueueResult;
+}
+
+uint32_t OsShmAdvancedActivateQueue(uint32_t queueId, bool enable)
+{
+    Get().activatedQueues.emplace_back(queueId, enable);
+    return Get().activateQueueResult;
 }
 
 int memcpy_s(void* dest, size_t destMax, const void* src, size_t count)

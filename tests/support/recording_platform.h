@@ -1,8 +1,9 @@
-// A platform that records what the library does at the seam and answers as a test tells it. Linked into
+// A platform that records what the library asks of it and answers as a test tells it. Linked into
 // a test program, its functions take the place of the host platform's.
 #pragma once
 
 #include "platform/os_msg.h"
+#include "platform/os_queue.h"
 #include "vesk_video/message.h"
 
 #include <cstddef>
@@ -27,10 +28,12 @@ struct Sent {
     Bytes Payload() const { return Bytes(data.begin() + sizeof(VeskVideoMsgHead), data.end()); }
 };
 
-/// What OsMsgSynSend gives back: a nonzero result, or the data block of an answer (none: no answer).
+/// What OsMsgSynSend gives back: a nonzero result, or the data block of an answer (none: no answer). With a
+/// stated length the answer says that it is so long and has no data at all.
 struct Answer {
     uint32_t sendResult = 0;
-    std::optional<Bytes> data;
+    std::optional<Bytes> data = {};
+    std::optional<uint32_t> statedLength = {};
 };
 
 struct RegisteredTask {
@@ -42,19 +45,27 @@ struct RegisteredTask {
 struct Platform {
     /// Lines as "T1 Function text" or "L3 source text": sink, level, origin, formatted text.
     std::vector<std::string> lines;
-    std::vector<std::string> formats; ///< The formats of the same lines.
+    std::vector<std::string> formats;  ///< The formats of the same lines.
+    std::vector<uint32_t> sourceLines; ///< Where they were written.
     std::vector<Sent> sent;
     std::vector<RegisteredTask> tasks;
     std::vector<std::pair<uint32_t, cpu_set_t>> affinities;
     void (*logFunction)(uint32_t, const char*) = nullptr;
     uint32_t logLevel = 0;
     int unreleased = 0; ///< Answers handed out and not given back.
+    std::vector<OsMemQueReq> createdQueues;
+    std::vector<std::pair<uint32_t, std::string>> initialisedQueues;
+    std::vector<std::pair<uint32_t, bool>> activatedQueues;
 
     // What the platform does.
     std::function<Answer(const Sent&)> answer;
     uint32_t asynResult = 0;
     uint32_t regTaskResult = 0;
     int32_t affinityResult = 0;
+    uint32_t createQueueResult = 0;
+    std::function<void()> duringCreateQueue;
+    uint32_t initQueueResult = 0;
+    uint32_t activateQueueResult = 0;
     int failingCopy = 0;  ///< The n-th memcpy_s from now fails.
     int failingSet = 0;   ///< The n-th memset_s from now fails.
     bool isQuiet = false; ///< Records nothing, so that only the library allocates.

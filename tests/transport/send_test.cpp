@@ -1,4 +1,4 @@
-// The three sends and their two readers, byte by byte and line by line.
+// The three sends and the two readers of answers, byte by byte and line by line.
 #include "support/failing_malloc.h"
 #include "support/recording_platform.h"
 #include "vesk_video/vesk_video.h"
@@ -11,29 +11,47 @@ using namespace recording;
 
 namespace {
 
-constexpr VeskVideoMsgHead kHead{0, 27, 3, 0x1122334455667788, 9, 0};
+using Lines = std::vector<std::string>;
 
-std::string Name(const char (&field)[16])
+constexpr VeskVideoMsgHead kHead{0, 27, 3, 0x1122334455667788, 9, 0};
+const std::string kError = "L1 zora_msg_adapt ";
+
+uint32_t Plain(const void* payload = nullptr, uint32_t payloadLen = 0)
 {
-    return std::string(field, strnlen(field, sizeof field));
+    return VeskVideoSendSyncMsgWithoutResponse(&kHead, payload, payloadLen);
+}
+
+uint32_t Query(const void* payload, uint32_t payloadLen, void* out, uint32_t outLen = 4)
+{
+    return VeskVideoSendSyncMsg(&kHead, payload, payloadLen, out, outLen);
+}
+
+Lines ErrorLines()
+{
+    Lines lines;
+    for (const std::string& line : Get().lines) {
+        if (line.starts_with(kError))
+            lines.push_back(line.substr(kError.size()));
+    }
+    return lines;
+}
+
+Lines Twice(const std::string& line)
+{
+    return line.empty() ? Lines{} : Lines{line, line};
 }
 
 class SendTest : public testing::Test {
 protected:
     void SetUp() override { Reset(); }
     void TearDown() override { EXPECT_EQ(Get().unreleased, 0); }
-
-    static uint32_t Plain(const void* payload = nullptr, uint32_t payloadLen = 0)
-    {
-        return VeskVideoSendSyncMsgWithoutResponse(&kHead, payload, payloadLen);
-    }
 };
 
 } // namespace
 
 TEST_F(SendTest, EveryFieldOfTheEnvelopeStandsAtItsPlace)
 {
-    std::strcpy(NORTH_RECV_PROC_NAME + 6, "tail"); // goes along behind the first NUL
+    std::strcpy(NORTH_RECV_PROC_NAME + 6, "tail"); // goes along after the first NUL
     ASSERT_EQ(Plain("payload", 7), VESK_VIDEO_OK);
     std::memset(NORTH_RECV_PROC_NAME + 6, 0, 10);
 
@@ -43,6 +61,7 @@ TEST_F(SendTest, EveryFieldOfTheEnvelopeStandsAtItsPlace)
     EXPECT_EQ(sent.timeout, 5000U);
     OsMsgEnvelope expected{};
     expected.type = 1;
+    std::strcpy(expected.sendProcName, VeskVideoGetServiceName());
     std::memcpy(expected.sendTaskName, "VAPI", 4);
     expected.msgId = 27;
     std::memcpy(expected.recvProcName, "VIDEO\0tail", 10);
@@ -61,10 +80,10 @@ TEST_F(SendTest, AsynchronousSendCarriesTheHeaderAloneAndReturnsWhatThePlatformS
     ASSERT_EQ(Get().sent.size(), 1U);
     EXPECT_FALSE(Get().sent[0].isSynchronous);
     EXPECT_EQ(Get().sent[0].envelope.type, 0U);
+    EXPECT_EQ(Get().sent[0].envelope.msgId, 27U);
     EXPECT_EQ(Get().sent[0].data, BytesOf(kHead));
-    EXPECT_EQ(Get().lines,
-              std::vector<std::string>{"L3 zora_msg_adapt send sync msg: type=0, msgId=27, dataLen=24 "
-                                       "uwSubMsgID=3, ulParam1=1234605616436508552, ulParam2=9\n"});
+    EXPECT_EQ(Get().lines, Lines{"L3 zora_msg_adapt send sync msg: type=0, msgId=27, dataLen=24 "
+                                 "uwSubMsgID=3, ulParam1=1234605616436508552, ulParam2=9\n"});
 }
 
 TEST_F(SendTest, LinesOfASuccessfulExchange)
@@ -72,98 +91,81 @@ TEST_F(SendTest, LinesOfASuccessfulExchange)
     Plain();
     uint32_t out = 0;
     Get().answer = [](const Sent&) { return Answer{0, AnswerBytes(0, BytesOf(uint32_t{42}))}; };
-    EXPECT_EQ(VeskVideoSendSyncMsg(&kHead, nullptr, 0, &out, sizeof out), VESK_VIDEO_OK);
+    EXPECT_EQ(Query(nullptr, 0, &out), VESK_VIDEO_OK);
     EXPECT_EQ(out, 42U);
     const std::string sent = "send sync msg: type=1, msgId=27, dataLen=24 uwSubMsgID=3, "
                              "ulParam1=1234605616436508552, ulParam2=9\n";
-    EXPECT_EQ(Get().lines, (std::vector<std::string>{
-                               "T3 VeskVideoSendSyncMsgWithoutResponse " + sent,
-                               "T3 VeskVideoHeadleSyncResult recv video result success, ret=0",
-                               "T3 VeskVideoSendSyncMsg " + sent,
-                               "T3 VeskVideoHandleSyncResponse recv response success, dataLen = 4",
-                           }));
-    EXPECT_EQ(Get().formats[0], "send sync msg: type=%d, msgId=%u, dataLen=%u uwSubMsgID=%u, ulParam1=%llu, "
-                                "ulParam2=%u\n");
+    EXPECT_EQ(Get().lines, (Lines{"T3 VeskVideoSendSyncMsgWithoutResponse " + sent,
+                                  "T3 VeskVideoHeadleSyncResult recv video result success, ret=0",
+                                  "T3 VeskVideoSendSyncMsg " + sent,
+                                  "T3 VeskVideoHandleSyncResponse recv response success, dataLen = 4"}));
+    const std::string format = "send sync msg: type=%d, msgId=%u, dataLen=%u uwSubMsgID=%u, ulParam1=%llu, "
+                               "ulParam2=%u\n";
+    EXPECT_EQ(Get().formats[0], format);
     EXPECT_EQ(Get().formats[2], "send sync msg: type=%d, msgId=%d, dataLen=%d uwSubMsgID=%d, ulParam1=%llu, "
                                 "ulParam2=%d\n");
 }
 
 TEST_F(SendTest, AnswersAreJudgedByLengthAndResult)
 {
-    struct Case {
+    const Bytes head = AnswerBytes(0), four(4), five(5), three(3);
+    const std::string plainLength = "response buf error, zoraMsgLen=24 rspBufLen=";
+    const struct {
         const char* what;
         Answer answer;
         uint32_t plainResult;
         std::string plainLine; // written twice
         uint32_t queryResult;
         std::string queryLine;
-    };
-    Bytes tooShort = AnswerBytes(0);
-    tooShort.pop_back();
-    const Bytes four(4), five(5), three(3);
-    const Case cases[] = {
-        {"refused by the platform", {0x2a, {}}, 1, "send sync msg Fail[0x2a]", 1, "send sync msg Fail[0x2a]"},
-        {"no answer", {0, {}}, 1, "send sync msg Fail[0x0]", 1, "send sync msg Fail[0]"},
+    } cases[] = {
+        {"refused by the platform", {0x2a}, 1, "send sync msg Fail[0x2a]", 1, "send sync msg Fail[0x2a]"},
+        {"no answer", {}, 1, "send sync msg Fail[0x0]", 1, "send sync msg Fail[0]"},
         {"23 bytes",
-         {0, tooShort},
+         {0, Bytes(head.begin(), head.end() - 1)},
          1,
-         "response buf error, zoraMsgLen=24 rspBufLen=23",
+         plainLength + "23",
          1,
          "sync response error, msgId[27] dataLen[23]"},
-        {"nothing at all",
-         {0, Bytes()},
+        {"0 bytes", {0, Bytes()}, 1, plainLength + "0", 1, "sync response error, msgId[27] dataLen[0]"},
+        {"a header without data",
+         {0, {}, 24},
          1,
-         "response buf error, zoraMsgLen=24 rspBufLen=0",
+         plainLength + "24",
          1,
-         "sync response error, msgId[27] dataLen[0]"},
+         "sync response error, msgId[27] dataLen[24]"},
+        {"28 bytes without data",
+         {0, {}, 28},
+         1,
+         plainLength + "28",
+         1,
+         "sync response error, msgId[27] dataLen[28]"},
         {"bare header, result 7", {0, AnswerBytes(7)}, 7, "", 7, ""},
-        {"result 0xffff with payload",
-         {0, AnswerBytes(0xffff, five)},
-         1,
-         "response buf error, zoraMsgLen=24 rspBufLen=29",
-         0xffff,
-         ""},
-        {"payload as asked for",
-         {0, AnswerBytes(0, four)},
-         1,
-         "response buf error, zoraMsgLen=24 rspBufLen=28",
-         0,
-         ""},
+        {"result 0xffff with payload", {0, AnswerBytes(0xffff, five)}, 1, plainLength + "29", 0xffff, ""},
+        {"payload as asked for", {0, AnswerBytes(0, four)}, 1, plainLength + "28", 0, ""},
         {"payload too long",
          {0, AnswerBytes(0, five)},
          1,
-         "response buf error, zoraMsgLen=24 rspBufLen=29",
+         plainLength + "29",
          1,
          "response buf error, outBufLen=4 rspBufLen=5"},
         {"payload too short",
          {0, AnswerBytes(0, three)},
          1,
-         "response buf error, zoraMsgLen=24 rspBufLen=27",
+         plainLength + "27",
          1,
          "response buf error, outBufLen=4 rspBufLen=3"},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
-        const auto errorLines = [] {
-            std::vector<std::string> lines;
-            for (const std::string& line : Get().lines) {
-                if (line.starts_with("L1 zora_msg_adapt "))
-                    lines.push_back(line.substr(sizeof "L1 zora_msg_adapt " - 1));
-            }
-            return lines;
-        };
-        const auto twice = [](const std::string& line) {
-            return line.empty() ? std::vector<std::string>{} : std::vector<std::string>{line, line};
-        };
         Reset();
         Get().answer = [&c](const Sent&) { return c.answer; };
         EXPECT_EQ(Plain(), c.plainResult);
-        EXPECT_EQ(errorLines(), twice(c.plainLine));
+        EXPECT_EQ(ErrorLines(), Twice(c.plainLine));
         Get().lines.clear();
         uint32_t out = 0xabababab;
-        EXPECT_EQ(VeskVideoSendSyncMsg(&kHead, nullptr, 0, &out, sizeof out), c.queryResult);
+        EXPECT_EQ(Query(nullptr, 0, &out), c.queryResult);
         EXPECT_EQ(out, c.queryResult == 0 ? 0 : 0xabababab);
-        EXPECT_EQ(errorLines(), twice(c.queryLine));
+        EXPECT_EQ(ErrorLines(), Twice(c.queryLine));
         EXPECT_EQ(Get().unreleased, 0);
     }
 }
@@ -171,36 +173,28 @@ TEST_F(SendTest, AnswersAreJudgedByLengthAndResult)
 TEST_F(SendTest, ArgumentsAreRefusedBeforeAnythingIsSent)
 {
     uint32_t out = 0;
-    const std::string origin = "L1 zora_msg_adapt ";
     const struct {
         const char* what;
         std::function<uint32_t()> call;
-        std::vector<std::string> lines;
+        Lines lines;
     } cases[] = {
-        {"payload of no length",
-         [] { return Plain("x", 0); },
-         {"input param error, rspBufLen=0", "input param error, rspBufLen=0"}},
-        {"one byte too long",
-         [] { return Plain("x", 4194281); },
-         {"input param error, rspBufLen=4194281", "input param error, rspBufLen=4194281"}},
-        {"length that overflows",
-         [] { return Plain("x", UINT32_MAX); },
-         {"input param error, rspBufLen=-1", "input param error, rspBufLen=-1"}},
+        {"payload of no length", [] { return Plain("x", 0); }, Twice("input param error, rspBufLen=0")},
+        {"one byte too long", [] { return Plain("x", 4194281); },
+         Twice("input param error, rspBufLen=4194281")},
+        {"length that overflows", [] { return Plain("x", UINT32_MAX); },
+         Twice("input param error, rspBufLen=-1")},
         {"no response buffer",
-         [] { return VeskVideoSendSyncMsg(&kHead, nullptr, 0, nullptr, 4); },
+         [] { return Query(nullptr, 0, nullptr); },
          {"input param error, rspBufLen=4", "input param error, rspBuf rspBufLen=4"}},
         {"response buffer of no length",
-         [&] { return VeskVideoSendSyncMsg(&kHead, nullptr, 0, &out, 0); },
+         [&] { return Query(nullptr, 0, &out, 0); },
          {"input param error, rspBufLen=0", "input param error, rspBuf rspBufLen=0"}},
-        {"query one byte too long",
-         [&] { return VeskVideoSendSyncMsg(&kHead, "x", 4194281, &out, 4); },
-         {"msg data is too long, msgLen=4194281 totalLen=4194305",
-          "msg data is too long, msgLen=4194281 totalLen=4194305"}},
-        {"query that overflows",
-         [&] { return VeskVideoSendSyncMsg(&kHead, "x", UINT32_MAX, &out, 4); },
-         {"msg data is too long, msgLen=-1 totalLen=23", "msg data is too long, msgLen=-1 totalLen=23"}},
+        {"query one byte too long", [&] { return Query("x", 4194281, &out); },
+         Twice("msg data is too long, msgLen=4194281 totalLen=4194305")},
+        {"query that overflows", [&] { return Query("x", UINT32_MAX, &out); },
+         Twice("msg data is too long, msgLen=-1 totalLen=23")},
         {"length without a payload",
-         [&] { return VeskVideoSendSyncMsg(&kHead, nullptr, 8, &out, 4); },
+         [&] { return Query(nullptr, 8, &out); },
          {"input param error, payload is NULL, payloadLen=8"}},
     };
     for (const auto& c : cases) {
@@ -208,20 +202,22 @@ TEST_F(SendTest, ArgumentsAreRefusedBeforeAnythingIsSent)
         Reset();
         EXPECT_EQ(c.call(), 2U);
         EXPECT_TRUE(Get().sent.empty());
-        std::vector<std::string> expected;
-        for (const std::string& line : c.lines)
-            expected.push_back(origin + line);
-        EXPECT_EQ(Get().lines, expected);
+        EXPECT_EQ(ErrorLines(), c.lines);
     }
 }
 
 TEST_F(SendTest, TheLimitBoundsHeaderAndPayloadTogether)
 {
     const Bytes payload(4194280, std::byte{0x5a});
+    uint32_t out = 0;
     EXPECT_EQ(Plain(payload.data(), 4194280), VESK_VIDEO_OK);
-    EXPECT_EQ(Get().sent.back().data.size(), 4194304U);
-    EXPECT_EQ(Get().sent.back().Payload(), payload);
+    EXPECT_EQ(Query(payload.data(), 4194280, &out), 1U); // answered without a payload
+    for (const Sent& sent : Get().sent) {
+        EXPECT_EQ(sent.data.size(), 4194304U);
+        EXPECT_EQ(sent.Payload(), payload);
+    }
     EXPECT_EQ(Plain(nullptr, 100), VESK_VIDEO_OK); // a null payload has no length
+    ASSERT_EQ(Get().sent.size(), 3U);
     EXPECT_EQ(Get().sent.back().data.size(), 24U);
 }
 
@@ -229,23 +225,26 @@ TEST_F(SendTest, FailedCopiesFailTheSendAndNothingLeaves)
 {
     // Copies of a query: four names, header, payload, response.
     uint32_t out = 0;
-    Get().answer = [](const Sent&) { return Answer{0, AnswerBytes(0, Bytes(4))}; };
     for (int failing = 1; failing <= 7; ++failing) {
         SCOPED_TRACE(failing);
-        Get().sent.clear();
-        Get().lines.clear();
+        Reset();
+        Get().answer = [](const Sent&) { return Answer{0, AnswerBytes(0, Bytes(4))}; };
         Get().failingCopy = failing;
-        EXPECT_EQ(VeskVideoSendSyncMsg(&kHead, "p", 1, &out, sizeof out), 1U);
+        EXPECT_EQ(Query("p", 1, &out), 1U);
         EXPECT_EQ(Get().sent.size(), failing == 7 ? 1U : 0U);
+        EXPECT_EQ(ErrorLines().size(), failing <= 4 ? 1U : failing == 7 ? 2U : 0U);
     }
-    EXPECT_EQ(Get().lines.back(), "L1 zora_msg_adapt memcpy_s failed, outBufLen=4 rspBufLen=4");
-    Get().lines.clear();
+    EXPECT_EQ(ErrorLines(), Twice("memcpy_s failed, outBufLen=4 rspBufLen=4"));
+    Reset();
     Get().failingCopy = 3;
     EXPECT_EQ(VeskVideoSendAsyncMsg(&kHead), 1U);
-    EXPECT_EQ(Get().lines, std::vector<std::string>{"L1 zora_msg_adapt memcpy_s failed, recvTaskName[VCTL] "
-                                                    "recvProcName[VIDEO] sendProcName[] sendTaskName[]"});
+    EXPECT_EQ(ErrorLines(), Lines{"memcpy_s failed, recvTaskName[VCTL] recvProcName[VIDEO] sendProcName[] "
+                                  "sendTaskName[]"});
+    Get().failingCopy = 5;
+    EXPECT_EQ(VeskVideoSendAsyncMsg(&kHead), 1U);
     Get().failingSet = 1;
     EXPECT_EQ(Plain(), 1U);
+    EXPECT_TRUE(Get().sent.empty());
 }
 
 TEST_F(SendTest, WithoutMemoryASendFailsWithItsLine)
@@ -254,23 +253,21 @@ TEST_F(SendTest, WithoutMemoryASendFailsWithItsLine)
         GTEST_SKIP() << "the sanitizer's allocator is in place";
     uint32_t out = 0;
     const Bytes payload(1000);
-    const auto lines = [](const std::string& text) {
-        return std::vector<std::string>(2, "L1 zora_msg_adapt malloc failed, len=" + text);
-    };
+    Get().lines.reserve(8);
+    Get().formats.reserve(8);
+    Get().sourceLines.reserve(8);
     {
         const failing_malloc::Scope scope(1024);
         EXPECT_EQ(Plain(payload.data(), 1000), 1U);
-        EXPECT_EQ(Get().lines, lines("1024"));
-        Get().lines.clear();
-        EXPECT_EQ(VeskVideoSendSyncMsg(&kHead, payload.data(), 1000, &out, 4), 1U);
-        EXPECT_EQ(Get().lines, lines("1024"));
-        Get().lines.clear();
+        EXPECT_EQ(Query(payload.data(), 1000, &out), 1U);
     }
-    Get().lines.reserve(8);
-    Get().formats.reserve(8);
-    const failing_malloc::Scope scope(24);
-    EXPECT_EQ(VeskVideoSendAsyncMsg(&kHead), 1U);
-    EXPECT_EQ(Get().lines, lines("24"));
+    EXPECT_EQ(ErrorLines(), Lines(4, "malloc failed, len=1024"));
+    Get().lines.clear();
+    {
+        const failing_malloc::Scope scope(24);
+        EXPECT_EQ(VeskVideoSendAsyncMsg(&kHead), 1U);
+    }
+    EXPECT_EQ(ErrorLines(), Twice("malloc failed, len=24"));
     EXPECT_TRUE(Get().sent.empty());
 }
 
@@ -286,11 +283,4 @@ TEST_F(SendTest, ARequestAllocatesOnce)
     EXPECT_EQ(failing_malloc::Count(), before + 1);
     EXPECT_EQ(VeskVideoVoOpen(1, &out), 1U);
     EXPECT_EQ(failing_malloc::Count(), before + 2);
-}
-
-TEST_F(SendTest, TheServiceNameIsEmptyBeforeInit)
-{
-    EXPECT_STREQ(VeskVideoGetServiceName(), "");
-    EXPECT_EQ(Plain(), VESK_VIDEO_OK);
-    EXPECT_EQ(Name(Get().sent[0].envelope.sendProcName), "");
 }

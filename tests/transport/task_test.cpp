@@ -6,10 +6,25 @@
 
 #include <condition_variable>
 #include <cstring>
+#include <dlfcn.h>
 #include <mutex>
 #include <pthread.h>
 
 using namespace recording;
+
+// Thread functions of this program that can be made to fail, ahead of the system's.
+static std::string g_failing;
+
+#define FAILING(function, parameters, arguments)                                                             \
+    extern "C" int function parameters noexcept                                                              \
+    {                                                                                                        \
+        static const auto real = reinterpret_cast<int(*) parameters>(dlsym(RTLD_NEXT, #function));           \
+        return g_failing == #function ? EINVAL : real arguments;                                             \
+    }
+FAILING(pthread_attr_init, (pthread_attr_t * attr), (attr))
+FAILING(pthread_attr_destroy, (pthread_attr_t * attr), (attr))
+FAILING(pthread_attr_setschedpolicy, (pthread_attr_t * attr, int policy), (attr, policy))
+FAILING(pthread_detach, (pthread_t thread), (thread))
 
 namespace {
 
@@ -90,18 +105,28 @@ TEST_F(TaskTest, EachFailureHasItsLine)
     MsgTaskDesc refused = Description();
     MsgTaskDesc unbound = Description();
     unbound.cpuMask = 0;
+    MsgTaskDesc threadless = Description();
+    MsgTaskDesc threaded = Description();
+    threaded.entry = [](void*) -> void* { return nullptr; };
+    const std::string policy = "T1 VeskVideoSetThreadSchedparam ";
     struct {
         MsgTaskDesc* desc;
         uint32_t result;
         std::vector<std::string> lines;
         size_t registered;
+        const char* failing = "";
     } cases[] = {
         {nullptr, 1, {origin + "task is null"}, 0},
-        {&stack, 1, {origin + "set stack size fail"}, 0},
-        {&priority,
+        {&threadless, 1, {origin + "attr init fail"}, 0, "pthread_attr_init"},
+        {&threadless,
          1,
-         {"T1 VeskVideoSetThreadSchedparam set schedparam", origin + "VeskVideoSetThreadSchedparam fail"},
-         0},
+         {policy + "set schedpolicy fail", origin + "VeskVideoSetThreadSchedparam fail"},
+         0,
+         "pthread_attr_setschedpolicy"},
+        {&threaded, 0, {origin + "detach not OK\n"}, 1, "pthread_detach"},
+        {&threadless, 0, {origin + "destroy attr fail"}, 1, "pthread_attr_destroy"},
+        {&stack, 1, {origin + "set stack size fail"}, 0},
+        {&priority, 1, {policy + "set schedparam", origin + "VeskVideoSetThreadSchedparam fail"}, 0},
         {&refused, 1, {origin + "reg msg fail"}, 1},
         {&unbound, 0, {origin + "it is not set mask ok"}, 1},
     };
@@ -109,7 +134,9 @@ TEST_F(TaskTest, EachFailureHasItsLine)
         Reset();
         Get().regTaskResult = c.desc == &refused ? 5 : 0;
         Get().affinityResult = -1;
+        g_failing = c.failing;
         EXPECT_EQ(VeskVideoRegOneMsgTask(c.desc), c.result);
+        g_failing.clear();
         c.lines.insert(c.lines.begin(), "T3 VeskVideoRegOneMsgTask going reg one task");
         EXPECT_EQ(Get().lines, c.lines);
         EXPECT_EQ(Get().tasks.size(), c.registered);

@@ -1,44 +1,23 @@
-// UVC streams: every request over its row.
-#include "interface/request_table.h"
-#include "vesk_video/vesk_video.h"
+// UVC streams.
+#include "support/request_table.h"
 
-#include <gtest/gtest.h>
-
-using namespace recording;
 using namespace request_table;
 
-namespace {
-
-constexpr char kSource[] = "vesk_video_interface_uvc";
-
-uint32_t g_number;
-
-} // namespace
-
-TEST(UvcRequests, EachOverItsRow)
-{
-    static const auto param = Pattern<VeskVideoUvcParam>(1);
-    static const auto paramEx = Pattern<VeskVideoUvcParamEx>(2);
-    const std::vector<Row> rows{
-        Row(CALL(VeskVideoUvcInit), Head(48)).IsAsynchronous().FailsAs(1),
-        Row(CALL(VeskVideoUvcDeinit), Head(49)).IsAsynchronous().FailsAs(1),
-        Row(CALL(VeskVideoUvcOpen, &g_number), Head(50)).Answer(Bytes(4)).FailsAs(1),
-        Row(CALL(VeskVideoUvcSetStmParam, 0xfffffffe, &param), Head(51, 0xfffffffe)).Payload(BytesOf(param)),
-        Row(CALL(VeskVideoUvcSetStmParamEx, 3, &paramEx), Head(52, 3)).Payload(BytesOf(paramEx)),
-        Row(CALL(VeskVideoUvcStartStream, 3), Head(53, 3)),
-        Row(CALL(VeskVideoUvcStopStream, 3), Head(54, 3)),
-        Row(CALL(VeskVideoUvcClose, 3), Head(55, 3)),
-        Row(CALL(VeskVideoUvcForceKeyFrame, 7), Head(131, 7)).FailsAs(1),
+static const Family streams("vesk_video_interface_uvc", FailureForm::kSendInvalid, [] {
+    return Rows{
+        ROW(VESK_VIDEO_MSG_INIT_UVC, 48, VeskVideoUvcInit).IsAsynchronous().FailsAs(1),
+        ROW(VESK_VIDEO_MSG_DEINIT_UVC, 49, VeskVideoUvcDeinit).IsAsynchronous().FailsAs(1),
+        ROW(VESK_VIDEO_MSG_OPEN_UVC_PORT, 50, VeskVideoUvcOpen, Out()).Null("uvcStmNo").FailsAs(1),
+        ROW(VESK_VIDEO_MSG_SET_UVC_PARAM, 51, VeskVideoUvcSetStmParam, 0xfffffffe, In())
+            .Head(0xfffffffe)
+            .Null("uvcParam"),
+        ROW(VESK_VIDEO_MSG_SET_UVC_PARAM_EX, 52, VeskVideoUvcSetStmParamEx, 3, In()).Head(3).Null("uvcParam"),
+        ROW(VESK_VIDEO_MSG_START_UVC_STREAM, 53, VeskVideoUvcStartStream, 3).Head(3),
+        ROW(VESK_VIDEO_MSG_STOP_UVC_STREAM, 54, VeskVideoUvcStopStream, 3).Head(3),
+        ROW(VESK_VIDEO_MSG_CLOSE_UVC_PORT, 55, VeskVideoUvcClose, 3).Head(3),
+        ROW(VESK_VIDEO_MSG_UVC_REQ_I_FRAME, 131, VeskVideoUvcForceKeyFrame, 7)
+            .Head(7)
+            .Refuses(11, {"L1 uvcStmNo[8] is invaild\n"}, CALL(VeskVideoUvcForceKeyFrame, 8))
+            .FailsAs(1),
     };
-    Drive(kSource, rows);
-}
-
-TEST(UvcRequests, RefusedBeforeAnythingIsSent)
-{
-    Drive(kSource, std::vector<Refusal>{
-                       {CALL(VeskVideoUvcOpen, nullptr), 1},
-                       {CALL(VeskVideoUvcSetStmParam, 1, nullptr), 1},
-                       {CALL(VeskVideoUvcSetStmParamEx, 1, nullptr), 1},
-                       {CALL(VeskVideoUvcForceKeyFrame, 8), 11},
-                   });
-}
+});
