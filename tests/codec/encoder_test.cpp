@@ -35,68 +35,44 @@ static const Family encoders("vesk_video_interface_codec", FailureForm::kFunctio
     static const VeskVideoEncParamEx paramEx = ParamEx(50000);
     static std::vector<VeskVideoEncStatusInfo> infos(131072);
     const Lines tooShort{"T1 decParam len error", "L1 decParam len error"};
+    // clang-format off
     return Rows{
-        ROW(VESK_VIDEO_MSG_ENC_CREATE, 30, VeskVideoEncoderCreate, Out())
-            .Null("encStmNo")
-            .Says("%s enter.")
+        ROW(VESK_VIDEO_MSG_ENC_CREATE, 30, VeskVideoEncoderCreate, Out()).Null("encStmNo").Says("%s enter.")
             .End("#####send %m msg[0] 77 #####\n"),
-        ROW(VESK_VIDEO_MSG_ENC_DELETE, 31, VeskVideoEncoderDelete, 0xfffffffe)
-            .Head(0xfffffffe)
+        ROW(VESK_VIDEO_MSG_ENC_DELETE, 31, VeskVideoEncoderDelete, 0xfffffffe).Head(0xfffffffe)
             .Says("%s: encStmNo=4294967294."),
-        ROW(VESK_VIDEO_MSG_SET_ENC_PARAM, 32, VeskVideoEncoderSetParam, 4, &param)
-            .Head(4)
+        ROW(VESK_VIDEO_MSG_SET_ENC_PARAM, 32, VeskVideoEncoderSetParam, 4, &param).Head(4)
             .Null("encParam", 2)
             .Refuses(2, {"L3 " + ParamLine("3"), "L1 Do not support VESK_VIDEO_ENC_SVC_SW type"},
-                     CALL(VeskVideoEncoderSetParam, 4, &svc))
+                CALL(VeskVideoEncoderSetParam, 4, &svc))
             .Says(ParamLine("4")),
-        ROW(VESK_VIDEO_MSG_SET_ENC_QUE_HANDLE, 35, VeskVideoEncoderSetQueHandle, 4, 5)
-            .Head(4, 5)
+        ROW(VESK_VIDEO_MSG_SET_ENC_QUE_HANDLE, 35, VeskVideoEncoderSetQueHandle, 4, 5).Head(4, 5)
             .Says("%s:encStmNo=4, queId=5."),
-        ROW(VESK_VIDEO_MSG_GET_ENC_PARAM, 36, VeskVideoEncoderGetParam, 4, Out())
-            .Head(4)
-            .Bare()
-            .Traces("#####send %m start 4 #####\n")
-            .Null("encParam", 2),
+        ROW(VESK_VIDEO_MSG_GET_ENC_PARAM, 36, VeskVideoEncoderGetParam, 4, Out()).Head(4).Bare()
+            .Traces("#####send %m start 4 #####\n").Null("encParam", 2),
         ROW(VESK_VIDEO_MSG_ENC_START, 37, VeskVideoEncoderStart, 4).Head(4).Says("%s: encStmNo=4."),
         ROW(VESK_VIDEO_MSG_ENC_STOP, 38, VeskVideoEncoderStop, 4).Head(4).Says("%s: encStmNo=4."),
-        ROW(VESK_VIDEO_MSG_ENCODER_GET_STATUS, 90, VeskVideoEncoderGetStatus, 4, Out())
-            .Head(4)
-            .Bare()
-            .Traces("#####send %m start 4 #####\n")
-            .Null("status", 2)
-            .Unended(),
+        ROW(VESK_VIDEO_MSG_ENCODER_GET_STATUS, 90, VeskVideoEncoderGetStatus, 4, Out()).Head(4).Bare()
+            .Traces("#####send %m start 4 #####\n").Null("status", 2).Unended(),
         ROW(VESK_VIDEO_MSG_ENCODER_GET_ALL_STATUS, 91, VeskVideoEncoderGetStatusInfos, 2, InOut{2}, 64)
-            .Head(2)
-            .Bare()
-            .Traces("#####send %m start#####")
-            .Null("status", 2)
+            .Head(2).Bare().Traces("#####send %m start#####").Null("status", 2)
             .Refuses(2, tooShort, CALL(VeskVideoEncoderGetStatusInfos, 2, infos.data(), 63))
             .Refuses(2, tooShort, CALL(VeskVideoEncoderGetStatusInfos, 0x8000001, infos.data(), 4194304))
             .Refuses(2, {}, CALL(VeskVideoEncoderGetStatusInfos, 0, infos.data(), 64))
-            .Refuses(2, {}, CALL(VeskVideoEncoderGetStatusInfos, 131072, infos.data(), 4194304))
-            .Unended(),
+            .Refuses(2, {}, CALL(VeskVideoEncoderGetStatusInfos, 131072, infos.data(), 4194304)).Unended(),
         ROW(VESK_VIDEO_MSG_ENCODER_GET_CHR_STATISTICS, 92, VeskVideoEncoderGetChrStatistics, 4, Out())
-            .Head(4)
-            .Bare()
-            .Says("Get encoder chrstatistics start!")
-            .Traces("#####send %m start 4 #####\n")
-            .Null("statistics", 2)
-            .Unended(),
-        ROW(VESK_VIDEO_MSG_ENC_FORCE_KEYFRAME, 96, VeskVideoEncoderForceKeyFrame, 4)
-            .Head(4)
-            .Says("%s:encStmNo=4.")
-            .End("#####send %s msg[0]#####\n"),
+            .Head(4).Bare().Says("Get encoder chrstatistics start!").Traces("#####send %m start 4 #####\n")
+            .Null("statistics", 2).Unended(),
+        ROW(VESK_VIDEO_MSG_ENC_FORCE_KEYFRAME, 96, VeskVideoEncoderForceKeyFrame, 4).Head(4)
+            .Says("%s:encStmNo=4.").End("#####send %s msg[0]#####\n"),
         ROW(VESK_VIDEO_MSG_ENC_MODIFY_FRAME_RATE, 97, VeskVideoEncoderModifyFrameRate, 65537, 25)
-            .Head(25, 0, 1)
-            .Says("%s: encStmNo=65537 frameRate=25."),
-        ROW(VESK_VIDEO_MSG_SET_ENC_PARAM_EX, 135, VeskVideoEncoderSetParamEx, 4, &paramEx)
-            .Head(4)
-            .Null("encParam", 2)
-            .Says("%s:encStmNo=4, 50000, 2, 4, 253, 254, 255"),
-        ROW(VESK_VIDEO_MSG_GET_ENC_PARAM_EX, 136, VeskVideoEncoderGetParamEx, 4, Out())
-            .Head(4)
+            .Head(25, 0, 1).Says("%s: encStmNo=65537 frameRate=25."),
+        ROW(VESK_VIDEO_MSG_SET_ENC_PARAM_EX, 135, VeskVideoEncoderSetParamEx, 4, &paramEx).Head(4)
+            .Null("encParam", 2).Says("%s:encStmNo=4, 50000, 2, 4, 253, 254, 255"),
+        ROW(VESK_VIDEO_MSG_GET_ENC_PARAM_EX, 136, VeskVideoEncoderGetParamEx, 4, Out()).Head(4)
             .Null("encParam", 2),
     };
+    // clang-format on
 });
 
 TEST(Encoder, ExtendedParametersHaveRanges)

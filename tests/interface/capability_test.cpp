@@ -7,9 +7,12 @@ using namespace recording;
 using namespace request_table;
 
 static const Family capabilities("vesk_video_interface", FailureForm::kMessage, [] {
-    return Rows{ROW(VESK_VIDEO_MSG_GET_CAPABILITY, 153, VeskVideoGetCapability, 6, Out())
-                    .Head(0, 6)
-                    .Null("capability")};
+    // clang-format off
+    return Rows{
+        ROW(VESK_VIDEO_MSG_GET_CAPABILITY, 153, VeskVideoGetCapability, 6, Out()).Head(0, 6)
+            .Null("capability"),
+    };
+    // clang-format on
 });
 
 static const HasOwnTest encode(VESK_VIDEO_MSG_GET_ENCODE_CAPABILITY),

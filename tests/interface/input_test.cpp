@@ -11,71 +11,43 @@ using namespace request_table;
 static const Family inputs("vesk_video_interface", FailureForm::kFunction, [] {
     constexpr uint32_t kPort = 0xfffffffe; // zero-extended, never sign-extended
     static const VeskVideoViPortParam param{1, 4000000000, 200, 255, {}, -1, 2, -3, 4, -5, 6};
+    // clang-format off
     return Rows{
-        ROW(VESK_VIDEO_MSG_GET_VI_COUNT, 5, VeskVideoGetViCount, Out())
-            .Null("count")
-            .End("#####send %m msg[0] 77 #####\n")
-            .Fails(FailureForm::kMessage),
-        ROW(VESK_VIDEO_MSG_GET_VI_PORT, 6, VeskVideoGetViPort, Out{3}, 3)
-            .Head(3)
+        ROW(VESK_VIDEO_MSG_GET_VI_COUNT, 5, VeskVideoGetViCount, Out()).Null("count")
+            .End("#####send %m msg[0] 77 #####\n").Fails(FailureForm::kMessage),
+        ROW(VESK_VIDEO_MSG_GET_VI_PORT, 6, VeskVideoGetViPort, Out{3}, 3).Head(3)
             .NullIs("L1 param error, viPortInfo is null or count is 0", 2)
             .Refuses(2, {"L1 param error, viPortInfo is null or count is 0"},
-                     [] { return VeskVideoGetViPort(reinterpret_cast<VeskVideoViPortInfo*>(8), 0); })
+                [] { return VeskVideoGetViPort(reinterpret_cast<VeskVideoViPortInfo*>(8), 0); })
             .Fails(FailureForm::kMessage),
-        ROW(VESK_VIDEO_MSG_OPEN_VI_PORT, 9, VeskVideoViOpen, kPort, Out())
-            .Head(kPort)
-            .Says("%s: viPort=4294967294.")
-            .Null("inEngNo")
-            .End("#####send %m msg[0] 77 #####\n"),
+        ROW(VESK_VIDEO_MSG_OPEN_VI_PORT, 9, VeskVideoViOpen, kPort, Out()).Head(kPort)
+            .Says("%s: viPort=4294967294.").Null("inEngNo").End("#####send %m msg[0] 77 #####\n"),
         ROW(VESK_VIDEO_MSG_CLOSE_VI_PORT, 11, VeskVideoViClose, 4).Head(4).Says("%s: inEngNo=4."),
-        ROW(VESK_VIDEO_MSG_SET_VI_PARAM, 12, VeskVideoViSetParam, 4, &param)
-            .Head(4)
-            .Null("viPortParam")
+        ROW(VESK_VIDEO_MSG_SET_VI_PARAM, 12, VeskVideoViSetParam, 4, &param).Head(4).Null("viPortParam")
             .Says("%s: 1 4000000000 200 255 -1 2 -3 4 -5 6."),
-        ROW(VESK_VIDEO_MSG_GET_VI_PARAM, 13, VeskVideoViGetParam, 4, Out())
-            .Head(4)
-            .Bare()
-            .Traces("#####send %m start 4 #####\n")
-            .Null("viPortParam"),
-        ROW(VESK_VIDEO_MSG_SET_VI_CONNECT, 14, VeskVideoViConnect, 4, 5)
-            .Head(4, 5)
+        ROW(VESK_VIDEO_MSG_GET_VI_PARAM, 13, VeskVideoViGetParam, 4, Out()).Head(4).Bare()
+            .Traces("#####send %m start 4 #####\n").Null("viPortParam"),
+        ROW(VESK_VIDEO_MSG_SET_VI_CONNECT, 14, VeskVideoViConnect, 4, 5).Head(4, 5)
             .Says("%s: inEngNo=4 stmNo=5."),
-        ROW(VESK_VIDEO_MSG_SET_VI_DISCONNECT, 15, VeskVideoViDisconnect, 4, 5)
-            .Head(4, 5)
+        ROW(VESK_VIDEO_MSG_SET_VI_DISCONNECT, 15, VeskVideoViDisconnect, 4, 5).Head(4, 5)
             .Says("%s: inEngNo=4 stmNo=5."),
         ROW(VESK_VIDEO_MSG_VI_START, 16, VeskVideoViStart, 4).Head(4).Says("%s: inEngNo=4."),
         ROW(VESK_VIDEO_MSG_VI_STOP, 17, VeskVideoViStop, 4).Head(4).Says("%s: inEngNo=4."),
-        ROW(VESK_VIDEO_MSG_VI_MODIFY_INPUT, 18, VeskVideoViModifyInput, 4, 5)
-            .Head(4, 5)
-            .Says("%s: inEngNo=4 stmNo=5.")
-            .FailsFirst("Modify input, inEngNo[4] stmNo[5] result[9]"),
-        ROW(VESK_VIDEO_MSG_SET_CAMERA_QUEUE_ID, 70, VeskVideoSetViFaceQueHandle, 65541, 9)
-            .Head(9, 0, 5)
-            .IsAsynchronous()
-            .Says("%s enter inEngNo=65541 queId=9.")
-            .Fails(FailureForm::kMessage),
-        ROW(VESK_VIDEO_MSG_ENCODER_FREEZE, 137, VeskVideoViFreeze, 4, 255, "frozen", 3)
-            .Head(4, 255)
-            .Payload({std::byte{'f'}, std::byte{'r'}, std::byte{'o'}})
-            .Bare()
-            .Says("%s inEngNo=4 flag=255 length=3")
-            .Start(),
-        ROW(VESK_VIDEO_MSG_ENCODER_FREEZE, 137, VeskVideoViFreeze, 4, 0, nullptr, 16)
-            .Head(4)
-            .Bare()
-            .Says("%s inEngNo=4 flag=0 length=16")
-            .Start(),
-        ROW(VESK_VIDEO_MSG_VI_ENABLE, 138, VeskVideoViEnable, 2)
-            .Head(2)
-            .Bare()
-            .Says("vi enable, viPort=2")
-            .Start()
-            .Says("%s: viPort=2."),
-        ROW(VESK_VIDEO_MSG_VI_DISABLE, 139, VeskVideoViDisable, 2)
-            .Head(2)
-            .Says("%s: viPort=2.")
+        ROW(VESK_VIDEO_MSG_VI_MODIFY_INPUT, 18, VeskVideoViModifyInput, 4, 5).Head(4, 5)
+            .Says("%s: inEngNo=4 stmNo=5.").FailsFirst("Modify input, inEngNo[4] stmNo[5] result[9]"),
+        ROW(VESK_VIDEO_MSG_SET_CAMERA_QUEUE_ID, 70, VeskVideoSetViFaceQueHandle, 65541, 9).Head(9, 0, 5)
+            .IsAsynchronous().Says("%s enter inEngNo=65541 queId=9.").Fails(FailureForm::kMessage),
+        ROW(VESK_VIDEO_MSG_ENCODER_FREEZE, 137, VeskVideoViFreeze, 4, 255, "frozen", 3).Head(4, 255)
+            .Payload({std::byte{'f'}, std::byte{'r'}, std::byte{'o'}}).Bare()
+            .Says("%s inEngNo=4 flag=255 length=3").Start(),
+        ROW(VESK_VIDEO_MSG_ENCODER_FREEZE, 137, VeskVideoViFreeze, 4, 0, nullptr, 16).Head(4).Bare()
+            .Says("%s inEngNo=4 flag=0 length=16").Start(),
+        ROW(VESK_VIDEO_MSG_VI_ENABLE, 138, VeskVideoViEnable, 2).Head(2).Bare().Says("vi enable, viPort=2")
+            .Start().Says("%s: viPort=2."),
+        ROW(VESK_VIDEO_MSG_VI_DISABLE, 139, VeskVideoViDisable, 2).Head(2).Says("%s: viPort=2.")
             .Fails({"T1 %s failed[9] 2.", "L1 %s failed[9] 2."}),
     };
+    // clang-format on
 });
 
 static const HasOwnTest queue(VESK_VIDEO_MSG_GET_VI_QUE_HANDLE);

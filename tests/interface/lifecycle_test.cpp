@@ -47,19 +47,14 @@ protected:
 
 static const Family lifecycle("vesk_video_interface", FailureForm::kMessage, [] {
     static const VeskVideoCallbackInfo forwarded{nullptr, {1, 2, 3}};
+    // clang-format off
     return Rows{
-        ROW(VESK_VIDEO_MSG_EXIT, 1, VeskVideoExit)
-            .IsAsynchronous()
-            .Bare()
-            .Says("#####send %s start#####\n")
+        ROW(VESK_VIDEO_MSG_EXIT, 1, VeskVideoExit).IsAsynchronous().Bare().Says("#####send %s start#####\n")
             .Says("Vesk video interface exit"),
-        ROW(VESK_VIDEO_MSG_SET_CALLBACK, 163, VeskVideoSetCallback, &forwarded)
-            .Bare()
-            .Says("##### %s #####")
-            .Says("set vesk video callback start")
-            .Null("info")
-            .Fails(FailureForm::kFunction),
+        ROW(VESK_VIDEO_MSG_SET_CALLBACK, 163, VeskVideoSetCallback, &forwarded).Bare().Says("##### %s #####")
+            .Says("set vesk video callback start").Null("info").Fails(FailureForm::kFunction),
     };
+    // clang-format on
 });
 
 static const HasOwnTest init(VESK_VIDEO_MSG_INIT);

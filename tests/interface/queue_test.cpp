@@ -8,19 +8,14 @@ using namespace request_table;
 
 static const Family queues("vesk_video_interface", FailureForm::kFunction, [] {
     static const std::string longest(63, 's'), tooLong(64, 's');
-    const auto enter = [](const std::string& name) {
+    const auto refused = [](const std::string& name, const std::string& line) {
         return Lines{"L3 %s enter serverName:" + name + '.',
-                     "L3 Init advanced queue client, serverName=" + name};
+                     "L3 Init advanced queue client, serverName=" + name, line};
     };
-    const auto refused = [&enter](const std::string& name, const std::string& line) {
-        Lines lines = enter(name);
-        lines.push_back(line);
-        return lines;
-    };
+    // clang-format off
     return Rows{
         ROW(VESK_VIDEO_MSG_ADVANCE_QUE_CLIENT_INIT, 88, VeskVideoAdvancedQueueClientInit, longest.c_str())
-            .Payload(Text(longest))
-            .Null("serverName")
+            .Payload(Text(longest)).Null("serverName")
             .Refuses(1, refused(tooLong, "L1 memcpy_s Fail serverName[" + tooLong + ']'),
                      CALL(VeskVideoAdvancedQueueClientInit, tooLong.c_str()))
             .Refuses(2, refused("abc\r", "L3 param serverName has unsafe character"),
@@ -29,12 +24,10 @@ static const Family queues("vesk_video_interface", FailureForm::kFunction, [] {
                      CALL(VeskVideoAdvancedQueueClientInit, "\nabc"))
             .Says("%s enter serverName:" + longest + '.')
             .Says("Init advanced queue client, serverName=" + longest),
-        ROW(VESK_VIDEO_MSG_DESTROY_QUEUE, 134, VeskVideoBuffDestroyQueue, 5)
-            .Head(0, 5)
-            .Bare()
-            .Traces("##### %m start#####\n")
-            .Says("%s: memQueId=5."),
+        ROW(VESK_VIDEO_MSG_DESTROY_QUEUE, 134, VeskVideoBuffDestroyQueue, 5).Head(0, 5).Bare()
+            .Traces("##### %m start#####\n").Says("%s: memQueId=5."),
     };
+    // clang-format on
 });
 
 static const HasOwnTest creation(VESK_VIDEO_MSG_CREATE_QUEUE);
