@@ -78,7 +78,7 @@ NorthMsgProc FindHandler(uint32_t msgId)
     return nullptr;
 }
 
-/// True, after a line, when a message cannot hold its header.
+/// True, and logged, when a message is too short to hold its header.
 bool IsShorterThanHeader(const OsMsgEnvelope& message)
 {
     if (message.dataLen >= sizeof(VeskVideoMsgHead))

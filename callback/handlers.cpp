@@ -35,7 +35,7 @@ std::optional<Record> Read(const void* data, uint32_t dataLen)
     return record;
 }
 
-/// The record that a payload must be, or nothing after a line that refuses it.
+/// The record that a payload must be exactly; nothing, and logged, for any other payload.
 template <class Record>
 std::optional<Record> ReadExactly(const void* data, uint32_t dataLen)
 {
@@ -48,8 +48,7 @@ std::optional<Record> ReadExactly(const void* data, uint32_t dataLen)
     return Read<Record>(data, dataLen);
 }
 
-/// Traces a display link for the handler that calls. The port name is shown up to its NUL, or whole when it
-/// has none.
+/// Traces a display link on behalf of the calling handler. The port name may fill its field, without a NUL.
 void TraceLink(const VeskVideoDisplayLink& link, const char* handler = __builtin_FUNCTION(),
                uint32_t line = __builtin_LINE())
 {

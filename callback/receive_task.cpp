@@ -15,7 +15,7 @@ namespace {
 constexpr uint32_t kTaskNumber = 1;
 constexpr uint32_t kMessageLibraryLogLevel = 2;
 
-/// Passes a line of the message library on. The level numbers are the message library's.
+/// Passes on a line of the message library, which numbers its levels in its own way.
 void logprintf(uint32_t level, const char* logStr)
 {
     constexpr uint32_t kMessageLibraryError = 3;

@@ -35,7 +35,7 @@ struct Unload {
 
 using Copy = std::unique_ptr<void, decltype(&std::free)>;
 
-/// A notification that was held, and the callback that is to have it.
+/// A held notification and the callback that is to receive it.
 struct Delivery {
     NorthMsgResendInfo held;
     VeskVideoNotifyCallback callback;
@@ -63,8 +63,8 @@ VeskVideoNotifyCallback HoldUnlessCallback(uint32_t msgId, const void* data, uin
     if (copy == nullptr || memcpy_s(copy.get(), dataLen, data, dataLen) != 0)
         return nullptr;
     const std::lock_guard guard(g_lock);
-    // Looked at again under the lock: a callback installed since the handler looked has perhaps already
-    // emptied the queue, and the notification would be stranded in it.
+    // Checked again under the lock: a callback installed since the handler looked may already have emptied
+    // the queue, and the notification would be stranded in it.
     if (const VeskVideoNotifyCallback callback = VeskVideoGetCallbackPtr(); callback != nullptr)
         return callback;
     if (g_unload.done)
@@ -73,7 +73,7 @@ VeskVideoNotifyCallback HoldUnlessCallback(uint32_t msgId, const void* data, uin
         g_cbResendQueue.push_back({msgId, copy.get(), dataLen});
         copy.release();
     } catch (const std::bad_alloc&) {
-        // Dropped, as for want of memory for the copy.
+        // Dropped, as when there is no memory for the copy.
     }
     return nullptr;
 }

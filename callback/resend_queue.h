@@ -6,7 +6,7 @@
 namespace vesk {
 
 /**
- * Holds a copy of a notification until a callback is installed; without memory it is dropped.
+ * Holds a copy of a notification until a callback is installed; drops it when out of memory.
  *
  * @return Null when it is held or dropped; the callback to call when one was installed meanwhile.
  */

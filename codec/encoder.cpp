@@ -10,7 +10,7 @@ static constexpr auto& kLogModule = log_module::kCodec;
 
 namespace {
 
-/// Calls of VeskVideoEncoderSetFecParam, which module-logs every thousandth.
+/// Counts calls of VeskVideoEncoderSetFecParam, which logs one in a thousand to the module log.
 std::atomic<uint32_t> g_fecLogCounter = 0;
 
 } // namespace

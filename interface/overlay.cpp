@@ -32,7 +32,7 @@ uint32_t VeskVideoSetOverlayParam(uint32_t overlayChn, const VeskVideoOverlayPar
     const VeskVideoOverlayParam& p = *overlayParam;
     LOG(kInfo, "%s: %u %u %u %u %u %u %u %u %u %u %u %u %u.", __func__, overlayChn, p.flag0, p.flag1, p.flag2,
         p.value[0], p.value[1], p.value[2], p.value[3], p.value[4], p.value[5], p.value[6], p.value[7],
-        0U); // the line has a place more than there are values
+        0U); // the format has one placeholder more than there are values
     const uint32_t ret = Send<VESK_VIDEO_MSG_SET_OVERLAY_PARAM>({.ulParam1 = overlayChn}, &p);
     return ret == VESK_VIDEO_OK ? DONE_UNENDED(VESK_VIDEO_MSG_SET_OVERLAY_PARAM)
                                 : MESSAGE_FAILED(VESK_VIDEO_MSG_SET_OVERLAY_PARAM, ret);

@@ -18,7 +18,7 @@ namespace {
 /// Number in the next queue's name.
 std::atomic<uint64_t> g_veskVideoQueueSeq = 0;
 
-/// Returns 0; 1, after a line, when @p str is null; 2 when its first 1024 characters hold a line break.
+/// Checks a text argument: 0; 1, logged, when it is null; 2 when its first 1024 characters have a line break.
 uint32_t VideoNorthCheckCharPtr(const char* str)
 {
     constexpr size_t kCheckedLength = 1024;

@@ -81,7 +81,7 @@ uint32_t VeskVideoLocalMouseShowEnable(uint32_t mouseStmNo, uint8_t enable)
                                 : SEND_FAILED(ret);
 }
 
-// The lines name the remote stream's message.
+// Its lines name the remote stream's message; tools read them so.
 uint32_t VeskVideoLocalMouseSetQueHandle(uint32_t mouseStmNo, uint32_t queId)
 {
     TRACE_AND_LOG(kInfo, START_UNENDED(VESK_VIDEO_MSG_SET_MOUSE_QUE_HANDLE));

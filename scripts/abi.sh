@@ -4,7 +4,7 @@
 #   scripts/abi.sh check [C-COMPILER]    fails with a line for each record or field that changed
 #   scripts/abi.sh update [C-COMPILER]   writes the baseline anew, for a change that is meant
 #
-# The exported names have a list of their own, cmake/exported_names.txt.
+# The exported names have a list of their own, abi/exported_names.txt.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 baseline=abi/records.txt

@@ -14,7 +14,7 @@ inline constexpr char kReceiveTaskName[16] = "VAPI";
 /// The sender's process name of every request; written by VeskVideoInit alone.
 extern std::string g_veskVideoServiceName;
 
-/// Fills the routing fields of a zeroed envelope. Returns 0, or 1 after a line that says what failed.
+/// Fills the routing fields of a zeroed envelope. Returns 0, or 1 after logging what failed.
 uint32_t VeskVideoFillMsgEnvelope(OsMsgEnvelope* envelope);
 
 } // namespace vesk

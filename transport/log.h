@@ -26,7 +26,7 @@ inline constexpr char kService[] = "vesk_video_service";
 
 } // namespace log_module
 
-/// Returns @p format; the name beside it is there to be checked by the compiler, because @p format spells it.
+/// Returns @p format, which spells a name; mentioning that name lets the compiler check its spelling.
 template <class Name>
 __attribute__((format_arg(2))) constexpr const char* Naming(const Name&, const char* format)
 {
@@ -53,9 +53,9 @@ __attribute__((format_arg(2))) constexpr const char* Naming(const Name&, const c
 /// The same line to the module log twice in succession.
 #define LOG_TWICE(level, ...) (LOG(level, __VA_ARGS__), LOG(level, __VA_ARGS__))
 
-/// True when a pointer argument is null, after the line that all requests write about it.
+/// True when a pointer argument is null; logs it with the line that all requests share.
 #define IS_NULL(argument)                                                                                    \
     ((argument) == nullptr && (LOG(kError, "%s: %s is NULL!", __func__, #argument), true))
 
-/// The same with the line that the notification side writes.
+/// The same with the line of the notification side.
 #define IS_NULLPTR(argument) ((argument) == nullptr && (LOG(kError, "%s is nullptr!", #argument), true))

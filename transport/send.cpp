@@ -15,7 +15,7 @@ namespace {
 constexpr uint32_t kHeadSize = sizeof(VeskVideoMsgHead);
 constexpr uint32_t kMaxPayload = VESK_VIDEO_MAX_MESSAGE_SIZE - kHeadSize;
 
-/// One outgoing message: its envelope, and on the heap until the platform's send has returned its data block.
+/// One outgoing message: its envelope and its data block, which lives until the platform's send has returned.
 class Message {
 public:
     Message() = default;
@@ -54,8 +54,7 @@ private:
     OsMsgEnvelope envelope_{};
 };
 
-/// Prepares a synchronous message of a header and @p payloadLen bytes. False, mostly after a line, when it
-/// cannot be sent.
+/// Prepares a synchronous message with a payload of @p payloadLen bytes. Returns false when that fails.
 bool PrepareSynchronous(Message& message, const VeskVideoMsgHead& head, const void* payload,
                         uint32_t payloadLen)
 {
@@ -70,7 +69,7 @@ bool PrepareSynchronous(Message& message, const VeskVideoMsgHead& head, const vo
     return message.Fill(OS_MSG_SYNCHRONOUS, head, payload);
 }
 
-/// The answer to one synchronous request; given back to the platform on every path that obtained one.
+/// The answer to one synchronous request; released on every path that obtained one.
 class Response {
 public:
     explicit Response(OsMsgEnvelope* request)
@@ -87,7 +86,7 @@ public:
 
     bool HasArrived() const { return sendResult_ == 0 && envelope_ != nullptr; }
     uint32_t SendResult() const { return sendResult_; }
-    /// The length that the peer states; there may be no data behind it.
+    /// The length that the peer states; the data may be missing.
     uint32_t Length() const { return envelope_->dataLen; }
     bool HasHead() const { return envelope_->data != nullptr && Length() >= kHeadSize; }
     const unsigned char* Payload() const { return static_cast<unsigned char*>(envelope_->data) + kHeadSize; }

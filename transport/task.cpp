@@ -12,7 +12,7 @@ constexpr uint32_t kQueueDepth = 1024;
 constexpr uint32_t kCpuCount = 6;
 constexpr uint32_t kAllCpus = (1U << kCpuCount) - 1;
 
-/// Sets policy and priority in @p attr, and releases it when that fails. Returns 0 or 1.
+/// Sets policy and priority in @p attr, which it destroys on failure. Returns 0 or 1.
 uint32_t VeskVideoSetThreadSchedparam(pthread_attr_t* attr, uint32_t priority)
 {
     if (pthread_attr_setschedpolicy(attr, priority != 0 ? SCHED_FIFO : SCHED_OTHER) != 0) {

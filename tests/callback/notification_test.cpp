@@ -128,12 +128,8 @@ TEST_F(NotificationTest, EachHandlerTracesAndDelivers)
         return Case{id, handler, std::move(lines), payload, payload, static_cast<uint32_t>(payload.size())};
     };
     std::vector<Case> cases = {
-        {0,
-         "MsgOnLocalLoopStateNotify",
-         {"%e", "T3 loop action=5 result=6"},
-         {},
-         BytesOf(NotifyLoopState{5, 6}),
-         8},
+        // clang-format off
+        {0, "MsgOnLocalLoopStateNotify", {"%e", "T3 loop action=5 result=6"}, {}, BytesOf(NotifyLoopState{5, 6}), 8},
         {1, "MsgOnEncResourceInsufficient", {"%e", "T3 Enc Resource Insufficient[5]"}, {}, param1, 4},
         passedOn(2, "MsgOnEncodeOverloadStatusNotify",
                  {"%e", "L3 MsgOnEncodeOverloadStatusNotify data: encStmNo-3,rts-4."},
@@ -149,8 +145,7 @@ TEST_F(NotificationTest, EachHandlerTracesAndDelivers)
                  {"%e", "L3 MsgOnViPortPlusStateNotify:vi in notify port = 1, val = 2"}, plug102),
         passedOn(103, "MsgOnViPortPixelInfoNotify",
                  {"T3 VI[4]:Width=1280, height=720, fr=30, portType=16",
-                  "L1 net camera decoder in, stmNo is [9], port is 4", "%e"},
-                 pixel103),
+                  "L1 net camera decoder in, stmNo is [9], port is 4", "%e"}, pixel103),
         passedOn(106, "MsgOnDisplayFirstFrameNotify", {"T3 " + shownLink, "%e"}, link),
         passedOn(107, "MsgOnCameraCtrlResultNotify",
                  {"T3 viPort[1] camCtrlCmd[-2] errCode[3] dataLen[12]", "%e"},
@@ -160,6 +155,7 @@ TEST_F(NotificationTest, EachHandlerTracesAndDelivers)
         passedOn(207, "MsgOnVideoproxyRestartNotify", {"%e"}, any),
         passedOn(109, "MsgOnVideoAnnotationReadyNotify", {"%e"}, any),
         passedOn(208, "MsgOnVideoBgResourceInitReadyNotify", {"%e"}, any),
+        // clang-format on
     };
     for (const uint32_t id : {104, 105, 200, 201, 202, 203, 204, 205, 16, 17, 18, 31})
         cases.push_back(passedOn(id, "", {}, any));

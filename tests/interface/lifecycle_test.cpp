@@ -122,17 +122,13 @@ TEST_F(Lifecycle, InitFailsWithItsLines)
         uint32_t result;
         Lines lines;
     } cases[] = {
+        // clang-format off
         {0, 9, 9, {"L1 vesk_video_callback Reg One Msg Task Fail", module + "VESK_VIDEO_MSG_INIT fail[9]."}},
         {1, 0, 0, {"T3 CreateRecvMsgProcEntry memcpy_s fail, taskName[VAPI]"}},
-        {2,
-         0,
-         1,
-         {"T3 VeskVideoInit memcpy_s fail, procName[MediaCtlSrvPro]",
-          module + "memcpy_s fail, procName[MediaCtlSrvPro]"}},
-        {3,
-         0,
-         1,
-         {"T3 VeskVideoInit memcpy_s fail, taskName[VAPI]", module + "memcpy_s fail, taskName[VAPI]"}},
+        {2, 0, 1, {"T3 VeskVideoInit memcpy_s fail, procName[MediaCtlSrvPro]",
+                   module + "memcpy_s fail, procName[MediaCtlSrvPro]"}},
+        {3, 0, 1, {"T3 VeskVideoInit memcpy_s fail, taskName[VAPI]", module + "memcpy_s fail, taskName[VAPI]"}},
+        // clang-format on
     };
     g_hookResult = 1;
     for (const auto& c : cases) {

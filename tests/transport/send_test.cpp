@@ -108,8 +108,10 @@ TEST_F(SendTest, LinesOfASuccessfulExchange)
 
 TEST_F(SendTest, AnswersAreJudgedByLengthAndResult)
 {
-    const Bytes head = AnswerBytes(0), four(4), five(5), three(3);
-    const std::string plainLength = "response buf error, zoraMsgLen=24 rspBufLen=";
+    const Bytes head = AnswerBytes(0);
+    const std::string plain = "response buf error, zoraMsgLen=24 rspBufLen=";
+    const std::string query = "sync response error, msgId[27] dataLen[";
+    const std::string asked = "response buf error, outBufLen=4 rspBufLen=";
     const struct {
         const char* what;
         Answer answer;
@@ -118,42 +120,19 @@ TEST_F(SendTest, AnswersAreJudgedByLengthAndResult)
         uint32_t queryResult;
         std::string queryLine;
     } cases[] = {
+        // clang-format off
         {"refused by the platform", {0x2a}, 1, "send sync msg Fail[0x2a]", 1, "send sync msg Fail[0x2a]"},
         {"no answer", {}, 1, "send sync msg Fail[0x0]", 1, "send sync msg Fail[0]"},
-        {"23 bytes",
-         {0, Bytes(head.begin(), head.end() - 1)},
-         1,
-         plainLength + "23",
-         1,
-         "sync response error, msgId[27] dataLen[23]"},
-        {"0 bytes", {0, Bytes()}, 1, plainLength + "0", 1, "sync response error, msgId[27] dataLen[0]"},
-        {"a header without data",
-         {0, {}, 24},
-         1,
-         plainLength + "24",
-         1,
-         "sync response error, msgId[27] dataLen[24]"},
-        {"28 bytes without data",
-         {0, {}, 28},
-         1,
-         plainLength + "28",
-         1,
-         "sync response error, msgId[27] dataLen[28]"},
+        {"23 bytes", {0, Bytes(head.begin(), head.end() - 1)}, 1, plain + "23", 1, query + "23]"},
+        {"0 bytes", {0, Bytes()}, 1, plain + "0", 1, query + "0]"},
+        {"a header without data", {0, {}, 24}, 1, plain + "24", 1, query + "24]"},
+        {"28 bytes without data", {0, {}, 28}, 1, plain + "28", 1, query + "28]"},
         {"bare header, result 7", {0, AnswerBytes(7)}, 7, "", 7, ""},
-        {"result 0xffff with payload", {0, AnswerBytes(0xffff, five)}, 1, plainLength + "29", 0xffff, ""},
-        {"payload as asked for", {0, AnswerBytes(0, four)}, 1, plainLength + "28", 0, ""},
-        {"payload too long",
-         {0, AnswerBytes(0, five)},
-         1,
-         plainLength + "29",
-         1,
-         "response buf error, outBufLen=4 rspBufLen=5"},
-        {"payload too short",
-         {0, AnswerBytes(0, three)},
-         1,
-         plainLength + "27",
-         1,
-         "response buf error, outBufLen=4 rspBufLen=3"},
+        {"result 0xffff with payload", {0, AnswerBytes(0xffff, Bytes(5))}, 1, plain + "29", 0xffff, ""},
+        {"payload as asked for", {0, AnswerBytes(0, Bytes(4))}, 1, plain + "28", 0, ""},
+        {"payload too long", {0, AnswerBytes(0, Bytes(5))}, 1, plain + "29", 1, asked + "5"},
+        {"payload too short", {0, AnswerBytes(0, Bytes(3))}, 1, plain + "27", 1, asked + "3"},
+        // clang-format on
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
@@ -178,24 +157,21 @@ TEST_F(SendTest, ArgumentsAreRefusedBeforeAnythingIsSent)
         std::function<uint32_t()> call;
         Lines lines;
     } cases[] = {
+        // clang-format off
         {"payload of no length", [] { return Plain("x", 0); }, Twice("input param error, rspBufLen=0")},
-        {"one byte too long", [] { return Plain("x", 4194281); },
-         Twice("input param error, rspBufLen=4194281")},
-        {"length that overflows", [] { return Plain("x", UINT32_MAX); },
-         Twice("input param error, rspBufLen=-1")},
-        {"no response buffer",
-         [] { return Query(nullptr, 0, nullptr); },
+        {"one byte too long", [] { return Plain("x", 4194281); }, Twice("input param error, rspBufLen=4194281")},
+        {"overflowing", [] { return Plain("x", UINT32_MAX); }, Twice("input param error, rspBufLen=-1")},
+        {"no response buffer", [] { return Query(nullptr, 0, nullptr); },
          {"input param error, rspBufLen=4", "input param error, rspBuf rspBufLen=4"}},
-        {"response buffer of no length",
-         [&] { return Query(nullptr, 0, &out, 0); },
+        {"response buffer of no length", [&] { return Query(nullptr, 0, &out, 0); },
          {"input param error, rspBufLen=0", "input param error, rspBuf rspBufLen=0"}},
         {"query one byte too long", [&] { return Query("x", 4194281, &out); },
          Twice("msg data is too long, msgLen=4194281 totalLen=4194305")},
         {"query that overflows", [&] { return Query("x", UINT32_MAX, &out); },
          Twice("msg data is too long, msgLen=-1 totalLen=23")},
-        {"length without a payload",
-         [&] { return Query(nullptr, 8, &out); },
+        {"length without a payload", [&] { return Query(nullptr, 8, &out); },
          {"input param error, payload is NULL, payloadLen=8"}},
+        // clang-format on
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);

@@ -116,19 +116,18 @@ TEST_F(TaskTest, EachFailureHasItsLine)
         size_t registered;
         const char* failing = "";
     } cases[] = {
+        // clang-format off
         {nullptr, 1, {origin + "task is null"}, 0},
         {&threadless, 1, {origin + "attr init fail"}, 0, "pthread_attr_init"},
-        {&threadless,
-         1,
-         {policy + "set schedpolicy fail", origin + "VeskVideoSetThreadSchedparam fail"},
-         0,
-         "pthread_attr_setschedpolicy"},
-        {&threaded, 0, {origin + "detach not OK\n"}, 1, "pthread_detach"},
-        {&threadless, 0, {origin + "destroy attr fail"}, 1, "pthread_attr_destroy"},
         {&stack, 1, {origin + "set stack size fail"}, 0},
+        {&threadless, 1, {policy + "set schedpolicy fail", origin + "VeskVideoSetThreadSchedparam fail"}, 0,
+         "pthread_attr_setschedpolicy"},
         {&priority, 1, {policy + "set schedparam", origin + "VeskVideoSetThreadSchedparam fail"}, 0},
         {&refused, 1, {origin + "reg msg fail"}, 1},
+        {&threaded, 0, {origin + "detach not OK\n"}, 1, "pthread_detach"},
+        {&threadless, 0, {origin + "destroy attr fail"}, 1, "pthread_attr_destroy"},
         {&unbound, 0, {origin + "it is not set mask ok"}, 1},
+        // clang-format on
     };
     for (auto& c : cases) {
         Reset();
@@ -164,25 +163,24 @@ TEST_F(TaskTest, NamesByNumber)
         uint32_t size;
         uint32_t result;
         std::string buffer; // of 16 bytes 'x' before
-        std::string line;
+        std::vector<std::string> lines;
     } cases[] = {
-        {proc, 1, 16, 0, std::string("VIDEO_API\0\0\0\0\0\0\0", 16), ""},
-        {proc, 0, 5, 0, "VIDEOxxxxxxxxxxx", ""},
-        {proc, 2, 16, 1, "xxxxxxxxxxxxxxxx", ""},
-        {proc, 1, 4, 1, std::string("\0\0\0\0xxxxxxxxxxxx", 16),
-         "T1 VeskVideoSearchProcName search procname fail"},
-        {task, 1, 16, 0, std::string("VAPI\0\0\0\0\0\0\0\0\0\0\0\0", 16), ""},
-        {task, 0, 16, 1, "xxxxxxxxxxxxxxxx", ""},
-        {task, 1, 3, 1, std::string("\0\0\0xxxxxxxxxxxxx", 16),
-         "T1 VeskVideoSearchTaskName search taskname fail"},
+        // clang-format off
+        {proc, 1, 16, 0, std::string("VIDEO_API\0\0\0\0\0\0\0", 16), {}},
+        {proc, 0, 5, 0, "VIDEOxxxxxxxxxxx", {}},
+        {proc, 2, 16, 1, "xxxxxxxxxxxxxxxx", {}},
+        {proc, 1, 4, 1, std::string(4, '\0') + "xxxxxxxxxxxx", {"T1 VeskVideoSearchProcName search procname fail"}},
+        {task, 1, 16, 0, std::string("VAPI\0\0\0\0\0\0\0\0\0\0\0\0", 16), {}},
+        {task, 0, 16, 1, "xxxxxxxxxxxxxxxx", {}},
+        {task, 1, 3, 1, std::string(3, '\0') + "xxxxxxxxxxxxx", {"T1 VeskVideoSearchTaskName search taskname fail"}},
+        // clang-format on
     };
     for (const auto& c : cases) {
         Reset();
         std::string buffer(16, 'x');
         EXPECT_EQ(c.search(buffer.data(), c.number, c.size), c.result);
         EXPECT_EQ(buffer, c.buffer);
-        EXPECT_EQ(Get().lines,
-                  c.line.empty() ? std::vector<std::string>{} : std::vector<std::string>{c.line});
+        EXPECT_EQ(Get().lines, c.lines);
     }
     Reset();
     EXPECT_EQ(proc(nullptr, 1, 16), 1U);
