@@ -34,10 +34,10 @@ constexpr uint64_t ValueOf(const VeskVideoMsgHead& head, HeaderField field)
 /** What follows the header of a message. */
 enum class Kind {
     kNone,      /**< Nothing. */
-    kRecord,    /**< One record or, where it has a name, one number. */
-    kArray,     /**< As many records as a header field says. */
+    kRecord,    /**< One record, or one number if it has a name. */
+    kArray,     /**< An array of records; a header field holds their number. */
     kText,      /**< A NUL-terminated text. */
-    kBytes,     /**< Bytes whose number the caller chooses. */
+    kBytes,     /**< Any number of bytes. */
     kUnanswered /**< Answers only: the request is asynchronous. */
 };
 
@@ -99,9 +99,9 @@ struct Argument {
 /** One request of the list. */
 struct Request {
     VeskVideoRequest number; /**< Request number. */
-    const char* name;        /**< As in the log lines, "VESK_VIDEO_MSG_VO_START". */
-    const char* function;    /**< Exported function that sends it, "VeskVideoVoStart". */
-    Argument arguments[3];   /**< By HeaderField. */
+    const char* name;        /**< Name as in the log lines: "VESK_VIDEO_MSG_VO_START". */
+    const char* function;    /**< Exported function that sends it: "VeskVideoVoStart". */
+    Argument arguments[3];   /**< Indexed by HeaderField. */
     Form payload;            /**< What follows the header. */
     Form answer;             /**< What follows the header of the answer. */
 
@@ -112,15 +112,15 @@ struct Request {
 /** One notification of the list. */
 struct Notification {
     VeskVideoNotification number; /**< Notification number. */
-    const char* name;             /**< As in the log lines. */
-    Argument arguments[3];        /**< By HeaderField; the first is never used. */
+    const char* name;             /**< Name as in the log lines. */
+    Argument arguments[3];        /**< Indexed by HeaderField; the first is never used. */
     Form payload;                 /**< What follows the header. */
 
     /** The argument in a header field. */
     constexpr const Argument& At(HeaderField field) const { return arguments[static_cast<size_t>(field)]; }
 };
 
-/** Payload and answer of a request as types, and the type of the function that sends it. */
+/** Payload, answer and sending function of a request, as types. */
 template <VeskVideoRequest request>
 struct RequestTypes;
 
@@ -195,7 +195,7 @@ inline constexpr Notification kNotifications[] = {
 #undef VESK_FIELD_ulParam1
 #undef VESK_FIELD_ulParam2
 
-/** The request of a number, or null. */
+/** Finds a request by its number; null if there is none. */
 constexpr const Request* FindRequest(uint32_t number)
 {
     for (const Request& request : kRequests) {
@@ -205,7 +205,7 @@ constexpr const Request* FindRequest(uint32_t number)
     return nullptr;
 }
 
-/** The notification of a number, or null. */
+/** Finds a notification by its number; null if there is none. */
 constexpr const Notification* FindNotification(uint32_t number)
 {
     for (const Notification& notification : kNotifications) {
