@@ -1,8 +1,9 @@
-// What a request costs: a round trip through the library and the host's message library, beside a bare
-// exchange of as many bytes over a socket pair, both with a process of their own at the other end.
+// Measures the cost of a request: a round trip through the library and the host's message library, compared
+// with a bare exchange of the same number of bytes over a socket pair. Each has a separate process as its
+// peer.
 //
-// Run it with --benchmark_enable_random_interleaving=true --benchmark_repetitions=5 and compare the
-// medians; only their ratio means anything.
+// Run it with --benchmark_enable_random_interleaving=true --benchmark_repetitions=5 and compare the medians.
+// Only their ratio is meaningful.
 #include "vesk_host/message.h"
 #include "vesk_video/vesk_video.h"
 
@@ -19,7 +20,7 @@
 
 namespace {
 
-constexpr size_t kFrameSize = 192; // head and header of a request without payload
+constexpr size_t kFrameSize = 192; // envelope and header of a request without payload
 
 int g_pair[2];
 

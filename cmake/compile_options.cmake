@@ -1,4 +1,4 @@
-# Language level, warnings and sanitizers for everything that this tree builds.
+# Language standard, warnings and sanitizers for all targets.
 if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
   set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "Build type" FORCE)
 endif()

@@ -1,7 +1,7 @@
-# What is installed, by component:
-#   library        the shared library alone
+# Installation components:
+#   library        the shared library
 #   development    headers, pkg-config file, CMake package, the first example
-#   host_platform  the host's platform and what a serving process needs of it
+#   host_platform  the host platform
 #   service        the virtual video service
 include(CMakePackageConfigHelpers)
 
@@ -26,7 +26,7 @@ if(VESK_PLATFORM STREQUAL host)
   install(PROGRAMS $<TARGET_FILE:display_tour> TYPE BIN RENAME vesk-display-tour COMPONENT development)
 endif()
 
-# The pkg-config file finds the prefix from where it lies, so an installed tree can be moved.
+# The pkg-config file derives the prefix from its own location, so an installed tree can be moved.
 file(RELATIVE_PATH prefix_from_pc "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
 configure_file(cmake/vesk_video_interface.pc.in vesk_video_interface.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/vesk_video_interface.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig

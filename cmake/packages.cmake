@@ -1,4 +1,4 @@
-# Debian packages, made by cpack: the library, its development files, the host's platform with the service.
+# Debian packages, built by cpack: the library, its development files, and the host platform with the service.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME vesk-video-interface)
 set(CPACK_PACKAGE_CONTACT "libvesk_video_interface developers <vesk-video-interface@localhost>")
@@ -15,7 +15,7 @@ set(CPACK_COMPONENT_SERVICE_GROUP host)
 set(CPACK_COMPONENT_LIBRARY_GROUP runtime)
 set(CPACK_COMPONENT_DEVELOPMENT_GROUP dev)
 
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libvesk-video-interface2)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libvesk-video-interface${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME libvesk-video-interface-dev)
 set(CPACK_DEBIAN_HOST_PACKAGE_NAME vesk-host-platform)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "${CPACK_PACKAGE_DESCRIPTION_SUMMARY}\nThe shared library.")
@@ -25,10 +25,10 @@ set(CPACK_COMPONENT_HOST_DESCRIPTION
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_HOST_PACKAGE_SECTION utils)
 
-# Dependencies on Debian's own libraries are read off the binaries; those among the three are named here.
+# dpkg-shlibdeps finds the dependencies on Debian's libraries; those among the three packages are listed here.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${PROJECT_BINARY_DIR}" "${PROJECT_BINARY_DIR}/platform/host")
 set(own_version "(= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "vesk-host-platform ${own_version}")
-set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libvesk-video-interface2 ${own_version}, vesk-host-platform ${own_version}")
+set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME} ${own_version}, vesk-host-platform ${own_version}")
 include(CPack)

@@ -1,5 +1,5 @@
-# Defines vesk::platform, the platform that the library calls: the host stand-in of this tree, or the
-# device's own libraries behind headers of the same names.
+# Defines vesk::platform, the platform that the library calls: the host stand-in, or the device's own libraries
+# with headers of the same names.
 if(VESK_PLATFORM STREQUAL host)
   add_subdirectory(platform/host)
   add_library(vesk::platform ALIAS vesk_host_platform)

@@ -1,9 +1,9 @@
-// A walk through every family of requests against the virtual service: what was set is read back, what
-// happens is notified, and everything is closed again. Ends with status 0 when all was as expected.
+// A tour of every family of requests against the virtual service: it reads back what it sets, waits for the
+// notifications of what it does, and closes everything again. Exits with status 0 if all was as expected.
 //
 //     device_tour [PROCESS-NAME [INPUT [OUTPUT]]]
 //
-// Two of them can run at once under different names when each has ports of its own.
+// Two instances can run at the same time if their names and ports differ.
 #include "steps.h"
 
 #include "vesk_service/virtual_service.h"

@@ -1,5 +1,5 @@
-// A first application: finds the displays, opens one, configures it, shows a picture, closes it, and
-// prints what the video service notifies meanwhile. Ends with status 0 when everything was as expected.
+// A first application: finds the displays, opens one, configures it, shows a picture, closes it, and prints
+// the notifications that arrive. Exits with status 0 if everything was as expected.
 //
 //     display_tour [PROCESS-NAME]
 #include "steps.h"

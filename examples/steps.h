@@ -1,4 +1,4 @@
-// What the examples share: the name of the process, steps that are printed and must succeed, and the
+// Helpers for the examples: the process name, steps that are printed and must succeed, and a record of the
 // notifications that have arrived.
 #pragma once
 
@@ -13,8 +13,8 @@
 #include <mutex>
 #include <set>
 
-// The name under which this process talks to the service; without this hook the library uses a name of
-// its own. Applications that run at the same time need different names.
+// Name of this process, which the hook below passes to the library; without the hook, the library uses a
+// default name. Applications that run at the same time need different names.
 inline std::string g_processName;
 
 int GetSelfProcName(std::string& name)
@@ -40,14 +40,14 @@ inline void Step(const char* what, uint32_t result)
     Expect(result == VESK_VIDEO_OK, what);
 }
 
-/// Prints a call that the service must refuse.
+/// Prints a call and its result, which must be a refusal by the service.
 inline void Refused(const char* what, uint32_t result)
 {
     std::printf("%-52s -> 0x%x, as it should be\n", what, result);
     Expect(result > VESK_VIDEO_ERR_ARGUMENT, what);
 }
 
-/// True when what was read back is, byte for byte, what was set.
+/// True if the record that was read back equals the one that was set, byte for byte.
 template <class Record>
 bool Same(const Record& set, const Record& read)
 {
@@ -63,7 +63,7 @@ Record Read(const void* data, uint32_t dataLen)
     return record;
 }
 
-/// Notifications arrive on the library's receive thread; the main thread waits for some of them.
+/// Notifications that have arrived. The receive thread adds them, and the main thread waits for some of them.
 class Seen {
 public:
     void Add(uint32_t notifyId)

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Keeps the layout of the public records, as the debug information has it, against abi/records.txt.
+# Compares the layout of the public records, taken from debug information, with the baseline abi/records.txt.
 #
-#   scripts/abi.sh check [C-COMPILER]    fails with a line for each record or field that changed
-#   scripts/abi.sh update [C-COMPILER]   writes the baseline anew, for a change that is meant
+#   scripts/abi.sh check [C-COMPILER]    prints each record or field that changed, and fails if there is any
+#   scripts/abi.sh update [C-COMPILER]   rewrites the baseline after an intended change
 #
-# The exported names have a list of their own, abi/exported_names.txt.
+# The exported names are listed separately, in abi/exported_names.txt.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 baseline=abi/records.txt
@@ -14,7 +14,7 @@ trap 'rm -rf "$work"' EXIT
 
 echo '#include "vesk_video/vesk_video.h"' |
   "$compiler" -std=c11 -g -fno-eliminate-unused-debug-types -Iinclude -x c -c -o "$work/interface.o" -
-# "struct Record {" and "type field; /* offset size */" become a line each.
+# One line for each "struct Record {" and each "type field; /* offset size */".
 pahole "$work/interface.o" | awk '
   /^struct [A-Z]/ { record = $2; next }
   record != "" && /^}/ { record = ""; next }
@@ -24,7 +24,7 @@ pahole "$work/interface.o" | awk '
     sub(/;.*/, "", text); gsub(/[ \t]+/, " ", text); sub(/^ /, "", text)
     print record ": " text " at " offset ", " size " bytes"
   }' | LC_ALL=C sort >"$work/records.txt"
-[ -s "$work/records.txt" ] || { echo "no record was found in the debug information" >&2; exit 1; }
+[ -s "$work/records.txt" ] || { echo "no records found in the debug information" >&2; exit 1; }
 
 case "${1:-}" in
   update) mkdir -p abi && cp "$work/records.txt" "$baseline" ;;
@@ -33,7 +33,7 @@ case "${1:-}" in
       sed -n 's/^< /was: /p; s/^> /now: /p' "$work/diff.txt" >&2
       exit 1
     fi
-    echo "$(grep -c ' has ' "$baseline") records as they were"
+    echo "$(grep -c ' has ' "$baseline") records unchanged"
     ;;
   *) echo "usage: $0 check|update [C-COMPILER]" >&2; exit 2 ;;
 esac

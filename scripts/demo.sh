@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Shows an application and the virtual video service talk to each other.
+# Runs the example applications against the virtual video service.
 #
-#   scripts/demo.sh [--trace]     --trace shows the library's and the service's log lines too
+#   scripts/demo.sh [--trace]     --trace also shows the log lines of all processes
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
@@ -44,4 +44,4 @@ kill -TERM "$service_pid"
 wait "$service_pid" || { echo "the service ended with status $?" >&2; exit 1; }
 service_pid=
 tail -n +2 "$service_out"
-grep -q ended "$service_out" || { echo "the service did not end in order" >&2; exit 1; }
+grep -q ended "$service_out" || { echo "the service did not end properly" >&2; exit 1; }

@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# Builds the reference into build/docs/html; fails when something public is not documented.
+# Builds the reference in build/docs/html. Fails if anything public is undocumented.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
 install_packages doxygen
 mkdir -p build/docs
-{ cat docs/Doxyfile; echo "OUTPUT_DIRECTORY = build/docs"; } | quietly doxygen -
+version=$(sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
+{ cat docs/Doxyfile; echo "PROJECT_NUMBER = $version"; echo "OUTPUT_DIRECTORY = build/docs"; } | quietly doxygen -
 echo "build/docs/html/index.html"

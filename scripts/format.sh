@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Formats all C and C++ sources; with --check it only says what is not formatted.
+# Formats all C and C++ sources. With --check, only reports what is not formatted and fails if there is any.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh

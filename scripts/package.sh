@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Makes the Debian packages in build/package.
+# Builds the Debian packages in build/package.
 #
-#   scripts/package.sh [--try]    --try installs them in a bare Debian 12 of its own (as root, with
-#                                 debootstrap) and runs the installed example against the installed service
+#   scripts/package.sh [--try]    --try installs them in a temporary bare Debian 12 (as root, with debootstrap)
+#                                 and runs the installed example against the installed service
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
@@ -21,7 +21,7 @@ mirror=$(cat /etc/apt/sources.list /etc/apt/sources.list.d/* 2>/dev/null | sed -
 quietly debootstrap --variant=minbase bookworm "$root" "$mirror"
 cp build/package/*.deb "$root/tmp"
 inside() { chroot "$root" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin DEBIAN_FRONTEND=noninteractive "$@"; }
-# Debian's own libraries first, so that dpkg finds every dependency there.
+# Debian's own libraries come first, so that dpkg finds every dependency installed.
 quietly inside apt-get install -y --no-install-recommends libspdlog1.10 libstdc++6
 inside sh -c 'dpkg -i /tmp/*.deb'
 inside sh -c 'export VESK_RUNTIME_DIR=/tmp/vesk; vesk-video-service & service=$!

@@ -1,6 +1,6 @@
-# Installs the Debian packages that the tree needs and that are missing; sourced by the other scripts.
+# Installs missing Debian packages; sourced by the other scripts.
 #
-#   install_packages [PACKAGE...]   the packages of every build, and those named besides
+#   install_packages [PACKAGE...]   installs the packages that every build needs, and those given
 
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then
@@ -25,7 +25,7 @@ install_packages() {
   quietly as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "${missing[@]}"
 }
 
-# Runs a command quietly; shows what it wrote only when it fails.
+# Runs a command and shows its output only if it fails.
 quietly() {
   local log status=0
   log=$(mktemp)

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Builds a preset and runs all its tests.
+# Builds a preset and runs all of its tests.
 #
-#   scripts/test.sh [dev|release|asan|tsan|clang|aarch64]     dev unless said otherwise
+#   scripts/test.sh [dev|release|asan|tsan|clang|aarch64]     default: dev
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh

@@ -1,5 +1,5 @@
-# The library's home, AArch64 Linux, built with Debian's cross compiler against its arm64 packages; what is
-# built runs under user emulation.
+# AArch64 Linux, the architecture of the devices: built with Debian's cross compiler against its arm64 packages, run
+# under user-mode emulation.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
 set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)

@@ -1,6 +1,6 @@
 /**
  * @file
- * Camera commands and presets. Threads, ownership and the results that all requests share: see common.h.
+ * Camera commands and presets. Threading, ownership and the common result codes: see common.h.
  */
 #ifndef VESK_VIDEO_CAMERA_H
 #define VESK_VIDEO_CAMERA_H
@@ -9,36 +9,38 @@
 
 VESK_VIDEO_BEGIN
 
-/** Camera command numbers that the library knows; all others are the service's. */
+/** Camera command numbers known to the library; all others are service-defined. */
 enum {
-    VESK_VIDEO_CAM_CTRL_QUERY = 16, /**< The one command that the service answers with data. */
+    VESK_VIDEO_CAM_CTRL_QUERY = 16, /**< The only command whose answer carries data. */
     VESK_VIDEO_CAM_CTRL_MAX = 22    /**< The highest command number. */
 };
 
 /** One camera preset. */
 typedef struct VeskVideoPresetInfo {
-    uint8_t isValid;    /**< Nonzero when the preset is valid. */
-    uint8_t padding[3]; /**< Not read. */
-    uint32_t presetId;  /**< The preset's number. */
+    uint8_t isValid; /**< Nonzero if the preset is valid. */
+    uint8_t padding[3];
+    uint32_t presetId; /**< The preset's number. */
 } VeskVideoPresetInfo;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoPresetInfo, 8);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoPresetInfo, presetId, 4);
 
-/** Whether a camera stands at a boundary; its contents are the service's. */
+/** Whether a camera is at a limit of its range; opaque. */
 typedef struct VeskVideoBoundaryState {
-    uint32_t serviceData[2]; /**< The service's, carried unchanged. */
+    uint32_t serviceData[2];
 } VeskVideoBoundaryState;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoBoundaryState, 8);
 
 /**
- * Gives a camera a command. How it ended may also be notified (VESK_VIDEO_ON_CAMERA_CTRL_RESULT_NOTIFY).
+ * Sends a command to a camera. Its outcome may also be notified (VESK_VIDEO_ON_CAMERA_CTRL_RESULT_NOTIFY).
  *
  * @param inEngNo      Engine number.
- * @param cmdType      Command number, @ref VESK_VIDEO_CAM_CTRL_MAX at most; negative ones are sent.
- * @param ctrlData     For @ref VESK_VIDEO_CAM_CTRL_QUERY it takes the answer. Others: data of the
- *                     command, or null for none.
- * @param ctrlDataLen  Bytes at @p ctrlData; a query must be answered with exactly as many.
- * @return 2 also when @p cmdType is too high, or a query has no buffer.
+ * @param cmdType      Command number, at most @ref VESK_VIDEO_CAM_CTRL_MAX; negative numbers are sent too.
+ * @param ctrlData     Receives the answer to @ref VESK_VIDEO_CAM_CTRL_QUERY. For other commands: data to
+ *                     send, or null for none.
+ * @param ctrlDataLen  Size of @p ctrlData in bytes; the answer to a query must have exactly this size.
+ * @retval VESK_VIDEO_ERR_ARGUMENT  @p cmdType is too high, a query has no buffer, or @p ctrlDataLen is 0
+ *         although @p ctrlData is not null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoCamControl(uint32_t inEngNo, int32_t cmdType, void* ctrlData,
                                             uint32_t ctrlDataLen);
@@ -48,42 +50,55 @@ VESK_VIDEO_API uint32_t VeskVideoCamControl(uint32_t inEngNo, int32_t cmdType, v
  *
  * @param engNo       Engine number; its low 16 bits are sent.
  * @param presetInfo  The preset.
- * @return 1 also when @p presetInfo is null.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p presetInfo is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoCamSetPreset(uint32_t engNo, const VeskVideoPresetInfo* presetInfo);
 
 /**
- * Asks how many presets are stored.
+ * Gets the number of stored presets.
  *
- * @param count  Takes the number.
- * @return 1 also when @p count is null.
+ * @param count  Receives the number.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p count is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoCamGetPresetCount(uint32_t* count);
 
 /**
  * Lists presets.
  *
- * @param presetSelector  What to list; the service's.
- * @param presetInfo      Array of @p presetCount entries to fill.
- * @param presetCount     Its entries; the service must answer with exactly as many.
- * @return 1 also when @p presetInfo is null; 2 also when @p presetCount is 0.
+ * @param presetSelector  Selects the presets to list; service-defined.
+ * @param presetInfo      Receives @p presetCount entries.
+ * @param presetCount     Number of entries; the service must answer with exactly this many.
+ * @retval VESK_VIDEO_ERR_FAILURE   @p presetInfo is null.
+ * @retval VESK_VIDEO_ERR_ARGUMENT  @p presetCount is 0.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoCamQueryPreset(uint32_t presetSelector, VeskVideoPresetInfo* presetInfo,
                                                 uint32_t presetCount);
 
 /**
- * Asks for a camera's boundary state.
+ * Gets a camera's boundary state.
  *
  * @param inEngNo        Engine number; its low 16 bits are sent.
- * @param boundaryState  Takes the state.
- * @return 1 also when @p boundaryState is null.
+ * @param boundaryState  Receives the state.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p boundaryState is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoCamGetBoundaryState(uint32_t inEngNo, VeskVideoBoundaryState* boundaryState);
 
-/** Does nothing, whatever it is given; sends nothing. @return 0. */
+/**
+ * Does nothing: accepts any arguments and sends no request.
+ *
+ * @return Always @ref VESK_VIDEO_OK.
+ */
 VESK_VIDEO_API uint32_t VeskVideoCamGetPreset(VESK_VIDEO_ANY_ARGUMENTS);
 
-/** Does nothing, whatever it is given; sends nothing. @return 0. */
+/**
+ * Does nothing: accepts any arguments and sends no request.
+ *
+ * @return Always @ref VESK_VIDEO_OK.
+ */
 VESK_VIDEO_API uint32_t VeskVideoCamGetPosition(VESK_VIDEO_ANY_ARGUMENTS);
 
 VESK_VIDEO_END

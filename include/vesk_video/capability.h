@@ -1,6 +1,6 @@
 /**
  * @file
- * What the device and its codecs can do. Threads, ownership and the results that all requests share: see
+ * Capabilities of the device and its codecs. Threading, ownership and the common result codes: see
  * common.h.
  */
 #ifndef VESK_VIDEO_CAPABILITY_H
@@ -14,91 +14,96 @@ enum {
     VESK_VIDEO_CODEC_NUM = 14 /**< Codec entries of a capability record. */
 };
 
-/** What one codec can encode. Flags are 0 for no; units are the service's. */
+/** Encoding capability of one codec. Flags are nonzero for yes; units not given here are service-defined. */
 typedef struct VeskVideoEncCodecCapability {
-    uint8_t support;       /**< 0: the codec is not offered. */
-    uint8_t padding0[3];   /**< Not read. */
+    uint8_t support; /**< Flag: the codec is available. */
+    uint8_t padding0[3];
     uint32_t blocksPs;     /**< Blocks per second. */
     uint32_t blockspf;     /**< Blocks per frame. */
-    uint32_t maxWidth;     /**< Pixels. */
-    uint32_t minWidth;     /**< Pixels. */
-    uint32_t maxHeight;    /**< Pixels. */
-    uint32_t minHeight;    /**< Pixels. */
-    uint32_t maxBandWidth; /**< The service's unit. */
-    uint32_t h264MaxLevel; /**< The service's numbering. */
-    uint32_t h265MaxLevel; /**< The service's numbering. */
-    uint8_t isSvc;         /**< Nonzero: scalable coding. */
-    uint8_t profiles[6];   /**< Flags, one a profile. */
-    uint8_t fecs[3];       /**< Flags, one a kind of error correction. */
-    uint8_t padding1[2];   /**< Not read. */
+    uint32_t maxWidth;     /**< Maximum picture width in pixels. */
+    uint32_t minWidth;     /**< Minimum picture width in pixels. */
+    uint32_t maxHeight;    /**< Maximum picture height in pixels. */
+    uint32_t minHeight;    /**< Minimum picture height in pixels. */
+    uint32_t maxBandWidth; /**< Maximum bandwidth. */
+    uint32_t h264MaxLevel; /**< Maximum H.264 level. */
+    uint32_t h265MaxLevel; /**< Maximum H.265 level. */
+    uint8_t isSvc;         /**< Flag: scalable coding. */
+    uint8_t profiles[6];   /**< One flag per profile. */
+    uint8_t fecs[3];       /**< One flag per kind of forward error correction. */
+    uint8_t padding1[2];
 } VeskVideoEncCodecCapability;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoEncCodecCapability, 52);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoEncCodecCapability, h265MaxLevel, 36);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoEncCodecCapability, profiles, 41);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoEncCodecCapability, fecs, 47);
 
-/** What the service can encode. */
+/** Encoding capability of the service. */
 typedef struct VeskVideoEncodeCapability {
-    uint32_t maxChannel; /**< Channels at once; does not bound the codec entries. */
-    VeskVideoEncCodecCapability codec[VESK_VIDEO_CODEC_NUM]; /**< By codec number. */
+    uint32_t maxChannel; /**< Number of simultaneous channels; unrelated to the number of codec entries. */
+    VeskVideoEncCodecCapability
+        codec[VESK_VIDEO_CODEC_NUM]; /**< One entry per codec, indexed by codec number. */
 } VeskVideoEncodeCapability;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoEncodeCapability, 732);
 
-/** What one codec can decode. Flags are 0 for no; units are the service's. */
+/** Decoding capability of one codec. Flags are nonzero for yes; units not given here are service-defined. */
 typedef struct VeskVideoDecCodecCapability {
-    uint8_t support;     /**< 0: the codec is not offered. */
-    uint8_t padding0[3]; /**< Not read. */
+    uint8_t support; /**< Flag: the codec is available. */
+    uint8_t padding0[3];
     uint32_t blocksPs;   /**< Blocks per second. */
-    uint32_t maxWidth;   /**< Pixels. */
-    uint32_t minWidth;   /**< Pixels. */
-    uint32_t maxHeight;  /**< Pixels. */
-    uint32_t minHeight;  /**< Pixels. */
-    uint8_t isSvc;       /**< Nonzero: scalable coding. */
-    uint8_t isTile;      /**< Nonzero: tiles. */
-    uint8_t profiles[6]; /**< Flags, one a profile. */
-    uint8_t fecs[3];     /**< Flags, one a kind of error correction. */
-    uint8_t padding1;    /**< Not read. */
+    uint32_t maxWidth;   /**< Maximum picture width in pixels. */
+    uint32_t minWidth;   /**< Minimum picture width in pixels. */
+    uint32_t maxHeight;  /**< Maximum picture height in pixels. */
+    uint32_t minHeight;  /**< Minimum picture height in pixels. */
+    uint8_t isSvc;       /**< Flag: scalable coding. */
+    uint8_t isTile;      /**< Flag: tiles. */
+    uint8_t profiles[6]; /**< One flag per profile. */
+    uint8_t fecs[3];     /**< One flag per kind of forward error correction. */
+    uint8_t padding1;
 } VeskVideoDecCodecCapability;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoDecCodecCapability, 36);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoDecCodecCapability, isSvc, 24);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoDecCodecCapability, profiles, 26);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoDecCodecCapability, fecs, 32);
 
-/** What the service can decode. */
+/** Decoding capability of the service. */
 typedef struct VeskVideoDecodeCapability {
-    uint32_t maxChannel; /**< Channels at once; does not bound the codec entries. */
-    VeskVideoDecCodecCapability codec[VESK_VIDEO_CODEC_NUM]; /**< By codec number. */
+    uint32_t maxChannel; /**< Number of simultaneous channels; unrelated to the number of codec entries. */
+    VeskVideoDecCodecCapability
+        codec[VESK_VIDEO_CODEC_NUM]; /**< One entry per codec, indexed by codec number. */
 } VeskVideoDecodeCapability;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoDecodeCapability, 508);
 
-/** A capability of the device; its contents are the service's. */
+/** One capability of the device; opaque. */
 typedef struct VeskVideoCapability {
-    uint32_t serviceData[2]; /**< The service's, carried unchanged. */
+    uint32_t serviceData[2];
 } VeskVideoCapability;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoCapability, 8);
 
 /**
- * Asks what the service can encode, and logs it.
+ * Gets the encoding capability of the service, and logs it.
  *
- * @param encodeCapability  Takes the capability.
- * @return 1 also when @p encodeCapability is null.
+ * @param encodeCapability  Receives the capability.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p encodeCapability is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoGetEncodeCapability(VeskVideoEncodeCapability* encodeCapability);
 
 /**
- * Asks what the service can decode, and logs it.
+ * Gets the decoding capability of the service, and logs it.
  *
- * @param decodeCapability  Takes the capability.
- * @return 1 also when @p decodeCapability is null.
+ * @param decodeCapability  Receives the capability.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p decodeCapability is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoGetDecodeCapability(VeskVideoDecodeCapability* decodeCapability);
 
 /**
- * Reads a capability of the device.
+ * Gets one capability of the device.
  *
- * @param capabilityType  Which; the service's numbers.
- * @param capability      Takes the capability.
- * @return 1 also when @p capability is null. A failed exchange is returned as such.
+ * @param capabilityType  Number of the capability; service-defined.
+ * @param capability      Receives the capability.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p capability is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoGetCapability(uint32_t capabilityType, VeskVideoCapability* capability);
 

@@ -1,7 +1,7 @@
 /**
  * @file
- * Input sources that are not cameras. Threads, ownership and the results that all requests share: see
- * common.h.
+ * Input sources other than cameras: files, applications and screen projection. Threading, ownership and the
+ * common result codes: see common.h.
  */
 #ifndef VESK_VIDEO_CAPTURE_H
 #define VESK_VIDEO_CAPTURE_H
@@ -10,53 +10,58 @@
 
 VESK_VIDEO_BEGIN
 
-/** An application as a source; what the text and the numbers mean is the service's. */
+/** An application that is an input source; the text and the numbers are service-defined. */
 typedef struct VeskVideoAppInParam {
-    char text[256];      /**< NUL-terminated. */
-    uint64_t taskHandle; /**< Handle of an application task, not 0. */
-    uint32_t param0;     /**< The service's. */
-    uint32_t param1;     /**< The service's. */
-    uint32_t param2;     /**< The service's. */
-    uint32_t param3;     /**< The service's. */
-    int32_t param4;      /**< The service's. */
-    uint32_t padding;    /**< Not read. */
+    char text[256];      /**< NUL-terminated text. */
+    uint64_t taskHandle; /**< Handle of an application task; not 0. */
+    uint32_t param0;
+    uint32_t param1;
+    uint32_t param2;
+    uint32_t param3;
+    int32_t param4;
+    uint32_t padding;
 } VeskVideoAppInParam;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoAppInParam, 288);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoAppInParam, taskHandle, 256);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoAppInParam, param4, 280);
 
 /**
- * Feeds a virtual input from a file.
+ * Sets the file that feeds a virtual input.
  *
  * @param sourceId  Number of the virtual input.
- * @param filePath  Path of 4,096 characters at most, as the service sees it.
- * @return 1 also when @p filePath is null; 2 also when it is too long.
+ * @param filePath  Path as the service sees it, at most 4096 characters.
+ * @retval VESK_VIDEO_ERR_FAILURE   @p filePath is null.
+ * @retval VESK_VIDEO_ERR_ARGUMENT  @p filePath is too long.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoSetVirtualViSrc(uint32_t sourceId, const char* filePath);
 
 /**
- * Sets an application as an engine's source.
+ * Makes an application the source of an engine.
  *
  * @param inEngNo     Engine number.
  * @param appInParam  The application.
- * @return 2 also when @p appInParam is null or its taskHandle is 0.
+ * @retval VESK_VIDEO_ERR_ARGUMENT  @p appInParam is null or its taskHandle is 0.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoSetAppCaptureParam(uint32_t inEngNo, const VeskVideoAppInParam* appInParam);
 
 /**
- * Hands the service the Android objects that it needs there.
+ * Passes the service the objects it needs on Android.
  *
- * @param javaVm       The Java virtual machine; its address is sent whole.
- * @param javaContext  An application context; the low 32 bits of the value are sent.
- * @return 1 also when either is null.
+ * @param javaVm       Java virtual machine; the whole address is sent.
+ * @param javaContext  Application context; only the low 32 bits of the address are sent.
+ * @retval VESK_VIDEO_ERR_FAILURE  Either pointer is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoSetAndroidContext(void* javaVm, void* javaContext);
 
 /**
- * Hands the service what sets up Android's MediaProjection.
+ * Passes the service what it needs to set up an Android media projection.
  *
- * @param resultCode      Result code as the application obtained it; sent sign-extended.
- * @param projectionData  Data handle; the low 32 bits of the value are sent.
+ * @param resultCode      Result code that the application obtained; sent sign-extended to 64 bits.
+ * @param projectionData  Data handle; only the low 32 bits of the address are sent. May be null.
+ * @return A common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoSetAndroidProjection(int32_t resultCode, void* projectionData);
 

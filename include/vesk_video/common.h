@@ -1,17 +1,30 @@
 /**
  * @file
- * What every header of the interface shares: linkage, layout assertions and the result codes.
+ * What all headers of the interface share: conventions, result codes, linkage and layout assertions.
  *
- * Conventions that hold for every request function unless its own comment says otherwise:
+ * The following holds for every request function unless its own comment says otherwise.
  *
- * - Threads: any application thread may call, any number at once. A synchronous request blocks its
- *   caller alone, until the service has answered, and 5 seconds at most.
- * - Ownership: every pointer stays the caller's and is used only during the call.
- * - Out-parameters change only when the result is 0.
- * - Results: @ref VESK_VIDEO_OK, @ref VESK_VIDEO_ERR_FAILURE when the exchange failed on this side,
- *   @ref VESK_VIDEO_ERR_ARGUMENT when the transport refused a length, and every other value is the
- *   service's own code, passed on unchanged (16 bits; a service may answer 1 or 2 as well). A
- *   function's comment names only what it adds to these.
+ * **Threads.** Any thread may call, and any number of threads may call at the same time. A synchronous
+ * request blocks only its caller, until the service answers, for at most 5 seconds.
+ *
+ * **Ownership.** The caller keeps every pointer it passes; the library uses it only during the call. An
+ * out-parameter is written only when the result is 0.
+ *
+ * **Common result codes.** A function's comment lists only the causes that it adds to these:
+ *
+ * - @ref VESK_VIDEO_OK (0): the service accepted the request.
+ * - @ref VESK_VIDEO_ERR_FAILURE (1): the exchange with the service failed, or its answer was malformed.
+ * - @ref VESK_VIDEO_ERR_ARGUMENT (2): the transport refused a length that is 0 or makes the message longer
+ *   than @ref VESK_VIDEO_MAX_MESSAGE_SIZE.
+ * - Any other value is the service's own 16-bit code, passed on unchanged. It may also be 1 or 2.
+ *
+ * **Service-defined values.** The meaning, range and unit of a service-defined value are up to the service;
+ * the library passes it on unchanged. A record is opaque if all of its contents are service-defined. These
+ * fields mean the same in every record and have no comment of their own:
+ *
+ * - `serviceData`: opaque bytes. The library does not interpret them.
+ * - `param0`, `exParam3`, `value` and the like: service-defined numbers. The library may log them.
+ * - `padding`: sent as it is, and not interpreted by either side.
  */
 #ifndef VESK_VIDEO_COMMON_H
 #define VESK_VIDEO_COMMON_H
@@ -19,21 +32,24 @@
 #include <stddef.h>
 #include <stdint.h>
 
-/** Marks what the shared library exports. */
+/** Marks a function or variable that the shared library exports. */
 #define VESK_VIDEO_API __attribute__((visibility("default")))
 
-/** @cond the language's differences */
+/** @cond differences between C and C++ */
 #ifdef __cplusplus
 #define VESK_VIDEO_BEGIN extern "C" {
 #define VESK_VIDEO_END }
 #define VESK_VIDEO_STATIC_ASSERT(condition, text) static_assert(condition, text)
-/** Parameter list of a function that ignores whatever it is given. */
+/** Parameter list of a function that accepts and ignores any arguments. */
 #define VESK_VIDEO_ANY_ARGUMENTS ...
 #else
 #define VESK_VIDEO_BEGIN
 #define VESK_VIDEO_END
 #define VESK_VIDEO_STATIC_ASSERT(condition, text) _Static_assert(condition, text)
-#if defined(__STDC_VERSION__) && __STDC_VERSION__ > 201710L
+// C23 reads "()" as "no arguments" and allows "..." alone. The C2x modes of earlier compilers, which report
+// 202000L, do so only from these versions on.
+#if defined(__STDC_VERSION__) && __STDC_VERSION__ > 201710L &&                                               \
+    (__STDC_VERSION__ >= 202311L || (defined(__clang__) ? __clang_major__ >= 15 : __GNUC__ >= 13))
 #define VESK_VIDEO_ANY_ARGUMENTS ...
 #else
 #define VESK_VIDEO_ANY_ARGUMENTS
@@ -41,21 +57,21 @@
 #endif
 /** @endcond */
 
-/** Holds a record to the size that it has on the wire. */
+/** Asserts at compile time that a record has its size on the wire. */
 #define VESK_VIDEO_ASSERT_SIZE(type, size)                                                                   \
     VESK_VIDEO_STATIC_ASSERT(sizeof(type) == (size), #type " must have " #size " bytes")
 
-/** Holds a field to its offset on the wire. */
+/** Asserts at compile time that a field is at its offset on the wire. */
 #define VESK_VIDEO_ASSERT_OFFSET(type, field, offset)                                                        \
     VESK_VIDEO_STATIC_ASSERT(offsetof(type, field) == (offset), #type "." #field " must be at " #offset)
 
-/** Result codes made by the library itself; every other value comes from the service. */
+/** Result codes of the library itself; every other value comes from the service. */
 enum {
-    VESK_VIDEO_OK = 0,               /**< The service accepted the request. */
-    VESK_VIDEO_ERR_FAILURE = 1,      /**< Failed on this side, or a null pointer in most requests. */
-    VESK_VIDEO_ERR_ARGUMENT = 2,     /**< Refused argument: a range, a length, or a null pointer. */
-    VESK_VIDEO_ERR_PORT_INVALID = 3, /**< A framing setter was given too high a port. */
-    VESK_VIDEO_ERR_UVC_STREAM = 11   /**< Too high a UVC stream number. */
+    VESK_VIDEO_OK = 0,               /**< Success. */
+    VESK_VIDEO_ERR_FAILURE = 1,      /**< The exchange failed, or (most functions) a pointer is null. */
+    VESK_VIDEO_ERR_ARGUMENT = 2,     /**< An argument is out of range or has a bad length, or is null. */
+    VESK_VIDEO_ERR_PORT_INVALID = 3, /**< The port number of a framing setter is too high. */
+    VESK_VIDEO_ERR_UVC_STREAM = 11   /**< The UVC stream number is too high. */
 };
 
 #endif

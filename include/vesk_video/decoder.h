@@ -1,8 +1,11 @@
 /**
  * @file
- * Decoder channels. The life of a channel is kept by the service: create (which yields its stream number),
- * configure, start, stop, delete; the library sends whatever it is asked in whatever order. Threads,
- * ownership and the results that all requests share: see common.h.
+ * Decoder channels.
+ *
+ * A channel goes through these steps: create (which returns its stream number), configure, start, stop,
+ * delete. The service enforces the order; the library sends every request as it comes.
+ *
+ * Threading, ownership and the common result codes: see common.h.
  */
 #ifndef VESK_VIDEO_DECODER_H
 #define VESK_VIDEO_DECODER_H
@@ -15,54 +18,60 @@ enum {
     VESK_VIDEO_DEC_SVC_SW = 10 /**< The codec type that VeskVideoDecoderSetParam refuses. */
 };
 
-/** Parameters of a decoder; units, and the bytes named serviceData, are the service's. */
+/** Parameters of a decoder. Types and units are service-defined. */
 typedef struct VeskVideoDecParam {
-    int32_t codecType;      /**< Codec type, not @ref VESK_VIDEO_DEC_SVC_SW. */
-    uint32_t payloadType;   /**< Payload type. */
-    uint32_t w;             /**< Picture width. */
-    uint32_t h;             /**< Picture height. */
-    int32_t secType;        /**< The service's. */
-    uint8_t serviceData[4]; /**< The service's, carried unchanged. */
-    int32_t strmTyp;        /**< Stream type. */
-    int32_t transType;      /**< The service's. */
+    int32_t codecType;    /**< Codec type; not @ref VESK_VIDEO_DEC_SVC_SW. */
+    uint32_t payloadType; /**< Payload type. */
+    uint32_t w;           /**< Picture width. */
+    uint32_t h;           /**< Picture height. */
+    int32_t secType;      /**< Service-defined. */
+    uint8_t serviceData[4];
+    int32_t strmTyp;   /**< Stream type. */
+    int32_t transType; /**< Service-defined. */
 } VeskVideoDecParam;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoDecParam, 32);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoDecParam, secType, 16);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoDecParam, strmTyp, 24);
 
-/** Extended parameters of a decoder; their contents are the service's. */
+/** Extended parameters of a decoder; opaque. */
 typedef struct VeskVideoDecParamEx {
-    uint32_t serviceData[2]; /**< The service's, carried unchanged. */
+    uint32_t serviceData[2];
 } VeskVideoDecParamEx;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoDecParamEx, 8);
 
-/** Status of one decoder; its contents are the service's. */
+/** Status of one decoder; opaque. */
 typedef struct VeskVideoDecStatus {
-    uint32_t serviceData[7]; /**< The service's, carried unchanged. */
+    uint32_t serviceData[7];
 } VeskVideoDecStatus;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoDecStatus, 28);
 
-/** One entry of the status of all decoders; its contents are the service's. */
+/** Status of one decoder in a list of several; opaque. */
 typedef struct VeskVideoDecStatusInfo {
-    uint32_t serviceData[8]; /**< The service's, carried unchanged. */
+    uint32_t serviceData[8];
 } VeskVideoDecStatusInfo;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoDecStatusInfo, 32);
 
-/** Statistics of one decoder; their contents are the service's. */
+/** Statistics of one decoder; opaque. */
 typedef struct VeskVideoDecChrStatistics {
-    uint32_t serviceData[28]; /**< The service's, carried unchanged. */
+    uint32_t serviceData[28];
 } VeskVideoDecChrStatistics;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoDecChrStatistics, 112);
 
 /**
  * Creates a decoder channel.
  *
- * @param decStmNo  Takes its stream number.
- * @return 1 also when @p decStmNo is null.
+ * @param decStmNo  Receives the stream number.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p decStmNo is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoDecoderCreate(uint32_t* decStmNo);
 
-/** Deletes a decoder channel. @param decStmNo Stream number. */
+/**
+ * Deletes a decoder channel.
+ *
+ * @param decStmNo  Stream number.
+ * @return A common result code.
+ */
 VESK_VIDEO_API uint32_t VeskVideoDecoderDelete(uint32_t decStmNo);
 
 /**
@@ -70,7 +79,9 @@ VESK_VIDEO_API uint32_t VeskVideoDecoderDelete(uint32_t decStmNo);
  *
  * @param decStmNo  Stream number.
  * @param decParam  The parameters.
- * @return 1 also when @p decParam is null; 2 also when its codecType is @ref VESK_VIDEO_DEC_SVC_SW.
+ * @retval VESK_VIDEO_ERR_FAILURE   @p decParam is null.
+ * @retval VESK_VIDEO_ERR_ARGUMENT  Its codecType is @ref VESK_VIDEO_DEC_SVC_SW.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoDecoderSetParam(uint32_t decStmNo, const VeskVideoDecParam* decParam);
 
@@ -79,60 +90,76 @@ VESK_VIDEO_API uint32_t VeskVideoDecoderSetParam(uint32_t decStmNo, const VeskVi
  *
  * @param decStmNo    Stream number.
  * @param decParamEx  The parameters.
- * @return 1 also when @p decParamEx is null.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p decParamEx is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoDecoderSetParamEx(uint32_t decStmNo, const VeskVideoDecParamEx* decParamEx);
 
 /**
- * Names the queue from which a decoder takes its input.
+ * Sets the queue from which a decoder reads its input.
  *
  * @param decStmNo  Stream number.
  * @param queId     Queue identifier.
+ * @return A common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoDecoderSetQueHandle(uint32_t decStmNo, uint32_t queId);
 
 /**
- * Reads a decoder's parameters.
+ * Gets a decoder's parameters.
  *
  * @param decStmNo  Stream number.
- * @param decParam  Takes the parameters.
- * @return 2 also when @p decParam is null.
+ * @param decParam  Receives the parameters.
+ * @retval VESK_VIDEO_ERR_ARGUMENT  @p decParam is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoDecoderGetParam(uint32_t decStmNo, VeskVideoDecParam* decParam);
 
-/** Starts a decoder. @param decStmNo Stream number. */
+/**
+ * Starts a decoder.
+ *
+ * @param decStmNo  Stream number.
+ * @return A common result code.
+ */
 VESK_VIDEO_API uint32_t VeskVideoDecoderStart(uint32_t decStmNo);
 
-/** Stops a decoder. @param decStmNo Stream number. */
+/**
+ * Stops a decoder.
+ *
+ * @param decStmNo  Stream number.
+ * @return A common result code.
+ */
 VESK_VIDEO_API uint32_t VeskVideoDecoderStop(uint32_t decStmNo);
 
 /**
- * Reads a decoder's status.
+ * Gets a decoder's status.
  *
  * @param decStmNo  Stream number.
- * @param status    Takes the status.
- * @return 2 also when @p status is null.
+ * @param status    Receives the status.
+ * @retval VESK_VIDEO_ERR_ARGUMENT  @p status is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoDecoderGetStatus(uint32_t decStmNo, VeskVideoDecStatus* status);
 
 /**
- * Reads the status of several decoders.
+ * Gets the status of several decoders.
  *
- * @param num     Entries at @p status; the service must answer with exactly as many.
- * @param status  Array that is sent as it is and comes back filled.
- * @param len     Bytes at @p status.
- * @return 2 also when @p status is null, @p num is 0, or @p num entries do not fit into @p len or into a
- *         message.
+ * @param num     Number of entries in @p status; the service must answer with exactly this many.
+ * @param status  Array of @p num entries; sent as it is, and replaced by the answer.
+ * @param len     Size of @p status in bytes.
+ * @retval VESK_VIDEO_ERR_ARGUMENT  @p status is null, @p num is 0, or @p num entries do not fit into @p len
+ *         or into a message.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoDecoderGetStatusInfos(uint32_t num, VeskVideoDecStatusInfo* status,
                                                        uint32_t len);
 
 /**
- * Reads a decoder's statistics.
+ * Gets a decoder's statistics.
  *
  * @param decStmNo    Stream number.
- * @param statistics  Takes the statistics.
- * @return 2 also when @p statistics is null.
+ * @param statistics  Receives the statistics.
+ * @retval VESK_VIDEO_ERR_ARGUMENT  @p statistics is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoDecoderGetChrStatistics(uint32_t decStmNo,
                                                          VeskVideoDecChrStatistics* statistics);
@@ -141,7 +168,8 @@ VESK_VIDEO_API uint32_t VeskVideoDecoderGetChrStatistics(uint32_t decStmNo,
  * Sets a decoder's anti-jitter state.
  *
  * @param decStmNo     Stream number.
- * @param enableState  The state; its values are the service's.
+ * @param enableState  State; service-defined.
+ * @return A common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoDecoderSetAntiJitter(uint32_t decStmNo, uint8_t enableState);
 

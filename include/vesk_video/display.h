@@ -1,7 +1,7 @@
 /**
  * @file
- * What an output shows: composition, display mode, default image, filter windows. Engine numbers come from
- * output.h. Threads, ownership and the results that all requests share: see common.h.
+ * What an output shows: composition, display mode, default image and filter windows. VeskVideoVoOpen
+ * (output.h) returns the engine numbers. Threading, ownership and the common result codes: see common.h.
  */
 #ifndef VESK_VIDEO_DISPLAY_H
 #define VESK_VIDEO_DISPLAY_H
@@ -11,28 +11,28 @@
 VESK_VIDEO_BEGIN
 
 enum {
-    VESK_VIDEO_MAX_SUBPIC_NUM = 25, /**< Pictures that an output can show at once. */
+    VESK_VIDEO_MAX_SUBPIC_NUM = 25, /**< Maximum number of pictures on one output. */
     VESK_VIDEO_DISPLAY_MODE_MAX = 2 /**< The highest display mode. */
 };
 
-/** One picture of a composition. The bytes named serviceData are the service's, carried unchanged. */
+/** One picture of a composition. */
 typedef struct VeskVideoSubPicParam {
-    uint8_t serviceData0[24]; /**< The service's, carried unchanged. */
-    uint8_t decFlag;          /**< Nonzero when the picture comes from a decoder. */
-    uint8_t serviceData1[3];  /**< The service's, carried unchanged. */
-    uint32_t inputId;         /**< Input or decoder that is shown. */
-    uint8_t sufaceFlag;       /**< The service's. */
-    uint8_t serviceData2[7];  /**< The service's, carried unchanged. */
-    uint64_t winHandle;       /**< Window handle of the application. */
-    uint8_t serviceData3[8];  /**< The service's, carried unchanged. */
-    uint32_t colorSpace;      /**< The service's. */
-    uint8_t mirror;           /**< Nonzero mirrors the picture. */
-    uint8_t serviceData4[3];  /**< The service's, carried unchanged. */
-    uint32_t showMode;        /**< The service's. */
-    uint8_t serviceData5[12]; /**< The service's, carried unchanged. */
-    uint32_t basWidth;        /**< The service's. */
-    uint32_t basHeight;       /**< The service's. */
-    uint8_t serviceData6[96]; /**< The service's, carried unchanged. */
+    uint8_t serviceData0[24];
+    uint8_t decFlag; /**< Nonzero if the picture comes from a decoder. */
+    uint8_t serviceData1[3];
+    uint32_t inputId;   /**< Number of the input or decoder that is shown. */
+    uint8_t sufaceFlag; /**< Service-defined. */
+    uint8_t serviceData2[7];
+    uint64_t winHandle; /**< Window handle of the application. */
+    uint8_t serviceData3[8];
+    uint32_t colorSpace; /**< Color space; service-defined. */
+    uint8_t mirror;      /**< Nonzero mirrors the picture. */
+    uint8_t serviceData4[3];
+    uint32_t showMode; /**< Service-defined. */
+    uint8_t serviceData5[12];
+    uint32_t basWidth;  /**< Service-defined. */
+    uint32_t basHeight; /**< Service-defined. */
+    uint8_t serviceData6[96];
 } VeskVideoSubPicParam;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoSubPicParam, 184);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoSubPicParam, decFlag, 24);
@@ -45,29 +45,28 @@ VESK_VIDEO_ASSERT_OFFSET(VeskVideoSubPicParam, showMode, 64);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoSubPicParam, basWidth, 80);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoSubPicParam, basHeight, 84);
 
-/** The pictures that an output shows. */
+/** Composition of the pictures that an output shows. */
 typedef struct VeskVideoVoMultiPicParam {
-    uint32_t picNum;   /**< Pictures in use. */
-    uint32_t reserved; /**< Carried unchanged. */
-    VeskVideoSubPicParam
-        subPic[VESK_VIDEO_MAX_SUBPIC_NUM]; /**< The pictures; entries behind picNum are carried, not read. */
+    uint32_t picNum;                                        /**< Number of pictures in use. */
+    uint32_t reserved;                                      /**< Passed on unchanged. */
+    VeskVideoSubPicParam subPic[VESK_VIDEO_MAX_SUBPIC_NUM]; /**< Only the first picNum are used. */
 } VeskVideoVoMultiPicParam;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoVoMultiPicParam, 4608);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoVoMultiPicParam, subPic, 8);
 
-/** Display mode and frame rate. The bytes named serviceData are the service's, carried unchanged. */
+/** Display mode and frame rate. */
 typedef struct VeskVideoDisplayInfo {
-    uint32_t displayMode;     /**< 0, 1 or 2. */
-    uint8_t serviceData0[12]; /**< The service's, carried unchanged. */
-    uint32_t fps;             /**< Frames per second. */
-    uint8_t serviceData1[84]; /**< The service's, carried unchanged. */
+    uint32_t displayMode; /**< 0, 1 or 2. */
+    uint8_t serviceData0[12];
+    uint32_t fps; /**< Frames per second. */
+    uint8_t serviceData1[84];
 } VeskVideoDisplayInfo;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoDisplayInfo, 104);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoDisplayInfo, fps, 16);
 
-/** One entry of a filter window list; its contents are the service's. */
+/** One entry of a list of filter windows; opaque. */
 typedef struct VeskVideoFilterWindow {
-    uint32_t serviceData[2]; /**< The service's, carried unchanged. */
+    uint32_t serviceData[2];
 } VeskVideoFilterWindow;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoFilterWindow, 8);
 
@@ -75,61 +74,75 @@ VESK_VIDEO_ASSERT_SIZE(VeskVideoFilterWindow, 8);
  * Sets the pictures that an output shows.
  *
  * @param outEngNo         Engine number.
- * @param voMultiPicParam  The pictures; all 4,608 bytes are sent.
- * @return 1 also when @p voMultiPicParam is null; 2 also when its picNum is above
- *         @ref VESK_VIDEO_MAX_SUBPIC_NUM.
+ * @param voMultiPicParam  The composition; always sent whole.
+ * @retval VESK_VIDEO_ERR_FAILURE   @p voMultiPicParam is null.
+ * @retval VESK_VIDEO_ERR_ARGUMENT  Its picNum exceeds @ref VESK_VIDEO_MAX_SUBPIC_NUM.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoVoSetSrc(uint32_t outEngNo, const VeskVideoVoMultiPicParam* voMultiPicParam);
 
 /**
- * Sets display mode and frame rate.
+ * Sets the display mode and the frame rate.
  *
- * @param displayInfo  The mode.
- * @return 2 also when @p displayInfo is null or its displayMode above 2.
+ * @param displayInfo  Mode and frame rate.
+ * @retval VESK_VIDEO_ERR_ARGUMENT  @p displayInfo is null, or its displayMode exceeds
+ *         @ref VESK_VIDEO_DISPLAY_MODE_MAX.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoVoSetDisplayMode(const VeskVideoDisplayInfo* displayInfo);
 
 /**
  * Sets an output's default image.
  *
- * @param imageParam1  The service's.
- * @param imageParam2  The service's.
- * @param filePath     Path of 4,095 characters at most, as the service sees it.
- * @return 2 also when @p filePath is null or too long.
+ * @param imageParam1  Service-defined.
+ * @param imageParam2  Service-defined.
+ * @param filePath     Path as the service sees it, at most 4095 characters.
+ * @retval VESK_VIDEO_ERR_ARGUMENT  @p filePath is null or too long.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoVoSetDefaultImage(uint32_t imageParam1, uint32_t imageParam2,
                                                    const char* filePath);
 
-/** Switches SR. @param enable Nonzero switches it on. */
+/**
+ * Switches SR on or off.
+ *
+ * @param enable  Nonzero: on.
+ * @return A common result code.
+ */
 VESK_VIDEO_API uint32_t VeskVideoVoSetByomSrEnable(uint8_t enable);
 
 /**
  * Adds filter windows.
  *
- * @param filterParam  The service's.
- * @param windowCount  Entries at @p windowList.
- * @param windowList   Array of VeskVideoFilterWindow, or null to send none.
- * @return 2 also when @p windowList is not null and @p windowCount is 0.
+ * @param filterParam  Service-defined.
+ * @param windowCount  Number of entries in @p windowList.
+ * @param windowList   Array of VeskVideoFilterWindow; null sends none.
+ * @retval VESK_VIDEO_ERR_ARGUMENT  @p windowList is not null, and @p windowCount is 0 or the list does not
+ *         fit into a message.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoAddFilterWindows(uint32_t filterParam, uint32_t windowCount,
                                                   const void* windowList);
 
 /**
- * Takes filter windows away.
+ * Removes filter windows.
  *
- * @param filterParam  The service's.
- * @param windowCount  Entries at @p windowList.
- * @param windowList   Array of VeskVideoFilterWindow, or null to send none.
- * @return 2 also when @p windowList is not null and @p windowCount is 0.
+ * @param filterParam  Service-defined.
+ * @param windowCount  Number of entries in @p windowList.
+ * @param windowList   Array of VeskVideoFilterWindow; null sends none.
+ * @retval VESK_VIDEO_ERR_ARGUMENT  @p windowList is not null, and @p windowCount is 0 or the list does not
+ *         fit into a message.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoDeleteFilterWindows(uint32_t filterParam, uint32_t windowCount,
                                                      const void* windowList);
 
 /**
- * Says that a window of the application is gone.
+ * Tells the service that the application has destroyed a window.
  *
  * @param outEngNo   Engine number.
- * @param winHandle  The window's handle, as VeskVideoSubPicParam::winHandle held it.
+ * @param winHandle  Handle of the window, as given in VeskVideoSubPicParam::winHandle.
+ * @return A common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoVoNotifyWindowDestroyed(uint32_t outEngNo, void* winHandle);
 

@@ -1,7 +1,7 @@
 /**
  * @file
- * Framing of an input, electronic and mechanical, and the state of its camera. Threads, ownership and the
- * results that all requests share: see common.h.
+ * Electronic and mechanical framing of an input, and the status of its camera. Threading, ownership and the
+ * common result codes: see common.h.
  */
 #ifndef VESK_VIDEO_FRAMING_H
 #define VESK_VIDEO_FRAMING_H
@@ -11,85 +11,97 @@
 VESK_VIDEO_BEGIN
 
 enum {
-    VESK_VIDEO_VI_PORT_MAX = 91 /**< The highest port number that the framing setters accept. */
+    VESK_VIDEO_VI_PORT_MAX = 91 /**< The highest port number that the setters accept. */
 };
 
-/** Electronic framing (cut-out) parameters of a port; their contents are the service's. */
+/** Electronic pan, tilt and zoom (cut-out) parameters of a port; opaque. */
 typedef struct VeskVideoEptzParams {
-    uint32_t serviceData[197]; /**< The service's, carried unchanged. */
+    uint32_t serviceData[197];
 } VeskVideoEptzParams;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoEptzParams, 788);
 
-/** Pan, tilt, zoom and focus parameters of a port; their contents are the service's. */
+/** Pan, tilt, zoom and focus parameters of a port; opaque. */
 typedef struct VeskVideoPtzfParams {
-    uint32_t serviceData[82]; /**< The service's, carried unchanged. */
+    uint32_t serviceData[82];
 } VeskVideoPtzfParams;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoPtzfParams, 328);
 
 /**
- * Sets a port's electronic framing.
+ * Sets the electronic framing of a port.
  *
- * @param port        Port number, @ref VESK_VIDEO_VI_PORT_MAX at most.
+ * @param port        Port number, at most @ref VESK_VIDEO_VI_PORT_MAX.
  * @param eptzParams  The parameters.
- * @return @ref VESK_VIDEO_ERR_PORT_INVALID when @p port is too high, which is looked at first; 1 also
- *         when @p eptzParams is null.
+ * @retval VESK_VIDEO_ERR_PORT_INVALID  @p port is too high; checked first.
+ * @retval VESK_VIDEO_ERR_FAILURE       @p eptzParams is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoSetViPortEptzParam(uint32_t port, const VeskVideoEptzParams* eptzParams);
 
 /**
- * Sets a port's pan, tilt, zoom and focus.
+ * Sets pan, tilt, zoom and focus of a port.
  *
- * @param port        Port number, @ref VESK_VIDEO_VI_PORT_MAX at most.
+ * @param port        Port number, at most @ref VESK_VIDEO_VI_PORT_MAX.
  * @param ptzfParams  The parameters.
- * @return @ref VESK_VIDEO_ERR_PORT_INVALID when @p port is too high, which is looked at first; 1 also
- *         when @p ptzfParams is null.
+ * @retval VESK_VIDEO_ERR_PORT_INVALID  @p port is too high; checked first.
+ * @retval VESK_VIDEO_ERR_FAILURE       @p ptzfParams is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoSetViPortPtzfParam(uint32_t port, const VeskVideoPtzfParams* ptzfParams);
 
 /**
- * Reads an input's electronic framing.
+ * Gets the electronic framing of an input.
  *
  * @param inEngNo     Engine number; its low 16 bits are sent.
- * @param eptzParams  Takes the parameters.
- * @return 1 also when @p eptzParams is null.
+ * @param eptzParams  Receives the parameters.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p eptzParams is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoGetViPortEptzParam(uint32_t inEngNo, VeskVideoEptzParams* eptzParams);
 
 /**
- * Reads an input's pan, tilt, zoom and focus.
+ * Gets pan, tilt, zoom and focus of an input.
  *
  * @param inEngNo     Engine number; its low 16 bits are sent.
- * @param ptzfParams  Takes the parameters.
- * @return 2 also when @p ptzfParams is null.
+ * @param ptzfParams  Receives the parameters.
+ * @retval VESK_VIDEO_ERR_ARGUMENT  @p ptzfParams is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoGetViPortPtzfParam(uint32_t inEngNo, VeskVideoPtzfParams* ptzfParams);
 
-/** Executes tracking once. @param inEngNo Engine number; its low 16 bits are sent. */
+/**
+ * Runs tracking once.
+ *
+ * @param inEngNo  Engine number; its low 16 bits are sent.
+ * @return A common result code.
+ */
 VESK_VIDEO_API uint32_t VeskVideoExecutViPortTrackingParam(uint32_t inEngNo);
 
 /**
- * Asks for a camera's pan and tilt status.
+ * Gets a camera's pan and tilt status.
  *
  * @param inEngNo  Engine number; its low 16 bits are sent.
- * @param status   Takes the status byte; its values are the service's.
- * @return 1 also when @p status is null.
+ * @param status   Receives the status; service-defined.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p status is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoGetViPortPtStatus(uint32_t inEngNo, uint8_t* status);
 
 /**
- * Asks for a camera's autofocus status.
+ * Gets a camera's autofocus status.
  *
  * @param inEngNo  Engine number; its low 16 bits are sent.
- * @param status   Takes the status byte; its values are the service's.
- * @return 1 also when @p status is null.
+ * @param status   Receives the status; service-defined.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p status is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoGetViPortAFStatus(uint32_t inEngNo, uint8_t* status);
 
 /**
- * Sets the speed of electronic framing moves.
+ * Sets the speed of electronic framing movements.
  *
  * @param inEngNo        Engine number.
- * @param eptzMoveSpeed  The speed in the service's units; any value is sent.
+ * @param eptzMoveSpeed  Speed; service-defined.
+ * @return A common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoViSetEptzMoveSpeed(uint32_t inEngNo, int32_t eptzMoveSpeed);
 

@@ -2,9 +2,9 @@
  * @file
  * Input ports: cameras and other inputs, and the input engines that read them.
  *
- * The life of an input is kept by the service: open a port (which yields its engine), set parameters,
- * connect streams, start, stop, close. The library sends whatever it is asked in whatever order.
- * Threads, ownership and the results that all requests share: see common.h.
+ * An input goes through these steps: open a port (which returns its engine number), set parameters, connect
+ * streams, start, stop, close. The service enforces the order; the library sends every request as it comes.
+ * Threading, ownership and the common result codes: see common.h.
  */
 #ifndef VESK_VIDEO_INPUT_H
 #define VESK_VIDEO_INPUT_H
@@ -13,25 +13,25 @@
 
 VESK_VIDEO_BEGIN
 
-/** One input port, as the service describes it; its contents are the service's. */
+/** Description of one input port; opaque. */
 typedef struct VeskVideoViPortInfo {
-    uint32_t serviceData[81]; /**< The service's, carried unchanged. */
+    uint32_t serviceData[81];
 } VeskVideoViPortInfo;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoViPortInfo, 324);
 
-/** Parameters of an input engine; the fields' meaning and units are the service's. */
+/** Parameters of an input engine; service-defined. */
 typedef struct VeskVideoViPortParam {
-    uint32_t param0;    /**< The service's. */
-    uint32_t param1;    /**< The service's. */
-    uint8_t param2;     /**< The service's. */
-    uint8_t param3;     /**< The service's. */
-    uint8_t padding[2]; /**< Not read. */
-    int32_t param4;     /**< The service's. */
-    int32_t param5;     /**< The service's. */
-    int32_t param6;     /**< The service's. */
-    int32_t param7;     /**< The service's. */
-    int32_t param8;     /**< The service's. */
-    int32_t param9;     /**< The service's. */
+    uint32_t param0;
+    uint32_t param1;
+    uint8_t param2;
+    uint8_t param3;
+    uint8_t padding[2];
+    int32_t param4;
+    int32_t param5;
+    int32_t param6;
+    int32_t param7;
+    int32_t param8;
+    int32_t param9;
 } VeskVideoViPortParam;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoViPortParam, 36);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoViPortParam, param2, 8);
@@ -39,19 +39,21 @@ VESK_VIDEO_ASSERT_OFFSET(VeskVideoViPortParam, param3, 9);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoViPortParam, param4, 12);
 
 /**
- * Asks how many input ports there are.
+ * Gets the number of input ports.
  *
- * @param count  Takes the number.
- * @return 1 also when @p count is null.
+ * @param count  Receives the number.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p count is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoGetViCount(uint32_t* count);
 
 /**
- * Asks for the description of the input ports.
+ * Gets the descriptions of the input ports.
  *
- * @param viPortInfo  Array of @p count entries to fill.
- * @param count       Its entries; the service must answer with exactly as many.
- * @return 2 also when @p viPortInfo is null or @p count is 0.
+ * @param viPortInfo  Receives @p count entries.
+ * @param count       Number of entries; the service must answer with exactly this many.
+ * @retval VESK_VIDEO_ERR_ARGUMENT  @p viPortInfo is null or @p count is 0.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoGetViPort(VeskVideoViPortInfo* viPortInfo, uint32_t count);
 
@@ -59,17 +61,19 @@ VESK_VIDEO_API uint32_t VeskVideoGetViPort(VeskVideoViPortInfo* viPortInfo, uint
  * Opens an input port.
  *
  * @param viPort   Port number.
- * @param inEngNo  Takes the number of the engine that reads it.
- * @return 1 also when @p inEngNo is null.
+ * @param inEngNo  Receives the number of the engine that reads the port.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p inEngNo is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoViOpen(uint32_t viPort, uint32_t* inEngNo);
 
 /**
- * Reads an engine's parameters.
+ * Gets an engine's parameters.
  *
  * @param inEngNo      Engine number.
- * @param viPortParam  Takes the parameters.
- * @return 1 also when @p viPortParam is null.
+ * @param viPortParam  Receives the parameters.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p viPortParam is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoViGetParam(uint32_t inEngNo, VeskVideoViPortParam* viPortParam);
 
@@ -78,7 +82,8 @@ VESK_VIDEO_API uint32_t VeskVideoViGetParam(uint32_t inEngNo, VeskVideoViPortPar
  *
  * @param inEngNo      Engine number.
  * @param viPortParam  The parameters.
- * @return 1 also when @p viPortParam is null.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p viPortParam is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoViSetParam(uint32_t inEngNo, const VeskVideoViPortParam* viPortParam);
 
@@ -87,14 +92,16 @@ VESK_VIDEO_API uint32_t VeskVideoViSetParam(uint32_t inEngNo, const VeskVideoViP
  *
  * @param inEngNo  Engine number.
  * @param stmNo    Stream number.
+ * @return A common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoViConnect(uint32_t inEngNo, uint32_t stmNo);
 
 /**
- * Takes an engine's connection to a stream away.
+ * Disconnects an engine from a stream.
  *
  * @param inEngNo  Engine number.
  * @param stmNo    Stream number.
+ * @return A common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoViDisconnect(uint32_t inEngNo, uint32_t stmNo);
 
@@ -103,55 +110,88 @@ VESK_VIDEO_API uint32_t VeskVideoViDisconnect(uint32_t inEngNo, uint32_t stmNo);
  *
  * @param inEngNo  Engine number.
  * @param stmNo    Stream number.
+ * @return A common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoViModifyInput(uint32_t inEngNo, uint32_t stmNo);
 
 /**
- * Asks for the shared-memory queue that carries an engine's frames, and waits until there is one: up to
- * 20 requests, each followed by a pause of 100 ms when it failed. The service's results 2, 3 and 7 end
- * the wait at once.
+ * Gets the shared-memory queue that carries an engine's frames.
+ *
+ * Waits until the queue exists: a request that fails is repeated after a pause of 100 ms, up to 20 requests
+ * in all. The results 2, 3 and 7 end the wait at once.
  *
  * @param inEngNo    Engine number.
- * @param queHandle  Takes the queue identifier.
- * @return 1 also when @p queHandle is null; after the last attempt its result.
+ * @param queHandle  Receives the queue identifier.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p queHandle is null.
+ * @return Otherwise the common result code of the last request.
  */
 VESK_VIDEO_API uint32_t VeskVideoViGetQueHandle(uint32_t inEngNo, uint32_t* queHandle);
 
 /**
- * Freezes an engine's picture, or lets it go; what the values mean is the service's.
+ * Freezes or unfreezes the picture of an engine.
  *
  * @param inEngNo  Engine number.
- * @param flag     The service's.
- * @param data     Data for the service, or null for none.
- * @param length   Bytes at @p data.
+ * @param flag     Service-defined.
+ * @param data     Service-defined data, or null for none.
+ * @param length   Size of @p data in bytes.
+ * @return A common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoViFreeze(uint32_t inEngNo, uint8_t flag, const void* data, uint32_t length);
 
-/** Closes an engine; its number is the service's again. @param inEngNo Engine number. */
+/**
+ * Closes an engine; its number becomes invalid.
+ *
+ * @param inEngNo  Engine number.
+ * @return A common result code.
+ */
 VESK_VIDEO_API uint32_t VeskVideoViClose(uint32_t inEngNo);
 
-/** Starts an engine. @param inEngNo Engine number. */
+/**
+ * Starts an engine.
+ *
+ * @param inEngNo  Engine number.
+ * @return A common result code.
+ */
 VESK_VIDEO_API uint32_t VeskVideoViStart(uint32_t inEngNo);
 
-/** Stops an engine. @param inEngNo Engine number. */
+/**
+ * Stops an engine.
+ *
+ * @param inEngNo  Engine number.
+ * @return A common result code.
+ */
 VESK_VIDEO_API uint32_t VeskVideoViStop(uint32_t inEngNo);
 
-/** Enables a port as a whole. @param viPort Port number. */
+/**
+ * Enables an input port.
+ *
+ * @param viPort  Port number.
+ * @return A common result code.
+ */
 VESK_VIDEO_API uint32_t VeskVideoViEnable(uint32_t viPort);
 
-/** Disables a port as a whole. @param viPort Port number. */
+/**
+ * Disables an input port.
+ *
+ * @param viPort  Port number.
+ * @return A common result code.
+ */
 VESK_VIDEO_API uint32_t VeskVideoViDisable(uint32_t viPort);
 
 /**
- * Names the queue for an input's face data; does not wait for an answer.
+ * Sets the queue for the face data of an input; does not wait for an answer.
  *
  * @param inEngNo  Engine number; its low 16 bits are sent.
  * @param queId    Queue identifier.
- * @return What the asynchronous send returned.
+ * @return See VeskVideoSendAsyncMsg.
  */
 VESK_VIDEO_API uint32_t VeskVideoSetViFaceQueHandle(uint32_t inEngNo, uint32_t queId);
 
-/** Does nothing, whatever it is given; sends nothing. @return 0. */
+/**
+ * Does nothing: accepts any arguments and sends no request.
+ *
+ * @return Always @ref VESK_VIDEO_OK.
+ */
 VESK_VIDEO_API uint32_t VeskVideoReplaceInput(VESK_VIDEO_ANY_ARGUMENTS);
 
 VESK_VIDEO_END

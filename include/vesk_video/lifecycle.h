@@ -1,6 +1,6 @@
 /**
  * @file
- * Start, stop and identity of the library.
+ * Initialisation, shutdown and version of the library, and the name of this process.
  */
 #ifndef VESK_VIDEO_LIFECYCLE_H
 #define VESK_VIDEO_LIFECYCLE_H
@@ -13,51 +13,56 @@
 
 VESK_VIDEO_BEGIN
 
-/** Payload of VESK_VIDEO_MSG_INIT: where the service sends this client's notifications. */
+/** Payload of VESK_VIDEO_MSG_INIT: the task to which the service sends this client's notifications. */
 typedef struct VeskVideoInitInfo {
-    char procName[VESK_VIDEO_NAME_SIZE]; /**< Service name, NUL-terminated, zero-padded. */
+    char procName[VESK_VIDEO_NAME_SIZE]; /**< Name of this process, zero-padded. */
     char taskName[VESK_VIDEO_NAME_SIZE]; /**< "VAPI", zero-padded. */
 } VeskVideoInitInfo;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoInitInfo, 32);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoInitInfo, taskName, 16);
 
 /**
- * Starts the use of the library: settles the service name, forgets any callback, starts the receive
- * task "VAPI" and announces this process to the service (VESK_VIDEO_MSG_INIT).
+ * Starts using the library: determines this process's name, removes any callback, starts the receive task
+ * "VAPI" and announces the process to the service (VESK_VIDEO_MSG_INIT).
  *
- * Call it before any other request, from one thread. Calling it again repeats every step. A receive
- * task that could not be registered is logged and does not fail the call: requests then work, but
- * no notification arrives.
+ * Call it from one thread, before any other request. Calling it again repeats all of these steps. If the
+ * receive task cannot be registered, that is logged and the call goes on: requests then work, but no
+ * notifications arrive.
  *
- * @return 0; 1 when a copy failed or the exchange failed; else the service's code.
+ * @return A common result code (common.h).
  */
 VESK_VIDEO_API uint32_t VeskVideoInit(void);
 
 /**
- * Ends the use of the library: forgets the callback and tells the service, without waiting
- * (VESK_VIDEO_MSG_EXIT). The receive task stays; notifications 100 to 103 that still arrive are held
- * for the next callback, all others are dropped.
+ * Stops using the library: removes the callback and tells the service (VESK_VIDEO_MSG_EXIT), without
+ * waiting for an answer.
  *
- * @return 0; else what the asynchronous send returned.
+ * A callback that is running on another thread may still be running when this function returns. The receive
+ * task keeps running: notifications 100 to 103 that still arrive are held for the next callback, all others
+ * are dropped.
+ *
+ * @return See VeskVideoSendAsyncMsg.
  */
 VESK_VIDEO_API uint32_t VeskVideoExit(void);
 
 /**
- * Writes the library's version, "2.1.2.6.SP00".
+ * Gets the version of the library as text.
  *
- * @param versionBuf     Takes the text and its NUL, 13 bytes.
- * @param versionBufLen  Bytes at @p versionBuf.
- * @return 0; 1 when @p versionBuf is null or @p versionBufLen is below 13.
+ * @param versionBuf     Receives the NUL-terminated text: 13 bytes, including the NUL.
+ * @param versionBufLen  Size of @p versionBuf in bytes.
+ * @retval VESK_VIDEO_OK           The text was copied.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p versionBuf is null or smaller than 13 bytes.
  */
 VESK_VIDEO_API uint32_t VeskVideoGetVersion(char* versionBuf, uint32_t versionBufLen);
 
 #ifdef __cplusplus
 /**
- * Hook that names this process; called by VeskVideoInit through the dynamic symbol. An application
- * that exports a definition of its own replaces the library's, which names nothing and returns 1.
+ * Hook that names this process. VeskVideoInit calls it through its dynamic symbol, so an application can
+ * export a definition of its own. The library's default definition returns 1.
  *
- * @param name  Takes the process name, 15 characters at most.
- * @return 0 when @p name was set; otherwise, and for a longer name, "MediaCtlSrvPro" is used.
+ * @param name  Receives the process name, at most 15 characters.
+ * @return 0 if @p name was set. For any other result, and for a longer name, VeskVideoInit uses
+ *         "MediaCtlSrvPro".
  */
 VESK_VIDEO_API int GetSelfProcName(std::string& name);
 #endif

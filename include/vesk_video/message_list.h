@@ -1,7 +1,7 @@
 /**
  * @file
- * The list of messages (messages.def) for C++: as tables that a program can search, and as types that the
- * compiler can check. Nothing here is linked; C programs have the numbers alone, from messages.h.
+ * The list of messages (messages.def) for C++: as tables to search at run time, and as types to check at
+ * compile time. Header-only. C programs get the message numbers from messages.h.
  */
 #ifndef VESK_VIDEO_MESSAGE_LIST_H
 #define VESK_VIDEO_MESSAGE_LIST_H
@@ -34,54 +34,57 @@ constexpr uint64_t ValueOf(const VeskVideoMsgHead& head, HeaderField field)
 /** What follows the header of a message. */
 enum class Kind {
     kNone,      /**< Nothing. */
-    kRecord,    /**< One record or, where it has a name, one number. */
-    kArray,     /**< As many records as a header field says. */
+    kRecord,    /**< One record, or one number if it has a name. */
+    kArray,     /**< An array of records; a header field holds their number. */
     kText,      /**< A NUL-terminated text. */
-    kBytes,     /**< Bytes whose number the caller chooses. */
+    kBytes,     /**< Any number of bytes. */
     kUnanswered /**< Answers only: the request is asynchronous. */
 };
 
 /** Payload or answer of a message, as a table entry. */
 struct Form {
-    Kind kind;
+    Kind kind;         /**< What it consists of. */
     size_t size;       /**< Bytes of the record, of one entry of the array, or of the longest text. */
     const char* type;  /**< C type of the record, number or entry; empty for the other kinds. */
     const char* name;  /**< Name of a number; empty for the other kinds. */
     HeaderField count; /**< Header field that holds the number of entries of an array. */
 };
 
-/** @name The same as types
- * @{ */
+/** Payload or answer of @ref Kind::kNone, as a type. */
 struct Nothing {
-    static constexpr Form kForm{Kind::kNone, 0, "", "", {}};
+    static constexpr Form kForm{Kind::kNone, 0, "", "", {}}; /**< As a table entry. */
 };
+/** Payload or answer of @ref Kind::kRecord, as a type. */
 template <class T>
 struct Record {
-    static constexpr Form kForm{Kind::kRecord, sizeof(T), "", "", {}};
+    static constexpr Form kForm{Kind::kRecord, sizeof(T), "", "", {}}; /**< As a table entry. */
 };
+/** Payload or answer of @ref Kind::kArray, as a type. */
 template <class T, HeaderField count>
 struct Array {
-    static constexpr Form kForm{Kind::kArray, sizeof(T), "", "", count};
+    static constexpr Form kForm{Kind::kArray, sizeof(T), "", "", count}; /**< As a table entry. */
 };
+/** Payload or answer of @ref Kind::kText, as a type. */
 template <size_t size>
 struct Text {
-    static constexpr Form kForm{Kind::kText, size, "", "", {}};
+    static constexpr Form kForm{Kind::kText, size, "", "", {}}; /**< As a table entry. */
 };
+/** Payload or answer of @ref Kind::kBytes, as a type. */
 struct Bytes {
-    static constexpr Form kForm{Kind::kBytes, 0, "", "", {}};
+    static constexpr Form kForm{Kind::kBytes, 0, "", "", {}}; /**< As a table entry. */
 };
+/** Payload or answer of @ref Kind::kUnanswered, as a type. */
 struct Unanswered {
-    static constexpr Form kForm{Kind::kUnanswered, 0, "", "", {}};
+    static constexpr Form kForm{Kind::kUnanswered, 0, "", "", {}}; /**< As a table entry. */
 };
-/** @} */
-
 /** An argument that travels in the header. */
 struct Argument {
-    const char* text; /**< As the list has it: its C type unless that is unsigned, and its name; "-": none. */
+    const char* text; /**< Text in the list: a C type, unless it is unsigned, and a name; "-" for none. */
 
+    /** True if the field carries an argument. */
     constexpr bool IsUsed() const { return text[0] != '-'; }
 
-    /** Its name alone; "-" for none. */
+    /** Name without the C type; "-" for none. */
     constexpr const char* Name() const
     {
         const char* name = text;
@@ -95,31 +98,33 @@ struct Argument {
 
 /** One request of the list. */
 struct Request {
-    VeskVideoRequest number;
-    const char* name;      /**< As in the log lines, "VESK_VIDEO_MSG_VO_START". */
-    const char* function;  /**< Exported function that sends it, "VeskVideoVoStart". */
-    Argument arguments[3]; /**< By HeaderField. */
-    Form payload;
-    Form answer;
+    VeskVideoRequest number; /**< Request number. */
+    const char* name;        /**< Name as in the log lines: "VESK_VIDEO_MSG_VO_START". */
+    const char* function;    /**< Exported function that sends it: "VeskVideoVoStart". */
+    Argument arguments[3];   /**< Indexed by HeaderField. */
+    Form payload;            /**< What follows the header. */
+    Form answer;             /**< What follows the header of the answer. */
 
+    /** The argument in a header field. */
     constexpr const Argument& At(HeaderField field) const { return arguments[static_cast<size_t>(field)]; }
 };
 
 /** One notification of the list. */
 struct Notification {
-    VeskVideoNotification number;
-    const char* name;      /**< As in the log lines. */
-    Argument arguments[3]; /**< By HeaderField; the first is never used. */
-    Form payload;
+    VeskVideoNotification number; /**< Notification number. */
+    const char* name;             /**< Name as in the log lines. */
+    Argument arguments[3];        /**< Indexed by HeaderField; the first is never used. */
+    Form payload;                 /**< What follows the header. */
 
+    /** The argument in a header field. */
     constexpr const Argument& At(HeaderField field) const { return arguments[static_cast<size_t>(field)]; }
 };
 
-/** Payload and answer of a request as types, and the type of the function that sends it. */
+/** Payload, answer and sending function of a request, as types. */
 template <VeskVideoRequest request>
 struct RequestTypes;
 
-/** @cond how the words of the list are read */
+/** @cond macros that turn the words of the list into table entries and types */
 #define VESK_FORM(type, typeName, name)                                                                      \
     {                                                                                                        \
         type::kForm.kind, type::kForm.size, typeName, name, type::kForm.count                                \
@@ -190,7 +195,7 @@ inline constexpr Notification kNotifications[] = {
 #undef VESK_FIELD_ulParam1
 #undef VESK_FIELD_ulParam2
 
-/** The request of a number, or null. */
+/** Finds a request by its number; null if there is none. */
 constexpr const Request* FindRequest(uint32_t number)
 {
     for (const Request& request : kRequests) {
@@ -200,7 +205,7 @@ constexpr const Request* FindRequest(uint32_t number)
     return nullptr;
 }
 
-/** The notification of a number, or null. */
+/** Finds a notification by its number; null if there is none. */
 constexpr const Notification* FindNotification(uint32_t number)
 {
     for (const Notification& notification : kNotifications) {

@@ -1,18 +1,18 @@
 /**
  * @file
- * The numbers of all requests and notifications, read off the list in messages.def. That list also says
- * what each message carries and which function sends it.
+ * The numbers of all requests and notifications, generated from the list in messages.def. The list also
+ * describes what each message carries and which function sends it.
  */
 #ifndef VESK_VIDEO_MESSAGES_H
 #define VESK_VIDEO_MESSAGES_H
 
-/** Request numbers: the header's msgId. */
+/** Request numbers, as in VeskVideoMsgHead::msgId. */
 typedef enum VeskVideoRequest {
 #define VESK_REQUEST(name, number, ...) name = (number),
 #include "vesk_video/messages.def"
 } VeskVideoRequest;
 
-/** Notification numbers: the envelope's msgId, and the callback's first argument. */
+/** Notification numbers, as in the envelope's msgId and the first argument of VeskVideoNotifyCallback. */
 typedef enum VeskVideoNotification {
 #define VESK_NOTIFICATION(name, number, ...) name = (number),
 #include "vesk_video/messages.def"

@@ -1,8 +1,10 @@
 /**
  * @file
- * Remote and local mouse-pointer streams. The life of a stream is kept by the service: open (which yields
- * its number), set queue and parameters, connect or attach, start, stop, close. Threads, ownership and the
- * results that all requests share: see common.h.
+ * Remote and local mouse pointer streams.
+ *
+ * A stream goes through these steps: open (which returns its number), set queue and parameters, connect or
+ * attach, start, stop, close. The service enforces the order; the library sends every request as it comes.
+ * Threading, ownership and the common result codes: see common.h.
  */
 #ifndef VESK_VIDEO_MOUSE_H
 #define VESK_VIDEO_MOUSE_H
@@ -11,32 +13,34 @@
 
 VESK_VIDEO_BEGIN
 
-/** Background area of a remote pointer; its contents are the service's. */
+/** Background area of a remote pointer; opaque. */
 typedef struct VeskVideoMouseArea {
-    uint32_t serviceData[4]; /**< The service's, carried unchanged. */
+    uint32_t serviceData[4];
 } VeskVideoMouseArea;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoMouseArea, 16);
 
-/** Parameters of a local pointer; their contents are the service's. */
+/** Parameters of a local pointer; opaque. */
 typedef struct VeskVideoLocalMouseParam {
-    uint32_t serviceData[2]; /**< The service's, carried unchanged. */
+    uint32_t serviceData[2];
 } VeskVideoLocalMouseParam;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoLocalMouseParam, 8);
 
 /**
  * Opens a remote mouse stream.
  *
- * @param openParam   The service's.
- * @param mouseStmNo  Takes its stream number.
- * @return 1 also when @p mouseStmNo is null.
+ * @param openParam   Service-defined.
+ * @param mouseStmNo  Receives the stream number.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p mouseStmNo is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoRemoteMouseOpen(uint8_t openParam, uint32_t* mouseStmNo);
 
 /**
- * Names the queue of a remote mouse stream.
+ * Sets the queue of a remote mouse stream.
  *
  * @param mouseStmNo  Stream number; its low 16 bits are sent.
  * @param queId       Queue identifier.
+ * @return A common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoRemoteMouseSetQueHandle(uint32_t mouseStmNo, uint32_t queId);
 
@@ -45,16 +49,32 @@ VESK_VIDEO_API uint32_t VeskVideoRemoteMouseSetQueHandle(uint32_t mouseStmNo, ui
  *
  * @param mouseStmNo  Stream number; its low 16 bits are sent.
  * @param decStmNo    Decoder stream number.
+ * @return A common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoRemoteMouseConnect(uint32_t mouseStmNo, uint32_t decStmNo);
 
-/** Starts a remote mouse stream. @param mouseStmNo Stream number; its low 16 bits are sent. */
+/**
+ * Starts a remote mouse stream.
+ *
+ * @param mouseStmNo  Stream number; its low 16 bits are sent.
+ * @return A common result code.
+ */
 VESK_VIDEO_API uint32_t VeskVideoRemoteMouseStart(uint32_t mouseStmNo);
 
-/** Stops a remote mouse stream. @param mouseStmNo Stream number; its low 16 bits are sent. */
+/**
+ * Stops a remote mouse stream.
+ *
+ * @param mouseStmNo  Stream number; its low 16 bits are sent.
+ * @return A common result code.
+ */
 VESK_VIDEO_API uint32_t VeskVideoRemoteMouseStop(uint32_t mouseStmNo);
 
-/** Closes a remote mouse stream. @param mouseStmNo Stream number; its low 16 bits are sent. */
+/**
+ * Closes a remote mouse stream.
+ *
+ * @param mouseStmNo  Stream number; its low 16 bits are sent.
+ * @return A common result code.
+ */
 VESK_VIDEO_API uint32_t VeskVideoRemoteMouseClose(uint32_t mouseStmNo);
 
 /**
@@ -62,7 +82,8 @@ VESK_VIDEO_API uint32_t VeskVideoRemoteMouseClose(uint32_t mouseStmNo);
  *
  * @param mouseStmNo  Stream number.
  * @param area        The area.
- * @return 1 also when @p area is null.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p area is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoRemoteMouseSetBackgroundArea(uint32_t mouseStmNo,
                                                               const VeskVideoMouseArea* area);
@@ -70,22 +91,34 @@ VESK_VIDEO_API uint32_t VeskVideoRemoteMouseSetBackgroundArea(uint32_t mouseStmN
 /**
  * Opens a local mouse stream.
  *
- * @param localMouseStmNo  Takes its stream number.
- * @return 1 also when @p localMouseStmNo is null.
+ * @param localMouseStmNo  Receives the stream number.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p localMouseStmNo is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoLocalMouseOpen(uint32_t* localMouseStmNo);
 
-/** Starts a local mouse stream. @param mouseStmNo Stream number; its low 16 bits are sent. */
+/**
+ * Starts a local mouse stream.
+ *
+ * @param mouseStmNo  Stream number; its low 16 bits are sent.
+ * @return A common result code.
+ */
 VESK_VIDEO_API uint32_t VeskVideoLocalMouseStart(uint32_t mouseStmNo);
 
-/** Stops a local mouse stream. @param mouseStmNo Stream number; its low 16 bits are sent. */
+/**
+ * Stops a local mouse stream.
+ *
+ * @param mouseStmNo  Stream number; its low 16 bits are sent.
+ * @return A common result code.
+ */
 VESK_VIDEO_API uint32_t VeskVideoLocalMouseStop(uint32_t mouseStmNo);
 
 /**
- * Makes a local mouse stream independent, or not.
+ * Sets whether a local mouse stream is independent.
  *
  * @param mouseStmNo   Stream number.
  * @param independent  Nonzero: independent.
+ * @return A common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoLocalMouseSetIndependent(uint32_t mouseStmNo, uint8_t independent);
 
@@ -93,16 +126,18 @@ VESK_VIDEO_API uint32_t VeskVideoLocalMouseSetIndependent(uint32_t mouseStmNo, u
  * Sets the parameters of a local mouse stream.
  *
  * @param mouseStmNo  Stream number.
- * @param param       The parameters; null sends none, and the service judges.
+ * @param param       The parameters; null sends none.
+ * @return A common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoLocalMouseSetParam(uint32_t mouseStmNo,
                                                     const VeskVideoLocalMouseParam* param);
 
 /**
- * Attaches a local mouse stream.
+ * Attaches a local mouse stream to a target.
  *
  * @param mouseStmNo  Stream number.
- * @param attachId    What to; the service's.
+ * @param attachId    Number of the target; service-defined.
+ * @return A common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoLocalMouseAttach(uint32_t mouseStmNo, uint32_t attachId);
 
@@ -110,31 +145,54 @@ VESK_VIDEO_API uint32_t VeskVideoLocalMouseAttach(uint32_t mouseStmNo, uint32_t 
  * Shows or hides a local pointer.
  *
  * @param mouseStmNo  Stream number.
- * @param enable      Nonzero shows it.
+ * @param enable      Nonzero: shown.
+ * @return A common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoLocalMouseShowEnable(uint32_t mouseStmNo, uint8_t enable);
 
 /**
- * Names the queue of a local mouse stream.
+ * Sets the queue of a local mouse stream.
  *
  * @param mouseStmNo  Stream number; its low 16 bits are sent.
  * @param queId       Queue identifier.
+ * @return A common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoLocalMouseSetQueHandle(uint32_t mouseStmNo, uint32_t queId);
 
-/** Closes a local mouse stream. @param mouseStmNo Stream number; its low 16 bits are sent. */
+/**
+ * Closes a local mouse stream.
+ *
+ * @param mouseStmNo  Stream number; its low 16 bits are sent.
+ * @return A common result code.
+ */
 VESK_VIDEO_API uint32_t VeskVideoLocalMouseClose(uint32_t mouseStmNo);
 
-/** Does nothing, whatever it is given; sends nothing. @return 0. */
+/**
+ * Does nothing: accepts any arguments and sends no request.
+ *
+ * @return Always @ref VESK_VIDEO_OK.
+ */
 VESK_VIDEO_API uint32_t VeskVideoRemoteMouseSetIndependent(VESK_VIDEO_ANY_ARGUMENTS);
 
-/** Does nothing, whatever it is given; sends nothing. @return 0. */
+/**
+ * Does nothing: accepts any arguments and sends no request.
+ *
+ * @return Always @ref VESK_VIDEO_OK.
+ */
 VESK_VIDEO_API uint32_t VeskVideoRemoteMouseAttach(VESK_VIDEO_ANY_ARGUMENTS);
 
-/** Does nothing, whatever it is given; sends nothing. @return 0. */
+/**
+ * Does nothing: accepts any arguments and sends no request.
+ *
+ * @return Always @ref VESK_VIDEO_OK.
+ */
 VESK_VIDEO_API uint32_t VeskVideoRemoteMouseForwardEnable(VESK_VIDEO_ANY_ARGUMENTS);
 
-/** Does nothing, whatever it is given; sends nothing. @return 0. */
+/**
+ * Does nothing: accepts any arguments and sends no request.
+ *
+ * @return Always @ref VESK_VIDEO_OK.
+ */
 VESK_VIDEO_API uint32_t VeskVideoLocalMouseSetShowArea(VESK_VIDEO_ANY_ARGUMENTS);
 
 VESK_VIDEO_END

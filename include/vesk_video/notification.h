@@ -1,25 +1,42 @@
+// clang-format off
 /**
  * @file
- * The notifications of the video service and the one callback that receives them.
+ * Notifications from the video service, and the callback that receives them.
  *
- * The callback gets, by notification number:
+ * What the callback receives, and what happens to a notification while no callback is installed. A payload
+ * that is absent is null, with a length of 0.
  *
- * | number | data | dataLen |
- * |---|---|---|
- * | 0 | a NotifyLoopState | 8 |
- * | 1 | the encoder's number, uint64_t of which 4 bytes count | 4 |
- * | 2 | a VeskVideoEncOverloadStatus | the payload's |
- * | 3 | the decoder's number, uint32_t | 4 |
- * | 5, 6 | the header's ulParam1, uint64_t (5: the encoder to ask for a key frame) | the payload's, 0 without
- * one | | 100, 101, 102, 103 | a VeskVideoVoPortPlugState, VeskVideoVoPortDdcInfo, VeskVideoViPortPlugState,
- *   VeskVideoViPortPixelInfo | the payload's |
- * | 106, 108 | a VeskVideoDisplayLink | 80 |
- * | 107 | a VeskVideoCamCtrlResult | 12 |
- * | all others | the payload, null when there is none | the payload's |
+ * | Number | Name | data | dataLen | No callback |
+ * |---|---|---|---|---|
+ * | 0 | VESK_VIDEO_ON_LOCAL_LOOP_STATE_NOTIFY | NotifyLoopState | 8 | dropped |
+ * | 1 | VESK_VIDEO_ON_ENCODE_RESOURCE_INSUFFICIENT | uint32_t: encoder stream number | 4 | dropped |
+ * | 2 | VESK_VIDEO_ON_ENCODE_STATUS_NOTIFY | VeskVideoEncOverloadStatus | payload length | dropped |
+ * | 3 | VESK_VIDEO_ON_DECODE_RECREATE_OK_NOTIFY | uint32_t: decoder stream number | 4 | dropped |
+ * | 4 | VESK_VIDEO_ON_DECODE_STATUS_NOTIFY | service-defined payload | payload length | dropped |
+ * | 5 | VESK_VIDEO_ON_IFREAME_REQUEST | uint64_t: number of the encoder to ask for a key frame | payload length, not the size of data | dropped |
+ * | 6 | VESK_VIDEO_ON_WALLPAPER_DEC_OK_NOTIFY | uint64_t: wallpaper number | payload length, not the size of data | dropped |
+ * | 16 to 18 | VESK_VIDEO_ON_NOTIFY_16 to VESK_VIDEO_ON_NOTIFY_18 | service-defined payload | payload length | dropped |
+ * | 31 | VESK_VIDEO_ON_NOTIFY_31 | service-defined payload | payload length | dropped |
+ * | 100 | VESK_VIDEO_ON_VO_PORT_PLUG_STATE_NOTIFY | VeskVideoVoPortPlugState | payload length | held |
+ * | 101 | VESK_VIDEO_ON_VO_PORT_DDC_INFO_NOTIFY | VeskVideoVoPortDdcInfo | payload length | held |
+ * | 102 | VESK_VIDEO_ON_VI_PORT_PLUG_STATE_NOTIFY | VeskVideoViPortPlugState | payload length | held |
+ * | 103 | VESK_VIDEO_ON_VI_PORT_PIXEL_INFO_NOTIFY | VeskVideoViPortPixelInfo | payload length | held |
+ * | 104, 105 | VESK_VIDEO_ON_NOTIFY_104, VESK_VIDEO_ON_NOTIFY_105 | service-defined payload | payload length | dropped |
+ * | 106 | VESK_VIDEO_ON_DISPLAY_FIRST_FRAME_NOTIFY | VeskVideoDisplayLink | 80 | dropped |
+ * | 107 | VESK_VIDEO_ON_CAMERA_CTRL_RESULT_NOTIFY | VeskVideoCamCtrlResult | 12 | dropped |
+ * | 108 | VESK_VIDEO_ON_DISPLAY_DESTROY_LINK_NOTIFY | VeskVideoDisplayLink | 80 | dropped |
+ * | 109 | VESK_VIDEO_ON_DATA_AUX_ANNOTATION_CAP_READY_NOTIFY | service-defined payload | payload length | dropped |
+ * | 200 to 205 | VESK_VIDEO_ON_NOTIFY_200 to VESK_VIDEO_ON_NOTIFY_205 | service-defined payload | payload length | dropped |
+ * | 206 | VESK_VIDEO_ON_VIDEO_DIE_NOTIFY | service-defined payload | payload length | dropped |
+ * | 207 | VESK_VIDEO_ON_VIDEO_ACTIVATE_NOTIFY | service-defined payload | payload length | dropped |
+ * | 208 | VESK_VIDEO_ON_VIDEO_CAPABILITY_UPDATE | service-defined payload | payload length | dropped |
  *
- * The service may send a longer payload than the record named here, and the library passes a shorter
- * one on as it came: look at dataLen before a field is read.
+ * - Check dataLen before reading a record: a payload may be longer or shorter than its record, or absent.
+ * - Only 106, 107 and 108 are always exactly one record; with any other length they are dropped.
+ * - 100 to 103 are dropped if they have no payload.
+ * - A notification with any other number is ignored.
  */
+// clang-format on
 #ifndef VESK_VIDEO_NOTIFICATION_H
 #define VESK_VIDEO_NOTIFICATION_H
 
@@ -34,85 +51,89 @@ VESK_VIDEO_BEGIN
 /**
  * The application's callback.
  *
- * Called on the receive thread, one notification at a time; during VeskVideoSetCallback also on the
- * thread that calls it, so two calls can run at once then. A callback that blocks holds up all later
- * notifications. No lock is held; it may call any function of the library.
+ * It is called on the receive thread, one notification at a time and in order of arrival. While
+ * VeskVideoSetCallback delivers held notifications, it is also called on the thread that called
+ * VeskVideoSetCallback. Calls can then overlap, and a new notification can overtake held ones.
  *
- * @param notifyId  A VESK_VIDEO_ON_ number of messages.h.
- * @param data      See the table above; valid only during the call.
- * @param dataLen   Bytes at @p data.
+ * The library holds no lock during the call, so the callback may call any function of the library. While it
+ * blocks, all later notifications wait. It may still be running when VeskVideoExit returns on another
+ * thread.
+ *
+ * @param notifyId  Notification number (VeskVideoNotification).
+ * @param data      As listed at the top of notification.h; valid only during the call.
+ * @param dataLen   Length in bytes, as listed there.
  * @return Ignored.
  */
 typedef uint32_t (*VeskVideoNotifyCallback)(uint32_t notifyId, void* data, uint32_t dataLen);
 
-/** What VeskVideoSetCallback is given; the payload of VESK_VIDEO_MSG_SET_CALLBACK. */
+/** Argument of VeskVideoSetCallback; also the payload of VESK_VIDEO_MSG_SET_CALLBACK. */
 typedef struct VeskVideoCallbackInfo {
-    VeskVideoNotifyCallback notifyCallback; /**< The callback, or null to send the record to the service. */
-    uint8_t serviceData[32];                /**< The service's, carried unchanged. */
+    VeskVideoNotifyCallback notifyCallback; /**< Callback, or null to send the record to the service. */
+    uint8_t serviceData[32];
 } VeskVideoCallbackInfo;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoCallbackInfo, 40);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoCallbackInfo, serviceData, 8);
 
 /** Notification 0: a stream loop was switched. */
 typedef struct NotifyLoopState {
-    uint32_t action; /**< What was asked for. */
-    uint32_t result; /**< How it ended, 0 for success. */
+    uint32_t action; /**< Action that was requested. */
+    uint32_t result; /**< Outcome; 0 for success. */
 } NotifyLoopState;
 VESK_VIDEO_ASSERT_SIZE(NotifyLoopState, 8);
 
-/** Notification 2: an encoder is overloaded or recovered. */
+/** Notification 2: an encoder is overloaded or has recovered. */
 typedef struct VeskVideoEncOverloadStatus {
     uint32_t encStmNo; /**< Encoder stream number. */
-    uint32_t rts;      /**< The service's overload status. */
+    uint32_t rts;      /**< Overload status; service-defined. */
 } VeskVideoEncOverloadStatus;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoEncOverloadStatus, 8);
 
-/** Notification 100: a display was plugged or unplugged. */
+/** Notification 100: a display was plugged in or unplugged. */
 typedef struct VeskVideoVoPortPlugState {
-    uint32_t port;           /**< Output port. */
-    uint8_t serviceData[80]; /**< The service's. */
-    uint32_t val;            /**< Plug value, nonzero when plugged. */
+    uint32_t port; /**< Output port number. */
+    uint8_t serviceData[80];
+    uint32_t val; /**< Nonzero if plugged in. */
 } VeskVideoVoPortPlugState;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoVoPortPlugState, 88);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoVoPortPlugState, val, 84);
 
-/** Notification 101: what a display says of itself. */
+/** Notification 101: resolution and refresh rate that a display reports. */
 typedef struct VeskVideoVoPortDdcInfo {
-    uint32_t port;           /**< Output port. */
-    uint8_t serviceData[96]; /**< The service's. */
-    uint32_t Width;          /**< Pixels. */
-    uint32_t height;         /**< Pixels. */
-    uint32_t fr;             /**< Frames per second. */
+    uint32_t port; /**< Output port number. */
+    uint8_t serviceData[96];
+    uint32_t Width;  /**< Picture width in pixels. */
+    uint32_t height; /**< Picture height in pixels. */
+    uint32_t fr;     /**< Frames per second. */
 } VeskVideoVoPortDdcInfo;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoVoPortDdcInfo, 112);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoVoPortDdcInfo, Width, 100);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoVoPortDdcInfo, height, 104);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoVoPortDdcInfo, fr, 108);
 
-/** Notification 102: an input was plugged or unplugged. */
+/** Notification 102: an input was plugged in or unplugged. */
 typedef struct VeskVideoViPortPlugState {
-    uint32_t port;            /**< Input port. */
-    uint8_t serviceData[128]; /**< The service's. */
-    uint32_t val;             /**< Plug value, nonzero when plugged. */
+    uint32_t port; /**< Input port number. */
+    uint8_t serviceData[128];
+    uint32_t val; /**< Nonzero if plugged in. */
 } VeskVideoViPortPlugState;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoViPortPlugState, 136);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoViPortPlugState, val, 132);
 
-/** VeskVideoViPortPixelInfo::portType of a network camera's decoder input. */
+/** Known values of VeskVideoViPortPixelInfo::portType. */
 enum {
     VESK_VIDEO_PORT_TYPE_NET_CAMERA = 16 /**< A network camera's decoder input. */
 };
 
-/** Notification 103: the format of an input's picture. */
+/** Notification 103: picture format of an input. */
 typedef struct VeskVideoViPortPixelInfo {
-    uint32_t port;             /**< Input port. */
-    uint8_t serviceData[64];   /**< The service's. */
-    uint32_t stmNo;            /**< Stream number. */
-    uint32_t portType;         /**< Kind of port; see @ref VESK_VIDEO_PORT_TYPE_NET_CAMERA. */
-    uint8_t serviceData2[100]; /**< The service's. */
-    uint32_t Width;            /**< Pixels. */
-    uint32_t height;           /**< Pixels. */
-    uint32_t fr;               /**< Frames per second. */
+    uint32_t port; /**< Input port number. */
+    uint8_t serviceData[64];
+    uint32_t stmNo;    /**< Stream number. */
+    uint32_t portType; /**< Port type; @ref VESK_VIDEO_PORT_TYPE_NET_CAMERA or service-defined. */
+    uint8_t serviceData2[100];
+    uint32_t Width;  /**< Picture width in pixels. */
+    uint32_t height; /**< Picture height in pixels. */
+    uint32_t fr;     /**< Frames per second. */
 } VeskVideoViPortPixelInfo;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoViPortPixelInfo, 188);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoViPortPixelInfo, stmNo, 68);
@@ -123,64 +144,74 @@ VESK_VIDEO_ASSERT_OFFSET(VeskVideoViPortPixelInfo, fr, 184);
 
 /** Notifications 106 (a display shows its first frame) and 108 (its link was taken down). */
 typedef struct VeskVideoDisplayLink {
-    int32_t viPort;         /**< Input port whose picture is shown, -1 for none. */
-    char portName[64];      /**< NUL-terminated name of the port. */
-    uint8_t isDec;          /**< Nonzero when the picture comes from a decoder. */
-    uint8_t padding[3];     /**< Not read. */
-    uint32_t surfaceId;     /**< Surface that shows it. */
-    uint8_t serviceData[4]; /**< The service's. */
+    int32_t viPort;    /**< Input port whose picture is shown; -1 for none. */
+    char portName[64]; /**< NUL-terminated name of the port. */
+    uint8_t isDec;     /**< Nonzero if the picture comes from a decoder. */
+    uint8_t padding[3];
+    uint32_t surfaceId; /**< Surface that shows the picture. */
+    uint8_t serviceData[4];
 } VeskVideoDisplayLink;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoDisplayLink, 80);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoDisplayLink, portName, 4);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoDisplayLink, isDec, 68);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoDisplayLink, surfaceId, 72);
 
-/** Notification 107: how a camera command ended. */
+/** Notification 107: outcome of a camera command. */
 typedef struct VeskVideoCamCtrlResult {
     uint32_t viPort;    /**< Input port of the camera. */
-    int32_t camCtrlCmd; /**< The command. */
+    int32_t camCtrlCmd; /**< Command number. */
     int32_t errCode;    /**< 0 for success. */
 } VeskVideoCamCtrlResult;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoCamCtrlResult, 12);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoCamCtrlResult, camCtrlCmd, 4);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoCamCtrlResult, errCode, 8);
 
-/** The installed callback, null for none; read and written as one whole pointer. */
+/** The installed callback, or null. The library accesses it atomically. */
 extern VESK_VIDEO_API VeskVideoNotifyCallback g_veskVideoCallBackPtr;
 
 /**
  * Installs the application's callback, or sends a callback record to the service.
  *
- * With a callback in @p info, it takes the place of any earlier one, and the notifications that were
- * held for want of a callback are handed to it on the calling thread, oldest first, before the call
- * returns. Without one, the whole record goes to the service (VESK_VIDEO_MSG_SET_CALLBACK); callback
- * and held notifications stay as they are.
+ * If @p info contains a callback, it replaces the installed one. Held notifications are then delivered to
+ * it on the calling thread, oldest first, before the call returns. Meanwhile the receive thread may already
+ * deliver new notifications to it. If the callback is removed before all held notifications are delivered,
+ * the rest stay held, in order, for the next callback.
  *
- * @param info  The record.
- * @return 0 when a callback was installed; 1 when @p info is null; else as a request.
+ * If @p info contains no callback, the record is sent to the service (VESK_VIDEO_MSG_SET_CALLBACK). The
+ * installed callback and the held notifications do not change.
+ *
+ * @param info  The record; read only during the call.
+ * @retval VESK_VIDEO_OK           The callback was installed, or the service accepted the record.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p info is null.
+ * @return Otherwise a common result code (common.h).
  */
 VESK_VIDEO_API uint32_t VeskVideoSetCallback(const VeskVideoCallbackInfo* info);
 
-/** @return The installed callback, null for none. Any thread may call. */
+/**
+ * Gets the installed callback. Any thread may call.
+ *
+ * @return The callback, or null if none is installed.
+ */
 VESK_VIDEO_API VeskVideoNotifyCallback VeskVideoGetCallbackPtr(void);
 
 /** A notification (100 to 103) that is held until a callback is installed. */
 typedef struct NorthMsgResendInfo {
     uint32_t msgId;   /**< Notification number. */
-    void* data;       /**< Copy of its payload; belongs to the library's queue. */
-    uint32_t dataLen; /**< Bytes at data. */
+    void* data;       /**< Copy of its payload; owned by the library. */
+    uint32_t dataLen; /**< Size of data in bytes. */
 } NorthMsgResendInfo;
 
 #ifdef __cplusplus
-/** The held notifications, oldest first; VeskVideoGetMsgResendQ reads it safely. */
+/** Held notifications, oldest first. Use VeskVideoGetMsgResendQ to read them safely. */
 extern VESK_VIDEO_API std::list<NorthMsgResendInfo> g_cbResendQueue;
 
 /**
  * Copies the list of held notifications. Any thread may call.
  *
- * @param queue  Its contents are replaced. The data pointers are shared with the library: they must
- *               not be freed, and are valid until the next VeskVideoSetCallback.
- * @return 0; 1 when @p queue is null or there is no memory for the copy.
+ * @param queue  Receives the list; previous contents are replaced. The data pointers still belong to the
+ *               library: do not free them, and do not use them once VeskVideoSetCallback is called.
+ * @retval VESK_VIDEO_OK           The list was copied.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p queue is null or memory is exhausted.
  */
 VESK_VIDEO_API uint32_t VeskVideoGetMsgResendQ(std::list<NorthMsgResendInfo>* queue);
 #endif

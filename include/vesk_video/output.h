@@ -2,9 +2,9 @@
  * @file
  * Output ports: displays, and the output engines that drive them.
  *
- * The life of an output is kept by the service: open a port (which yields its engine), set parameters,
- * offset and queue, start, stop, close. The library sends whatever it is asked in whatever order.
- * Threads, ownership and the results that all requests share: see common.h.
+ * An output goes through these steps: open a port (which returns its engine number), set parameters, offset
+ * and queue, start, stop, close. The service enforces the order; the library sends every request as it
+ * comes. Threading, ownership and the common result codes: see common.h.
  */
 #ifndef VESK_VIDEO_OUTPUT_H
 #define VESK_VIDEO_OUTPUT_H
@@ -13,51 +13,54 @@
 
 VESK_VIDEO_BEGIN
 
-/** One output port, as the service describes it; its contents are the service's. */
+/** Description of one output port; opaque. */
 typedef struct VeskVideoVoPortInfo {
-    uint32_t serviceData[594]; /**< The service's, carried unchanged. */
+    uint32_t serviceData[594];
 } VeskVideoVoPortInfo;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoVoPortInfo, 2376);
 
-/** Parameters of an output engine; the fields' meaning and units are the service's. */
+/** Parameters of an output engine; service-defined. */
 typedef struct VeskVideoVoPortParam {
-    uint32_t param0;    /**< The service's. */
-    uint32_t param1;    /**< The service's. */
-    int32_t param2;     /**< The service's. */
-    int32_t param3;     /**< The service's. */
-    int32_t param4;     /**< The service's. */
-    int32_t param5;     /**< The service's. */
-    int32_t param6;     /**< The service's. */
-    int32_t param7;     /**< The service's. */
-    uint8_t param8;     /**< The service's. */
-    uint8_t padding[3]; /**< Not read. */
+    uint32_t param0;
+    uint32_t param1;
+    int32_t param2;
+    int32_t param3;
+    int32_t param4;
+    int32_t param5;
+    int32_t param6;
+    int32_t param7;
+    uint8_t param8;
+    uint8_t padding[3];
 } VeskVideoVoPortParam;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoVoPortParam, 36);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoVoPortParam, param2, 8);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoVoPortParam, param8, 32);
 
-/** Shift of the picture on the screen, in the service's screen units. */
+/** Offset of the picture on the screen; the unit is service-defined. */
 typedef struct VeskVideoScreenOffset {
-    int32_t xOffset; /**< To the right. */
-    int32_t yOffset; /**< Downwards. */
+    int32_t xOffset; /**< Offset to the right. */
+    int32_t yOffset; /**< Offset downwards. */
 } VeskVideoScreenOffset;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoScreenOffset, 8);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoScreenOffset, yOffset, 4);
 
 /**
- * Asks how many output ports there are.
+ * Gets the number of output ports.
  *
- * @param count  Takes the number.
- * @return 1 also when @p count is null.
+ * @param count  Receives the number.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p count is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoGetVoCount(uint32_t* count);
 
 /**
- * Asks for the description of the output ports.
+ * Gets the descriptions of the output ports.
  *
- * @param voPortInfo  Array of @p count entries to fill.
- * @param count       Its entries; the service must answer with exactly as many.
- * @return 1 also when @p voPortInfo is null; 2 also when @p count is 0.
+ * @param voPortInfo  Receives @p count entries.
+ * @param count       Number of entries; the service must answer with exactly this many.
+ * @retval VESK_VIDEO_ERR_FAILURE   @p voPortInfo is null.
+ * @retval VESK_VIDEO_ERR_ARGUMENT  @p count is 0.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoGetVoPort(VeskVideoVoPortInfo* voPortInfo, uint32_t count);
 
@@ -65,8 +68,9 @@ VESK_VIDEO_API uint32_t VeskVideoGetVoPort(VeskVideoVoPortInfo* voPortInfo, uint
  * Opens an output port.
  *
  * @param voPort    Port number.
- * @param outEngNo  Takes the number of the engine that drives it.
- * @return 1 also when @p outEngNo is null.
+ * @param outEngNo  Receives the number of the engine that drives the port.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p outEngNo is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoVoOpen(uint32_t voPort, uint32_t* outEngNo);
 
@@ -75,52 +79,85 @@ VESK_VIDEO_API uint32_t VeskVideoVoOpen(uint32_t voPort, uint32_t* outEngNo);
  *
  * @param outEngNo     Engine number.
  * @param voPortParam  The parameters.
- * @return 1 also when @p voPortParam is null.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p voPortParam is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoVoSetParam(uint32_t outEngNo, const VeskVideoVoPortParam* voPortParam);
 
 /**
- * Reads an engine's parameters.
+ * Gets an engine's parameters.
  *
  * @param outEngNo     Engine number.
- * @param voPortParam  Takes the parameters.
- * @return 1 also when @p voPortParam is null.
+ * @param voPortParam  Receives the parameters.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p voPortParam is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoVoGetParam(uint32_t outEngNo, VeskVideoVoPortParam* voPortParam);
 
 /**
- * Shifts the picture on the screen.
+ * Sets the offset of the picture on the screen.
  *
  * @param outEngNo  Engine number.
- * @param xOffset   Shift to the right, in screen units; any value is sent.
- * @param yOffset   Shift downwards, in screen units; any value is sent.
+ * @param xOffset   Offset to the right; may be negative. The unit is service-defined.
+ * @param yOffset   Offset downwards, likewise.
+ * @return A common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoVoSetOffset(uint32_t outEngNo, int32_t xOffset, int32_t yOffset);
 
 /**
- * Names the shared-memory queue from which an engine takes its frames.
+ * Sets the shared-memory queue from which an engine reads its frames.
  *
  * @param outEngNo   Engine number.
  * @param queHandle  Queue identifier.
+ * @return A common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoVoSetQueHandle(uint32_t outEngNo, uint32_t queHandle);
 
-/** Starts an engine. @param outEngNo Engine number. */
+/**
+ * Starts an engine.
+ *
+ * @param outEngNo  Engine number.
+ * @return A common result code.
+ */
 VESK_VIDEO_API uint32_t VeskVideoVoStart(uint32_t outEngNo);
 
-/** Stops an engine. @param outEngNo Engine number. */
+/**
+ * Stops an engine.
+ *
+ * @param outEngNo  Engine number.
+ * @return A common result code.
+ */
 VESK_VIDEO_API uint32_t VeskVideoVoStop(uint32_t outEngNo);
 
-/** Closes an engine; its number is the service's again. @param outEngNo Engine number. */
+/**
+ * Closes an engine; its number becomes invalid.
+ *
+ * @param outEngNo  Engine number.
+ * @return A common result code.
+ */
 VESK_VIDEO_API uint32_t VeskVideoVoClose(uint32_t outEngNo);
 
-/** Enables a port as a whole. @param voPort Port number. */
+/**
+ * Enables an output port.
+ *
+ * @param voPort  Port number.
+ * @return A common result code.
+ */
 VESK_VIDEO_API uint32_t VeskVideoVoEnable(uint32_t voPort);
 
-/** Disables a port as a whole. @param voPort Port number. */
+/**
+ * Disables an output port.
+ *
+ * @param voPort  Port number.
+ * @return A common result code.
+ */
 VESK_VIDEO_API uint32_t VeskVideoVoDisable(uint32_t voPort);
 
-/** Does nothing, whatever it is given; sends nothing. @return 0. */
+/**
+ * Does nothing: accepts any arguments and sends no request.
+ *
+ * @return Always @ref VESK_VIDEO_OK.
+ */
 VESK_VIDEO_API uint32_t VeskVideoGetOrientation(VESK_VIDEO_ANY_ARGUMENTS);
 
 VESK_VIDEO_END

@@ -1,7 +1,7 @@
 /**
  * @file
- * Overlay channels: graphics laid over the video. Threads, ownership and the results that all requests
- * share: see common.h.
+ * Overlay channels: graphics on top of the video. Threading, ownership and the common result codes: see
+ * common.h.
  */
 #ifndef VESK_VIDEO_OVERLAY_H
 #define VESK_VIDEO_OVERLAY_H
@@ -10,14 +10,14 @@
 
 VESK_VIDEO_BEGIN
 
-/** Parameters of an overlay; what they mean is the service's. */
+/** Parameters of an overlay; service-defined. */
 typedef struct VeskVideoOverlayParam {
-    uint8_t flag0;             /**< The service's. */
-    uint8_t flag1;             /**< The service's. */
-    uint8_t flag2;             /**< The service's. */
-    uint8_t padding;           /**< Not read. */
-    uint32_t value[8];         /**< The service's. */
-    uint8_t serviceData[1044]; /**< The service's, carried unchanged. */
+    uint8_t flag0; /**< Service-defined. */
+    uint8_t flag1; /**< Service-defined. */
+    uint8_t flag2; /**< Service-defined. */
+    uint8_t padding;
+    uint32_t value[8];
+    uint8_t serviceData[1044];
 } VeskVideoOverlayParam;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoOverlayParam, 1080);
 VESK_VIDEO_ASSERT_OFFSET(VeskVideoOverlayParam, value, 4);
@@ -26,19 +26,21 @@ VESK_VIDEO_ASSERT_OFFSET(VeskVideoOverlayParam, serviceData, 36);
 /**
  * Creates an overlay channel.
  *
- * @param overlayChn  Channel number, chosen by the application.
- * @param value       The service's; its low 16 bits are sent.
- * @param out         Takes a value of the service.
- * @return 2 also when @p out is null.
+ * @param overlayChn  Channel number of the application's choice.
+ * @param value       Service-defined; its low 16 bits are sent.
+ * @param out         Receives a service-defined number.
+ * @retval VESK_VIDEO_ERR_ARGUMENT  @p out is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoCreateOverlayChannel(uint32_t overlayChn, uint32_t value, uint32_t* out);
 
 /**
- * Asks for the buffer queue of an overlay channel.
+ * Gets the buffer queue of an overlay channel.
  *
  * @param overlayChn  Channel number.
- * @param handle      Takes the queue identifier.
- * @return 2 also when @p handle is null.
+ * @param handle      Receives the queue identifier.
+ * @retval VESK_VIDEO_ERR_ARGUMENT  @p handle is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoGetOverlayQueHandle(uint32_t overlayChn, uint32_t* handle);
 
@@ -47,19 +49,26 @@ VESK_VIDEO_API uint32_t VeskVideoGetOverlayQueHandle(uint32_t overlayChn, uint32
  *
  * @param overlayChn    Channel number.
  * @param overlayParam  The parameters.
- * @return 1 also when @p overlayParam is null.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p overlayParam is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoSetOverlayParam(uint32_t overlayChn,
                                                  const VeskVideoOverlayParam* overlayParam);
 
-/** Destroys an overlay channel. @param overlayChn Channel number. */
+/**
+ * Destroys an overlay channel.
+ *
+ * @param overlayChn  Channel number.
+ * @return A common result code.
+ */
 VESK_VIDEO_API uint32_t VeskVideoDestroyOverlayChannel(uint32_t overlayChn);
 
 /**
  * Shows or hides an overlay.
  *
  * @param overlayChn  Channel number.
- * @param enable      Nonzero shows it.
+ * @param enable      Nonzero: shown.
+ * @return A common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoEnableOverlay(uint32_t overlayChn, uint8_t enable);
 

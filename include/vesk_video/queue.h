@@ -1,6 +1,9 @@
 /**
  * @file
- * Shared-memory buffer queues: created here through the platform, announced to the service.
+ * Shared-memory buffer queues. The library creates them through the platform and announces them to the
+ * service.
+ *
+ * Threading, ownership and the common result codes: see common.h.
  */
 #ifndef VESK_VIDEO_QUEUE_H
 #define VESK_VIDEO_QUEUE_H
@@ -10,39 +13,45 @@
 VESK_VIDEO_BEGIN
 
 /**
- * Has the service initialise its side of an advanced-queue client (VESK_VIDEO_MSG_ADVANCE_QUE_CLIENT_INIT).
+ * Has the service initialise its client of an advanced queue server
+ * (VESK_VIDEO_MSG_ADVANCE_QUE_CLIENT_INIT).
  *
- * @param serverName  Name of the queue server, 63 characters at most, no line feed or carriage return.
- * @return 1 when @p serverName is null or too long; 2 when it holds a line break.
+ * @param serverName  Name of the queue server: at most 63 characters, no line feed or carriage return.
+ * @retval VESK_VIDEO_ERR_FAILURE   @p serverName is null or too long.
+ * @retval VESK_VIDEO_ERR_ARGUMENT  @p serverName contains a line break.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoAdvancedQueueClientInit(const char* serverName);
 
 /**
- * Creates a buffer queue of 2000 entries named "vid_2k_2000_" and a running number, prepares it for
- * the service and announces it (VESK_VIDEO_MSG_CREATE_QUEUE).
+ * Creates a buffer queue of 2000 entries, prepares it for the service and announces it to the service
+ * (VESK_VIDEO_MSG_CREATE_QUEUE).
  *
- * The queue stays with the platform whatever the service answers. Threads that create queues at the
- * same moment are not serialised and may ask for the same name.
+ * The queue is named "vid_2k_2000_" and a running number. It remains in the platform even if the service
+ * refuses it. Concurrent calls are not serialised and may request the same name.
  *
- * @param memQueId  Takes the queue identifier; 1 when the platform wrote none. Written also when a
- *                  later step fails.
- * @return 1 when @p memQueId is null; the platform's code when the queue could not be prepared.
+ * @param memQueId  Receives the queue identifier, or 1 if the platform did not create the queue. It is
+ *                  written even if a later step fails.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p memQueId is null.
+ * @return Otherwise the platform's code if it could not prepare the queue, else a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoBuffCreateQueue(uint32_t* memQueId);
 
 /**
- * Tells the service to drop a queue (VESK_VIDEO_MSG_DESTROY_QUEUE); the queue itself is not touched.
+ * Tells the service to drop a queue (VESK_VIDEO_MSG_DESTROY_QUEUE). The queue itself is not destroyed.
  *
  * @param memQueId  Queue identifier.
+ * @return A common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoBuffDestroyQueue(uint32_t memQueId);
 
 /**
- * Switches a queue on or off through the platform; sends nothing.
+ * Enables or disables a queue through the platform; nothing is sent to the service.
  *
  * @param queueId           Queue identifier.
- * @param bEnableOrDisable  0 disables, any other value enables.
- * @return 0; 1 when the platform refused.
+ * @param bEnableOrDisable  0: disable; any other value: enable.
+ * @retval VESK_VIDEO_OK           The queue was switched.
+ * @retval VESK_VIDEO_ERR_FAILURE  The platform refused.
  */
 VESK_VIDEO_API uint32_t VeskVideoActivateQueue(uint32_t queueId, uint32_t bEnableOrDisable);
 

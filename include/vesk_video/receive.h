@@ -1,7 +1,7 @@
 /**
  * @file
- * The receive task, the dispatcher, and those notification handlers that can be called directly.
- * An application that only uses VeskVideoInit and its callback needs none of them.
+ * The receive task, the dispatcher and the exported notification handlers. An application that uses
+ * VeskVideoInit and a callback does not need them.
  */
 #ifndef VESK_VIDEO_RECEIVE_H
 #define VESK_VIDEO_RECEIVE_H
@@ -10,52 +10,57 @@
 
 VESK_VIDEO_BEGIN
 
-/** Registers the receive task "VAPI" and starts its thread; VeskVideoInit calls it. Failures are logged. */
+/** Registers the receive task "VAPI" and starts its thread. VeskVideoInit calls it. Failures are only logged.
+ */
 VESK_VIDEO_API void CreateRecvMsgProcEntry(void);
 
 /**
- * Takes one received message apart and dispatches it; the message procedure of the receive task.
+ * Message handler of the receive task: splits a message into header and payload, and dispatches it.
  *
- * @param pstMsg  The message; it and its data are used only during the call.
- * @return 0 when it was passed on; 1 when it is null, has no data, or is shorter than its header.
+ * @param pstMsg  The message; the caller keeps it and its data, which are used only during the call.
+ * @retval VESK_VIDEO_OK           The message was dispatched.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p pstMsg is null, has no data, or is shorter than a header.
  */
 VESK_VIDEO_API uint32_t VeskProcDealToNorthInterfaceMsg(OsMsgEnvelope* pstMsg);
 
 /**
- * Calls the handler of a message's number. Nothing happens when @p inMsg or @p zoraMsg is null.
+ * Dispatcher: calls the handler for the number of a message. A message is ignored, and logged, if @p inMsg
+ * or
+ * @p zoraMsg is null or if it is shorter than a header.
  *
- * @param inMsg    The envelope.
- * @param zoraMsg  Its data, at least the 24-byte header.
- * @param data     The payload behind the header, or null.
- * @param dataLen  Bytes at @p data.
+ * @param inMsg    The message envelope.
+ * @param zoraMsg  The data of the message, starting with its header.
+ * @param data     The payload after the header, or null for none.
+ * @param dataLen  Size of @p data in bytes.
  */
 VESK_VIDEO_API void VeskVideoCtrlToNorthMsg(OsMsgEnvelope* inMsg, void* zoraMsg, void* data,
                                             uint32_t dataLen);
 
 /**
- * A notification handler: checks and traces one notification and hands it to the callback.
+ * A notification handler: checks and traces one notification and passes it to the callback, on the calling
+ * thread.
  *
- * @param inMsg    The envelope; not read.
- * @param zoraMsg  The whole message.
- * @param data     Its payload, or null.
- * @param dataLen  Bytes at @p data.
- * @return What the callback returned, 0 when it was not called; the dispatcher ignores it.
+ * @param inMsg    The message envelope.
+ * @param zoraMsg  The data of the message, starting with its header.
+ * @param data     The payload after the header, or null for none.
+ * @param dataLen  Size of @p data in bytes.
+ * @return The callback's result, or 0 if it was not called. The dispatcher ignores it.
  */
 typedef uint32_t (*NorthMsgProc)(OsMsgEnvelope* inMsg, void* zoraMsg, void* data, uint32_t dataLen);
 
-/** Handler of notification 101; held when no callback is installed. See NorthMsgProc. */
+/** Handler of notification 101; held if no callback is installed. See NorthMsgProc. */
 VESK_VIDEO_API uint32_t MsgOnVoPortDdcInfoNotify(OsMsgEnvelope* inMsg, void* zoraMsg, void* data,
                                                  uint32_t dataLen);
-/** Handler of notification 102; held when no callback is installed. See NorthMsgProc. */
+/** Handler of notification 102; held if no callback is installed. See NorthMsgProc. */
 VESK_VIDEO_API uint32_t MsgOnViPortPlusStateNotify(OsMsgEnvelope* inMsg, void* zoraMsg, void* data,
                                                    uint32_t dataLen);
-/** Handler of notification 106; refuses payloads that are not 80 bytes long. See NorthMsgProc. */
+/** Handler of notification 106; drops a payload that is not 80 bytes long. See NorthMsgProc. */
 VESK_VIDEO_API uint32_t MsgOnDisplayFirstFrameNotify(OsMsgEnvelope* inMsg, void* zoraMsg, void* data,
                                                      uint32_t dataLen);
-/** Handler of notification 107; refuses payloads that are not 12 bytes long. See NorthMsgProc. */
+/** Handler of notification 107; drops a payload that is not 12 bytes long. See NorthMsgProc. */
 VESK_VIDEO_API uint32_t MsgOnCameraCtrlResultNotify(OsMsgEnvelope* inMsg, void* zoraMsg, void* data,
                                                     uint32_t dataLen);
-/** Handler of notification 108; refuses payloads that are not 80 bytes long. See NorthMsgProc. */
+/** Handler of notification 108; drops a payload that is not 80 bytes long. See NorthMsgProc. */
 VESK_VIDEO_API uint32_t MsgOnDisplayDestroyLinkNotify(OsMsgEnvelope* inMsg, void* zoraMsg, void* data,
                                                       uint32_t dataLen);
 /** Handler of notification 109. See NorthMsgProc. */

@@ -1,8 +1,10 @@
 /**
  * @file
- * USB video class streams. The life of a stream is kept by the service: initialise, open (which yields its
- * number), set parameters, start, stop, close, de-initialise. Threads, ownership and the results that all
- * requests share: see common.h.
+ * USB video class (UVC) streams.
+ *
+ * A stream goes through these steps: initialise, open (which returns its number), set parameters, start,
+ * stop, close, deinitialise. The service enforces the order; the library sends every request as it comes.
+ * Threading, ownership and the common result codes: see common.h.
  */
 #ifndef VESK_VIDEO_UVC_H
 #define VESK_VIDEO_UVC_H
@@ -15,29 +17,40 @@ enum {
     VESK_VIDEO_UVC_STM_MAX = 7 /**< The highest stream number that VeskVideoUvcForceKeyFrame accepts. */
 };
 
-/** Parameters of a UVC stream; their contents are the service's. */
+/** Parameters of a UVC stream; opaque. */
 typedef struct VeskVideoUvcParam {
-    uint32_t serviceData[16]; /**< The service's, carried unchanged. */
+    uint32_t serviceData[16];
 } VeskVideoUvcParam;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoUvcParam, 64);
 
-/** Extended parameters of a UVC stream; their contents are the service's. */
+/** Extended parameters of a UVC stream; opaque. */
 typedef struct VeskVideoUvcParamEx {
-    uint32_t serviceData[6]; /**< The service's, carried unchanged. */
+    uint32_t serviceData[6];
 } VeskVideoUvcParamEx;
 VESK_VIDEO_ASSERT_SIZE(VeskVideoUvcParamEx, 24);
 
-/** Initialises the service's UVC side; does not wait for an answer. @return 0; 1 when the send failed. */
+/**
+ * Initialises UVC in the service; does not wait for an answer.
+ *
+ * @retval VESK_VIDEO_OK           The request was sent.
+ * @retval VESK_VIDEO_ERR_FAILURE  It could not be sent.
+ */
 VESK_VIDEO_API uint32_t VeskVideoUvcInit(void);
 
-/** De-initialises the service's UVC side; does not wait for an answer. @return 0; 1 when the send failed. */
+/**
+ * Deinitialises UVC in the service; does not wait for an answer.
+ *
+ * @retval VESK_VIDEO_OK           The request was sent.
+ * @retval VESK_VIDEO_ERR_FAILURE  It could not be sent.
+ */
 VESK_VIDEO_API uint32_t VeskVideoUvcDeinit(void);
 
 /**
  * Opens a UVC stream.
  *
- * @param uvcStmNo  Takes its stream number.
- * @return 0; 1 when @p uvcStmNo is null, and for every failure, the service's included.
+ * @param uvcStmNo  Receives the stream number.
+ * @retval VESK_VIDEO_OK           The stream is open.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p uvcStmNo is null, the exchange failed, or the service refused.
  */
 VESK_VIDEO_API uint32_t VeskVideoUvcOpen(uint32_t* uvcStmNo);
 
@@ -46,7 +59,8 @@ VESK_VIDEO_API uint32_t VeskVideoUvcOpen(uint32_t* uvcStmNo);
  *
  * @param uvcStmNo  Stream number.
  * @param uvcParam  The parameters.
- * @return 1 also when @p uvcParam is null.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p uvcParam is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoUvcSetStmParam(uint32_t uvcStmNo, const VeskVideoUvcParam* uvcParam);
 
@@ -55,25 +69,42 @@ VESK_VIDEO_API uint32_t VeskVideoUvcSetStmParam(uint32_t uvcStmNo, const VeskVid
  *
  * @param uvcStmNo  Stream number.
  * @param uvcParam  The parameters.
- * @return 1 also when @p uvcParam is null.
+ * @retval VESK_VIDEO_ERR_FAILURE  @p uvcParam is null.
+ * @return Otherwise a common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoUvcSetStmParamEx(uint32_t uvcStmNo, const VeskVideoUvcParamEx* uvcParam);
 
-/** Starts a stream. @param uvcStmNo Stream number. */
+/**
+ * Starts a stream.
+ *
+ * @param uvcStmNo  Stream number.
+ * @return A common result code.
+ */
 VESK_VIDEO_API uint32_t VeskVideoUvcStartStream(uint32_t uvcStmNo);
 
-/** Stops a stream. @param uvcStmNo Stream number. */
+/**
+ * Stops a stream.
+ *
+ * @param uvcStmNo  Stream number.
+ * @return A common result code.
+ */
 VESK_VIDEO_API uint32_t VeskVideoUvcStopStream(uint32_t uvcStmNo);
 
-/** Closes a stream. @param uvcStmNo Stream number. */
+/**
+ * Closes a stream.
+ *
+ * @param uvcStmNo  Stream number.
+ * @return A common result code.
+ */
 VESK_VIDEO_API uint32_t VeskVideoUvcClose(uint32_t uvcStmNo);
 
 /**
- * Asks a stream for a key frame.
+ * Requests a key frame from a stream.
  *
- * @param uvcStmNo  Stream number, @ref VESK_VIDEO_UVC_STM_MAX at most.
- * @return 0; @ref VESK_VIDEO_ERR_UVC_STREAM when @p uvcStmNo is too high; 1 for every other failure, the
- *         service's included.
+ * @param uvcStmNo  Stream number, at most @ref VESK_VIDEO_UVC_STM_MAX.
+ * @retval VESK_VIDEO_OK              The service accepted the request.
+ * @retval VESK_VIDEO_ERR_UVC_STREAM  @p uvcStmNo is too high.
+ * @retval VESK_VIDEO_ERR_FAILURE     The exchange failed, or the service refused.
  */
 VESK_VIDEO_API uint32_t VeskVideoUvcForceKeyFrame(uint32_t uvcStmNo);
 

@@ -11,13 +11,13 @@
 extern "C" {
 #endif
 
-/** Types of a message. */
+/** Message types, as in OsMsgEnvelope::type. */
 typedef enum OsMsgType {
-    OS_MSG_ASYNCHRONOUS = 0, /**< Nobody waits for an answer. */
-    OS_MSG_SYNCHRONOUS = 1   /**< Its sender waits for an answer. */
+    OS_MSG_ASYNCHRONOUS = 0, /**< The sender does not wait for an answer. */
+    OS_MSG_SYNCHRONOUS = 1   /**< The sender waits for an answer. */
 } OsMsgType;
 
-/** One message, in either direction. A name field may fill its 16 bytes without a NUL. */
+/** A message in either direction. A name that fills its 16 bytes has no terminating NUL. */
 typedef struct OsMsgEnvelope {
     uint32_t type; /**< An OsMsgType. */
     uint32_t reserved[2];
@@ -29,8 +29,8 @@ typedef struct OsMsgEnvelope {
     char recvProcName[16];
     char recvTaskName[16];
     uint8_t reserved2[68];
-    uint32_t dataLen; /**< Bytes at data. */
-    void* data;       /**< The data block; null when dataLen is 0. */
+    uint32_t dataLen; /**< Size of data in bytes. */
+    void* data;       /**< Data block; null if dataLen is 0. */
 } OsMsgEnvelope;
 
 #ifdef __cplusplus
@@ -46,47 +46,48 @@ OS_MSG_STATIC_ASSERT(__builtin_offsetof(OsMsgEnvelope, dataLen) == 156, "dataLen
 OS_MSG_STATIC_ASSERT(__builtin_offsetof(OsMsgEnvelope, data) == 160, "data must be at 160");
 
 /**
- * Sends a message and waits for its answer. Any thread may call; it blocks its caller alone.
+ * Sends a message and waits for its answer. Any thread may call; only the calling thread blocks.
  *
- * @param envelope   The message; it and its data stay the caller's and are copied during the call.
- * @param response   Takes the answer, owned by the message library until OsMsgSynRespFree.
- * @param timeoutMs  Milliseconds that the whole exchange may take.
- * @return 0: answered. Otherwise nothing was handed back.
+ * @param envelope   The message. The caller keeps it and its data; both are copied during the call.
+ * @param response   Receives the answer. The message library owns it; release it with OsMsgSynRespFree.
+ * @param timeoutMs  Timeout of the whole exchange in milliseconds.
+ * @return 0 if an answer was received. For any other result there is no response to release.
  */
 uint32_t OsMsgSynSend(OsMsgEnvelope* envelope, OsMsgEnvelope** response, uint32_t timeoutMs);
 
-/** Gives back an answer of OsMsgSynSend. */
+/** Releases an answer received from OsMsgSynSend. Any thread may call. */
 void OsMsgSynRespFree(OsMsgEnvelope* response);
 
 /**
  * Sends a message without waiting for the receiver. Any thread may call.
  *
- * @param envelope  The message; it and its data stay the caller's and are copied during the call.
- * @return 0: handed over.
+ * @param envelope  The message. The caller keeps it and its data; both are copied during the call.
+ * @return 0 if the message was handed over, nonzero otherwise.
  */
 uint32_t OsMsgAsynSend(OsMsgEnvelope* envelope);
 
 /**
- * Registers a task of this process, or replaces the handler of a registered one.
+ * Registers a task of this process, or replaces the handler of a registered task. Any thread may call.
  *
- * @param taskName    NUL-terminated name of at most 15 characters; copied.
+ * @param taskName    NUL-terminated name of at most 15 characters; it is copied.
  * @param queueDepth  Messages that may wait for the handler; more are dropped and counted.
- * @param msgProc     Handler, called by OsMsgTaskRoutineByName; envelope and data are valid during
- *                    the call only, its result is ignored.
- * @return 0: registered.
+ * @param msgProc     Handler, called by OsMsgTaskRoutineByName. Envelope and data are valid only during the
+ *                    call. The result is ignored.
+ * @return 0 if the task was registered, nonzero otherwise.
  */
 uint32_t OsMsgRegTask(const char* taskName, uint32_t queueDepth, uint32_t (*msgProc)(OsMsgEnvelope*));
 
 /**
- * Runs a registered task's loop on the calling thread: one message at a time, in order of arrival.
- * Returns when the task ends, is unknown, or is already run by another thread.
+ * Runs the message loop of a registered task on the calling thread: calls the handler with one message at a
+ * time, in order of arrival. Returns when the task ends, and at once if the task is unknown or another thread
+ * already runs its loop.
  */
 void OsMsgTaskRoutineByName(const char* taskName);
 
-/** Sets the threshold of the message library's own lines: 1 information, 2 warnings, 3 errors. */
+/** Sets the least severe level that the message library logs: 1 information, 2 warnings, 3 errors. */
 void OsMsgSetLogLevel(uint32_t level);
 
-/** Installs the function that receives the message library's own lines, on whatever thread. */
+/** Installs the function that receives the message library's log lines; it can be called on any thread. */
 void OsMsgRegLogFunc(void (*logFunc)(uint32_t level, const char* text));
 
 #ifdef __cplusplus

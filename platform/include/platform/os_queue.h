@@ -13,37 +13,37 @@ extern "C" {
 #include <stdbool.h>
 #endif
 
-/** What a queue is created from. */
+/** Description of a queue to create. */
 typedef struct OsMemQueReq {
-    char name[32]; /**< NUL-terminated. */
+    char name[32]; /**< NUL-terminated name. */
     uint32_t id;
-    uint32_t cnt; /**< Entries of the queue. */
+    uint32_t cnt; /**< Number of entries. */
 } OsMemQueReq;
 
 /**
  * Creates a buffer queue. Any thread may call.
  *
- * @param request  The queue; read during the call only.
- * @param queueId  Takes its identifier, by which other processes find it too.
- * @return 0: created.
+ * @param request  Description of the queue; read only during the call.
+ * @param queueId  Receives the identifier of the queue, which is valid in other processes as well.
+ * @return 0 if the queue was created, nonzero otherwise.
  */
 uint32_t OsShmAdvancedBuffCreateQueue(OsMemQueReq* request, uint32_t* queueId);
 
 /**
- * Prepares a queue for the use with another process.
+ * Prepares a queue for use with another process. Any thread may call.
  *
- * @param queueId       Identifier of a queue.
+ * @param queueId       Queue identifier.
  * @param peerProcName  NUL-terminated name of the other process.
- * @return 0: prepared.
+ * @return 0 if the queue was prepared, nonzero otherwise.
  */
 uint32_t OsShmAdvancedInitQueue(uint32_t queueId, const char* peerProcName);
 
 /**
- * Switches a queue on or off.
+ * Enables or disables a queue. Any thread may call.
  *
- * @param queueId  Identifier of a queue.
- * @param enable   On or off.
- * @return 0: switched.
+ * @param queueId  Queue identifier.
+ * @param enable   True to enable the queue.
+ * @return 0 if the queue was switched, nonzero otherwise.
  */
 uint32_t OsShmAdvancedActivateQueue(uint32_t queueId, bool enable);
 

@@ -16,14 +16,13 @@ extern "C" {
 #endif
 
 /**
- * Binds a message thread to CPUs. Any thread may call.
+ * Sets the CPU affinity of a message thread. Any thread may call.
  *
- * @param threadId  Low 32 bits of the thread's pthread_t; a thread that does not yet run its task's
- *                  loop is bound when it enters it.
- * @param cpuSet    The CPUs, a set of the system's standard size; an empty one asks for no CPU in
- *                  particular and leaves the binding alone.
- * @param cpuCount  CPU numbers that were considered, from 0.
- * @return 0; -1: failed, the thread keeps its binding.
+ * @param threadId  Low 32 bits of the thread's pthread_t. If the thread does not run its task's loop yet, the
+ *                  affinity is set when it enters the loop.
+ * @param cpuSet    Set of CPUs of the standard size. An empty set leaves the affinity unchanged.
+ * @param cpuCount  Number of CPUs that the set covers, starting at CPU 0.
+ * @return 0 on success; -1 on failure, with the affinity unchanged.
  */
 int32_t OsSetProcessAffinity(uint32_t threadId, const cpu_set_t* cpuSet, uint32_t cpuCount);
 

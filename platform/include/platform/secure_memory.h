@@ -1,7 +1,7 @@
 /**
  * @file
- * Bounds-checked memory functions. Both return 0, or nonzero without writing anything when the count
- * exceeds the capacity or a pointer is null.
+ * Bounds-checked memory functions. Any thread may call. Both return 0 on success. If the count exceeds the
+ * capacity or a pointer is null, they write nothing and return nonzero.
  */
 #ifndef PLATFORM_SECURE_MEMORY_H
 #define PLATFORM_SECURE_MEMORY_H
@@ -12,10 +12,10 @@
 extern "C" {
 #endif
 
-/** Copies @p count bytes to @p dest, which holds @p destMax. */
+/** Copies @p count bytes from @p src to @p dest, which has a capacity of @p destMax bytes. */
 int memcpy_s(void* dest, size_t destMax, const void* src, size_t count);
 
-/** Sets @p count bytes at @p dest, which holds @p destMax, to @p value. */
+/** Sets the first @p count bytes of @p dest, which has a capacity of @p destMax bytes, to @p value. */
 int memset_s(void* dest, size_t destMax, int value, size_t count);
 
 #ifdef __cplusplus
