@@ -71,7 +71,7 @@ VeskVideoNotifyCallback HoldUnlessCallback(uint32_t msgId, const void* data, uin
         return nullptr;
     try {
         g_cbResendQueue.push_back({msgId, copy.get(), dataLen});
-        copy.release();
+        static_cast<void>(copy.release()); // the queue owns it now
     } catch (const std::bad_alloc&) {
         // Dropped, as when there is no memory for the copy.
     }
