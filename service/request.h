@@ -6,10 +6,12 @@
 
 #include <sys/types.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vesk::service {
@@ -31,6 +33,24 @@ struct Request {
     VeskVideoMsgHead head{};
     Sender sender;
     std::span<const std::byte> payload;
+};
+
+/// A name as a template argument.
+template <size_t size>
+struct Name {
+    char text[size];
+
+    consteval Name(const char (&name)[size]) { std::copy_n(name, size, text); }
+    constexpr operator std::string_view() const { return {text, size - 1}; }
+};
+
+/// An argument that travels in the header, as a parameter of the function that serves the request; @p name is
+/// its name in the list of messages.
+template <Name name>
+struct Argument {
+    uint64_t value;
+
+    operator uint64_t() const { return value; }
 };
 
 /// A notification that leaves once the request in hand is answered.

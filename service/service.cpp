@@ -2,6 +2,7 @@
 #include "service/service.h"
 
 #include "service/log.h"
+#include "service/payload_check.h"
 #include "service/request_table.h"
 #include "vesk_host/message.h"
 
@@ -52,16 +53,16 @@ Result Service::Serve(const OsMsgEnvelope& message, Bytes& answer, const char*& 
         name = "a message without a header";
         return VESK_SERVICE_ERR_LENGTH;
     }
-    const ServedRequest* served = FindRequest(message.msgId);
-    if (served == nullptr) {
+    const Row* row = FindRow(message.msgId);
+    if (row == nullptr) {
         name = "an unknown request";
         return VESK_SERVICE_ERR_REQUEST;
     }
-    name = served->listed.name;
+    name = row->listed.name;
     const Request request = Unpack(message);
-    if (!Fits(served->listed.payload, request.head, request.payload))
+    if (!Fits(row->listed.payload, request.head, request.payload))
         return VESK_SERVICE_ERR_LENGTH;
-    return served->serve(*this, request, answer);
+    return row->serve(*this, request, answer);
 }
 
 void Service::Handle(OsMsgEnvelope& message)
@@ -81,35 +82,34 @@ void Service::Handle(OsMsgEnvelope& message)
         clients.Notify(notification);
 }
 
-Result Service::Init(const Request& request, const VeskVideoInitInfo& info)
+Result Service::Init(const Sender& sender, const VeskVideoInitInfo& info)
 {
     if (!IsName(info.procName) || !IsName(info.taskName))
         return VESK_SERVICE_ERR_VALUE;
-    if (const Result result = clients.Add(info.procName, info.taskName, request.sender.process);
-        result != kOk)
+    if (const Result result = clients.Add(info.procName, info.taskName, sender.process); result != kOk)
         return result;
     outputs.Announce(info.procName);
     inputs.Announce(info.procName);
     return kOk;
 }
 
-Result Service::Exit(const Request& request)
+Result Service::Exit(const Sender& sender)
 {
-    const pid_t process = request.sender.process;
+    const pid_t process = sender.process;
     outputs.Release(process);
     inputs.Release(process);
     codecs.Release(process);
     mice.Release(process);
     uvc.Release(process);
     overlays.Release(process);
-    clients.Remove(request.sender.procName);
+    clients.Remove(sender.procName);
     return kOk;
 }
 
-Result Service::SetCallback(const Request& request, const VeskVideoCallbackInfo&)
+Result Service::SetCallback(const Sender& sender, const VeskVideoCallbackInfo&)
 {
     // The record's meaning is the device's; the virtual service takes it from any client it knows.
-    return clients.IsKnown(request.sender.procName) ? kOk : Result{VESK_SERVICE_ERR_STATE};
+    return clients.IsKnown(sender.procName) ? kOk : Result{VESK_SERVICE_ERR_STATE};
 }
 
 } // namespace vesk::service

@@ -6,8 +6,11 @@
 #include "service/codecs.h"
 #include "service/device.h"
 #include "service/inputs.h"
+#include "service/mice.h"
 #include "service/outputs.h"
-#include "service/streams.h"
+#include "service/overlays.h"
+#include "service/queues.h"
+#include "service/uvc.h"
 
 namespace vesk::service {
 
@@ -27,9 +30,9 @@ public:
     /// Serves one message; whatever it holds, it is answered when its sender waits.
     void Handle(OsMsgEnvelope& message);
 
-    Result Init(const Request&, const VeskVideoInitInfo&);
-    Result Exit(const Request&);
-    Result SetCallback(const Request&, const VeskVideoCallbackInfo&);
+    Result Init(const Sender&, const VeskVideoInitInfo&);
+    Result Exit(const Sender&);
+    Result SetCallback(const Sender&, const VeskVideoCallbackInfo&);
 
     Clients clients{self_};
     Inputs inputs{notifications_};
