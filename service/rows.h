@@ -62,12 +62,6 @@ consteval HeaderField FieldBeside()
     return field.value_or(HeaderField{});
 }
 
-/// As a parameter of a serving function: the one argument that has none of @p names.
-template <Name... names>
-struct ArgumentBeside {
-    uint64_t value;
-};
-
 // Parameters of serving functions
 
 /// Makes a parameter of a serving function from a request, and appends to the answer what the function left
@@ -116,12 +110,13 @@ struct Carrier<request, Argument<name>> : HeaderCarrier {
     Argument<name> Pass() { return value; }
 };
 
-template <VeskVideoRequest request, Name... names>
-struct Carrier<request, ArgumentBeside<names...>> : HeaderCarrier {
-    ArgumentBeside<names...> value;
+/// For rows: the request itself.
+template <VeskVideoRequest request>
+struct Carrier<request, const Request&> : HeaderCarrier {
+    const Request& in;
 
-    explicit Carrier(const Request& in) : value{ValueOf(in.head, FieldBeside<request, names...>())} {}
-    ArgumentBeside<names...> Pass() { return value; }
+    explicit Carrier(const Request& whole) : in(whole) {}
+    const Request& Pass() { return in; }
 };
 
 template <VeskVideoRequest request>
@@ -228,7 +223,6 @@ struct Things;
 template <class Part, class Collection, Collection Part::*collection, Name... names>
 struct Things<collection, names...> {
     using Thing = std::remove_pointer_t<decltype(std::declval<Collection&>().Find(0))>;
-    using OtherArgument = ArgumentBeside<names...>;
 
     static Collection& In(Service& service) { return PartOf<Part>(service).*collection; }
 
@@ -236,6 +230,13 @@ struct Things<collection, names...> {
     static Thing* Find(Service& service, const Request& in)
     {
         return In(service).Find(ValueOf(in.head, FieldNamed<request, names...>()));
+    }
+
+    /// The value of the request's one other argument.
+    template <VeskVideoRequest request>
+    static uint64_t OtherArgument(const Request& in)
+    {
+        return ValueOf(in.head, FieldBeside<request, names...>());
     }
 };
 
@@ -332,9 +333,9 @@ consteval Row Read()
 template <VeskVideoRequest request, class Place, auto field>
 consteval Row Kept()
 {
-    using Argument = typename Place::OtherArgument;
-    return RowAt<request, Place, Argument>([](Service&, auto& thing, Argument argument) {
-        thing.*field = static_cast<FieldType<typename Place::Thing, field>>(argument.value);
+    using Field = FieldType<typename Place::Thing, field>;
+    return RowAt<request, Place, const Request&>([](Service&, auto& thing, const Request& in) {
+        thing.*field = static_cast<Field>(Place::template OtherArgument<request>(in));
         return kOk;
     });
 }

@@ -1,7 +1,8 @@
-// The road of one message through the virtual video service.
+// How the virtual video service handles a message.
 #include "service/service.h"
 
 #include "service/log.h"
+#include "service/message_text.h"
 #include "service/payload_check.h"
 #include "service/request_table.h"
 #include "vesk_host/message.h"
@@ -14,7 +15,7 @@ namespace vesk::service {
 
 namespace {
 
-/// A name field that can be an endpoint's name: not empty, ended by its NUL, without control characters.
+/// True when a name field can be an endpoint's name: not empty, NUL-terminated, without control characters.
 bool IsName(const char (&field)[VESK_VIDEO_NAME_SIZE])
 {
     const size_t length = strnlen(field, sizeof field);
@@ -47,18 +48,13 @@ void Service::End()
     clients.NotifyAll(VESK_VIDEO_ON_VIDEO_DIE_NOTIFY);
 }
 
-Result Service::Serve(const OsMsgEnvelope& message, Bytes& answer, const char*& name)
+Result Service::Serve(const OsMsgEnvelope& message, Bytes& answer)
 {
-    if (message.dataLen < sizeof(VeskVideoMsgHead)) {
-        name = "a message without a header";
+    if (message.dataLen < sizeof(VeskVideoMsgHead))
         return VESK_SERVICE_ERR_LENGTH;
-    }
     const Row* row = FindRow(message.msgId);
-    if (row == nullptr) {
-        name = "an unknown request";
+    if (row == nullptr)
         return VESK_SERVICE_ERR_REQUEST;
-    }
-    name = row->listed.name;
     const Request request = Unpack(message);
     if (!Fits(row->listed.payload, request.head, request.payload))
         return VESK_SERVICE_ERR_LENGTH;
@@ -67,12 +63,11 @@ Result Service::Serve(const OsMsgEnvelope& message, Bytes& answer, const char*& 
 
 void Service::Handle(OsMsgEnvelope& message)
 {
-    const char* name = nullptr;
     Bytes payload;
     VeskVideoMsgHead head{};
     head.msgId = static_cast<uint16_t>(message.msgId);
-    head.uwSubMsgID = Serve(message, payload, name);
-    LOG(kInfo, "%s (%u) from %.16s: %u", name, message.msgId, message.sendProcName, head.uwSubMsgID);
+    head.uwSubMsgID = Serve(message, payload);
+    LOG(kInfo, "%s: %u", MessageText(message).c_str(), head.uwSubMsgID);
     if (message.type == OS_MSG_SYNCHRONOUS) {
         const auto headBytes = std::as_bytes(std::span(&head, 1));
         payload.insert(payload.begin(), headBytes.begin(), headBytes.end());
@@ -108,7 +103,7 @@ Result Service::Exit(const Sender& sender)
 
 Result Service::SetCallback(const Sender& sender, const VeskVideoCallbackInfo&)
 {
-    // The record's meaning is the device's; the virtual service takes it from any client it knows.
+    // What the record says concerns the client alone.
     return clients.IsKnown(sender.procName) ? kOk : Result{VESK_SERVICE_ERR_STATE};
 }
 
