@@ -3,7 +3,7 @@
 function(vesk_environment_help output)
   set(page ${PROJECT_SOURCE_DIR}/docs/environment.md)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${page})
-  file(STRINGS ${page} rows REGEX "^\\| `VESK_")
+  file(STRINGS ${page} rows ENCODING UTF-8 REGEX "^\\| `VESK_")
   set(help "")
   foreach(row IN LISTS rows)
     string(REPLACE "`" "" row "${row}")

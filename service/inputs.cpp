@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstring>
 
 namespace vesk::service {
 
@@ -51,15 +50,8 @@ void Inputs::AnnouncePicture(const std::string& procName, const Port& port)
 
 VeskVideoViPortInfo Inputs::Describe(const Port& port, const Engine* engine) const
 {
-    VeskServiceViPort described{};
-    described.port = port.number;
+    auto described = Begin<VeskServiceViPort>(port);
     described.portType = port.type;
-    described.plugged = port.isPlugged ? 1 : 0;
-    described.enabled = port.isEnabled ? 1 : 0;
-    described.width = port.width;
-    described.height = port.height;
-    described.fr = port.fr;
-    std::strncpy(described.name, port.name, sizeof described.name - 1);
     if (engine != nullptr) {
         described.inEngNo = engine->number;
         described.started = engine->isStarted ? 1 : 0;

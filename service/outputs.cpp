@@ -26,18 +26,11 @@ void Outputs::AnnouncePicture(const std::string& procName, const Display& displa
 
 VeskVideoVoPortInfo Outputs::Describe(const Display& display, const Engine* engine) const
 {
-    VeskServiceVoPort described{};
-    described.port = display.number;
-    described.plugged = display.isPlugged ? 1 : 0;
-    described.enabled = display.isEnabled ? 1 : 0;
-    described.width = display.width;
-    described.height = display.height;
-    described.fr = display.fr;
+    auto described = Begin<VeskServiceVoPort>(display);
     described.displayMode = displayInfo_.displayMode;
     described.displayFps = displayInfo_.fps;
     described.srEnabled = isSrEnabled_ ? 1 : 0;
     described.filterWindows = static_cast<uint32_t>(filterWindows_.size());
-    std::strncpy(described.name, display.name, sizeof described.name - 1);
     display.defaultImage.copy(described.defaultImage, sizeof described.defaultImage - 1);
     if (engine != nullptr) {
         described.outEngNo = engine->number;

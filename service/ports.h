@@ -3,6 +3,7 @@
 
 #include "service/numbered.h"
 
+#include <cstring>
 #include <vector>
 
 namespace vesk::service {
@@ -100,10 +101,25 @@ protected:
 
     const std::vector<Port>& All() const { return ports_; }
 
-    /// What a port's plug state is followed by.
+    /// Announces what follows the plug state.
     virtual void AnnouncePicture(const std::string& procName, const Port&) = 0;
     /// Describes a port; its engine is null while it is not open.
     virtual Info Describe(const Port&, const Engine*) const = 0;
+
+    /// A record with the fields that describe ports of either direction.
+    template <class Described>
+    static Described Begin(const Port& port)
+    {
+        Described described{};
+        described.port = port.number;
+        described.plugged = port.isPlugged ? 1 : 0;
+        described.enabled = port.isEnabled ? 1 : 0;
+        described.width = port.width;
+        described.height = port.height;
+        described.fr = port.fr;
+        std::strncpy(described.name, port.name, sizeof described.name - 1);
+        return described;
+    }
 
     Notifications& notifications_;
 

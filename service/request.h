@@ -1,4 +1,4 @@
-// One request as the service's model sees it, and what the model answers.
+// What the service's model is made of: requests, results, notifications.
 #pragma once
 
 #include "vesk_service/virtual_service.h"
@@ -28,7 +28,7 @@ struct Sender {
     pid_t process = 0;
 };
 
-/// A request whose payload has a length that its number allows.
+/// A request whose payload has been checked.
 struct Request {
     VeskVideoMsgHead head{};
     Sender sender;
@@ -47,13 +47,16 @@ struct Name {
 /// An argument that travels in the header, as a parameter of the function that serves the request; @p name is
 /// its name in the list of messages.
 template <Name name>
-struct Argument {
-    uint64_t value;
+class Argument {
+public:
+    Argument(uint64_t value) : value_(value) {}
+    operator uint64_t() const { return value_; }
 
-    operator uint64_t() const { return value; }
+private:
+    uint64_t value_;
 };
 
-/// A notification that leaves once the request in hand is answered.
+/// A notification; it is sent after the answer to the current request.
 struct Notification {
     std::string procName;
     uint32_t notifyId = 0;

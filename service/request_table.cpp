@@ -170,7 +170,7 @@ consteval size_t RowsOf(VeskVideoRequest request)
     }));
 }
 
-#define VESK_REQUEST(name, ...) static_assert(RowsOf(name) == 1, #name " needs one row");
+#define VESK_REQUEST(name, ...) static_assert(RowsOf(name) == 1, #name " needs exactly one row");
 #include "vesk_video/messages.def"
 
 } // namespace

@@ -1,4 +1,4 @@
-// Which requests the service serves, and with what.
+// The service's request table: every request of the interface, and what serves it.
 #pragma once
 
 #include "service/request.h"
@@ -8,7 +8,7 @@ namespace vesk::service {
 
 class Service;
 
-/// Serves a request whose payload has a form that it may have; appends the answer's payload.
+/// Serves a request whose payload has been checked; appends the payload of the answer.
 using ServeFunction = Result (*)(Service&, const Request&, Bytes& answer);
 
 struct Row {
@@ -16,7 +16,7 @@ struct Row {
     ServeFunction serve;
 };
 
-/// Null for a number that is not a request's.
+/// The row of a request number, or null.
 const Row* FindRow(uint32_t number);
 
 } // namespace vesk::service

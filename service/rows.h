@@ -64,30 +64,26 @@ consteval HeaderField FieldBeside()
 
 // Parameters of serving functions
 
-/// Makes a parameter of a serving function from a request, and appends to the answer what the function left
-/// in it.
+/// Makes a parameter of a serving function from a request; what the function leaves in it is appended to the
+/// answer.
 template <VeskVideoRequest request, class Parameter>
 struct Carrier;
 
-struct HeaderCarrier {
-    static constexpr size_t kPayloads = 0;
-    static constexpr size_t kAnswers = 0;
+template <size_t payloads, size_t answers>
+struct Carries {
+    static constexpr size_t kPayloads = payloads;
+    static constexpr size_t kAnswers = answers;
     void AppendTo(Bytes&) const {}
 };
 
 template <VeskVideoRequest request, class Form>
-struct PayloadCarrier {
+struct PayloadCarrier : Carries<1, 0> {
     static_assert(std::is_same_v<Form, PayloadOf<request>>, "the list gives this request another payload");
-    static constexpr size_t kPayloads = 1;
-    static constexpr size_t kAnswers = 0;
-    void AppendTo(Bytes&) const {}
 };
 
 template <VeskVideoRequest request, class Form>
-struct AnswerCarrier {
+struct AnswerCarrier : Carries<0, 1> {
     static_assert(std::is_same_v<Form, AnswerOf<request>>, "the list gives this request another answer");
-    static constexpr size_t kPayloads = 0;
-    static constexpr size_t kAnswers = 1;
 };
 
 /// The form of several entries; an array's count travels where @p Listed says.
@@ -102,25 +98,21 @@ void Append(Bytes& answer, std::span<const Record> records)
     answer.insert(answer.end(), bytes.begin(), bytes.end());
 }
 
+template <HeaderField field>
+struct HeaderCarrier : Carries<0, 0> {
+    uint64_t value;
+
+    explicit HeaderCarrier(const Request& in) : value(ValueOf(in.head, field)) {}
+    uint64_t Pass() { return value; }
+};
+
 template <VeskVideoRequest request, Name name>
-struct Carrier<request, Argument<name>> : HeaderCarrier {
-    Argument<name> value;
-
-    explicit Carrier(const Request& in) : value{ValueOf(in.head, FieldNamed<request, name>())} {}
-    Argument<name> Pass() { return value; }
-};
-
-/// For rows: the request itself.
-template <VeskVideoRequest request>
-struct Carrier<request, const Request&> : HeaderCarrier {
-    const Request& in;
-
-    explicit Carrier(const Request& whole) : in(whole) {}
-    const Request& Pass() { return in; }
+struct Carrier<request, Argument<name>> : HeaderCarrier<FieldNamed<request, name>()> {
+    using Carrier::HeaderCarrier::HeaderCarrier;
 };
 
 template <VeskVideoRequest request>
-struct Carrier<request, const Sender&> : HeaderCarrier {
+struct Carrier<request, const Sender&> : Carries<0, 0> {
     const Sender& sender;
 
     explicit Carrier(const Request& in) : sender(in.sender) {}
@@ -175,28 +167,6 @@ struct Carrier<request, std::vector<Entry>*> : AnswerCarrier<request, Several<En
     void AppendTo(Bytes& answer) const { Append(answer, std::span(entries)); }
 };
 
-/// Calls a function that has @p Parameters; its answer counts when it succeeds.
-template <VeskVideoRequest request, class... Parameters, class Function>
-Result Call(const Request& in, Bytes& answer, Function function)
-{
-    constexpr bool hasPayload = !std::is_same_v<PayloadOf<request>, messages::Nothing>;
-    constexpr bool isAnswered = !std::is_same_v<AnswerOf<request>, messages::Nothing> &&
-                                !std::is_same_v<AnswerOf<request>, messages::Unanswered>;
-    static_assert((0 + ... + Carrier<request, Parameters>::kPayloads) == (hasPayload ? 1 : 0),
-                  "the list gives this request a payload, which the function does not take");
-    static_assert((0 + ... + Carrier<request, Parameters>::kAnswers) == (isAnswered ? 1 : 0),
-                  "the list gives this request an answer, which the function does not give");
-    std::tuple<Carrier<request, Parameters>...> carriers{Carrier<request, Parameters>(in)...};
-    return std::apply(
-        [&](auto&... carrier) {
-            const Result result = function(carrier.Pass()...);
-            if (result == kOk)
-                (carrier.AppendTo(answer), ...);
-            return result;
-        },
-        carriers);
-}
-
 // Parts of the service, and the things in them
 
 template <class Wanted, class First, class... Others>
@@ -225,49 +195,62 @@ struct Things<collection, names...> {
     using Thing = std::remove_pointer_t<decltype(std::declval<Collection&>().Find(0))>;
 
     static Collection& In(Service& service) { return PartOf<Part>(service).*collection; }
-
-    template <VeskVideoRequest request>
-    static Thing* Find(Service& service, const Request& in)
-    {
-        return In(service).Find(ValueOf(in.head, FieldNamed<request, names...>()));
-    }
-
-    /// The value of the request's one other argument.
-    template <VeskVideoRequest request>
-    static uint64_t OtherArgument(const Request& in)
-    {
-        return ValueOf(in.head, FieldBeside<request, names...>());
-    }
 };
 
-// Rows; Place is a Things
+/// The argument beside the one that names a thing of @p Place.
+template <class Place>
+struct OtherArgument;
 
-/// A row of a function that takes the service and @p Parameters.
+template <VeskVideoRequest request, auto collection, Name... names>
+struct Carrier<request, Things<collection, names...>> : HeaderCarrier<FieldNamed<request, names...>()> {
+    using Carrier::HeaderCarrier::HeaderCarrier;
+};
+
+template <VeskVideoRequest request, auto collection, Name... names>
+struct Carrier<request, OtherArgument<Things<collection, names...>>>
+    : HeaderCarrier<FieldBeside<request, names...>()> {
+    using Carrier::HeaderCarrier::HeaderCarrier;
+};
+
+// Rows; Place is a Things. Their type is auto so that an error within one is reported with the row's line.
+
+/// A row of a function that takes the service and @p Parameters; its answer counts when it succeeds.
 template <VeskVideoRequest request, class... Parameters, class Function>
-consteval Row RowOf(Function)
+consteval auto RowOf(Function)
 {
-    return {*messages::FindRequest(request), [](Service& service, const Request& in, Bytes& answer) {
-                return Call<request, Parameters...>(
-                    in, answer, [&](Parameters... parameters) { return Function()(service, parameters...); });
-            }};
+    constexpr bool hasPayload = !std::is_same_v<PayloadOf<request>, messages::Nothing>;
+    constexpr bool isAnswered = !std::is_same_v<AnswerOf<request>, messages::Nothing> &&
+                                !std::is_same_v<AnswerOf<request>, messages::Unanswered>;
+    static_assert((0 + ... + Carrier<request, Parameters>::kPayloads) == (hasPayload ? 1 : 0),
+                  "the list gives this request a payload, which the function does not take");
+    static_assert((0 + ... + Carrier<request, Parameters>::kAnswers) == (isAnswered ? 1 : 0),
+                  "the list gives this request an answer, which the function does not give");
+    return Row{*messages::FindRequest(request), [](Service& service, const Request& in, Bytes& answer) {
+                   std::tuple<Carrier<request, Parameters>...> carriers{Carrier<request, Parameters>(in)...};
+                   return std::apply(
+                       [&](auto&... carrier) {
+                           const Result result = Function()(service, carrier.Pass()...);
+                           if (result == kOk)
+                               (carrier.AppendTo(answer), ...);
+                           return result;
+                       },
+                       carriers);
+               }};
 }
 
 /// A row of a function that takes the service, the thing that the request names, and @p Parameters.
 template <VeskVideoRequest request, class Place, class... Parameters, class Function>
-consteval Row RowAt(Function)
+consteval auto RowAt(Function)
 {
-    return {*messages::FindRequest(request), [](Service& service, const Request& in, Bytes& answer) {
-                auto* thing = Place::template Find<request>(service, in);
-                if (thing == nullptr)
-                    return Result{VESK_SERVICE_ERR_NUMBER};
-                return Call<request, Parameters...>(in, answer, [&](Parameters... parameters) {
-                    return Function()(service, *thing, parameters...);
-                });
-            }};
+    return RowOf<request, Place, Parameters...>([](Service& service, uint64_t number, auto&&... parameters) {
+        auto* thing = Place::In(service).Find(number);
+        return thing != nullptr ? Function()(service, *thing, parameters...)
+                                : Result{VESK_SERVICE_ERR_NUMBER};
+    });
 }
 
 template <VeskVideoRequest request, auto function, class Part, class... Parameters>
-consteval Row RowOfMember(Result (Part::*)(Parameters...))
+consteval auto RowOfMember(Result (Part::*)(Parameters...))
 {
     return RowOf<request, Parameters...>([](Service& service, Parameters... parameters) {
         return (PartOf<Part>(service).*function)(parameters...);
@@ -275,7 +258,7 @@ consteval Row RowOfMember(Result (Part::*)(Parameters...))
 }
 
 template <VeskVideoRequest request, class Place, auto function, class Part, class... Parameters>
-consteval Row RowAtMember(Result (Part::*)(typename Place::Thing&, Parameters...))
+consteval auto RowAtMember(Result (Part::*)(typename Place::Thing&, Parameters...))
 {
     return RowAt<request, Place, Parameters...>([](Service& service, auto& thing, Parameters... parameters) {
         return (PartOf<Part>(service).*function)(thing, parameters...);
@@ -284,7 +267,7 @@ consteval Row RowAtMember(Result (Part::*)(typename Place::Thing&, Parameters...
 
 template <VeskVideoRequest request, class Place, auto function, class Thing, class... Parameters>
 requires std::is_base_of_v<Thing, typename Place::Thing>
-consteval Row RowAtMember(Result (Thing::*)(Parameters...))
+consteval auto RowAtMember(Result (Thing::*)(Parameters...))
 {
     return RowAt<request, Place, Parameters...>(
         [](Service&, auto& thing, Parameters... parameters) { return (thing.*function)(parameters...); });
@@ -334,8 +317,8 @@ template <VeskVideoRequest request, class Place, auto field>
 consteval Row Kept()
 {
     using Field = FieldType<typename Place::Thing, field>;
-    return RowAt<request, Place, const Request&>([](Service&, auto& thing, const Request& in) {
-        thing.*field = static_cast<Field>(Place::template OtherArgument<request>(in));
+    return RowAt<request, Place, OtherArgument<Place>>([](Service&, auto& thing, uint64_t value) {
+        thing.*field = static_cast<Field>(value);
         return kOk;
     });
 }
