@@ -28,9 +28,9 @@ Result Move(VeskServiceCameraState& camera, int32_t command)
 } // namespace
 
 Inputs::Inputs(Notifications& notifications)
-    : Ports(notifications, {{{0, "CAMERA", 3840, 2160, 30, true}, InputPort::kCamera},
-                            {{1, "PC-IN", 0, 0, 0, false}, InputPort::kPc},
-                            {{2, "NET-CAMERA", 1920, 1080, 25, true}, VESK_VIDEO_PORT_TYPE_NET_CAMERA}})
+    : Ports(notifications, {{{{0, "CAMERA", 3840, 2160, 30, true}, InputPort::kCamera},
+                             {{1, "PC-IN", 0, 0, 0, false}, InputPort::kPc},
+                             {{2, "NET-CAMERA", 1920, 1080, 25, true}, VESK_VIDEO_PORT_TYPE_NET_CAMERA}}})
 {
 }
 

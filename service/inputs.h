@@ -36,7 +36,7 @@ struct InputEngine : PortEngine<InputPort> {
     VeskVideoVioCallbackParam vioCallback{};
 };
 
-class Inputs : public Ports<InputEngine, VeskVideoViPortInfo, VeskVideoViPortPlugState,
+class Inputs : public Ports<InputEngine, VESK_SERVICE_INPUTS, VeskVideoViPortInfo, VeskVideoViPortPlugState,
                             VESK_VIDEO_ON_VI_PORT_PLUG_STATE_NOTIFY> {
 public:
     explicit Inputs(Notifications& notifications);

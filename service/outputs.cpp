@@ -9,7 +9,7 @@ namespace vesk::service {
 
 Outputs::Outputs(Notifications& notifications, Inputs& inputs, Codecs& codecs)
     : Ports(notifications,
-            {{{0, "HDMI-OUT-1", 3840, 2160, 60, true}}, {{1, "HDMI-OUT-2", 1920, 1080, 60, true}}}),
+            {{{{0, "HDMI-OUT-1", 3840, 2160, 60, true}}, {{1, "HDMI-OUT-2", 1920, 1080, 60, true}}}}),
       inputs_(inputs), codecs_(codecs)
 {
 }

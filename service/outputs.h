@@ -18,8 +18,8 @@ struct OutputEngine : PortEngine<Display> {
     bool hasShownFrame = false;
 };
 
-class Outputs : public Ports<OutputEngine, VeskVideoVoPortInfo, VeskVideoVoPortPlugState,
-                             VESK_VIDEO_ON_VO_PORT_PLUG_STATE_NOTIFY> {
+class Outputs : public Ports<OutputEngine, VESK_SERVICE_OUTPUTS, VeskVideoVoPortInfo,
+                             VeskVideoVoPortPlugState, VESK_VIDEO_ON_VO_PORT_PLUG_STATE_NOTIFY> {
 public:
     Outputs(Notifications& notifications, Inputs& inputs, Codecs& codecs);
 

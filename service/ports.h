@@ -3,8 +3,8 @@
 
 #include "service/numbered.h"
 
+#include <array>
 #include <cstring>
-#include <vector>
 
 namespace vesk::service {
 
@@ -27,7 +27,7 @@ struct PortEngine : Startable {
 };
 
 /// @p Info is the record that describes a port to clients, @p PlugState what @p plugNotification carries.
-template <class EngineType, class Info, class PlugState, VeskVideoNotification plugNotification>
+template <class EngineType, size_t count, class Info, class PlugState, VeskVideoNotification plugNotification>
 class Ports {
 public:
     using Engine = EngineType;
@@ -47,20 +47,20 @@ public:
 
     void Release(pid_t process) { engines.Release(process); }
 
-    Numbered<Engine> engines;
-    Port* Find(uint64_t number) { return number < ports_.size() ? &ports_[number] : nullptr; }
+    Numbered<Engine> engines{count};
+    Port* Find(uint64_t number) { return number < count ? &ports_[number] : nullptr; }
 
-    Result GetCount(uint32_t* count)
+    Result GetCount(uint32_t* ports)
     {
-        *count = static_cast<uint32_t>(ports_.size());
+        *ports = count;
         return kOk;
     }
 
-    Result List(Argument<"count"> count, std::vector<Info>* infos)
+    Result List(Argument<"count"> asked, std::vector<Info>* infos)
     {
-        if (count == 0 || count > ports_.size())
+        if (asked == 0 || asked > count)
             return VESK_SERVICE_ERR_VALUE;
-        for (const Port& port : std::span(ports_).first(count))
+        for (const Port& port : std::span(ports_).first(asked))
             infos->push_back(Describe(port, EngineOf(port)));
         return kOk;
     }
@@ -93,13 +93,13 @@ public:
     }
 
 protected:
-    Ports(Notifications& notifications, std::vector<Port> ports)
-        : engines(ports.size()), notifications_(notifications), ports_(std::move(ports))
+    Ports(Notifications& notifications, std::array<Port, count> ports)
+        : notifications_(notifications), ports_(std::move(ports))
     {
     }
     ~Ports() = default;
 
-    const std::vector<Port>& All() const { return ports_; }
+    const std::array<Port, count>& All() const { return ports_; }
 
     /// Announces what follows the plug state.
     virtual void AnnouncePicture(const std::string& procName, const Port&) = 0;
@@ -133,7 +133,7 @@ private:
         return nullptr;
     }
 
-    std::vector<Port> ports_;
+    std::array<Port, count> ports_;
 };
 
 } // namespace vesk::service
