@@ -1,4 +1,4 @@
-// The clients that have announced themselves, and the way to notify them.
+// The clients that have announced themselves, and their notifications.
 #include "service/clients.h"
 
 #include "service/log.h"
@@ -36,7 +36,7 @@ std::string ReadFile(int directory, const std::string& name)
     return text;
 }
 
-/// Replaces a file as a whole, so that nobody ever reads half of it.
+/// Replaces a file atomically.
 bool WriteFile(int directory, const std::string& name, const std::string& text)
 {
     const std::string draft = name + ".new";

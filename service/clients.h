@@ -1,4 +1,4 @@
-// The clients that have announced themselves, and the way to notify them.
+// The clients that have announced themselves, and their notifications.
 #pragma once
 
 #include "service/request.h"
@@ -7,28 +7,28 @@
 
 namespace vesk::service {
 
-/// Process and task name that the service is known by.
+/// The service's process and task name.
 struct Identity {
     std::string procName;
     std::string taskName;
 };
 
 /**
- * The clients, by process name. They are also kept in a file of the runtime directory, so that a
- * service that is started again can tell those that are still there.
+ * The clients, by process name. They are also kept in a file of the runtime directory, so that a service that
+ * is started again can notify those that still run.
  */
 class Clients {
 public:
     explicit Clients(const Identity& self) : self_(self) {}
 
-    /// Takes up the clients of an earlier run that are still alive.
+    /// Reads the clients of an earlier run that are still alive.
     void Restore();
 
     Result Add(const std::string& procName, const std::string& taskName, pid_t process);
     void Remove(const std::string& procName);
     bool IsKnown(const std::string& procName) const { return clients_.count(procName) != 0; }
 
-    /// Sends one notification; a client that is gone is forgotten.
+    /// Sends one notification; a client that has ended is removed.
     void Notify(const Notification& notification);
     void NotifyAll(uint32_t notifyId);
 

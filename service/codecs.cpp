@@ -2,7 +2,6 @@
 #include "service/codecs.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace vesk::service {
 
@@ -30,61 +29,83 @@ void DescribeCodec(Codec& codec, uint32_t number)
     codec.fecs[0] = 1;
 }
 
-Result StartChannel(Codecs::Channel& channel)
-{
-    if (!channel.hasParam || channel.isStarted)
-        return VESK_SERVICE_ERR_STATE;
-    channel.isStarted = true;
-    ++channel.statistics.starts;
-    return kOk;
-}
-
-Result StopChannel(Codecs::Channel& channel)
-{
-    const Result result = StopIfStarted(channel.isStarted);
-    channel.statistics.stops += result == kOk ? 1 : 0;
-    return result;
-}
-
 bool IsPicture(uint32_t width, uint32_t height)
 {
     return width >= kBlock && width <= kMaxWidth && height >= kBlock && height <= kMaxHeight;
 }
 
-VeskServiceCodecStatus StatusOf(const Codecs::Encoder& encoder)
-{
-    const bool hasFec = encoder.fec.lossRate > 0 || encoder.fec.constLostNum != 0;
-    return {encoder.isStarted ? 1U : 0U, encoder.param.w, encoder.param.h, encoder.param.fr, encoder.queId,
-            encoder.keyFrames,           hasFec ? 1U : 0U};
-}
-
-VeskServiceCodecStatus StatusOf(const Codecs::Decoder& decoder)
-{
-    return {decoder.isStarted ? 1U : 0U, decoder.param.w, decoder.param.h, 0, decoder.queId, 0,
-            decoder.antiJitter};
-}
-
-/// As many entries as were asked for: the channels in order of their numbers, then nothing.
-template <class Channel>
-Result ListStatus(const Request& request, const std::map<uint32_t, Channel>& channels,
-                  std::vector<VeskServiceCodecStatusInfo>* infos)
-{
-    infos->reserve(request.head.ulParam1); // bounded: as many came with the request
-    for (const auto& [stmNo, channel] : channels)
-        infos->push_back({stmNo, StatusOf(channel)});
-    infos->resize(request.head.ulParam1);
-    return kOk;
-}
-
-template <class Record>
-Result PutStatistics(const Codecs::Channel& channel, Record* record)
-{
-    static_assert(sizeof(Record) >= sizeof channel.statistics);
-    std::memcpy(record, &channel.statistics, sizeof channel.statistics);
-    return kOk;
-}
-
 } // namespace
+
+Result Channel::Start()
+{
+    const Result result = hasParam ? Startable::Start() : Result{VESK_SERVICE_ERR_STATE};
+    statistics.starts += result == kOk ? 1 : 0;
+    return result;
+}
+
+Result Channel::Stop()
+{
+    const Result result = Startable::Stop();
+    statistics.stops += result == kOk ? 1 : 0;
+    return result;
+}
+
+VeskServiceCodecStatus Encoder::Status() const
+{
+    const bool hasFec = fec.lossRate > 0 || fec.constLostNum != 0;
+    return {isStarted ? 1U : 0U, param.w, param.h, param.fr, queId, keyFrames, hasFec ? 1U : 0U};
+}
+
+VeskServiceCodecStatus Decoder::Status() const
+{
+    return {isStarted ? 1U : 0U, param.w, param.h, 0, queId, 0, antiJitter};
+}
+
+Result Encoder::SetParam(const VeskVideoEncParam& value)
+{
+    if (!IsPicture(value.w, value.h) || value.fr > kMaxFrameRate)
+        return VESK_SERVICE_ERR_VALUE;
+    param = value;
+    hasParam = true;
+    ++statistics.changes;
+    return kOk;
+}
+
+Result Encoder::SetParamEx(const VeskVideoEncParamEx& value)
+{
+    paramEx = value;
+    ++statistics.changes;
+    return kOk;
+}
+
+Result Encoder::ForceKeyFrame()
+{
+    if (!isStarted)
+        return VESK_SERVICE_ERR_STATE;
+    ++keyFrames;
+    return kOk;
+}
+
+Result Encoder::ModifyFrameRate(Argument<"frameRate"> frameRate)
+{
+    if (!hasParam)
+        return VESK_SERVICE_ERR_STATE;
+    if (frameRate == 0 || frameRate > kMaxFrameRate)
+        return VESK_SERVICE_ERR_VALUE;
+    param.fr = static_cast<uint32_t>(frameRate);
+    ++statistics.changes;
+    return kOk;
+}
+
+Result Decoder::SetParam(const VeskVideoDecParam& value)
+{
+    if (!IsPicture(value.w, value.h))
+        return VESK_SERVICE_ERR_VALUE;
+    param = value;
+    hasParam = true;
+    ++statistics.changes;
+    return kOk;
+}
 
 void Codecs::Release(pid_t process)
 {
@@ -93,88 +114,37 @@ void Codecs::Release(pid_t process)
     loops.Release(process);
 }
 
-Result Codecs::SetEncoderParam(const Request&, Encoder& encoder, const VeskVideoEncParam& param)
+Result Codecs::StartEncoder(Encoder& encoder)
 {
-    if (!IsPicture(param.w, param.h) || param.fr > kMaxFrameRate)
-        return VESK_SERVICE_ERR_VALUE;
-    encoder.param = param;
-    encoder.hasParam = true;
-    ++encoder.statistics.changes;
-    return kOk;
-}
-
-Result Codecs::SetEncoderParamEx(const Request&, Encoder& encoder, const VeskVideoEncParamEx& param)
-{
-    encoder.paramEx = param;
-    ++encoder.statistics.changes;
-    return kOk;
-}
-
-Result Codecs::StartEncoder(const Request& request, Encoder& encoder)
-{
-    const Result result = StartChannel(encoder);
+    const Result result = encoder.Start();
     if (result == kOk && RunningEncoders() > VESK_SERVICE_ENCODERS_AT_SPEED)
-        NotifyLoad(encoder.owner.procName, request.head.ulParam1, true);
+        NotifyLoad(encoder, true);
     return result;
 }
 
-Result Codecs::StopEncoder(const Request& request, Encoder& encoder)
+Result Codecs::StopEncoder(Encoder& encoder)
 {
-    const Result result = StopChannel(encoder);
+    const Result result = encoder.Stop();
     if (result == kOk && RunningEncoders() == VESK_SERVICE_ENCODERS_AT_SPEED)
-        NotifyLoad(encoder.owner.procName, request.head.ulParam1, false);
+        NotifyLoad(encoder, false);
     return result;
 }
 
-size_t Codecs::RunningEncoders() const
+size_t Codecs::RunningEncoders()
 {
     const auto& all = encoders.All();
     return static_cast<size_t>(
         std::count_if(all.begin(), all.end(), [](const auto& entry) { return entry.second.isStarted; }));
 }
 
-void Codecs::NotifyLoad(const std::string& procName, uint64_t encStmNo, bool isOverload)
+void Codecs::NotifyLoad(const Encoder& encoder, bool isOverload)
 {
-    const VeskVideoEncOverloadStatus status{static_cast<uint32_t>(encStmNo), isOverload ? 1U : 0U};
-    notifications_.push_back(Notification::Of(procName, VESK_VIDEO_ON_ENCODE_STATUS_NOTIFY, status));
+    const VeskVideoEncOverloadStatus status{encoder.number, isOverload ? 1U : 0U};
+    notifications_.push_back(
+        Notification::Of(encoder.owner.procName, VESK_VIDEO_ON_ENCODE_STATUS_NOTIFY, status));
 }
 
-Result Codecs::ForceKeyFrame(const Request&, Encoder& encoder)
-{
-    if (!encoder.isStarted)
-        return VESK_SERVICE_ERR_STATE;
-    ++encoder.keyFrames;
-    return kOk;
-}
-
-Result Codecs::ModifyFrameRate(const Request& request, Encoder& encoder)
-{
-    if (!encoder.hasParam)
-        return VESK_SERVICE_ERR_STATE;
-    if (request.head.ulParam1 == 0 || request.head.ulParam1 > kMaxFrameRate)
-        return VESK_SERVICE_ERR_VALUE;
-    encoder.param.fr = static_cast<uint32_t>(request.head.ulParam1);
-    ++encoder.statistics.changes;
-    return kOk;
-}
-
-Result Codecs::GetEncoderStatus(const Request&, Encoder& encoder, VeskServiceCodecStatus* status)
-{
-    *status = StatusOf(encoder);
-    return kOk;
-}
-
-Result Codecs::GetAllEncoderStatus(const Request& request, std::vector<VeskServiceCodecStatusInfo>* infos)
-{
-    return ListStatus(request, encoders.All(), infos);
-}
-
-Result Codecs::GetEncoderStatistics(const Request&, Encoder& encoder, VeskVideoEncChrStatistics* statistics)
-{
-    return PutStatistics(encoder, statistics);
-}
-
-Result Codecs::GetEncodeCapability(const Request&, VeskVideoEncodeCapability* capability)
+Result Codecs::GetEncodeCapability(VeskVideoEncodeCapability* capability)
 {
     capability->maxChannel = VESK_SERVICE_MAX_ENCODERS;
     for (const uint32_t number : {kH264, kH265}) {
@@ -188,55 +158,23 @@ Result Codecs::GetEncodeCapability(const Request&, VeskVideoEncodeCapability* ca
     return kOk;
 }
 
-Result Codecs::SetDecoderParam(const Request&, Decoder& decoder, const VeskVideoDecParam& param)
-{
-    if (!IsPicture(param.w, param.h))
-        return VESK_SERVICE_ERR_VALUE;
-    decoder.param = param;
-    decoder.hasParam = true;
-    ++decoder.statistics.changes;
-    return kOk;
-}
-
 // A decoder that starts needs a key frame from every encoder that is looped to it.
-Result Codecs::StartDecoder(const Request& request, Decoder& decoder)
+Result Codecs::StartDecoder(Decoder& decoder)
 {
-    if (const Result result = StartChannel(decoder); result != kOk)
+    if (const Result result = decoder.Start(); result != kOk)
         return result;
-    const auto decStmNo = static_cast<uint32_t>(request.head.ulParam1);
     notifications_.push_back(Notification::Of(decoder.owner.procName, VESK_VIDEO_ON_DECODE_STATUS_NOTIFY,
-                                              VeskServiceDecodeState{decStmNo, 1}));
-    for (const auto& [handle, loop] : loops.All()) {
+                                              VeskServiceDecodeState{decoder.number, 1}));
+    for (const auto& [number, loop] : loops.All()) {
         const Encoder* encoder = encoders.Find(loop.param.encNo);
-        if (loop.isOn && loop.param.decNo == decStmNo && encoder != nullptr)
+        if (loop.isOn && loop.param.decNo == decoder.number && encoder != nullptr)
             notifications_.push_back(
-                {encoder->owner.procName, VESK_VIDEO_ON_IFREAME_REQUEST, {}, loop.param.encNo});
+                {encoder->owner.procName, VESK_VIDEO_ON_IFREAME_REQUEST, {}, encoder->number});
     }
     return kOk;
 }
 
-Result Codecs::StopDecoder(const Request&, Decoder& decoder)
-{
-    return StopChannel(decoder);
-}
-
-Result Codecs::GetDecoderStatus(const Request&, Decoder& decoder, VeskServiceCodecStatus* status)
-{
-    *status = StatusOf(decoder);
-    return kOk;
-}
-
-Result Codecs::GetAllDecoderStatus(const Request& request, std::vector<VeskServiceCodecStatusInfo>* infos)
-{
-    return ListStatus(request, decoders.All(), infos);
-}
-
-Result Codecs::GetDecoderStatistics(const Request&, Decoder& decoder, VeskVideoDecChrStatistics* statistics)
-{
-    return PutStatistics(decoder, statistics);
-}
-
-Result Codecs::GetDecodeCapability(const Request&, VeskVideoDecodeCapability* capability)
+Result Codecs::GetDecodeCapability(VeskVideoDecodeCapability* capability)
 {
     capability->maxChannel = VESK_SERVICE_MAX_ENCODERS;
     for (const uint32_t number : {kH264, kH265})
@@ -244,22 +182,21 @@ Result Codecs::GetDecodeCapability(const Request&, VeskVideoDecodeCapability* ca
     return kOk;
 }
 
-Result Codecs::CreateLoop(const Request& request, const VeskVideoStreamLoopParam& param, uint32_t* loopHandle)
+Result Codecs::CreateLoop(const Sender& sender, const VeskVideoStreamLoopParam& param, uint32_t* loop)
 {
     if (encoders.Find(param.encNo) == nullptr || decoders.Find(param.decNo) == nullptr)
         return VESK_SERVICE_ERR_NUMBER;
-    const Result result = loops.Create(request.sender, loopHandle);
+    const Result result = loops.Create(sender, loop);
     if (result == kOk)
-        loops.Find(*loopHandle)->param = param;
+        loops.Find(*loop)->param = param;
     return result;
 }
 
-// How it ended is notified too.
-Result Codecs::SwitchLoop(const Request& request, Loop& loop)
+// The new state is notified too.
+Result Codecs::SwitchLoop(Loop& loop, Argument<"enable"> enable)
 {
-    loop.isOn = request.head.ulParam1 != 0;
-    notifications_.push_back(
-        {loop.owner.procName, VESK_VIDEO_ON_LOCAL_LOOP_STATE_NOTIFY, {}, request.head.ulParam1, 0});
+    loop.isOn = enable != 0;
+    notifications_.push_back({loop.owner.procName, VESK_VIDEO_ON_LOCAL_LOOP_STATE_NOTIFY, {}, enable, 0});
     return kOk;
 }
 

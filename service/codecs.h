@@ -3,36 +3,61 @@
 
 #include "service/numbered.h"
 
+#include <bit>
+#include <cstring>
+
 namespace vesk::service {
+
+/// What both kinds of channel have.
+struct Channel : Startable {
+    uint32_t queId = 0;
+    bool hasParam = false;
+    VeskServiceCodecStatistics statistics{};
+
+    Result Start();
+    Result Stop();
+
+    template <class Record>
+    Result GetStatistics(Record* record)
+    {
+        static_assert(sizeof(Record) >= sizeof statistics);
+        std::memcpy(record, &statistics, sizeof statistics);
+        return kOk;
+    }
+};
+
+struct Encoder : Channel {
+    VeskVideoEncParam param{};
+    VeskVideoEncParamEx paramEx{};
+    VeskVideoEncFecParam fec{};
+    uint32_t keyFrames = 0;
+
+    VeskServiceCodecStatus Status() const;
+
+    Result SetParam(const VeskVideoEncParam&);
+    Result SetParamEx(const VeskVideoEncParamEx&);
+    Result ForceKeyFrame();
+    Result ModifyFrameRate(Argument<"frameRate">);
+};
+
+struct Decoder : Channel {
+    VeskVideoDecParam param{};
+    VeskVideoDecParamEx paramEx{};
+    uint32_t antiJitter = 0;
+
+    VeskServiceCodecStatus Status() const;
+
+    Result SetParam(const VeskVideoDecParam&);
+};
+
+/// Carries what an encoder makes to a decoder.
+struct Loop : Owned {
+    VeskVideoStreamLoopParam param{};
+    bool isOn = false;
+};
 
 class Codecs {
 public:
-    /// What both kinds of channel have.
-    struct Channel : Owned {
-        uint32_t queId = 0;
-        bool hasParam = false;
-        bool isStarted = false;
-        VeskServiceCodecStatistics statistics{};
-    };
-
-    struct Encoder : Channel {
-        VeskVideoEncParam param{};
-        VeskVideoEncParamEx paramEx{};
-        VeskVideoEncFecParam fec{};
-        uint32_t keyFrames = 0;
-    };
-
-    struct Decoder : Channel {
-        VeskVideoDecParam param{};
-        VeskVideoDecParamEx paramEx{};
-        uint32_t antiJitter = 0;
-    };
-
-    struct Loop : Owned {
-        VeskVideoStreamLoopParam param{};
-        bool isOn = false;
-    };
-
     explicit Codecs(Notifications& notifications) : notifications_(notifications) {}
 
     void Release(pid_t process);
@@ -41,31 +66,36 @@ public:
     Numbered<Decoder> decoders{VESK_SERVICE_MAX_ENCODERS};
     Numbered<Loop> loops{VESK_SERVICE_MAX_LOOPS};
 
-    Result SetEncoderParam(const Request&, Encoder&, const VeskVideoEncParam&);
-    Result SetEncoderParamEx(const Request&, Encoder&, const VeskVideoEncParamEx&);
-    Result StartEncoder(const Request&, Encoder&);
-    Result StopEncoder(const Request&, Encoder&);
-    Result ForceKeyFrame(const Request&, Encoder&);
-    Result ModifyFrameRate(const Request&, Encoder&);
-    Result GetEncoderStatus(const Request&, Encoder&, VeskServiceCodecStatus*);
-    Result GetAllEncoderStatus(const Request&, std::vector<VeskServiceCodecStatusInfo>*);
-    Result GetEncoderStatistics(const Request&, Encoder&, VeskVideoEncChrStatistics*);
-    Result GetEncodeCapability(const Request&, VeskVideoEncodeCapability*);
+    Result StartEncoder(Encoder&);
+    Result StopEncoder(Encoder&);
+    Result GetEncodeCapability(VeskVideoEncodeCapability*);
 
-    Result SetDecoderParam(const Request&, Decoder&, const VeskVideoDecParam&);
-    Result StartDecoder(const Request&, Decoder&);
-    Result StopDecoder(const Request&, Decoder&);
-    Result GetDecoderStatus(const Request&, Decoder&, VeskServiceCodecStatus*);
-    Result GetAllDecoderStatus(const Request&, std::vector<VeskServiceCodecStatusInfo>*);
-    Result GetDecoderStatistics(const Request&, Decoder&, VeskVideoDecChrStatistics*);
-    Result GetDecodeCapability(const Request&, VeskVideoDecodeCapability*);
+    Result StartDecoder(Decoder&);
+    Result GetDecodeCapability(VeskVideoDecodeCapability*);
 
-    Result CreateLoop(const Request&, const VeskVideoStreamLoopParam&, uint32_t* loopHandle);
-    Result SwitchLoop(const Request&, Loop&);
+    template <class CodecChannel, class Record>
+    Result GetStatus(CodecChannel& channel, Record* status)
+    {
+        *status = std::bit_cast<Record>(channel.Status());
+        return kOk;
+    }
+
+    /// As many entries as the request has: the channels in the order of their numbers, then zeros.
+    template <auto channels, class Record>
+    Result ListStatus(std::span<const Record> asked, std::vector<Record>* infos)
+    {
+        for (const auto& [stmNo, channel] : (this->*channels).All())
+            infos->push_back(std::bit_cast<Record>(VeskServiceCodecStatusInfo{stmNo, channel.Status()}));
+        infos->resize(asked.size());
+        return kOk;
+    }
+
+    Result CreateLoop(const Sender&, const VeskVideoStreamLoopParam&, uint32_t* loop);
+    Result SwitchLoop(Loop&, Argument<"enable">);
 
 private:
-    size_t RunningEncoders() const;
-    void NotifyLoad(const std::string& procName, uint64_t encStmNo, bool isOverload);
+    size_t RunningEncoders();
+    void NotifyLoad(const Encoder&, bool isOverload);
 
     Notifications& notifications_;
 };

@@ -1,62 +1,61 @@
 // Jobs and queries that belong to the device as a whole.
 #include "service/device.h"
 
+#include <bit>
 #include <iterator>
 
 namespace vesk::service {
 
-Result Device::GetCapability(const Request& request, VeskServiceCapability* capability)
+Result Device::GetCapability(Argument<"capabilityType"> type, VeskVideoCapability* capability)
 {
     constexpr uint32_t kValues[] = {VESK_SERVICE_INPUTS, VESK_SERVICE_OUTPUTS, VESK_SERVICE_MAX_ENCODERS,
                                     VESK_SERVICE_MAX_ENCODERS};
-    const uint32_t type = request.head.ulParam2;
     if (type >= std::size(kValues))
         return VESK_SERVICE_ERR_VALUE;
-    *capability = {type, kValues[type]};
+    *capability =
+        std::bit_cast<VeskVideoCapability>(VeskServiceCapability{static_cast<uint32_t>(type), kValues[type]});
     return kOk;
 }
 
-Result Device::SetAndroidObjects(const Request& request)
+Result Device::SetAndroidObjects(Argument<"javaVm"> javaVm)
 {
-    if (request.head.ulParam1 == 0)
+    if (javaVm == 0)
         return VESK_SERVICE_ERR_VALUE;
-    javaVm_ = request.head.ulParam1;
+    javaVm_ = javaVm;
     return kOk;
 }
 
-// A projection needs the objects before it.
-Result Device::SetAndroidProjection(const Request& request)
+// The objects must have been set before.
+Result Device::SetAndroidProjection(Argument<"resultCode"> resultCode)
 {
     if (javaVm_ == 0)
         return VESK_SERVICE_ERR_STATE;
-    projectionResult_ = request.head.ulParam1;
+    projectionResult_ = resultCode;
     return kOk;
 }
 
-Result Device::TakeSnapshot(const Request&, const VeskVideoSnapshotParam&)
+Result Device::TakeSnapshot(const VeskVideoSnapshotParam&)
 {
     ++snapshots_;
     return kOk;
 }
 
 // Decoded at once; the notification carries the number of the wallpaper.
-Result Device::SetWallpaper(const Request& request, const VeskVideoWallpaperParam&)
+Result Device::SetWallpaper(const Sender& sender, const VeskVideoWallpaperParam&)
 {
-    notifications_.push_back(
-        {request.sender.procName, VESK_VIDEO_ON_WALLPAPER_DEC_OK_NOTIFY, {}, ++wallpapers_});
+    notifications_.push_back({sender.procName, VESK_VIDEO_ON_WALLPAPER_DEC_OK_NOTIFY, {}, ++wallpapers_});
     return kOk;
 }
 
-Result Device::SetAnnotation(const Request& request)
+Result Device::SetAnnotation(const Sender& sender, Argument<"status"> status)
 {
-    const uint32_t status = request.head.ulParam2;
-    notifications_.push_back(Notification::Of(request.sender.procName,
-                                              VESK_VIDEO_ON_DATA_AUX_ANNOTATION_CAP_READY_NOTIFY, status));
+    notifications_.push_back(Notification::Of(
+        sender.procName, VESK_VIDEO_ON_DATA_AUX_ANNOTATION_CAP_READY_NOTIFY, static_cast<uint32_t>(status)));
     return kOk;
 }
 
 // The path is an address in the client's memory.
-Result Device::VerifyImage(const Request&, const VeskVideoVerifyImageReq&)
+Result Device::VerifyImage(const VeskVideoVerifyImageReq&)
 {
     return VESK_SERVICE_ERR_UNREACHABLE;
 }

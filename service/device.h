@@ -9,13 +9,13 @@ class Device {
 public:
     explicit Device(Notifications& notifications) : notifications_(notifications) {}
 
-    Result GetCapability(const Request&, VeskServiceCapability*);
-    Result SetAndroidObjects(const Request&);
-    Result SetAndroidProjection(const Request&);
-    Result TakeSnapshot(const Request&, const VeskVideoSnapshotParam&);
-    Result SetWallpaper(const Request&, const VeskVideoWallpaperParam&);
-    Result SetAnnotation(const Request&);
-    Result VerifyImage(const Request&, const VeskVideoVerifyImageReq&);
+    Result GetCapability(Argument<"capabilityType">, VeskVideoCapability*);
+    Result SetAndroidObjects(Argument<"javaVm">);
+    Result SetAndroidProjection(Argument<"resultCode">);
+    Result TakeSnapshot(const VeskVideoSnapshotParam&);
+    Result SetWallpaper(const Sender&, const VeskVideoWallpaperParam&);
+    Result SetAnnotation(const Sender&, Argument<"status">);
+    Result VerifyImage(const VeskVideoVerifyImageReq&);
 
 private:
     Notifications& notifications_;

@@ -1,5 +1,6 @@
 // The virtual video service as a process of its own.
 #include "service/log.h"
+#include "service/program_text.h"
 #include "service/service.h"
 #include "vesk_host/message.h"
 
@@ -16,29 +17,19 @@ namespace {
 
 constexpr uint32_t kQueueDepth = 1024;
 
-constexpr char kEnvironmentHelp[] =
-    "\nEnvironment:\n"
-    "  VESK_RUNTIME_DIR      where the endpoints live (else XDG_RUNTIME_DIR/vesk, else /tmp/vesk-UID)\n"
-    "  VESK_TRACE_LEVEL      threshold of the trace facade: 0 nothing, 1 errors (default), 3 information, 4 "
-    "all\n"
-    "  VESK_LOG_LEVEL        threshold of the module log, likewise\n"
-    "  VESK_LOG_TARGET       stderr (default), syslog, none or file:PATH\n"
-    "  VESK_LOG_FILE_SIZE    bytes before a log file is rotated (default 10485760)\n"
-    "  VESK_LOG_FILES        rotated log files that are kept (default 3)\n";
-
 Service* g_service = nullptr;
 
 uint32_t HandleMessage(OsMsgEnvelope* message)
 {
     try {
         g_service->Handle(*message);
-    } catch (const std::exception& error) { // for want of memory, say: its sender sees a failure
+    } catch (const std::exception& error) { // out of memory, for example: the sender sees a failure
         LOG(kError, "message %u from %.16s: %s", message->msgId, message->sendProcName, error.what());
     }
     return 0;
 }
 
-/// Blocks the signals that end the service, for this thread and all that it starts.
+/// Blocks the signals that end the service, in this thread and in all that it starts.
 sigset_t BlockEndSignals()
 {
     sigset_t signals;
@@ -87,8 +78,9 @@ int main(int argc, char** argv)
     CLI::App app("Virtual video service: serves the requests of libvesk_video_interface without the device.\n"
                  "SIGTERM or SIGINT ends it.");
     app.footer(kEnvironmentHelp);
-    app.add_option("--process", self.procName, "Process name under which it is found")->capture_default_str();
-    app.add_option("--task", self.taskName, "Task name under which it is found")->capture_default_str();
+    app.set_version_flag("--version", kVersion);
+    app.add_option("--process", self.procName, "Process name of the service")->capture_default_str();
+    app.add_option("--task", self.taskName, "Task name of the service")->capture_default_str();
     CLI11_PARSE(app, argc, argv);
     return Run(self);
 }

@@ -9,18 +9,27 @@
 
 namespace vesk::service {
 
-/// Base of such a thing: who created it.
+/// Base of such a thing: its number, and who created it.
 struct Owned {
+    uint32_t number = 0;
     Sender owner;
+};
+
+/// Base of such a thing that clients start and stop.
+struct Startable : Owned {
+    bool isStarted = false;
+
+    Result Start() { return std::exchange(isStarted, true) ? Result{VESK_SERVICE_ERR_STATE} : kOk; }
+    Result Stop() { return std::exchange(isStarted, false) ? kOk : Result{VESK_SERVICE_ERR_STATE}; }
 };
 
 template <class Thing>
 class Numbered {
 public:
-    /// Numbers run from @p first; @p most can be there at once.
+    /// Numbers run from @p first; at most @p most things exist at a time.
     explicit Numbered(size_t most, uint32_t first = 1) : most_(most), first_(first) {}
 
-    /// A new thing under a number that is free; VESK_SERVICE_ERR_ROOM when as many as can be are there.
+    /// A new thing under a free number; VESK_SERVICE_ERR_ROOM when there are as many as there can be.
     Result Create(const Sender& owner, uint32_t* number)
     {
         do {
@@ -44,7 +53,9 @@ public:
             std::erase_if(things_, [](const auto& entry) { return !IsAlive(entry.second.owner.process); });
         if (things_.size() >= most_)
             return VESK_SERVICE_ERR_ROOM;
-        things_[number].owner = owner;
+        Thing& thing = things_[number];
+        thing.number = number;
+        thing.owner = owner;
         return kOk;
     }
 
@@ -54,16 +65,26 @@ public:
         return found != things_.end() ? &found->second : nullptr;
     }
 
-    void Erase(uint64_t number) { things_.erase(static_cast<uint32_t>(number)); }
+    void Erase(const Thing& thing) { things_.erase(thing.number); }
 
-    /// Forgets what a process has created.
+    /// Erases a thing whose owner has ended; VESK_SERVICE_ERR_BUSY while it lives.
+    Result Reclaim(const Thing& thing)
+    {
+        if (IsAlive(thing.owner.process))
+            return VESK_SERVICE_ERR_BUSY;
+        Erase(thing);
+        return kOk;
+    }
+
+    /// Erases what a process has created.
     void Release(pid_t process)
     {
         std::erase_if(things_,
                       [process](const auto& entry) { return entry.second.owner.process == process; });
     }
 
-    const std::map<uint32_t, Thing>& All() const { return things_; }
+    /// All of them, by number.
+    std::map<uint32_t, Thing>& All() { return things_; }
 
 private:
     static constexpr uint32_t kNumbers = 0xffff; // every number can travel in 16 bits
@@ -73,40 +94,5 @@ private:
     uint32_t next_ = 0;
     std::map<uint32_t, Thing> things_;
 };
-
-/// Stops a thing that is started.
-inline Result StopIfStarted(bool& isStarted)
-{
-    return std::exchange(isStarted, false) ? kOk : Result{VESK_SERVICE_ERR_STATE};
-}
-
-/// Opens the port of the request's first parameter: a new engine for it, unless a living one has it.
-template <class Engine>
-Result OpenPort(Numbered<Engine>& engines, const Request& request, uint32_t* engineNo)
-{
-    const auto port = static_cast<uint32_t>(request.head.ulParam1);
-    for (const auto& [number, engine] : engines.All()) {
-        if (engine.port != port)
-            continue;
-        if (IsAlive(engine.owner.process))
-            return VESK_SERVICE_ERR_BUSY;
-        engines.Erase(number);
-        break;
-    }
-    const Result result = engines.Create(request.sender, engineNo);
-    if (result == kOk)
-        engines.Find(*engineNo)->port = port;
-    return result;
-}
-
-/// Stops the engine of the port of the request's first parameter.
-template <class Engine>
-void StopPort(Numbered<Engine>& engines, const Request& request)
-{
-    for (const auto& [number, engine] : engines.All()) {
-        if (engine.port == request.head.ulParam1)
-            engines.Find(number)->isStarted = false;
-    }
-}
 
 } // namespace vesk::service

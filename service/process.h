@@ -1,4 +1,4 @@
-// Processes of the clients.
+// Whether a client's process still runs.
 #pragma once
 
 #include <sys/types.h>
@@ -8,7 +8,7 @@
 
 namespace vesk::service {
 
-/// False when a process has ended. One that cannot be seen from here counts as alive.
+/// False when @p process has ended; an unknown process (0) counts as alive.
 inline bool IsAlive(pid_t process)
 {
     return process <= 0 || kill(process, 0) == 0 || errno != ESRCH;

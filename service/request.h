@@ -1,4 +1,4 @@
-// One request as the service's model sees it, and what the model answers.
+// What the service's model is made of: requests, results, notifications.
 #pragma once
 
 #include "vesk_service/virtual_service.h"
@@ -6,10 +6,12 @@
 
 #include <sys/types.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vesk::service {
@@ -26,14 +28,35 @@ struct Sender {
     pid_t process = 0;
 };
 
-/// A request whose payload has a length that its number allows.
+/// A request whose payload has been checked.
 struct Request {
     VeskVideoMsgHead head{};
     Sender sender;
     std::span<const std::byte> payload;
 };
 
-/// A notification that leaves once the request in hand is answered.
+/// A name as a template argument.
+template <size_t size>
+struct Name {
+    char text[size];
+
+    consteval Name(const char (&name)[size]) { std::copy_n(name, size, text); }
+    constexpr operator std::string_view() const { return {text, size - 1}; }
+};
+
+/// An argument that travels in the header, as a parameter of the function that serves the request; @p name is
+/// its name in the list of messages.
+template <Name name>
+class Argument {
+public:
+    Argument(uint64_t value) : value_(value) {}
+    operator uint64_t() const { return value_; }
+
+private:
+    uint64_t value_;
+};
+
+/// A notification; it is sent after the answer to the current request.
 struct Notification {
     std::string procName;
     uint32_t notifyId = 0;

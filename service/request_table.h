@@ -1,21 +1,22 @@
-// Which requests the service serves, and with what.
+// The service's request table: every request of the interface, and what serves it.
 #pragma once
 
-#include "service/message_list.h"
+#include "service/request.h"
+#include "vesk_video/message_list.h"
 
 namespace vesk::service {
 
 class Service;
 
-/// Serves a request whose payload has a length that it may have; appends the answer's payload.
+/// Serves a request whose payload has been checked; appends the payload of the answer.
 using ServeFunction = Result (*)(Service&, const Request&, Bytes& answer);
 
-struct ServedRequest {
-    messages::Request listed;
+struct Row {
+    const messages::Request& listed;
     ServeFunction serve;
 };
 
-/// Null for a number that is not a request's.
-const ServedRequest* FindRequest(uint32_t number);
+/// The row of a request number, or null.
+const Row* FindRow(uint32_t number);
 
 } // namespace vesk::service

@@ -1,7 +1,9 @@
-// The road of one message through the virtual video service.
+// How the virtual video service handles a message.
 #include "service/service.h"
 
 #include "service/log.h"
+#include "service/message_text.h"
+#include "service/payload_check.h"
 #include "service/request_table.h"
 #include "vesk_host/message.h"
 
@@ -13,7 +15,7 @@ namespace vesk::service {
 
 namespace {
 
-/// A name field that can be an endpoint's name: not empty, ended by its NUL, without control characters.
+/// True when a name field can be an endpoint's name: not empty, NUL-terminated, without control characters.
 bool IsName(const char (&field)[VESK_VIDEO_NAME_SIZE])
 {
     const size_t length = strnlen(field, sizeof field);
@@ -46,32 +48,26 @@ void Service::End()
     clients.NotifyAll(VESK_VIDEO_ON_VIDEO_DIE_NOTIFY);
 }
 
-Result Service::Serve(const OsMsgEnvelope& message, Bytes& answer, const char*& name)
+Result Service::Serve(const OsMsgEnvelope& message, Bytes& answer)
 {
-    if (message.dataLen < sizeof(VeskVideoMsgHead)) {
-        name = "a message without a header";
+    if (message.dataLen < sizeof(VeskVideoMsgHead))
         return VESK_SERVICE_ERR_LENGTH;
-    }
-    const ServedRequest* served = FindRequest(message.msgId);
-    if (served == nullptr) {
-        name = "an unknown request";
+    const Row* row = FindRow(message.msgId);
+    if (row == nullptr)
         return VESK_SERVICE_ERR_REQUEST;
-    }
-    name = served->listed.name;
     const Request request = Unpack(message);
-    if (!Fits(served->listed.payload, request.head, request.payload))
+    if (!Fits(row->listed.payload, request.head, request.payload))
         return VESK_SERVICE_ERR_LENGTH;
-    return served->serve(*this, request, answer);
+    return row->serve(*this, request, answer);
 }
 
 void Service::Handle(OsMsgEnvelope& message)
 {
-    const char* name = nullptr;
     Bytes payload;
     VeskVideoMsgHead head{};
     head.msgId = static_cast<uint16_t>(message.msgId);
-    head.uwSubMsgID = Serve(message, payload, name);
-    LOG(kInfo, "%s (%u) from %.16s: %u", name, message.msgId, message.sendProcName, head.uwSubMsgID);
+    head.uwSubMsgID = Serve(message, payload);
+    LOG(kInfo, "%s: %u", MessageText(message).c_str(), head.uwSubMsgID);
     if (message.type == OS_MSG_SYNCHRONOUS) {
         const auto headBytes = std::as_bytes(std::span(&head, 1));
         payload.insert(payload.begin(), headBytes.begin(), headBytes.end());
@@ -81,35 +77,34 @@ void Service::Handle(OsMsgEnvelope& message)
         clients.Notify(notification);
 }
 
-Result Service::Init(const Request& request, const VeskVideoInitInfo& info)
+Result Service::Init(const Sender& sender, const VeskVideoInitInfo& info)
 {
     if (!IsName(info.procName) || !IsName(info.taskName))
         return VESK_SERVICE_ERR_VALUE;
-    if (const Result result = clients.Add(info.procName, info.taskName, request.sender.process);
-        result != kOk)
+    if (const Result result = clients.Add(info.procName, info.taskName, sender.process); result != kOk)
         return result;
     outputs.Announce(info.procName);
     inputs.Announce(info.procName);
     return kOk;
 }
 
-Result Service::Exit(const Request& request)
+Result Service::Exit(const Sender& sender)
 {
-    const pid_t process = request.sender.process;
+    const pid_t process = sender.process;
     outputs.Release(process);
     inputs.Release(process);
     codecs.Release(process);
     mice.Release(process);
     uvc.Release(process);
     overlays.Release(process);
-    clients.Remove(request.sender.procName);
+    clients.Remove(sender.procName);
     return kOk;
 }
 
-Result Service::SetCallback(const Request& request, const VeskVideoCallbackInfo&)
+Result Service::SetCallback(const Sender& sender, const VeskVideoCallbackInfo&)
 {
-    // The record's meaning is the device's; the virtual service takes it from any client it knows.
-    return clients.IsKnown(request.sender.procName) ? kOk : Result{VESK_SERVICE_ERR_STATE};
+    // What the record says concerns the client alone.
+    return clients.IsKnown(sender.procName) ? kOk : Result{VESK_SERVICE_ERR_STATE};
 }
 
 } // namespace vesk::service

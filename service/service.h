@@ -1,4 +1,4 @@
-// The virtual video service: its model, and the road of one message through it.
+// The virtual video service: its model of a device, and how it handles a message.
 #pragma once
 
 #include "platform/os_msg.h"
@@ -6,8 +6,11 @@
 #include "service/codecs.h"
 #include "service/device.h"
 #include "service/inputs.h"
+#include "service/mice.h"
 #include "service/outputs.h"
-#include "service/streams.h"
+#include "service/overlays.h"
+#include "service/queues.h"
+#include "service/uvc.h"
 
 namespace vesk::service {
 
@@ -21,15 +24,15 @@ public:
 
     /// Tells the clients of an earlier run that the service is back.
     void Begin();
-    /// Tells the clients that the service goes.
+    /// Tells the clients that the service ends.
     void End();
 
-    /// Serves one message; whatever it holds, it is answered when its sender waits.
+    /// Serves one message. A sender that waits gets an answer, whatever the message holds.
     void Handle(OsMsgEnvelope& message);
 
-    Result Init(const Request&, const VeskVideoInitInfo&);
-    Result Exit(const Request&);
-    Result SetCallback(const Request&, const VeskVideoCallbackInfo&);
+    Result Init(const Sender&, const VeskVideoInitInfo&);
+    Result Exit(const Sender&);
+    Result SetCallback(const Sender&, const VeskVideoCallbackInfo&);
 
     Clients clients{self_};
     Inputs inputs{notifications_};
@@ -42,7 +45,7 @@ public:
     Device device{notifications_};
 
 private:
-    Result Serve(const OsMsgEnvelope& message, Bytes& answer, const char*& name);
+    Result Serve(const OsMsgEnvelope& message, Bytes& answer);
 };
 
 } // namespace vesk::service

@@ -9,7 +9,7 @@
 
 namespace vesk::service {
 
-/// Created when it is first asked for, removed with its owner.
+/// Created on first use, removed with its owner.
 class ServiceQueue {
 public:
     ServiceQueue() = default;
@@ -25,7 +25,7 @@ public:
             HostQueueRemove(queueId_);
     }
 
-    /// Its identifier, 0 when it cannot be created.
+    /// Its identifier; 0 when it cannot be created.
     uint32_t Id(const char* kind, uint64_t number)
     {
         constexpr uint32_t kEntries = 32;

@@ -1,0 +1,38 @@
+// Remote and local mouse streams.
+#pragma once
+
+#include "service/codecs.h"
+
+namespace vesk::service {
+
+struct RemoteMouse : Startable {
+    uint32_t queId = 0;
+    uint32_t decStmNo = 0;
+    VeskVideoMouseArea area{};
+
+    Result Start();
+};
+
+struct LocalMouse : Startable {
+    uint32_t queId = 0;
+    uint32_t attachId = 0;
+    bool isIndependent = false;
+    bool isShown = false;
+    VeskVideoLocalMouseParam param{};
+};
+
+class Mice {
+public:
+    explicit Mice(Codecs& codecs) : codecs_(codecs) {}
+    void Release(pid_t process);
+
+    Numbered<RemoteMouse> remote{VESK_SERVICE_MAX_MICE};
+    Numbered<LocalMouse> local{VESK_SERVICE_MAX_MICE};
+
+    Result Connect(RemoteMouse&, Argument<"decStmNo">);
+
+private:
+    Codecs& codecs_;
+};
+
+} // namespace vesk::service

@@ -1,0 +1,29 @@
+// Overlay channels.
+#pragma once
+
+#include "service/numbered.h"
+#include "service/service_queue.h"
+
+namespace vesk::service {
+
+struct OverlayChannel : Owned {
+    ServiceQueue queue;
+    VeskVideoOverlayParam param{};
+    bool hasParam = false;
+    bool isEnabled = false;
+
+    Result GetQueue(uint32_t* queHandle);
+    Result SetParam(const VeskVideoOverlayParam&);
+    Result Enable(Argument<"enable">);
+};
+
+class Overlays {
+public:
+    void Release(pid_t process) { channels.Release(process); }
+
+    Numbered<OverlayChannel> channels{VESK_SERVICE_MAX_OVERLAYS};
+
+    Result Create(const Sender&, Argument<"overlayChn">, uint32_t* layer);
+};
+
+} // namespace vesk::service

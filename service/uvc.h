@@ -1,0 +1,35 @@
+// UVC streams.
+#pragma once
+
+#include "service/numbered.h"
+
+#include <set>
+
+namespace vesk::service {
+
+struct UvcStream : Startable {
+    VeskVideoUvcParam param{};
+    VeskVideoUvcParamEx paramEx{};
+    bool hasParam = false;
+    uint32_t keyFrames = 0;
+
+    Result SetParam(const VeskVideoUvcParam&);
+    Result Start();
+    Result ForceKeyFrame();
+};
+
+class Uvc {
+public:
+    void Release(pid_t process);
+
+    Numbered<UvcStream> streams{VESK_SERVICE_MAX_UVC, 0};
+
+    Result Init(const Sender&);
+    Result Deinit(const Sender&);
+    Result Open(const Sender&, uint32_t* uvcStmNo);
+
+private:
+    std::set<pid_t> users_; // processes that have initialised it
+};
+
+} // namespace vesk::service
