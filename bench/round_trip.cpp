@@ -58,7 +58,7 @@ void EchoOverPair()
 void SocketPair(benchmark::State& state)
 {
     char frame[kFrameSize] = {};
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         send(g_pair[0], frame, sizeof frame, 0);
         if (recv(g_pair[0], frame, sizeof frame, MSG_WAITALL) != static_cast<ssize_t>(sizeof frame))
             state.SkipWithError("the exchange failed");
@@ -68,7 +68,7 @@ BENCHMARK(SocketPair)->UseRealTime();
 
 void Request(benchmark::State& state)
 {
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         if (VeskVideoVoStart(1) != VESK_VIDEO_OK)
             state.SkipWithError("the request failed");
     }

@@ -73,7 +73,7 @@ int Run(const Identity& self)
 } // namespace
 
 int main(int argc, char** argv)
-{
+try {
     Identity self{"VIDEO", "VCTL"};
     CLI::App app("Virtual video service: serves the requests of libvesk_video_interface without the device.\n"
                  "SIGTERM or SIGINT ends it.");
@@ -83,4 +83,7 @@ int main(int argc, char** argv)
     app.add_option("--task", self.taskName, "Task name of the service")->capture_default_str();
     CLI11_PARSE(app, argc, argv);
     return Run(self);
+} catch (const std::exception& error) { // out of memory, or no thread can be started
+    std::fprintf(stderr, "vesk-video-service: %s\n", error.what());
+    return 1;
 }

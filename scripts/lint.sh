@@ -1,0 +1,19 @@
+#!/usr/bin/env bash
+# Checks the scripts with shellcheck and the sources, but not the tests, with clang-tidy (see .clang-tidy).
+# Any finding fails.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+. scripts/packages.sh
+install_packages shellcheck clang-tidy-14 clang-tools-14
+
+git ls-files -z '*.sh' .ci/run | xargs -0 shellcheck
+quietly cmake --preset dev
+quietly cmake --build --preset dev --parallel "$(nproc)" # the generated headers
+findings=$(mktemp)
+trap 'rm -f "$findings"' EXIT
+if ! run-clang-tidy-14 -p build/dev -quiet -j"$(nproc)" \
+  "$PWD/(transport|interface|callback|codec|mouse|uvc|platform|service|examples|bench)/" >"$findings" 2>/dev/null; then
+  grep -v '^clang-tidy-14 ' "$findings" >&2
+  exit 1
+fi
+echo "shellcheck and clang-tidy: no findings"
