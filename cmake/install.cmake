@@ -1,41 +1,42 @@
-# Installation components:
-#   library        the shared library
-#   development    headers, pkg-config file, CMake package, the first example
-#   host_platform  the host platform
-#   service        the virtual video service
+# Installs the libraries, their headers, pkg-config files and CMake package, the programs and their manual pages.
 include(CMakePackageConfigHelpers)
 
-set_target_properties(vesk_video_interface PROPERTIES INSTALL_RPATH "$ORIGIN")
-target_include_directories(vesk_video_interface INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
-install(TARGETS vesk_video_interface EXPORT vesk_video_interface_targets
-  LIBRARY COMPONENT library NAMELINK_COMPONENT development)
-install(DIRECTORY include/vesk_video TYPE INCLUDE COMPONENT development)
+# The pkg-config files derive the prefix from their own location, so an installed tree can be moved.
+file(RELATIVE_PATH prefix_from_pc "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
 
-set(exported vesk_video_interface)
+# Installs a library as part of the CMake package, and a pkg-config file of the same name.
+function(install_library name include_dir description)
+  set_target_properties(${name} PROPERTIES INSTALL_RPATH "$ORIGIN")
+  target_include_directories(${name} INTERFACE $<INSTALL_INTERFACE:${include_dir}>)
+  install(TARGETS ${name} EXPORT vesk_video_interface_targets)
+  get_target_property(version ${name} VERSION)
+  configure_file(cmake/library.pc.in ${name}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endfunction()
+
+set_target_properties(vesk_video_interface PROPERTIES EXPORT_NAME video_interface)
+install_library(vesk_video_interface ${CMAKE_INSTALL_INCLUDEDIR}
+  "Client-side video interface of a video device's media stack")
+install(DIRECTORY include/vesk_video TYPE INCLUDE)
+
 if(VESK_PLATFORM STREQUAL host)
-  set_target_properties(vesk_host_platform PROPERTIES INSTALL_RPATH "$ORIGIN")
-  target_include_directories(vesk_host_platform INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
-  install(TARGETS vesk_host_platform EXPORT vesk_video_interface_targets
-    LIBRARY COMPONENT host_platform NAMELINK_COMPONENT development)
-  install(DIRECTORY platform/include/platform platform/host/include/vesk_host service/include/vesk_service
-    TYPE INCLUDE COMPONENT development)
+  # platform/ is too common a name for the top of the include path.
+  set(platform_include_dir ${CMAKE_INSTALL_INCLUDEDIR}/vesk_host_platform)
+  install_library(vesk_host_platform ${platform_include_dir} "Stand-in for a video device's platform")
+  install(DIRECTORY platform/include/platform platform/host/include/vesk_host DESTINATION ${platform_include_dir})
+  install(DIRECTORY service/include/vesk_service TYPE INCLUDE)
 
   file(RELATIVE_PATH libraries_from_bin "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
   set_target_properties(vesk-video-service display_tour PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries_from_bin}")
-  install(TARGETS vesk-video-service RUNTIME COMPONENT service)
-  install(PROGRAMS $<TARGET_FILE:display_tour> TYPE BIN RENAME vesk-display-tour COMPONENT development)
+  set_target_properties(display_tour PROPERTIES OUTPUT_NAME vesk-display-tour)
+  install(TARGETS vesk-video-service display_tour)
+  install(FILES docs/man/vesk-video-service.1 docs/man/vesk-display-tour.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 endif()
 
-# The pkg-config file derives the prefix from its own location, so an installed tree can be moved.
-file(RELATIVE_PATH prefix_from_pc "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
-configure_file(cmake/vesk_video_interface.pc.in vesk_video_interface.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/vesk_video_interface.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
-  COMPONENT development)
-
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/vesk_video_interface)
-install(EXPORT vesk_video_interface_targets NAMESPACE vesk:: DESTINATION ${package_dir} COMPONENT development)
+install(EXPORT vesk_video_interface_targets NAMESPACE vesk:: DESTINATION ${package_dir})
 configure_package_config_file(cmake/vesk_video_interface-config.cmake.in vesk_video_interface-config.cmake
   INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(vesk_video_interface-config-version.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/vesk_video_interface-config.cmake
-  ${PROJECT_BINARY_DIR}/vesk_video_interface-config-version.cmake DESTINATION ${package_dir} COMPONENT development)
+  ${PROJECT_BINARY_DIR}/vesk_video_interface-config-version.cmake DESTINATION ${package_dir})

@@ -36,7 +36,7 @@ done
 cat "$service_out"
 grep -q serving "$service_out" || { echo "the service did not start" >&2; exit 1; }
 
-build/release/examples/display_tour
+build/release/examples/vesk-display-tour
 echo
 build/release/examples/device_tour
 

@@ -1,28 +1,73 @@
 #!/usr/bin/env bash
-# Builds the Debian packages in build/package.
+# Builds the Debian packages in build/package and checks them.
 #
-#   scripts/package.sh [--try]    --try installs them in a temporary bare Debian 12 (as root, with debootstrap)
-#                                 and runs the installed example against the installed service
+#   scripts/package.sh [--list] [--try] [ARCHITECTURE]
+#
+#   ARCHITECTURE  as Debian names it; another one than this machine's, say arm64, is cross-built
+#   --list        lists the files of each package
+#   --try         installs the packages in a temporary bare Debian 12 (as root, with debootstrap) and runs the
+#                 installed example against the installed service
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
-install_packages dpkg-dev file
-quietly cmake --preset package
-quietly cmake --build --preset package
-rm -f build/package/*.deb
-(cd build/package && quietly cpack)
-ls build/package/*.deb
-[ "${1:-}" = --try ] || exit 0
 
+native=$(dpkg --print-architecture)
+architecture=$native list=false try=false
+for argument in "$@"; do
+  case "$argument" in
+    --list) list=true ;;
+    --try) try=true ;;
+    [a-z]*) architecture=$argument ;;
+    *) echo "usage: $0 [--list] [--try] [ARCHITECTURE]" >&2; exit 2 ;;
+  esac
+done
+if $try && [ "$architecture" != "$native" ]; then
+  echo "packages for $architecture cannot be tried here" >&2
+  exit 2
+fi
+
+install_packages build-essential debhelper lintian
+if [ "$architecture" != "$native" ]; then
+  dpkg --print-foreign-architectures | grep -qx "$architecture" || as_root dpkg --add-architecture "$architecture"
+  install_packages "crossbuild-essential-$architecture" "libspdlog-dev:$architecture"
+fi
+
+# The packages are built from a copy, so that the tree stays clean.
+output=build/package
+mkdir -p $output
+rm -rf $output/source $output/*_"$architecture".*
+mkdir $output/source
+tar --create --exclude=./build --exclude=./.git . | tar --extract --directory $output/source
+(cd $output/source && quietly dpkg-buildpackage --build=binary --host-arch "$architecture" --no-sign)
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+for package in $output/*_"$architecture".deb; do
+  echo "$package"
+  if $list; then dpkg-deb --contents "$package"; fi
+  dpkg-deb --extract "$package" "$work/files"
+done
+
+# No file may hold a path of this build, in its text or debug information; no program has a library search path.
+find "$work/files" -type f >"$work/list"
+while read -r file; do
+  if { cat "$file"; readelf -dz -p.debug_str -p.debug_line_str "$file" 2>/dev/null || true; } |
+    grep -aF -e "$PWD" -e "(RPATH)" -e "(RUNPATH)" >/dev/null; then
+    echo "${file#"$work/files"} holds a path of the build or a library search path" >&2
+    exit 1
+  fi
+done <"$work/list"
+lintian --allow-root --fail-on error,warning --show-overrides $output/*_"$architecture".changes
+
+$try || exit 0
 install_packages debootstrap
-root=$(mktemp -d)
-trap 'rm -rf "$root"' EXIT
+root=$work/root
 mirror=$(cat /etc/apt/sources.list /etc/apt/sources.list.d/* 2>/dev/null | sed -n "s/^\(deb \|URIs: *\)\(\[.*\] \)\?\(http[^ ]*\).*/\3/p" | sed -n 1p) || true
 quietly debootstrap --variant=minbase bookworm "$root" "$mirror"
-cp build/package/*.deb "$root/tmp"
+for package in $output/*_"$architecture".deb; do
+  case "$package" in *-dbgsym_*) ;; *) cp "$package" "$root/tmp" ;; esac
+done
 inside() { chroot "$root" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin DEBIAN_FRONTEND=noninteractive "$@"; }
-# Debian's own libraries come first, so that dpkg finds every dependency installed.
-quietly inside apt-get install -y --no-install-recommends libspdlog1.10 libstdc++6
-inside sh -c 'dpkg -i /tmp/*.deb'
+quietly inside sh -c 'apt-get install -y --no-install-recommends /tmp/*.deb'
 inside sh -c 'export VESK_RUNTIME_DIR=/tmp/vesk; vesk-video-service & service=$!
   sleep 1; vesk-display-tour; status=$?; kill $service; wait $service; exit $status'

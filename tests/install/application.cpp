@@ -1,4 +1,6 @@
 // An application in C++, built against an installed interface alone; it names itself.
+#include "vesk_host/message.h"
+
 #include <vesk_video/vesk_video.h>
 
 #include <cstdio>
