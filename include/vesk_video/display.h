@@ -21,7 +21,7 @@ typedef struct VeskVideoSubPicParam {
     uint8_t decFlag; /**< Nonzero if the picture comes from a decoder. */
     uint8_t serviceData1[3];
     uint32_t inputId;   /**< Number of the input or decoder that is shown. */
-    uint8_t sufaceFlag; /**< Service-defined. */
+    uint8_t sufaceFlag; /**< Service-defined; spelt so on the device. */
     uint8_t serviceData2[7];
     uint64_t winHandle; /**< Window handle of the application. */
     uint8_t serviceData3[8];
