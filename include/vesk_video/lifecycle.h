@@ -1,6 +1,12 @@
 /**
  * @file
+ * @copybrief lifecycle
+ *
+ * @copydetails lifecycle
+ *
+ * @defgroup lifecycle Lifecycle
  * Initialisation, shutdown and version of the library, and the name of this process.
+ * @{
  */
 #ifndef VESK_VIDEO_LIFECYCLE_H
 #define VESK_VIDEO_LIFECYCLE_H
@@ -71,5 +77,7 @@ VESK_VIDEO_API int GetSelfProcName(std::string& name);
 #endif
 
 VESK_VIDEO_END
+
+/** @} */
 
 #endif

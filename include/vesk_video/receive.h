@@ -1,7 +1,14 @@
 /**
  * @file
- * The receive task, the dispatcher and the exported notification handlers. An application that uses
- * VeskVideoInit and a callback does not need them.
+ * @copybrief receiving
+ *
+ * @copydetails receiving
+ *
+ * @defgroup receiving Receiving
+ * The receive task, the dispatcher and the exported notification handlers.
+ *
+ * An application that uses VeskVideoInit and a callback does not need them.
+ * @{
  */
 #ifndef VESK_VIDEO_RECEIVE_H
 #define VESK_VIDEO_RECEIVE_H
@@ -74,5 +81,7 @@ VESK_VIDEO_API uint32_t MsgOnVideoBgResourceInitReadyNotify(OsMsgEnvelope* inMsg
                                                             uint32_t dataLen);
 
 VESK_VIDEO_END
+
+/** @} */
 
 #endif
