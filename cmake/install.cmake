@@ -9,7 +9,6 @@ set_target_properties(vesk_video_interface PROPERTIES INSTALL_RPATH "$ORIGIN")
 target_include_directories(vesk_video_interface INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 install(TARGETS vesk_video_interface EXPORT vesk_video_interface_targets
   LIBRARY COMPONENT library NAMELINK_COMPONENT development)
-install(TARGETS vesk_process_name EXPORT vesk_video_interface_targets ARCHIVE COMPONENT development)
 install(DIRECTORY include/vesk_video TYPE INCLUDE COMPONENT development)
 
 set(exported vesk_video_interface)
@@ -30,9 +29,7 @@ endif()
 # The pkg-config file derives the prefix from its own location, so an installed tree can be moved.
 file(RELATIVE_PATH prefix_from_pc "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
 configure_file(cmake/vesk_video_interface.pc.in vesk_video_interface.pc @ONLY)
-get_target_property(process_name_link_option vesk_process_name INTERFACE_LINK_OPTIONS)
-configure_file(process_name/vesk_process_name.pc.in vesk_process_name.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/vesk_video_interface.pc ${PROJECT_BINARY_DIR}/vesk_process_name.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+install(FILES ${PROJECT_BINARY_DIR}/vesk_video_interface.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
   COMPONENT development)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/vesk_video_interface)
