@@ -142,6 +142,7 @@ uint32_t VeskVideoEncoderForceKeyFrame(uint32_t encStmNo)
     TRACE(kInfo, START(VESK_VIDEO_MSG_ENC_FORCE_KEYFRAME));
     LOG(kInfo, "%s:encStmNo=%u.", __func__, encStmNo);
     const uint32_t ret = Send<VESK_VIDEO_MSG_ENC_FORCE_KEYFRAME>({.ulParam1 = encStmNo});
+    // This end line names the function, not the message, on the device.
     return ret == VESK_VIDEO_OK ? DONE(VeskVideoEncoderForceKeyFrame) : FAILED(ret);
 }
 

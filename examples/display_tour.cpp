@@ -4,6 +4,7 @@
 //     display_tour [PROCESS-NAME]
 #include "steps.h"
 
+#include <thread>
 #include <vector>
 
 using namespace steps;
@@ -47,8 +48,12 @@ size_t AwaitHeldNotifications(size_t least)
 {
     std::list<NorthMsgResendInfo> held;
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-    while (held.size() < least && std::chrono::steady_clock::now() < end)
+    size_t before = 0;
+    do { // until all are there, and no more arrive
+        before = held.size();
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
         VeskVideoGetMsgResendQ(&held);
+    } while ((held.size() < least || held.size() > before) && std::chrono::steady_clock::now() < end);
     std::printf("%zu notifications are held until there is a callback\n", held.size());
     Expect(held.size() >= least, "the number of held notifications");
     return held.size();

@@ -42,6 +42,7 @@ uint32_t VeskVideoVoSetDisplayMode(const VeskVideoDisplayInfo* displayInfo)
         LOG(kInfo, "param displayInfo is null");
         return VESK_VIDEO_ERR_ARGUMENT;
     }
+    // Two lines, with and without the function's name, as on the device.
     LOG(kInfo, "Set displayMode [%u] fps[%u]", displayInfo->displayMode, displayInfo->fps);
     LOG(kInfo, "%s:Set displayMode [%u] fps[%u]", __func__, displayInfo->displayMode, displayInfo->fps);
     if (displayInfo->displayMode > VESK_VIDEO_DISPLAY_MODE_MAX) {
@@ -68,7 +69,7 @@ uint32_t VeskVideoVoSetDefaultImage(uint32_t imageParam1, uint32_t imageParam2, 
 
 uint32_t VeskVideoVoSetByomSrEnable(uint8_t enable)
 {
-    LOG(kInfo, "Set set byom enable[%d]", enable);
+    LOG(kInfo, "Set set byom enable[%d]", enable); // "Set set": as on the device
     LOG(kInfo, START_UNENDED(VESK_VIDEO_MSG_SET_SR_ENABLE));
     const uint32_t ret = Send<VESK_VIDEO_MSG_SET_SR_ENABLE>({.ulParam1 = enable});
     return ret == VESK_VIDEO_OK ? DONE_UNENDED(VESK_VIDEO_MSG_SET_SR_ENABLE) : FAILED(ret);

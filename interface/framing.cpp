@@ -1,4 +1,5 @@
-// Framing of an input and the state of its camera. Port and engine numbers travel in uwSubMsgID.
+// Framing of an input and the state of its camera. Port and engine numbers travel in uwSubMsgID. "Execut" is
+// spelt so on the device.
 #include "vesk_video/framing.h"
 #include "transport/request.h"
 

@@ -4,9 +4,14 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+
 using namespace vesk;
 
 static constexpr auto& kLogModule = log_module::kInterface;
+
+/// Refusals of the device's service after which VeskVideoViGetQueHandle does not ask again.
+static constexpr uint32_t kFinalRefusals[] = {2, 3, 7};
 
 uint32_t VeskVideoGetViCount(uint32_t* count)
 {
@@ -100,7 +105,9 @@ uint32_t VeskVideoViGetQueHandle(uint32_t inEngNo, uint32_t* queHandle)
         return VESK_VIDEO_ERR_FAILURE;
     LOG(kInfo, "queId=%d", *queHandle);
     uint32_t ret = VESK_VIDEO_OK;
-    const auto isFinal = [&ret] { return ret == VESK_VIDEO_OK || ret == 2 || ret == 3 || ret == 7; };
+    const auto isFinal = [&ret] {
+        return ret == VESK_VIDEO_OK || std::ranges::find(kFinalRefusals, ret) != std::end(kFinalRefusals);
+    };
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
         ret = Query<VESK_VIDEO_MSG_GET_VI_QUE_HANDLE>({.ulParam1 = inEngNo}, queHandle);
         if (isFinal())
@@ -147,7 +154,7 @@ uint32_t VeskVideoViStop(uint32_t inEngNo)
 
 uint32_t VeskVideoViEnable(uint32_t viPort)
 {
-    LOG(kInfo, "vi enable, viPort=%u", viPort);
+    LOG(kInfo, "vi enable, viPort=%u", viPort); // the port is logged twice on the device
     TRACE(kInfo, START(VESK_VIDEO_MSG_VI_ENABLE));
     LOG(kInfo, "%s: viPort=%u.", __func__, viPort);
     const uint32_t ret = Send<VESK_VIDEO_MSG_VI_ENABLE>({.ulParam1 = viPort});

@@ -33,6 +33,7 @@ uint32_t VeskVideoInit(void)
     std::string& name = g_veskVideoServiceName;
     const int hookResult = AskProcessName(name);
     if (hookResult != 0 || name.size() >= VESK_VIDEO_NAME_SIZE) {
+        // Spelt so, and written twice, on the device.
         LOG_TWICE(kError, "Get procName faild. ret=%d, len=%zu", hookResult, name.size());
         name = kFallbackName;
     }

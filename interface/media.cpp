@@ -67,7 +67,7 @@ uint32_t VeskVideoSetAnnotationStatus(uint32_t value1, uint32_t value2, uint8_t 
 uint32_t VeskVideoVerifyImage(const char* filePath, const VeskVideoVerifyImageReq* req)
 {
     TRACE(kInfo, START_UNENDED(VESK_VIDEO_MSG_VERYFY_IMAGE));
-    LOG(kInfo, "%s ender.", __func__);
+    LOG(kInfo, "%s ender.", __func__); // spelt so on the device
     if (IS_NULL(filePath) || IS_NULL(req))
         return VESK_VIDEO_ERR_ARGUMENT;
     const uint32_t ret =

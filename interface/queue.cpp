@@ -36,7 +36,7 @@ uint32_t VeskVideoAdvancedQueueClientInit(const char* serverName)
     if (IS_NULL(serverName))
         return VESK_VIDEO_ERR_FAILURE;
     LOG(kInfo, "%s enter serverName:%s.", __func__, serverName);
-    LOG(kInfo, "Init advanced queue client, serverName=%s", serverName);
+    LOG(kInfo, "Init advanced queue client, serverName=%s", serverName); // logged twice on the device
     char payload[kTextSize<VESK_VIDEO_MSG_ADVANCE_QUE_CLIENT_INIT>] = {};
     const size_t length = strlen(serverName);
     if (memcpy_s(payload, sizeof payload, serverName, length + 1) != 0) {
@@ -65,7 +65,7 @@ uint32_t VeskVideoBuffCreateQueue(uint32_t* memQueId)
     const int length =
         std::snprintf(name, sizeof name, "vid_2k_2000_%llu", static_cast<unsigned long long>(number));
     if (memcpy_s(request.name, sizeof request.name, name, static_cast<size_t>(length) + 1) != 0) {
-        LOG(kError, "memcpy_sp Fail");
+        LOG(kError, "memcpy_sp Fail"); // spelt so on the device
         return VESK_VIDEO_ERR_FAILURE;
     }
     request.id = 1;

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Runs the example applications against the virtual video service.
+# Runs the example applications against the virtual video service. Each process logs to a file in build/demo.
 #
-#   scripts/demo.sh [--trace]     --trace also shows the log lines of all processes
+#   scripts/demo.sh [--trace]     --trace logs every step of every process, not only errors
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
@@ -12,22 +12,36 @@ case "${1:-}" in
   *) echo "usage: $0 [--trace]" >&2; exit 2 ;;
 esac
 
-install_packages
-echo "building"
-quietly cmake --preset release
-quietly cmake --build --preset release --target vesk-video-service display_tour device_tour
+logs=build/demo
+service=build/release/service/vesk-video-service
+examples=build/release/examples
 
+install_packages
+echo "Building the library, the virtual service and the examples ..."
+quietly cmake --preset release
+quietly cmake --build --preset release --target vesk-video-service display_tour device_tour minimal
+
+rm -rf "$logs"
+mkdir -p "$logs"
 VESK_RUNTIME_DIR=$(mktemp -d)
 export VESK_RUNTIME_DIR
 service_out=$VESK_RUNTIME_DIR/service.out
 service_pid=
 finish() {
+  local status=$?
   [ -z "$service_pid" ] || kill "$service_pid" 2>/dev/null || true
   rm -rf "$VESK_RUNTIME_DIR"
+  [ $status -eq 0 ] || echo "the demonstration failed; see $logs/*.log" >&2
 }
 trap finish EXIT
 
-build/release/service/vesk-video-service >"$service_out" &
+# Runs an example, which logs to a file of its own and prints what it does.
+run() {
+  printf '\n=== %s: %s\n' "$1" "$2"
+  VESK_LOG_TARGET=file:$logs/$1.log "$examples/$1"
+}
+
+VESK_LOG_TARGET=file:$logs/service.log "$service" >"$service_out" &
 service_pid=$!
 for _ in $(seq 100); do
   if grep -q serving "$service_out" || ! kill -0 "$service_pid" 2>/dev/null; then break; fi
@@ -36,12 +50,22 @@ done
 cat "$service_out"
 grep -q serving "$service_out" || { echo "the service did not start" >&2; exit 1; }
 
-build/release/examples/vesk-display-tour
-echo
-build/release/examples/device_tour
+run minimal "an application in C"
+run vesk-display-tour "a first example; <- marks notifications"
+run device_tour "every family of requests"
 
+echo
 kill -TERM "$service_pid"
 wait "$service_pid" || { echo "the service ended with status $?" >&2; exit 1; }
 service_pid=
 tail -n +2 "$service_out"
 grep -q ended "$service_out" || { echo "the service did not end properly" >&2; exit 1; }
+
+cat <<END
+
+Logs, where the refusals that the examples provoke are errors: $logs/*.log
+Next:
+  $service &   # the service, until "kill %1"
+  $examples/minimal               # or an application of yours
+  scripts/test.sh                              # builds everything and runs all tests
+END

@@ -102,7 +102,8 @@ private:
     const uint32_t sendResult_;
 };
 
-/// Sends a request whose answer must be exactly one header; returns the result code in it.
+/// Sends a request whose answer must be exactly one header; returns the result code in it. "Headle" is spelt
+/// so on the device, and this file's error lines are written twice there.
 uint32_t VeskVideoHeadleSyncResult(OsMsgEnvelope* envelope)
 {
     using namespace vesk;

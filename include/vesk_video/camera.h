@@ -1,6 +1,14 @@
 /**
  * @file
- * Camera commands and presets. Threading, ownership and the common result codes: see common.h.
+ * @copybrief cameras
+ *
+ * @copydetails cameras
+ *
+ * @defgroup cameras Cameras
+ * Moves cameras by command, stores and lists presets, and reads whether a camera is at a limit.
+ *
+ * Threading, ownership and the common result codes: see common.h.
+ * @{
  */
 #ifndef VESK_VIDEO_CAMERA_H
 #define VESK_VIDEO_CAMERA_H
@@ -102,5 +110,7 @@ VESK_VIDEO_API uint32_t VeskVideoCamGetPreset(VESK_VIDEO_ANY_ARGUMENTS);
 VESK_VIDEO_API uint32_t VeskVideoCamGetPosition(VESK_VIDEO_ANY_ARGUMENTS);
 
 VESK_VIDEO_END
+
+/** @} */
 
 #endif

@@ -1,7 +1,14 @@
 /**
  * @file
- * Capabilities of the device and its codecs. Threading, ownership and the common result codes: see
- * common.h.
+ * @copybrief capabilities
+ *
+ * @copydetails capabilities
+ *
+ * @defgroup capabilities Capabilities
+ * What the device can do, and what each codec can encode and decode.
+ *
+ * Threading, ownership and the common result codes: see common.h.
+ * @{
  */
 #ifndef VESK_VIDEO_CAPABILITY_H
 #define VESK_VIDEO_CAPABILITY_H
@@ -108,5 +115,7 @@ VESK_VIDEO_API uint32_t VeskVideoGetDecodeCapability(VeskVideoDecodeCapability* 
 VESK_VIDEO_API uint32_t VeskVideoGetCapability(uint32_t capabilityType, VeskVideoCapability* capability);
 
 VESK_VIDEO_END
+
+/** @} */
 
 #endif

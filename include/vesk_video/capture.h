@@ -1,7 +1,14 @@
 /**
  * @file
- * Input sources other than cameras: files, applications and screen projection. Threading, ownership and the
- * common result codes: see common.h.
+ * @copybrief sources
+ *
+ * @copydetails sources
+ *
+ * @defgroup sources Sources
+ * Input sources other than cameras: files, applications and screen projection.
+ *
+ * Threading, ownership and the common result codes: see common.h.
+ * @{
  */
 #ifndef VESK_VIDEO_CAPTURE_H
 #define VESK_VIDEO_CAPTURE_H
@@ -66,5 +73,7 @@ VESK_VIDEO_API uint32_t VeskVideoSetAndroidContext(void* javaVm, void* javaConte
 VESK_VIDEO_API uint32_t VeskVideoSetAndroidProjection(int32_t resultCode, void* projectionData);
 
 VESK_VIDEO_END
+
+/** @} */
 
 #endif

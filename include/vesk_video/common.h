@@ -1,8 +1,13 @@
 /**
  * @file
- * What all headers of the interface share: conventions, result codes, linkage and layout assertions.
+ * @copybrief conventions
  *
- * The following holds for every request function unless its own comment says otherwise.
+ * @copydetails conventions
+ *
+ * @defgroup conventions Conventions
+ * What holds for all functions: threads, ownership, result codes and service-defined values.
+ *
+ * A function's own comment says where it differs.
  *
  * **Threads.** Any thread may call, and any number of threads may call at the same time. A synchronous
  * request blocks only its caller, until the service answers, for at most 5 seconds.
@@ -25,6 +30,7 @@
  * - `serviceData`: opaque bytes. The library does not interpret them.
  * - `param0`, `exParam3`, `value` and the like: service-defined numbers. The library may log them.
  * - `padding`: sent as it is, and not interpreted by either side.
+ * @{
  */
 #ifndef VESK_VIDEO_COMMON_H
 #define VESK_VIDEO_COMMON_H
@@ -73,5 +79,7 @@ enum {
     VESK_VIDEO_ERR_PORT_INVALID = 3, /**< The port number of a framing setter is too high. */
     VESK_VIDEO_ERR_UVC_STREAM = 11   /**< The UVC stream number is too high. */
 };
+
+/** @} */
 
 #endif

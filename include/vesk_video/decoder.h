@@ -1,11 +1,17 @@
 /**
  * @file
- * Decoder channels.
+ * @copybrief decoders
+ *
+ * @copydetails decoders
+ *
+ * @defgroup decoders Decoders
+ * Decoder channels: parameters, queue, jitter protection and status.
  *
  * A channel goes through these steps: create (which returns its stream number), configure, start, stop,
  * delete. The service enforces the order; the library sends every request as it comes.
  *
  * Threading, ownership and the common result codes: see common.h.
+ * @{
  */
 #ifndef VESK_VIDEO_DECODER_H
 #define VESK_VIDEO_DECODER_H
@@ -174,5 +180,7 @@ VESK_VIDEO_API uint32_t VeskVideoDecoderGetChrStatistics(uint32_t decStmNo,
 VESK_VIDEO_API uint32_t VeskVideoDecoderSetAntiJitter(uint32_t decStmNo, uint8_t enableState);
 
 VESK_VIDEO_END
+
+/** @} */
 
 #endif

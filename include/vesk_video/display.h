@@ -1,7 +1,15 @@
 /**
  * @file
- * What an output shows: composition, display mode, default image and filter windows. VeskVideoVoOpen
- * (output.h) returns the engine numbers. Threading, ownership and the common result codes: see common.h.
+ * @copybrief displays
+ *
+ * @copydetails displays
+ *
+ * @defgroup displays Displays
+ * What an output shows: composition, display mode, default image and filter windows.
+ *
+ * VeskVideoVoOpen (@ref outputs) returns the engine numbers. Threading, ownership and the common result
+ * codes: see common.h.
+ * @{
  */
 #ifndef VESK_VIDEO_DISPLAY_H
 #define VESK_VIDEO_DISPLAY_H
@@ -21,7 +29,7 @@ typedef struct VeskVideoSubPicParam {
     uint8_t decFlag; /**< Nonzero if the picture comes from a decoder. */
     uint8_t serviceData1[3];
     uint32_t inputId;   /**< Number of the input or decoder that is shown. */
-    uint8_t sufaceFlag; /**< Service-defined. */
+    uint8_t sufaceFlag; /**< Service-defined; spelt so on the device. */
     uint8_t serviceData2[7];
     uint64_t winHandle; /**< Window handle of the application. */
     uint8_t serviceData3[8];
@@ -147,5 +155,7 @@ VESK_VIDEO_API uint32_t VeskVideoDeleteFilterWindows(uint32_t filterParam, uint3
 VESK_VIDEO_API uint32_t VeskVideoVoNotifyWindowDestroyed(uint32_t outEngNo, void* winHandle);
 
 VESK_VIDEO_END
+
+/** @} */
 
 #endif

@@ -1,11 +1,17 @@
 /**
  * @file
- * Encoder channels.
+ * @copybrief encoders
+ *
+ * @copydetails encoders
+ *
+ * @defgroup encoders Encoders
+ * Encoder channels: parameters, error correction, queue, key frames, frame rate and status.
  *
  * A channel goes through these steps: create (which returns its stream number), configure, start, stop,
  * delete. The service enforces the order; the library sends every request as it comes.
  *
  * Threading, ownership and the common result codes: see common.h.
+ * @{
  */
 #ifndef VESK_VIDEO_ENCODER_H
 #define VESK_VIDEO_ENCODER_H
@@ -227,5 +233,7 @@ VESK_VIDEO_API uint32_t VeskVideoEncoderSetParamEx(uint32_t encStmNo, const Vesk
 VESK_VIDEO_API uint32_t VeskVideoEncoderGetParamEx(uint32_t encStmNo, VeskVideoEncParamEx* encParam);
 
 VESK_VIDEO_END
+
+/** @} */
 
 #endif

@@ -1,7 +1,14 @@
 /**
  * @file
- * Electronic and mechanical framing of an input, and the status of its camera. Threading, ownership and the
- * common result codes: see common.h.
+ * @copybrief framing
+ *
+ * @copydetails framing
+ *
+ * @defgroup framing Framing
+ * Electronic and mechanical framing of an input, and the status of its camera.
+ *
+ * Threading, ownership and the common result codes: see common.h.
+ * @{
  */
 #ifndef VESK_VIDEO_FRAMING_H
 #define VESK_VIDEO_FRAMING_H
@@ -106,5 +113,7 @@ VESK_VIDEO_API uint32_t VeskVideoGetViPortAFStatus(uint32_t inEngNo, uint8_t* st
 VESK_VIDEO_API uint32_t VeskVideoViSetEptzMoveSpeed(uint32_t inEngNo, int32_t eptzMoveSpeed);
 
 VESK_VIDEO_END
+
+/** @} */
 
 #endif

@@ -1,10 +1,17 @@
 /**
  * @file
+ * @copybrief inputs
+ *
+ * @copydetails inputs
+ *
+ * @defgroup inputs Inputs
  * Input ports: cameras and other inputs, and the input engines that read them.
  *
  * An input goes through these steps: open a port (which returns its engine number), set parameters, connect
  * streams, start, stop, close. The service enforces the order; the library sends every request as it comes.
+ *
  * Threading, ownership and the common result codes: see common.h.
+ * @{
  */
 #ifndef VESK_VIDEO_INPUT_H
 #define VESK_VIDEO_INPUT_H
@@ -195,5 +202,7 @@ VESK_VIDEO_API uint32_t VeskVideoSetViFaceQueHandle(uint32_t inEngNo, uint32_t q
 VESK_VIDEO_API uint32_t VeskVideoReplaceInput(VESK_VIDEO_ANY_ARGUMENTS);
 
 VESK_VIDEO_END
+
+/** @} */
 
 #endif

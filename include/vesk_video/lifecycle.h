@@ -1,6 +1,12 @@
 /**
  * @file
+ * @copybrief lifecycle
+ *
+ * @copydetails lifecycle
+ *
+ * @defgroup lifecycle Lifecycle
  * Initialisation, shutdown and version of the library, and the name of this process.
+ * @{
  */
 #ifndef VESK_VIDEO_LIFECYCLE_H
 #define VESK_VIDEO_LIFECYCLE_H
@@ -60,6 +66,9 @@ VESK_VIDEO_API uint32_t VeskVideoGetVersion(char* versionBuf, uint32_t versionBu
  * Hook that names this process. VeskVideoInit calls it through its dynamic symbol, so an application can
  * export a definition of its own. The library's default definition returns 1.
  *
+ * An application in C links vesk::process_name instead, an archive with a definition that gives the name of
+ * the program, cut to 15 characters.
+ *
  * @param name  Receives the process name, at most 15 characters.
  * @return 0 if @p name was set. For any other result, and for a longer name, VeskVideoInit uses
  *         "MediaCtlSrvPro".
@@ -68,5 +77,7 @@ VESK_VIDEO_API int GetSelfProcName(std::string& name);
 #endif
 
 VESK_VIDEO_END
+
+/** @} */
 
 #endif

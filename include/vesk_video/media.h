@@ -1,8 +1,15 @@
 /**
  * @file
- * Media jobs: snapshots, stream loops, wallpapers, annotation, image verification and video I/O callbacks.
+ * @copybrief media_jobs
+ *
+ * @copydetails media_jobs
+ *
+ * @defgroup media_jobs Media jobs
+ * Snapshots, stream loops, wallpapers, annotation, image verification and video I/O callbacks.
+ *
  * The outcome of some of them is notified later. Threading, ownership and the common result codes: see
  * common.h.
+ * @{
  */
 #ifndef VESK_VIDEO_MEDIA_H
 #define VESK_VIDEO_MEDIA_H
@@ -124,5 +131,7 @@ VESK_VIDEO_API uint32_t VeskVideoVerifyImage(const char* filePath, const VeskVid
 VESK_VIDEO_API uint32_t VeskVideoSetVioCallback(uint32_t engNo, const VeskVideoVioCallbackParam* param);
 
 VESK_VIDEO_END
+
+/** @} */
 
 #endif

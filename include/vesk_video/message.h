@@ -1,6 +1,12 @@
 /**
  * @file
+ * @copybrief transport
+ *
+ * @copydetails transport
+ *
+ * @defgroup transport Transport
  * The message header, the three send functions that carry every request, and the names used for routing.
+ * @{
  */
 #ifndef VESK_VIDEO_MESSAGE_H
 #define VESK_VIDEO_MESSAGE_H
@@ -96,5 +102,7 @@ VESK_VIDEO_API uint32_t VeskVideoSendSyncMsg(const VeskVideoMsgHead* head, const
                                              uint32_t payloadLen, void* rspBuf, uint32_t rspBufLen);
 
 VESK_VIDEO_END
+
+/** @} */
 
 #endif

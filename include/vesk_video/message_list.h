@@ -12,7 +12,10 @@
 
 #include "vesk_video/vesk_video.h"
 
-/** The list of messages: what each request and notification carries. */
+/**
+ * @ingroup numbers
+ * The list of messages for C++: what each request and notification carries.
+ */
 namespace vesk::messages {
 
 /** A field of the header that carries an argument. */

@@ -1,7 +1,14 @@
 /**
  * @file
- * The numbers of all requests and notifications, generated from the list in messages.def. The list also
- * describes what each message carries and which function sends it.
+ * @copybrief numbers
+ *
+ * @copydetails numbers
+ *
+ * @defgroup numbers Message numbers
+ * The numbers of all requests and notifications, generated from the list in messages.def.
+ *
+ * The list also describes what each message carries and which function sends it; see @ref messages.
+ * @{
  */
 #ifndef VESK_VIDEO_MESSAGES_H
 #define VESK_VIDEO_MESSAGES_H
@@ -17,5 +24,7 @@ typedef enum VeskVideoNotification {
 #define VESK_NOTIFICATION(name, number, ...) name = (number),
 #include "vesk_video/messages.def"
 } VeskVideoNotification;
+
+/** @} */
 
 #endif

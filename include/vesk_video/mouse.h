@@ -1,10 +1,17 @@
 /**
  * @file
- * Remote and local mouse pointer streams.
+ * @copybrief mouse_streams
+ *
+ * @copydetails mouse_streams
+ *
+ * @defgroup mouse_streams Mouse streams
+ * Streams of remote and local mouse pointers.
  *
  * A stream goes through these steps: open (which returns its number), set queue and parameters, connect or
  * attach, start, stop, close. The service enforces the order; the library sends every request as it comes.
+ *
  * Threading, ownership and the common result codes: see common.h.
+ * @{
  */
 #ifndef VESK_VIDEO_MOUSE_H
 #define VESK_VIDEO_MOUSE_H
@@ -196,5 +203,7 @@ VESK_VIDEO_API uint32_t VeskVideoRemoteMouseForwardEnable(VESK_VIDEO_ANY_ARGUMEN
 VESK_VIDEO_API uint32_t VeskVideoLocalMouseSetShowArea(VESK_VIDEO_ANY_ARGUMENTS);
 
 VESK_VIDEO_END
+
+/** @} */
 
 #endif

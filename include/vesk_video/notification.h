@@ -1,6 +1,11 @@
 // clang-format off
 /**
  * @file
+ * @copybrief notifications
+ *
+ * @copydetails notifications
+ *
+ * @defgroup notifications Notifications
  * Notifications from the video service, and the callback that receives them.
  *
  * What the callback receives, and what happens to a notification while no callback is installed. A payload
@@ -35,6 +40,7 @@
  * - Only 106, 107 and 108 are always exactly one record; with any other length they are dropped.
  * - 100 to 103 are dropped if they have no payload.
  * - A notification with any other number is ignored.
+ * @{
  */
 // clang-format on
 #ifndef VESK_VIDEO_NOTIFICATION_H
@@ -217,5 +223,7 @@ VESK_VIDEO_API uint32_t VeskVideoGetMsgResendQ(std::list<NorthMsgResendInfo>* qu
 #endif
 
 VESK_VIDEO_END
+
+/** @} */
 
 #endif

@@ -1,10 +1,17 @@
 /**
  * @file
+ * @copybrief outputs
+ *
+ * @copydetails outputs
+ *
+ * @defgroup outputs Outputs
  * Output ports: displays, and the output engines that drive them.
  *
  * An output goes through these steps: open a port (which returns its engine number), set parameters, offset
- * and queue, start, stop, close. The service enforces the order; the library sends every request as it
- * comes. Threading, ownership and the common result codes: see common.h.
+ * and queue, start, stop, close. The service enforces the order; the library sends every request as it comes.
+ *
+ * Threading, ownership and the common result codes: see common.h.
+ * @{
  */
 #ifndef VESK_VIDEO_OUTPUT_H
 #define VESK_VIDEO_OUTPUT_H
@@ -161,5 +168,7 @@ VESK_VIDEO_API uint32_t VeskVideoVoDisable(uint32_t voPort);
 VESK_VIDEO_API uint32_t VeskVideoGetOrientation(VESK_VIDEO_ANY_ARGUMENTS);
 
 VESK_VIDEO_END
+
+/** @} */
 
 #endif

@@ -1,7 +1,14 @@
 /**
  * @file
- * Overlay channels: graphics on top of the video. Threading, ownership and the common result codes: see
- * common.h.
+ * @copybrief overlays
+ *
+ * @copydetails overlays
+ *
+ * @defgroup overlays Overlays
+ * Overlay channels: graphics on top of the video.
+ *
+ * Threading, ownership and the common result codes: see common.h.
+ * @{
  */
 #ifndef VESK_VIDEO_OVERLAY_H
 #define VESK_VIDEO_OVERLAY_H
@@ -73,5 +80,7 @@ VESK_VIDEO_API uint32_t VeskVideoDestroyOverlayChannel(uint32_t overlayChn);
 VESK_VIDEO_API uint32_t VeskVideoEnableOverlay(uint32_t overlayChn, uint8_t enable);
 
 VESK_VIDEO_END
+
+/** @} */
 
 #endif

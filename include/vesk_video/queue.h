@@ -1,9 +1,14 @@
 /**
  * @file
- * Shared-memory buffer queues. The library creates them through the platform and announces them to the
- * service.
+ * @copybrief queues
+ *
+ * @copydetails queues
+ *
+ * @defgroup queues Queues
+ * Shared-memory buffer queues, which the library creates through the platform and announces to the service.
  *
  * Threading, ownership and the common result codes: see common.h.
+ * @{
  */
 #ifndef VESK_VIDEO_QUEUE_H
 #define VESK_VIDEO_QUEUE_H
@@ -56,5 +61,7 @@ VESK_VIDEO_API uint32_t VeskVideoBuffDestroyQueue(uint32_t memQueId);
 VESK_VIDEO_API uint32_t VeskVideoActivateQueue(uint32_t queueId, uint32_t bEnableOrDisable);
 
 VESK_VIDEO_END
+
+/** @} */
 
 #endif

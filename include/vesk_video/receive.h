@@ -1,7 +1,14 @@
 /**
  * @file
- * The receive task, the dispatcher and the exported notification handlers. An application that uses
- * VeskVideoInit and a callback does not need them.
+ * @copybrief receiving
+ *
+ * @copydetails receiving
+ *
+ * @defgroup receiving Receiving
+ * The receive task, the dispatcher and the exported notification handlers.
+ *
+ * An application that uses VeskVideoInit and a callback does not need them.
+ * @{
  */
 #ifndef VESK_VIDEO_RECEIVE_H
 #define VESK_VIDEO_RECEIVE_H
@@ -24,8 +31,7 @@ VESK_VIDEO_API void CreateRecvMsgProcEntry(void);
 VESK_VIDEO_API uint32_t VeskProcDealToNorthInterfaceMsg(OsMsgEnvelope* pstMsg);
 
 /**
- * Dispatcher: calls the handler for the number of a message. A message is ignored, and logged, if @p inMsg
- * or
+ * Dispatcher: calls the handler for the number of a message. A message is ignored, and logged, if @p inMsg or
  * @p zoraMsg is null or if it is shorter than a header.
  *
  * @param inMsg    The message envelope.
@@ -51,7 +57,8 @@ typedef uint32_t (*NorthMsgProc)(OsMsgEnvelope* inMsg, void* zoraMsg, void* data
 /** Handler of notification 101; held if no callback is installed. See NorthMsgProc. */
 VESK_VIDEO_API uint32_t MsgOnVoPortDdcInfoNotify(OsMsgEnvelope* inMsg, void* zoraMsg, void* data,
                                                  uint32_t dataLen);
-/** Handler of notification 102; held if no callback is installed. See NorthMsgProc. */
+/** Handler of notification 102 ("Plus" for "plug", as on the device); held if no callback is installed. See
+ * NorthMsgProc. */
 VESK_VIDEO_API uint32_t MsgOnViPortPlusStateNotify(OsMsgEnvelope* inMsg, void* zoraMsg, void* data,
                                                    uint32_t dataLen);
 /** Handler of notification 106; drops a payload that is not 80 bytes long. See NorthMsgProc. */
@@ -74,5 +81,7 @@ VESK_VIDEO_API uint32_t MsgOnVideoBgResourceInitReadyNotify(OsMsgEnvelope* inMsg
                                                             uint32_t dataLen);
 
 VESK_VIDEO_END
+
+/** @} */
 
 #endif

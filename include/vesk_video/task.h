@@ -1,6 +1,12 @@
 /**
  * @file
+ * @copybrief tasks
+ *
+ * @copydetails tasks
+ *
+ * @defgroup tasks Tasks
  * Message tasks (a named receiver with a handler and a thread), and lookup of process and task names.
+ * @{
  */
 #ifndef VESK_VIDEO_TASK_H
 #define VESK_VIDEO_TASK_H
@@ -71,5 +77,7 @@ VESK_VIDEO_API uint32_t VeskVideoSearchProcName(char* nameBuf, uint32_t procId, 
 VESK_VIDEO_API uint32_t VeskVideoSearchTaskName(char* nameBuf, uint32_t taskId, uint32_t nameBufLen);
 
 VESK_VIDEO_END
+
+/** @} */
 
 #endif

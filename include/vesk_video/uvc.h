@@ -1,10 +1,17 @@
 /**
  * @file
- * USB video class (UVC) streams.
+ * @copybrief uvc_streams
+ *
+ * @copydetails uvc_streams
+ *
+ * @defgroup uvc_streams UVC streams
+ * USB video class streams: initialised together, then opened, configured and started one by one.
  *
  * A stream goes through these steps: initialise, open (which returns its number), set parameters, start,
  * stop, close, deinitialise. The service enforces the order; the library sends every request as it comes.
+ *
  * Threading, ownership and the common result codes: see common.h.
+ * @{
  */
 #ifndef VESK_VIDEO_UVC_H
 #define VESK_VIDEO_UVC_H
@@ -109,5 +116,7 @@ VESK_VIDEO_API uint32_t VeskVideoUvcClose(uint32_t uvcStmNo);
 VESK_VIDEO_API uint32_t VeskVideoUvcForceKeyFrame(uint32_t uvcStmNo);
 
 VESK_VIDEO_END
+
+/** @} */
 
 #endif

@@ -1,6 +1,6 @@
 /**
  * @file
- * The whole interface.
+ * Includes all headers of the interface, for applications that do not choose among them.
  */
 #ifndef VESK_VIDEO_VESK_VIDEO_H
 #define VESK_VIDEO_VESK_VIDEO_H
