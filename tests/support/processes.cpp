@@ -1,5 +1,6 @@
 #include "support/processes.h"
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -121,6 +122,36 @@ bool Eventually(const std::function<bool()>& condition)
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
     return true;
+}
+
+std::vector<std::string> OpenDescriptors()
+{
+    std::vector<std::string> open;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code isClosed; // the iterator's own
+        const std::string target = std::filesystem::read_symlink(entry, isClosed);
+        if (target != "anon_inode:[eventpoll]" && target.find("/proc/") != 0)
+            open.push_back(target);
+    }
+    std::sort(open.begin(), open.end());
+    return open;
+}
+
+void RunInFork(void (*body)() noexcept)
+{
+    std::fflush(nullptr);
+    const pid_t process = fork();
+    if (process == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        const auto before = OpenDescriptors();
+        body();
+        Eventually([&] { return OpenDescriptors() == before; }); // what peers have left is closed in a moment
+        EXPECT_EQ(OpenDescriptors(), before);
+        std::exit(testing::Test::HasFailure() ? 1 : 0);
+    }
+    int status = 0;
+    waitpid(process, &status, 0);
+    EXPECT_EQ(status, 0) << "of the process that ran the test";
 }
 
 } // namespace processes
