@@ -91,7 +91,8 @@ Child::~Child()
 
 void Child::Signal(int signal) const
 {
-    kill(process_, signal);
+    if (process_ > 0)
+        kill(process_, signal);
 }
 
 bool Child::AwaitOutput(const std::string& text)
