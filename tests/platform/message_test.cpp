@@ -485,7 +485,7 @@ FORKED_TEST(HostMessage, ATaskThatDoesNotKeepUpDropsAndCounts)
 FORKED_TEST(HostMessage, AStoppedReceiverNeverBlocksTheSender)
 {
     Child peer =
-        Serve([](OsMsgEnvelope* message) -> uint32_t { return message->type == 1 ? Echo(message) : 0; });
+        Serve([](OsMsgEnvelope* message) -> uint32_t { return message->type == 1 ? Echo(message) : 0; }, 8192);
     const size_t before = OpenDescriptors().size();
     peer.Signal(SIGSTOP);
     for (const auto& [size, left] : {std::pair(500U, 1U), std::pair(kMaxDataLen, 0U)}) {

@@ -17,17 +17,22 @@ using namespace processes;
 
 inline std::string g_name = "test-app";
 
-using Words = std::vector<uint32_t>;
-
+/// The bytes of a record.
 template <class Record>
-Words WordsOf(const Record& record)
+std::string BytesOf(const Record& record)
 {
-    Words words(sizeof record / sizeof(uint32_t));
-    std::memcpy(words.data(), &record, sizeof record);
+    return {reinterpret_cast<const char*>(&record), sizeof record};
+}
+
+/// Bytes as the words that records are made of, which is how a test shows them.
+inline std::vector<uint32_t> Words(const std::string& bytes)
+{
+    std::vector<uint32_t> words((bytes.size() + 3) / 4);
+    std::memcpy(words.data(), bytes.data(), bytes.size());
     return words;
 }
 
-using Notified = std::pair<uint32_t, Words>;
+using Notified = std::pair<uint32_t, std::string>;
 inline std::mutex g_lock;
 inline auto& g_notified = *new std::vector<Notified>; // outlives the receive thread, which never ends
 
@@ -36,24 +41,21 @@ inline uint32_t OnNotification(uint32_t notifyId, void* data, uint32_t dataLen)
     // These two point to their parameter, whatever the length.
     if (notifyId == VESK_VIDEO_ON_IFREAME_REQUEST || notifyId == VESK_VIDEO_ON_WALLPAPER_DEC_OK_NOTIFY)
         dataLen = sizeof(uint32_t);
-    Words words(dataLen / sizeof(uint32_t));
-    if (dataLen != 0)
-        std::memcpy(words.data(), data, dataLen);
     const std::lock_guard guard(g_lock);
-    g_notified.emplace_back(notifyId, words);
+    g_notified.emplace_back(notifyId, std::string(static_cast<char*>(data), dataLen));
     return 0;
 }
 
-/// The notifications @p id, once there are @p count.
-inline std::vector<Words> Arrived(uint32_t id, size_t count)
+/// The data of the notifications @p id, once there are @p count.
+inline std::vector<std::string> Arrived(uint32_t id, size_t count)
 {
-    std::vector<Words> arrived;
+    std::vector<std::string> arrived;
     Eventually([&] {
         arrived.clear();
         const std::lock_guard guard(g_lock);
-        for (const auto& [notifyId, words] : g_notified) {
+        for (const auto& [notifyId, data] : g_notified) {
             if (notifyId == id)
-                arrived.push_back(words);
+                arrived.push_back(data);
         }
         return arrived.size() >= count;
     });
@@ -95,18 +97,6 @@ uint32_t Number(Function function, Arguments... arguments)
     uint32_t number = 0;
     EXPECT_EQ(function(arguments..., &number), 0U);
     return number;
-}
-
-struct Expectation {
-    const char* what;
-    uint32_t result;
-    uint32_t expected = 0;
-};
-
-inline void Check(const std::vector<Expectation>& expectations)
-{
-    for (const Expectation& e : expectations)
-        EXPECT_EQ(e.result, e.expected) << e.what;
 }
 
 /// An application; the services that it talks to are the test's.
