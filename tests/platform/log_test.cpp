@@ -4,21 +4,12 @@
 #include "support/processes.h"
 
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <regex>
-#include <sstream>
 
 using namespace processes;
 
 namespace {
-
-std::string Contents(const std::string& path)
-{
-    std::ostringstream text;
-    text << std::ifstream(path).rdbuf();
-    return text.str();
-}
 
 /// What a process writes to @p target and to stderr when the environment says so.
 std::pair<std::string, std::string> Logged(const RuntimeDir& directory, const std::string& target,

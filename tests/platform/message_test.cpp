@@ -31,18 +31,17 @@ std::mutex g_lock;
 std::vector<std::string> g_lines;
 std::set<std::pair<std::string, std::string>> g_peers; // that were sent to
 
-size_t LinesWith(const std::string& text)
-{
-    const std::lock_guard guard(g_lock);
-    return static_cast<size_t>(std::count_if(g_lines.begin(), g_lines.end(), [&](const std::string& line) {
-        return line.find(text) != std::string::npos;
-    }));
-}
-
 std::string LastLine()
 {
     const std::lock_guard guard(g_lock);
     return g_lines.empty() ? "" : g_lines.back();
+}
+
+/// Holds a result and the last line to what they should be.
+void Expect(uint32_t result, uint32_t expected, const std::string& line)
+{
+    EXPECT_EQ(result, expected);
+    EXPECT_EQ(LastLine(), line);
 }
 
 OsMsgEnvelope To(const std::string& process, const std::string& task, uint32_t msgId, std::string& data)
@@ -94,25 +93,17 @@ uint32_t Echo(OsMsgEnvelope* message)
     return HostMsgReply(message, message->data, message->dataLen);
 }
 
-void Say(const char* text)
-{
-    std::puts(text);
-    std::fflush(stdout);
-}
-
 /// A process that serves "peer"/"task" with @p handler, and writes its lines to its output.
 Child Serve(Handler handler, uint32_t depth = 64)
 {
-    Child child = Child::Fork([=] {
-        OsMsgRegLogFunc([](uint32_t, const char* text) { Say(text); });
-        HostMsgSetProcName("peer");
-        if (OsMsgRegTask("task", depth, handler) != 0)
-            _exit(1);
-        Say("ready");
-        OsMsgTaskRoutineByName("task");
-    });
-    EXPECT_TRUE(child.AwaitOutput("ready"));
-    return child;
+    const auto prepare = [=] {
+        OsMsgRegLogFunc([](uint32_t, const char* text) {
+            std::puts(text);
+            std::fflush(stdout);
+        });
+        return HostMsgSetProcName("peer") == 0 && OsMsgRegTask("task", depth, handler) == 0;
+    };
+    return Prepared(prepare, [] { OsMsgTaskRoutineByName("task"); });
 }
 
 /// A task of this process, served while it lives.
@@ -120,9 +111,11 @@ struct Served {
     const std::string task;
     std::thread loop;
 
-    Served(const std::string& name, uint32_t depth, Handler handler) : task(name)
+    Served(const std::string& name, Handler handler, bool runs = true) : task(name)
     {
-        EXPECT_EQ(OsMsgRegTask(task.c_str(), depth, handler), 0U);
+        EXPECT_EQ(OsMsgRegTask(task.c_str(), 4, handler), 0U);
+        if (runs)
+            Start();
     }
     void Start()
     {
@@ -169,17 +162,16 @@ struct HostMessage {
     template <class Script>
     Child ServeRaw(Script script, int backlog = 16, uid_t user = geteuid()) const
     {
-        Child child = Child::Fork([&] {
-            const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
-            if (bind(listener, Address(), sizeof address) != 0 || setuid(user) != 0 ||
-                listen(listener, backlog) != 0)
-                _exit(1);
-            Say("ready");
+        int listener = -1;
+        const auto prepare = [&] {
+            listener = socket(AF_UNIX, SOCK_STREAM, 0);
+            return bind(listener, Address(), sizeof address) == 0 && setuid(user) == 0 &&
+                   listen(listener, backlog) == 0;
+        };
+        return Prepared(prepare, [&] {
             for (;;)
                 script(listener);
         });
-        EXPECT_TRUE(child.AwaitOutput("ready"));
-        return child;
     }
 };
 
@@ -205,18 +197,13 @@ bool ReadMessage(int connection, OsMsgEnvelope& envelope)
     return recv(connection, data.data(), data.size(), MSG_WAITALL) == static_cast<ssize_t>(data.size());
 }
 
-double CpuSeconds()
-{
-    return static_cast<double>(clock()) / CLOCKS_PER_SEC;
-}
-
 /// Echoes; after 300 ms when asked something slow, in which the process must have nothing to do.
 uint32_t EchoSlowly(OsMsgEnvelope* message)
 {
     const bool isSlow = std::string_view(static_cast<char*>(message->data), message->dataLen) == "slow";
-    const double before = CpuSeconds();
+    const clock_t before = clock();
     usleep(isSlow ? 300000 : 0);
-    if (isSlow && CpuSeconds() - before > 0.1)
+    if (isSlow && clock() - before > CLOCKS_PER_SEC / 10)
         _exit(1);
     return Echo(message);
 }
@@ -308,9 +295,8 @@ FORKED_TEST(HostMessage, WrongAnswersFailAtOnceAndTheNextCallWorks)
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         const auto start = std::chrono::steady_clock::now();
-        EXPECT_EQ(Ask("peer").result, c.result);
+        Expect(Ask("peer").result, c.result, "message 5: peer.task " + c.words);
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
-        EXPECT_EQ(LastLine(), "message 5: peer.task " + c.words);
         EXPECT_EQ(Ask("peer").data, "good");
     }
 }
@@ -319,8 +305,8 @@ FORKED_TEST(HostMessage, ALateAnswerIsNeverTakenForTheNext)
 {
     const Child peer = Serve(EchoSlowly);
     EXPECT_EQ(Ask("peer", 5, "warm").data, "warm");
-    EXPECT_EQ(Ask("peer", 5, "slow", 100).result, uint32_t{HOST_MSG_ERR_TIMEOUT});
-    EXPECT_EQ(g_lines, std::vector<std::string>{"message 5: peer.task did not answer in time"});
+    Expect(Ask("peer", 5, "slow", 100).result, HOST_MSG_ERR_TIMEOUT,
+           "message 5: peer.task did not answer in time");
     for (int i = 0; i < 5; ++i) {
         EXPECT_EQ(Ask("peer", 5, "next").data, "next");
         usleep(100000);
@@ -344,22 +330,16 @@ FORKED_TEST(HostMessage, PeersComeAndGo)
     {
         const Child peer = Serve(sayProcess);
         EXPECT_TRUE(answersTo(getpid()));
-        Child forked = Child::Fork([&] { _exit(answersTo(getpid()) && answersTo(getpid()) ? 42 : 1); });
-        EXPECT_EQ(forked.Wait(), 42); // uses no connection of its parent's
-    }                                 // killed: its socket stays behind, and a pooled connection here
+        EXPECT_TRUE(HoldsInFork([&] { return answersTo(getpid()); })); // on no connection of its parent's
+    } // killed: its socket stays behind, and a pooled connection here
     EXPECT_EQ(access(address.sun_path, F_OK), 0);
     EXPECT_EQ(Ask("peer").result, uint32_t{HOST_MSG_ERR_ABSENT});
     const Child peer = Serve(sayProcess); // takes the socket over
     EXPECT_TRUE(answersTo(getpid()));
-    Child second = Child::Fork([&] {
-        HostMsgSetProcName("peer");
-        const bool isTaken = OsMsgRegTask("task", 8, Echo) == HOST_MSG_ERR_TAKEN;
-        _exit(isTaken &&
-                      LastLine() == "peer.task is already served by process " + std::to_string(peer.Process())
-                  ? 42
-                  : 1);
-    });
-    EXPECT_EQ(second.Wait(), 42);
+    EXPECT_TRUE(HoldsInFork([&] {
+        return HostMsgSetProcName("peer") == 0 && OsMsgRegTask("task", 8, Echo) == HOST_MSG_ERR_TAKEN &&
+               LastLine() == "peer.task is already served by process " + std::to_string(peer.Process());
+    }));
     EXPECT_TRUE(answersTo(getpid()));
 }
 
@@ -402,10 +382,9 @@ FORKED_TEST(HostMessage, AServingTaskOutlivesWhatItsClientsDo)
 FORKED_TEST(HostMessage, AProcessWithoutDescriptorsServesAgainOnceItHasSome)
 {
     Child peer = Serve(Echo);
-    rlimit few{}, before{};
+    rlimit before{};
     ASSERT_EQ(prlimit(peer.Process(), RLIMIT_NOFILE, nullptr, &before), 0);
-    few = before;
-    few.rlim_cur = 3;
+    const rlimit few{3, before.rlim_max};
     ASSERT_EQ(prlimit(peer.Process(), RLIMIT_NOFILE, &few, nullptr), 0);
     const UniqueFd waiting = Connected();
     EXPECT_TRUE(peer.AwaitOutput("peer.task: no descriptor left for a connection"));
@@ -416,20 +395,19 @@ FORKED_TEST(HostMessage, AProcessWithoutDescriptorsServesAgainOnceItHasSome)
 FORKED_TEST(HostMessage, HandlersAnswerOnceAndRightlyOrTheirSendersFailAtOnce)
 {
     Child peer = Serve([](OsMsgEnvelope* message) -> uint32_t {
-        OsMsgEnvelope other = *message;
         static char s_much[kMaxDataLen + 1];
         if (message->msgId == 1)
             return 0;
+        OsMsgEnvelope other = *message;
+        const bool isRefused = HostMsgReply(&other, nullptr, 0) == HOST_MSG_ERR_ARGUMENT &&
+                               HostMsgReply(nullptr, nullptr, 0) == HOST_MSG_ERR_ARGUMENT &&
+                               HostMsgReply(message, nullptr, 1) == HOST_MSG_ERR_ARGUMENT;
+        uint32_t expected = message->type == OS_MSG_SYNCHRONOUS ? 0 : HOST_MSG_ERR_ARGUMENT;
         if (message->msgId == 2)
-            return HostMsgReply(message, s_much, sizeof s_much) == HOST_MSG_ERR_TOO_LONG ? 0 : (_exit(1), 1);
-        for (OsMsgEnvelope* wrong : {&other, static_cast<OsMsgEnvelope*>(nullptr)})
-            if (HostMsgReply(wrong, nullptr, 0) != HOST_MSG_ERR_ARGUMENT)
-                _exit(1);
-        if (HostMsgReply(message, nullptr, 1) != HOST_MSG_ERR_ARGUMENT)
-            _exit(1);
-        if (message->type == OS_MSG_ASYNCHRONOUS)
-            return HostMsgReply(message, nullptr, 0) == HOST_MSG_ERR_ARGUMENT ? 0 : (_exit(1), 1);
-        if (Echo(message) != 0 || Echo(message) != HOST_MSG_ERR_ARGUMENT)
+            expected = HOST_MSG_ERR_TOO_LONG;
+        const uint32_t result =
+            message->msgId == 2 ? HostMsgReply(message, s_much, sizeof s_much) : Echo(message);
+        if (!isRefused || result != expected || Echo(message) != HOST_MSG_ERR_ARGUMENT) // once is enough
             _exit(1);
         return 0;
     });
@@ -448,8 +426,8 @@ FORKED_TEST(HostMessage, ATaskThatDoesNotKeepUpDropsAndCounts)
 {
     static std::atomic<int> s_handled = 0;
     ASSERT_EQ(HostMsgSetProcName("self"), 0U);
-    const Handler count = [](OsMsgEnvelope*) -> uint32_t { return ++s_handled > 0 ? 0 : 1; };
-    Served task("task", 4, count);
+    Served task(
+        "task", [](OsMsgEnvelope*) -> uint32_t { return ++s_handled > 0 ? 0 : 1; }, false);
     for (uint32_t i = 0; i < 10; ++i)
         EXPECT_EQ(Tell("self", i), 0U);
     EXPECT_EQ(Ask("self", 99).result, uint32_t{HOST_MSG_ERR_BROKEN}); // no room: fails at once
@@ -470,11 +448,9 @@ FORKED_TEST(HostMessage, ATaskThatDoesNotKeepUpDropsAndCounts)
     EXPECT_EQ(OsMsgRegTask("task", 4, Echo), 0U); // another handler, and the same name
     EXPECT_EQ(Ask("self").data, "question");
     OsMsgSetLogLevel(4);
-    EXPECT_EQ(Ask("none").result, uint32_t{HOST_MSG_ERR_ABSENT});
-    EXPECT_EQ(LastLine(), "task '' is not registered");
+    Expect(Ask("none").result, HOST_MSG_ERR_ABSENT, "task '' is not registered");
     OsMsgSetLogLevel(3);
-    EXPECT_EQ(Ask("none").result, uint32_t{HOST_MSG_ERR_ABSENT});
-    EXPECT_EQ(LastLine(), "nobody serves none.task in " + directory.Path());
+    Expect(Ask("none").result, HOST_MSG_ERR_ABSENT, "nobody serves none.task in " + directory.Path());
     OsMsgRegLogFunc(nullptr);
     testing::internal::CaptureStderr();
     EXPECT_EQ(Ask("nobody").result, uint32_t{HOST_MSG_ERR_ABSENT});
@@ -484,8 +460,8 @@ FORKED_TEST(HostMessage, ATaskThatDoesNotKeepUpDropsAndCounts)
 
 FORKED_TEST(HostMessage, AStoppedReceiverNeverBlocksTheSender)
 {
-    Child peer =
-        Serve([](OsMsgEnvelope* message) -> uint32_t { return message->type == 1 ? Echo(message) : 0; }, 8192);
+    Child peer = Serve(
+        [](OsMsgEnvelope* message) -> uint32_t { return message->type == 1 ? Echo(message) : 0; }, 8192);
     const size_t before = OpenDescriptors().size();
     peer.Signal(SIGSTOP);
     for (const auto& [size, left] : {std::pair(500U, 1U), std::pair(kMaxDataLen, 0U)}) {
@@ -493,9 +469,8 @@ FORKED_TEST(HostMessage, AStoppedReceiverNeverBlocksTheSender)
         const auto start = std::chrono::steady_clock::now();
         for (int i = 0; i < 5000 && result == 0; ++i)
             result = Tell("peer", 5, std::string(size, 'd'));
-        EXPECT_EQ(result, uint32_t{HOST_MSG_ERR_FULL});
+        Expect(result, HOST_MSG_ERR_FULL, "message 5 dropped: peer.task is not reading");
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
-        EXPECT_EQ(LastLine(), "message 5 dropped: peer.task is not reading");
         EXPECT_EQ(OpenDescriptors().size(), before + left); // kept when the message has not begun to leave
         EXPECT_EQ(Ask("peer", 5, std::string(left != 0 ? 8 : kMaxDataLen, 'd'), 100).result,
                   uint32_t{HOST_MSG_ERR_TIMEOUT});
@@ -515,34 +490,43 @@ FORKED_TEST(HostMessage, AReceiverThatDoesNotAcceptNeverBlocksTheSender)
     EXPECT_EQ(Ask("peer", 5, "", 200).result, uint32_t{HOST_MSG_ERR_TIMEOUT});
     EXPECT_GT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(200));
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
-    Child second = Child::Fork([] {
-        HostMsgSetProcName("peer");
-        _exit(OsMsgRegTask("task", 8, Echo) == HOST_MSG_ERR_TAKEN ? 42 : 1);
-    });
-    EXPECT_EQ(second.Wait(), 42); // full is not dead
+    EXPECT_TRUE(HoldsInFork([] { // full is not dead
+        return HostMsgSetProcName("peer") == 0 && OsMsgRegTask("task", 8, Echo) == HOST_MSG_ERR_TAKEN;
+    }));
 }
 
-FORKED_TEST(HostMessage, MessagesOfOneThreadArriveInOrder)
+FORKED_TEST(HostMessage, MessagesOfOneThreadArriveInOrderAndSignalsAreTheApplications)
 {
     static std::vector<uint32_t> s_numbers;
     ASSERT_EQ(HostMsgSetProcName("self"), 0U);
-    Served task("task", 4096, [](OsMsgEnvelope* message) -> uint32_t {
-        s_numbers.push_back(message->msgId);
-        return message->type == OS_MSG_SYNCHRONOUS ? Echo(message) : 0;
-    });
+    Served task(
+        "task",
+        [](OsMsgEnvelope* message) -> uint32_t {
+            s_numbers.push_back(message->msgId);
+            return message->type == OS_MSG_SYNCHRONOUS ? Echo(message) : 0;
+        },
+        false);
+    sigset_t blocked, user1;
+    pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
+    EXPECT_TRUE(sigisemptyset(&blocked));
+    sigemptyset(&user1);
+    sigaddset(&user1, SIGUSR1);
+    pthread_sigmask(SIG_BLOCK, &user1, nullptr);
     task.Start();
+    kill(getpid(), SIGUSR1); // no thread of the library takes it
     for (uint32_t i = 0; i < 500; ++i) {
         EXPECT_EQ(Tell("self", 2 * i), 0U);
         EXPECT_EQ(Ask("self", 2 * i + 1).result, 0U);
     }
     ASSERT_EQ(s_numbers.size(), 1000U);
     EXPECT_TRUE(std::is_sorted(s_numbers.begin(), s_numbers.end()));
+    EXPECT_EQ(sigwaitinfo(&user1, nullptr), SIGUSR1);
 }
 
 FORKED_TEST(HostMessage, ProcessesAreNamedByTheirFirstMessage)
 {
     const Child peer = Serve(EchoSlowly);
-    const Served inbox("inbox", 8, Echo);
+    const Served inbox("inbox", Echo, false);
     EXPECT_EQ(Ask("peer").result, 0U); // says no name of its own: nothing is bound
     EXPECT_EQ(Ask("app", 5, "x", 100, "inbox").result, uint32_t{HOST_MSG_ERR_ABSENT});
     EXPECT_EQ(Ask("peer", 5, "x", 100, "task", "app").result, 0U);
@@ -555,8 +539,7 @@ FORKED_TEST(HostMessage, NamesAreWrittenSafelyAndBadArgumentsAreRefused)
 {
     const std::string odd = "../a b\n\x01%"; // never a path
     ASSERT_EQ(HostMsgSetProcName(odd.c_str()), 0U);
-    Served task("t.t", 8, Echo);
-    task.Start();
+    const Served task("t.t", Echo);
     EXPECT_EQ(Ask(odd, 5, "question", 5000, "t.t").data, "question");
     EXPECT_EQ(access(directory.File("%2E%2E%2Fa%20b%0A%01%25.t%2Et").c_str(), F_OK), 0);
     const std::string fifteen(15, '.'), sixteen(16, 'x');
@@ -564,29 +547,24 @@ FORKED_TEST(HostMessage, NamesAreWrittenSafelyAndBadArgumentsAreRefused)
     OsMsgEnvelope good = To("peer", "task", 5, data), dataless = good;
     dataless.data = nullptr;
     OsMsgEnvelope* response = nullptr;
-    const uint32_t refused[] = {HostMsgSetProcName(nullptr),
-                                HostMsgSetProcName(""),
-                                HostMsgSetProcName(sixteen.c_str()),
-                                Ask("").result,
-                                Ask("peer", 5, "", 5000, "").result,
-                                OsMsgRegTask(nullptr, 8, Echo),
-                                OsMsgRegTask("", 8, Echo),
-                                OsMsgRegTask(sixteen.c_str(), 8, Echo),
-                                OsMsgRegTask("task", 8, nullptr),
-                                OsMsgSynSend(nullptr, &response, 1),
-                                OsMsgSynSend(&good, nullptr, 1),
-                                OsMsgSynSend(&dataless, &response, 1),
-                                OsMsgAsynSend(nullptr),
-                                OsMsgAsynSend(&dataless),
-                                HostMsgEndTask("none"),
-                                HostMsgEndTask(nullptr),
-                                Ask(fifteen, 5, "", 5000, fifteen).result};
-    for (size_t i = 0; i < std::size(refused); ++i)
-        EXPECT_EQ(refused[i], uint32_t{HOST_MSG_ERR_ARGUMENT}) << i;
-    EXPECT_EQ(LinesWith("message 5 cannot be sent to process '' task 'task'"), 1U);
+    for (const char* name : {static_cast<const char*>(nullptr), "", sixteen.c_str()}) {
+        EXPECT_EQ(HostMsgSetProcName(name), uint32_t{HOST_MSG_ERR_ARGUMENT});
+        EXPECT_EQ(OsMsgRegTask(name, 8, Echo), uint32_t{HOST_MSG_ERR_ARGUMENT});
+        EXPECT_EQ(HostMsgEndTask(name), uint32_t{HOST_MSG_ERR_ARGUMENT});
+    }
+    for (OsMsgEnvelope* wrong : {static_cast<OsMsgEnvelope*>(nullptr), &dataless}) {
+        EXPECT_EQ(OsMsgSynSend(wrong, &response, 1), uint32_t{HOST_MSG_ERR_ARGUMENT});
+        EXPECT_EQ(OsMsgAsynSend(wrong), uint32_t{HOST_MSG_ERR_ARGUMENT});
+    }
+    EXPECT_EQ(OsMsgSynSend(&good, nullptr, 1), uint32_t{HOST_MSG_ERR_ARGUMENT});
+    EXPECT_EQ(OsMsgRegTask("task", 8, nullptr), uint32_t{HOST_MSG_ERR_ARGUMENT});
+    for (const auto& [process, name] :
+         {std::pair(std::string(), "task"), {"peer", ""}, {fifteen, fifteen.c_str()}})
+        Expect(Ask(process, 5, "", 5000, name).result, HOST_MSG_ERR_ARGUMENT,
+               "message 5 cannot be sent to process '" + process + "' task '" + name + "'");
     EXPECT_EQ(HostMsgSetProcName(fifteen.c_str()), 0U);
-    EXPECT_EQ(OsMsgRegTask(fifteen.c_str(), 8, Echo), uint32_t{HOST_MSG_ERR_ARGUMENT});
-    EXPECT_EQ(LastLine(), "process '" + fifteen + "' task '" + fifteen + "' cannot be an endpoint");
+    Expect(OsMsgRegTask(fifteen.c_str(), 8, Echo), HOST_MSG_ERR_ARGUMENT,
+           "process '" + fifteen + "' task '" + fifteen + "' cannot be an endpoint");
 }
 
 FORKED_TEST(HostMessage, TheRuntimeDirectoryIsFoundOrRefusedWithALine)
@@ -622,19 +600,17 @@ FORKED_TEST(HostMessage, TheRuntimeDirectoryIsFoundOrRefusedWithALine)
     ASSERT_EQ(HostMsgSetProcName("self"), 0U);
     for (const auto& [path, line] : cases) {
         variables(path, "");
-        EXPECT_EQ(Ask("peer").result, uint32_t{HOST_MSG_ERR_DIRECTORY});
-        EXPECT_EQ(LastLine(), "runtime directory " + path + ' ' + line);
+        Expect(Ask("peer").result, HOST_MSG_ERR_DIRECTORY, "runtime directory " + path + ' ' + line);
         EXPECT_EQ(OsMsgRegTask("task", 8, Echo), uint32_t{HOST_MSG_ERR_DIRECTORY});
     }
     variables(directory.File(std::string(200, 'f')), ""); // longer than an address
     const size_t lines = g_lines.size();
     {
-        Served task("task", 8, Echo); // nothing is lost: it works once the directory does
-        task.Start();
+        const Served task("task", Echo); // nothing is lost: it works once the directory does
         EXPECT_EQ(Ask("self").data, "question");
     }
     EXPECT_FALSE(std::filesystem::exists(directory.File(std::string(200, 'f') + "/self.task")));
-    const Served homeless("task", 8, Echo);
+    const Served homeless("task", Echo, false);
     std::filesystem::remove_all(directory.File(std::string(200, 'f')));
     EXPECT_EQ(g_lines.size(), lines);
     variables(directory.Path(), "");
@@ -643,35 +619,25 @@ FORKED_TEST(HostMessage, TheRuntimeDirectoryIsFoundOrRefusedWithALine)
 FORKED_TEST(HostMessage, NamesAreTakenAwayByWhoServesThemAlone)
 {
     const std::string name = directory.File("peer.task");
-    const auto peer = [](bool forks) {
-        return Child::Fork([forks] {
-            HostMsgSetProcName("peer");
-            if (OsMsgRegTask("task", 8, Echo) != 0)
-                _exit(1);
-            if (!forks || fork() == 0)
-                exit(42);
-            wait(nullptr);
-            _exit(access(std::string(getenv("VESK_RUNTIME_DIR")).append("/peer.task").c_str(), F_OK) == 0
-                      ? 42
-                      : 1);
-        });
-    };
-    EXPECT_EQ(peer(true).Wait(), 42);  // a forked child ends, and the name stays
-    EXPECT_EQ(peer(false).Wait(), 42); // its owner ends
+    const auto serves = [] { return HostMsgSetProcName("peer") == 0 && OsMsgRegTask("task", 8, Echo) == 0; };
+    EXPECT_TRUE(HoldsInFork([&] { // a fork of its owner ends, and the name stays; then its owner does
+        return serves() && HoldsInFork([] { return true; }) && access(name.c_str(), F_OK) == 0;
+    }));
     EXPECT_NE(access(name.c_str(), F_OK), 0);
-    Child successor = Child::Fork([&name] {
+    Child successor = Child::Fork([&] {
         while (access(name.c_str(), F_OK) != 0)
             usleep(1000);
-        Say("seen");
+        std::puts("seen");
+        std::fflush(stdout);
         while (access(name.c_str(), F_OK) == 0)
             usleep(1000);
-        HostMsgSetProcName("peer");
-        Say(OsMsgRegTask("task", 8, Echo) == 0 ? "served" : "failed");
+        std::puts(serves() ? "served" : "failed");
+        std::fflush(stdout);
         pause();
     });
     HostMsgSetProcName("peer");
     {
-        const Served task("task", 8, Echo);
+        const Served task("task", Echo, false);
         EXPECT_TRUE(successor.AwaitOutput("seen"));
         const UniqueFd client = Connected();
         EXPECT_EQ(Ask("peer", 5, "", 100).result, uint32_t{HOST_MSG_ERR_TIMEOUT}); // nobody runs it
@@ -686,25 +652,8 @@ FORKED_TEST(HostMessage, NamesAreTakenAwayByWhoServesThemAlone)
     successor.Wait();
     const UniqueFd locked(::open(directory.Path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     flock(locked.Get(), LOCK_EX);
-    EXPECT_EQ(OsMsgRegTask("task", 8, Echo), uint32_t{HOST_MSG_ERR_DIRECTORY});
-    EXPECT_EQ(LastLine(), "runtime directory " + directory.Path() + " stays locked, peer.task is not served");
-}
-
-FORKED_TEST(HostMessage, SignalsAreTheApplicationsOwn)
-{
-    ASSERT_EQ(HostMsgSetProcName("self"), 0U);
-    Served task("task", 8, Echo);
-    sigset_t blocked, user1;
-    pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
-    EXPECT_TRUE(sigisemptyset(&blocked));
-    sigemptyset(&user1);
-    sigaddset(&user1, SIGUSR1);
-    pthread_sigmask(SIG_BLOCK, &user1, nullptr);
-    task.Start();
-    EXPECT_EQ(Ask("self").data, "question");
-    kill(getpid(), SIGUSR1); // no thread of the library takes it
-    EXPECT_EQ(Ask("self").data, "question");
-    EXPECT_EQ(sigwaitinfo(&user1, nullptr), SIGUSR1);
+    Expect(OsMsgRegTask("task", 8, Echo), HOST_MSG_ERR_DIRECTORY,
+           "runtime directory " + directory.Path() + " stays locked, peer.task is not served");
 }
 
 FORKED_TEST(HostMessage, AnotherUserIsRefusedAtBothEnds)
@@ -715,20 +664,17 @@ FORKED_TEST(HostMessage, AnotherUserIsRefusedAtBothEnds)
     {
         Child peer = Serve(Echo);
         chmod(address.sun_path, 0777);
-        Child foreigner = Child::Fork([&] {
-            if (setuid(12345) != 0)
-                _exit(1);
-            char byte;
+        EXPECT_TRUE(HoldsInFork([&] {
+            const bool isForeign = setuid(12345) == 0;
             const UniqueFd connection = Connected();
             Write(connection.Get(), Raw({}, ""));
-            _exit(recv(connection.Get(), &byte, 1, 0) <= 0 ? 42 : 3);
-        });
-        EXPECT_EQ(foreigner.Wait(), 42);
+            char byte;
+            return isForeign && recv(connection.Get(), &byte, 1, 0) <= 0;
+        }));
         EXPECT_TRUE(peer.AwaitOutput("peer.task: a connection of another user is refused"));
         EXPECT_EQ(Ask("peer").data, "question");
     }
     std::filesystem::remove(address.sun_path);
     const Child foreign = ServeRaw([](int) { pause(); }, 16, 12345);
-    EXPECT_EQ(Ask("peer").result, uint32_t{HOST_MSG_ERR_FOREIGN});
-    EXPECT_EQ(LastLine(), "peer.task is served by another user");
+    Expect(Ask("peer").result, HOST_MSG_ERR_FOREIGN, "peer.task is served by another user");
 }

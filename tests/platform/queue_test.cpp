@@ -44,20 +44,16 @@ std::string ObjectOf(pid_t creator, const std::string& name)
 FORKED_TEST(HostQueue, IsSeenByNameAndIdentifier)
 {
     const uint32_t first = Create("first"), queue = Create("mine");
-    Child other = Child::Fork([queue, creator = getpid()] {
+    EXPECT_TRUE(HoldsInFork([queue, creator = getpid()] { // and takes nothing of its parent's away
         HostQueueState byName{}, byId{};
-        if (HostQueueOpen(creator, "mine", &byName) != 0 || HostQueueFind(queue, &byId) != 0 ||
-            std::memcmp(&byName, &byId, sizeof byId) != 0 || byId.queueId != queue || byId.count != 2000 ||
-            byId.requestId != 1 || byId.isEnabled != 0 || byId.creator != creator ||
-            std::strcmp(byId.name, "mine") != 0 || *byId.peerProcName != '\0' || HostQueueRemove(queue) == 0)
-            _exit(1);
-        exit(OsShmAdvancedActivateQueue(queue, true) == 0 &&
-                     OsShmAdvancedInitQueue(queue, "VIDEO-LONG") == 0 &&
-                     OsShmAdvancedInitQueue(queue, "VIDEO") == 0
-                 ? 42
-                 : 2); // takes nothing of its parent's away
-    });
-    EXPECT_EQ(other.Wait(), 42);
+        return HostQueueOpen(creator, "mine", &byName) == 0 && HostQueueFind(queue, &byId) == 0 &&
+               std::memcmp(&byName, &byId, sizeof byId) == 0 && byId.queueId == queue && byId.count == 2000 &&
+               byId.requestId == 1 && byId.isEnabled == 0 && byId.creator == creator &&
+               std::strcmp(byId.name, "mine") == 0 && *byId.peerProcName == '\0' &&
+               HostQueueRemove(queue) != 0 && OsShmAdvancedActivateQueue(queue, true) == 0 &&
+               OsShmAdvancedInitQueue(queue, "VIDEO-LONG") == 0 &&
+               OsShmAdvancedInitQueue(queue, "VIDEO") == 0;
+    }));
     HostQueueState state{};
     ASSERT_EQ(HostQueueFind(queue, &state), 0U);
     EXPECT_EQ(state.isEnabled, 1U);
@@ -88,13 +84,7 @@ FORKED_TEST(HostQueue, EndsWithItsCreator)
     EXPECT_NE(access(ObjectOf(ended, "theirs").c_str(), F_OK), 0);
     EXPECT_NE(access(ObjectOf(ended, "others").c_str(), F_OK), 0);
 
-    Child killed = Child::Fork([] {
-        Create("theirs");
-        std::puts("created");
-        std::fflush(stdout);
-        pause();
-    });
-    ASSERT_TRUE(killed.AwaitOutput("created"));
+    Child killed = Prepared([] { return Create("theirs") != 0; });
     const pid_t creator = killed.Process();
     HostQueueState state{};
     ASSERT_EQ(HostQueueOpen(creator, "theirs", &state), 0U);

@@ -305,14 +305,11 @@ FORKED_TEST(Application, A1024QueuesAreAnnouncedUntilACreatorEnds)
     std::vector<Child> creators;
     std::vector<uint32_t> queues; // one of each creator's
     for (int i = 0; i < 16; ++i) {
-        creators.push_back(Child::Fork([] {
+        creators.push_back(Prepared([] {
             for (int n = 0; n < 64; ++n)
                 Number(VeskVideoBuffCreateQueue);
-            std::puts(testing::Test::HasFailure() ? "failed" : "created");
-            std::fflush(stdout);
-            pause();
+            return !testing::Test::HasFailure();
         }));
-        EXPECT_TRUE(creators.back().AwaitOutput("created"));
         queues.push_back(static_cast<uint32_t>(creators.back().Process()) << 10);
     }
     uint32_t queue = 0;
@@ -331,15 +328,11 @@ FORKED_TEST(Application, WhatItHeldIsFreeOnceItHasLeftOrIsDead)
 {
     const Child service = StartService();
     const auto fill = [](uint32_t round, const char* andThen) {
-        Child child = Child::Fork([=] {
+        return Prepared([=] {
             FillAll(round);
             Play(andThen);
-            std::puts(testing::Test::HasFailure() ? "failed" : "filled");
-            std::fflush(stdout);
-            pause();
+            return !testing::Test::HasFailure();
         });
-        EXPECT_TRUE(child.AwaitOutput("filled")) << child.Output();
-        return child;
     };
     const Child left = fill(0, "EXIT; GET_VO_COUNT = 2");
     fill(1, ""); // while the first still lives; then it is dead

@@ -5,12 +5,13 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <thread>
 #include <utility>
 
 #include <sys/prctl.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 namespace processes {
 
@@ -112,6 +113,29 @@ int Child::Wait()
     int status = 0;
     waitpid(std::exchange(process_, 0), &status, 0);
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+Child Prepared(const std::function<bool()>& prepare, const std::function<void()>& then)
+{
+    Child child = Child::Fork([&] {
+        std::puts(prepare() ? "ready" : "failed");
+        std::fflush(stdout);
+        then();
+    });
+    EXPECT_TRUE(child.AwaitOutput("ready")) << child.Output();
+    return child;
+}
+
+bool HoldsInFork(const std::function<bool()>& condition)
+{
+    return Child::Fork([&] { std::exit(condition() ? 42 : 1); }).Wait() == 42;
+}
+
+std::string Contents(const std::string& path)
+{
+    std::ostringstream text;
+    text << std::ifstream(path).rdbuf();
+    return text.str();
 }
 
 bool Eventually(const std::function<bool()>& condition)

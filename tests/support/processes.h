@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <sys/types.h>
+#include <unistd.h>
 
 namespace processes {
 
@@ -54,6 +55,16 @@ private:
     int output_;
     std::string text_;
 };
+
+/// A process that has done @p prepare, which must return true, and does @p then until it is killed.
+Child Prepared(
+    const std::function<bool()>& prepare, const std::function<void()>& then = [] { pause(); });
+
+/// Whether @p condition holds in a fork of this process.
+bool HoldsInFork(const std::function<bool()>& condition);
+
+/// Contents of a file.
+std::string Contents(const std::string& path);
 
 /// Waits until @p condition holds; false after ten seconds.
 bool Eventually(const std::function<bool()>& condition);
