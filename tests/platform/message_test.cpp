@@ -382,6 +382,7 @@ FORKED_TEST(HostMessage, AServingTaskOutlivesWhatItsClientsDo)
 FORKED_TEST(HostMessage, AProcessWithoutDescriptorsServesAgainOnceItHasSome)
 {
     Child peer = Serve(Echo);
+    EXPECT_EQ(Ask("peer").data, "question");
     rlimit before{};
     ASSERT_EQ(prlimit(peer.Process(), RLIMIT_NOFILE, nullptr, &before), 0);
     const rlimit few{3, before.rlim_max};

@@ -107,9 +107,10 @@ void PlayStatement(const std::string& statement)
 void Play(std::string script, uint32_t index, uint32_t number)
 {
     for (size_t at = 0; (at = script.find_first_of("#%\n", at)) != script.npos;) {
-        const bool isStatement = std::isupper(script[script.find_first_not_of(' ', at + 1)]) != 0;
-        const std::string inLine = std::to_string(script[at] == '#' ? index : number);
-        script.replace(at, 1, script[at] != '\n' ? inLine : isStatement ? ";" : " ");
+        std::string inLine = std::to_string(script[at] == '#' ? index : number);
+        if (script[at] == '\n')
+            inLine = std::isupper(script[script.find_first_not_of(' ', at + 1)]) != 0 ? ";" : " ";
+        script.replace(at, 1, inLine);
     }
     std::istringstream statements(script);
     for (std::string statement; std::getline(statements, statement, ';');) {
