@@ -1,47 +1,12 @@
 // Which CPUs the host binds message threads to.
-#include "platform/os_msg.h"
+#include "platform/message_fixture.h"
 #include "platform/os_sysctrl.h"
-#include "support/processes.h"
-#include "vesk_host/message.h"
-
-#include <atomic>
-#include <cstring>
-#include <thread>
 
 #include <pthread.h>
 
-using namespace processes;
-
-namespace {
-
-cpu_set_t g_cpus; // of the message thread, as its handler has seen them last
-uint32_t g_thread = 0;
-
-struct HostAffinity {
-    RuntimeDir directory;
-};
-
-void Ask()
+FORKED_TEST(HostMessage, ThreadsAreBoundToTheCpusThatTheyAreToldOf)
 {
-    OsMsgEnvelope envelope{};
-    memcpy(envelope.recvProcName, "self", 4);
-    memcpy(envelope.recvTaskName, "task", 4);
-    OsMsgEnvelope* response = nullptr;
-    OsMsgSynSend(&envelope, &response, 5000);
-    OsMsgSynRespFree(response);
-}
-
-} // namespace
-
-FORKED_TEST(HostAffinity, BindsTheMessageThreadItIsToldOf)
-{
-    ASSERT_EQ(HostMsgSetProcName("self"), 0U);
-    const auto handler = [](OsMsgEnvelope* message) -> uint32_t {
-        pthread_getaffinity_np(pthread_self(), sizeof g_cpus, &g_cpus);
-        g_thread = static_cast<uint32_t>(pthread_self());
-        return HostMsgReply(message, nullptr, 0);
-    };
-    ASSERT_EQ(OsMsgRegTask("task", 8, handler), 0U);
+    static cpu_set_t s_cpus; // of the message thread, as its handler has seen them last
     cpu_set_t usable, one, none;
     ASSERT_EQ(sched_getaffinity(0, sizeof usable, &usable), 0);
     int last = CPU_SETSIZE - 1;
@@ -50,32 +15,33 @@ FORKED_TEST(HostAffinity, BindsTheMessageThreadItIsToldOf)
     CPU_ZERO(&none);
     CPU_ZERO(&one);
     CPU_SET(last, &one);
-
-    std::atomic<bool> go = false;
-    std::thread loop([&] {
-        while (!go)
-            std::this_thread::yield();
+    ASSERT_EQ(HostMsgSetProcName("self"), 0U);
+    Served task(
+        "task",
+        [](OsMsgEnvelope* message) {
+            pthread_getaffinity_np(pthread_self(), sizeof s_cpus, &s_cpus);
+            return Echo(message);
+        },
+        false);
+    std::mutex held;
+    held.lock();
+    task.loop = std::thread([&] {
+        const std::lock_guard guard(held); // does not run its loop before it may
         OsMsgTaskRoutineByName("task");
     });
-    const auto id = static_cast<uint32_t>(loop.native_handle());
-    EXPECT_EQ(OsSetProcessAffinity(id, &one, 6), 0); // before the thread runs its loop
-    go = true;
-    Ask();
-    EXPECT_EQ(g_thread, id);
-    EXPECT_TRUE(CPU_EQUAL(&g_cpus, &one));
-    for (const auto& [wanted, result, bound] : {std::tuple(&none, 0, &one), // asks for none in particular
-                                                std::tuple(&usable, 0, &usable), // while it runs its loop
-                                                std::tuple(static_cast<cpu_set_t*>(nullptr), -1, &usable)}) {
-        EXPECT_EQ(OsSetProcessAffinity(id, wanted, 6), result);
-        Ask();
-        EXPECT_TRUE(CPU_EQUAL(&g_cpus, bound));
+    const auto id = static_cast<uint32_t>(task.loop.native_handle());
+    const struct {
+        const cpu_set_t* wanted;
+        int32_t result;
+        const cpu_set_t* bound;
+    } cases[] = {{&one, 0, &one}, {&none, 0, &one}, {&usable, 0, &usable}, {nullptr, -1, &usable}};
+    for (const auto& c : cases) { // the first one before the thread runs its loop
+        EXPECT_EQ(OsSetProcessAffinity(id, c.wanted, 6), c.result);
+        if (c.wanted == &one)
+            held.unlock();
+        EXPECT_EQ(Ask("self").result, 0U);
+        EXPECT_TRUE(CPU_EQUAL(&s_cpus, c.bound));
     }
-    if (last < CPU_SETSIZE - 1) {
-        CPU_SET(CPU_SETSIZE - 1, &none);
-        EXPECT_EQ(OsSetProcessAffinity(id, &none, 6), -1); // no such CPU here
-    }
-    HostMsgEndTask("task");
-    loop.join();
-    OsMsgSetLogLevel(4);
-    Ask(); // gives its connection up
+    CPU_SET(CPU_SETSIZE - 1, &none);
+    EXPECT_EQ(OsSetProcessAffinity(id, &none, 6), last < CPU_SETSIZE - 1 ? -1 : 0); // no such CPU here
 }
