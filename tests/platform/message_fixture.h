@@ -147,6 +147,8 @@ struct HostMessage {
     UniqueFd Connected() const
     {
         UniqueFd connection(socket(AF_UNIX, SOCK_STREAM, 0));
+        const timeval limit{10, 0};
+        setsockopt(connection.Get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
         EXPECT_EQ(connect(connection.Get(), Address(), sizeof address), 0);
         return connection;
     }

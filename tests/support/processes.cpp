@@ -10,6 +10,7 @@
 #include <thread>
 #include <utility>
 
+#include <poll.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 
@@ -100,7 +101,8 @@ bool Child::AwaitOutput(const std::string& text)
 {
     char buffer[256];
     while (text_.find(text) == std::string::npos) {
-        const ssize_t got = read(output_, buffer, sizeof buffer);
+        pollfd output{output_, POLLIN, 0};
+        const ssize_t got = poll(&output, 1, 10000) > 0 ? read(output_, buffer, sizeof buffer) : 0;
         if (got <= 0)
             return false;
         text_.append(buffer, static_cast<size_t>(got));

@@ -42,7 +42,8 @@ public:
     void Signal(int signal) const;
     const std::string& Output() const { return text_; } ///< What AwaitOutput has read.
 
-    /// Waits for a line of its standard output that contains @p text; false when it ends without.
+    /// Waits for a line of its standard output that contains @p text; false when it ends without, or
+    /// after ten seconds.
     bool AwaitOutput(const std::string& text);
 
     /// Waits for its end: exit status, or 128 and the signal that ended it.
