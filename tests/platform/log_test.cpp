@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <map>
 #include <regex>
+#include <sstream>
 
 using namespace processes;
 
@@ -26,10 +27,9 @@ std::pair<std::string, std::string> Logged(const RuntimeDir& directory, const st
             ZORA_Trace(ZORA_GetVideoTracLevel(), level, "ZORA", "Function", level + 10, "error %d\n", 5);
         VeskOmLogModuleLogRecord(1, VeskVideoGetPrivateLogId(0), "source!", 6, 21, "a\nb\tc\x1b[2J%s\x7f\n\n",
                                  "\r");
-        VeskOmLogModuleLogRecord(2, VeskVideoGetPrivateLogId(0), "source", 6, 22, "warning");
-        VeskOmLogModuleLogRecord(3, VeskVideoGetPrivateLogId(0), "source", 6, 23, "%s",
-                                 std::string(9000, 'x').c_str());
-        VeskOmLogModuleLogRecord(4, VeskVideoGetPrivateLogId(0), "source", 6, 24, "detail");
+        for (const uint32_t level : {2U, 3U, 4U}) // the second is too long for a file
+            VeskOmLogModuleLogRecord(level, VeskVideoGetPrivateLogId(0), "source", 6, level + 20, "%s",
+                                     std::string(level == 3 ? 9000 : 3, 'x').c_str());
     });
     EXPECT_EQ(child.Wait(), 0);
     return {Contents(file), Contents(errors)};
@@ -75,72 +75,47 @@ TEST(HostLog, ThresholdsAreSetApartAndFilesAreRotated)
                                      {"VESK_LOG_LEVEL", "4"},
                                      {"VESK_LOG_FILE_SIZE", "4096"},
                                      {"VESK_LOG_FILES", "2"}});
-    EXPECT_EQ(last, "D [source] 24 detail\n");
+    EXPECT_EQ(last, "D [source] 24 xxx\n");
     EXPECT_EQ(Bare(Contents(directory.File("log.1"))), "I [source] 23 " + std::string(9000, 'x') + '\n');
     const std::string oldest = Bare(Contents(directory.File("log.2")));
     EXPECT_EQ(oldest.find("E [ZORA] Function:10 error 5\nE [source] 21"), 0U) << oldest;
-    EXPECT_NE(oldest.find("W [source] 22 warning\n"), std::string::npos);
+    EXPECT_NE(oldest.find("W [source] 22 xxx\n"), std::string::npos);
     logged({{"VESK_LOG_LEVEL", "4"}, {"VESK_LOG_FILE_SIZE", "4096"}, {"VESK_LOG_FILES", "2"}});
     EXPECT_FALSE(std::filesystem::exists(directory.File("log.3")));
 }
 
 TEST(HostLog, BadSettingsAreNamedAndTheDefaultHolds)
 {
-    using vesk::host::LogSettings;
-    const auto number = [](auto LogSettings::*field) {
-        return [field](const LogSettings& settings) { return std::to_string(settings.*field); };
+    const auto read = [](const std::string& variable, const std::string& text) {
+        setenv(variable.c_str(), text.c_str(), 1);
+        testing::internal::CaptureStderr();
+        const vesk::host::LogSettings settings = vesk::host::ReadLogSettings();
+        unsetenv(variable.c_str());
+        std::map<std::string, std::string> values = {{"TRACE_LEVEL", std::to_string(settings.traceLevel)},
+                                                     {"LOG_LEVEL", std::to_string(settings.logLevel)},
+                                                     {"LOG_FILE_SIZE", std::to_string(settings.fileSize)},
+                                                     {"LOG_FILES", std::to_string(settings.fileCount)},
+                                                     {"LOG_TARGET", settings.target}};
+        return values[variable.substr(5)] + ' ' + testing::internal::GetCapturedStderr();
     };
     const struct {
-        const char* variable;
-        std::function<std::string(const LogSettings&)> value;
-        std::string standard;
-        std::vector<std::string> good, bad;
-        const char* complaint;
+        std::string variable, standard, good, bad, wanted;
     } cases[] = {
-        {"VESK_TRACE_LEVEL",
-         number(&LogSettings::traceLevel),
-         "1",
-         {"0", "4"},
-         {"5", "-1", "many", "3 "},
-         "is not a number from 0 to 4, 1 is used\n"},
-        {"VESK_LOG_LEVEL",
-         number(&LogSettings::logLevel),
-         "1",
-         {"0", "4"},
-         {"5", "4x"},
-         "is not a number from 0 to 4, 1 is used\n"},
-        {"VESK_LOG_FILE_SIZE",
-         number(&LogSettings::fileSize),
-         "10485760",
-         {"4096", "1099511627776"},
-         {"4095", "1099511627777"},
-         "is not a number from 4096 to 1099511627776, 10485760 is used\n"},
-        {"VESK_LOG_FILES",
-         number(&LogSettings::fileCount),
-         "3",
-         {"1", "100"},
-         {"0", "101"},
-         "is not a number from 1 to 100, 3 is used\n"},
-        {"VESK_LOG_TARGET",
-         [](const LogSettings& settings) { return settings.target; },
-         "stderr",
-         {"stderr", "syslog", "none", "file:x"},
-         {"printer", "file:"},
-         "is none of stderr, syslog, none, file:PATH; stderr is used\n"},
+        {"VESK_TRACE_LEVEL", "1", "0 4", "5 -1 many 3x", "not a number from 0 to 4, 1 is used"},
+        {"VESK_LOG_LEVEL", "1", "0 4", "5 4.0", "not a number from 0 to 4, 1 is used"},
+        {"VESK_LOG_FILE_SIZE", "10485760", "4096 1099511627776", "4095 1099511627777",
+         "not a number from 4096 to 1099511627776, 10485760 is used"},
+        {"VESK_LOG_FILES", "3", "1 100", "0 101", "not a number from 1 to 100, 3 is used"},
+        {"VESK_LOG_TARGET", "stderr", "syslog none file:x",
+         "printer file:", "none of stderr, syslog, none, file:PATH; stderr is used"},
     };
     for (const auto& c : cases) {
-        const auto read = [&c](const std::string& text) {
-            setenv(c.variable, text.c_str(), 1);
-            testing::internal::CaptureStderr();
-            const std::string value = c.value(vesk::host::ReadLogSettings());
-            unsetenv(c.variable);
-            return std::pair(value, testing::internal::GetCapturedStderr());
-        };
-        EXPECT_EQ(read(""), std::pair(c.standard, std::string()));
-        for (const std::string& text : c.good)
-            EXPECT_EQ(read(text), std::pair(text, std::string())) << c.variable;
-        for (const std::string& text : c.bad)
-            EXPECT_EQ(read(text),
-                      std::pair(c.standard, std::string(c.variable) + "='" + text + "' " + c.complaint));
+        std::istringstream good(c.good), bad(c.bad);
+        EXPECT_EQ(read(c.variable, ""), c.standard + ' ');
+        for (std::string text; good >> text;)
+            EXPECT_EQ(read(c.variable, text), text + ' ');
+        for (std::string text; bad >> text;)
+            EXPECT_EQ(read(c.variable, text),
+                      c.standard + ' ' + c.variable + "='" + text + "' is " + c.wanted + '\n');
     }
 }
