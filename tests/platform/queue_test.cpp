@@ -141,8 +141,7 @@ FORKED_TEST(HostQueue, BadArgumentsAndForeignObjectsAreRefused)
     EXPECT_NE(HostQueueOpen(getpid(), "good", nullptr), 0U);
     // What only looks like a queue: too short, without the mark, another user's, without ends of its names.
     EXPECT_EQ(HostQueueOpen(getpid(), std::string(31, 'm').c_str(), &state), 0U);
-    std::string bytes;
-    std::getline(std::ifstream(ObjectOf(getpid(), std::string(31, 'm'))), bytes, '\xff');
+    const std::string bytes = Contents(ObjectOf(getpid(), std::string(31, 'm')));
     std::string endlessNames = bytes;
     std::fill(endlessNames.end() - 64, endlessNames.end(), 'e');
     const std::string object = ObjectOf(getpid(), "odd");
