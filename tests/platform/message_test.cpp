@@ -404,15 +404,16 @@ FORKED_TEST(HostMessage, TheRuntimeDirectoryIsFoundOrRefusedWithALine)
         Expect(Ask("peer").result, HOST_MSG_ERR_DIRECTORY, "runtime directory " + path + ' ' + line);
         EXPECT_EQ(OsMsgRegTask("task", 8, Echo), uint32_t{HOST_MSG_ERR_DIRECTORY});
     }
-    variables(directory.File(std::string(200, 'f')), ""); // longer than an address
+    const std::string tooLong = directory.Path() + '/' + std::string(97 - directory.Path().size(), 'f');
+    variables(tooLong, ""); // with the endpoint's name, by one byte
     const size_t lines = g_lines.size();
     {
         const Served task("task", Echo); // nothing is lost: it works once the directory does
         EXPECT_EQ(Ask("self").data, "question");
     }
-    EXPECT_FALSE(std::filesystem::exists(directory.File(std::string(200, 'f') + "/self.task")));
+    EXPECT_FALSE(std::filesystem::exists(tooLong + "/self.task"));
     const Served homeless("task", Echo, false);
-    std::filesystem::remove_all(directory.File(std::string(200, 'f')));
+    std::filesystem::remove_all(tooLong);
     EXPECT_EQ(g_lines.size(), lines);
     variables(directory.Path(), "");
 }

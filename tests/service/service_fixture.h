@@ -62,6 +62,16 @@ inline std::vector<std::string> Arrived(uint32_t id, size_t count)
     return arrived;
 }
 
+/// The numbers of all notifications up to now.
+inline std::string Seen()
+{
+    const std::lock_guard guard(g_lock);
+    std::string numbers;
+    for (const auto& [id, data] : g_notified)
+        numbers += std::to_string(id) + ' ';
+    return numbers;
+}
+
 inline bool Arrives(uint32_t id, size_t count = 1)
 {
     return Arrived(id, count).size() == count;
@@ -117,6 +127,8 @@ struct VideoService : Application {
     VideoService()
     {
         EXPECT_EQ(VeskVideoInit(), 0U);
+        std::list<NorthMsgResendInfo> held; // all announcements, until there is a callback
+        EXPECT_TRUE(Eventually([&] { return VeskVideoGetMsgResendQ(&held) == 0 && held.size() == 9; }));
         Install();
     }
     ~VideoService()
