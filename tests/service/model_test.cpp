@@ -341,8 +341,9 @@ FORKED_TEST(VideoService, EveryRequestRefusesPayloadsOfAnotherLengthAndUnknownNu
             payloads = {"x"};
         for (const std::string& payload : payloads)
             EXPECT_EQ(SendRaw(request.number, 3, payload, 1, 3), uint32_t{VESK_SERVICE_ERR_LENGTH});
-        if (request.payload.kind == Kind::kText)
+        if (request.payload.kind == Kind::kText) {
             EXPECT_EQ(SendRaw(request.number, 0, std::string(size - 1, 'x') + '\0'), 0U);
+        }
         const std::set<std::string> numbers = {
             "inEngNo",    "outEngNo", "encStmNo",       "decStmNo",   "mouseStmNo", "localMouseStmNo",
             "uvcStmNo",   "port",     "viPort",         "voPort",     "loop",       "queHandle",
