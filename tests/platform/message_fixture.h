@@ -138,6 +138,7 @@ struct HostMessage {
     }
     ~HostMessage()
     {
+        OsMsgSetLogLevel(4);
         for (const auto& [process, task] : std::set(g_peers))
             EXPECT_NE(Tell(process, 0, "", task), 0U); // gives connections to who has ended up
     }

@@ -224,8 +224,8 @@ FORKED_TEST(HostMessage, ATaskThatDoesNotKeepUpDropsAndCounts)
 {
     static std::atomic<int> s_handled = 0;
     ASSERT_EQ(HostMsgSetProcName("self"), 0U);
-    Served task(
-        "task", [](OsMsgEnvelope*) -> uint32_t { return ++s_handled > 0 ? 0 : 1; }, false);
+    const Handler count = [](OsMsgEnvelope*) -> uint32_t { return ++s_handled > 0 ? 0 : 1; };
+    Served task("task", count, false);
     for (uint32_t i = 0; i < 10; ++i)
         EXPECT_EQ(Tell("self", i), 0U);
     EXPECT_EQ(Ask("self", 99).result, uint32_t{HOST_MSG_ERR_BROKEN}); // no room: fails at once
@@ -238,6 +238,15 @@ FORKED_TEST(HostMessage, ATaskThatDoesNotKeepUpDropsAndCounts)
     EXPECT_EQ(g_lines, (std::vector<std::string>{"task task: message 4 dropped, 4 already wait",
                                                  "message 99: self.task closed the connection",
                                                  "task task: 7 messages were dropped, there is room again"}));
+    for (int i = 7; i <= 8; ++i) {
+        {
+            const Served ended("again", count, false);
+            EXPECT_EQ(Tell("self", 1, "", "again"), 0U); // ends with its task
+        }
+        const Served again("again", count);
+        EXPECT_EQ(Ask("self", 2, "", 5000, "again").result, uint32_t{HOST_MSG_ERR_BROKEN}); // unanswered
+        EXPECT_EQ(s_handled, i);
+    }
     OsMsgTaskRoutineByName("task"); // is run already: returns at once
     OsMsgTaskRoutineByName("none");
     EXPECT_EQ(LastLine(), "task 'none' is not registered");

@@ -181,8 +181,7 @@ private:
 
     void RemoveAll()
     {
-        if (getpid() != process_)
-            return; // they belong to the parent of this fork
+        ForgetParentsQueues();
         for (const uint32_t number : std::set<uint32_t>(numbers_))
             Remove(static_cast<uint32_t>(process_) << kNumberBits | number);
     }
