@@ -6,6 +6,7 @@
 #include "support/processes.h"
 #include "vesk_host/message.h"
 
+#include <cerrno>
 #include <cstring>
 #include <mutex>
 #include <set>
@@ -180,6 +181,13 @@ inline std::string Raw(const OsMsgEnvelope& envelope, const std::string& data)
 inline void Write(int connection, const std::string& bytes)
 {
     send(connection, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+}
+
+/// Whether the peer closes a connection without sending anything.
+inline bool IsClosedOn(int connection)
+{
+    char byte;
+    return recv(connection, &byte, 1, 0) == 0 || errno == ECONNRESET;
 }
 
 /// Reads one message whole from a raw connection; false when there is none.

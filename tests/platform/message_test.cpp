@@ -163,8 +163,7 @@ FORKED_TEST(HostMessage, AServingTaskOutlivesWhatItsClientsDo)
     for (const auto& [bytes, line, isClosed] : cases) {
         UniqueFd connection = Connected();
         Write(connection.Get(), bytes);
-        char byte;
-        EXPECT_TRUE(!isClosed || recv(connection.Get(), &byte, 1, 0) <= 0);
+        EXPECT_TRUE(!isClosed || IsClosedOn(connection.Get()));
         connection.Close();
         EXPECT_EQ(Ask("peer").data, "question");
         EXPECT_TRUE(peer.AwaitOutput(line));
@@ -456,9 +455,8 @@ FORKED_TEST(HostMessage, NamesAreTakenAwayByWhoServesThemAlone)
         std::filesystem::remove(name);
         EXPECT_TRUE(successor.AwaitOutput("served"));
         HostMsgEndTask("task");
-        char byte;
-        EXPECT_EQ(recv(client.Get(), &byte, 1, 0), 0); // its clients are let go
-        EXPECT_EQ(access(name.c_str(), F_OK), 0);      // the name is its successor's
+        EXPECT_TRUE(IsClosedOn(client.Get()));    // its clients are let go
+        EXPECT_EQ(access(name.c_str(), F_OK), 0); // the name is its successor's
     }
     successor.Signal(SIGKILL);
     successor.Wait();
@@ -488,8 +486,7 @@ FORKED_TEST(HostMessage, AnotherUserIsRefusedAtBothEnds)
             const bool isForeign = setuid(12345) == 0;
             const UniqueFd connection = Connected();
             Write(connection.Get(), Raw({}, ""));
-            char byte;
-            return isForeign && recv(connection.Get(), &byte, 1, 0) <= 0;
+            return isForeign && IsClosedOn(connection.Get());
         }));
         EXPECT_TRUE(peer.AwaitOutput("peer.task: a connection of another user is refused"));
         EXPECT_EQ(Ask("peer").data, "question");
