@@ -43,5 +43,5 @@ FORKED_TEST(HostMessage, ThreadsAreBoundToTheCpusThatTheyAreToldOf)
         EXPECT_TRUE(CPU_EQUAL(&s_cpus, c.bound));
     }
     CPU_SET(CPU_SETSIZE - 1, &none);
-    EXPECT_EQ(OsSetProcessAffinity(id, &none, 6), last < CPU_SETSIZE - 1 ? -1 : 0); // no such CPU here
+    EXPECT_EQ(OsSetProcessAffinity(id + 1, &none, 6), last < CPU_SETSIZE - 1 ? -1 : 0); // no such CPU here
 }
