@@ -6,8 +6,8 @@ execute_process(
     -DVESK_SANITIZE=${SANITIZE} -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN}
   COMMAND_ERROR_IS_FATAL ANY)
 execute_process(COMMAND ${CMAKE_COMMAND} --build ${BINARY_DIR} COMMAND_ERROR_IS_FATAL ANY)
-if(NOT EXISTS ${BINARY_DIR}/libvesk_video_interface.so.2.1.2)
-  message(FATAL_ERROR "libvesk_video_interface.so.2.1.2 was not built")
+if(NOT EXISTS ${BINARY_DIR}/libvesk_video_interface.so.${VERSION})
+  message(FATAL_ERROR "libvesk_video_interface.so.${VERSION} was not built")
 endif()
 execute_process(
   COMMAND ${CMAKE_COMMAND} -S ${SOURCE_DIR} -B ${BINARY_DIR}/refused -G ${GENERATOR} -DVESK_PLATFORM=device

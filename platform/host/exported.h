@@ -1,4 +1,4 @@
-// Exports every function of the seam: their headers say nothing of visibility.
+// Exports every function of the platform layer, whose headers carry no visibility.
 #pragma GCC visibility push(default)
 #include "platform/os_log.h"
 #include "platform/os_msg.h"

@@ -2,9 +2,9 @@
 # Installs a build into a prefix, moves the prefix elsewhere, builds two applications against nothing else,
 # and runs them with the installed service.
 #
-#   run.sh BUILD-DIR WORK-DIR C-COMPILER C++-COMPILER LIBDIR TOOLCHAIN-FILE EMULATOR SANITIZERS
+#   run.sh BUILD-DIR WORK-DIR C-COMPILER C++-COMPILER LIBDIR TOOLCHAIN-FILE EMULATOR SANITIZERS VERSION
 set -euo pipefail
-build=$1 work=$2 cc=$3 cxx=$4 libdir=$5 toolchain=$6 emulator=$7 sanitize=$8
+build=$1 work=$2 cc=$3 cxx=$4 libdir=$5 toolchain=$6 emulator=$7 sanitize=$8 version=$9
 here=$(dirname "$0")
 flags=()
 [ -z "$sanitize" ] || flags=("-fsanitize=$sanitize")
@@ -16,7 +16,7 @@ cmake --install "$build" --prefix "$work/first" >/dev/null
 prefix=$work/moved
 mv "$work/first" "$prefix"
 [ "$(cat "$prefix/lib/foreign.txt")" = "somebody else's" ]
-for name in libvesk_video_interface.so libvesk_video_interface.so.2 libvesk_video_interface.so.2.1.2; do
+for name in libvesk_video_interface.so libvesk_video_interface.so."${version%%.*}" libvesk_video_interface.so."$version"; do
   [ -e "$prefix/$libdir/$name" ] || { echo "$name is not installed" >&2; exit 1; }
 done
 if grep -rIl "$work/first\|$build" "$prefix/$libdir/cmake" "$prefix/$libdir/pkgconfig" "$prefix/include"; then

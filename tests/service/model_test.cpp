@@ -1,282 +1,369 @@
-// The virtual service's model, family by family: what it refuses, what it notifies, what it keeps. What it
-// does when all is well, the tour of the device shows.
+// The virtual service's model, family by family: what it keeps, notifies and refuses, and how much it
+// carries.
+#include "service/script.h"
 #include "service/service_fixture.h"
 #include "vesk_host/queue.h"
 #include "vesk_video/message_list.h"
 
-#include <array>
-#include <functional>
+#include <set>
+#include <thread>
 
-using vesk::messages::Kind;
-using vesk::messages::kRequests;
+using namespace vesk::messages;
 
 namespace {
 
-class ModelTest : public ServiceTest {
-protected:
-    void SetUp() override
-    {
-        ASSERT_EQ(VeskVideoInit(), 0U);
-        Install();
-    }
-
-    Child service_ = StartService();
+/// Something that applications create, up to a number, and name from then on: # is which of them, % its
+/// number.
+struct Thing {
+    uint32_t most;
+    const char *create, *prepare, *start, *stop, *remove;
+    const char* full = "!ROOM";
+    uint32_t first = 1;
+    bool isNumberedOn = true; ///< Every one gets a number that was not used before.
 };
 
-VeskVideoEncParam Picture()
+const Thing kThings[] = {
+    {3, "OPEN_VI_PORT #", "", "VI_START %", "VI_STOP %", "CLOSE_VI_PORT %", "!NUMBER"},
+    {2, "OPEN_VO_PORT #", "", "VO_START %", "VO_STOP %", "VO_CLOSE %", "!NUMBER"},
+    {16, "ENC_CREATE", "SET_ENC_PARAM % < 0 0 16 16 60", "ENC_START %", "ENC_STOP %", "ENC_DELETE %"},
+    {16, "DEC_CREATE", "SET_DEC_PARAM % < 0 0 3840 2160", "DEC_START %", "DEC_STOP %", "DEC_DELETE %"},
+    {4, "OPEN_MOUSE_PORT 1", "MOUSE_CONNECT % 2", "MOUSE_START %", "MOUSE_STOP %", "CLOSE_MOUSE_PORT %"},
+    {4, "OPEN_LOCAL_MOUSE", "", "START_LOCAL_MOUSE %", "STOP_LOCAL_MOUSE %", "CLOSE_LOCAL_MOUSE %"},
+    {8, "INIT_UVC; OPEN_UVC_PORT", "SET_UVC_PARAM %", "START_UVC_STREAM %", "STOP_UVC_STREAM %",
+     "CLOSE_UVC_PORT %", "!ROOM", 0, false},
+    {8, "CREATE_OVERLAY_CHANNEL_PARAM 1 %", "SET_OVERLAY_PARAM %", "ENABLE_OVERLAY_PARAM % 1", "",
+     "DESTROY_OVERLAY_PARAM %", "!ROOM", 1, false},
+};
+
+void Create(const Thing& thing, uint32_t nth, uint32_t round, const std::string& outcome)
 {
-    VeskVideoEncParam param{};
-    param.w = 1280, param.h = 720, param.fr = 30;
-    return param;
+    Play(thing.create + outcome, nth, thing.first + nth + (thing.isNumberedOn ? round * thing.most : 0));
 }
 
-struct Expectation {
-    const char* what;
-    uint32_t result;
-    uint32_t expected;
-};
-
-void Check(const std::vector<Expectation>& expectations)
+/// Creates as many of everything as there can be, as the service's round-th application that does so.
+void FillAll(uint32_t round)
 {
-    for (const Expectation& e : expectations)
-        EXPECT_EQ(e.result, e.expected) << e.what;
+    for (const Thing& thing : kThings) {
+        for (uint32_t i = 0; i < thing.most; ++i)
+            Create(thing, i, round, thing.isNumberedOn || round < 2 ? " = %" : "");
+    }
+    for (uint32_t i = 1; i <= 16; ++i)
+        Play("SET_LOOP_MODE < # # 1 = %", round * 16 + 2, round * 16 + i);
 }
 
 } // namespace
 
-TEST_F(ModelTest, EveryRequestRefusesPayloadsOfAnotherLength)
+FORKED_TEST(VideoService, EveryPortIsAnnouncedAfterInit)
 {
-    for (const auto& request : kRequests) {
-        SCOPED_TRACE(request.name);
-        std::vector<size_t> lengths;
-        if (request.payload.kind == Kind::kRecord)
-            lengths = {0, request.payload.size - 1, request.payload.size + 1};
-        else if (request.payload.kind == Kind::kArray)
-            lengths = {request.payload.size, 4 * request.payload.size - 1}; // for three entries
-        else if (request.payload.kind == Kind::kText)
-            lengths = {0, request.payload.size + 1};
-        else if (request.payload.kind == Kind::kNone)
-            lengths = {1};
-        for (const size_t length : lengths) {
-            const VeskVideoMsgHead head{0, request.number, 1, 3, 3, 0};
-            const std::string payload(length, 'x');
-            EXPECT_EQ(VeskVideoSendSyncMsgWithoutResponse(&head, length == 0 ? nullptr : payload.data(),
-                                                          static_cast<uint32_t>(length)),
-                      uint32_t{VESK_SERVICE_ERR_LENGTH});
-        }
-        if (request.payload.kind == Kind::kText) { // a text needs its NUL, and no other
-            EXPECT_EQ(SendRaw(request.number, 0, "text"), uint32_t{VESK_SERVICE_ERR_LENGTH});
-            EXPECT_EQ(SendRaw(request.number, 0, std::string("a\0b\0", 4)),
-                      uint32_t{VESK_SERVICE_ERR_LENGTH});
-        }
-    }
-    uint32_t count = 0;
-    EXPECT_EQ(VeskVideoCamGetPresetCount(&count), 0U);
-    EXPECT_EQ(count, 0U);
+    EXPECT_EQ(Seen(), "100 101 100 101 102 103 102 102 103 ");
+    Play(R"(ON 100 = 0 @84 1; ON 101 = 0 @100 3840 2160 60
+            ON 100 = 1 @84 1; ON 101 = 1 @100 1920 1080 60
+            ON 102 = 0 @132 1; ON 103 = 0 @68 0 1 @176 3840 2160 30
+            ON 102 = 1 @132 0
+            ON 102 = 2 @132 1; ON 103 = 2 @68 1 16 @176 1920 1080 25)");
 }
 
-TEST_F(ModelTest, UnknownNumbersAreRefusedEverywhere)
+FORKED_TEST(VideoService, PortsAreDescribedFieldByField)
 {
-    uint32_t number = 0;
-    uint8_t status = 0;
-    const VeskVideoFilterWindow window{};
-    const VeskVideoUvcParam uvc{};
-    const VeskVideoOverlayParam overlay{};
-    const VeskVideoEptzParams eptz{};
-    VeskVideoEncStatus encStatus;
-    VeskVideoDecChrStatistics decStatistics;
-    VeskVideoPresetInfo preset{1, {}, 1};
-    const std::vector<std::pair<const char*, uint32_t>> results = {
-        {"input port", VeskVideoViOpen(3, &number)},
-        {"input engine", VeskVideoViStart(99)},
-        {"camera", VeskVideoCamControl(99, 1, nullptr, 0)},
-        {"preset's camera", VeskVideoCamSetPreset(99, &preset)},
-        {"preset selector", VeskVideoCamQueryPreset(99, &preset, 1)},
-        {"framed port", VeskVideoSetViPortEptzParam(91, &eptz)},
-        {"status", VeskVideoGetViPortPtStatus(99, &status)},
-        {"virtual source", VeskVideoSetVirtualViSrc(99, "path")},
-        {"filter", VeskVideoDeleteFilterWindows(99, 1, &window)},
-        {"window", VeskVideoVoNotifyWindowDestroyed(99, nullptr)},
-        {"default image", VeskVideoVoSetDefaultImage(99, 0, "path")},
-        {"encoder", VeskVideoEncoderStart(99)},
-        {"encoder status", VeskVideoEncoderGetStatus(99, &encStatus)},
-        {"decoder", VeskVideoDecoderSetAntiJitter(99, 1)},
-        {"decoder statistics", VeskVideoDecoderGetChrStatistics(99, &decStatistics)},
-        {"looped channels", VeskVideoSetStreamLoop(99, 99, 1, &number)},
-        {"loop", VeskVideoSetStreamLoopEnable(99, 1)},
-        {"remote mouse", VeskVideoRemoteMouseSetQueHandle(99, 1)},
-        {"local mouse", VeskVideoLocalMouseShowEnable(99, 1)},
-        {"UVC stream", VeskVideoUvcSetStmParam(99, &uvc)},
-        {"overlay", VeskVideoSetOverlayParam(99, &overlay)},
-        {"queue", VeskVideoBuffDestroyQueue(99)},
+    // port, its type, plugged, enabled, engine, started, streams, frozen, length, face queue, move speed,
+    // application's task (two), width, height, rate, video I/O, name
+    Play(R"(GET_VI_COUNT = 3; OPEN_VI_PORT 2 = 1; OPEN_VI_PORT 0 = 2
+            GET_VI_PORT 1 = 0 1 1 1 2 @52 3840 2160 30 0 'CAMERA
+            SET_VI_CONNECT 2 1; SET_VI_CONNECT 2 2; SET_VI_CONNECT 2 2 !STATE; ENCODER_FREEZE 2 5 < 'frozen
+            SET_CAMERA_QUEUE_ID 2 70; VI_SET_EPTZ_MOVE_SPEED 2 -5; SET_VIO_CALLBACK 2 < 50 51
+            SET_APP_CAPTURE_PARAM 2 < @256 40 30; SET_VI_CONNECT 1 9; SET_VIO_CALLBACK 1 < 60; ENCODER_FREEZE 1 1
+            GET_VI_PORT 1 = 0 1 1 1 2 0 2 5 6 70 -5 40 30 3840 2160 30 50 'CAMERA
+            GET_VI_PORT 3 = 0 1 1 1 2 0 2 5 6 70 -5 40 30 3840 2160 30 50 'CAMERA @324 1 2 0 1 @392 'PC-IN
+                            @648 2 16 1 1 1 0 1 1 @700 1920 1080 25 60 'NET-CAMERA
+            VI_START 2; SET_VI_DISCONNECT 2 1; SET_VI_DISCONNECT 2 1 !STATE
+            GET_VI_PORT 1 = 0 1 1 1 2 1 1 5 6 70 -5 40 30 3840 2160 30 50 'CAMERA
+            VI_MODIFY_INPUT 2 9; SET_VI_DISCONNECT 2 2 !STATE; SET_VI_DISCONNECT 2 9; VI_MODIFY_INPUT 2 9 !STATE
+            VI_START 1; VI_DISABLE 0; VI_START 2 !DISABLED; VI_STOP 1
+            GET_VI_PORT 1 = 0 1 1 0 2 0 0 5 6 70 -5 40 30 3840 2160 30 50 'CAMERA
+            CLOSE_VI_PORT 2; OPEN_VI_PORT 0 !DISABLED; VI_ENABLE 0; GET_VI_PORT 1 = 0 1 1 1 @52 3840 2160 30 0 'CAMERA
+            OPEN_VI_PORT 1 = 3; VI_START 3 !UNPLUGGED; OPEN_VI_PORT 1 !BUSY
+            GET_VI_PORT 0 !VALUE; GET_VI_PORT 4 !VALUE)");
+    // port, plugged, enabled, engine, started, offset (two), queue, width, height, rate, pictures, display
+    // mode, its rate, super resolution, filter windows, name, default image
+    Play(R"(GET_VO_COUNT = 2; OPEN_VO_PORT 1 = 1; OPEN_VO_PORT 0 = 2; OPEN_VO_PORT 0 !BUSY; DEC_CREATE = 1
+            GET_VO_PORT 2 = 0 1 1 2 @32 3840 2160 60 @64 'HDMI-OUT-1
+                            @2376 1 1 1 1 @2408 1920 1080 60 @2440 'HDMI-OUT-2
+            SET_SCREEN_OFFSET 2 < -10 20; SET_VO_QUE_HANDLE 2 77; SET_DISPLAY_MODE < 2 @16 24; SET_SR_ENABLE 5
+            SET_DEFAULT_IMAGE 0 0 < '/image/that/is/at/a/place/which/is/very/long/so/long/that/it/ends/here/and/goes/on
+            SET_VO_SRC 2 < 3 @36 1 @48 7 @216 1 1 @232 8 @404 1 @416 7; SET_SCREEN_OFFSET 1 < 5 6; VO_START 2
+            SET_FILTER_WINDOW 7 3 < 1 1 2 2 3 3; DELETE_FILTER_WINDOW 8 1 < 1 1 !NUMBER
+            GET_VO_PORT 1 = 0 1 1 2 1 -10 20 77 3840 2160 60 3 2 24 1 3 'HDMI-OUT-1
+                    @128 '/image/that/is/at/a/place/which/is/very/long/so/long/that/it/en
+            VO_WINDOW_DESTROY 7 2; VO_WINDOW_DESTROY 7 2 !NUMBER; SET_DEFAULT_IMAGE 0 0 < '/image; SET_SR_ENABLE 0
+            DELETE_FILTER_WINDOW 7 3 < 2 2 1 1 9 9 !NUMBER; DELETE_FILTER_WINDOW 7 2 < 2 2 1 1; VO_START 1
+            VO_DISABLE 0; VO_START 2 !DISABLED; VO_STOP 1; SET_DISPLAY_MODE < 3 !VALUE; SET_VO_SRC 2 < 26 !VALUE
+            SET_VO_SRC 2 < 1 @36 2 !NUMBER; SET_VO_SRC 2 < 1 @32 1 3 !NUMBER; SET_VO_SRC 2 < 1 @36 3; SET_VO_SRC 2 < 1 @32 1 1
+            GET_VO_PORT 1 = 0 1 0 2 0 -10 20 77 3840 2160 60 1 2 24 0 1 'HDMI-OUT-1 @128 '/image
+            VO_CLOSE 2; OPEN_VO_PORT 0 !DISABLED; VO_ENABLE 0; OPEN_VO_PORT 0 = 3; DELETE_FILTER_WINDOW 7 1 < 3 3
+            GET_VO_PORT 1 = 0 1 1 3 @32 3840 2160 60 0 2 24 @64 'HDMI-OUT-1 @128 '/image
+            GET_VO_PORT 0 !VALUE; GET_VO_PORT 3 !VALUE)");
+}
+
+FORKED_TEST(VideoService, RecordsAreReadAsTheyWereSet)
+{
+    Play("OPEN_VI_PORT 0; OPEN_VI_PORT 2; OPEN_VO_PORT 0; OPEN_VO_PORT 1; ENC_CREATE; ENC_CREATE; "
+         "DEC_CREATE; DEC_CREATE");
+    for (const bool reads : {false, true}) { // all of both engines or channels are set before one is read
+        for (const auto* const record : {"VI_PARAM", "VO_PARAM", "ENC_PARAM", "ENC_PARAM_EX", "DEC_PARAM"}) {
+            for (uint32_t number = 1; number <= 2; ++number) {
+                std::string words;
+                for (uint32_t i = 0; i < (std::string(record) == "ENC_PARAM_EX" ? 6U : 8U); ++i)
+                    words += ' ' + std::to_string(20 * number + i);
+                Play((reads ? "GET_" : "SET_") + std::string(record) + (reads ? " % =" : " % <") + words, 0,
+                     number);
+            }
+        }
+    }
+    // Framing is set for a port and read by its engine.
+    Play(R"(SET_VI_CUTOUT_PARAM 0 < 1 @784 2; SET_VI_CUTOUT_PARAM 2 < 3 @784 4; SET_VI_PTZF_PARAM 0 < 5 @324 6
+            SET_VI_PTZF_PARAM 2 < 7 @324 8; GET_VI_CUTOUT_PARAM 1 = 1 @784 2; GET_VI_CUTOUT_PARAM 2 = 3 @784 4
+            GET_VI_PTZF_PARAM 1 = 5 @324 6; GET_VI_PTZF_PARAM 2 = 7 @324 8)");
+}
+
+FORKED_TEST(VideoService, ChannelsAreDescribedAndCountedFieldByField)
+{
+    // started, width, height, rate, queue, key frames, error correction or anti-jitter; starts, stops,
+    // changes
+    Play(R"(ENC_CREATE = 1; ENC_CREATE = 2; DEC_CREATE = 1; DEC_CREATE = 2; ENC_MODIFY_FRAME_RATE 1 60 !STATE
+            SET_ENC_PARAM 1 < 0 0 100 200 30; SET_ENC_PARAM_EX 1 < 100; SET_ENC_QUE_HANDLE 1 70; ENC_START 1
+            ENC_FORCE_KEYFRAME 1; ENC_FORCE_KEYFRAME 1; ENC_MODIFY_FRAME_RATE 1 1; ENC_STOP 1
+            ENC_MODIFY_FRAME_RATE 1 60; ENC_MODIFY_FRAME_RATE 1 0 !VALUE; ENC_MODIFY_FRAME_RATE 1 61 !VALUE
+            ENC_FORCE_KEYFRAME 1 !STATE; SET_ENC_FEC_PARAM 1 < 0x3f000000; ENCODER_GET_STATUS 1 = 0 100 200 60 70 2 1
+            SET_ENC_FEC_PARAM 1; SET_ENC_PARAM 2 < 0 0 3840 2160 60; ENC_START 2; SET_ENC_FEC_PARAM 2 < 0 1
+            ENCODER_GET_ALL_STATUS 3 = 1 0 100 200 60 70 2 0 2 1 3840 2160 60 0 0 1; ENCODER_GET_ALL_STATUS 1 = 1 0 100 200 60 70 2
+            ENCODER_GET_CHR_STATISTICS 1 = 1 1 4; ENCODER_GET_CHR_STATISTICS 2 = 1 0 1
+            SET_DEC_PARAM 1 < 0 0 300 400; SET_DEC_PARAMEX 1 < 1; SET_DEC_QUE_HANDLE 1 80; SET_DEC_MOVE_STATE 1 9
+            DEC_START 1; DEC_STOP 1; DEC_START 1; DECODER_GET_STATUS 1 = 1 300 400 0 80 0 9
+            SET_DEC_PARAM 2 < 0 0 16 16; DECODER_GET_ALL_STATUS 3 = 1 1 300 400 0 80 0 9 2 0 16 16
+            DECODER_GET_CHR_STATISTICS 1 = 2 1 1; DECODER_GET_CHR_STATISTICS 2 = 0 0 1)");
+    for (const char* size : {"15 16", "16 15", "3841 2160", "3840 2161"})
+        Play("SET_ENC_PARAM 1 < 0 0 " + std::string(size) + " 1 !VALUE; SET_DEC_PARAM 1 < 0 0 " + size +
+             " !VALUE");
+    // channels; support, blocks a second and a frame, greatest and least width and height, band width,
+    // levels, scalable, profiles, error correction
+    Play(R"(SET_ENC_PARAM 1 < 0 0 16 16 61 !VALUE
+            GET_ENCODE_CAPABILITY = 16 1 1944000 32400 3840 16 2160 16 50000 52 0 0x1000101 0x1000000 0
+                                       1 1944000 32400 3840 16 2160 16 50000 0 51 0x1000100 0x1000000 0
+            GET_DECODE_CAPABILITY = 16 1 1944000 3840 16 2160 16 0x10001 1 1
+                                       1 1944000 3840 16 2160 16 0x10000 1 1
+            GET_CAPABILITY 0 = 0 3; GET_CAPABILITY 1 = 1 2; GET_CAPABILITY 2 = 2 16; GET_CAPABILITY 3 = 3 16
+            GET_CAPABILITY 4 !VALUE)");
+}
+
+FORKED_TEST(VideoService, CamerasMoveAndRememberPresets)
+{
+    const auto move = [](const std::string& command, int times, const std::string& outcome = "") {
+        for (int i = 0; i < times; ++i)
+            Play("CAMERA_CONTROL 1 " + command + (outcome.empty() ? "" : " !VALUE") + "; ON 107 = 0 " +
+                 command + ' ' + (outcome.empty() ? "0" : outcome));
     };
-    for (const auto& [what, result] : results)
-        EXPECT_EQ(result, uint32_t{VESK_SERVICE_ERR_NUMBER}) << what;
+    Play("OPEN_VI_PORT 0 = 1; OPEN_VI_PORT 2 = 2; OPEN_VI_PORT 1 = 3; GET_BOUNDARY_STATE 1 = 0 0");
+    move("1", 9);
+    Play("GET_BOUNDARY_STATE 1 = 0 0; CAMERA_CONTROL 1 16 = -9 0 9");
+    move("1", 3);
+    move("3", 12);
+    Play("GET_BOUNDARY_STATE 1 = -1 1; CAMERA_CONTROL 1 16 = -10 10 24");
+    move("2", 21);
+    move("4", 1);
+    Play("GET_BOUNDARY_STATE 1 = 1 0; CAMERA_CONTROL 1 16 = 10 9 46; CAMERA_CONTROL 2 16 = 0 0 0");
+    for (const char* command : {"0", "22"})
+        move(command, 1);
+    for (const char* command : {"-1", "23"})
+        move(command, 1, "0x207");
+    Play(R"(CAMERA_CONTROL 1 16 = 10 9 48; CAMERA_CONTROL 3 1 !STATE; SET_PRESET 3 < 1 1 !STATE
+            SET_PRESET 1 < 7 7; SET_PRESET 1 < 4 4; SET_PRESET 2 < 5 5; SET_PRESET 1 < 0 5 !NUMBER; GET_PRESET_COUNT = 3
+            QUERY_PRESET 0 5 = 4 4 7 7 5 5; QUERY_PRESET 0 1 = 4 4; QUERY_PRESET 1 3 = 4 4 7 7; QUERY_PRESET 2 1 = 5 5
+            QUERY_PRESET 0 0 !VALUE; QUERY_PRESET 0 1025 !VALUE; QUERY_PRESET 0 1024 = 4 4 7 7 5 5
+            GET_VI_PT_STATUS 1 = 0; GET_VI_AF_STATUS 1 = 0; EXECUT_VI_TRACKING_PARAM 1 !STATE; VI_START 1
+            GET_VI_PT_STATUS 1 = 0; GET_VI_AF_STATUS 1 = 1; EXECUT_VI_TRACKING_PARAM 1; GET_VI_PT_STATUS 1 = 1
+            GET_VI_PT_STATUS 2 = 0; SET_VIRTUAL_VI_PARAM 2 < '/path)");
 }
 
-TEST_F(ModelTest, InputsHaveStates)
+FORKED_TEST(VideoService, LinksAndJobsAreNotified)
 {
-    uint32_t camera = 0, pc = 0, queue = 0, count = 0;
-    ASSERT_EQ(VeskVideoViOpen(0, &camera), 0U);
-    ASSERT_EQ(VeskVideoViOpen(1, &pc), 0U);
-    VeskServiceCameraState state{};
-    const VeskVideoPresetInfo preset{1, {}, 1};
-    VeskVideoBoundaryState boundary{};
-    Check({
-        {"opened twice", VeskVideoViOpen(0, &queue), VESK_SERVICE_ERR_BUSY},
-        {"nothing is plugged in", VeskVideoViStart(pc), VESK_SERVICE_ERR_UNPLUGGED},
-        {"a PC has no camera", VeskVideoCamControl(pc, 1, nullptr, 0), VESK_SERVICE_ERR_STATE},
-        {"a PC has no presets", VeskVideoCamSetPreset(pc, &preset), VESK_SERVICE_ERR_STATE},
-        {"tracked while stopped", VeskVideoExecutViPortTrackingParam(camera), VESK_SERVICE_ERR_STATE},
-        {"stopped while stopped", VeskVideoViStop(camera), VESK_SERVICE_ERR_STATE},
-        {"no stream to switch", VeskVideoViModifyInput(camera, 1), VESK_SERVICE_ERR_STATE},
-        {"connected", VeskVideoViConnect(camera, 1), 0},
-        {"connected twice", VeskVideoViConnect(camera, 1), VESK_SERVICE_ERR_STATE},
-        {"another stream", VeskVideoViDisconnect(camera, 2), VESK_SERVICE_ERR_STATE},
-        {"disabled", VeskVideoViDisable(0), 0},
-        {"started while disabled", VeskVideoViStart(camera), VESK_SERVICE_ERR_DISABLED},
-        {"enabled", VeskVideoViEnable(0), 0},
-        {"command below 0", VeskVideoCamControl(camera, -1, nullptr, 0), VESK_SERVICE_ERR_VALUE},
-        {"query of another size", VeskVideoCamControl(camera, 16, &state, 8), 1},
-    });
-    for (int i = 0; i < 12; ++i)
-        EXPECT_EQ(VeskVideoCamControl(camera, VESK_SERVICE_CAM_LEFT, nullptr, 0), 0U);
-    EXPECT_EQ(VeskVideoCamControl(camera, 16, &state, sizeof state), 0U);
-    EXPECT_EQ(state.pan, -VESK_SERVICE_CAM_STEPS);
-    EXPECT_EQ(VeskVideoCamGetBoundaryState(camera, &boundary), 0U);
-    EXPECT_EQ(static_cast<int32_t>(boundary.serviceData[0]), -1);
-    EXPECT_TRUE(Arrives(VESK_VIDEO_ON_CAMERA_CTRL_RESULT_NOTIFY, 13)); // the refused command's too
-
-    for (uint32_t id = 0; id < VESK_SERVICE_MAX_PRESETS; ++id) {
-        const VeskVideoPresetInfo stored{1, {}, id};
-        EXPECT_EQ(VeskVideoCamSetPreset(camera, &stored), 0U);
-    }
-    const VeskVideoPresetInfo tooMany{1, {}, 1000}, removed{0, {}, 3};
-    EXPECT_EQ(VeskVideoCamSetPreset(camera, &tooMany), uint32_t{VESK_SERVICE_ERR_ROOM});
-    EXPECT_EQ(VeskVideoCamSetPreset(camera, &removed), 0U);
-    EXPECT_EQ(VeskVideoCamSetPreset(camera, &removed), uint32_t{VESK_SERVICE_ERR_NUMBER});
-    EXPECT_EQ(VeskVideoCamGetPresetCount(&count), 0U);
-    EXPECT_EQ(count, VESK_SERVICE_MAX_PRESETS - 1U);
+    Play(
+        R"(OPEN_VI_PORT 2 = 1; OPEN_VI_PORT 0 = 2; DEC_CREATE = 1; DEC_CREATE = 2; DEC_CREATE = 3; OPEN_VO_PORT 1 = 1
+            VO_START 1; ON 106 = -1 'HDMI-OUT-2 @72 1; VO_CLOSE 1; ON 108 = -1 'HDMI-OUT-2 @72 1
+            OPEN_VO_PORT 1 = 2; SET_VO_SRC 2 < 1 @36 1; VO_START 2; ON 106 = 2 'NET-CAMERA @72 2
+            VO_STOP 2; SET_VO_SRC 2 < 2 @32 5 2 @220 1; VO_START 2; VO_CLOSE 2; ON 108 = -1 'HDMI-OUT-2 @68 1 2
+            OPEN_VO_PORT 0 = 3; SET_VO_SRC 3 < 1 @36 2; VO_START 3; ON 106 = 0 'CAMERA @72 3
+            SET_WALLPAPER_INFO; SET_WALLPAPER_INFO; ON 6 = 1; ON 6 = 2; SET_ANNOTATION_STATUS 1 2 7; ON 109 = 7
+            VERYFY_IMAGE 1 !UNREACHABLE; GET_SNAPSHOT 1 2; SET_ANDROID_MMEDIA_PROJECTION 1 1 !STATE
+            INIT_ANDROID_OBJECTS 0 0 !VALUE; INIT_ANDROID_OBJECTS 1 0; SET_ANDROID_MMEDIA_PROJECTION 1 1)");
+    for (uint32_t i = 1; i <= 6; ++i)
+        Play("ENC_CREATE = #; SET_ENC_PARAM # < 0 0 16 16; ENC_START #" +
+                 std::string(i > 4 ? "; ON 2 = # 1" : ""),
+             i);
+    Play(R"(ENC_STOP 6; ENC_STOP 1; ON 2 = 1 0; ENC_STOP 2
+            SET_LOOP_MODE < 1 2 1 = 1; SET_LOOP_MODE < 2 3 1 = 2; SET_LOOP_MODE < 3 2 1 = 3; SET_LOOP_MODE < 4 2 1 = 4
+            SET_LOOP_START 1 3; SET_LOOP_START 2 1; SET_LOOP_START 3 1; SET_LOOP_START 3 0; SET_LOOP_START 4 1; ENC_STOP 4
+            ON 0 = 3 0; ON 0 = 1 0; ON 0 = 1 0; ON 0 = 0 0; ON 0 = 1 0; ENC_DELETE 4; SET_LOOP_MODE < 99 2 1 !NUMBER
+            SET_LOOP_MODE < 1 99 1 !NUMBER; SET_DEC_PARAM 2 < 0 0 16 16; DEC_START 2; ON 4 = 2 1; ON 5 = 1)");
+    Play("CLOSE_VI_PORT 1; VO_CLOSE 3; ON 108 = 0 'CAMERA @72 3");
+    EXPECT_EQ(Seen(),
+              "100 101 100 101 102 103 102 102 103 106 108 106 108 106 6 6 109 2 2 2 0 0 0 0 0 4 5 108 ");
 }
 
-TEST_F(ModelTest, AQueueComesWithTheStartedEngine)
+FORKED_TEST(VideoService, QueuesComeWithTheirOwners)
 {
-    uint32_t camera = 0, queue = 0;
-    ASSERT_EQ(VeskVideoViOpen(0, &camera), 0U);
-    std::thread starter([camera] {
+    Play("OPEN_VI_PORT 0 = 1; GET_VI_QUE_HANDLE 1 !NOT_YET; CREATE_OVERLAY_CHANNEL_PARAM 1 100");
+    std::thread starter([] {
         std::this_thread::sleep_for(std::chrono::milliseconds(250));
-        VeskVideoViStart(camera);
+        VeskVideoViStart(1);
     });
-    EXPECT_EQ(VeskVideoViGetQueHandle(camera, &queue), 0U); // waits for it
+    const uint32_t queue = Number(VeskVideoViGetQueHandle, 1U); // waits for it
     starter.join();
+    const uint32_t overlay = Number(VeskVideoGetOverlayQueHandle, 100U);
+    Play("GET_VI_QUE_HANDLE 1 = #; GET_OVERLAY_QUE_HANDLE 100 = %", queue, overlay);
     HostQueueState state{};
-    ASSERT_EQ(HostQueueFind(queue, &state), 0U);
-    EXPECT_EQ(state.creator, service_.Process());
-    EXPECT_EQ(VeskVideoViClose(camera), 0U);
+    for (const auto& [id, name] : {std::pair(queue, "vi_1"), std::pair(overlay, "overlay_100")}) {
+        ASSERT_EQ(HostQueueFind(id, &state), 0U);
+        EXPECT_EQ(state.creator, service.Process());
+        EXPECT_EQ(state.count, 32U);
+        EXPECT_STREQ(state.name, name);
+    }
+    Play("CLOSE_VI_PORT 1; DESTROY_OVERLAY_PARAM 100");
     EXPECT_NE(HostQueueFind(queue, &state), 0U);
-
-    uint32_t mine = 0;
-    EXPECT_EQ(VeskVideoBuffCreateQueue(&mine), 0U);
+    EXPECT_NE(HostQueueFind(overlay, &state), 0U);
+    const uint32_t mine = Number(VeskVideoBuffCreateQueue);
     ASSERT_EQ(HostQueueFind(mine, &state), 0U);
     EXPECT_STREQ(state.name, "vid_2k_2000_0");
     EXPECT_STREQ(state.peerProcName, "VIDEO");
-    EXPECT_EQ(VeskVideoBuffDestroyQueue(mine), 0U);
-    EXPECT_EQ(VeskVideoBuffDestroyQueue(mine), uint32_t{VESK_SERVICE_ERR_NUMBER});
+    Play("DESTROY_QUEUE #; DESTROY_QUEUE # !NUMBER; CREATE_QUEUE #", mine);
 }
 
-TEST_F(ModelTest, MoreEncodersThanTheDeviceCanCarryAreNotified)
+FORKED_TEST(VideoService, ThingsHaveStatesAndThereIsRoomForSoMany)
 {
-    const VeskVideoEncParam param = Picture();
-    std::array<uint32_t, VESK_SERVICE_MAX_ENCODERS> encoders{};
-    for (uint32_t& encoder : encoders)
-        ASSERT_EQ(VeskVideoEncoderCreate(&encoder), 0U);
-    uint32_t more = 0;
-    EXPECT_EQ(VeskVideoEncoderCreate(&more), uint32_t{VESK_SERVICE_ERR_ROOM});
-    VeskVideoEncParam odd = param;
-    odd.w = 5;
-    Check({
-        {"started without parameters", VeskVideoEncoderStart(encoders[0]), VESK_SERVICE_ERR_STATE},
-        {"too small a picture", VeskVideoEncoderSetParam(encoders[0], &odd), VESK_SERVICE_ERR_VALUE},
-        {"key frame of a stopped one", VeskVideoEncoderForceKeyFrame(encoders[0]), VESK_SERVICE_ERR_STATE},
-    });
-    for (uint32_t i = 0; i <= VESK_SERVICE_ENCODERS_AT_SPEED; ++i) {
-        EXPECT_EQ(CountOf(VESK_VIDEO_ON_ENCODE_STATUS_NOTIFY), 0U);
-        EXPECT_EQ(VeskVideoEncoderSetParam(encoders[i], &param), 0U);
-        EXPECT_EQ(VeskVideoEncoderStart(encoders[i]), 0U);
+    for (const Thing& thing : kThings) {
+        const std::string start = thing.start, stop = thing.stop, remove = thing.remove;
+        for (uint32_t i = 0; i < thing.most; ++i)
+            Create(thing, i, 0, i == 0 && !thing.isNumberedOn ? " = %" : "");
+        Create(thing, thing.most, 0, std::string(" ") + thing.full);
+        if (*thing.prepare != '\0')
+            Play(start + " !STATE;" + thing.prepare, 0, thing.first);
+        Play(start, 0, thing.first);
+        if (!stop.empty())
+            Play(stop + ";" + stop + " !STATE;" + start + ";" + start + " !STATE", 0, thing.first);
+        Play(stop.empty() ? "" : stop + " !STATE", 0, thing.first + 1); // another
+        Play(remove + ";" + remove + " !NUMBER;" + start + " !NUMBER", 0, thing.first);
+        Create(thing, 0, 0, "");
+        Create(thing, thing.most, 0, std::string(" ") + thing.full);
     }
-    ASSERT_TRUE(Arrives(VESK_VIDEO_ON_ENCODE_STATUS_NOTIFY));
-    EXPECT_EQ(VeskVideoEncoderModifyFrameRate(encoders[0], 61), uint32_t{VESK_SERVICE_ERR_VALUE});
-    EXPECT_EQ(VeskVideoEncoderStop(encoders[0]), 0U);
-    ASSERT_TRUE(Arrives(VESK_VIDEO_ON_ENCODE_STATUS_NOTIFY, 2));
-    const std::lock_guard guard(g_lock);
-    VeskVideoEncOverloadStatus status;
-    std::memcpy(&status, g_notified.back().data.data(), sizeof status);
-    EXPECT_EQ(status.encStmNo, encoders[0]);
-    EXPECT_EQ(status.rts, 0U);
+    Play(R"(MOUSE_CONNECT 2 99 !NUMBER; CREATE_OVERLAY_CHANNEL_PARAM 1 3 !BUSY
+            CREATE_OVERLAY_CHANNEL_PARAM 1 0x100000000 !NUMBER; SET_UVC_PARAM 1; UVC_REQ_I_FRAME 1 !STATE
+            START_UVC_STREAM 1; UVC_REQ_I_FRAME 1; DEINIT_UVC; STOP_UVC_STREAM 1 !NUMBER; OPEN_UVC_PORT !STATE)");
 }
 
-TEST_F(ModelTest, StreamsAndOverlaysHaveStates)
+FORKED_TEST(VideoService, ListsHaveRoomForSoMany)
 {
-    uint32_t mouse = 0, stream = 7, layer = 0, number = 0;
-    ASSERT_EQ(VeskVideoRemoteMouseOpen(1, &mouse), 0U);
-    const VeskVideoUvcParam param{};
-    Check({
-        {"started unconnected", VeskVideoRemoteMouseStart(mouse), VESK_SERVICE_ERR_STATE},
-        {"connected to no decoder", VeskVideoRemoteMouseConnect(mouse, 5), VESK_SERVICE_ERR_NUMBER},
-        {"stopped while stopped", VeskVideoRemoteMouseStop(mouse), VESK_SERVICE_ERR_STATE},
-        {"opened without init", VeskVideoUvcOpen(&stream), 1},
-        {"no parameter record", VeskVideoLocalMouseSetParam(1, nullptr), VESK_SERVICE_ERR_LENGTH},
-        {"init", VeskVideoUvcInit(), 0},
-        {"opened", VeskVideoUvcOpen(&stream), 0},
-        {"started unset", VeskVideoUvcStartStream(stream), VESK_SERVICE_ERR_STATE},
-        {"set", VeskVideoUvcSetStmParam(stream, &param), 0},
-        {"started", VeskVideoUvcStartStream(stream), 0},
-        {"started twice", VeskVideoUvcStartStream(stream), VESK_SERVICE_ERR_STATE},
-        {"created", VeskVideoCreateOverlayChannel(5, 0, &layer), 0},
-        {"created twice", VeskVideoCreateOverlayChannel(5, 0, &layer), VESK_SERVICE_ERR_BUSY},
-        {"enabled unset", VeskVideoEnableOverlay(5, 1), VESK_SERVICE_ERR_STATE},
-        {"projection without objects", VeskVideoSetAndroidProjection(1, nullptr), VESK_SERVICE_ERR_STATE},
-    });
-    EXPECT_EQ(stream, 0U);
-    for (uint32_t i = 1; i < VESK_SERVICE_MAX_UVC; ++i)
-        EXPECT_EQ(VeskVideoUvcOpen(&number), 0U);
-    EXPECT_EQ(number, VESK_SERVICE_MAX_UVC - 1U);
-    EXPECT_EQ(VeskVideoUvcOpen(&number), 1U);
-    EXPECT_EQ(VeskVideoUvcDeinit(), 0U);
-    EXPECT_EQ(VeskVideoUvcStopStream(stream), uint32_t{VESK_SERVICE_ERR_NUMBER});
+    const struct {
+        uint32_t most;
+        std::string add, remove;
+        bool isSet; // what is there already is taken
+    } lists[] = {{64, "SET_PRESET 1 < 1 #", "SET_PRESET 1 < 0 #", true},
+                 {1024, "SET_FILTER_WINDOW 7 1 < #", "DELETE_FILTER_WINDOW 7 1 < #", false},
+                 {64, "ADVANCE_QUE_CLIENT_INIT < 's#", "", true},
+                 {255, "INIT < 'c# @16 'VAPI", "EXIT", true}}; // and this application
+    Play("OPEN_VI_PORT 0 = 1");
+    for (const auto& list : lists) {
+        for (uint32_t i = 0; i < list.most; ++i)
+            Play(list.add, i);
+        Play(list.add + " !ROOM", list.most);
+        Play(list.add + (list.isSet ? "" : " !ROOM"), 5);
+        if (list.remove.empty())
+            continue;
+        Play(list.remove, 5);
+        Play(list.add, list.most);
+        Play(list.add + " !ROOM", list.most + 1);
+    }
 }
 
-TEST_F(ModelTest, PicturesComeFromWhatIsThere)
-{
-    uint32_t engine = 0, camera = 0;
-    ASSERT_EQ(VeskVideoVoOpen(0, &engine), 0U);
-    ASSERT_EQ(VeskVideoViOpen(2, &camera), 0U);
-    VeskVideoVoMultiPicParam source{};
-    source.picNum = 1;
-    source.subPic[0].inputId = camera;
-    source.subPic[0].decFlag = 1;
-    EXPECT_EQ(VeskVideoVoSetSrc(engine, &source), uint32_t{VESK_SERVICE_ERR_NUMBER}); // no such decoder
-    source.subPic[0].decFlag = 0;
-    EXPECT_EQ(VeskVideoVoSetSrc(engine, &source), 0U);
-    EXPECT_EQ(VeskVideoVoStart(engine), 0U);
-    ASSERT_TRUE(Arrives(VESK_VIDEO_ON_DISPLAY_FIRST_FRAME_NOTIFY));
-    const std::lock_guard guard(g_lock);
-    VeskVideoDisplayLink link;
-    std::memcpy(&link, g_notified.back().data.data(), sizeof link);
-    EXPECT_EQ(link.viPort, 2);
-    EXPECT_STREQ(link.portName, "NET-CAMERA");
-}
-
-// Two walks through all families at once, and one after another, each under a name of its own.
-TEST_F(ServiceTest, TwoToursOfTheDeviceRunAtOnce)
+FORKED_TEST(Application, A1024QueuesAreAnnouncedUntilACreatorEnds)
 {
     const Child service = StartService();
-    for (int round = 0; round < 2; ++round) {
-        Child first = Child::Start(VESK_TOUR_PATH, {"first", "0", "0"});
-        Child second = Child::Start(VESK_TOUR_PATH, {"second", "2", "1"});
-        EXPECT_TRUE(first.AwaitOutput("all as expected"));
-        EXPECT_TRUE(second.AwaitOutput("all as expected"));
-        EXPECT_EQ(first.Wait(), 0);
-        EXPECT_EQ(second.Wait(), 0);
+    std::vector<Child> creators;
+    std::vector<uint32_t> queues; // one of each creator's
+    for (int i = 0; i < 16; ++i) {
+        creators.push_back(Prepared([] {
+            for (int n = 0; n < 64; ++n)
+                Number(VeskVideoBuffCreateQueue);
+            return !testing::Test::HasFailure();
+        }));
+        queues.push_back(static_cast<uint32_t>(creators.back().Process()) << 10);
     }
+    uint32_t queue = 0;
+    EXPECT_EQ(VeskVideoBuffCreateQueue(&queue), uint32_t{VESK_SERVICE_ERR_ROOM});
+    creators.pop_back();
+    for (uint32_t i = 0; i < 64; ++i)
+        Number(VeskVideoBuffCreateQueue);
+    EXPECT_EQ(VeskVideoBuffCreateQueue(&queue), uint32_t{VESK_SERVICE_ERR_ROOM});
+    creators.clear();
+    HostQueueState state{};
+    for (const uint32_t any : queues)
+        EXPECT_NE(HostQueueFind(any, &state), 0U); // removes what its creator has left
+}
+
+FORKED_TEST(Application, WhatItHeldIsFreeOnceItHasLeftOrIsDead)
+{
+    const Child service = StartService();
+    const auto fill = [](uint32_t round, const char* andThen) {
+        return Prepared([=] {
+            FillAll(round);
+            Play(andThen);
+            return !testing::Test::HasFailure();
+        });
+    };
+    const Child left = fill(0, "EXIT; GET_VO_COUNT = 2");
+    fill(1, ""); // while the first still lives; then it is dead
+    FillAll(2);
+}
+
+FORKED_TEST(VideoService, EveryRequestRefusesPayloadsOfAnotherLengthAndUnknownNumbers)
+{
+    FillAll(0); // there is a number 1, which 0x100000001 would be if it were cut off
+    int named = 0;
+    for (const auto& request : kRequests) {
+        SCOPED_TRACE(request.name);
+        const size_t size = request.payload.size;
+        std::vector<std::string> payloads;
+        if (request.payload.kind == Kind::kRecord)
+            payloads = {"", std::string(size - 1, 'x'), std::string(size + 1, 'x')};
+        else if (request.payload.kind == Kind::kArray)
+            payloads = {std::string(size, 'x'), std::string(4 * size - 1, 'x')}; // for three entries
+        else if (request.payload.kind == Kind::kText) // needs its NUL, and no other
+            payloads = {"", std::string(size, 'x') + '\0', "text", std::string("a\0b\0", 4)};
+        else if (request.payload.kind == Kind::kNone)
+            payloads = {"x"};
+        for (const std::string& payload : payloads)
+            EXPECT_EQ(SendRaw(request.number, 3, payload, 1, 3), uint32_t{VESK_SERVICE_ERR_LENGTH});
+        if (request.payload.kind == Kind::kText) {
+            EXPECT_EQ(SendRaw(request.number, 0, std::string(size - 1, 'x') + '\0'), 0U);
+        }
+        const std::set<std::string> numbers = {
+            "inEngNo",    "outEngNo", "encStmNo",       "decStmNo",   "mouseStmNo", "localMouseStmNo",
+            "uvcStmNo",   "port",     "viPort",         "voPort",     "loop",       "queHandle",
+            "overlayChn", "sourceId", "presetSelector", "imageParam1"};
+        const bool isNamed =
+            std::any_of(std::begin(request.arguments), std::end(request.arguments),
+                        [&](const auto& argument) { return numbers.count(argument.Name()) != 0; });
+        if (!isNamed || request.answer.kind == Kind::kUnanswered)
+            continue;
+        std::string payload(request.payload.kind == Kind::kRecord ? size : 0, '\0');
+        if (request.payload.kind == Kind::kText)
+            payload.assign("x\0", 2);
+        EXPECT_EQ(SendRaw(request.number, 0x100000001, payload, 99, 98), uint32_t{VESK_SERVICE_ERR_NUMBER});
+        ++named;
+    }
+    EXPECT_GT(named, 60);
+    Play(
+        R"(GET_PRESET_COUNT = 0; INIT < @16 'VAPI !VALUE; INIT < 'a !VALUE; INIT < 'sixteen-letters! 'VAPI !VALUE
+            INIT < 0x610a61 @16 'VAPI !VALUE; INIT < 0x7f61 @16 'VAPI !VALUE; ADVANCE_QUE_CLIENT_INIT < ' !VALUE
+            SET_CALLBACK; SET_APP_CAPTURE_PARAM 1 !VALUE; EXIT; SET_CALLBACK !STATE)"); // of nobody it knows
+    for (const auto unknown : std::initializer_list<uint16_t>{4, 2, 65535})
+        EXPECT_EQ(SendRaw(unknown, 0, std::string(100000, 'x')), uint32_t{VESK_SERVICE_ERR_REQUEST});
 }

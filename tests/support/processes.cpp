@@ -1,15 +1,18 @@
 #include "support/processes.h"
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <thread>
 #include <utility>
 
+#include <poll.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 namespace processes {
 
@@ -90,14 +93,16 @@ Child::~Child()
 
 void Child::Signal(int signal) const
 {
-    kill(process_, signal);
+    if (process_ > 0)
+        kill(process_, signal);
 }
 
 bool Child::AwaitOutput(const std::string& text)
 {
     char buffer[256];
     while (text_.find(text) == std::string::npos) {
-        const ssize_t got = read(output_, buffer, sizeof buffer);
+        pollfd output{output_, POLLIN, 0};
+        const ssize_t got = poll(&output, 1, 10000) > 0 ? read(output_, buffer, sizeof buffer) : 0;
         if (got <= 0)
             return false;
         text_.append(buffer, static_cast<size_t>(got));
@@ -112,6 +117,29 @@ int Child::Wait()
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
+Child Prepared(const std::function<bool()>& prepare, const std::function<void()>& then)
+{
+    Child child = Child::Fork([&] {
+        std::puts(prepare() ? "ready" : "failed");
+        std::fflush(stdout);
+        then();
+    });
+    EXPECT_TRUE(child.AwaitOutput("ready")) << child.Output();
+    return child;
+}
+
+bool HoldsInFork(const std::function<bool()>& condition)
+{
+    return Child::Fork([&] { std::exit(condition() ? 42 : 1); }).Wait() == 42;
+}
+
+std::string Contents(const std::string& path)
+{
+    std::ostringstream text;
+    text << std::ifstream(path).rdbuf();
+    return text.str();
+}
+
 bool Eventually(const std::function<bool()>& condition)
 {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
@@ -121,6 +149,36 @@ bool Eventually(const std::function<bool()>& condition)
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
     return true;
+}
+
+std::vector<std::string> OpenDescriptors()
+{
+    std::vector<std::string> open;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code isClosed; // the iterator's own
+        const std::string target = std::filesystem::read_symlink(entry, isClosed);
+        if (target != "anon_inode:[eventpoll]" && target.find("/proc/") != 0)
+            open.push_back(target);
+    }
+    std::sort(open.begin(), open.end());
+    return open;
+}
+
+void RunInFork(void (*body)() noexcept)
+{
+    std::fflush(nullptr);
+    const pid_t process = fork();
+    if (process == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        const auto before = OpenDescriptors();
+        body();
+        Eventually([&] { return OpenDescriptors() == before; }); // what peers have left is closed in a moment
+        EXPECT_EQ(OpenDescriptors(), before);
+        std::exit(testing::Test::HasFailure() ? 1 : 0);
+    }
+    int status = 0;
+    waitpid(process, &status, 0);
+    EXPECT_EQ(status, 0) << "of the process that ran the test";
 }
 
 } // namespace processes

@@ -1,4 +1,4 @@
-// What the environment says of the log sinks.
+// Reads the log sinks' settings from the environment.
 #include "log/settings.h"
 
 #include <charconv>

@@ -1,4 +1,4 @@
-// What the environment says of the log sinks.
+// The log sinks' settings.
 #pragma once
 
 #include <cstddef>
@@ -15,7 +15,7 @@ struct LogSettings {
     size_t fileCount = 3;                ///< VESK_LOG_FILES, rotated files that are kept
 };
 
-/// Reads the settings; for each bad value there is a line on stderr, and the default holds.
+/// Reads the settings from the environment; each bad value is reported on stderr and its default used.
 LogSettings ReadLogSettings();
 
 } // namespace vesk::host

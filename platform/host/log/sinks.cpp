@@ -1,4 +1,4 @@
-// The two log sinks of the seam, on spdlog.
+// The two log sinks of the platform layer, on spdlog.
 #include "log/sinks.h"
 
 #include "log/settings.h"
@@ -81,8 +81,7 @@ __attribute__((format(printf, 1, 0))) std::string Format(const char* format, va_
     return text;
 }
 
-/// One record stays one line, whatever a text holds: line feeds at its end go, control characters
-/// within it are written as escapes.
+/// Keeps a record on one line: drops line feeds at the end of the text, escapes control characters within.
 void AppendOnOneLine(std::string& line, std::string_view text)
 {
     while (text.ends_with('\n'))

@@ -1,4 +1,4 @@
-// Connections of this process to the endpoints that it sends to.
+// Connections of this process to the endpoints it sends to.
 #include "message/connection_pool.h"
 
 #include <sys/socket.h>
@@ -23,7 +23,7 @@ ConnectionPool& ConnectionPool::Instance()
 UniqueFd ConnectionPool::TakeIdle(const std::string& endpoint)
 {
     const std::lock_guard guard(lock_);
-    if (std::exchange(process_, getpid()) != process_)
+    if (const pid_t self = getpid(); std::exchange(process_, self) != self)
         idle_.clear();
     std::vector<UniqueFd>& idle = idle_[endpoint];
     while (!idle.empty()) {

@@ -1,4 +1,4 @@
-// Connections of this process to the endpoints that it sends to.
+// Connections of this process to the endpoints it sends to.
 #pragma once
 
 #include "message/endpoint.h"
@@ -10,9 +10,9 @@
 namespace vesk::host {
 
 /**
- * Idle connections by endpoint. One that is taken belongs to one call; it comes back only when the
- * stream is between two messages. The one that came back last is taken first, so a thread that sends
- * one message after another keeps their order.
+ * Idle connections by endpoint. A connection that is taken belongs to one call, and is given back only
+ * between two messages. The one given back last is taken first, so that messages which one thread sends one
+ * after another arrive in order.
  */
 class ConnectionPool {
 public:

@@ -1,4 +1,4 @@
-// The moment by which an exchange must be over.
+// The time by which an exchange must have ended.
 #pragma once
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// Names, connects and serves the endpoints of one user.
+// Names, connects to and serves the endpoints of one user.
 #include "message/endpoint.h"
 
 #include "message/report.h"
@@ -37,8 +37,8 @@ void AppendEncoded(std::string& text, std::string_view name)
     }
 }
 
-/// The address of a socket in the open runtime directory: its path, or where that is too long for an
-/// address, the path of the open directory's descriptor.
+/// The address of a socket in the open runtime directory: its path or, where that is too long for an address,
+/// its path through the open directory's descriptor.
 sockaddr_un AddressIn(const UniqueFd& directory, const std::string& endpoint)
 {
     sockaddr_un address{};
@@ -75,7 +75,7 @@ EndpointResult SystemFailure(const char* what, const std::string& endpoint)
     return Failed(HOST_MSG_ERR_SYSTEM);
 }
 
-/// Serialises everybody who binds or removes names in the directory; released with @p directory.
+/// Serialises all processes that bind or remove names in the directory; released with @p directory.
 bool LockDirectory(const UniqueFd& directory)
 {
     const Deadline deadline(std::chrono::seconds(2));

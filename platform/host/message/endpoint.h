@@ -19,19 +19,20 @@ std::string_view NameText(const char (&field)[16]);
 /// File name of an endpoint's socket, or nothing when a name is empty or the file name too long.
 std::optional<std::string> EndpointName(std::string_view procName, std::string_view taskName);
 
-/// What came of connecting or serving: a descriptor, or a HostMsgResult.
+/// Outcome of connecting or serving: a descriptor, or a HostMsgResult.
 struct EndpointResult {
     UniqueFd socket;
     uint32_t error = 0;
 };
 
-/// Connects to an endpoint of this user. Without a deadline it does not wait at all.
+/// Connects to an endpoint of this user. Without a deadline it never waits. Logs the reason on failure.
 EndpointResult ConnectEndpoint(const std::string& endpoint, const std::optional<Deadline>& deadline);
 
-/// Serves an endpoint: listens on its name, in the place of a process that has died. Says why not.
+/// Serves an endpoint: listens on its name, taking it over from a process that has died. Logs the reason on
+/// failure.
 EndpointResult ServeEndpoint(const std::string& endpoint);
 
-/// Takes an endpoint's name away if this process serves it; to be called while it still listens.
+/// Removes an endpoint's name if this process serves it; to be called while it still listens.
 void RemoveEndpoint(const std::string& endpoint);
 
 /// The process at the other end when it belongs to this user, or nothing.

@@ -1,4 +1,4 @@
-// How one message stands in a stream.
+// The wire format of a message.
 #include "message/frame.h"
 
 #include "vesk_host/message.h"

@@ -1,4 +1,4 @@
-// How one message stands in a stream: a head of fixed size, then the data block.
+// The wire format of a message: a head of fixed size, then the data block.
 #pragma once
 
 #include "message/deadline.h"
@@ -15,14 +15,14 @@ namespace vesk::host {
 
 inline constexpr uint32_t kMaxDataLen = 4U << 20;
 
-/// The head: the envelope up to its pointer, behind a mark that tells a frame from garbage.
+/// The head: a mark that tells a frame from garbage, then the envelope up to its pointer.
 struct FrameHead {
     uint64_t mark;
     std::array<std::byte, offsetof(OsMsgEnvelope, data)> envelope;
 
     static FrameHead Of(const OsMsgEnvelope& envelope);
 
-    /// True when the head can be one: the mark, a known type, a length that is allowed.
+    /// True for the right mark, a known type and an allowed length.
     bool IsValid() const;
 
     /// The envelope, with a null data pointer.

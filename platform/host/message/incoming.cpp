@@ -1,5 +1,5 @@
-// The receiving end of a connection. While a sender waits for its answer nothing more is read from it,
-// so whatever a peer does there is one message and one answer to hold at most.
+// The receiving end of a connection. While a sender waits for its answer nothing more is read from it, so
+// that a connection never holds more than one message and one answer.
 #include "message/incoming.h"
 
 #include "message/report.h"
@@ -39,7 +39,7 @@ void Incoming::OnReady(uint32_t events)
 
 void Incoming::ReadLocked()
 {
-    // One peer that sends without end must not keep the reactor from the others.
+    // A peer that never stops sending must not starve the others.
     constexpr int kReadsAtOnce = 64;
     for (int reads = 0; reads < kReadsAtOnce && socket_.IsOpen() && !owesAnswer_; ++reads) {
         std::byte* target = reinterpret_cast<std::byte*>(&head_) + received_;
@@ -152,8 +152,6 @@ void Incoming::CloseLocked()
         return;
     Reactor::Instance().Forget(socket_.Get());
     socket_.Close();
-    arriving_.reset();
-    unsent_.clear();
 }
 
 } // namespace vesk::host

@@ -14,7 +14,7 @@ namespace vesk::host {
 
 class Incoming;
 
-/// A message that has arrived whole.
+/// A message that has arrived completely.
 struct Message {
     OsMsgEnvelope envelope{};
     std::unique_ptr<std::byte[]> data;
@@ -24,7 +24,7 @@ struct Message {
 
 class Incoming : public Watched, public std::enable_shared_from_this<Incoming> {
 public:
-    /// Takes a message over; false when there is no room for it.
+    /// Takes ownership of a message; false when there is no room for it.
     using Receiver = std::function<bool(std::unique_ptr<Message>)>;
 
     Incoming(UniqueFd socket, pid_t peer, std::string endpoint, Receiver receiver);
@@ -56,7 +56,7 @@ private:
     size_t received_ = 0; // bytes of head and data of the message that is arriving
     std::unique_ptr<Message> arriving_;
     bool owesAnswer_ = false;
-    std::vector<std::byte> unsent_; // rest of an answer that the socket had no room for
+    std::vector<std::byte> unsent_; // of an answer that the socket had no room for
 };
 
 } // namespace vesk::host

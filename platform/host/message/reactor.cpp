@@ -17,7 +17,7 @@ Reactor& Reactor::Instance()
 
 Reactor::Reactor() : epoll_(epoll_create1(EPOLL_CLOEXEC))
 {
-    // Signals are the application's: none is handled on this thread.
+    // Signals belong to the application: none is handled on this thread.
     sigset_t all;
     sigset_t before;
     sigfillset(&all);
@@ -67,7 +67,7 @@ void Reactor::Change(int fd, uint32_t events)
 
 void Reactor::Forget(int fd)
 {
-    std::shared_ptr<Watched> last; // outlives the lock: its end may close what it holds
+    std::shared_ptr<Watched> last; // destroyed after the lock is released: it may close what it holds
     const std::lock_guard guard(lock_);
     epoll_ctl(epoll_.Get(), EPOLL_CTL_DEL, fd, nullptr);
     if (const auto found = watched_.find(fd); found != watched_.end()) {

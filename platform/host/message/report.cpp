@@ -1,4 +1,4 @@
-// The message library's own log lines, and the two functions of the seam that steer them.
+// The message library's own log lines, and the two functions of the platform layer that control them.
 #include "message/report.h"
 
 #include "log/sinks.h"

@@ -12,11 +12,10 @@ std::string RuntimeDirPath();
 enum class WhenMissing { kCreate, kLeave };
 
 /**
- * Opens the runtime directory. It must be a directory of this
- * user's own that nobody else may write, reached without a symbolic link.
+ * Opens the runtime directory, which must belong to this user, be writable by nobody else, and not be
+ * a symbolic link.
  *
- * @return Not open, after a line that says why, when it cannot be used; silently when it is
- *         missing and to be left so.
+ * @return Not open when it cannot be used, after logging the reason unless it is missing and to be left so.
  */
 UniqueFd OpenRuntimeDir(WhenMissing whenMissing = WhenMissing::kCreate);
 

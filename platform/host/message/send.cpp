@@ -18,7 +18,7 @@ namespace {
 
 using Answer = std::unique_ptr<OsMsgEnvelope, decltype(&std::free)>;
 
-/// The endpoint that a message goes to, or why it cannot be sent.
+/// The endpoint that a message goes to, or a HostMsgResult.
 struct Address {
     std::string endpoint;
     uint32_t error = 0;
@@ -59,8 +59,8 @@ uint32_t WriteAll(int socket, const OsMsgEnvelope& envelope, const Deadline& dea
 }
 
 /**
- * Writes without waiting for the receiver: a message is dropped when there is no room for it, and one
- * that has begun to leave when there is none for its rest for a moment.
+ * Writes without waiting for the receiver: drops a message that there is no room for, and one that has begun
+ * to leave when there is no room for the rest within a moment.
  *
  * @return 0, HOST_MSG_ERR_BROKEN or HOST_MSG_ERR_FULL.
  */
@@ -119,11 +119,11 @@ const char* Words(uint32_t error)
     case HOST_MSG_ERR_TIMEOUT:
         return "did not answer in time";
     case HOST_MSG_ERR_BROKEN:
-        return "closed the connection in the middle";
+        return "closed the connection";
     case HOST_MSG_ERR_MALFORMED:
-        return "sent an answer that is none";
+        return "sent a malformed answer";
     case HOST_MSG_ERR_FULL:
-        return "does not read";
+        return "is not reading";
     default:
         return "could not be reached";
     }
@@ -155,8 +155,8 @@ uint32_t OsMsgSynSend(OsMsgEnvelope* envelope, OsMsgEnvelope** response, uint32_
     uint32_t error = WriteAll(socket, sent, deadline);
     if (error == 0)
         error = ReadAnswer(socket, envelope->msgId, deadline, answer);
-    // A stream that is not silent between two messages is never used again, nor is one that failed: a
-    // late answer goes down with it.
+    // A connection that failed, or on which more than the answer has arrived, is never used again: a late
+    // answer is lost with it.
     if (error == 0 && IsSilent(socket))
         ConnectionPool::Instance().GiveBack(address.endpoint, std::move(peer.socket));
     else if (char byte; error == 0 && recv(socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT) > 0)

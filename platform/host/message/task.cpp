@@ -1,4 +1,4 @@
-// The receiving half of the message library: tasks with their names, queues and loops.
+// The receiving half of the message library: tasks, their names, queues and loops.
 #include "message/task.h"
 
 #include "message/endpoint.h"
@@ -24,10 +24,10 @@ namespace {
 
 using MessageHandler = uint32_t (*)(OsMsgEnvelope*);
 
-/// The message that this thread handles, for HostMsgReply.
+/// The message that this thread is handling, for HostMsgReply.
 thread_local Message* t_inHand = nullptr;
 
-/// Messages that wait for a task's loop.
+/// Messages waiting for a task's loop.
 class Queue {
 public:
     explicit Queue(std::string taskName) : taskName_(std::move(taskName)) {}
@@ -107,7 +107,7 @@ public:
         if (!accepted.IsOpen()) {
             if (errno == EMFILE || errno == ENFILE) {
                 Report(kReportError, "%s: no descriptor left for a connection", endpoint_.c_str());
-                std::this_thread::sleep_for(std::chrono::milliseconds(10)); // the connection keeps waiting
+                std::this_thread::sleep_for(std::chrono::milliseconds(10)); // the connection stays pending
             }
             return;
         }
@@ -185,7 +185,7 @@ void Unbind(Task& task)
     task.listeners.clear();
 }
 
-/// Serves a task under a process name unless that was tried before. Returns a HostMsgResult or 0.
+/// Serves a task under a process name unless that was tried before. Returns 0 or a HostMsgResult.
 uint32_t Bind(std::string_view taskName, Task& task, std::string_view procName)
 {
     if (task.listeners.find(procName) != task.listeners.end())
@@ -212,7 +212,7 @@ void EndAllTasks()
 {
     Registry& registry = TheRegistry();
     if (getpid() != registry.process)
-        return; // a forked child has nothing to take away
+        return; // they belong to the parent of this fork
     const std::lock_guard guard(registry.lock);
     for (auto& [name, task] : registry.tasks)
         Unbind(task);
@@ -286,7 +286,7 @@ void OsMsgTaskRoutineByName(const char* taskName)
         handler(&message->envelope);
         t_inHand = nullptr;
         if (message->from != nullptr)
-            message->from->Close(); // not answered: its sender need not wait
+            message->from->Close(); // unanswered: its sender need not wait
     }
     const std::lock_guard guard(registry.lock);
     registry.tasks.find(std::string_view(taskName))->second.isRun = false;

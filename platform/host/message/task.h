@@ -1,4 +1,4 @@
-// The tasks of this process: their names, queues and loops.
+// The tasks of this process.
 #pragma once
 
 #include <cstdint>
@@ -6,7 +6,7 @@
 
 namespace vesk::host {
 
-/// Binds all tasks under a process name that are not bound under it yet; an empty name binds nothing.
+/// Binds every task that is not yet bound under a process name to it; an empty name binds nothing.
 void BindTasksUnder(std::string_view procName);
 
 } // namespace vesk::host

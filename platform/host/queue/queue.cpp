@@ -1,7 +1,8 @@
 // Shared-memory queues: one POSIX shared-memory object each, named after user, creator and queue.
 //
 // An identifier is made of the creator's process number and a number of its own, so living processes
-// never hand out the same one. What a killed creator left behind is removed by whoever comes across it.
+// never hand out the same one. What a killed creator left behind is removed by the first process that finds
+// it.
 #include "vesk_host/queue.h"
 #include "message/unique_fd.h"
 #include "platform/os_queue.h"
@@ -21,6 +22,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -48,7 +50,7 @@ int32_t CreatorOf(uint32_t queueId)
     return static_cast<int32_t>(queueId >> kNumberBits);
 }
 
-/// A queue's memory, as long as it is looked at.
+/// A queue's memory, mapped for the time of one access.
 class Mapping {
 public:
     explicit Mapping(const std::string& object)
@@ -108,7 +110,7 @@ uint32_t CopyState(const Mapping& mapping, HostQueueState* state)
     return 0;
 }
 
-/// The queues that this process has created; their objects go with it.
+/// The queues that this process has created; removed when it exits.
 class Created {
 public:
     static Created& Instance()
@@ -120,6 +122,7 @@ public:
     uint32_t Create(const OsMemQueReq& request, std::string_view name, uint32_t* queueId)
     {
         const std::lock_guard guard(lock_);
+        ForgetParentsQueues();
         const std::optional<uint32_t> number = FreeNumber();
         if (!number)
             return kNoRoom;
@@ -151,6 +154,7 @@ public:
     uint32_t Remove(uint32_t queueId)
     {
         const std::lock_guard guard(lock_);
+        ForgetParentsQueues();
         const auto mapping = Find(queueId);
         if (CreatorOf(queueId) != process_ || !mapping)
             return kUnknown;
@@ -160,6 +164,12 @@ public:
     }
 
 private:
+    void ForgetParentsQueues()
+    {
+        if (const pid_t self = getpid(); std::exchange(process_, self) != self)
+            numbers_.clear();
+    }
+
     std::optional<uint32_t> FreeNumber() const
     {
         for (uint32_t number = 1; number <= kMaxQueues; ++number) {
@@ -171,14 +181,13 @@ private:
 
     void RemoveAll()
     {
-        if (getpid() != process_)
-            return; // a forked child owns none of them
+        ForgetParentsQueues();
         for (const uint32_t number : std::set<uint32_t>(numbers_))
             Remove(static_cast<uint32_t>(process_) << kNumberBits | number);
     }
 
     std::mutex lock_;
-    const pid_t process_ = getpid();
+    pid_t process_ = getpid();
     std::set<uint32_t> numbers_;
     bool removesAtExit_ = false;
 };

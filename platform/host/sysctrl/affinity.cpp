@@ -1,5 +1,5 @@
-// Which CPUs the message threads may run on. A thread is named by half of its handle, so it can be
-// bound only once it has shown itself; until then its set is kept.
+// CPU affinity of the message threads. A thread is named by the low half of its handle, so it can be bound
+// only once it runs its loop; until then its set is kept.
 #include "sysctrl/affinity.h"
 
 #include "platform/os_sysctrl.h"
@@ -15,17 +15,17 @@ namespace {
 
 struct Affinity {
     std::mutex lock;
-    std::map<uint32_t, pthread_t> threads; // message threads that run their loop
-    std::map<uint32_t, cpu_set_t> wanted;  // sets for threads that do not yet
+    std::map<uint32_t, pthread_t> threads; // message threads that run their loops
+    std::map<uint32_t, cpu_set_t> wanted;  // for threads that do not run theirs yet
 };
 
 Affinity& TheAffinity()
 {
-    static auto& affinity = *new Affinity; // never destroyed: detached threads come at any time
+    static auto& affinity = *new Affinity; // never destroyed: detached threads may start at any time
     return affinity;
 }
 
-/// Takes a message thread off the list when it ends.
+/// Removes a message thread from the list when it ends.
 struct Listed {
     ~Listed()
     {

@@ -1,9 +1,9 @@
-// Which CPUs the message threads may run on.
+// CPU affinity of the message threads.
 #pragma once
 
 namespace vesk::host {
 
-/// Binds the calling thread as OsSetProcessAffinity has asked for it, and lets it be found from now on.
+/// Applies what OsSetProcessAffinity has asked for the calling thread, and makes it known from now on.
 void BindMessageThread();
 
 } // namespace vesk::host

@@ -1,7 +1,7 @@
 /**
  * @file
- * What a serving process on the host needs of the message library beyond the seam: a name of its own,
- * an answer to a synchronous message, an orderly end. Notifications go out by OsMsgAsynSend.
+ * What a serving process on the host needs of the message library beyond the platform layer: a name of
+ * its own, an answer to a synchronous message, an orderly end. Notifications go out by OsMsgAsynSend.
  */
 #ifndef VESK_HOST_MESSAGE_H
 #define VESK_HOST_MESSAGE_H
@@ -14,13 +14,12 @@ extern "C" {
 
 /** Results of the host's message library; 0 is success everywhere. */
 enum HostMsgResult {
-    HOST_MSG_ERR_ABSENT = 0x101,  /**< Nobody serves the endpoint. */
-    HOST_MSG_ERR_TIMEOUT = 0x102, /**< The exchange took longer than its time-out. */
-    HOST_MSG_ERR_BROKEN = 0x103,  /**< The peer closed the connection, or ended, in the middle. */
-    HOST_MSG_ERR_MALFORMED =
-        0x104, /**< The answer is not one, is another message's, or goes on behind its end. */
+    HOST_MSG_ERR_ABSENT = 0x101,    /**< Nobody serves the endpoint. */
+    HOST_MSG_ERR_TIMEOUT = 0x102,   /**< The exchange took longer than its time-out. */
+    HOST_MSG_ERR_BROKEN = 0x103,    /**< The peer closed the connection, or ended, during the exchange. */
+    HOST_MSG_ERR_MALFORMED = 0x104, /**< The answer is malformed, another message's, or too long. */
     HOST_MSG_ERR_TOO_LONG = 0x105,  /**< A data block of more than 4 MiB. */
-    HOST_MSG_ERR_FULL = 0x106,      /**< The receiver does not read: the asynchronous message was dropped. */
+    HOST_MSG_ERR_FULL = 0x106,      /**< The receiver is not reading: the asynchronous message was dropped. */
     HOST_MSG_ERR_DIRECTORY = 0x107, /**< The runtime directory cannot be used. */
     HOST_MSG_ERR_TAKEN = 0x108,     /**< Another living process serves the name. */
     HOST_MSG_ERR_ARGUMENT = 0x109,  /**< A null pointer, or a name that cannot be an endpoint's. */
@@ -64,7 +63,7 @@ uint32_t HostMsgEndTask(const char* taskName);
  * Opens the runtime directory in which the endpoints live: VESK_RUNTIME_DIR, else
  * XDG_RUNTIME_DIR/vesk, else /tmp/vesk-UID.
  *
- * @return A descriptor that the caller closes, or -1 after a line that says why.
+ * @return A descriptor that the caller closes, or -1 after logging the reason.
  */
 int HostMsgOpenRuntimeDir(void);
 

@@ -11,7 +11,7 @@
 extern "C" {
 #endif
 
-/** What a queue's shared memory says of it. */
+/** State of a queue, as its shared memory holds it. */
 typedef struct HostQueueState {
     uint32_t queueId;
     uint32_t requestId;    /**< OsMemQueReq::id. */

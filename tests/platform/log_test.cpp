@@ -1,0 +1,121 @@
+// The host's log sinks and their settings.
+#include "log/settings.h"
+#include "platform/os_log.h"
+#include "support/processes.h"
+
+#include <filesystem>
+#include <map>
+#include <regex>
+#include <sstream>
+
+using namespace processes;
+
+namespace {
+
+/// What a process writes to @p target and to stderr when the environment says so.
+std::pair<std::string, std::string> Logged(const RuntimeDir& directory, const std::string& target,
+                                           const std::map<std::string, std::string>& environment = {})
+{
+    const std::string file = directory.File("log"), errors = directory.File("stderr");
+    Child child = Child::Fork([&] {
+        setenv("VESK_LOG_TARGET", target.c_str(), 1);
+        for (const auto& [name, value] : environment)
+            setenv(name.c_str(), value.c_str(), 1);
+        if (freopen(errors.c_str(), "w", stderr) == nullptr)
+            _exit(1);
+        for (uint32_t level = 0; level <= 4; ++level)
+            ZORA_Trace(ZORA_GetVideoTracLevel(), level, "ZORA", "Function", level + 10, "error %d\n", 5);
+        VeskOmLogModuleLogRecord(1, VeskVideoGetPrivateLogId(0), "source!", 6, 21, "a\nb\tc\x1b[2J%s\x7f\n\n",
+                                 "\r");
+        for (const uint32_t level : {2U, 3U, 4U}) // the second is too long for a file
+            VeskOmLogModuleLogRecord(level, VeskVideoGetPrivateLogId(0), "source", 6, level + 20, "%s",
+                                     std::string(level == 3 ? 9000 : 3, 'x').c_str());
+    });
+    EXPECT_EQ(child.Wait(), 0);
+    return {Contents(file), Contents(errors)};
+}
+
+/// Lines without their time, process and thread, which must be there.
+std::string Bare(const std::string& lines)
+{
+    return std::regex_replace(lines, std::regex(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} \d+:\d+ ([EWID]) )"),
+                              "$1 ");
+}
+
+} // namespace
+
+TEST(HostLog, IsSilentButForErrorsAndKeepsARecordOnALine)
+{
+    const RuntimeDir directory;
+    const char expected[] = "E [ZORA] Function:10 error 5\n"
+                            "E [ZORA] Function:11 error 5\n"
+                            "E [source] 21 a\\nb\\tc\\x1b[2J\\x0d\\x7f\n";
+    const auto [lines, errors] = Logged(directory, "file:" + directory.File("log"));
+    EXPECT_EQ(Bare(lines), expected);
+    EXPECT_EQ(errors, "");
+    EXPECT_EQ(Bare(Logged(directory, "stderr").second), expected);
+    EXPECT_EQ(Bare(Logged(directory, "").second), expected);
+    EXPECT_EQ(Logged(directory, "none").second, "");
+    const std::string unwritable = Logged(directory, "file:" + directory.Path()).second;
+    EXPECT_NE(unwritable.find("stderr is used\n"), std::string::npos);
+    EXPECT_NE(Bare(unwritable).find(expected), std::string::npos);
+}
+
+TEST(HostLog, ThresholdsAreSetApartAndFilesAreRotated)
+{
+    const RuntimeDir directory;
+    const auto logged = [&](const std::map<std::string, std::string>& environment) {
+        return Bare(Logged(directory, "file:" + directory.File("log"), environment).first);
+    };
+    EXPECT_EQ(logged({{"VESK_TRACE_LEVEL", "4"}, {"VESK_LOG_LEVEL", "0"}}),
+              "E [ZORA] Function:10 error 5\nE [ZORA] Function:11 error 5\nW [ZORA] Function:12 error 5\n"
+              "I [ZORA] Function:13 error 5\nD [ZORA] Function:14 error 5\n");
+    std::filesystem::remove(directory.File("log"));
+    const std::string last = logged({{"VESK_TRACE_LEVEL", "0"},
+                                     {"VESK_LOG_LEVEL", "4"},
+                                     {"VESK_LOG_FILE_SIZE", "4096"},
+                                     {"VESK_LOG_FILES", "2"}});
+    EXPECT_EQ(last, "D [source] 24 xxx\n");
+    EXPECT_EQ(Bare(Contents(directory.File("log.1"))), "I [source] 23 " + std::string(9000, 'x') + '\n');
+    const std::string oldest = Bare(Contents(directory.File("log.2")));
+    EXPECT_EQ(oldest.find("E [ZORA] Function:10 error 5\nE [source] 21"), 0U) << oldest;
+    EXPECT_NE(oldest.find("W [source] 22 xxx\n"), std::string::npos);
+    logged({{"VESK_LOG_LEVEL", "4"}, {"VESK_LOG_FILE_SIZE", "4096"}, {"VESK_LOG_FILES", "2"}});
+    EXPECT_FALSE(std::filesystem::exists(directory.File("log.3")));
+}
+
+TEST(HostLog, BadSettingsAreNamedAndTheDefaultHolds)
+{
+    const auto read = [](const std::string& variable, const std::string& text) {
+        setenv(variable.c_str(), text.c_str(), 1);
+        testing::internal::CaptureStderr();
+        const vesk::host::LogSettings settings = vesk::host::ReadLogSettings();
+        unsetenv(variable.c_str());
+        std::map<std::string, std::string> values = {{"TRACE_LEVEL", std::to_string(settings.traceLevel)},
+                                                     {"LOG_LEVEL", std::to_string(settings.logLevel)},
+                                                     {"LOG_FILE_SIZE", std::to_string(settings.fileSize)},
+                                                     {"LOG_FILES", std::to_string(settings.fileCount)},
+                                                     {"LOG_TARGET", settings.target}};
+        return values[variable.substr(5)] + ' ' + testing::internal::GetCapturedStderr();
+    };
+    const struct {
+        std::string variable, standard, good, bad, wanted;
+    } cases[] = {
+        {"VESK_TRACE_LEVEL", "1", "0 4", "5 -1 many 3x", "not a number from 0 to 4, 1 is used"},
+        {"VESK_LOG_LEVEL", "1", "0 4", "5 4.0", "not a number from 0 to 4, 1 is used"},
+        {"VESK_LOG_FILE_SIZE", "10485760", "4096 1099511627776", "4095 1099511627777",
+         "not a number from 4096 to 1099511627776, 10485760 is used"},
+        {"VESK_LOG_FILES", "3", "1 100", "0 101", "not a number from 1 to 100, 3 is used"},
+        {"VESK_LOG_TARGET", "stderr", "syslog none file:x",
+         "printer file:", "none of stderr, syslog, none, file:PATH; stderr is used"},
+    };
+    for (const auto& c : cases) {
+        std::istringstream good(c.good), bad(c.bad);
+        EXPECT_EQ(read(c.variable, ""), c.standard + ' ');
+        for (std::string text; good >> text;)
+            EXPECT_EQ(read(c.variable, text), text + ' ');
+        for (std::string text; bad >> text;)
+            EXPECT_EQ(read(c.variable, text),
+                      c.standard + ' ' + c.variable + "='" + text + "' is " + c.wanted + '\n');
+    }
+}
