@@ -224,8 +224,9 @@ void ComposePicture(uint32_t port, uint32_t input, uint32_t decoder)
     Step("VeskVideoDeleteFilterWindows", VeskVideoDeleteFilterWindows(engine, 2, windows));
     Step("VeskVideoVoStart", VeskVideoVoStart(engine));
     Notified(VESK_VIDEO_ON_DISPLAY_FIRST_FRAME_NOTIFY, "the display shows its first frame");
-    Step("VeskVideoVoNotifyWindowDestroyed",
-         VeskVideoVoNotifyWindowDestroyed(engine, reinterpret_cast<void*>(uintptr_t{99})));
+    // The number of a window travels as a pointer.
+    void* const window = reinterpret_cast<void*>(uintptr_t{99}); // NOLINT(performance-no-int-to-ptr)
+    Step("VeskVideoVoNotifyWindowDestroyed", VeskVideoVoNotifyWindowDestroyed(engine, window));
     std::vector<VeskVideoVoPortInfo> outputs(port + 1);
     Step("VeskVideoGetVoPort", VeskVideoGetVoPort(outputs.data(), port + 1));
     const auto described = As<VeskServiceVoPort>(outputs[port]);

@@ -29,7 +29,7 @@ service_out=$VESK_RUNTIME_DIR/service.out
 service_pid=
 finish() {
   local status=$?
-  [ -z "$service_pid" ] || kill "$service_pid" 2>/dev/null || true
+  [ -z "$service_pid" ] || { kill "$service_pid" && wait "$service_pid"; } 2>/dev/null || true
   rm -rf "$VESK_RUNTIME_DIR"
   [ $status -eq 0 ] || echo "the demonstration failed; see $logs/*.log" >&2
 }

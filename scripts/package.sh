@@ -42,7 +42,7 @@ tar --create --exclude=./build --exclude=./.git . | tar --extract --directory $o
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-for package in $output/*_"$architecture".deb; do
+for package in "$output"/*_"$architecture".deb; do
   echo "$package"
   if $list; then dpkg-deb --contents "$package"; fi
   dpkg-deb --extract "$package" "$work/files"
@@ -64,10 +64,11 @@ install_packages debootstrap
 root=$work/root
 mirror=$(cat /etc/apt/sources.list /etc/apt/sources.list.d/* 2>/dev/null | sed -n "s/^\(deb \|URIs: *\)\(\[.*\] \)\?\(http[^ ]*\).*/\3/p" | sed -n 1p) || true
 quietly debootstrap --variant=minbase bookworm "$root" "$mirror"
-for package in $output/*_"$architecture".deb; do
+for package in "$output"/*_"$architecture".deb; do
   case "$package" in *-dbgsym_*) ;; *) cp "$package" "$root/tmp" ;; esac
 done
 inside() { chroot "$root" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin DEBIAN_FRONTEND=noninteractive "$@"; }
 quietly inside sh -c 'apt-get install -y --no-install-recommends /tmp/*.deb'
+# shellcheck disable=SC2016 # for the inner shell
 inside sh -c 'export VESK_RUNTIME_DIR=/tmp/vesk; vesk-video-service & service=$!
   sleep 1; vesk-display-tour; status=$?; kill $service; wait $service; exit $status'

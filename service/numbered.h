@@ -32,11 +32,13 @@ public:
     /// A new thing under a free number; VESK_SERVICE_ERR_ROOM when there are as many as there can be.
     Result Create(const Sender& owner, uint32_t* number)
     {
+        if (!HasRoom())
+            return VESK_SERVICE_ERR_ROOM;
         do {
             *number = next_ + first_;
             next_ = (next_ + 1) % kNumbers;
         } while (things_.count(*number) != 0); // there are always fewer things than numbers
-        return CreateAt(*number, owner);
+        return Add(*number, owner);
     }
 
     /// The same, always under the lowest free number: for numbers that have a bound.
@@ -49,14 +51,7 @@ public:
     /// The same under a number that the client chose.
     Result CreateAt(uint32_t number, const Sender& owner)
     {
-        if (things_.size() >= most_)
-            std::erase_if(things_, [](const auto& entry) { return !IsAlive(entry.second.owner.process); });
-        if (things_.size() >= most_)
-            return VESK_SERVICE_ERR_ROOM;
-        Thing& thing = things_[number];
-        thing.number = number;
-        thing.owner = owner;
-        return kOk;
+        return HasRoom() ? Add(number, owner) : Result{VESK_SERVICE_ERR_ROOM};
     }
 
     Thing* Find(uint64_t number)
@@ -88,6 +83,22 @@ public:
 
 private:
     static constexpr uint32_t kNumbers = 0xffff; // every number can travel in 16 bits
+
+    /// Makes room at the cost of dead owners.
+    bool HasRoom()
+    {
+        if (things_.size() >= most_)
+            std::erase_if(things_, [](const auto& entry) { return !IsAlive(entry.second.owner.process); });
+        return things_.size() < most_;
+    }
+
+    Result Add(uint32_t number, const Sender& owner)
+    {
+        Thing& thing = things_[number];
+        thing.number = number;
+        thing.owner = owner;
+        return kOk;
+    }
 
     const size_t most_;
     const uint32_t first_;

@@ -27,7 +27,8 @@ fi
 export PKG_CONFIG_LIBDIR=$prefix/$libdir/pkgconfig
 read -ra wanted <<<"$(pkg-config --cflags --libs vesk_video_interface)"
 "$cc" "${flags[@]}" -std=c11 -Wall -Wextra -Werror "$here/application.c" "${wanted[@]}" -o "$work/application_c"
-echo '#include "platform/os_msg.h"' | "$cc" -fsyntax-only $(pkg-config --cflags vesk_host_platform) -x c -
+read -ra wanted <<<"$(pkg-config --cflags vesk_host_platform)"
+echo '#include "platform/os_msg.h"' | "$cc" -fsyntax-only "${wanted[@]}" -x c -
 cmake -S "$here" -B "$work/outside" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_FIND_ROOT_PATH="$prefix" \
   -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_TOOLCHAIN_FILE="$toolchain" -DCMAKE_CXX_FLAGS="${flags[*]}" >/dev/null
 cmake --build "$work/outside" >/dev/null

@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <new>
+#include <utility>
 
 namespace vesk::host {
 
@@ -98,7 +99,7 @@ void Incoming::DeliverLocked()
         arriving_->from = shared_from_this();
         Reactor::Instance().Change(socket_.Get(), 0);
     }
-    if (!receiver_(std::move(arriving_)) && owesAnswer_)
+    if (!receiver_(std::exchange(arriving_, nullptr)) && owesAnswer_)
         CloseLocked();
 }
 
