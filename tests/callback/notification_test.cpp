@@ -71,7 +71,6 @@ protected:
         Install(Record); // takes what an earlier test left held
         Reset();
         g_delivered.clear();
-        g_readable = 0;
     }
 };
 
@@ -139,6 +138,7 @@ TEST_F(NotificationTest, EachHandlerTracesAndDelivers)
         const Bytes data = c.data.value_or(c.payload);
         g_readable = data.size();
         EXPECT_EQ(Receive(c.id, c.payload, kHead), c.lines);
+        g_readable = 0;
         const Delivered delivered{c.id, data, c.dataLen.value_or(c.payload.size())};
         EXPECT_EQ(g_delivered, std::vector{delivered});
         const auto& at = Get().sourceLines;

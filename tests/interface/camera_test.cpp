@@ -10,8 +10,7 @@ static const std::string control = "T3 #####send %s start#####\n|>T3 #####send %
 // clang-format off
 static const Family cameras("vesk_video_interface", "invalid", {
     ROW(CAMERA_CONTROL, 147, CamControl, 4, 22, In(12), 12).Sends({4, 22}, control + "cmdType=22 ret=9"),
-    ROW(CAMERA_CONTROL, 147, CamControl, 1, 23, In(12), 12)
-        .Refused(2, "L1 wrong ctrl param[23]"),
+    ROW(CAMERA_CONTROL, 147, CamControl, 1, 23, In(12), 12).Refused(2, "L1 wrong ctrl param[23]"),
     ROW(CAMERA_CONTROL, 147, CamControl, 4, -1, nullptr, 12)
         .Sends({4, 0xffffffff}, control + "cmdType=-1 ret=9"),
     ROW(CAMERA_CONTROL, 147, CamControl, 4, 16, Out(12), 12).Sends({4, 16}, control + "cmdType=16 ret=9"),

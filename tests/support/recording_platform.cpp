@@ -58,6 +58,11 @@ void Keep(const OsMsgEnvelope& envelope, uint32_t timeout)
     Get().sent.push_back({envelope, Bytes(data, data + envelope.dataLen), timeout});
 }
 
+/// An answer that the library holds, in a block of exactly its length, so that reading past it is seen.
+struct Handed : OsMsgEnvelope {
+    Bytes bytes;
+};
+
 bool Fails(int& countdown)
 {
     return countdown > 0 && --countdown == 0;
@@ -146,14 +151,11 @@ uint32_t OsMsgSynSend(OsMsgEnvelope* envelope, OsMsgEnvelope** response, uint32_
         return 1;
     Keep(*envelope, timeoutMs);
     const Answer answer = Get().answer(Get().sent.back());
-    if (answer.data || answer.statedLength) {
-        *response = new OsMsgEnvelope{};
-        (*response)->dataLen = answer.statedLength.value_or(answer.data ? uint32_t(answer.data->size()) : 0);
-        if (answer.data) {
-            auto* data = new std::byte[answer.data->size()]; // of exactly this size: reading past it is seen
-            (*response)->data =
-                std::copy(answer.data->begin(), answer.data->end(), data) - answer.data->size();
-        }
+    if (answer.data) {
+        auto* handed = new Handed{{}, *answer.data};
+        handed->dataLen = answer.statedLength.value_or(handed->bytes.size());
+        handed->data = handed->bytes.data();
+        *response = handed;
         ++Get().unreleased;
     }
     return answer.sendResult;
@@ -162,8 +164,7 @@ uint32_t OsMsgSynSend(OsMsgEnvelope* envelope, OsMsgEnvelope** response, uint32_
 void OsMsgSynRespFree(OsMsgEnvelope* response)
 {
     --Get().unreleased;
-    delete[] static_cast<std::byte*>(response->data);
-    delete response;
+    delete static_cast<Handed*>(response);
 }
 
 uint32_t OsMsgAsynSend(OsMsgEnvelope* envelope)

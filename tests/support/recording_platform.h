@@ -24,8 +24,8 @@ struct Sent {
     uint32_t timeout;
 };
 
-/// What OsMsgSynSend gives back: a nonzero result, or the data block of an answer (none: no answer). With a
-/// stated length the answer says that it is so long and has no data at all.
+/// What OsMsgSynSend gives back: a nonzero result, or the data block of an answer (none: no answer), which
+/// may state another length.
 struct Answer {
     uint32_t sendResult = 0;
     std::optional<Bytes> data = {};

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
 #include <sstream>
 
 using namespace recording;
@@ -46,20 +47,17 @@ Bytes Pattern(size_t size, unsigned seed)
 Family::Family(const std::string& source, const std::string& form, std::vector<Row> rows)
 {
     for (Row& row : rows) {
-        row.source_ = source;
-        row.form_ = form;
+        row.source = source, row.form = form;
         AllRows().push_back(std::move(row));
     }
 }
 
-Row Row::Sends(Header header, std::string steps, Bytes payload, Bytes answer)
+Row Row::Sends(Header header, std::string lines, Bytes sent, Bytes filled)
 {
-    header_ = header;
-    steps_ = std::move(steps);
-    if (!payload.empty())
-        payload_ = std::move(payload);
-    if (!answer.empty())
-        answer_ = std::move(answer);
+    head = {0, head.msgId, header.sub, header.param1, header.param2, 0};
+    steps = lines;
+    payload = sent.empty() ? payload : sent;
+    answer = filled.empty() ? answer : filled;
     return *this;
 }
 
@@ -84,49 +82,49 @@ Lines Expand(const std::string& steps, VeskVideoRequest request, const std::stri
 
 void Row::Drive() const
 {
-    SCOPED_TRACE(function_ + ": " + steps_);
-    EXPECT_EQ(number_, request_);
-    EXPECT_EQ(FindRequest(request_)->function, function_);
+    SCOPED_TRACE(function + ": " + steps);
+    EXPECT_EQ(head.msgId, request);
+    EXPECT_EQ(FindRequest(request)->function, function);
     std::string lines, end, failure;
     uint32_t failed = 9;
     int nulled = 0;
-    std::istringstream steps(steps_);
-    for (std::string step; std::getline(steps, step, '|');) {
+    std::istringstream stream(steps);
+    for (std::string step; std::getline(stream, step, '|');) {
         const std::string rest = step.substr(1);
+        const auto result = uint32_t(rest[0] - '0');
         if (step[0] == '?') {
-            const std::string what = rest.size() == 1 ? form_ : rest.substr(2);
+            const std::string what = rest.size() == 1 ? form : rest.substr(2);
             const bool isName = rest.size() > 1 && what[0] != 'L';
-            const auto result = uint32_t(rest[0] - '0');
             Call(nulled++, result, result, lines + (isName ? "L1 %s: " + what + " is NULL!" : what), false);
         } else if (step[0] == '=') {
-            failed = uint32_t(rest[0] - '0');
+            failed = result;
         } else if (step[0] == '>' || step[0] == '!') {
             (step[0] == '>' ? end : failure) += rest + '|';
         } else {
             lines += step + '|';
         }
     }
-    if (refusal_ != 0)
-        return Call(-1, refusal_, refusal_, lines, false);
+    if (refusal != 0)
+        return Call(-1, refusal, refusal, lines, false);
     Call(-1, 0, 0, lines + (end.empty() ? "end" : end), true);
-    Call(-1, 9, failed, lines + (failure.empty() ? form_ : failure), true);
+    Call(-1, 9, failed, lines + (failure.empty() ? form : failure), true);
 }
 
-void Row::Call(int nulled, uint32_t answer, uint32_t result, const std::string& lines, bool isSent) const
+void Row::Call(int nulled, uint32_t result, uint32_t returned, const std::string& lines, bool isSent) const
 {
-    SCOPED_TRACE("answer " + std::to_string(answer) + ", null argument " + std::to_string(nulled));
-    const bool isFilled = isSent && answer == 0 && !answer_.empty();
-    Reset(static_cast<uint16_t>(answer), isFilled ? answer_ : Bytes());
-    *room_ = given_;
-    EXPECT_EQ(call_(nulled), result);
-    EXPECT_EQ(RequestLines(), Expand(lines, request_, source_, answer));
+    SCOPED_TRACE("result " + std::to_string(result) + ", null argument " + std::to_string(nulled));
+    const bool isFilled = isSent && result == 0 && !answer.empty();
+    Reset(static_cast<uint16_t>(result), isFilled ? answer : Bytes());
+    *room = given;
+    EXPECT_EQ(call(nulled), returned);
+    EXPECT_EQ(RequestLines(), Expand(lines, request, source, result));
     EXPECT_EQ(Get().unreleased, 0);
-    EXPECT_EQ(*room_, isFilled ? answer_ : given_);
+    EXPECT_EQ(*room, isFilled ? answer : given);
     ASSERT_EQ(Get().sent.size(), isSent ? 1U : 0U);
     for (const Sent& sent : Get().sent) {
-        EXPECT_EQ(sent.timeout, FindRequest(request_)->answer.kind == Kind::kUnanswered ? 0U : 5000U);
-        EXPECT_EQ(sent.envelope.msgId, number_);
-        EXPECT_EQ(sent.data, Block({0, number_, header_.sub, header_.param1, header_.param2, 0}, payload_));
+        EXPECT_EQ(sent.timeout, FindRequest(request)->answer.kind == Kind::kUnanswered ? 0U : 5000U);
+        EXPECT_EQ(sent.envelope.msgId, head.msgId);
+        EXPECT_EQ(sent.data, Block(head, payload));
     }
 }
 
@@ -134,25 +132,25 @@ void Row::Call(int nulled, uint32_t answer, uint32_t result, const std::string& 
 
 TEST(Requests, EachOverItsRow)
 {
-    std::map<uint32_t, VeskVideoMsgHead> sent; // what the rows of a request have sent in its header
+    std::map<uint32_t, VeskVideoMsgHead> sent; // what the rows of a request have sent in its header, together
     for (const Row& row : AllRows()) {
         row.Drive();
-        for (const Sent& message : Get().sent) {
-            VeskVideoMsgHead head;
-            std::memcpy(&head, message.data.data(), sizeof head);
-            VeskVideoMsgHead& all = sent[head.msgId];
-            all.uwSubMsgID |= head.uwSubMsgID, all.ulParam1 |= head.ulParam1, all.ulParam2 |= head.ulParam2;
-        }
+        if (row.refusal != 0)
+            continue;
+        VeskVideoMsgHead& head = sent[row.request];
+        head.uwSubMsgID |= row.head.uwSubMsgID;
+        head.ulParam1 |= row.head.ulParam1, head.ulParam2 |= row.head.ulParam2;
     }
+    // These have tests of their own.
+    std::set<uint32_t> tested{VESK_VIDEO_MSG_INIT, VESK_VIDEO_MSG_CREATE_QUEUE,
+                              VESK_VIDEO_MSG_GET_VI_QUE_HANDLE, VESK_VIDEO_MSG_SET_ENC_FEC_PARAM};
     for (const Request& request : kRequests) {
-        if (request.number == VESK_VIDEO_MSG_INIT || request.number == VESK_VIDEO_MSG_CREATE_QUEUE ||
-            request.number == VESK_VIDEO_MSG_GET_VI_QUE_HANDLE ||
-            request.number == VESK_VIDEO_MSG_SET_ENC_FEC_PARAM)
-            continue; // they have tests of their own
+        if (tested.contains(request.number))
+            continue;
         EXPECT_TRUE(sent.contains(request.number))
             << request.name << " has no row in the table of its family";
         for (const auto field : {HeaderField::kSubMsgID, HeaderField::kParam1, HeaderField::kParam2})
             EXPECT_EQ(ValueOf(sent[request.number], field) != 0, request.At(field).IsUsed())
-                << request.name << ": a row sends " << request.At(field).text << " and nothing else";
+                << request.name << ": its rows must send " << request.At(field).text << " and nothing else";
     }
 }

@@ -54,8 +54,7 @@ Record Patterned(Set set)
     return record;
 }
 
-class Row {
-public:
+struct Row {
     struct Header {
         uint64_t param1 = 0;
         uint32_t param2 = 0;
@@ -63,65 +62,58 @@ public:
     };
 
     template <class... Parameters, class... Arguments>
-    Row(VeskVideoRequest request, uint16_t number, std::string function, uint32_t (*called)(Parameters...),
+    Row(VeskVideoRequest listed, uint16_t number, std::string name, uint32_t (*called)(Parameters...),
         Arguments... arguments)
-        : request_(request), number_(number), function_(std::move(function))
+        : request(listed), head{0, number, 0, 0, 0, 0}, function(std::move(name))
     {
         const std::tuple<Parameters...> values{Provide<Parameters>(arguments)...};
-        call_ = [=](int nulled) {
+        call = [=](int nulled) {
             const auto pass = [&](auto value) {
                 return std::is_pointer_v<decltype(value)> && nulled-- == 0 ? decltype(value)() : value;
             };
-            const auto given = [&](auto... value) { return std::tuple{pass(value)...}; };
-            return std::apply(called, std::apply(given, values));
+            const auto with = [&](auto... value) { return std::tuple{pass(value)...}; };
+            return std::apply(called, std::apply(with, values));
         };
     }
 
-    Row Sends(Header header, std::string steps, Bytes payload = {}, Bytes answer = {});
-    Row Refused(uint32_t result, std::string steps)
-    {
-        return refusal_ = result, steps_ = std::move(steps), *this;
-    }
+    Row Sends(Header header, std::string lines, Bytes sent = {}, Bytes filled = {});
+    Row Refused(uint32_t result, std::string lines) { return refusal = result, steps = lines, *this; }
     void Drive() const;
+    void Call(int nulled, uint32_t result, uint32_t returned, const std::string& lines, bool isSent) const;
 
-private:
     template <class Parameter>
-    Parameter Provide(Room room)
+    Parameter Provide(Room size)
     {
         using Value = std::remove_pointer_t<Parameter>;
         if constexpr (!std::is_void_v<Value>)
-            room.entries *= sizeof(Value);
-        given_ = Pattern(room.entries, 5);
-        *room_ = given_;
-        payload_ = room.isSent ? given_ : Bytes();
-        if (room.isFilled)
-            answer_ = Pattern(room.entries, 3);
+            size.entries *= sizeof(Value);
+        given = Pattern(size.entries, 5);
+        *room = given;
+        payload = size.isSent ? given : Bytes();
+        if (size.isFilled)
+            answer = Pattern(size.entries, 3);
         if constexpr (std::is_integral_v<Value>)
-            answer_ = BytesOf(Value{77});
-        return reinterpret_cast<Parameter>(room_->data());
+            answer = BytesOf(Value{77});
+        return reinterpret_cast<Parameter>(room->data());
     }
 
     template <class Parameter, class Argument>
     Parameter Provide(Argument argument)
     {
         if constexpr (std::is_same_v<Argument, const char*>)
-            payload_ = BytesOf(*argument, std::strlen(argument) + 1);
+            payload = BytesOf(*argument, std::strlen(argument) + 1);
         else if constexpr (std::is_class_v<std::remove_pointer_t<Argument>>)
-            payload_ = BytesOf(*argument);
+            payload = BytesOf(*argument);
         return static_cast<Parameter>(argument);
     }
 
-    void Call(int nulled, uint32_t answer, uint32_t result, const std::string& lines, bool isSent) const;
-
-    friend struct Family;
-    VeskVideoRequest request_;
-    uint16_t number_;
-    std::string function_, source_, form_, steps_;
-    Header header_;
-    std::function<uint32_t(int nulled)> call_; // the pointer argument that is null instead; -1: none
-    std::shared_ptr<Bytes> room_ = std::make_shared<Bytes>();
-    Bytes given_, payload_, answer_;
-    uint32_t refusal_ = 0;
+    VeskVideoRequest request;
+    VeskVideoMsgHead head;
+    std::string function, source, form, steps;
+    std::function<uint32_t(int nulled)> call; // the pointer argument that is null instead; -1: none
+    std::shared_ptr<Bytes> room = std::make_shared<Bytes>();
+    Bytes given, payload, answer;
+    uint32_t refusal = 0;
 };
 
 #define ROW(message, number, function, ...)                                                                  \
