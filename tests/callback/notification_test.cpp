@@ -1,6 +1,5 @@
 // The road of a notification from the message procedure to the application's callback.
-#include "support/recording_platform.h"
-#include "vesk_video/message_list.h"
+#include "support/request_table.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +9,7 @@
 #include <thread>
 #include <tuple>
 
-using namespace recording;
+using vesk::messages::kNotifications;
 
 namespace {
 
@@ -88,63 +87,59 @@ TEST_F(NotificationTest, EachHandlerTracesAndDelivers)
 
     struct Case {
         uint32_t id;
-        std::string handler; // its lines; "%e" is its entry line
-        Lines lines;
+        std::string handler, lines;
         Bytes payload;
         std::optional<Bytes> data = {}; // none: the payload is passed on
         std::optional<uint32_t> dataLen = {};
     };
     std::vector<Case> cases = {
         // clang-format off
-        {0, "MsgOnLocalLoopStateNotify", {"%e", "T3 loop action=5 result=6"}, {}, BytesOf(NotifyLoopState{5, 6}), 8},
-        {1, "MsgOnEncResourceInsufficient", {"%e", "T3 Enc Resource Insufficient[5]"}, {}, param1, 4},
-        {2, "MsgOnEncodeOverloadStatusNotify", {"%e", "L3 MsgOnEncodeOverloadStatusNotify data: encStmNo-3,rts-4."},
+        {0, "MsgOnLocalLoopStateNotify", "entry|T3 loop action=5 result=6", {}, BytesOf(NotifyLoopState{5, 6}), 8},
+        {1, "MsgOnEncResourceInsufficient", "entry|T3 Enc Resource Insufficient[5]", {}, param1, 4},
+        {2, "MsgOnEncodeOverloadStatusNotify", "entry|L3 MsgOnEncodeOverloadStatusNotify data: encStmNo-3,rts-4.",
             BytesOf(VeskVideoEncOverloadStatus{3, 4})},
-        {3, "MsgOnReCreateDecNotify", {"%e", "T3 Notify ReCreate Dec[6]"}, {}, param2, 4},
-        {4, "MsgOnDecodeStateNotify", {"%e"}, any},
-        {5, "MsgOnIFrameRequestNotify", {"%e"}, {}, param1},
-        {6, "MsgOnWallPaperDecOkNotify", {"%e"}, any, param1},
-        {100, "MsgOnVoPortPlugStateNotify", {"%e", "T3 vo in notify port = 1, val = 2"},
+        {3, "MsgOnReCreateDecNotify", "entry|T3 Notify ReCreate Dec[6]", {}, param2, 4},
+        {4, "MsgOnDecodeStateNotify", "entry", any},
+        {5, "MsgOnIFrameRequestNotify", "entry", {}, param1},
+        {6, "MsgOnWallPaperDecOkNotify", "entry", any, param1},
+        {100, "MsgOnVoPortPlugStateNotify", "entry|T3 vo in notify port = 1, val = 2",
             BytesOf(VeskVideoVoPortPlugState{1, {}, 2})},
-        {101, "MsgOnVoPortDdcInfoNotify", {"%e", "T3 ddcInfo:port[1] Width[1920] height[1080] fr[60]"},
+        {101, "MsgOnVoPortDdcInfoNotify", "entry|T3 ddcInfo:port[1] Width[1920] height[1080] fr[60]",
             BytesOf(VeskVideoVoPortDdcInfo{1, {}, 1920, 1080, 60})},
-        {102, "MsgOnViPortPlusStateNotify", {"%e", "L3 MsgOnViPortPlusStateNotify:vi in notify port = 1, val = 2"},
+        {102, "MsgOnViPortPlusStateNotify", "entry|L3 MsgOnViPortPlusStateNotify:vi in notify port = 1, val = 2",
             BytesOf(VeskVideoViPortPlugState{1, {}, 2})},
-        {103, "MsgOnViPortPixelInfoNotify", {"T3 VI[4]:Width=1280, height=720, fr=30, portType=16",
-            "L1 net camera decoder in, stmNo is [9], port is 4", "%e"},
+        {103, "MsgOnViPortPixelInfoNotify", "T3 VI[4]:Width=1280, height=720, fr=30, portType=16|"
+            "L1 net camera decoder in, stmNo is [9], port is 4|entry",
             BytesOf(VeskVideoViPortPixelInfo{4, {}, 9, 16, {}, 1280, 720, 30})},
-        {106, "MsgOnDisplayFirstFrameNotify", {shownLink, "%e"}, BytesOf(link)},
-        {107, "MsgOnCameraCtrlResultNotify", {"T3 viPort[1] camCtrlCmd[-2] errCode[3] dataLen[12]", "%e"},
+        {106, "MsgOnDisplayFirstFrameNotify", shownLink + "|entry", BytesOf(link)},
+        {107, "MsgOnCameraCtrlResultNotify", "T3 viPort[1] camCtrlCmd[-2] errCode[3] dataLen[12]|entry",
             BytesOf(VeskVideoCamCtrlResult{1, -2, 3})},
-        {108, "MsgOnDisplayDestroyLinkNotify", {shownLink, "%e"}, BytesOf(link)},
-        {206, "MsgOnVideoproxyDieNotify", {"%e"}, any},
-        {207, "MsgOnVideoproxyRestartNotify", {"%e"}, any},
-        {109, "MsgOnVideoAnnotationReadyNotify", {"%e"}, any},
-        {208, "MsgOnVideoBgResourceInitReadyNotify", {"%e"}, any},
+        {108, "MsgOnDisplayDestroyLinkNotify", shownLink + "|entry", BytesOf(link)},
+        {206, "MsgOnVideoproxyDieNotify", "entry", any},
+        {207, "MsgOnVideoproxyRestartNotify", "entry", any},
+        {109, "MsgOnVideoAnnotationReadyNotify", "entry", any},
+        {208, "MsgOnVideoBgResourceInitReadyNotify", "entry", any},
         // clang-format on
     };
     for (const uint32_t id : {104, 105, 200, 201, 202, 203, 204, 205, 16, 17, 18, 31})
-        cases.push_back({id, "", {}, any});
+        cases.push_back({id, "", "", any});
     std::set<uint32_t> ids;
-    for (Case& c : cases) {
+    for (const Case& c : cases) {
         SCOPED_TRACE(c.id);
         ids.insert(c.id);
-        for (std::string& line : c.lines) {
-            if (line == "%e")
-                line = "T3 " + c.handler + ' ' + vesk::messages::FindNotification(c.id)->name + '\n';
-            line.insert(3, (line[0] == 'T' ? c.handler : "vesk_video_callback") + ' ');
-        }
         g_delivered.clear();
         const Bytes data = c.data.value_or(c.payload);
         g_readable = data.size();
-        EXPECT_EQ(Receive(c.id, c.payload, kHead), c.lines);
+        const Lines lines = Receive(c.id, c.payload, kHead);
         g_readable = 0;
+        EXPECT_EQ(lines, Expand(c.lines, c.handler, vesk::messages::FindNotification(c.id)->name,
+                                "vesk_video_callback"));
         const Delivered delivered{c.id, data, c.dataLen.value_or(c.payload.size())};
         EXPECT_EQ(g_delivered, std::vector{delivered});
         const auto& at = Get().sourceLines;
-        EXPECT_EQ(std::set(at.begin() + 1, at.end() - 2).size(), c.lines.size()) << "one source line each";
+        EXPECT_EQ(std::set(at.begin() + 1, at.end() - 2).size(), lines.size()) << "one source line each";
     }
-    for (const auto& notification : vesk::messages::kNotifications)
+    for (const auto& notification : kNotifications)
         EXPECT_TRUE(ids.contains(notification.number)) << notification.name << " has no row";
 }
 
@@ -183,7 +178,7 @@ TEST_F(NotificationTest, WithoutACallbackOnlyPortNotificationsAreHeld)
 {
     Install(nullptr);
     std::vector<Delivered> held;
-    for (const auto& notification : vesk::messages::kNotifications) {
+    for (const auto& notification : kNotifications) {
         const uint32_t id = notification.number;
         const Bytes payload(id == 107 ? 12 : 80, static_cast<std::byte>(id));
         Receive(id, payload);
@@ -231,7 +226,7 @@ TEST_F(NotificationTest, MalformedMessagesAreDropped)
     envelope.data = nullptr;
     EXPECT_EQ(VeskProcDealToNorthInterfaceMsg(&envelope), 1U);
     EXPECT_EQ(Get().lines.back(), kError + "VeskProcDealToNorthInterfaceMsg: pstMsg->data is NULL!");
-    for (const auto& notification : vesk::messages::kNotifications) {
+    for (const auto& notification : kNotifications) {
         envelope = Envelope(notification.number, data);
         EXPECT_EQ(VeskProcDealToNorthInterfaceMsg(&envelope), 1U);
         VeskVideoCtrlToNorthMsg(&envelope, data.data(), nullptr, 0); // called directly
@@ -243,26 +238,23 @@ TEST_F(NotificationTest, MalformedMessagesAreDropped)
 
 TEST_F(NotificationTest, NamesThatCannotBePrintedAreLeftOut)
 {
-    const std::tuple<char(OsMsgEnvelope::*)[VESK_VIDEO_NAME_SIZE], std::string, bool> cases[] = {
+    const std::string plain = "recvCpuId=3,  dataLen=24";
+    const std::tuple<char(OsMsgEnvelope::*)[16], std::string, std::string> cases[] = {
         // clang-format off
-        {&OsMsgEnvelope::sendTaskName, "a\rb", false}, {&OsMsgEnvelope::sendProcName, "\n", false},
-        {&OsMsgEnvelope::recvProcName, std::string(16, 'x'), false},
-        {&OsMsgEnvelope::recvTaskName, std::string(16, 'x'), false},
-        {&OsMsgEnvelope::recvTaskName, std::string("a\0\n", 3), true}, // a line feed after the NUL does no harm
+        {&OsMsgEnvelope::sendTaskName, "a\rb", plain}, {&OsMsgEnvelope::sendProcName, "\n", plain},
+        {&OsMsgEnvelope::recvProcName, std::string(16, 'x'), plain},
+        {&OsMsgEnvelope::recvTaskName, std::string(16, 'x'), plain},
+        {&OsMsgEnvelope::recvTaskName, std::string("a\0\n", 3),
+            "sendProcName=VIDEO, sendTaskName=VCTL\n\trecvCpuId=3, recvProcName=app, recvTaskName=a, dataLen=24\n"}, // a line feed after the NUL does no harm
         // clang-format on
     };
-    for (const auto& [field, name, isPrinted] : cases) {
+    for (const auto& [field, name, rest] : cases) {
         Bytes data = Block({});
         OsMsgEnvelope envelope = Envelope(200, data);
         std::ranges::copy(name, envelope.*field);
         VeskVideoCtrlToNorthMsg(&envelope, envelope.data, nullptr, 0);
-        EXPECT_EQ(
-            Get().lines.back(),
-            isPrinted
-                ? "T3 VeskVideoCtrlToNorthMsg recv video msg: type=1, msgId=200, sendCpuId=2, sendProcName="
-                  "VIDEO, sendTaskName=VCTL\n\trecvCpuId=3, recvProcName=app, recvTaskName=a, dataLen=24\n"
-                : "T3 VeskVideoCtrlToNorthMsg recv video msg: type=1, msgId=200, sendCpuId=2, recvCpuId=3,  "
-                  "dataLen=24");
+        EXPECT_EQ(Get().lines.back(),
+                  "T3 VeskVideoCtrlToNorthMsg recv video msg: type=1, msgId=200, sendCpuId=2, " + rest);
     }
 }
 

@@ -1,8 +1,6 @@
 // Camera commands and presets.
 #include "support/request_table.h"
 
-using namespace recording;
-
 static const VeskVideoPresetInfo preset{1, {}, 7};
 static const std::string control = "T3 #####send %s start#####\n|>T3 #####send %s msg[0]#####\n|"
                                    "!T3 #####send %s msg[9]#####\n|!L1 %s failed, inEngNo=4, ";
@@ -14,14 +12,13 @@ static const Family cameras("vesk_video_interface", "invalid", {
     ROW(CAMERA_CONTROL, 147, CamControl, 4, -1, nullptr, 12)
         .Sends({4, 0xffffffff}, control + "cmdType=-1 ret=9"),
     ROW(CAMERA_CONTROL, 147, CamControl, 4, 16, Out(12), 12).Sends({4, 16}, control + "cmdType=16 ret=9"),
-    ROW(SET_PRESET, 148, CamSetPreset, 65538, &preset)
-        .Sends({0, 0, 2}, "?1 presetInfo|L3 %s engNo[65538], presetId[7] isValid[1]!|T3 #####send %s #####\n|"
-        "!L1 Set preset result= 9|!T3 #####send %m msg[9]#####\n"),
-    ROW(GET_PRESET_COUNT, 149, CamGetPresetCount, Out()).Sends({}, "T3 #####send %s start#####\n|?1 count|"
-        ">T3 #####send %s ret[0]#####\n|!L1 [Send Msg Fail!] ret is Invalid![0x9][0x0]"),
-    ROW(QUERY_PRESET, 150, CamQueryPreset, 3, Out(5), 5).Sends({3, 5}, "T3 #####send %s start#####\n|"
-        "?1 presetInfo|>T3 #####send %s msg[0]#####\n|!T3 #####send %s msg[9]#####\n"),
-    ROW(GET_BOUNDARY_STATE, 151, CamGetBoundaryState, 65538, Out())
+    ROW(SET_PRESET, 148, CamSetPreset, 65538, &preset).Sends({0, 0, 2}, "?1 presetInfo|"
+        "L3 %s engNo[65538], presetId[7] isValid[1]!|T3 {%s }\n|!L1 Set preset result= 9|!T3 {%m msg[9]}\n"),
+    ROW(GET_PRESET_COUNT, 149, CamGetPresetCount, Out).Sends({}, "T3 {%s start}\n|?1 count|>T3 {%s ret[0]}\n|"
+        "!L1 [Send Msg Fail!] ret is Invalid![0x9][0x0]"),
+    ROW(QUERY_PRESET, 150, CamQueryPreset, 3, Out(5), 5)
+        .Sends({3, 5}, "T3 {%s start}\n|?1 presetInfo|>T3 {%s msg[0]}\n|!T3 {%s msg[9]}\n"),
+    ROW(GET_BOUNDARY_STATE, 151, CamGetBoundaryState, 65538, Out)
         .Sends({0, 0, 2}, "?1 boundaryState|L3 Get boundary state, inEngNo[65538].|>|"
         "!L1 Get boundary state result= 9|!L1 [Send Msg Fail!] ret is Invalid![0x9][0x0]"),
 });

@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-using namespace recording;
-
 static const auto one = Patterned<VeskVideoVoMultiPicParam>([](auto& param) {
     param.picNum = 1;
     VeskVideoSubPicParam& p = param.subPic[0];
@@ -28,19 +26,17 @@ static const Family displays("vesk_video_interface", "function", {
         .Refused(2, "start|L1 Set picNum[26] > VESK_VIDEO_MAX_SUBPIC_NUM"),
     ROW(SET_VO_SRC, 25, VoSetSrc, 4, &none).Sends({4}, "start|L3 %s: outEngNo=4."),
     ROW(SET_SR_ENABLE, 143, VoSetByomSrEnable, 255)
-        .Sends({255}, "L3 Set set byom enable[255]|L3 #####send %m start#####|>unended"),
+        .Sends({255}, "L3 Set set byom enable[255]|L3 {%m start}|>unended"),
     ROW(SET_FILTER_WINDOW, 144, AddFilterWindows, 6, 3, In(kBytes))
-        .Sends({6, 3}, "L3 #####send %m start 6 3#####|>unended"),
+        .Sends({6, 3}, "L3 {%m start 6 3}|>unended"),
     // A count whose bytes do not fit 32 bits is refused by the transport, though the low bits would fit.
-    ROW(SET_FILTER_WINDOW, 144, AddFilterWindows, 6, 0x20000001, In())
-        .Refused(2, "L3 #####send %m start 6 536870913#####|function"),
-    ROW(SET_FILTER_WINDOW, 144, AddFilterWindows, 6, 3, nullptr)
-        .Sends({6, 3}, "L3 #####send %m start 6 3#####|>unended"),
+    ROW(SET_FILTER_WINDOW, 144, AddFilterWindows, 6, 0x20000001, In)
+        .Refused(2, "L3 {%m start 6 536870913}|function"),
+    ROW(SET_FILTER_WINDOW, 144, AddFilterWindows, 6, 3, nullptr).Sends({6, 3}, "L3 {%m start 6 3}|>unended"),
     ROW(DELETE_FILTER_WINDOW, 145, DeleteFilterWindows, 6, 3, In(kBytes))
-        .Sends({6, 3}, "T3 #####send %s start#####|>T3 #####send %s msg[0]#####|"
-        "!L1 [Send Syn Msg Fail!] retVal is Invalid![0x9][0x0]"),
-    ROW(DELETE_FILTER_WINDOW, 145, DeleteFilterWindows, 6, 0x20000001, In())
-        .Refused(2, "T3 #####send %s start#####|L1 [Send Syn Msg Fail!] retVal is Invalid![0x2][0x0]"),
+        .Sends({6, 3}, "T3 {%s start}|>T3 {%s msg[0]}|!L1 [Send Syn Msg Fail!] retVal is Invalid![0x9][0x0]"),
+    ROW(DELETE_FILTER_WINDOW, 145, DeleteFilterWindows, 6, 0x20000001, In)
+        .Refused(2, "T3 {%s start}|L1 [Send Syn Msg Fail!] retVal is Invalid![0x2][0x0]"),
     ROW(SET_DEFAULT_IMAGE, 146, VoSetDefaultImage, 1, 2, path.c_str())
         .Sends({1, 2}, "start|?2 L1 the length of filePath is nullptr or too long"),
     ROW(SET_DEFAULT_IMAGE, 146, VoSetDefaultImage, 1, 2, tooLong.c_str())

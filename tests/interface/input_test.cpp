@@ -5,25 +5,22 @@
 
 #include <chrono>
 
-using namespace recording;
-
 static constexpr uint32_t kPort = 0xfffffffe; // zero-extended, never sign-extended
 static const VeskVideoViPortParam param{1, 4000000000, 200, 255, {}, -1, 2, -3, 4, -5, 6};
 
 // clang-format off
 static const Family inputs("vesk_video_interface", "function", {
-    ROW(GET_VI_COUNT, 5, GetViCount, Out())
-        .Sends({}, "start|?1 count|>T3 #####send %m msg[0] 77 #####\n|!message"),
+    ROW(GET_VI_COUNT, 5, GetViCount, Out).Sends({}, "start|?1 count|>T3 {%m msg[0] 77 }\n|!message"),
     ROW(GET_VI_PORT, 6, GetViPort, Out(3), 3)
         .Sends({3}, "start|?2 L1 param error, viPortInfo is null or count is 0|!message"),
-    ROW(GET_VI_PORT, 6, GetViPort, Out(), 0)
+    ROW(GET_VI_PORT, 6, GetViPort, Out, 0)
         .Refused(2, "start|L1 param error, viPortInfo is null or count is 0"),
-    ROW(OPEN_VI_PORT, 9, ViOpen, kPort, Out())
-        .Sends({kPort}, "start|L3 %s: viPort=4294967294.|?1 inEngNo|>T3 #####send %m msg[0] 77 #####\n"),
+    ROW(OPEN_VI_PORT, 9, ViOpen, kPort, Out)
+        .Sends({kPort}, "start|L3 %s: viPort=4294967294.|?1 inEngNo|>T3 {%m msg[0] 77 }\n"),
     ROW(CLOSE_VI_PORT, 11, ViClose, 4).Sends({4}, "start|L3 %s: inEngNo=4."),
     ROW(SET_VI_PARAM, 12, ViSetParam, 4, &param)
         .Sends({4}, "start|?1 viPortParam|L3 %s: 1 4000000000 200 255 -1 2 -3 4 -5 6."),
-    ROW(GET_VI_PARAM, 13, ViGetParam, 4, Out()).Sends({4}, "T3 #####send %m start 4 #####\n|?1 viPortParam"),
+    ROW(GET_VI_PARAM, 13, ViGetParam, 4, Out).Sends({4}, "T3 {%m start 4 }\n|?1 viPortParam"),
     ROW(SET_VI_CONNECT, 14, ViConnect, 4, 5).Sends({4, 5}, "start|L3 %s: inEngNo=4 stmNo=5."),
     ROW(SET_VI_DISCONNECT, 15, ViDisconnect, 4, 5).Sends({4, 5}, "start|L3 %s: inEngNo=4 stmNo=5."),
     ROW(VI_START, 16, ViStart, 4).Sends({4}, "start|L3 %s: inEngNo=4."),
@@ -68,8 +65,9 @@ TEST(Input, TheQueueIsWaitedFor)
         ASSERT_EQ(Get().sent.size(), c.attempts);
         EXPECT_EQ(Get().sent.back().data, Block({0, 10, 0, 4, 0, 0}));
         EXPECT_EQ(queHandle, c.result == 0 ? 55U : 44U);
-        EXPECT_EQ(RequestLines(), Expand("start|L3 %s: inEngNo=4.|L3 queId=44|" + c.lines,
-                                         VESK_VIDEO_MSG_GET_VI_QUE_HANDLE, "vesk_video_interface", c.result));
+        EXPECT_EQ(RequestLines(),
+                  Expand("start|L3 %s: inEngNo=4.|L3 queId=44|" + c.lines, "VeskVideoViGetQueHandle",
+                         "VESK_VIDEO_MSG_GET_VI_QUE_HANDLE", "vesk_video_interface", c.result));
     }
     EXPECT_EQ(VeskVideoViGetQueHandle(4, nullptr), 1U);
     EXPECT_EQ(RequestLines().back(), "L1 vesk_video_interface VeskVideoViGetQueHandle: queHandle is NULL!");

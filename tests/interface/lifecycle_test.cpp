@@ -5,13 +5,11 @@
 
 #include <stdexcept>
 
-using namespace recording;
-
 static const VeskVideoCallbackInfo forwarded{nullptr, {1, 2, 3}};
 
 // clang-format off
 static const Family lifecycle("vesk_video_interface", "message", {
-    ROW(EXIT, 1, Exit).Sends({}, "L3 #####send %s start#####\n|L3 Vesk video interface exit"),
+    ROW(EXIT, 1, Exit).Sends({}, "L3 {%s start}\n|L3 Vesk video interface exit"),
     ROW(SET_CALLBACK, 163, SetCallback, &forwarded)
         .Sends({}, "L3 ##### %s #####|L3 set vesk video callback start|?1 info|!function"),
 });
@@ -71,7 +69,7 @@ TEST(Lifecycle, InitAnnouncesTheHooksNameOrTheFallback)
         const std::string refused = c.values.empty() ? "" : "L1 Get procName faild. " + c.values + '|';
         EXPECT_EQ(lines, Expand(refused + refused + "L3 %s:procName[" + c.name +
                                     "]|L3 after init north proc_name[" + c.name + "] task_name[VAPI]|end",
-                                VESK_VIDEO_MSG_INIT));
+                                "VeskVideoInit", "VESK_VIDEO_MSG_INIT"));
     }
 }
 

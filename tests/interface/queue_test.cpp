@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-using namespace recording;
-
 static const std::string longest(63, 's'), tooLong(64, 's');
 static std::string Shown(const std::string& name)
 {
@@ -47,7 +45,7 @@ TEST(Queue, IsCreatedPreparedAndAnnounced)
     EXPECT_EQ(RequestLines(), Expand("L3 ##### %s start#####|L3 memReqCnt[2000]|"
                                      "B3 OsMemQueReq : name:[vid_2k_2000_0],id[1],cnt[2000]|"
                                      "T3 ##### %s memQueId[vid_2k_2000_0][500]#####|end",
-                                     VESK_VIDEO_MSG_CREATE_QUEUE));
+                                     "VeskVideoBuffCreateQueue", "VESK_VIDEO_MSG_CREATE_QUEUE"));
 
     Reset(9);
     EXPECT_EQ(VeskVideoBuffCreateQueue(&queue), 9U);

@@ -1,21 +1,19 @@
 // Local mouse streams.
 #include "support/request_table.h"
 
-using namespace recording;
-
 static constexpr uint32_t kWide = 65541; // travels as 5 in 16 bits
 
 // clang-format off
 static const Family mice("vesk_video_interface_mouse", "invalid", {
-    ROW(OPEN_LOCAL_MOUSE, 121, LocalMouseOpen, Out())
+    ROW(OPEN_LOCAL_MOUSE, 121, LocalMouseOpen, Out)
         .Sends({}, "B3 send %m start|?1 localMouseStmNo|>T3 send %m msg[0], mouseStmNo[77] \n"),
     ROW(START_LOCAL_MOUSE, 122, LocalMouseStart, kWide)
-        .Sends({0, 0, 5}, "B3 #####send %m start#####|>T3 #####send %m msg[0], mouseStmNo[65541] #####\n"),
+        .Sends({0, 0, 5}, "B3 {%m start}|>T3 {%m msg[0], mouseStmNo[65541] }\n"),
     ROW(STOP_LOCAL_MOUSE, 123, LocalMouseStop, kWide)
-        .Sends({0, 0, 5}, "B3 #####send %m start#####|>T3 #####send %m msg[0], mouseStmNo[65541] #####\n"),
+        .Sends({0, 0, 5}, "B3 {%m start}|>T3 {%m msg[0], mouseStmNo[65541] }\n"),
     ROW(SET_LOCAL_MOUSE_INDEPENDENT, 124, LocalMouseSetIndependent, kWide, 255)
         .Sends({kWide, 255}, "B3 send %m start|>T3 send %m msg[0], mouseStmNo[65541]\n"),
-    ROW(SET_LOCAL_MOUSE_PARAM, 125, LocalMouseSetParam, kWide, In())
+    ROW(SET_LOCAL_MOUSE_PARAM, 125, LocalMouseSetParam, kWide, In)
         .Sends({kWide}, "B3 send %m start|>T3 send %m msg[0], mouseStmNo[65541]\n"),
     ROW(SET_LOCAL_MOUSE_PARAM, 125, LocalMouseSetParam, 5, nullptr)
         .Sends({5}, "B3 send %m start|>T3 send %m msg[0], mouseStmNo[5]\n"),
@@ -26,8 +24,8 @@ static const Family mice("vesk_video_interface_mouse", "invalid", {
         "!L1 Set local mouse show enable, result[9]!|!invalid"),
     // The lines name the remote stream's message.
     ROW(SET_LOCAL_MOUSE_QUE_HANDLE, 128, LocalMouseSetQueHandle, kWide, 6)
-        .Sends({6, 0, 5}, "B3 #####send VESK_VIDEO_MSG_SET_MOUSE_QUE_HANDLE start#####|"
-        ">T3 #####send VESK_VIDEO_MSG_SET_MOUSE_QUE_HANDLE msg[0], mouseStmNo[65541] #####\n"),
+        .Sends({6, 0, 5}, "B3 {VESK_VIDEO_MSG_SET_MOUSE_QUE_HANDLE start}|"
+        ">T3 {VESK_VIDEO_MSG_SET_MOUSE_QUE_HANDLE msg[0], mouseStmNo[65541] }\n"),
     ROW(CLOSE_LOCAL_MOUSE, 129, LocalMouseClose, kWide)
         .Sends({0, 0, 5}, "B3 send %m start|>T3 send %m msg[0], mouseStmNo[65541] \n"),
 });

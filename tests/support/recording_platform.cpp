@@ -14,8 +14,6 @@
 #include <semaphore>
 #include <sstream>
 
-using namespace recording;
-
 namespace {
 
 // The receive thread of the library and the test's own thread come here at once.
@@ -63,14 +61,7 @@ struct Handed : OsMsgEnvelope {
     Bytes bytes;
 };
 
-bool Fails(int& countdown)
-{
-    return countdown > 0 && --countdown == 0;
-}
-
 } // namespace
-
-namespace recording {
 
 Platform& Get()
 {
@@ -113,8 +104,6 @@ Bytes Block(const VeskVideoMsgHead& head, const Bytes& payload)
     block.insert(block.end(), payload.begin(), payload.end());
     return block;
 }
-
-} // namespace recording
 
 uint32_t ZORA_GetVideoTracLevel(void)
 {
@@ -221,7 +210,7 @@ uint32_t OsShmAdvancedActivateQueue(uint32_t queueId, bool enable)
 
 int memcpy_s(void* dest, size_t destMax, const void* src, size_t count)
 {
-    if (dest == nullptr || src == nullptr || count > destMax || Fails(Get().failingCopy))
+    if (dest == nullptr || src == nullptr || count > destMax || --Get().failingCopy == 0)
         return -1;
     std::memcpy(dest, src, count);
     return 0;
@@ -229,7 +218,7 @@ int memcpy_s(void* dest, size_t destMax, const void* src, size_t count)
 
 int memset_s(void* dest, size_t destMax, int value, size_t count)
 {
-    if (dest == nullptr || count > destMax || Fails(Get().failingSet))
+    if (dest == nullptr || count > destMax || --Get().failingSet == 0)
         return -1;
     std::memset(dest, value, count);
     return 0;

@@ -12,8 +12,6 @@
 #include <string>
 #include <vector>
 
-namespace recording {
-
 using Bytes = std::vector<std::byte>;
 using Lines = std::vector<std::string>;
 
@@ -75,5 +73,3 @@ Bytes BytesOf(const Record& record, size_t size = sizeof(Record))
     const auto* begin = reinterpret_cast<const std::byte*>(&record);
     return Bytes(begin, begin + size);
 }
-
-} // namespace recording

@@ -5,15 +5,15 @@
 #include <set>
 #include <sstream>
 
-using namespace recording;
-using namespace vesk::messages;
+using vesk::messages::HeaderField;
 
 namespace {
 
 const std::map<std::string, std::string> kCommonLines = {
-    {"start", "T3 #####send %m start#####\n"},
-    {"end", "T3 #####send %m msg[0]#####\n"},
-    {"unended", "T3 #####send %m msg[0]#####"},
+    {"start", "T3 {%m start}\n"},
+    {"end", "T3 {%m msg[0]}\n"},
+    {"unended", "T3 {%m msg[0]}"},
+    {"entry", "T3 %s %m\n"},
     {"function", "B1 %s failed[%d]."},
     {"message", "B1 %m fail[%d]."},
     {"invalid", "L1 [Send Msg Fail!] retVal is Invalid![0x%d][0x0]"},
@@ -33,8 +33,6 @@ void Replace(std::string& text, const std::string& what, const std::string& with
 }
 
 } // namespace
-
-namespace recording {
 
 Bytes Pattern(size_t size, unsigned seed)
 {
@@ -61,18 +59,21 @@ Row Row::Sends(Header header, std::string lines, Bytes sent, Bytes filled)
     return *this;
 }
 
-Lines Expand(const std::string& steps, VeskVideoRequest request, const std::string& source, uint32_t result)
+Lines Expand(const std::string& steps, const std::string& function, const std::string& message,
+             const std::string& source, uint32_t result)
 {
-    const Request& listed = *FindRequest(request);
     Lines lines;
     std::istringstream stream(steps);
     for (std::string line; std::getline(stream, line, '|');) {
         if (const auto common = kCommonLines.find(line); common != kCommonLines.end())
             line = common->second;
-        Replace(line, "%s", listed.function);
-        Replace(line, "%m", listed.name);
-        Replace(line, "%d", std::to_string(result));
-        for (const auto& [sink, origin] : {std::pair('T', std::string(listed.function)), {'L', source}}) {
+        for (const auto& [what, with] : {std::pair("{", std::string("#####send ")),
+                                         {"}", "#####"},
+                                         {"%s", function},
+                                         {"%m", message},
+                                         {"%d", std::to_string(result)}})
+            Replace(line, what, with);
+        for (const auto& [sink, origin] : {std::pair('T', function), {'L', source}}) {
             if (line[0] == sink || line[0] == 'B')
                 lines.push_back(sink + line.substr(1, 2) + origin + line.substr(2));
         }
@@ -83,8 +84,8 @@ Lines Expand(const std::string& steps, VeskVideoRequest request, const std::stri
 void Row::Drive() const
 {
     SCOPED_TRACE(function + ": " + steps);
-    EXPECT_EQ(head.msgId, request);
-    EXPECT_EQ(FindRequest(request)->function, function);
+    EXPECT_EQ(head.msgId, listed.number);
+    EXPECT_EQ(listed.function, function);
     std::string lines, end, failure;
     uint32_t failed = 9;
     int nulled = 0;
@@ -117,18 +118,16 @@ void Row::Call(int nulled, uint32_t result, uint32_t returned, const std::string
     Reset(static_cast<uint16_t>(result), isFilled ? answer : Bytes());
     *room = given;
     EXPECT_EQ(call(nulled), returned);
-    EXPECT_EQ(RequestLines(), Expand(lines, request, source, result));
+    EXPECT_EQ(RequestLines(), Expand(lines, function, listed.name, source, result));
     EXPECT_EQ(Get().unreleased, 0);
     EXPECT_EQ(*room, isFilled ? answer : given);
     ASSERT_EQ(Get().sent.size(), isSent ? 1U : 0U);
     for (const Sent& sent : Get().sent) {
-        EXPECT_EQ(sent.timeout, FindRequest(request)->answer.kind == Kind::kUnanswered ? 0U : 5000U);
+        EXPECT_EQ(sent.timeout, listed.answer.kind == vesk::messages::Kind::kUnanswered ? 0U : 5000U);
         EXPECT_EQ(sent.envelope.msgId, head.msgId);
         EXPECT_EQ(sent.data, Block(head, payload));
     }
 }
-
-} // namespace recording
 
 TEST(Requests, EachOverItsRow)
 {
@@ -137,14 +136,14 @@ TEST(Requests, EachOverItsRow)
         row.Drive();
         if (row.refusal != 0)
             continue;
-        VeskVideoMsgHead& head = sent[row.request];
+        VeskVideoMsgHead& head = sent[row.listed.number];
         head.uwSubMsgID |= row.head.uwSubMsgID;
         head.ulParam1 |= row.head.ulParam1, head.ulParam2 |= row.head.ulParam2;
     }
     // These have tests of their own.
     std::set<uint32_t> tested{VESK_VIDEO_MSG_INIT, VESK_VIDEO_MSG_CREATE_QUEUE,
                               VESK_VIDEO_MSG_GET_VI_QUE_HANDLE, VESK_VIDEO_MSG_SET_ENC_FEC_PARAM};
-    for (const Request& request : kRequests) {
+    for (const auto& request : vesk::messages::kRequests) {
         if (tested.contains(request.number))
             continue;
         EXPECT_TRUE(sent.contains(request.number))

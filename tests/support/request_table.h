@@ -14,9 +14,9 @@
 //              whole line, or, without one, the failure form), the result 1, and nothing is sent
 //     =1       the result after an answer of 9, if not 9
 //
-// with %s for the function's name, %m for the message's, %d for the result, and words for common lines:
-// start, end, unended; function, message and invalid are the failure forms. A call that is Refused writes its
-// steps.
+// with { and } for "#####send " and "#####", %s for the function's name, %m for the message's, %d for the
+// result, and words for common lines: start, end, unended; function, message and invalid are the failure
+// forms. A call that is Refused writes its steps.
 //
 // A record or text that is passed in is the payload, whole. What an Out takes is the answer, whole, and stays
 // as it was when the service refuses.
@@ -30,16 +30,13 @@
 #include <tuple>
 #include <type_traits>
 
-namespace recording {
-
 /// An argument that the table provides: records that are sent, filled, or both.
 struct Room {
     bool isSent, isFilled;
-    size_t entries;
+    size_t entries = 1;
+    Room operator()(size_t count) const { return {isSent, isFilled, count}; }
 };
-constexpr auto In = [](size_t entries = 1) { return Room{true, false, entries}; };
-constexpr auto Out = [](size_t entries = 1) { return Room{false, true, entries}; };
-constexpr auto InOut = [](size_t entries) { return Room{true, true, entries}; };
+constexpr Room In{true, false}, Out{false, true}, InOut{true, true};
 
 /// Bytes that all differ from their neighbours.
 Bytes Pattern(size_t size, unsigned seed = 1);
@@ -62,9 +59,10 @@ struct Row {
     };
 
     template <class... Parameters, class... Arguments>
-    Row(VeskVideoRequest listed, uint16_t number, std::string name, uint32_t (*called)(Parameters...),
+    Row(VeskVideoRequest request, uint16_t number, std::string name, uint32_t (*called)(Parameters...),
         Arguments... arguments)
-        : request(listed), head{0, number, 0, 0, 0, 0}, function(std::move(name))
+        : listed(*vesk::messages::FindRequest(request)), head{0, number, 0, 0, 0, 0},
+          function(std::move(name))
     {
         const std::tuple<Parameters...> values{Provide<Parameters>(arguments)...};
         call = [=](int nulled) {
@@ -107,7 +105,7 @@ struct Row {
         return static_cast<Parameter>(argument);
     }
 
-    VeskVideoRequest request;
+    vesk::messages::Request listed;
     VeskVideoMsgHead head;
     std::string function, source, form, steps;
     std::function<uint32_t(int nulled)> call; // the pointer argument that is null instead; -1: none
@@ -117,8 +115,8 @@ struct Row {
 };
 
 #define ROW(message, number, function, ...)                                                                  \
-    recording::Row(VESK_VIDEO_MSG_##message, number, "VeskVideo" #function,                                  \
-                   VeskVideo##function __VA_OPT__(, ) __VA_ARGS__)
+    Row(VESK_VIDEO_MSG_##message, number, "VeskVideo" #function,                                             \
+        VeskVideo##function __VA_OPT__(, ) __VA_ARGS__)
 
 /// A family's rows; @p source is the source name of its module-log lines, @p form its failure form.
 struct Family {
@@ -126,7 +124,5 @@ struct Family {
 };
 
 /// The lines that steps stand for.
-Lines Expand(const std::string& steps, VeskVideoRequest request,
+Lines Expand(const std::string& steps, const std::string& function, const std::string& message,
              const std::string& source = "vesk_video_interface", uint32_t result = 0);
-
-} // namespace recording

@@ -7,8 +7,6 @@
 
 #include <cstring>
 
-using namespace recording;
-
 namespace {
 
 constexpr VeskVideoMsgHead kHead{0, 27, 3, 0x1122334455667788, 9, 0};

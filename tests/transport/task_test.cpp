@@ -9,8 +9,6 @@
 #include <future>
 #include <pthread.h>
 
-using namespace recording;
-
 // Thread functions of this program that can be made to fail, ahead of the system's.
 static std::string g_failing;
 
