@@ -15,14 +15,14 @@ namespace {
 
 using Delivered = std::tuple<uint32_t, std::optional<Bytes>, uint32_t>; // number, data (none: null), length
 std::vector<Delivered> g_delivered;
-size_t g_readable = 0; // bytes that the test knows to follow the data pointer
+size_t g_readable = 0; // bytes that the test knows to follow the next data pointer
 const std::string kError = "L1 vesk_video_callback ";
 
 uint32_t Record(uint32_t notifyId, void* data, uint32_t dataLen)
 {
     auto& bytes = std::get<1>(g_delivered.emplace_back(notifyId, std::nullopt, dataLen));
     if (const auto* begin = static_cast<const std::byte*>(data); begin != nullptr)
-        bytes.emplace(begin, begin + std::max<size_t>(dataLen, g_readable));
+        bytes.emplace(begin, begin + std::max<size_t>(dataLen, std::exchange(g_readable, 0)));
     return 1;
 }
 
@@ -57,8 +57,7 @@ Lines Receive(uint32_t msgId, const Bytes& payload = {}, const VeskVideoMsgHead&
 /// Installs @p callback, or takes it away.
 void Install(VeskVideoNotifyCallback callback)
 {
-    VeskVideoCallbackInfo info{};
-    info.notifyCallback = callback;
+    const VeskVideoCallbackInfo info{callback, {}};
     EXPECT_EQ(callback != nullptr ? VeskVideoSetCallback(&info) : VeskVideoExit(), 0U);
 }
 
@@ -131,7 +130,6 @@ TEST_F(NotificationTest, EachHandlerTracesAndDelivers)
         const Bytes data = c.data.value_or(c.payload);
         g_readable = data.size();
         const Lines lines = Receive(c.id, c.payload, kHead);
-        g_readable = 0;
         EXPECT_EQ(lines, Expand(c.lines, c.handler, vesk::messages::FindNotification(c.id)->name,
                                 "vesk_video_callback"));
         const Delivered delivered{c.id, data, c.dataLen.value_or(c.payload.size())};

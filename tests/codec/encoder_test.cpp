@@ -7,10 +7,7 @@ static const auto param = Patterned<VeskVideoEncParam>([](auto& p) {
     p.codcType = 4, p.pt = 96, p.w = 1920, p.h = 1080, p.fr = 30, p.br = 4000000000;
     p.secType = -1, p.stmType = -2, p.effect = -3, p.isDtFmtCfg = 255, p.dtFmtCap = 0x100000abcd;
 });
-static const auto svc = [] {
-    auto p = param;
-    return p.codcType = 3, p;
-}();
+static const auto svc = Patterned<VeskVideoEncParam>([](auto& p) { p = param, p.codcType = 3; });
 static const std::string shown = ", pt=96, w=1920, h=1080, fr=30, br=4000000000, stmType=-2, secType=-1, "
                                  "effect=-3, paramLen=72, isDtFmtCfg=255, dtFmtCap=0XABCD";
 

@@ -9,7 +9,6 @@ static const auto one = Patterned<VeskVideoVoMultiPicParam>([](auto& param) {
     p.decFlag = 1, p.inputId = 2, p.sufaceFlag = 3, p.winHandle = 0xfedcba9876543210, p.colorSpace = 4;
     p.mirror = 5, p.showMode = 6, p.basWidth = 7, p.basHeight = 8;
 });
-static const auto none = Patterned<VeskVideoVoMultiPicParam>([](auto& p) { p.picNum = 0; });
 static const auto full = Patterned<VeskVideoVoMultiPicParam>([](auto& p) { p.picNum = 25; });
 static const auto tooMany = Patterned<VeskVideoVoMultiPicParam>([](auto& p) { p.picNum = 26; });
 static const auto mode = Patterned<VeskVideoDisplayInfo>([](auto& p) { p.displayMode = 2, p.fps = 60; });
@@ -24,7 +23,6 @@ static const Family displays("vesk_video_interface", "function", {
         "bas-width[7] bas-height[8] showMode[6] mirror[5]"),
     ROW(SET_VO_SRC, 25, VoSetSrc, 4, &tooMany)
         .Refused(2, "start|L1 Set picNum[26] > VESK_VIDEO_MAX_SUBPIC_NUM"),
-    ROW(SET_VO_SRC, 25, VoSetSrc, 4, &none).Sends({4}, "start|L3 %s: outEngNo=4."),
     ROW(SET_SR_ENABLE, 143, VoSetByomSrEnable, 255)
         .Sends({255}, "L3 Set set byom enable[255]|L3 {%m start}|>unended"),
     ROW(SET_FILTER_WINDOW, 144, AddFilterWindows, 6, 3, In(kBytes))

@@ -29,8 +29,7 @@ TEST(Queue, IsCreatedPreparedAndAnnounced)
     const std::string error = "L1 vesk_video_interface ";
     uint32_t queue = 0;
     Reset();
-    Get().results = {{"OsShmAdvancedBuffCreateQueue", 9},
-                     {"OsShmAdvancedInitQueue", 3}}; // only 3 is reported
+    Get().results = {{"OsShmAdvancedBuffCreateQueue", 9}, {"OsShmAdvancedInitQueue", 3}}; // reported alone
     EXPECT_EQ(VeskVideoBuffCreateQueue(&queue), 3U);
     EXPECT_EQ(queue, 1U);
     EXPECT_EQ(Get().calls,
@@ -56,8 +55,7 @@ TEST(Queue, IsCreatedPreparedAndAnnounced)
     EXPECT_EQ(VeskVideoBuffCreateQueue(nullptr), 1U);
     EXPECT_EQ(RequestLines().back(), error + "VeskVideoBuffCreateQueue: memQueId is NULL!");
 
-    // While one creation is under way, another thread's begin and end: no later one asks for their names
-    // again.
+    // While one creation is under way, others begin and end: no later one asks for their names again.
     Reset();
     Get().duringCreateQueue = [] {
         Get().duringCreateQueue = nullptr;

@@ -50,9 +50,11 @@ Family::Family(const std::string& source, const std::string& form, std::vector<R
     }
 }
 
-Row Row::Sends(Header header, std::string lines, Bytes sent, Bytes filled)
+Row Row::Sends(std::initializer_list<uint64_t> header, std::string lines, Bytes sent, Bytes filled)
 {
-    head = {0, head.msgId, header.sub, header.param1, header.param2, 0};
+    uint64_t field[3] = {}; // ulParam1, ulParam2, uwSubMsgID
+    std::ranges::copy(header, field);
+    head = {0, head.msgId, uint16_t(field[2]), field[0], uint32_t(field[1]), 0};
     steps = lines;
     payload = sent.empty() ? payload : sent;
     answer = filled.empty() ? answer : filled;
@@ -67,12 +69,11 @@ Lines Expand(const std::string& steps, const std::string& function, const std::s
     for (std::string line; std::getline(stream, line, '|');) {
         if (const auto common = kCommonLines.find(line); common != kCommonLines.end())
             line = common->second;
-        for (const auto& [what, with] : {std::pair("{", std::string("#####send ")),
-                                         {"}", "#####"},
-                                         {"%s", function},
-                                         {"%m", message},
-                                         {"%d", std::to_string(result)}})
-            Replace(line, what, with);
+        Replace(line, "{", "#####send ");
+        Replace(line, "}", "#####");
+        Replace(line, "%s", function);
+        Replace(line, "%m", message);
+        Replace(line, "%d", std::to_string(result));
         for (const auto& [sink, origin] : {std::pair('T', function), {'L', source}}) {
             if (line[0] == sink || line[0] == 'B')
                 lines.push_back(sink + line.substr(1, 2) + origin + line.substr(2));
@@ -134,8 +135,6 @@ TEST(Requests, EachOverItsRow)
     std::map<uint32_t, VeskVideoMsgHead> sent; // what the rows of a request have sent in its header, together
     for (const Row& row : AllRows()) {
         row.Drive();
-        if (row.refusal != 0)
-            continue;
         VeskVideoMsgHead& head = sent[row.listed.number];
         head.uwSubMsgID |= row.head.uwSubMsgID;
         head.ulParam1 |= row.head.ulParam1, head.ulParam2 |= row.head.ulParam2;

@@ -3,20 +3,20 @@
 //
 //     ROW(VO_STOP, 28, VoStop, 5).Sends({5}, "start|L3 %s: outEngNo=5."),
 //
-// the names without VESK_VIDEO_MSG_ and VeskVideo, the number, the arguments of the call, the header's
-// ulParam1, ulParam2 and uwSubMsgID, and steps. The row is called for an answer of 0 and for one of 9. The
-// steps are
+// the names without VESK_VIDEO_MSG_ and VeskVideo, the number, the arguments, the header's ulParam1, ulParam2
+// and uwSubMsgID, and steps. It is called twice, and the service answers 0 and 9. The steps are
 //
 //     T3 text, L3 text, B3 text    a line: trace facade, module log or both, with its level
-//     >line    a line after an answer of 0; none: end     >    no such line
-//     !line    a line after an answer of 9; none: the family's failure form
-//     ?1 name  the first pointer argument, then the next, is null: the lines so far, "name is NULL!" (or a
-//              whole line, or, without one, the failure form), the result 1, and nothing is sent
+//     >line    a line after an answer of 0; the default is end, and > alone is no line
+//     !line    a line after an answer of 9; the default is the family's failure form
 //     =1       the result after an answer of 9, if not 9
+//     ?1 name  a call whose first pointer argument, or the next, is null: the lines so far and "name is
+//     NULL!"
+//              (or a whole line; without either, the failure form), the result 1, and nothing is sent
 //
 // with { and } for "#####send " and "#####", %s for the function's name, %m for the message's, %d for the
-// result, and words for common lines: start, end, unended; function, message and invalid are the failure
-// forms. A call that is Refused writes its steps.
+// result, and words for common lines: start, end, unended; function, message and invalid, the failure forms.
+// A call that is Refused writes its steps and sends nothing.
 //
 // A record or text that is passed in is the payload, whole. What an Out takes is the answer, whole, and stays
 // as it was when the service refuses.
@@ -52,17 +52,10 @@ Record Patterned(Set set)
 }
 
 struct Row {
-    struct Header {
-        uint64_t param1 = 0;
-        uint32_t param2 = 0;
-        uint16_t sub = 0;
-    };
-
     template <class... Parameters, class... Arguments>
     Row(VeskVideoRequest request, uint16_t number, std::string name, uint32_t (*called)(Parameters...),
         Arguments... arguments)
-        : listed(*vesk::messages::FindRequest(request)), head{0, number, 0, 0, 0, 0},
-          function(std::move(name))
+        : listed(*vesk::messages::FindRequest(request)), head{0, number, 0, 0, 0, 0}, function(name)
     {
         const std::tuple<Parameters...> values{Provide<Parameters>(arguments)...};
         call = [=](int nulled) {
@@ -74,7 +67,7 @@ struct Row {
         };
     }
 
-    Row Sends(Header header, std::string lines, Bytes sent = {}, Bytes filled = {});
+    Row Sends(std::initializer_list<uint64_t> header, std::string lines, Bytes sent = {}, Bytes filled = {});
     Row Refused(uint32_t result, std::string lines) { return refusal = result, steps = lines, *this; }
     void Drive() const;
     void Call(int nulled, uint32_t result, uint32_t returned, const std::string& lines, bool isSent) const;

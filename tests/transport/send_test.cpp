@@ -26,11 +26,10 @@ uint32_t Query(const void* payload, uint32_t payloadLen, void* out = &g_out, uin
 Lines ErrorLines()
 {
     const std::string origin = "L1 zora_msg_adapt ";
-    Lines lines;
-    for (const std::string& line : Get().lines) {
-        if (line.starts_with(origin))
-            lines.push_back(line.substr(origin.size()));
-    }
+    Lines lines = Get().lines;
+    std::erase_if(lines, [&](const std::string& line) { return !line.starts_with(origin); });
+    for (std::string& line : lines)
+        line.erase(0, origin.size());
     return lines;
 }
 

@@ -21,24 +21,21 @@ static std::string g_failing;
 FAILING(pthread_attr_init, (pthread_attr_t * attr), (attr))
 FAILING(pthread_attr_destroy, (pthread_attr_t * attr), (attr))
 FAILING(pthread_attr_setschedpolicy, (pthread_attr_t * attr, int policy), (attr, policy))
+FAILING(pthread_create,
+        (pthread_t * thread, const pthread_attr_t* attr, void* (*entry)(void*), void* argument),
+        (thread, attr, entry, argument))
 FAILING(pthread_detach, (pthread_t thread), (thread))
 
 static const std::string kGoing = "T3 VeskVideoRegOneMsgTask going reg one task";
 
-static uint32_t Handler(OsMsgEnvelope*)
-{
-    return 0;
-}
+static uint32_t (*const handler)(OsMsgEnvelope*) = [](OsMsgEnvelope*) { return 0U; };
 
-/// A task bound to CPUs 0 and 2; bits above 5 do not count.
-static MsgTaskDesc Task(void* (*entry)(void*) = nullptr, uint32_t stackSize = 0)
+/// A task on CPUs 0 and 2; bits above 5 do not count.
+static MsgTaskDesc Task(void* (*entry)(void*) = nullptr)
 {
     MsgTaskDesc desc{};
     std::strcpy(desc.taskName, "TASK");
-    desc.msgProc = Handler;
-    desc.cpuMask = 0xffffffc5;
-    desc.entry = entry;
-    desc.stackSize = stackSize;
+    desc.msgProc = handler, desc.cpuMask = 0xffffffc5, desc.entry = entry;
     return desc;
 }
 
@@ -46,25 +43,24 @@ TEST(Task, IsRegisteredAndItsThreadStarted)
 {
     static std::promise<std::pair<uint32_t, size_t>> s_started; // number and stack size
     Reset();
-    MsgTaskDesc desc = Task(
-        [](void*) -> void* {
-            size_t stackSize = 0;
-            pthread_attr_t attr;
-            pthread_getattr_np(pthread_self(), &attr);
-            pthread_attr_getstacksize(&attr, &stackSize);
-            pthread_attr_destroy(&attr);
-            s_started.set_value({static_cast<uint32_t>(pthread_self()), stackSize});
-            return nullptr;
-        },
-        1 << 20);
+    MsgTaskDesc desc = Task([](void*) -> void* {
+        size_t stackSize = 0;
+        pthread_attr_t attr;
+        pthread_getattr_np(pthread_self(), &attr);
+        pthread_attr_getstacksize(&attr, &stackSize);
+        pthread_attr_destroy(&attr);
+        s_started.set_value({static_cast<uint32_t>(pthread_self()), stackSize});
+        return nullptr;
+    });
+    desc.stackSize = 1 << 20;
     ASSERT_EQ(VeskVideoRegOneMsgTask(&desc), VESK_VIDEO_OK);
     auto started = s_started.get_future();
     ASSERT_EQ(started.wait_for(std::chrono::seconds(10)), std::future_status::ready);
     const auto [thread, stackSize] = started.get();
     EXPECT_EQ(stackSize >> 20, 1U);
-    EXPECT_EQ(Get().handler, Handler);
-    EXPECT_EQ(Get().calls,
-              (Lines{"OsMsgRegTask TASK 1024", "OsSetProcessAffinity " + std::to_string(thread) + " 5"}));
+    EXPECT_EQ(Get().handler, handler);
+    const std::string bound = "OsSetProcessAffinity " + std::to_string(thread) + " 5";
+    EXPECT_EQ(Get().calls, (Lines{"OsMsgRegTask TASK 1024", bound}));
     EXPECT_EQ(Get().lines, Lines{kGoing});
 }
 
@@ -73,9 +69,10 @@ TEST(Task, EachFailureHasItsLine)
     const std::string origin = "T1 VeskVideoRegOneMsgTask ", policy = "T1 VeskVideoSetThreadSchedparam ";
     const std::string unset = origin + "VeskVideoSetThreadSchedparam fail";
     const auto thread = [](void*) -> void* { return nullptr; };
-    MsgTaskDesc task = Task(), threaded = Task(thread), stack = Task(nullptr, 1), priority = Task();
+    MsgTaskDesc task = Task(), threaded = Task(thread), stack = Task(), priority = Task();
     task.cpuMask = 0;
     threaded.cpuMask = 0x3f;  // all CPUs: no one is asked
+    stack.stackSize = 1;      // below what a thread needs
     priority.priority = 1000; // above what the policy has
     const struct {
         MsgTaskDesc* desc;
@@ -90,6 +87,7 @@ TEST(Task, EachFailureHasItsLine)
         {&task, "pthread_attr_setschedpolicy", 1, {policy + "set schedpolicy fail", unset}, {}},
         {&priority, "", 1, {policy + "set schedparam", unset}, {}},
         {&threaded, "OsMsgRegTask", 1, {origin + "reg msg fail"}, {"OsMsgRegTask TASK 1024"}},
+        {&threaded, "pthread_create", 1, {origin + "create new task fail"}, {"OsMsgRegTask TASK 1024"}},
         {&threaded, "pthread_detach", 0, {origin + "detach not OK\n"}, {"OsMsgRegTask TASK 1024"}},
         {&threaded, "pthread_attr_destroy", 0, {origin + "destroy attr fail"}, {"OsMsgRegTask TASK 1024"}},
         {&task, "OsSetProcessAffinity", 0, {origin + "it is not set mask ok"}, // without an entry there is no thread
@@ -102,9 +100,8 @@ TEST(Task, EachFailureHasItsLine)
         g_failing = c.failing;
         EXPECT_EQ(VeskVideoRegOneMsgTask(c.desc), c.result);
         g_failing.clear();
-        Lines lines = c.lines;
-        lines.insert(lines.begin(), kGoing);
-        EXPECT_EQ(Get().lines, lines);
+        EXPECT_EQ(Get().lines.front(), kGoing);
+        EXPECT_EQ(Lines(Get().lines.begin() + 1, Get().lines.end()), c.lines);
         EXPECT_EQ(Get().calls, c.calls);
     }
     EXPECT_EQ(SysCtrlTaskSetSchedMask(7, 1), 1U);
