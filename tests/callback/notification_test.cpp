@@ -47,8 +47,8 @@ Lines Receive(uint32_t msgId, const Bytes& payload = {}, const VeskVideoMsgHead&
     EXPECT_EQ(lines.front(), "T3 VeskProcDealToNorthInterfaceMsg ##### NorthInterfaceMsg enter #####");
     EXPECT_EQ(lines.end()[-2],
               "T3 VeskVideoCtrlToNorthMsg recv video msg: type=1, msgId=" + std::to_string(msgId) +
-                  ", sendCpuId=2, sendProcName=VIDEO, sendTaskName=VCTL\n\trecvCpuId=3, recvProcName="
-                  "app, recvTaskName=VAPI, dataLen=" +
+                  ", sendCpuId=2, sendProcName=VIDEO, sendTaskName=VCTL\n\trecvCpuId=3, "
+                  "recvProcName=app, recvTaskName=VAPI, dataLen=" +
                   std::to_string(data.size()) + "\n");
     EXPECT_EQ(lines.back(), "T3 VeskProcDealToNorthInterfaceMsg ##### NorthInterfaceMsg end #####");
     return Lines(lines.begin() + 1, lines.end() - 2);

@@ -33,10 +33,7 @@ Lines ErrorLines()
     return lines;
 }
 
-Lines Twice(const std::string& line)
-{
-    return Lines(line.empty() ? 0 : 2, line);
-}
+const auto twice = [](const std::string& line) { return Lines(line.empty() ? 0 : 2, line); };
 
 class SendTest : public testing::Test {
 protected:
@@ -123,12 +120,12 @@ TEST_F(SendTest, AnswersAreJudgedByLengthAndResult)
         Reset();
         Get().answer = [&c](const Sent&) { return c.answer; };
         EXPECT_EQ(Plain(), c.plainResult);
-        EXPECT_EQ(ErrorLines(), Twice(c.plainLine));
+        EXPECT_EQ(ErrorLines(), twice(c.plainLine));
         Get().lines.clear();
         g_out = 0xabababab;
         EXPECT_EQ(Query(nullptr, 0), c.queryResult);
         EXPECT_EQ(g_out, c.queryResult == 0 ? 0 : 0xabababab);
-        EXPECT_EQ(ErrorLines(), Twice(c.queryLine));
+        EXPECT_EQ(ErrorLines(), twice(c.queryLine));
         EXPECT_EQ(Get().unreleased, 0);
     }
 }
@@ -137,16 +134,16 @@ TEST_F(SendTest, ArgumentsAreRefusedBeforeAnythingIsSent)
 {
     const std::pair<std::function<uint32_t()>, Lines> cases[] = {
         // clang-format off
-        {[] { return Plain("x", 0); }, Twice("input param error, rspBufLen=0")},
-        {[] { return Plain("x", 4194281); }, Twice("input param error, rspBufLen=4194281")},
-        {[] { return Plain("x", UINT32_MAX); }, Twice("input param error, rspBufLen=-1")},
-        {[] { return VeskVideoAddFilterWindows(6, UINT32_MAX, "windows"); }, Twice("input param error, rspBufLen=-1")},
+        {[] { return Plain("x", 0); }, twice("input param error, rspBufLen=0")},
+        {[] { return Plain("x", 4194281); }, twice("input param error, rspBufLen=4194281")},
+        {[] { return Plain("x", UINT32_MAX); }, twice("input param error, rspBufLen=-1")},
+        {[] { return VeskVideoAddFilterWindows(6, UINT32_MAX, "windows"); }, twice("input param error, rspBufLen=-1")},
         {[] { return Query(nullptr, 0, nullptr); },
             {"input param error, rspBufLen=4", "input param error, rspBuf rspBufLen=4"}},
         {[] { return Query(nullptr, 0, &g_out, 0); },
             {"input param error, rspBufLen=0", "input param error, rspBuf rspBufLen=0"}},
-        {[] { return Query("x", 4194281); }, Twice("msg data is too long, msgLen=4194281 totalLen=4194305")},
-        {[] { return Query("x", UINT32_MAX); }, Twice("msg data is too long, msgLen=-1 totalLen=23")},
+        {[] { return Query("x", 4194281); }, twice("msg data is too long, msgLen=4194281 totalLen=4194305")},
+        {[] { return Query("x", UINT32_MAX); }, twice("msg data is too long, msgLen=-1 totalLen=23")},
         {[] { return Query(nullptr, 8); }, {"input param error, payload is NULL, payloadLen=8"}},
         // clang-format on
     };
@@ -180,7 +177,7 @@ TEST_F(SendTest, FailedCopiesFailTheSendAndNothingLeaves)
         EXPECT_EQ(Get().sent.size(), failing == 7 ? 1U : 0U);
         EXPECT_EQ(ErrorLines().size(), failing <= 4 ? 1U : failing == 7 ? 2U : 0U);
     }
-    EXPECT_EQ(ErrorLines(), Twice("memcpy_s failed, outBufLen=4 rspBufLen=4"));
+    EXPECT_EQ(ErrorLines(), twice("memcpy_s failed, outBufLen=4 rspBufLen=4"));
     Reset();
     Get().failingCopy = 3;
     EXPECT_EQ(VeskVideoSendAsyncMsg(&kHead), 1U);
@@ -209,7 +206,7 @@ TEST_F(SendTest, ARequestAllocatesOnceAndFailsWithoutMemory)
             const failing_malloc::Scope scope(size);
             EXPECT_EQ(call(), 1U);
         }
-        EXPECT_EQ(ErrorLines(), Twice(line));
+        EXPECT_EQ(ErrorLines(), twice(line));
         EXPECT_TRUE(Get().sent.empty());
     }
     Get().isQuiet = true; // and a request allocates once
