@@ -81,7 +81,7 @@ TEST_F(NotificationTest, EachHandlerTracesAndDelivers)
     std::memset(link.portName, 'p', sizeof link.portName); // a name without a NUL
     const std::string shownLink =
         "T3 VI[-1]:portName[" + std::string(64, 'p') + "] isDec[1] surfaceId[7] dataLen[80]";
-    const Bytes any(5, std::byte{9});
+    const Bytes any(5, std::byte{9}), loop = BytesOf(NotifyLoopState{5, 6});
     const Bytes param1 = BytesOf(kHead.ulParam1), param2 = BytesOf(kHead.ulParam2);
 
     struct Case {
@@ -93,9 +93,9 @@ TEST_F(NotificationTest, EachHandlerTracesAndDelivers)
     };
     std::vector<Case> cases = {
         // clang-format off
-        {0, "MsgOnLocalLoopStateNotify", "entry|T3 loop action=5 result=6", {}, BytesOf(NotifyLoopState{5, 6}), 8},
+        {0, "MsgOnLocalLoopStateNotify", "entry|T3 loop action=5 result=6", {}, loop, 8},
         {1, "MsgOnEncResourceInsufficient", "entry|T3 Enc Resource Insufficient[5]", {}, param1, 4},
-        {2, "MsgOnEncodeOverloadStatusNotify", "entry|L3 MsgOnEncodeOverloadStatusNotify data: encStmNo-3,rts-4.",
+        {2, "MsgOnEncodeOverloadStatusNotify", "entry|L3 %s data: encStmNo-3,rts-4.",
             BytesOf(VeskVideoEncOverloadStatus{3, 4})},
         {3, "MsgOnReCreateDecNotify", "entry|T3 Notify ReCreate Dec[6]", {}, param2, 4},
         {4, "MsgOnDecodeStateNotify", "entry", any},
@@ -105,7 +105,7 @@ TEST_F(NotificationTest, EachHandlerTracesAndDelivers)
             BytesOf(VeskVideoVoPortPlugState{1, {}, 2})},
         {101, "MsgOnVoPortDdcInfoNotify", "entry|T3 ddcInfo:port[1] Width[1920] height[1080] fr[60]",
             BytesOf(VeskVideoVoPortDdcInfo{1, {}, 1920, 1080, 60})},
-        {102, "MsgOnViPortPlusStateNotify", "entry|L3 MsgOnViPortPlusStateNotify:vi in notify port = 1, val = 2",
+        {102, "MsgOnViPortPlusStateNotify", "entry|L3 %s:vi in notify port = 1, val = 2",
             BytesOf(VeskVideoViPortPlugState{1, {}, 2})},
         {103, "MsgOnViPortPixelInfoNotify", "T3 VI[4]:Width=1280, height=720, fr=30, portType=16|"
             "L1 net camera decoder in, stmNo is [9], port is 4|entry",
@@ -143,17 +143,17 @@ TEST_F(NotificationTest, EachHandlerTracesAndDelivers)
 
 TEST_F(NotificationTest, PayloadsAreDeliveredOrRefusedByTheirLength)
 {
-    const std::string null = kError + "data is nullptr!", length = kError + "dataLen error";
-    const std::string unknown = "T3 VeskVideoCtrlToNorthMsg no handle!";
+    const std::string null = kError + "data is nullptr!", size = kError + "dataLen error";
+    const std::string stray = "T3 VeskVideoCtrlToNorthMsg no handle!"; // 65736 has the low 16 bits of 200
     const struct {
         uint32_t id, length;
         std::string refused = {}; // not refused: the entry line alone, for the rest would need more
     } cases[] = {
         // clang-format off
-        {2, 0}, {2, 1}, {2, 7}, {100, 1}, {100, 87}, {101, 1}, {101, 111}, {102, 1}, {102, 135}, {103, 1}, {103, 187},
-        {100, 0, null}, {101, 0, null}, {102, 0, null}, {103, 0, null}, {106, 0, null}, {107, 0, null}, {108, 0, null},
-        {106, 79, length}, {106, 81, length}, {107, 11, length}, {107, 13, length}, {108, 79, length}, {108, 81, length},
-        {200, 0}, {7, 0, unknown}, {99, 0, unknown}, {65536, 0, unknown}, {65536 + 200, 0, unknown},
+        {2, 0}, {2, 1}, {2, 7}, {100, 1}, {100, 87}, {101, 1}, {101, 111}, {102, 1}, {102, 135}, {103, 1},
+        {103, 187}, {200, 0}, {100, 0, null}, {101, 0, null}, {102, 0, null}, {103, 0, null}, {106, 0, null},
+        {107, 0, null}, {108, 0, null}, {106, 79, size}, {106, 81, size}, {107, 11, size}, {107, 13, size},
+        {108, 79, size}, {108, 81, size}, {7, 0, stray}, {99, 0, stray}, {65536, 0, stray}, {65736, 0, stray},
         // clang-format on
     };
     for (const auto& c : cases) {
@@ -242,8 +242,9 @@ TEST_F(NotificationTest, NamesThatCannotBePrintedAreLeftOut)
         {&OsMsgEnvelope::sendTaskName, "a\rb", plain}, {&OsMsgEnvelope::sendProcName, "\n", plain},
         {&OsMsgEnvelope::recvProcName, std::string(16, 'x'), plain},
         {&OsMsgEnvelope::recvTaskName, std::string(16, 'x'), plain},
-        {&OsMsgEnvelope::recvTaskName, std::string("a\0\n", 3),
-            "sendProcName=VIDEO, sendTaskName=VCTL\n\trecvCpuId=3, recvProcName=app, recvTaskName=a, dataLen=24\n"}, // a line feed after the NUL does no harm
+        {&OsMsgEnvelope::recvTaskName, std::string("a\0\n", 3), // a line feed after the NUL does no harm
+            "sendProcName=VIDEO, sendTaskName=VCTL\n"
+            "\trecvCpuId=3, recvProcName=app, recvTaskName=a, dataLen=24\n"},
         // clang-format on
     };
     for (const auto& [field, name, rest] : cases) {

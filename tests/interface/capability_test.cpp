@@ -17,9 +17,9 @@ static const Family capabilities("vesk_video_interface", "message", {
         "profiles=[1,0,0,1,0,0], fecs=[1,0,1]", {}, BytesOf(encoders)),
     ROW(GET_DECODE_CAPABILITY, 99, GetDecodeCapability, Out)
         .Sends({}, "start|L3 Get decode capability start|?1 decodeCapability|"
-        ">L3 PrintVeskVideoDecodeCapability: maxChannel=4000000000|>L3 PrintVeskVideoDecodeCapability: Codec 0: "
-        "support=1, blocksPs=1, maxWidth=2, minWidth=3, maxHeight=4, minHeight=5, isSvc=1, isTile=2, "
-        "profiles=[0,0,0,0,0,1], fecs=[0,0,0]|>T3 {%m msg[0]}\n", {}, BytesOf(decoders)),
+        ">L3 PrintVeskVideoDecodeCapability: maxChannel=4000000000|>L3 PrintVeskVideoDecodeCapability: "
+        "Codec 0: support=1, blocksPs=1, maxWidth=2, minWidth=3, maxHeight=4, minHeight=5, isSvc=1, "
+        "isTile=2, profiles=[0,0,0,0,0,1], fecs=[0,0,0]|>T3 {%m msg[0]}\n", {}, BytesOf(decoders)),
     ROW(GET_CAPABILITY, 153, GetCapability, 6, Out).Sends({0, 6}, "start|?1 capability"),
 });
 // clang-format on

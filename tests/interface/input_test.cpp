@@ -48,8 +48,8 @@ TEST(Input, TheQueueIsWaitedFor)
         std::string lines;
     } cases[] = {
         // clang-format off
-        {{1, 1, 1, 0}, 4, 3, 0, "end"}, {{7}, 1, 0, 7, "function"}, {{4, 2}, 2, 1, 2, "function"},
-        {{4, 3}, 2, 1, 3, "function"}, {{4}, 20, 20, 4, "T1 get queHandle is fail timeout, inEngNo[4]|function"},
+        {{4}, 20, 20, 4, "T1 get queHandle is fail timeout, inEngNo[4]|function"}, {{7}, 1, 0, 7, "function"},
+        {{1, 1, 1, 0}, 4, 3, 0, "end"}, {{4, 2}, 2, 1, 2, "function"}, {{4, 3}, 2, 1, 3, "function"},
         // clang-format on
     };
     for (const auto& c : cases) {

@@ -72,7 +72,7 @@ TEST(Lifecycle, InitAnnouncesTheHooksNameOrTheFallback)
 // Without a receive task Init goes on; each copy that fails has its line.
 TEST(Lifecycle, InitFailsWithItsLines)
 {
-    const std::string module = "L1 vesk_video_interface ";
+    const std::string log = "L1 vesk_video_interface ";
     const struct {
         int failingCopy;
         uint16_t answer;
@@ -80,11 +80,11 @@ TEST(Lifecycle, InitFailsWithItsLines)
         Lines lines;
     } cases[] = {
         // clang-format off
-        {0, 9, 9, {"L1 vesk_video_callback Reg One Msg Task Fail", module + "VESK_VIDEO_MSG_INIT fail[9]."}},
+        {0, 9, 9, {"L1 vesk_video_callback Reg One Msg Task Fail", log + "VESK_VIDEO_MSG_INIT fail[9]."}},
         {1, 0, 0, {"T3 CreateRecvMsgProcEntry memcpy_s fail, taskName[VAPI]"}},
         {2, 0, 1, {"T3 VeskVideoInit memcpy_s fail, procName[MediaCtlSrvPro]",
-                   module + "memcpy_s fail, procName[MediaCtlSrvPro]"}},
-        {3, 0, 1, {"T3 VeskVideoInit memcpy_s fail, taskName[VAPI]", module + "memcpy_s fail, taskName[VAPI]"}},
+                   log + "memcpy_s fail, procName[MediaCtlSrvPro]"}},
+        {3, 0, 1, {"T3 VeskVideoInit memcpy_s fail, taskName[VAPI]", log + "memcpy_s fail, taskName[VAPI]"}},
         // clang-format on
     };
     g_hookResult = 1;

@@ -132,19 +132,18 @@ TEST_F(SendTest, AnswersAreJudgedByLengthAndResult)
 
 TEST_F(SendTest, ArgumentsAreRefusedBeforeAnythingIsSent)
 {
+    const std::string error = "input param error, ";
     const std::pair<std::function<uint32_t()>, Lines> cases[] = {
         // clang-format off
-        {[] { return Plain("x", 0); }, twice("input param error, rspBufLen=0")},
-        {[] { return Plain("x", 4194281); }, twice("input param error, rspBufLen=4194281")},
-        {[] { return Plain("x", UINT32_MAX); }, twice("input param error, rspBufLen=-1")},
-        {[] { return VeskVideoAddFilterWindows(6, UINT32_MAX, "windows"); }, twice("input param error, rspBufLen=-1")},
-        {[] { return Query(nullptr, 0, nullptr); },
-            {"input param error, rspBufLen=4", "input param error, rspBuf rspBufLen=4"}},
-        {[] { return Query(nullptr, 0, &g_out, 0); },
-            {"input param error, rspBufLen=0", "input param error, rspBuf rspBufLen=0"}},
+        {[] { return Plain("x", 0); }, twice(error + "rspBufLen=0")},
+        {[] { return Plain("x", 4194281); }, twice(error + "rspBufLen=4194281")},
+        {[] { return Plain("x", UINT32_MAX); }, twice(error + "rspBufLen=-1")},
+        {[] { return VeskVideoAddFilterWindows(6, UINT32_MAX, "windows"); }, twice(error + "rspBufLen=-1")},
+        {[] { return Query(nullptr, 0, nullptr); }, {error + "rspBufLen=4", error + "rspBuf rspBufLen=4"}},
+        {[] { return Query(nullptr, 0, &g_out, 0); }, {error + "rspBufLen=0", error + "rspBuf rspBufLen=0"}},
         {[] { return Query("x", 4194281); }, twice("msg data is too long, msgLen=4194281 totalLen=4194305")},
         {[] { return Query("x", UINT32_MAX); }, twice("msg data is too long, msgLen=-1 totalLen=23")},
-        {[] { return Query(nullptr, 8); }, {"input param error, payload is NULL, payloadLen=8"}},
+        {[] { return Query(nullptr, 8); }, {error + "payload is NULL, payloadLen=8"}},
         // clang-format on
     };
     for (const auto& [call, lines] : cases) {
