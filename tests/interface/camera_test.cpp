@@ -2,8 +2,8 @@
 #include "support/request_table.h"
 
 static const VeskVideoPresetInfo preset{1, {}, 7};
-static const std::string control = "T3 #####send %s start#####\n|>T3 #####send %s msg[0]#####\n|"
-                                   "!T3 #####send %s msg[9]#####\n|!L1 %s failed, inEngNo=4, ";
+static const std::string control =
+    "T3 {%s start}\n|>T3 {%s msg[0]}\n|!T3 {%s msg[9]}\n|!L1 %s failed, inEngNo=4, ";
 
 // clang-format off
 static const Family cameras("vesk_video_interface", "invalid", {
