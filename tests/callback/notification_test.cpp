@@ -120,7 +120,7 @@ TEST_F(NotificationTest, EachHandlerTracesAndDelivers)
         {208, "MsgOnVideoBgResourceInitReadyNotify", "entry", any},
         // clang-format on
     };
-    for (const uint32_t id : {104, 105, 200, 201, 202, 203, 204, 205, 16, 17, 18, 31})
+    for (const uint32_t id : {104U, 105U, 200U, 201U, 202U, 203U, 204U, 205U, 16U, 17U, 18U, 31U})
         cases.push_back({id, "", "", any});
     std::set<uint32_t> ids;
     for (const Case& c : cases) {

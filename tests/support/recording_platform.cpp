@@ -84,7 +84,7 @@ bool AwaitRoutine()
 
 size_t Times(const std::string& what)
 {
-    return std::ranges::count(Get().lines, what) + std::ranges::count(Get().calls, what);
+    return size_t(std::ranges::count(Get().lines, what) + std::ranges::count(Get().calls, what));
 }
 
 Lines RequestLines()

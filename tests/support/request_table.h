@@ -10,9 +10,8 @@
 //     >line    a line after an answer of 0; the default is end, and > alone is no line
 //     !line    a line after an answer of 9; the default is the family's failure form
 //     =1       the result after an answer of 9, if not 9
-//     ?1 name  a call with null for its first pointer argument, the next ? for the next: the lines so far and
-//              "name is NULL!" (or a whole line; without either, the failure form), the result 1, nothing
-//              sent
+//     ?1 name  a call with null for its first pointer argument, the next ? for the next: the result 1, the
+//              lines so far and "name is NULL!" (or a whole line; without either, the failure form)
 //
 // with { and } for "#####send " and "#####", %s for the function's name, %m for the message's, %d for the
 // result, and words for common lines: start, end, unended; function, message and invalid, the failure forms.
