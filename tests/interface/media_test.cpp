@@ -1,37 +1,27 @@
 // Snapshots, stream loops, wallpapers, annotation, image verification and video-I/O callbacks.
 #include "support/request_table.h"
 
-using namespace request_table;
+#include <array>
 
-static const Family media("vesk_video_interface", FailureForm::kMessage, [] {
-    static auto snapshot = Patterned<VeskVideoSnapshotParam>(7);
-    snapshot.taskId = 4000000000;
-    static const std::string path = "image";
-    static const std::array<uint32_t, 4> loop{1, 2, 3, 0};
-    // clang-format off
-    return Rows{
-        ROW(VESK_VIDEO_MSG_SET_VIO_CALLBACK, 71, VeskVideoSetVioCallback, 4, In()).Head(4)
-            .Says("%s: engNo=4.").Null("param", 2).Fails(FailureForm::kFunction)
-            .FailsFirst("%s fail, engNo[4] result[9]"),
-        ROW(VESK_VIDEO_MSG_GET_SNAPSHOT, 72, VeskVideoGetSnapshot, &snapshot, 2, 3).Head(3, 2).Bare()
-            .Says("Get Snapshot Start!").Start().Null("param")
-            .End("#####send %m msg[0] taskId[4000000000]#####\n"),
-        ROW(VESK_VIDEO_MSG_SET_ANNOTATION_STATUS, 75, VeskVideoSetAnnotationStatus, 65537, 2, 255)
-            .Head(2, 255, 1).Bare().Says("#####send %m start#####\n")
-            .FailsFirst("Set annotation status result[9]")
-            .Fails({"L1 [Send Msg Fail!] ret is Invalid![0x9][0x0]"}),
-        ROW(VESK_VIDEO_MSG_SET_WALLPAPER_INFO, 101, VeskVideoSetDynamicWallpapersStm, In()).Bare()
-            .Says("Set dynamic wallpapers stm start!").Start().NullIs("L1 wallpaperParam is nullptr", 2)
-            .FailsFirst("Set dynamic wallpapers stm result[9]")
-            .Fails({"L1 [Send Msg Fail!] ret is Invalid![0x9][0x0]"}),
-        ROW(VESK_VIDEO_MSG_SET_LOOP_MODE, 118, VeskVideoSetStreamLoop, 1, 2, 3, Out()).Payload(BytesOf(loop))
-            .Bare().Says("#####send %m start#####\n").Null("loopHandle", 2)
-            .Traces("encNo[1] decNo[2] mode[3]").Unended(),
-        ROW(VESK_VIDEO_MSG_SET_LOOP_START, 119, VeskVideoSetStreamLoopEnable, 65537, 1).Head(1, 0, 1).Bare()
-            .Says("#####send %m start 65537 1 #####\n").Unended(),
-        ROW(VESK_VIDEO_MSG_VERYFY_IMAGE, 142, VeskVideoVerifyImage, path.c_str(), In())
-            .Head(reinterpret_cast<uintptr_t>(path.c_str())).Bare().Traces("#####send %m start#####")
-            .Says("%s ender.").Null("filePath", 2).Null("req", 2).Unended().Fails(FailureForm::kFunction),
-    };
-    // clang-format on
+static const auto snapshot = Patterned<VeskVideoSnapshotParam>([](auto& p) { p.taskId = 4000000000; });
+static const char* const path = "image";
+
+// clang-format off
+static const Family media("vesk_video_interface", "message", {
+    ROW(SET_VIO_CALLBACK, 71, SetVioCallback, 4, In)
+        .Sends({4}, "start|L3 %s: engNo=4.|?2 param|!L1 %s fail, engNo[4] result[9]|!function"),
+    ROW(GET_SNAPSHOT, 72, GetSnapshot, &snapshot, 2, 3)
+        .Sends({3, 2}, "L3 Get Snapshot Start!|start|?1 param|>T3 {%m msg[0] taskId[4000000000]}\n"),
+    ROW(SET_ANNOTATION_STATUS, 75, SetAnnotationStatus, 65537, 2, 255).Sends({2, 255, 1}, "L3 {%m start}\n|"
+        "!L1 Set annotation status result[9]|!L1 [Send Msg Fail!] ret is Invalid![0x9][0x0]"),
+    ROW(SET_WALLPAPER_INFO, 101, SetDynamicWallpapersStm, In)
+        .Sends({}, "L3 Set dynamic wallpapers stm start!|start|?2 L1 wallpaperParam is nullptr|"
+        "!L1 Set dynamic wallpapers stm result[9]|!L1 [Send Msg Fail!] ret is Invalid![0x9][0x0]"),
+    ROW(SET_LOOP_MODE, 118, SetStreamLoop, 1, 2, 3, Out).Sends({}, "L3 {%m start}\n|?2 loopHandle|"
+        "T3 encNo[1] decNo[2] mode[3]|>unended", BytesOf(std::array{1U, 2U, 3U, 0U})),
+    ROW(SET_LOOP_START, 119, SetStreamLoopEnable, 65537, 1)
+        .Sends({1, 0, 1}, "L3 {%m start 65537 1 }\n|>unended"),
+    ROW(VERYFY_IMAGE, 142, VerifyImage, path, In).Sends({reinterpret_cast<uintptr_t>(path)}, "T3 {%m start}|"
+        "L3 %s ender.|?2 filePath|?2 req|>unended|!function"),
 });
+// clang-format on

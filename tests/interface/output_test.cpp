@@ -1,39 +1,29 @@
 // Output ports.
 #include "support/request_table.h"
 
-using namespace request_table;
+#include <array>
 
-static const Family outputs("vesk_video_interface", FailureForm::kFunction, [] {
-    constexpr uint32_t kPort = 0xfffffffe; // zero-extended, never sign-extended
-    static const VeskVideoVoPortParam param{1, 4000000000, -3, 4, -5, 6, -7, 8, 255, {}};
-    static const std::array<int32_t, 2> offset{-10, 20};
-    // clang-format off
-    return Rows{
-        ROW(VESK_VIDEO_MSG_GET_VO_COUNT, 7, VeskVideoGetVoCount, Out()).Null("count")
-            .Fails(FailureForm::kMessage),
-        ROW(VESK_VIDEO_MSG_GET_VO_PORT, 8, VeskVideoGetVoPort, Out{2}, 2).Head(2).Null("voPortInfo")
-            .Refuses(2, {}, [] { return VeskVideoGetVoPort(reinterpret_cast<VeskVideoVoPortInfo*>(8), 0); })
-            .Fails(FailureForm::kMessage),
-        ROW(VESK_VIDEO_MSG_OPEN_VO_PORT, 20, VeskVideoVoOpen, kPort, Out()).Head(kPort)
-            .Says("%s: voPort=4294967294.").Null("outEngNo").End("#####send %m msg[0] 77 #####\n"),
-        ROW(VESK_VIDEO_MSG_SET_VO_PARAM, 22, VeskVideoVoSetParam, 5, &param).Head(5).Bare()
-            .Traces("#####send %m start 5 #####\n").Null("voPortParam")
-            .Says("%s:voPortParam: 1 4000000000 -3 4 -5 6 -7 8 255"),
-        ROW(VESK_VIDEO_MSG_SET_VO_QUE_HANDLE, 23, VeskVideoVoSetQueHandle, 2, 7).Head(2, 7)
-            .Says("%s:  outEngNo=2 queHandle=7 "),
-        ROW(VESK_VIDEO_MSG_GET_VO_PARAM, 24, VeskVideoVoGetParam, 5, Out()).Head(5).Bare()
-            .Traces("#####send %m start 5 #####\n").Null("voPortParam"),
-        ROW(VESK_VIDEO_MSG_SET_SCREEN_OFFSET, 26, VeskVideoVoSetOffset, 3, -10, 20).Head(3)
-            .Payload(BytesOf(offset)).Says("%s: outEngNo=3 xOffset=-10 yOffset=20."),
-        ROW(VESK_VIDEO_MSG_VO_START, 27, VeskVideoVoStart, 5).Head(5).Says("%s:  outEngNo=5"),
-        ROW(VESK_VIDEO_MSG_VO_STOP, 28, VeskVideoVoStop, 5).Head(5).Says("%s: outEngNo=5."),
-        ROW(VESK_VIDEO_MSG_VO_CLOSE, 29, VeskVideoVoClose, 5).Head(5).Says("%s: outEngNo=5."),
-        ROW(VESK_VIDEO_MSG_VO_ENABLE, 140, VeskVideoVoEnable, 1).Head(1).Bare()
-            .Traces("#####send %m start 1 #####\n").Says("%s: voPort=1.")
-            .Fails({"T1 %s failed[9] 1.", "L1 %s failed[9] 1."}),
-        ROW(VESK_VIDEO_MSG_VO_DISABLE, 141, VeskVideoVoDisable, 1).Head(1).Bare()
-            .Says("vo disable, voPort=1").Start().Says("%s: voPort=1.")
-            .Fails({"T1 %s failed[9] 1.", "L1 %s failed[9] 1."}),
-    };
-    // clang-format on
+static constexpr uint32_t kPort = 0xfffffffe; // zero-extended, never sign-extended
+static const VeskVideoVoPortParam param{1, 4000000000, -3, 4, -5, 6, -7, 8, 255, {}};
+
+// clang-format off
+static const Family outputs("vesk_video_interface", "function", {
+    ROW(GET_VO_COUNT, 7, GetVoCount, Out).Sends({}, "start|?1 count|!message"),
+    ROW(GET_VO_PORT, 8, GetVoPort, Out(2), 2).Sends({2}, "start|?1 voPortInfo|!message"),
+    ROW(GET_VO_PORT, 8, GetVoPort, Out, 0).Refused(2, "start|message"),
+    ROW(OPEN_VO_PORT, 20, VoOpen, kPort, Out)
+        .Sends({kPort}, "start|L3 %s: voPort=4294967294.|?1 outEngNo|>T3 {%m msg[0] 77 }\n"),
+    ROW(SET_VO_PARAM, 22, VoSetParam, 5, &param)
+        .Sends({5}, "T3 {%m start 5 }\n|?1 voPortParam|L3 %s:voPortParam: 1 4000000000 -3 4 -5 6 -7 8 255"),
+    ROW(SET_VO_QUE_HANDLE, 23, VoSetQueHandle, 2, 7).Sends({2, 7}, "start|L3 %s:  outEngNo=2 queHandle=7 "),
+    ROW(GET_VO_PARAM, 24, VoGetParam, 5, Out).Sends({5}, "T3 {%m start 5 }\n|?1 voPortParam"),
+    ROW(SET_SCREEN_OFFSET, 26, VoSetOffset, 3, -10, 20)
+        .Sends({3}, "start|L3 %s: outEngNo=3 xOffset=-10 yOffset=20.", BytesOf(std::array{-10, 20})),
+    ROW(VO_START, 27, VoStart, 5).Sends({5}, "start|L3 %s:  outEngNo=5"),
+    ROW(VO_STOP, 28, VoStop, 5).Sends({5}, "start|L3 %s: outEngNo=5."),
+    ROW(VO_CLOSE, 29, VoClose, 5).Sends({5}, "start|L3 %s: outEngNo=5."),
+    ROW(VO_ENABLE, 140, VoEnable, 1).Sends({1}, "T3 {%m start 1 }\n|L3 %s: voPort=1.|!B1 %s failed[9] 1."),
+    ROW(VO_DISABLE, 141, VoDisable, 1)
+        .Sends({1}, "L3 vo disable, voPort=1|start|L3 %s: voPort=1.|!B1 %s failed[9] 1."),
 });
+// clang-format on

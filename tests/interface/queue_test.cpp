@@ -3,80 +3,60 @@
 
 #include <gtest/gtest.h>
 
-using namespace recording;
-using namespace request_table;
+static const std::string longest(63, 's'), tooLong(64, 's');
+static std::string Shown(const std::string& name)
+{
+    return "L3 %s enter serverName:" + name + ".|L3 Init advanced queue client, serverName=" + name;
+}
 
-static const Family queues("vesk_video_interface", FailureForm::kFunction, [] {
-    static const std::string longest(63, 's'), tooLong(64, 's');
-    const auto refused = [](const std::string& name, const std::string& line) {
-        return Lines{"L3 %s enter serverName:" + name + '.',
-                     "L3 Init advanced queue client, serverName=" + name, line};
-    };
-    // clang-format off
-    return Rows{
-        ROW(VESK_VIDEO_MSG_ADVANCE_QUE_CLIENT_INIT, 88, VeskVideoAdvancedQueueClientInit, longest.c_str())
-            .Payload(Text(longest)).Null("serverName")
-            .Refuses(1, refused(tooLong, "L1 memcpy_s Fail serverName[" + tooLong + ']'),
-                     CALL(VeskVideoAdvancedQueueClientInit, tooLong.c_str()))
-            .Refuses(2, refused("abc\r", "L3 param serverName has unsafe character"),
-                     CALL(VeskVideoAdvancedQueueClientInit, "abc\r"))
-            .Refuses(2, refused("\nabc", "L3 param serverName has unsafe character"),
-                     CALL(VeskVideoAdvancedQueueClientInit, "\nabc"))
-            .Says("%s enter serverName:" + longest + '.')
-            .Says("Init advanced queue client, serverName=" + longest),
-        ROW(VESK_VIDEO_MSG_DESTROY_QUEUE, 134, VeskVideoBuffDestroyQueue, 5).Head(0, 5).Bare()
-            .Traces("##### %m start#####\n").Says("%s: memQueId=5."),
-    };
-    // clang-format on
+// clang-format off
+static const Family queues("vesk_video_interface", "function", {
+    ROW(ADVANCE_QUE_CLIENT_INIT, 88, AdvancedQueueClientInit, longest.c_str())
+        .Sends({}, "start|?1 serverName|" + Shown(longest)),
+    ROW(ADVANCE_QUE_CLIENT_INIT, 88, AdvancedQueueClientInit, tooLong.c_str())
+        .Refused(1, "start|" + Shown(tooLong) + "|L1 memcpy_s Fail serverName[" + tooLong + ']'),
+    ROW(ADVANCE_QUE_CLIENT_INIT, 88, AdvancedQueueClientInit, "abc\r")
+        .Refused(2, "start|" + Shown("abc\r") + "|L3 param serverName has unsafe character"),
+    ROW(ADVANCE_QUE_CLIENT_INIT, 88, AdvancedQueueClientInit, "\nabc")
+        .Refused(2, "start|" + Shown("\nabc") + "|L3 param serverName has unsafe character"),
+    ROW(DESTROY_QUEUE, 134, BuffDestroyQueue, 5).Sends({0, 5}, "T3 ##### %m start#####\n|L3 %s: memQueId=5."),
 });
+// clang-format on
 
-static const HasOwnTest creation(VESK_VIDEO_MSG_CREATE_QUEUE);
-
+// The only test that creates queues, whose names are counted.
 TEST(Queue, IsCreatedPreparedAndAnnounced)
 {
-    Reset();
+    const std::string error = "L1 vesk_video_interface ";
     uint32_t queue = 0;
-    Get().createQueueResult = 9; // not reported; the number is used again
-    Get().initQueueResult = 3;
+    Reset();
+    Get().results = {{"OsShmAdvancedBuffCreateQueue", 9}, {"OsShmAdvancedInitQueue", 3}}; // reported alone
     EXPECT_EQ(VeskVideoBuffCreateQueue(&queue), 3U);
     EXPECT_EQ(queue, 1U);
-    EXPECT_EQ(Get().initialisedQueues.back(), std::pair(1U, std::string("VIDEO")));
+    EXPECT_EQ(Get().calls,
+              (Lines{"OsShmAdvancedBuffCreateQueue vid_2k_2000_0 1 2000", "OsShmAdvancedInitQueue 1 VIDEO"}));
     EXPECT_TRUE(Get().sent.empty());
-    EXPECT_EQ(RequestLines().back(), "L1 vesk_video_interface VESK_VIDEO_MSG_CREATE_QUEUE fail[3].");
+    EXPECT_EQ(RequestLines().back(), error + "VESK_VIDEO_MSG_CREATE_QUEUE fail[3].");
 
     Reset();
     EXPECT_EQ(VeskVideoBuffCreateQueue(&queue), 0U);
     EXPECT_EQ(queue, 500U);
-    EXPECT_EQ(BytesOf(Get().sent.at(0).Head()), BytesOf(VeskVideoMsgHead{0, 133, 0, 0, 500, 0}));
-    EXPECT_EQ(
-        RequestLines(),
-        (Lines{
-            "L3 vesk_video_interface ##### VeskVideoBuffCreateQueue start#####",
-            "L3 vesk_video_interface memReqCnt[2000]",
-            "T3 VeskVideoBuffCreateQueue OsMemQueReq : name:[vid_2k_2000_0],id[1],cnt[2000]",
-            "L3 vesk_video_interface OsMemQueReq : name:[vid_2k_2000_0],id[1],cnt[2000]",
-            "T3 VeskVideoBuffCreateQueue ##### VeskVideoBuffCreateQueue memQueId[vid_2k_2000_0][500]#####",
-            "T3 VeskVideoBuffCreateQueue #####send VESK_VIDEO_MSG_CREATE_QUEUE msg[0]#####\n",
-        }));
-    EXPECT_EQ(Get().createdQueues.at(0).id, 1U);
-    EXPECT_EQ(Get().createdQueues.at(0).cnt, 2000U);
+    EXPECT_EQ(Get().sent.at(0).data, Block({0, 133, 0, 0, 500, 0}));
+    EXPECT_EQ(RequestLines(), Expand("L3 ##### %s start#####|L3 memReqCnt[2000]|"
+                                     "B3 OsMemQueReq : name:[vid_2k_2000_0],id[1],cnt[2000]|"
+                                     "T3 ##### %s memQueId[vid_2k_2000_0][500]#####|end",
+                                     "VeskVideoBuffCreateQueue", "VESK_VIDEO_MSG_CREATE_QUEUE"));
 
-    Get().answer = [](const Sent&) { return Answer{0, AnswerBytes(9)}; };
+    Reset(9);
     EXPECT_EQ(VeskVideoBuffCreateQueue(&queue), 9U);
-    EXPECT_EQ(RequestLines().back(), "L1 vesk_video_interface VESK_VIDEO_MSG_CREATE_QUEUE fail[9].");
-    EXPECT_STREQ(Get().createdQueues.at(1).name, "vid_2k_2000_1");
+    EXPECT_EQ(RequestLines().back(), error + "VESK_VIDEO_MSG_CREATE_QUEUE fail[9].");
     Get().failingCopy = 1;
     EXPECT_EQ(VeskVideoBuffCreateQueue(&queue), 1U);
-    EXPECT_EQ(RequestLines().back(), "L1 vesk_video_interface memcpy_sp Fail");
+    EXPECT_EQ(RequestLines().back(), error + "memcpy_sp Fail");
     EXPECT_EQ(VeskVideoBuffCreateQueue(nullptr), 1U);
-    EXPECT_EQ(RequestLines().back(), "L1 vesk_video_interface VeskVideoBuffCreateQueue: memQueId is NULL!");
-}
+    EXPECT_EQ(RequestLines().back(), error + "VeskVideoBuffCreateQueue: memQueId is NULL!");
 
-// While one creation is under way, another thread's is begun and ends: no later one asks for its name again.
-TEST(Queue, ASlowCreationDoesNotSetTheNumberBack)
-{
+    // While one creation is under way, others begin and end: no later one asks for their names again.
     Reset();
-    uint32_t queue = 0;
     Get().duringCreateQueue = [] {
         Get().duringCreateQueue = nullptr;
         uint32_t other = 0;
@@ -85,22 +65,17 @@ TEST(Queue, ASlowCreationDoesNotSetTheNumberBack)
     };
     VeskVideoBuffCreateQueue(&queue);
     VeskVideoBuffCreateQueue(&queue);
-    std::vector<std::string> names;
-    for (const OsMemQueReq& created : Get().createdQueues)
-        names.push_back(created.name);
-    ASSERT_EQ(names.size(), 4U);
-    EXPECT_EQ(std::count(names.begin(), names.end(), names.back()), 1) << names.back();
+    EXPECT_EQ(Get().calls.at(6), "OsShmAdvancedBuffCreateQueue vid_2k_2000_5 1 2000");
 }
 
 TEST(Queue, IsSwitchedLocally)
 {
     Reset();
     EXPECT_EQ(VeskVideoActivateQueue(8, 5), 0U);
-    Get().activateQueueResult = 7;
+    Get().results["OsShmAdvancedActivateQueue"] = 7;
     EXPECT_EQ(VeskVideoActivateQueue(9, 0), 1U);
-    EXPECT_EQ(Get().activatedQueues, (std::vector<std::pair<uint32_t, bool>>{{8, true}, {9, false}}));
+    EXPECT_EQ(Get().calls, (Lines{"OsShmAdvancedActivateQueue 8 1", "OsShmAdvancedActivateQueue 9 0"}));
     EXPECT_TRUE(Get().sent.empty());
-    EXPECT_EQ(
-        Get().lines[0],
-        "T3 VeskVideoActivateQueue ##### VeskVideoActivateQueue start queueId[8] bEnableOrDisable[5]#####\n");
+    EXPECT_EQ(Get().lines[0], "T3 VeskVideoActivateQueue ##### VeskVideoActivateQueue start queueId[8] "
+                              "bEnableOrDisable[5]#####\n");
 }

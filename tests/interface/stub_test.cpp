@@ -5,12 +5,12 @@
 
 TEST(Stubs, SendNothingAndLogNothing)
 {
-    recording::Reset();
+    Reset();
     for (const auto stub :
          {VeskVideoReplaceInput, VeskVideoGetOrientation, VeskVideoCamGetPreset, VeskVideoCamGetPosition,
           VeskVideoRemoteMouseSetIndependent, VeskVideoRemoteMouseAttach, VeskVideoRemoteMouseForwardEnable,
           VeskVideoLocalMouseSetShowArea})
         EXPECT_EQ(stub(1, "any", 2.0) + stub(), 0U);
-    EXPECT_TRUE(recording::Get().sent.empty());
-    EXPECT_TRUE(recording::Get().lines.empty());
+    EXPECT_TRUE(Get().sent.empty());
+    EXPECT_TRUE(Get().lines.empty());
 }

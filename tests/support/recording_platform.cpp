@@ -1,52 +1,65 @@
 #include "support/recording_platform.h"
 
 #include "platform/os_log.h"
+#include "platform/os_queue.h"
 #include "platform/os_sysctrl.h"
 #include "platform/secure_memory.h"
 
 #include <algorithm>
-#include <condition_variable>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
-
-namespace recording {
+#include <semaphore>
+#include <sstream>
 
 namespace {
 
 // The receive thread of the library and the test's own thread come here at once.
 std::mutex g_lock;
-std::string g_routine; // the task whose loop was run last
-std::condition_variable g_routineRuns;
+std::counting_semaphore<> g_routineRuns(0);
 constexpr uint32_t kThreshold = 77;
 constexpr uint32_t kLogId = 88;
 
-__attribute__((format(printf, 3, 0))) void Record(const std::string& origin, uint32_t line,
-                                                  const char* format, va_list values)
+__attribute__((format(printf, 6, 0))) void Record(bool isExpected, char sink, uint32_t level,
+                                                  const char* origin, uint32_t line, const char* format,
+                                                  va_list values)
 {
+    if (Get().isQuiet)
+        return;
+    if (!isExpected || line == 0)
+        std::abort();
     char text[8192];
     std::vsnprintf(text, sizeof text, format, values);
     const std::lock_guard guard(g_lock);
-    Get().lines.push_back(origin + text);
+    Get().lines.push_back(sink + std::to_string(level) + ' ' + origin + ' ' + text);
     Get().formats.push_back(format);
     Get().sourceLines.push_back(line);
 }
 
-Sent Copy(const OsMsgEnvelope& envelope)
+template <class... Arguments>
+uint32_t Called(const char* function, const Arguments&... arguments)
 {
-    Sent sent;
-    sent.envelope = envelope;
-    const auto* data = static_cast<const std::byte*>(envelope.data);
-    sent.data.assign(data, data + envelope.dataLen);
-    return sent;
+    std::ostringstream call;
+    call << function;
+    ((call << ' ' << arguments), ...);
+    const std::lock_guard guard(g_lock);
+    Get().calls.push_back(call.str());
+    const auto result = Get().results.find(function);
+    return result != Get().results.end() ? result->second : 0;
 }
 
-bool Fails(int& countdown)
+void Keep(const OsMsgEnvelope& envelope, uint32_t timeout)
 {
-    return countdown > 0 && --countdown == 0;
+    const auto* data = static_cast<const std::byte*>(envelope.data);
+    Get().sent.push_back({envelope, Bytes(data, data + envelope.dataLen), timeout});
 }
+
+/// An answer that the library holds, in a block of exactly its length, so that reading past it is seen.
+struct Handed : OsMsgEnvelope {
+    Bytes bytes;
+};
 
 } // namespace
 
@@ -56,52 +69,41 @@ Platform& Get()
     return platform;
 }
 
-void Reset()
+void Reset(uint16_t result, const Bytes& payload)
 {
     const std::lock_guard guard(g_lock);
     Get() = Platform{};
-    g_routine.clear();
-    Get().answer = [](const Sent&) { return Answer{0, AnswerBytes(0)}; };
+    Get().answer = [=](const Sent&) { return Answer{0, Block({0, 0, result, 0, 0, 0}, payload)}; };
+    Get().results["OsMsgAsynSend"] = result;
 }
 
-std::string AwaitRoutine()
+bool AwaitRoutine()
 {
-    std::unique_lock guard(g_lock);
-    g_routineRuns.wait_for(guard, std::chrono::seconds(10), [] { return !g_routine.empty(); });
-    return g_routine;
+    return g_routineRuns.try_acquire_for(std::chrono::seconds(10));
 }
 
-std::vector<std::string> RequestLines()
+size_t Times(const std::string& what)
 {
-    std::vector<std::string> lines;
-    for (const std::string& line : Get().lines) {
+    return size_t(std::ranges::count(Get().lines, what) + std::ranges::count(Get().calls, what));
+}
+
+Lines RequestLines()
+{
+    Lines lines = Get().lines;
+    std::erase_if(lines, [](const std::string& line) {
         const std::string origin = line.substr(3, line.find(' ', 3) - 3);
-        if (!origin.starts_with("VeskVideoSend") && !origin.starts_with("VeskVideoH") &&
-            origin != "zora_msg_adapt")
-            lines.push_back(line);
-    }
+        return origin.starts_with("VeskVideoSend") || origin.starts_with("VeskVideoH") ||
+               origin == "zora_msg_adapt";
+    });
     return lines;
 }
 
-VeskVideoMsgHead Sent::Head() const
+Bytes Block(const VeskVideoMsgHead& head, const Bytes& payload)
 {
-    VeskVideoMsgHead head;
-    std::memcpy(&head, data.data(), sizeof head);
-    return head;
+    Bytes block = BytesOf(head);
+    block.insert(block.end(), payload.begin(), payload.end());
+    return block;
 }
-
-Bytes AnswerBytes(uint16_t result, const Bytes& payload)
-{
-    VeskVideoMsgHead head{};
-    head.uwSubMsgID = result;
-    Bytes bytes = BytesOf(head);
-    bytes.insert(bytes.end(), payload.begin(), payload.end());
-    return bytes;
-}
-
-} // namespace recording
-
-using namespace recording;
 
 uint32_t ZORA_GetVideoTracLevel(void)
 {
@@ -115,26 +117,20 @@ uint32_t VeskVideoGetPrivateLogId(uint32_t index)
 void ZORA_Trace(uint32_t threshold, uint32_t level, const char* module, const char* function, uint32_t line,
                 const char* format, ...)
 {
-    if (Get().isQuiet)
-        return;
-    if (threshold != kThreshold || std::strcmp(module, "ZORA") != 0 || line == 0)
-        std::abort();
     va_list values;
     va_start(values, format);
-    Record('T' + std::to_string(level) + ' ' + function + ' ', line, format, values);
+    const bool isExpected = threshold == kThreshold && std::strcmp(module, "ZORA") == 0;
+    Record(isExpected, 'T', level, function, line, format, values);
     va_end(values);
 }
 
 void VeskOmLogModuleLogRecord(uint32_t level, uint32_t logId, const char* source, uint32_t sourceLen,
                               uint32_t line, const char* format, ...)
 {
-    if (Get().isQuiet)
-        return;
-    if (logId != kLogId || std::strlen(source) != sourceLen || line == 0)
-        std::abort();
     va_list values;
     va_start(values, format);
-    Record('L' + std::to_string(level) + ' ' + source + ' ', line, format, values);
+    const bool isExpected = logId == kLogId && std::strlen(source) == sourceLen;
+    Record(isExpected, 'L', level, source, line, format, values);
     va_end(values);
 }
 
@@ -142,18 +138,12 @@ uint32_t OsMsgSynSend(OsMsgEnvelope* envelope, OsMsgEnvelope** response, uint32_
 {
     if (Get().isQuiet)
         return 1;
-    Sent sent = Copy(*envelope);
-    sent.isSynchronous = true;
-    sent.timeout = timeoutMs;
-    Get().sent.push_back(sent);
-    const Answer answer = Get().answer(sent);
-    if (answer.data || answer.statedLength) {
-        auto* handed = static_cast<OsMsgEnvelope*>(std::calloc(1, sizeof(OsMsgEnvelope)));
-        handed->dataLen = answer.statedLength.value_or(answer.data ? uint32_t(answer.data->size()) : 0);
-        if (answer.data) {
-            handed->data = std::malloc(std::max<size_t>(answer.data->size(), 1)); // reading past it is seen
-            std::copy(answer.data->begin(), answer.data->end(), static_cast<std::byte*>(handed->data));
-        }
+    Keep(*envelope, timeoutMs);
+    const Answer answer = Get().answer(Get().sent.back());
+    if (answer.data) {
+        auto* handed = new Handed{{}, *answer.data};
+        handed->dataLen = answer.statedLength.value_or(handed->bytes.size());
+        handed->data = handed->bytes.data();
         *response = handed;
         ++Get().unreleased;
     }
@@ -163,32 +153,30 @@ uint32_t OsMsgSynSend(OsMsgEnvelope* envelope, OsMsgEnvelope** response, uint32_
 void OsMsgSynRespFree(OsMsgEnvelope* response)
 {
     --Get().unreleased;
-    std::free(response->data);
-    std::free(response);
+    delete static_cast<Handed*>(response);
 }
 
 uint32_t OsMsgAsynSend(OsMsgEnvelope* envelope)
 {
-    Get().sent.push_back(Copy(*envelope));
-    return Get().asynResult;
+    Keep(*envelope, 0);
+    return Called(__func__);
 }
 
 uint32_t OsMsgRegTask(const char* taskName, uint32_t queueDepth, uint32_t (*msgProc)(OsMsgEnvelope*))
 {
-    Get().tasks.push_back({taskName, queueDepth, msgProc});
-    return Get().regTaskResult;
+    Get().handler = msgProc;
+    return Called(__func__, taskName, queueDepth);
 }
 
 void OsMsgTaskRoutineByName(const char* taskName)
 {
-    const std::lock_guard guard(g_lock);
-    g_routine = taskName;
-    g_routineRuns.notify_all();
+    Called(__func__, taskName);
+    g_routineRuns.release();
 }
 
 void OsMsgSetLogLevel(uint32_t level)
 {
-    Get().logLevel = level;
+    Called(__func__, level);
 }
 void OsMsgRegLogFunc(void (*logFunc)(uint32_t, const char*))
 {
@@ -197,35 +185,32 @@ void OsMsgRegLogFunc(void (*logFunc)(uint32_t, const char*))
 
 int32_t OsSetProcessAffinity(uint32_t threadId, const cpu_set_t* cpuSet, uint32_t)
 {
-    Get().affinities.emplace_back(threadId, *cpuSet);
-    return Get().affinityResult;
+    return static_cast<int32_t>(Called(__func__, threadId, cpuSet->__bits[0]));
 }
 
 uint32_t OsShmAdvancedBuffCreateQueue(OsMemQueReq* request, uint32_t* queueId)
 {
-    Get().createdQueues.push_back(*request);
+    const uint32_t result = Called(__func__, request->name, request->id, request->cnt);
     if (const auto during = Get().duringCreateQueue)
         during();
-    if (Get().createQueueResult == 0)
+    if (result == 0)
         *queueId = 500;
-    return Get().createQueueResult;
+    return result;
 }
 
 uint32_t OsShmAdvancedInitQueue(uint32_t queueId, const char* peerProcName)
 {
-    Get().initialisedQueues.emplace_back(queueId, peerProcName);
-    return Get().initQueueResult;
+    return Called(__func__, queueId, peerProcName);
 }
 
 uint32_t OsShmAdvancedActivateQueue(uint32_t queueId, bool enable)
 {
-    Get().activatedQueues.emplace_back(queueId, enable);
-    return Get().activateQueueResult;
+    return Called(__func__, queueId, enable);
 }
 
 int memcpy_s(void* dest, size_t destMax, const void* src, size_t count)
 {
-    if (dest == nullptr || src == nullptr || count > destMax || Fails(Get().failingCopy))
+    if (dest == nullptr || src == nullptr || count > destMax || --Get().failingCopy == 0)
         return -1;
     std::memcpy(dest, src, count);
     return 0;
@@ -233,7 +218,7 @@ int memcpy_s(void* dest, size_t destMax, const void* src, size_t count)
 
 int memset_s(void* dest, size_t destMax, int value, size_t count)
 {
-    if (dest == nullptr || count > destMax || Fails(Get().failingSet))
+    if (dest == nullptr || count > destMax || --Get().failingSet == 0)
         return -1;
     std::memset(dest, value, count);
     return 0;

@@ -3,69 +3,48 @@
 #pragma once
 
 #include "platform/os_msg.h"
-#include "platform/os_queue.h"
 #include "vesk_video/message.h"
 
 #include <cstddef>
 #include <functional>
+#include <map>
 #include <optional>
-#include <sched.h>
 #include <string>
 #include <vector>
 
-namespace recording {
-
 using Bytes = std::vector<std::byte>;
+using Lines = std::vector<std::string>;
 
-/// One message that the library handed over.
+/// One message that the library handed over; an asynchronous one has no timeout.
 struct Sent {
-    OsMsgEnvelope envelope{};
+    OsMsgEnvelope envelope;
     Bytes data;
-    bool isSynchronous = false;
-    uint32_t timeout = 0;
-
-    VeskVideoMsgHead Head() const;
-    Bytes Payload() const { return Bytes(data.begin() + sizeof(VeskVideoMsgHead), data.end()); }
+    uint32_t timeout;
 };
 
-/// What OsMsgSynSend gives back: a nonzero result, or the data block of an answer (none: no answer). With a
-/// stated length the answer says that it is so long and has no data at all.
+/// What OsMsgSynSend gives back: a nonzero result, or the data block of an answer (none: no answer), which
+/// may state another length.
 struct Answer {
     uint32_t sendResult = 0;
     std::optional<Bytes> data = {};
     std::optional<uint32_t> statedLength = {};
 };
 
-struct RegisteredTask {
-    std::string name;
-    uint32_t depth = 0;
-    uint32_t (*handler)(OsMsgEnvelope*) = nullptr;
-};
-
 struct Platform {
     /// Lines as "T1 Function text" or "L3 source text": sink, level, origin, formatted text.
-    std::vector<std::string> lines;
-    std::vector<std::string> formats;  ///< The formats of the same lines.
+    Lines lines;
+    Lines formats;                     ///< The formats of the same lines.
     std::vector<uint32_t> sourceLines; ///< Where they were written.
     std::vector<Sent> sent;
-    std::vector<RegisteredTask> tasks;
-    std::vector<std::pair<uint32_t, cpu_set_t>> affinities;
+    Lines calls; ///< Other functions with their arguments: "OsShmAdvancedInitQueue 1 VIDEO".
+    uint32_t (*handler)(OsMsgEnvelope*) = nullptr;
     void (*logFunction)(uint32_t, const char*) = nullptr;
-    uint32_t logLevel = 0;
     int unreleased = 0; ///< Answers handed out and not given back.
-    std::vector<OsMemQueReq> createdQueues;
-    std::vector<std::pair<uint32_t, std::string>> initialisedQueues;
-    std::vector<std::pair<uint32_t, bool>> activatedQueues;
 
     // What the platform does.
     std::function<Answer(const Sent&)> answer;
-    uint32_t asynResult = 0;
-    uint32_t regTaskResult = 0;
-    int32_t affinityResult = 0;
-    uint32_t createQueueResult = 0;
+    std::map<std::string, uint32_t> results; ///< Of the functions that do not return 0.
     std::function<void()> duringCreateQueue;
-    uint32_t initQueueResult = 0;
-    uint32_t activateQueueResult = 0;
     int failingCopy = 0;  ///< The n-th memcpy_s from now fails.
     int failingSet = 0;   ///< The n-th memset_s from now fails.
     bool isQuiet = false; ///< Records nothing, so that only the library allocates.
@@ -73,23 +52,24 @@ struct Platform {
 
 Platform& Get();
 
-/// Forgets everything recorded and told; synchronous requests are then answered with 0 and no payload.
-void Reset();
+/// Forgets everything recorded and told. From then on requests are answered with these.
+void Reset(uint16_t result = 0, const Bytes& payload = {});
 
-/// Waits until a receive thread runs a task's loop; the task's name, or nothing after ten seconds.
-std::string AwaitRoutine();
+/// Waits until a receive thread runs its task's loop; false after ten seconds.
+bool AwaitRoutine();
+
+/// How often a line was written or a call made.
+size_t Times(const std::string& what);
 
 /// The lines without the transport's own about sending and receiving.
-std::vector<std::string> RequestLines();
+Lines RequestLines();
 
-/// A data block: a header with @p result, then @p payload.
-Bytes AnswerBytes(uint16_t result, const Bytes& payload = {});
+/// A data block.
+Bytes Block(const VeskVideoMsgHead& head, const Bytes& payload = {});
 
 template <class Record>
-Bytes BytesOf(const Record& record)
+Bytes BytesOf(const Record& record, size_t size = sizeof(Record))
 {
     const auto* begin = reinterpret_cast<const std::byte*>(&record);
-    return Bytes(begin, begin + sizeof record);
+    return Bytes(begin, begin + size);
 }
-
-} // namespace recording

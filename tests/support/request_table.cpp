@@ -3,40 +3,27 @@
 #include <gtest/gtest.h>
 
 #include <set>
+#include <sstream>
 
-using namespace recording;
 using vesk::messages::HeaderField;
-
-namespace request_table {
 
 namespace {
 
-struct Table {
-    std::string source;
-    FailureForm form;
-    std::function<Rows()> rows;
+const std::map<std::string, std::string> kCommonLines = {
+    {"start", "T3 {%m start}\n"},
+    {"end", "T3 {%m msg[0]}\n"},
+    {"unended", "T3 {%m msg[0]}"},
+    {"entry", "T3 %s %m\n"},
+    {"function", "B1 %s failed[%d]."},
+    {"message", "B1 %m fail[%d]."},
+    {"invalid", "L1 [Send Msg Fail!] retVal is Invalid![0x%d][0x0]"},
 };
 
-/// What the families have announced before main, and what their rows have covered.
-struct Coverage {
-    std::vector<Table> tables;
-    std::set<uint32_t> withOwnTest;
-    std::set<uint32_t> withRow;
-    std::set<std::pair<uint32_t, HeaderField>> travelled; // header fields that carried something
-};
-
-Coverage& TheCoverage()
+/// What the families have announced before main.
+std::vector<Row>& AllRows()
 {
-    static Coverage coverage;
-    return coverage;
-}
-
-constexpr HeaderField kFields[] = {HeaderField::kSubMsgID, HeaderField::kParam1, HeaderField::kParam2};
-
-Lines operator+(Lines lines, const Lines& more)
-{
-    lines.insert(lines.end(), more.begin(), more.end());
-    return lines;
+    static std::vector<Row> rows;
+    return rows;
 }
 
 void Replace(std::string& text, const std::string& what, const std::string& with)
@@ -55,156 +42,113 @@ Bytes Pattern(size_t size, unsigned seed)
     return bytes;
 }
 
-Bytes Text(const std::string& text)
+Family::Family(const std::string& source, const std::string& form, std::vector<Row> rows)
 {
-    const auto* begin = reinterpret_cast<const std::byte*>(text.c_str());
-    return Bytes(begin, begin + text.size() + 1);
-}
-
-Row&& Row::Head(uint64_t param1, uint32_t param2, uint16_t sub) &&
-{
-    head_ = {0, head_.msgId, sub, param1, param2, 0};
-    return std::move(*this);
-}
-
-Row&& Row::AddNull(uint32_t result, Lines lines, bool endsWithFailure)
-{
-    refusals_.push_back({withNull_.at(nextNull_++), result, before_ + lines, endsWithFailure});
-    return std::move(*this);
-}
-
-Row&& Row::Null(const std::string& argument, uint32_t result) &&
-{
-    return AddNull(result, {"L1 %s: " + argument + " is NULL!"}, false);
-}
-
-Row&& Row::NullIs(const std::string& line, uint32_t result) &&
-{
-    return AddNull(result, {line}, false);
-}
-
-Row&& Row::NullFails(uint32_t result) &&
-{
-    return AddNull(result, {}, true);
-}
-
-Row&& Row::Refuses(uint32_t result, Lines lines, Call call) &&
-{
-    refusals_.push_back({std::move(call), result, before_ + lines, lines.empty()});
-    return std::move(*this);
-}
-
-Lines Row::FailureLines(uint32_t code) const
-{
-    if (hasOwnFailure_)
-        return failure_;
-    const std::string number = std::to_string(code);
-    if (form_ == FailureForm::kSendInvalid)
-        return {"L1 [Send Msg Fail!] retVal is Invalid![0x" + number + "][0x0]"};
-    const std::string text =
-        form_ == FailureForm::kFunction ? "%s failed[" + number + "]." : "%m fail[" + number + "].";
-    return {"T1 " + text, "L1 " + text};
-}
-
-Lines Row::Whole(const Lines& lines, const std::string& source) const
-{
-    Lines whole = lines;
-    for (std::string& line : whole) {
-        line.insert(3, (line[0] == 'T' ? function_ : source) + ' ');
-        Replace(line, "%s", function_);
-        Replace(line, "%m", message_);
-    }
-    return whole;
-}
-
-void Row::CheckAgainstList() const
-{
-    const auto* listed = vesk::messages::FindRequest(head_.msgId);
-    ASSERT_NE(listed, nullptr);
-    EXPECT_EQ(listedNumber_, head_.msgId);
-    EXPECT_EQ(listed->name, message_);
-    EXPECT_EQ(listed->function, function_);
-    TheCoverage().withRow.insert(head_.msgId);
-    for (const HeaderField field : kFields) {
-        if (ValueOf(head_, field) == 0)
-            continue;
-        EXPECT_TRUE(listed->At(field).IsUsed()) << "a header field travels that the list does not name";
-        TheCoverage().travelled.emplace(head_.msgId, field);
+    for (Row& row : rows) {
+        row.source = source, row.form = form;
+        AllRows().push_back(std::move(row));
     }
 }
 
-void Row::DriveAnswer(uint16_t code, const std::string& source)
+Row Row::Sends(std::initializer_list<uint64_t> header, std::string lines, Bytes sent, Bytes filled)
 {
-    SCOPED_TRACE("the service answers " + std::to_string(code));
-    Reset();
-    if (buffer_ != nullptr && !before_call_.empty())
-        *buffer_ = before_call_;
-    Get().asynResult = code;
-    Get().answer = [&](const Sent&) {
-        return recording::Answer{0, AnswerBytes(code, code == 0 ? answer_ : Bytes())};
-    };
-    EXPECT_EQ(call_(), code == 0 ? 0 : failedResult_);
-    ASSERT_EQ(Get().sent.size(), 1U);
-    EXPECT_EQ(Get().sent[0].isSynchronous, !isAsynchronous_);
-    EXPECT_EQ(Get().sent[0].envelope.msgId, head_.msgId);
-    EXPECT_EQ(Get().sent[0].envelope.dataLen, sizeof head_ + payload_.size());
-    EXPECT_EQ(BytesOf(Get().sent[0].Head()), BytesOf(head_));
-    EXPECT_EQ(Get().sent[0].Payload(), payload_);
-    if (!before_call_.empty()) {
-        EXPECT_EQ(*buffer_, code == 0 ? answer_ : before_call_);
+    uint64_t field[3] = {}; // ulParam1, ulParam2, uwSubMsgID
+    std::ranges::copy(header, field);
+    head = {0, head.msgId, uint16_t(field[2]), field[0], uint32_t(field[1]), 0};
+    steps = lines;
+    payload = sent.empty() ? payload : sent;
+    answer = filled.empty() ? answer : filled;
+    return *this;
+}
+
+Lines Expand(const std::string& steps, const std::string& function, const std::string& message,
+             const std::string& source, uint32_t result)
+{
+    Lines lines;
+    std::istringstream stream(steps);
+    for (std::string line; std::getline(stream, line, '|');) {
+        if (const auto common = kCommonLines.find(line); common != kCommonLines.end())
+            line = common->second;
+        Replace(line, "{", "#####send ");
+        Replace(line, "}", "#####");
+        Replace(line, "%s", function);
+        Replace(line, "%m", message);
+        Replace(line, "%d", std::to_string(result));
+        for (const auto& [sink, origin] : {std::pair('T', function), {'L', source}}) {
+            if (line[0] == sink || line[0] == 'B')
+                lines.push_back(sink + line.substr(1, 2) + origin + line.substr(2));
+        }
     }
-    const Lines after = code == 0 ? end_ : failsFirst_ + FailureLines(code);
-    EXPECT_EQ(RequestLines(), Whole(before_ + after, source));
+    return lines;
+}
+
+void Row::Drive() const
+{
+    SCOPED_TRACE(function + ": " + steps);
+    EXPECT_EQ(head.msgId, listed.number);
+    EXPECT_EQ(listed.function, function);
+    std::string lines, end, failure;
+    uint32_t failed = 9;
+    int nulled = 0;
+    std::istringstream stream(steps);
+    for (std::string step; std::getline(stream, step, '|');) {
+        const std::string rest = step.substr(1);
+        const auto result = uint32_t(rest[0] - '0');
+        if (step[0] == '?') {
+            const std::string what = rest.size() == 1 ? form : rest.substr(2);
+            const bool isName = rest.size() > 1 && what[0] != 'L';
+            Call(nulled++, result, result, lines + (isName ? "L1 %s: " + what + " is NULL!" : what), false);
+        } else if (step[0] == '=') {
+            failed = result;
+        } else if (step[0] == '>' || step[0] == '!') {
+            (step[0] == '>' ? end : failure) += rest + '|';
+        } else {
+            lines += step + '|';
+        }
+    }
+    if (refusal != 0)
+        return Call(-1, refusal, refusal, lines, false);
+    Call(-1, 0, 0, lines + (end.empty() ? "end" : end), true);
+    Call(-1, 9, failed, lines + (failure.empty() ? form : failure), true);
+}
+
+void Row::Call(int nulled, uint32_t result, uint32_t returned, const std::string& lines, bool isSent) const
+{
+    SCOPED_TRACE("result " + std::to_string(result) + ", null argument " + std::to_string(nulled));
+    const bool isFilled = isSent && result == 0 && !answer.empty();
+    Reset(static_cast<uint16_t>(result), isFilled ? answer : Bytes());
+    *room = given;
+    EXPECT_EQ(call(nulled), returned);
+    EXPECT_EQ(RequestLines(), Expand(lines, function, listed.name, source, result));
     EXPECT_EQ(Get().unreleased, 0);
-}
-
-void Row::Drive(const std::string& source, FailureForm familyForm)
-{
-    SCOPED_TRACE(function_);
-    if (!hasOwnForm_)
-        form_ = familyForm;
-    CheckAgainstList();
-    DriveAnswer(0, source);
-    DriveAnswer(9, source);
-    for (const Refusal& refusal : refusals_) {
-        Reset();
-        EXPECT_EQ(refusal.call(), refusal.result);
-        EXPECT_TRUE(Get().sent.empty());
-        const Lines after = refusal.endsWithFailure ? FailureLines(refusal.result) : Lines();
-        EXPECT_EQ(RequestLines(), Whole(refusal.lines + after, source));
+    EXPECT_EQ(*room, isFilled ? answer : given);
+    ASSERT_EQ(Get().sent.size(), isSent ? 1U : 0U);
+    for (const Sent& sent : Get().sent) {
+        EXPECT_EQ(sent.timeout, listed.answer.kind == vesk::messages::Kind::kUnanswered ? 0U : 5000U);
+        EXPECT_EQ(sent.envelope.msgId, head.msgId);
+        EXPECT_EQ(sent.data, Block(head, payload));
     }
 }
-
-Family::Family(std::string source, FailureForm form, std::function<Rows()> rows)
-{
-    TheCoverage().tables.push_back({std::move(source), form, std::move(rows)});
-}
-
-HasOwnTest::HasOwnTest(VeskVideoRequest request)
-{
-    TheCoverage().withOwnTest.insert(request);
-}
-
-} // namespace request_table
-
-using namespace request_table;
 
 TEST(Requests, EachOverItsRow)
 {
-    for (const auto& table : TheCoverage().tables) {
-        for (Row& row : table.rows())
-            row.Drive(table.source, table.form);
+    std::map<uint32_t, VeskVideoMsgHead> sent; // what the rows of a request have sent in its header, together
+    for (const Row& row : AllRows()) {
+        row.Drive();
+        VeskVideoMsgHead& head = sent[row.listed.number];
+        head.uwSubMsgID |= row.head.uwSubMsgID;
+        head.ulParam1 |= row.head.ulParam1, head.ulParam2 |= row.head.ulParam2;
     }
+    // These have tests of their own.
+    std::set<uint32_t> tested{VESK_VIDEO_MSG_INIT, VESK_VIDEO_MSG_CREATE_QUEUE,
+                              VESK_VIDEO_MSG_GET_VI_QUE_HANDLE, VESK_VIDEO_MSG_SET_ENC_FEC_PARAM};
     for (const auto& request : vesk::messages::kRequests) {
-        if (TheCoverage().withOwnTest.contains(request.number))
+        if (tested.contains(request.number))
             continue;
-        if (!TheCoverage().withRow.contains(request.number)) {
-            ADD_FAILURE() << request.name << " has no row in the table of its family";
-            continue;
-        }
-        for (const HeaderField field : kFields) {
-            if (request.At(field).IsUsed() && !TheCoverage().travelled.contains({request.number, field}))
-                ADD_FAILURE() << request.name << ": no row sends " << request.At(field).text;
-        }
+        EXPECT_TRUE(sent.contains(request.number))
+            << request.name << " has no row in the table of its family";
+        for (const auto field : {HeaderField::kSubMsgID, HeaderField::kParam1, HeaderField::kParam2})
+            EXPECT_EQ(ValueOf(sent[request.number], field) != 0, request.At(field).IsUsed())
+                << request.name << ": its rows must send " << request.At(field).text << " and nothing else";
     }
 }

@@ -1,14 +1,24 @@
 // Tables of requests: what is called, what must leave, what must come back, which lines are written. One test
-// drives all rows of all families (request_table.cpp); what follows from a rule is not written in a row:
+// drives all rows of all families (request_table.cpp). A row is
 //
-// - A row begins with the common start line, unless Bare drops it, and ends with the common end line or,
-//   after the service's code 9, with its family's failure form.
-// - A record that is passed in is the payload, whole. What an Out takes is the answer, whole, and stays as it
-//   was when the service refuses.
-// - Null gives the call a null pointer in place of its first pointer argument, then of the next: the call
-//   writes the row's lines so far and the line about the null argument, and sends nothing.
+//     ROW(VO_STOP, 28, VoStop, 5).Sends({5}, "start|L3 %s: outEngNo=5."),
 //
-// In lines "%s" stands for the function's name and "%m" for the message's.
+// the names without VESK_VIDEO_MSG_ and VeskVideo, the number, the arguments, the header's ulParam1, ulParam2
+// and uwSubMsgID, and steps. It is called twice, and the service answers 0 and 9. The steps are
+//
+//     T3 text, L3 text, B3 text    a line: trace facade, module log or both, with its level
+//     >line    a line after an answer of 0; the default is end, and > alone is no line
+//     !line    a line after an answer of 9; the default is the family's failure form
+//     =1       the result after an answer of 9, if not 9
+//     ?1 name  a call with null for its first pointer argument, the next ? for the next: the result 1, the
+//              lines so far and "name is NULL!" (or a whole line; without either, the failure form)
+//
+// with { and } for "#####send " and "#####", %s for the function's name, %m for the message's, %d for the
+// result, and words for common lines: start, end, unended; function, message and invalid, the failure forms.
+// A call that is Refused writes its steps and sends nothing.
+//
+// A record or text that is passed in is the payload, whole. What an Out takes is the answer, whole, and stays
+// as it was when the service refuses.
 #pragma once
 
 #include "support/recording_platform.h"
@@ -16,187 +26,95 @@
 
 #include <cstring>
 #include <memory>
-#include <string>
 #include <tuple>
 #include <type_traits>
-#include <vector>
 
-namespace request_table {
-
-using recording::Bytes;
-using recording::BytesOf;
-using Lines = std::vector<std::string>;
-using Call = std::function<uint32_t()>;
-
-/// Arguments that the table provides: @p entries records to be filled, or to be sent and then filled.
-struct Out {
+/// An argument that the table provides: records that are sent, filled, or both.
+struct Room {
+    bool isSent, isFilled;
     size_t entries = 1;
+    Room operator()(size_t count) const { return {isSent, isFilled, count}; }
 };
-struct InOut {
-    size_t entries = 1;
-};
-/// A record of bytes that all differ from their neighbours.
-struct In {};
+constexpr Room In{true, false}, Out{false, true}, InOut{true, true};
 
-Bytes Pattern(size_t size, unsigned seed);
+/// Bytes that all differ from their neighbours.
+Bytes Pattern(size_t size, unsigned seed = 1);
 
-template <class Record>
-Record Patterned(unsigned seed)
+/// A record of such bytes, of which @p set then changes some.
+template <class Record, class Set>
+Record Patterned(Set set)
 {
     Record record;
-    std::memcpy(&record, Pattern(sizeof record, seed).data(), sizeof record);
+    std::memcpy(&record, Pattern(sizeof record).data(), sizeof record);
+    set(record);
     return record;
 }
 
-/// Bytes of a text with its NUL.
-Bytes Text(const std::string& text);
-
-enum class FailureForm { kFunction, kMessage, kSendInvalid };
-
-class Row {
-public:
+struct Row {
     template <class... Parameters, class... Arguments>
-    Row(std::string message, uint32_t listedNumber, uint16_t number, std::string function,
-        uint32_t (*called)(Parameters...), Arguments... arguments)
-        : message_(std::move(message)), listedNumber_(listedNumber), head_{0, number, 0, 0, 0, 0},
-          function_(std::move(function))
+    Row(VeskVideoRequest request, uint16_t number, std::string name, uint32_t (*called)(Parameters...),
+        Arguments... arguments)
+        : listed(*vesk::messages::FindRequest(request)), head{0, number, 0, 0, 0, 0}, function(name)
     {
         const std::tuple<Parameters...> values{Provide<Parameters>(arguments)...};
-        call_ = [=] { return std::apply(called, values); };
-        NullEach(called, values, std::index_sequence_for<Parameters...>());
-        AddStart();
+        call = [=](int nulled) {
+            const auto pass = [&](auto value) {
+                return std::is_pointer_v<decltype(value)> && nulled-- == 0 ? decltype(value)() : value;
+            };
+            const auto with = [&](auto... value) { return std::tuple{pass(value)...}; };
+            return std::apply(called, std::apply(with, values));
+        };
     }
 
-    // What the message carries.
-    Row&& Head(uint64_t param1, uint32_t param2 = 0, uint16_t sub = 0) &&;
-    Row&& Payload(Bytes bytes) && { return payload_ = std::move(bytes), std::move(*this); }
-    Row&& Answer(Bytes bytes) && { return answer_ = std::move(bytes), std::move(*this); }
-    Row&& IsAsynchronous() && { return isAsynchronous_ = true, std::move(*this); }
+    Row Sends(std::initializer_list<uint64_t> header, std::string lines, Bytes sent = {}, Bytes filled = {});
+    Row Refused(uint32_t result, std::string lines) { return refusal = result, steps = lines, *this; }
+    void Drive() const;
+    void Call(int nulled, uint32_t result, uint32_t returned, const std::string& lines, bool isSent) const;
 
-    // Lines before the message leaves, in their order. Says: module log; Traces: trace facade; Both: one
-    // after the other.
-    Row&& Bare() && { return before_.clear(), std::move(*this); }
-    Row&& Says(const std::string& text) && { return Add("L3 " + text), std::move(*this); }
-    Row&& Traces(const std::string& text) && { return Add("T3 " + text), std::move(*this); }
-    Row&& Both(const std::string& text) && { return std::move(*this).Traces(text).Says(text); }
-    Row&& Start() && { return AddStart(), std::move(*this); }
-
-    // Refusals, which write the row's lines so far and their own.
-    Row&& Null(const std::string& argument, uint32_t result = 1) &&;
-    Row&& NullIs(const std::string& line, uint32_t result) &&;
-    Row&& NullFails(uint32_t result) &&; ///< Refused by the transport: the failure form follows.
-    Row&& Refuses(uint32_t result, Lines lines, Call call) &&;
-
-    // Lines after the answer.
-    Row&& End(const std::string& text) && { return end_ = {"T3 " + text}, std::move(*this); }
-    Row&& Ends(Lines lines) && { return end_ = std::move(lines), std::move(*this); }
-    Row&& Unended() && { return std::move(*this).End("#####send %m msg[0]#####"); }
-    Row&& Fails(Lines lines) &&
+    template <class Parameter>
+    Parameter Provide(Room size)
     {
-        return failure_ = std::move(lines), hasOwnFailure_ = true, std::move(*this);
+        using Value = std::remove_pointer_t<Parameter>;
+        if constexpr (!std::is_void_v<Value>)
+            size.entries *= sizeof(Value);
+        given = Pattern(size.entries, 5);
+        *room = given;
+        payload = size.isSent ? given : Bytes();
+        if (size.isFilled)
+            answer = Pattern(size.entries, 3);
+        if constexpr (std::is_integral_v<Value>)
+            answer = BytesOf(Value{77});
+        return reinterpret_cast<Parameter>(room->data());
     }
-    Row&& Fails(FailureForm form) && { return form_ = form, hasOwnForm_ = true, std::move(*this); }
-    Row&& FailsFirst(const std::string& text) && { return failsFirst_ = {"L1 " + text}, std::move(*this); }
-    Row&& FailsAs(uint32_t result) && { return failedResult_ = result, std::move(*this); }
-
-    /// Drives the row and all its refusals.
-    void Drive(const std::string& source, FailureForm familyForm);
-
-private:
-    struct Refusal {
-        Call call;
-        uint32_t result;
-        Lines lines;
-        bool endsWithFailure;
-    };
 
     template <class Parameter, class Argument>
     Parameter Provide(Argument argument)
     {
-        using Value = std::remove_pointer_t<Parameter>;
-        if constexpr (std::is_same_v<Argument, Out> || std::is_same_v<Argument, InOut>) {
-            const size_t size = argument.entries * sizeof(Value);
-            before_call_ = Pattern(size, 0xc0);
-            buffer_ = std::make_shared<Bytes>(before_call_);
-            if constexpr (std::is_same_v<Argument, InOut>)
-                payload_ = before_call_;
-            if constexpr (std::is_integral_v<Value>)
-                answer_ = BytesOf(Value{77});
-            else
-                answer_ = Pattern(size, 3);
-            return reinterpret_cast<Parameter>(buffer_->data());
-        } else if constexpr (std::is_same_v<Argument, In>) {
-            payload_ = Pattern(sizeof(Value), 5);
-            buffer_ = std::make_shared<Bytes>(payload_);
-            return reinterpret_cast<Parameter>(buffer_->data());
-        } else {
-            if constexpr (std::is_pointer_v<Argument> && std::is_class_v<Value>)
-                payload_ = BytesOf(*argument);
-            return static_cast<Parameter>(argument);
-        }
+        if constexpr (std::is_same_v<Argument, const char*>)
+            payload = BytesOf(*argument, std::strlen(argument) + 1);
+        else if constexpr (std::is_class_v<std::remove_pointer_t<Argument>>)
+            payload = BytesOf(*argument);
+        return static_cast<Parameter>(argument);
     }
 
-    template <class Function, class Values, size_t... i>
-    void NullEach(Function called, const Values& values, std::index_sequence<i...>)
-    {
-        [[maybe_unused]] const auto nullAt = [&](auto index) {
-            if constexpr (std::is_pointer_v<std::tuple_element_t<index, Values>>) {
-                Values changed = values;
-                std::get<index>(changed) = nullptr;
-                withNull_.push_back([=] { return std::apply(called, changed); });
-            }
-        };
-        (nullAt(std::integral_constant<size_t, i>()), ...);
-    }
-
-    void AddStart() { Add("T3 #####send %m start#####\n"); }
-    void Add(std::string line) { before_.push_back(std::move(line)); }
-    Row&& AddNull(uint32_t result, Lines lines, bool endsWithFailure);
-    Lines FailureLines(uint32_t code) const;
-    Lines Whole(const Lines& lines, const std::string& source) const;
-    void DriveAnswer(uint16_t code, const std::string& source);
-    void CheckAgainstList() const;
-
-    const std::string message_;
-    const uint32_t listedNumber_;
-    VeskVideoMsgHead head_;
-    const std::string function_;
-    Call call_;
-    std::vector<Call> withNull_;
-    size_t nextNull_ = 0;
-    Bytes payload_;
-    Bytes answer_;
-    Bytes before_call_;
-    std::shared_ptr<Bytes> buffer_;
-    bool isAsynchronous_ = false;
-    Lines before_;
-    std::vector<Refusal> refusals_;
-    Lines end_{"T3 #####send %m msg[0]#####\n"};
-    Lines failsFirst_;
-    Lines failure_;
-    bool hasOwnFailure_ = false;
-    FailureForm form_{};
-    bool hasOwnForm_ = false;
-    uint32_t failedResult_ = 9;
+    vesk::messages::Request listed;
+    VeskVideoMsgHead head;
+    std::string function, source, form, steps;
+    std::function<uint32_t(int nulled)> call; // the pointer argument that is null instead; -1: none
+    std::shared_ptr<Bytes> room = std::make_shared<Bytes>();
+    Bytes given, payload, answer;
+    uint32_t refusal = 0;
 };
 
-/// A row: the message's name and number, the function, its arguments.
 #define ROW(message, number, function, ...)                                                                  \
-    request_table::Row(#message, message, number, #function, function __VA_OPT__(, ) __VA_ARGS__)
+    Row(VESK_VIDEO_MSG_##message, number, "VeskVideo" #function,                                             \
+        VeskVideo##function __VA_OPT__(, ) __VA_ARGS__)
 
-/// A call of a refusal.
-#define CALL(function, ...) [=] { return function(__VA_ARGS__); }
-
-using Rows = std::vector<Row>;
-
-/// Takes part in the test of all tables; @p source is the source name of the family's module-log lines.
+/// A family's rows; @p source is the source name of its module-log lines, @p form its failure form.
 struct Family {
-    Family(std::string source, FailureForm form, std::function<Rows()> rows);
+    Family(const std::string& source, const std::string& form, std::vector<Row> rows);
 };
 
-/// Says that a request has a test of its own instead of a row.
-struct HasOwnTest {
-    explicit HasOwnTest(VeskVideoRequest request);
-};
-
-} // namespace request_table
+/// The lines that steps stand for.
+Lines Expand(const std::string& steps, const std::string& function, const std::string& message,
+             const std::string& source = "vesk_video_interface", uint32_t result = 0);

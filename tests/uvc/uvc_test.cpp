@@ -1,23 +1,17 @@
 // UVC streams.
 #include "support/request_table.h"
 
-using namespace request_table;
-
-static const Family streams("vesk_video_interface_uvc", FailureForm::kSendInvalid, [] {
-    // clang-format off
-    return Rows{
-        ROW(VESK_VIDEO_MSG_INIT_UVC, 48, VeskVideoUvcInit).IsAsynchronous().FailsAs(1),
-        ROW(VESK_VIDEO_MSG_DEINIT_UVC, 49, VeskVideoUvcDeinit).IsAsynchronous().FailsAs(1),
-        ROW(VESK_VIDEO_MSG_OPEN_UVC_PORT, 50, VeskVideoUvcOpen, Out()).Null("uvcStmNo").FailsAs(1),
-        ROW(VESK_VIDEO_MSG_SET_UVC_PARAM, 51, VeskVideoUvcSetStmParam, 0xfffffffe, In()).Head(0xfffffffe)
-            .Null("uvcParam"),
-        ROW(VESK_VIDEO_MSG_SET_UVC_PARAM_EX, 52, VeskVideoUvcSetStmParamEx, 3, In()).Head(3)
-            .Null("uvcParam"),
-        ROW(VESK_VIDEO_MSG_START_UVC_STREAM, 53, VeskVideoUvcStartStream, 3).Head(3),
-        ROW(VESK_VIDEO_MSG_STOP_UVC_STREAM, 54, VeskVideoUvcStopStream, 3).Head(3),
-        ROW(VESK_VIDEO_MSG_CLOSE_UVC_PORT, 55, VeskVideoUvcClose, 3).Head(3),
-        ROW(VESK_VIDEO_MSG_UVC_REQ_I_FRAME, 131, VeskVideoUvcForceKeyFrame, 7).Head(7)
-            .Refuses(11, {"L1 uvcStmNo[8] is invaild\n"}, CALL(VeskVideoUvcForceKeyFrame, 8)).FailsAs(1),
-    };
-    // clang-format on
+// clang-format off
+static const Family streams("vesk_video_interface_uvc", "invalid", {
+    ROW(INIT_UVC, 48, UvcInit).Sends({}, "start|=1"),
+    ROW(DEINIT_UVC, 49, UvcDeinit).Sends({}, "start|=1"),
+    ROW(OPEN_UVC_PORT, 50, UvcOpen, Out).Sends({}, "start|?1 uvcStmNo|=1"),
+    ROW(SET_UVC_PARAM, 51, UvcSetStmParam, 0xfffffffe, In).Sends({0xfffffffe}, "start|?1 uvcParam"),
+    ROW(SET_UVC_PARAM_EX, 52, UvcSetStmParamEx, 3, In).Sends({3}, "start|?1 uvcParam"),
+    ROW(START_UVC_STREAM, 53, UvcStartStream, 3).Sends({3}, "start"),
+    ROW(STOP_UVC_STREAM, 54, UvcStopStream, 3).Sends({3}, "start"),
+    ROW(CLOSE_UVC_PORT, 55, UvcClose, 3).Sends({3}, "start"),
+    ROW(UVC_REQ_I_FRAME, 131, UvcForceKeyFrame, 7).Sends({7}, "start|=1"),
+    ROW(UVC_REQ_I_FRAME, 131, UvcForceKeyFrame, 8).Refused(11, "start|L1 uvcStmNo[8] is invaild\n"),
 });
+// clang-format on
