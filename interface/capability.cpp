@@ -67,11 +67,11 @@ uint32_t VeskVideoGetEncodeCapability(VeskVideoEncodeCapability* encodeCapabilit
     if (IS_NULL(encodeCapability))
         return VESK_VIDEO_ERR_FAILURE;
     const uint32_t ret = Query<VESK_VIDEO_MSG_GET_ENCODE_CAPABILITY>({}, encodeCapability);
-    ret == VESK_VIDEO_OK ? DONE(VESK_VIDEO_MSG_GET_ENCODE_CAPABILITY)
-                         : MESSAGE_FAILED(VESK_VIDEO_MSG_GET_ENCODE_CAPABILITY, ret);
-    if (ret == VESK_VIDEO_OK)
-        PrintVeskVideoEncodeCapability(encodeCapability);
-    return ret;
+    if (ret != VESK_VIDEO_OK)
+        return MESSAGE_FAILED(VESK_VIDEO_MSG_GET_ENCODE_CAPABILITY, ret);
+    const uint32_t done = DONE(VESK_VIDEO_MSG_GET_ENCODE_CAPABILITY);
+    PrintVeskVideoEncodeCapability(encodeCapability);
+    return done;
 }
 
 uint32_t VeskVideoGetDecodeCapability(VeskVideoDecodeCapability* decodeCapability)
