@@ -7,25 +7,21 @@
 FORKED_TEST(HostMessage, ThreadsAreBoundToTheCpusThatTheyAreToldOf)
 {
     static cpu_set_t s_cpus; // of the message thread, as its handler has seen them last
-    cpu_set_t usable, one, none;
+    cpu_set_t usable, one{}, none{};
     ASSERT_EQ(sched_getaffinity(0, sizeof usable, &usable), 0);
     int last = CPU_SETSIZE - 1;
     while (!CPU_ISSET(last, &usable))
         --last;
-    CPU_ZERO(&none);
-    CPU_ZERO(&one);
     CPU_SET(last, &one);
     ASSERT_EQ(HostMsgSetProcName("self"), 0U);
-    Served task(
-        "task",
-        [](OsMsgEnvelope* message) {
-            pthread_getaffinity_np(pthread_self(), sizeof s_cpus, &s_cpus);
-            return Echo(message);
-        },
-        false);
+    const Handler look = [](OsMsgEnvelope* message) {
+        pthread_getaffinity_np(pthread_self(), sizeof s_cpus, &s_cpus);
+        return Echo(message);
+    };
+    Served task("task", look, false);
     std::mutex held;
     held.lock();
-    task.loop = std::thread([&] {
+    task.loop = std::jthread([&] {
         const std::lock_guard guard(held); // does not run its loop before it may
         OsMsgTaskRoutineByName("task");
     });

@@ -17,12 +17,11 @@ std::pair<std::string, std::string> Logged(const RuntimeDir& directory, const st
                                            const std::map<std::string, std::string>& environment = {})
 {
     const std::string file = directory.File("log"), errors = directory.File("stderr");
-    Child child = Child::Fork([&] {
+    InFork([&] {
         setenv("VESK_LOG_TARGET", target.c_str(), 1);
         for (const auto& [name, value] : environment)
             setenv(name.c_str(), value.c_str(), 1);
-        if (freopen(errors.c_str(), "w", stderr) == nullptr)
-            _exit(1);
+        EXPECT_NE(freopen(errors.c_str(), "w", stderr), nullptr);
         for (uint32_t level = 0; level <= 4; ++level)
             ZORA_Trace(ZORA_GetVideoTracLevel(), level, "ZORA", "Function", level + 10, "error %d\n", 5);
         VeskOmLogModuleLogRecord(1, VeskVideoGetPrivateLogId(0), "source!", 6, 21, "a\nb\tc\x1b[2J%s\x7f\n\n",
@@ -31,7 +30,6 @@ std::pair<std::string, std::string> Logged(const RuntimeDir& directory, const st
             VeskOmLogModuleLogRecord(level, VeskVideoGetPrivateLogId(0), "source", 6, level + 20, "%s",
                                      std::string(level == 3 ? 9000 : 3, 'x').c_str());
     });
-    EXPECT_EQ(child.Wait(), 0);
     return {Contents(file), Contents(errors)};
 }
 
@@ -56,7 +54,7 @@ TEST(HostLog, IsSilentButForErrorsAndKeepsARecordOnALine)
     EXPECT_EQ(Bare(Logged(directory, "stderr").second), expected);
     EXPECT_EQ(Bare(Logged(directory, "").second), expected);
     EXPECT_EQ(Logged(directory, "none").second, "");
-    const std::string unwritable = Logged(directory, "file:" + directory.Path()).second;
+    const std::string unwritable = Logged(directory, "file:" + directory.path).second;
     EXPECT_NE(unwritable.find("stderr is used\n"), std::string::npos);
     EXPECT_NE(Bare(unwritable).find(expected), std::string::npos);
 }
@@ -86,18 +84,6 @@ TEST(HostLog, ThresholdsAreSetApartAndFilesAreRotated)
 
 TEST(HostLog, BadSettingsAreNamedAndTheDefaultHolds)
 {
-    const auto read = [](const std::string& variable, const std::string& text) {
-        setenv(variable.c_str(), text.c_str(), 1);
-        testing::internal::CaptureStderr();
-        const vesk::host::LogSettings settings = vesk::host::ReadLogSettings();
-        unsetenv(variable.c_str());
-        std::map<std::string, std::string> values = {{"TRACE_LEVEL", std::to_string(settings.traceLevel)},
-                                                     {"LOG_LEVEL", std::to_string(settings.logLevel)},
-                                                     {"LOG_FILE_SIZE", std::to_string(settings.fileSize)},
-                                                     {"LOG_FILES", std::to_string(settings.fileCount)},
-                                                     {"LOG_TARGET", settings.target}};
-        return values[variable.substr(5)] + ' ' + testing::internal::GetCapturedStderr();
-    };
     const struct {
         std::string variable, standard, good, bad, wanted;
     } cases[] = {
@@ -110,12 +96,21 @@ TEST(HostLog, BadSettingsAreNamedAndTheDefaultHolds)
          "printer file:", "none of stderr, syslog, none, file:PATH; stderr is used"},
     };
     for (const auto& c : cases) {
+        const auto read = [&](const std::string& text) {
+            setenv(c.variable.c_str(), text.c_str(), 1);
+            testing::internal::CaptureStderr();
+            const vesk::host::LogSettings settings = vesk::host::ReadLogSettings();
+            unsetenv(c.variable.c_str());
+            const std::string values[] = {
+                std::to_string(settings.traceLevel), std::to_string(settings.logLevel),
+                std::to_string(settings.fileSize), std::to_string(settings.fileCount), settings.target};
+            return values[&c - cases] + ' ' + testing::internal::GetCapturedStderr();
+        };
         std::istringstream good(c.good), bad(c.bad);
-        EXPECT_EQ(read(c.variable, ""), c.standard + ' ');
+        EXPECT_EQ(read(""), c.standard + ' ');
         for (std::string text; good >> text;)
-            EXPECT_EQ(read(c.variable, text), text + ' ');
+            EXPECT_EQ(read(text), text + ' ');
         for (std::string text; bad >> text;)
-            EXPECT_EQ(read(c.variable, text),
-                      c.standard + ' ' + c.variable + "='" + text + "' is " + c.wanted + '\n');
+            EXPECT_EQ(read(text), c.standard + ' ' + c.variable + "='" + text + "' is " + c.wanted + '\n');
     }
 }
