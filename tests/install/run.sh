@@ -21,8 +21,8 @@ export PKG_CONFIG_LIBDIR=$prefix/$libdir/pkgconfig
 read -ra wanted <<<"$(pkg-config --cflags --libs vesk_video_interface)"
 "$cc" "${flags[@]}" -std=c11 -Wall -Wextra -Werror "$here/application.c" "${wanted[@]}" -o "$work/application_c"
 echo '#include "platform/os_msg.h"' | "$cc" -fsyntax-only $(pkg-config --cflags vesk_host_platform) -x c -
-cmake -S "$here" -B "$work/outside" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_FIND_ROOT_PATH="$prefix" \
-  -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_TOOLCHAIN_FILE="$toolchain" -DCMAKE_CXX_FLAGS="${flags[*]}" >/dev/null
+CC=$cc CXX=$cxx CFLAGS=${flags[*]} CXXFLAGS=${flags[*]} cmake -S "$here" -B "$work/outside" -G Ninja \
+  -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_FIND_ROOT_PATH="$prefix" -DCMAKE_TOOLCHAIN_FILE="$toolchain" >/dev/null
 cmake --build "$work/outside" >/dev/null
 
 VESK_RUNTIME_DIR=$(mktemp -d)
@@ -32,8 +32,8 @@ service=$!
 trap 'kill $service 2>/dev/null || true; rm -rf "$VESK_RUNTIME_DIR"' EXIT
 timeout 10 sh -c "until grep -q serving '$work/service.out'; do sleep 0.1; done"
 export LD_LIBRARY_PATH=$prefix/$libdir
-$emulator "$work/application_c"
-$emulator "$work/outside/application"
+$emulator "$work/application_c" | grep ' has 2 displays'
+$emulator "$work/outside/application" | grep '^outside has 2 displays'
 $emulator "$prefix/bin/vesk-display-tour" | tail -n 1
 kill -TERM $service
 wait $service

@@ -1,6 +1,5 @@
 // The virtual service's model, family by family: what it keeps, notifies and refuses, and how much it
 // carries.
-#include "service/script.h"
 #include "service/service_fixture.h"
 #include "vesk_host/queue.h"
 #include "vesk_video/message_list.h"
@@ -204,12 +203,11 @@ FORKED_TEST(VideoService, LinksAndJobsAreNotified)
 FORKED_TEST(VideoService, QueuesComeWithTheirOwners)
 {
     Play("OPEN_VI_PORT 0 = 1; GET_VI_QUE_HANDLE 1 !NOT_YET; CREATE_OVERLAY_CHANNEL_PARAM 1 100");
-    std::thread starter([] {
+    const std::jthread starter([] {
         std::this_thread::sleep_for(std::chrono::milliseconds(250));
         VeskVideoViStart(1);
     });
     const uint32_t queue = Number(VeskVideoViGetQueHandle, 1U); // waits for it
-    starter.join();
     const uint32_t overlay = Number(VeskVideoGetOverlayQueHandle, 100U);
     Play("GET_VI_QUE_HANDLE 1 = #; GET_OVERLAY_QUE_HANDLE 100 = %", queue, overlay);
     HostQueueState state{};
@@ -319,17 +317,15 @@ FORKED_TEST(VideoService, EveryRequestRefusesPayloadsOfAnotherLengthAndUnknownNu
     int named = 0;
     for (const auto& request : kRequests) {
         SCOPED_TRACE(request.name);
-        const size_t size = request.payload.size;
-        std::vector<std::string> payloads;
-        if (request.payload.kind == Kind::kRecord)
-            payloads = {"", std::string(size - 1, 'x'), std::string(size + 1, 'x')};
-        else if (request.payload.kind == Kind::kArray)
-            payloads = {std::string(size, 'x'), std::string(4 * size - 1, 'x')}; // for three entries
-        else if (request.payload.kind == Kind::kText) // needs its NUL, and no other
-            payloads = {"", std::string(size, 'x') + '\0', "text", std::string("a\0b\0", 4)};
-        else if (request.payload.kind == Kind::kNone)
-            payloads = {"x"};
-        for (const std::string& payload : payloads)
+        const size_t size = std::max<size_t>(request.payload.size, 1);
+        const std::map<Kind, std::vector<std::string>> wrong = {
+            {Kind::kRecord, {"", std::string(size - 1, 'x'), std::string(size + 1, 'x')}},
+            {Kind::kArray, {std::string(size, 'x'), std::string(4 * size - 1, 'x')}}, // for three entries
+            {Kind::kText, {"", std::string(size, 'x') + '\0', "text", std::string("a\0b\0", 4)}},
+            {Kind::kNone, {"x"}},
+            {Kind::kBytes, {}},
+        };
+        for (const std::string& payload : wrong.at(request.payload.kind))
             EXPECT_EQ(SendRaw(request.number, 3, payload, 1, 3), uint32_t{VESK_SERVICE_ERR_LENGTH});
         if (request.payload.kind == Kind::kText) {
             EXPECT_EQ(SendRaw(request.number, 0, std::string(size - 1, 'x') + '\0'), 0U);

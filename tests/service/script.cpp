@@ -1,5 +1,3 @@
-#include "service/script.h"
-
 #include "service/service_fixture.h"
 #include "vesk_video/message_list.h"
 

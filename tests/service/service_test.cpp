@@ -134,7 +134,7 @@ FORKED_TEST(Application, TenRestartsDuringTenThousandRequests)
                  {[](uint32_t*) { return VeskVideoVoStart(1000000); }, VESK_SERVICE_ERR_NUMBER, 0},
                  {[](uint32_t*) { return SendRaw(4); }, VESK_SERVICE_ERR_REQUEST, 0}};
     std::atomic<int> done = 0, failed = 0, wrong = 0;
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (uint32_t thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([&, thread] {
             for (uint32_t i = 0; i < kRequests; ++i, ++done) {
@@ -150,17 +150,13 @@ FORKED_TEST(Application, TenRestartsDuringTenThousandRequests)
             }
         });
     }
-    int restarts = 0;
-    for (; restarts < 10; ++restarts) {
+    for (int restart = 0; restart < 10; ++restart) {
         const int begun = done;
         ASSERT_TRUE(Eventually([&] { return done >= std::min(begun + 800, kThreads * kRequests); }));
-        service.Wait(restarts % 2 == 0 ? SIGTERM : SIGKILL);
+        service.Wait(restart % 2 == 0 ? SIGTERM : SIGKILL);
         service = StartService();
     }
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(restarts, 10);
-    EXPECT_EQ(done, kThreads * kRequests);
+    threads.clear();
     EXPECT_EQ(wrong, 0);
     EXPECT_LT(failed, done);
     EXPECT_EQ(Number(VeskVideoGetVoCount), 2U);
