@@ -26,17 +26,14 @@ FORKED_TEST(HostMessage, ThreadsAreBoundToTheCpusThatTheyAreToldOf)
         OsMsgTaskRoutineByName("task");
     });
     const auto id = static_cast<uint32_t>(task.loop.native_handle());
-    const struct {
-        const cpu_set_t* wanted;
-        int32_t result;
-        const cpu_set_t* bound;
-    } cases[] = {{&one, 0, &one}, {&none, 0, &one}, {&usable, 0, &usable}, {nullptr, -1, &usable}};
-    for (const auto& c : cases) { // the first one before the thread runs its loop
-        EXPECT_EQ(OsSetProcessAffinity(id, c.wanted, 6), c.result);
-        if (c.wanted == &one)
+    // The first one before the thread runs its loop.
+    for (const auto& [wanted, result, bound] :
+         {std::tuple(&one, 0, &one), {&none, 0, &one}, {&usable, 0, &usable}, {nullptr, -1, &usable}}) {
+        EXPECT_EQ(OsSetProcessAffinity(id, wanted, 6), result);
+        if (wanted == &one)
             held.unlock();
         EXPECT_EQ(Ask("self").result, 0U);
-        EXPECT_TRUE(CPU_EQUAL(&s_cpus, c.bound));
+        EXPECT_TRUE(CPU_EQUAL(&s_cpus, bound));
     }
     CPU_SET(CPU_SETSIZE - 1, &none);
     EXPECT_EQ(OsSetProcessAffinity(id + 1, &none, 6), last < CPU_SETSIZE - 1 ? -1 : 0); // no such CPU here

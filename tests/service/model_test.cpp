@@ -251,50 +251,46 @@ FORKED_TEST(VideoService, ThingsHaveStatesAndThereIsRoomForSoMany)
 
 FORKED_TEST(VideoService, ListsHaveRoomForSoMany)
 {
-    const struct {
-        uint32_t most;
-        std::string add, remove;
-        bool isSet; // what is there already is taken
-    } lists[] = {{64, "SET_PRESET 1 < 1 #", "SET_PRESET 1 < 0 #", true},
-                 {1024, "SET_FILTER_WINDOW 7 1 < #", "DELETE_FILTER_WINDOW 7 1 < #", false},
-                 {64, "ADVANCE_QUE_CLIENT_INIT < 's#", "", true},
-                 {255, "INIT < 'c# @16 'VAPI", "EXIT", true}}; // and this application
+    const std::tuple<uint32_t, std::string, std::string, std::string> lists[] = {
+        {64, "SET_PRESET 1 < 1 #", "SET_PRESET 1 < 0 #", ""}, // what is there already is taken, or not
+        {1024, "SET_FILTER_WINDOW 7 1 < #", "DELETE_FILTER_WINDOW 7 1 < #", " !ROOM"},
+        {64, "ADVANCE_QUE_CLIENT_INIT < 's#", "", ""},
+        {255, "INIT < 'c# @16 'VAPI", "EXIT", ""}}; // and this application
     Play("OPEN_VI_PORT 0 = 1");
-    for (const auto& list : lists) {
-        for (uint32_t i = 0; i < list.most; ++i)
-            Play(list.add, i);
-        Play(list.add + " !ROOM", list.most);
-        Play(list.add + (list.isSet ? "" : " !ROOM"), 5);
-        if (list.remove.empty())
+    for (const auto& [most, add, remove, again] : lists) {
+        for (uint32_t i = 0; i < most; ++i)
+            Play(add, i);
+        Play(add + " !ROOM", most);
+        Play(add + again, 5);
+        if (remove.empty())
             continue;
-        Play(list.remove, 5);
-        Play(list.add, list.most);
-        Play(list.add + " !ROOM", list.most + 1);
+        Play(remove, 5);
+        Play(add, most);
+        Play(add + " !ROOM", most + 1);
     }
 }
 
 FORKED_TEST(Application, A1024QueuesAreAnnouncedUntilACreatorEnds)
 {
     const Child service = StartService();
+    const auto fill = [] {
+        for (int i = 0; i < 64; ++i)
+            Number(VeskVideoBuffCreateQueue);
+    };
     std::vector<Child> creators;
-    std::vector<uint32_t> queues; // one of each creator's
-    for (int i = 0; i < 16; ++i) {
-        creators.push_back(Prepared([] {
-            for (int n = 0; n < 64; ++n)
-                Number(VeskVideoBuffCreateQueue);
-        }));
-        queues.push_back(static_cast<uint32_t>(creators.back().Process()) << 10);
-    }
+    for (int i = 0; i < 16; ++i)
+        creators.push_back(Prepared(fill));
     uint32_t queue = 0;
     EXPECT_EQ(VeskVideoBuffCreateQueue(&queue), uint32_t{VESK_SERVICE_ERR_ROOM});
     creators.pop_back();
-    for (uint32_t i = 0; i < 64; ++i)
-        Number(VeskVideoBuffCreateQueue);
+    fill();
     EXPECT_EQ(VeskVideoBuffCreateQueue(&queue), uint32_t{VESK_SERVICE_ERR_ROOM});
-    creators.clear();
     HostQueueState state{};
-    for (const uint32_t any : queues)
-        EXPECT_NE(HostQueueFind(any, &state), 0U); // removes what its creator has left
+    for (Child& creator : creators) {
+        const auto any = static_cast<uint32_t>(creator.Process()) << 10;
+        creator.Wait(SIGKILL);
+        EXPECT_NE(HostQueueFind(any, &state), 0U); // removes what it has left
+    }
 }
 
 FORKED_TEST(Application, WhatItHeldIsFreeOnceItHasLeftOrIsDead)
