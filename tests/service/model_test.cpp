@@ -54,10 +54,8 @@ void FillAll(uint32_t round)
 FORKED_TEST(VideoService, EveryPortIsAnnouncedAfterInit)
 {
     EXPECT_EQ(g_seen, "100 101 100 101 102 103 102 102 103 ");
-    Play(R"(ON 100 = 0 @84 1; ON 101 = 0 @100 3840 2160 60
-            ON 100 = 1 @84 1; ON 101 = 1 @100 1920 1080 60
-            ON 102 = 0 @132 1; ON 103 = 0 @68 0 1 @176 3840 2160 30
-            ON 102 = 1 @132 0
+    Play(R"(ON 100 = 0 @84 1; ON 101 = 0 @100 3840 2160 60; ON 100 = 1 @84 1; ON 101 = 1 @100 1920 1080 60
+            ON 102 = 0 @132 1; ON 103 = 0 @68 0 1 @176 3840 2160 30; ON 102 = 1 @132 0
             ON 102 = 2 @132 1; ON 103 = 2 @68 1 16 @176 1920 1080 25)");
 }
 
@@ -317,7 +315,7 @@ FORKED_TEST(VideoService, EveryRequestRefusesPayloadsOfAnotherLengthAndUnknownNu
         const std::map<Kind, std::vector<std::string>> wrong = {
             {Kind::kRecord, {"", std::string(size - 1, 'x'), std::string(size + 1, 'x')}},
             {Kind::kArray, {std::string(size, 'x'), std::string(4 * size - 1, 'x')}}, // for three entries
-            {Kind::kText, {"", std::string(size, 'x') + '\0', "text", std::string("a\0b\0", 4)}},
+            {Kind::kText, {"", std::string(size, 'x') + '\0', "no NUL", std::string("a\0b\0", 4)}},
             {Kind::kNone, {"x"}},
             {Kind::kBytes, {}},
         };
