@@ -28,18 +28,16 @@ FORKED_TEST(HostMessage, FortyThreadsGetTheirOwnAnswersAndLeave32Connections)
 {
     const size_t before = OpenDescriptors().size();
     const Child peer = Serve();
-    std::atomic<int> wrong = 0;
     std::vector<std::jthread> threads;
     for (uint32_t thread = 0; thread < 40; ++thread) {
-        threads.emplace_back([&wrong, thread] {
+        threads.emplace_back([thread] {
             for (uint32_t i = 0; i < 100; ++i) {
                 const std::string data = i != 0 || thread != 0 ? std::to_string(thread * 1000 + i) : "slow";
-                wrong += Ask("peer", thread, data).data != data ? 1 : 0;
+                EXPECT_EQ(Ask("peer", thread, data).data, data);
             }
         });
     }
     threads.clear();
-    EXPECT_EQ(wrong, 0);
     EXPECT_EQ(OpenDescriptors().size(), before + 1 + 32); // the peer's output, and idle connections
 }
 
@@ -92,29 +90,27 @@ FORKED_TEST(HostMessage, PeersComeAndGo)
     EXPECT_EQ(Ask("peer").result, uint32_t{HOST_MSG_ERR_ABSENT});
     EXPECT_EQ(Tell("peer"), uint32_t{HOST_MSG_ERR_ABSENT});
     EXPECT_EQ(g_lines, std::vector<std::string>{"nobody serves peer.task in " + directory.path}); // once
-    const auto sayProcess = [](OsMsgEnvelope* message) -> uint32_t {
+    const Handler sayProcess = [](OsMsgEnvelope* message) {
         const OsMsgEnvelope other = *message;
-        const int processes[] = {HostMsgSenderProcess(message), HostMsgSenderProcess(&other)};
-        return HostMsgReply(message, processes, sizeof processes);
+        const std::string text = std::to_string(HostMsgSenderProcess(message)) + ", not " +
+                                 std::to_string(HostMsgSenderProcess(&other));
+        return HostMsgReply(message, text.data(), static_cast<uint32_t>(text.size()));
     };
-    const auto answersTo = [](pid_t sender) {
-        const int expected[] = {sender, 0};
-        return Ask("peer").data == std::string(reinterpret_cast<const char*>(expected), sizeof expected);
-    };
+    const auto ask = [] { EXPECT_EQ(Ask("peer").data, std::to_string(getpid()) + ", not 0"); };
     {
         const Child peer = Serve(sayProcess);
-        EXPECT_TRUE(answersTo(getpid()));
-        InFork([&] { EXPECT_TRUE(answersTo(getpid())); }); // on no connection of its parent's
-    } // killed: its socket stays behind, and a pooled connection here
+        ask();
+        InFork(ask); // on no connection of its parent's
+    }                // killed: its socket stays behind, and a pooled connection here
     EXPECT_EQ(access(address.sun_path, F_OK), 0);
     EXPECT_EQ(Ask("peer").result, uint32_t{HOST_MSG_ERR_ABSENT});
     const Child peer = Serve(sayProcess); // takes the socket over
-    EXPECT_TRUE(answersTo(getpid()));
+    ask();
     InFork([&] {
         Expect(BecomePeer(), HOST_MSG_ERR_TAKEN,
                "peer.task is already served by process " + std::to_string(peer.Process()));
     });
-    EXPECT_TRUE(answersTo(getpid()));
+    ask();
 }
 
 FORKED_TEST(HostMessage, AServingTaskOutlivesWhatItsClientsDo)
