@@ -18,9 +18,9 @@ FORKED_TEST(HostMessage, ThreadsAreBoundToTheCpusThatTheyAreToldOf)
         pthread_getaffinity_np(pthread_self(), sizeof s_cpus, &s_cpus);
         return Echo(message);
     };
-    Served task("task", look, false);
     std::mutex held;
     held.lock();
+    Served task("task", look, false);
     task.loop = std::jthread([&] {
         const std::lock_guard guard(held); // does not run its loop before it may
         OsMsgTaskRoutineByName("task");

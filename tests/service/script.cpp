@@ -17,13 +17,14 @@ uint32_t Code(const std::string& name)
 
 void Append(std::string& bytes, const std::string& token)
 {
-    const auto word = static_cast<uint32_t>(std::strtoull(token.c_str(), nullptr, 0));
-    if (token[0] == '\'')
+    if (token[0] == '\'') {
         bytes += token.substr(1);
-    else if (token[0] == '@')
+    } else if (token[0] == '@') {
         bytes.resize(std::stoul(token.substr(1)));
-    else
+    } else {
+        const auto word = static_cast<uint32_t>(std::stoull(token, nullptr, 0));
         bytes.append(reinterpret_cast<const char*>(&word), sizeof word);
+    }
 }
 
 /// Bytes as the words that records are made of, which is how a test shows them.

@@ -15,8 +15,9 @@ using namespace processes;
 inline std::string g_name = "test-app";
 
 inline std::mutex g_lock;
-inline auto& g_notified = *new std::map<uint32_t, std::vector<std::string>>; // outlives the receive thread,
-inline auto& g_seen = *new std::string;                                      // which never ends
+inline auto& g_notified =
+    *new std::map<uint32_t, std::vector<std::string>>; // by number; the receive thread never ends
+inline auto& g_seen = *new std::string;                // numbers, in their order
 
 inline uint32_t OnNotification(uint32_t notifyId, void* data, uint32_t dataLen)
 {
