@@ -7,40 +7,33 @@
 FORKED_TEST(HostMessage, ThreadsAreBoundToTheCpusThatTheyAreToldOf)
 {
     static cpu_set_t s_cpus; // of the message thread, as its handler has seen them last
-    cpu_set_t usable, one, none;
+    cpu_set_t usable, one{}, none{};
     ASSERT_EQ(sched_getaffinity(0, sizeof usable, &usable), 0);
     int last = CPU_SETSIZE - 1;
     while (!CPU_ISSET(last, &usable))
         --last;
-    CPU_ZERO(&none);
-    CPU_ZERO(&one);
     CPU_SET(last, &one);
     ASSERT_EQ(HostMsgSetProcName("self"), 0U);
-    Served task(
-        "task",
-        [](OsMsgEnvelope* message) {
-            pthread_getaffinity_np(pthread_self(), sizeof s_cpus, &s_cpus);
-            return Echo(message);
-        },
-        false);
+    const Handler look = [](OsMsgEnvelope* message) {
+        pthread_getaffinity_np(pthread_self(), sizeof s_cpus, &s_cpus);
+        return Echo(message);
+    };
     std::mutex held;
     held.lock();
-    task.loop = std::thread([&] {
+    Served task("task", look, false);
+    task.loop = std::jthread([&] {
         const std::lock_guard guard(held); // does not run its loop before it may
         OsMsgTaskRoutineByName("task");
     });
     const auto id = static_cast<uint32_t>(task.loop.native_handle());
-    const struct {
-        const cpu_set_t* wanted;
-        int32_t result;
-        const cpu_set_t* bound;
-    } cases[] = {{&one, 0, &one}, {&none, 0, &one}, {&usable, 0, &usable}, {nullptr, -1, &usable}};
-    for (const auto& c : cases) { // the first one before the thread runs its loop
-        EXPECT_EQ(OsSetProcessAffinity(id, c.wanted, 6), c.result);
-        if (c.wanted == &one)
+    // The first one before the thread runs its loop.
+    for (const auto& [wanted, result, bound] :
+         {std::tuple(&one, 0, &one), {&none, 0, &one}, {&usable, 0, &usable}, {nullptr, -1, &usable}}) {
+        EXPECT_EQ(OsSetProcessAffinity(id, wanted, 6), result);
+        if (wanted == &one)
             held.unlock();
         EXPECT_EQ(Ask("self").result, 0U);
-        EXPECT_TRUE(CPU_EQUAL(&s_cpus, c.bound));
+        EXPECT_TRUE(CPU_EQUAL(&s_cpus, bound));
     }
     CPU_SET(CPU_SETSIZE - 1, &none);
     EXPECT_EQ(OsSetProcessAffinity(id + 1, &none, 6), last < CPU_SETSIZE - 1 ? -1 : 0); // no such CPU here

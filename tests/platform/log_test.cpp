@@ -10,94 +10,68 @@
 
 using namespace processes;
 
-namespace {
+struct HostLog {
+    RuntimeDir directory;
+    const std::string target = "file:" + directory.File("log");
 
-/// What a process writes to @p target and to stderr when the environment says so.
-std::pair<std::string, std::string> Logged(const RuntimeDir& directory, const std::string& target,
-                                           const std::map<std::string, std::string>& environment = {})
+    /// Lines of a file without their time, process and thread, which must be there.
+    std::string Written(const std::string& file) const
+    {
+        const std::regex head(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} \d+:\d+ ([EWID]) )");
+        return std::regex_replace(Contents(directory.File(file)), head, "$1 ");
+    }
+
+    /// What a process writes to the file "log", and to stderr, when the environment says so.
+    std::string Logged(std::map<std::string, std::string> environment) const
+    {
+        std::filesystem::remove(directory.File("log"));
+        InFork([&] {
+            for (const auto& [name, value] : environment)
+                setenv(("VESK_" + name).c_str(), value.c_str(), 1);
+            EXPECT_NE(freopen(directory.File("stderr").c_str(), "w", stderr), nullptr);
+            for (uint32_t level = 0; level <= 4; ++level)
+                ZORA_Trace(ZORA_GetVideoTracLevel(), level, "ZORA", "Function", level + 10, "error %d\n", 5);
+            const uint32_t id = VeskVideoGetPrivateLogId(0);
+            VeskOmLogModuleLogRecord(1, id, "source!", 6, 21, "a\nb\tc\x1b[2J%s\x7f\n\n", "\r");
+            for (const uint32_t level : {2U, 3U, 4U}) // the second is too long for a file
+                VeskOmLogModuleLogRecord(level, id, "source", 6, level + 20, "%s",
+                                         std::string(level == 3 ? 9000 : 3, 'x').c_str());
+        });
+        return Written("log") + '|' + Written("stderr");
+    }
+};
+
+FORKED_TEST(HostLog, IsSilentButForErrorsAndKeepsARecordOnALine)
 {
-    const std::string file = directory.File("log"), errors = directory.File("stderr");
-    Child child = Child::Fork([&] {
-        setenv("VESK_LOG_TARGET", target.c_str(), 1);
-        for (const auto& [name, value] : environment)
-            setenv(name.c_str(), value.c_str(), 1);
-        if (freopen(errors.c_str(), "w", stderr) == nullptr)
-            _exit(1);
-        for (uint32_t level = 0; level <= 4; ++level)
-            ZORA_Trace(ZORA_GetVideoTracLevel(), level, "ZORA", "Function", level + 10, "error %d\n", 5);
-        VeskOmLogModuleLogRecord(1, VeskVideoGetPrivateLogId(0), "source!", 6, 21, "a\nb\tc\x1b[2J%s\x7f\n\n",
-                                 "\r");
-        for (const uint32_t level : {2U, 3U, 4U}) // the second is too long for a file
-            VeskOmLogModuleLogRecord(level, VeskVideoGetPrivateLogId(0), "source", 6, level + 20, "%s",
-                                     std::string(level == 3 ? 9000 : 3, 'x').c_str());
-    });
-    EXPECT_EQ(child.Wait(), 0);
-    return {Contents(file), Contents(errors)};
+    const std::string expected = "E [ZORA] Function:10 error 5\nE [ZORA] Function:11 error 5\n"
+                                 "E [source] 21 a\\nb\\tc\\x1b[2J\\x0d\\x7f\n";
+    EXPECT_EQ(Logged({{"LOG_TARGET", target}}), expected + '|');
+    EXPECT_EQ(Logged({{"LOG_TARGET", "stderr"}}), '|' + expected);
+    EXPECT_EQ(Logged({{"LOG_TARGET", ""}}), '|' + expected);
+    EXPECT_EQ(Logged({{"LOG_TARGET", "none"}}), "|");
+    const std::string unwritable = Logged({{"LOG_TARGET", "file:" + directory.path}});
+    EXPECT_TRUE(unwritable.ends_with("stderr is used\n" + expected)) << unwritable;
 }
 
-/// Lines without their time, process and thread, which must be there.
-std::string Bare(const std::string& lines)
+FORKED_TEST(HostLog, ThresholdsAreSetApartAndFilesAreRotated)
 {
-    return std::regex_replace(lines, std::regex(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} \d+:\d+ ([EWID]) )"),
-                              "$1 ");
-}
-
-} // namespace
-
-TEST(HostLog, IsSilentButForErrorsAndKeepsARecordOnALine)
-{
-    const RuntimeDir directory;
-    const char expected[] = "E [ZORA] Function:10 error 5\n"
-                            "E [ZORA] Function:11 error 5\n"
-                            "E [source] 21 a\\nb\\tc\\x1b[2J\\x0d\\x7f\n";
-    const auto [lines, errors] = Logged(directory, "file:" + directory.File("log"));
-    EXPECT_EQ(Bare(lines), expected);
-    EXPECT_EQ(errors, "");
-    EXPECT_EQ(Bare(Logged(directory, "stderr").second), expected);
-    EXPECT_EQ(Bare(Logged(directory, "").second), expected);
-    EXPECT_EQ(Logged(directory, "none").second, "");
-    const std::string unwritable = Logged(directory, "file:" + directory.Path()).second;
-    EXPECT_NE(unwritable.find("stderr is used\n"), std::string::npos);
-    EXPECT_NE(Bare(unwritable).find(expected), std::string::npos);
-}
-
-TEST(HostLog, ThresholdsAreSetApartAndFilesAreRotated)
-{
-    const RuntimeDir directory;
-    const auto logged = [&](const std::map<std::string, std::string>& environment) {
-        return Bare(Logged(directory, "file:" + directory.File("log"), environment).first);
-    };
-    EXPECT_EQ(logged({{"VESK_TRACE_LEVEL", "4"}, {"VESK_LOG_LEVEL", "0"}}),
+    EXPECT_EQ(Logged({{"LOG_TARGET", target}, {"TRACE_LEVEL", "4"}, {"LOG_LEVEL", "0"}}),
               "E [ZORA] Function:10 error 5\nE [ZORA] Function:11 error 5\nW [ZORA] Function:12 error 5\n"
-              "I [ZORA] Function:13 error 5\nD [ZORA] Function:14 error 5\n");
-    std::filesystem::remove(directory.File("log"));
-    const std::string last = logged({{"VESK_TRACE_LEVEL", "0"},
-                                     {"VESK_LOG_LEVEL", "4"},
-                                     {"VESK_LOG_FILE_SIZE", "4096"},
-                                     {"VESK_LOG_FILES", "2"}});
-    EXPECT_EQ(last, "D [source] 24 xxx\n");
-    EXPECT_EQ(Bare(Contents(directory.File("log.1"))), "I [source] 23 " + std::string(9000, 'x') + '\n');
-    const std::string oldest = Bare(Contents(directory.File("log.2")));
+              "I [ZORA] Function:13 error 5\nD [ZORA] Function:14 error 5\n|");
+    std::map<std::string, std::string> small = {
+        {"LOG_TARGET", target}, {"LOG_LEVEL", "4"}, {"LOG_FILE_SIZE", "4096"}, {"LOG_FILES", "2"}};
+    Logged(small);
+    small["TRACE_LEVEL"] = "0";
+    EXPECT_EQ(Logged(small), "D [source] 24 xxx\n|");
+    EXPECT_EQ(Written("log.1"), "I [source] 23 " + std::string(9000, 'x') + '\n');
+    const std::string oldest = Written("log.2");
     EXPECT_EQ(oldest.find("E [ZORA] Function:10 error 5\nE [source] 21"), 0U) << oldest;
     EXPECT_NE(oldest.find("W [source] 22 xxx\n"), std::string::npos);
-    logged({{"VESK_LOG_LEVEL", "4"}, {"VESK_LOG_FILE_SIZE", "4096"}, {"VESK_LOG_FILES", "2"}});
     EXPECT_FALSE(std::filesystem::exists(directory.File("log.3")));
 }
 
-TEST(HostLog, BadSettingsAreNamedAndTheDefaultHolds)
+FORKED_TEST(HostLog, BadSettingsAreNamedAndTheDefaultHolds)
 {
-    const auto read = [](const std::string& variable, const std::string& text) {
-        setenv(variable.c_str(), text.c_str(), 1);
-        testing::internal::CaptureStderr();
-        const vesk::host::LogSettings settings = vesk::host::ReadLogSettings();
-        unsetenv(variable.c_str());
-        std::map<std::string, std::string> values = {{"TRACE_LEVEL", std::to_string(settings.traceLevel)},
-                                                     {"LOG_LEVEL", std::to_string(settings.logLevel)},
-                                                     {"LOG_FILE_SIZE", std::to_string(settings.fileSize)},
-                                                     {"LOG_FILES", std::to_string(settings.fileCount)},
-                                                     {"LOG_TARGET", settings.target}};
-        return values[variable.substr(5)] + ' ' + testing::internal::GetCapturedStderr();
-    };
     const struct {
         std::string variable, standard, good, bad, wanted;
     } cases[] = {
@@ -110,12 +84,21 @@ TEST(HostLog, BadSettingsAreNamedAndTheDefaultHolds)
          "printer file:", "none of stderr, syslog, none, file:PATH; stderr is used"},
     };
     for (const auto& c : cases) {
+        const auto read = [&](const std::string& text) {
+            setenv(c.variable.c_str(), text.c_str(), 1);
+            testing::internal::CaptureStderr();
+            const vesk::host::LogSettings settings = vesk::host::ReadLogSettings();
+            unsetenv(c.variable.c_str());
+            const std::string values[] = {
+                std::to_string(settings.traceLevel), std::to_string(settings.logLevel),
+                std::to_string(settings.fileSize), std::to_string(settings.fileCount), settings.target};
+            return values[&c - cases] + ' ' + testing::internal::GetCapturedStderr();
+        };
         std::istringstream good(c.good), bad(c.bad);
-        EXPECT_EQ(read(c.variable, ""), c.standard + ' ');
+        EXPECT_EQ(read(""), c.standard + ' ');
         for (std::string text; good >> text;)
-            EXPECT_EQ(read(c.variable, text), text + ' ');
+            EXPECT_EQ(read(text), text + ' ');
         for (std::string text; bad >> text;)
-            EXPECT_EQ(read(c.variable, text),
-                      c.standard + ' ' + c.variable + "='" + text + "' is " + c.wanted + '\n');
+            EXPECT_EQ(read(text), c.standard + ' ' + c.variable + "='" + text + "' is " + c.wanted + '\n');
     }
 }

@@ -6,10 +6,7 @@
 #include "support/processes.h"
 #include "vesk_host/message.h"
 
-#include <cerrno>
-#include <cstring>
 #include <mutex>
-#include <set>
 #include <thread>
 
 #include <sys/socket.h>
@@ -24,26 +21,24 @@ inline std::mutex g_lock;
 inline std::vector<std::string> g_lines;
 inline std::set<std::pair<std::string, std::string>> g_peers; // that were sent to
 
-inline std::string LastLine()
-{
-    const std::lock_guard guard(g_lock);
-    return g_lines.empty() ? "" : g_lines.back();
-}
-
 /// Holds a result and the last line to what they should be.
 inline void Expect(uint32_t result, uint32_t expected, const std::string& line)
 {
     EXPECT_EQ(result, expected);
-    EXPECT_EQ(LastLine(), line);
+    const std::lock_guard guard(g_lock);
+    EXPECT_EQ(g_lines.empty() ? "" : g_lines.back(), line);
 }
 
 inline OsMsgEnvelope To(const std::string& process, const std::string& task, uint32_t msgId,
-                        std::string& data)
+                        std::string& data, const std::string& sender = "")
 {
+    const std::lock_guard guard(g_lock);
+    g_peers.emplace(process, task);
     OsMsgEnvelope envelope{};
     envelope.msgId = msgId;
     process.copy(envelope.recvProcName, sizeof envelope.recvProcName);
     task.copy(envelope.recvTaskName, sizeof envelope.recvTaskName);
+    sender.copy(envelope.sendProcName, sizeof envelope.sendProcName);
     envelope.dataLen = static_cast<uint32_t>(data.size());
     envelope.data = data.empty() ? nullptr : data.data();
     return envelope;
@@ -51,51 +46,57 @@ inline OsMsgEnvelope To(const std::string& process, const std::string& task, uin
 
 struct Outcome {
     uint32_t result;
-    std::string data;
-    OsMsgEnvelope envelope;
+    std::string data, names; // of the answer, and of its sender and its receiver
 };
 
 inline Outcome Ask(const std::string& process, uint32_t msgId = 5, std::string data = "question",
                    uint32_t timeout = 5000, const std::string& task = "task", const std::string& sender = "")
 {
-    OsMsgEnvelope envelope = To(process, task, msgId, data);
-    sender.copy(envelope.sendProcName, sizeof envelope.sendProcName);
-    OsMsgEnvelope* response = nullptr;
+    OsMsgEnvelope envelope = To(process, task, msgId, data, sender), *response = nullptr;
     const uint32_t result = OsMsgSynSend(&envelope, &response, timeout);
-    const std::lock_guard guard(g_lock);
-    g_peers.emplace(process, task);
-    if (result != 0) {
-        EXPECT_EQ(response, nullptr);
-        return {result, "", {}};
-    }
-    Outcome outcome{0, std::string(static_cast<char*>(response->data), response->dataLen), *response};
+    EXPECT_EQ(response != nullptr, result == 0);
+    if (response == nullptr)
+        return {result, "", ""};
+    Outcome outcome{result, {static_cast<char*>(response->data), response->dataLen}, ""};
+    for (const char* name : {response->sendProcName, response->sendTaskName, response->recvProcName})
+        outcome.names.append(name) += ' ';
+    outcome.names += response->recvTaskName;
     OsMsgSynRespFree(response);
     return outcome;
 }
 
-inline uint32_t Tell(const std::string& process, uint32_t msgId, std::string data = "",
+inline uint32_t Tell(const std::string& process, uint32_t msgId = 5, std::string data = "",
                      const std::string& task = "task", const std::string& sender = "")
 {
-    g_peers.emplace(process, task);
-    OsMsgEnvelope envelope = To(process, task, msgId, data);
-    sender.copy(envelope.sendProcName, sizeof envelope.sendProcName);
+    OsMsgEnvelope envelope = To(process, task, msgId, data, sender);
     return OsMsgAsynSend(&envelope);
 }
 
+/// Answers a question with itself; after 300 ms if it is "slow", in which the process has nothing to do.
 inline uint32_t Echo(OsMsgEnvelope* message)
 {
+    if (std::string_view(static_cast<char*>(message->data), message->dataLen) == "slow") {
+        const clock_t before = clock();
+        usleep(300000);
+        if (clock() - before > CLOCKS_PER_SEC / 10)
+            _exit(1);
+    }
     return HostMsgReply(message, message->data, message->dataLen);
 }
 
-/// A process that serves "peer"/"task" with @p handler, and writes its lines to its output.
-inline Child Serve(Handler handler, uint32_t depth = 64)
+/// Makes this process serve "peer"/"task".
+inline uint32_t BecomePeer(Handler handler = Echo)
 {
-    const auto prepare = [=] {
-        OsMsgRegLogFunc([](uint32_t, const char* text) {
-            std::puts(text);
-            std::fflush(stdout);
-        });
-        return HostMsgSetProcName("peer") == 0 && OsMsgRegTask("task", depth, handler) == 0;
+    const uint32_t result = HostMsgSetProcName("peer");
+    return result != 0 ? result : OsMsgRegTask("task", 8192, handler);
+}
+
+/// A process that serves "peer"/"task" with @p handler, and writes its lines to its output.
+inline Child Serve(Handler handler = Echo)
+{
+    const auto prepare = [handler] {
+        OsMsgRegLogFunc([](uint32_t, const char* text) { std::puts(text); });
+        EXPECT_EQ(BecomePeer(handler), 0U);
     };
     return Prepared(prepare, [] { OsMsgTaskRoutineByName("task"); });
 }
@@ -103,7 +104,7 @@ inline Child Serve(Handler handler, uint32_t depth = 64)
 /// A task of this process, served while it lives.
 struct Served {
     const std::string task;
-    std::thread loop;
+    std::jthread loop;
 
     Served(const std::string& name, Handler handler, bool runs = true) : task(name)
     {
@@ -113,19 +114,14 @@ struct Served {
     }
     void Start()
     {
-        loop = std::thread([this] { OsMsgTaskRoutineByName(task.c_str()); });
+        loop = std::jthread([this] { OsMsgTaskRoutineByName(task.c_str()); });
     }
-    ~Served()
-    {
-        HostMsgEndTask(task.c_str());
-        if (loop.joinable())
-            loop.join();
-    }
+    ~Served() { HostMsgEndTask(task.c_str()); }
 };
 
 struct HostMessage {
     RuntimeDir directory;
-    sockaddr_un address{};
+    sockaddr_un address{AF_UNIX, ""}; // of "peer"/"task"
 
     HostMessage()
     {
@@ -134,7 +130,6 @@ struct HostMessage {
             EXPECT_EQ(level, 3U) << text;
             g_lines.emplace_back(text);
         });
-        address.sun_family = AF_UNIX;
         directory.File("peer.task").copy(address.sun_path, sizeof address.sun_path - 1);
     }
     ~HostMessage()
@@ -146,12 +141,14 @@ struct HostMessage {
 
     const sockaddr* Address() const { return reinterpret_cast<const sockaddr*>(&address); }
 
-    UniqueFd Connected() const
+    /// A connection to "peer"/"task", over which @p bytes were sent.
+    UniqueFd Connected(const std::string& bytes = "") const
     {
         UniqueFd connection(socket(AF_UNIX, SOCK_STREAM, 0));
         const timeval limit{10, 0};
         setsockopt(connection.Get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
         EXPECT_EQ(connect(connection.Get(), Address(), sizeof address), 0);
+        send(connection.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
         return connection;
     }
 
@@ -162,8 +159,9 @@ struct HostMessage {
         int listener = -1;
         const auto prepare = [&] {
             listener = socket(AF_UNIX, SOCK_STREAM, 0);
-            return bind(listener, Address(), sizeof address) == 0 && setuid(user) == 0 &&
-                   listen(listener, backlog) == 0;
+            EXPECT_EQ(bind(listener, Address(), sizeof address), 0);
+            EXPECT_EQ(setuid(user), 0);
+            EXPECT_EQ(listen(listener, backlog), 0);
         };
         return Prepared(prepare, [&] {
             for (;;)
@@ -172,42 +170,31 @@ struct HostMessage {
     }
 };
 
-inline std::string Raw(const OsMsgEnvelope& envelope, const std::string& data)
+/// A message as it travels: @p data after a head that announces @p dataLen bytes.
+inline std::string Raw(uint32_t dataLen, const std::string& data, uint32_t type = OS_MSG_SYNCHRONOUS,
+                       uint32_t msgId = 5)
 {
+    OsMsgEnvelope envelope{};
+    envelope.type = type;
+    envelope.msgId = msgId;
+    envelope.dataLen = dataLen;
     const FrameHead head = FrameHead::Of(envelope);
     return std::string(reinterpret_cast<const char*>(&head), sizeof head) + data;
 }
 
-inline void Write(int connection, const std::string& bytes)
-{
-    send(connection, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-}
-
 /// Whether the peer closes a connection without sending anything.
-inline bool IsClosedOn(int connection)
+inline bool IsClosedOn(const UniqueFd& connection)
 {
     char byte;
-    return recv(connection, &byte, 1, 0) == 0 || errno == ECONNRESET;
+    return recv(connection.Get(), &byte, 1, 0) == 0 || errno == ECONNRESET;
 }
 
 /// Reads one message whole from a raw connection; false when there is none.
-inline bool ReadMessage(int connection, OsMsgEnvelope& envelope)
+inline bool ReadMessage(const UniqueFd& connection)
 {
     FrameHead head;
-    if (recv(connection, &head, sizeof head, MSG_WAITALL) != sizeof head)
+    if (recv(connection.Get(), &head, sizeof head, MSG_WAITALL) != sizeof head)
         return false;
-    envelope = head.Envelope();
-    std::string data(envelope.dataLen, '\0');
-    return recv(connection, data.data(), data.size(), MSG_WAITALL) == static_cast<ssize_t>(data.size());
-}
-
-/// Echoes; after 300 ms when asked something slow, in which the process must have nothing to do.
-inline uint32_t EchoSlowly(OsMsgEnvelope* message)
-{
-    const bool isSlow = std::string_view(static_cast<char*>(message->data), message->dataLen) == "slow";
-    const clock_t before = clock();
-    usleep(isSlow ? 300000 : 0);
-    if (isSlow && clock() - before > CLOCKS_PER_SEC / 10)
-        _exit(1);
-    return Echo(message);
+    std::string data(head.Envelope().dataLen, '\0');
+    return recv(connection.Get(), data.data(), data.size(), MSG_WAITALL) == static_cast<ssize_t>(data.size());
 }

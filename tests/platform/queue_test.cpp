@@ -6,10 +6,8 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <set>
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 using namespace processes;
 
@@ -34,6 +32,18 @@ uint32_t Create(const std::string& name)
     return queue;
 }
 
+std::string BytesOf(const HostQueueState& state)
+{
+    return {reinterpret_cast<const char*>(&state), sizeof state};
+}
+
+/// The state of a queue; nothing when there is none.
+std::string Found(uint32_t queue)
+{
+    HostQueueState state{};
+    return HostQueueFind(queue, &state) == 0 ? BytesOf(state) : "";
+}
+
 std::string ObjectOf(pid_t creator, const std::string& name)
 {
     return "/dev/shm/vesk-" + std::to_string(geteuid()) + '-' + std::to_string(creator) + '-' + name;
@@ -44,86 +54,80 @@ std::string ObjectOf(pid_t creator, const std::string& name)
 FORKED_TEST(HostQueue, IsSeenByNameAndIdentifier)
 {
     const uint32_t first = Create("first"), queue = Create("mine");
-    EXPECT_TRUE(HoldsInFork([queue, creator = getpid()] { // and takes nothing of its parent's away
-        HostQueueState byName{}, byId{};
-        return HostQueueOpen(creator, "mine", &byName) == 0 && HostQueueFind(queue, &byId) == 0 &&
-               std::memcmp(&byName, &byId, sizeof byId) == 0 && byId.queueId == queue && byId.count == 2000 &&
-               byId.requestId == 1 && byId.isEnabled == 0 && byId.creator == creator &&
-               std::strcmp(byId.name, "mine") == 0 && *byId.peerProcName == '\0' &&
-               HostQueueRemove(queue) != 0 && OsShmAdvancedActivateQueue(queue, true) == 0 &&
-               OsShmAdvancedInitQueue(queue, "VIDEO-LONG") == 0 &&
-               OsShmAdvancedInitQueue(queue, "VIDEO") == 0;
-    }));
-    HostQueueState state{};
-    ASSERT_EQ(HostQueueFind(queue, &state), 0U);
-    EXPECT_EQ(state.isEnabled, 1U);
-    EXPECT_EQ(std::string(state.peerProcName, sizeof state.peerProcName),
-              std::string("VIDEO").append(sizeof state.peerProcName - 5, '\0'));
+    HostQueueState expected{queue, 1, 2000, 0, getpid(), "mine", ""};
+    InFork([&] { // which takes nothing of its parent's away
+        HostQueueState byName{};
+        EXPECT_EQ(HostQueueOpen(expected.creator, "mine", &byName), 0U);
+        EXPECT_EQ(BytesOf(byName), BytesOf(expected));
+        EXPECT_EQ(Found(queue), BytesOf(expected));
+        EXPECT_NE(HostQueueRemove(queue), 0U);
+        EXPECT_EQ(OsShmAdvancedActivateQueue(queue, true), 0U);
+        EXPECT_EQ(OsShmAdvancedInitQueue(queue, "VIDEO-LONG"), 0U);
+        EXPECT_EQ(OsShmAdvancedInitQueue(queue, "VIDEO"), 0U);
+    });
+    expected.isEnabled = 1;
+    std::strcpy(expected.peerProcName, "VIDEO");
+    EXPECT_EQ(Found(queue), BytesOf(expected));
     EXPECT_EQ(OsShmAdvancedActivateQueue(queue, false), 0U);
-    ASSERT_EQ(HostQueueFind(queue, &state), 0U);
-    EXPECT_EQ(state.isEnabled, 0U);
+    expected.isEnabled = 0;
+    EXPECT_EQ(Found(queue), BytesOf(expected));
     struct stat status {};
     ASSERT_EQ(stat(ObjectOf(getpid(), "mine").c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777U, 0600U);
     EXPECT_EQ(HostQueueRemove(queue), 0U);
     EXPECT_NE(HostQueueRemove(queue), 0U);
     EXPECT_NE(access(ObjectOf(getpid(), "mine").c_str(), F_OK), 0);
-    EXPECT_EQ(HostQueueFind(first, &state), 0U);
+    EXPECT_NE(Found(first), "");
 }
 
 FORKED_TEST(HostQueue, EndsWithItsCreator)
 {
-    Child ending = Child::Fork([] {
+    Child ending([] {
         Create("theirs");
         HostQueueRemove(Create("more")); // none is left, then there is one again
         Create("others");
-        exit(42);
     });
-    const pid_t ended = ending.Process();
-    EXPECT_EQ(ending.Wait(), 42);
+    Child killed = Prepared([] { EXPECT_NE(Create("theirs"), 0U); });
+    const pid_t ended = ending.Process(), creator = killed.Process();
+    EXPECT_EQ(ending.Wait(), 0);
     EXPECT_NE(access(ObjectOf(ended, "theirs").c_str(), F_OK), 0);
     EXPECT_NE(access(ObjectOf(ended, "others").c_str(), F_OK), 0);
-
-    Child killed = Prepared([] { return Create("theirs") != 0; });
-    const pid_t creator = killed.Process();
     HostQueueState state{};
     ASSERT_EQ(HostQueueOpen(creator, "theirs", &state), 0U);
-    killed.Signal(SIGKILL);
-    killed.Wait();
-    EXPECT_NE(HostQueueFind(state.queueId, &state), 0U);
+    killed.Wait(SIGKILL);
+    EXPECT_EQ(Found(state.queueId), "");
     EXPECT_NE(access(ObjectOf(creator, "theirs").c_str(), F_OK), 0); // found dead, and removed
 }
 
 FORKED_TEST(HostQueue, AProcessHasRoomFor1023)
 {
     const uint32_t mine = Create("mine");
-    Child creator = Child::Fork([mine] {
-        std::set<uint32_t> queues;
+    Child creator([mine] {
+        std::set<uint32_t> queues = {mine};
         for (int i = 0; i < 1023; ++i)
-            queues.insert(Create("q" + std::to_string(i)));
+            EXPECT_TRUE(queues.insert(Create("q" + std::to_string(i))).second);
+        queues.erase(mine);
         OsMemQueReq more = Named("more");
         uint32_t queue = 0;
-        const bool isFull = OsShmAdvancedBuffCreateQueue(&more, &queue) != 0;
-        _exit(queues.size() == 1023 && queues.count(mine) == 0 && isFull &&
-                      HostQueueRemove(*queues.begin()) == 0 && Create("more") == *queues.begin()
-                  ? 42
-                  : 1);
+        EXPECT_NE(OsShmAdvancedBuffCreateQueue(&more, &queue), 0U);
+        EXPECT_EQ(HostQueueRemove(*queues.begin()), 0U);
+        EXPECT_EQ(Create("more"), *queues.begin());
+        _exit(testing::Test::HasFailure() ? 1 : 0); // leaves them
     });
     const auto any = static_cast<uint32_t>(creator.Process()) << 10;
-    EXPECT_EQ(creator.Wait(), 42);
-    HostQueueState state{};
-    EXPECT_NE(HostQueueFind(any, &state), 0U); // removes what it has left
+    EXPECT_EQ(creator.Wait(), 0);
+    EXPECT_EQ(Found(any), ""); // removes what is left
 }
 
 FORKED_TEST(HostQueue, BadArgumentsAndForeignObjectsAreRefused)
 {
+    const std::string name(31, 'm'), object = ObjectOf(getpid(), "odd");
+    const uint32_t mine = Create(name);
     uint32_t queue = 7;
-    const uint32_t mine = Create(std::string(31, 'm'));
-    OsMemQueReq unnamed = Named(""), path = Named("a/b"), endless = Named(std::string(32, 'x')),
-                empty = Named("x"), taken = Named(std::string(31, 'm')), good = Named("good");
+    OsMemQueReq unnamed = Named(""), path = Named("a/b"), endless = Named(name + 'm'), empty = Named("x"),
+                taken = Named(name), good = Named("good"), *const none = nullptr;
     empty.cnt = 0;
-    for (OsMemQueReq* request :
-         {&unnamed, &path, &endless, &empty, &taken, static_cast<OsMemQueReq*>(nullptr)})
+    for (OsMemQueReq* request : {&unnamed, &path, &endless, &empty, &taken, none})
         EXPECT_NE(OsShmAdvancedBuffCreateQueue(request, &queue), 0U);
     EXPECT_NE(OsShmAdvancedBuffCreateQueue(&good, nullptr), 0U);
     EXPECT_EQ(queue, 7U);
@@ -131,7 +135,7 @@ FORKED_TEST(HostQueue, BadArgumentsAndForeignObjectsAreRefused)
     for (const uint32_t unknown : {0U, 1U, mine + 1, UINT32_MAX}) {
         EXPECT_NE(OsShmAdvancedActivateQueue(unknown, true), 0U);
         EXPECT_NE(OsShmAdvancedInitQueue(unknown, "VIDEO"), 0U);
-        EXPECT_NE(HostQueueFind(unknown, &state), 0U);
+        EXPECT_EQ(Found(unknown), "");
     }
     EXPECT_NE(OsShmAdvancedInitQueue(mine, nullptr), 0U);
     EXPECT_NE(OsShmAdvancedInitQueue(mine, std::string(32, 'p').c_str()), 0U);
@@ -139,17 +143,15 @@ FORKED_TEST(HostQueue, BadArgumentsAndForeignObjectsAreRefused)
     EXPECT_NE(HostQueueFind(mine, nullptr), 0U);
     EXPECT_NE(HostQueueOpen(getpid(), nullptr, &state), 0U);
     EXPECT_NE(HostQueueOpen(getpid(), "good", nullptr), 0U);
-    // What only looks like a queue: too short, without the mark, another user's, without ends of its names.
-    EXPECT_EQ(HostQueueOpen(getpid(), std::string(31, 'm').c_str(), &state), 0U);
-    const std::string bytes = Contents(ObjectOf(getpid(), std::string(31, 'm')));
-    std::string endlessNames = bytes;
-    std::fill(endlessNames.end() - 64, endlessNames.end(), 'e');
-    const std::string object = ObjectOf(getpid(), "odd");
-    for (const auto& [content, owner, isQueue] :
-         {std::tuple(bytes, geteuid(), true), std::tuple(bytes.substr(1) + '\0', geteuid(), false),
-          std::tuple(bytes.substr(0, bytes.size() - 1), geteuid(), false),
-          std::tuple(bytes, geteuid() == 0 ? 12345 : geteuid(), geteuid() != 0),
-          std::tuple(endlessNames, geteuid(), true)}) {
+    // What only looks like a queue: without the mark, too short, another user's; and without ends of its
+    // names.
+    const std::string bytes = Contents(ObjectOf(getpid(), name)), start = bytes.substr(0, bytes.size() - 64);
+    const uid_t user = geteuid(), other = user == 0 ? 12345 : user;
+    for (const auto& [content, owner, isQueue] : {std::tuple(bytes, user, true),
+                                                  {bytes.substr(1) + '\0', user, false},
+                                                  {bytes.substr(0, bytes.size() - 1), user, false},
+                                                  {bytes, other, other == user},
+                                                  {start + std::string(64, 'e'), user, true}}) {
         std::ofstream(object) << content;
         EXPECT_EQ(chown(object.c_str(), owner, getegid()), 0);
         EXPECT_EQ(HostQueueOpen(getpid(), "odd", &state) == 0, isQueue);

@@ -6,35 +6,18 @@
 #include "vesk_service/virtual_service.h"
 #include "vesk_video/vesk_video.h"
 
-#include <algorithm>
 #include <csignal>
-#include <cstring>
+#include <map>
 #include <mutex>
-#include <string>
-#include <vector>
 
 using namespace processes;
 
 inline std::string g_name = "test-app";
 
-/// The bytes of a record.
-template <class Record>
-std::string BytesOf(const Record& record)
-{
-    return {reinterpret_cast<const char*>(&record), sizeof record};
-}
-
-/// Bytes as the words that records are made of, which is how a test shows them.
-inline std::vector<uint32_t> Words(const std::string& bytes)
-{
-    std::vector<uint32_t> words((bytes.size() + 3) / 4);
-    std::memcpy(words.data(), bytes.data(), bytes.size());
-    return words;
-}
-
-using Notified = std::pair<uint32_t, std::string>;
 inline std::mutex g_lock;
-inline auto& g_notified = *new std::vector<Notified>; // outlives the receive thread, which never ends
+inline auto& g_notified =
+    *new std::map<uint32_t, std::vector<std::string>>; // by number; the receive thread never ends
+inline auto& g_seen = *new std::string;                // numbers, in their order
 
 inline uint32_t OnNotification(uint32_t notifyId, void* data, uint32_t dataLen)
 {
@@ -42,39 +25,21 @@ inline uint32_t OnNotification(uint32_t notifyId, void* data, uint32_t dataLen)
     if (notifyId == VESK_VIDEO_ON_IFREAME_REQUEST || notifyId == VESK_VIDEO_ON_WALLPAPER_DEC_OK_NOTIFY)
         dataLen = sizeof(uint32_t);
     const std::lock_guard guard(g_lock);
-    g_notified.emplace_back(notifyId, std::string(static_cast<char*>(data), dataLen));
+    g_notified[notifyId].emplace_back(static_cast<char*>(data), dataLen);
+    g_seen += std::to_string(notifyId) + ' ';
     return 0;
 }
 
 /// The data of the notifications @p id, once there are @p count.
-inline std::vector<std::string> Arrived(uint32_t id, size_t count)
+inline std::vector<std::string> Arrived(uint32_t id, size_t count = 1)
 {
     std::vector<std::string> arrived;
     Eventually([&] {
-        arrived.clear();
         const std::lock_guard guard(g_lock);
-        for (const auto& [notifyId, data] : g_notified) {
-            if (notifyId == id)
-                arrived.push_back(data);
-        }
+        arrived = g_notified[id];
         return arrived.size() >= count;
     });
     return arrived;
-}
-
-/// The numbers of all notifications up to now.
-inline std::string Seen()
-{
-    const std::lock_guard guard(g_lock);
-    std::string numbers;
-    for (const auto& [id, data] : g_notified)
-        numbers += std::to_string(id) + ' ';
-    return numbers;
-}
-
-inline bool Arrives(uint32_t id, size_t count = 1)
-{
-    return Arrived(id, count).size() == count;
 }
 
 inline void Install()
@@ -86,14 +51,14 @@ inline void Install()
 
 inline Child StartService()
 {
-    Child service = Child::Start(VESK_SERVICE_PATH);
-    EXPECT_TRUE(service.AwaitOutput("serving VIDEO/VCTL"));
+    Child service = Start(VESK_SERVICE_PATH);
+    service.ExpectOutput("serving VIDEO/VCTL");
     return service;
 }
 
 /// Sends a request with a payload of whatever length.
-inline uint32_t SendRaw(uint16_t msgId, uint64_t param1, const std::string& payload, uint16_t sub = 0,
-                        uint32_t param2 = 0)
+inline uint32_t SendRaw(uint16_t msgId, uint64_t param1 = 0, const std::string& payload = "",
+                        uint16_t sub = 0, uint32_t param2 = 0)
 {
     const VeskVideoMsgHead head{0, msgId, sub, param1, param2, 0};
     return VeskVideoSendSyncMsgWithoutResponse(&head, payload.empty() ? nullptr : payload.data(),
@@ -109,13 +74,26 @@ uint32_t Number(Function function, Arguments... arguments)
     return number;
 }
 
+/**
+ * Plays statements, between semicolons or on lines that begin with a name:
+ *
+ *     VO_START 1 !STATE                        a request, its arguments, and how it is refused
+ *     SET_SCREEN_OFFSET 1 < -10 20             the words of its payload; zeros follow them
+ *     GET_VO_PORT 1 = 0 1 1 @64 'HDMI-OUT-1    those of its answer; @ goes on at a byte, ' begins a text
+ *     ON 107 = 0 1 0                           the next notification of a number
+ *
+ * A request has its name of the list of messages; its arguments stand in the order of the header's fields,
+ * and each # is @p index, each % @p number.
+ */
+void Play(std::string script, uint32_t index = 0, uint32_t number = 0);
+
 /// An application; the services that it talks to are the test's.
 struct Application {
     RuntimeDir directory;
 
     ~Application()
     {
-        EXPECT_NE(SendRaw(VESK_VIDEO_MSG_GET_VO_COUNT, 0, ""), 0U); // gives its connections up
+        EXPECT_NE(SendRaw(VESK_VIDEO_MSG_GET_VO_COUNT), 0U); // gives its connections up
         HostMsgEndTask("VAPI");
     }
 };
@@ -133,8 +111,7 @@ struct VideoService : Application {
     }
     ~VideoService()
     {
-        service.Signal(SIGTERM);
-        EXPECT_TRUE(service.AwaitOutput("ended"));
-        EXPECT_EQ(service.Wait(), 0); // with the leak sanitizer: nothing has leaked
+        EXPECT_EQ(service.Wait(SIGTERM), 0); // with the leak sanitizer: nothing has leaked
+        service.ExpectOutput("ended");
     }
 };

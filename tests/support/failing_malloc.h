@@ -3,8 +3,11 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 namespace failing_malloc {
+
+inline thread_local size_t t_failingSize = SIZE_MAX, t_count = 0;
 
 /// False where no allocation can be made to fail; there is no such build now.
 inline bool IsAvailable()
@@ -13,15 +16,16 @@ inline bool IsAvailable()
 }
 
 /// While it lives, malloc of exactly @p size bytes fails on this thread.
-class Scope {
-public:
-    explicit Scope(size_t size);
-    ~Scope();
-    Scope(const Scope&) = delete;
-    Scope& operator=(const Scope&) = delete;
+struct Scope {
+    explicit Scope(size_t size) { t_failingSize = size; }
+    Scope(Scope&&) = delete;
+    ~Scope() { t_failingSize = SIZE_MAX; }
 };
 
 /// Allocations that this thread has made since it began.
-size_t Count();
+inline size_t Count()
+{
+    return t_count;
+}
 
 } // namespace failing_malloc

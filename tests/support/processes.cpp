@@ -1,14 +1,11 @@
 #include "support/processes.h"
 
-#include <algorithm>
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <thread>
-#include <utility>
 
 #include <poll.h>
 #include <sys/prctl.h>
@@ -18,59 +15,36 @@ namespace processes {
 
 RuntimeDir::RuntimeDir()
 {
-    char path[] = "/tmp/vesk-test-XXXXXX";
-    if (mkdtemp(path) == nullptr)
+    if (mkdtemp(path.data()) == nullptr)
         std::abort();
-    path_ = path;
-    setenv("VESK_RUNTIME_DIR", path, 1);
+    setenv("VESK_RUNTIME_DIR", path.c_str(), 1);
 }
 
 RuntimeDir::~RuntimeDir()
 {
     std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
+    std::filesystem::remove_all(path, ignored);
 }
 
-Child Child::Fork(const std::function<void()>& body)
+Child::Child(const std::function<void()>& body, bool keepsOutput) noexcept
 {
     int output[2];
     if (pipe(output) != 0)
         std::abort();
     std::fflush(nullptr);
-    const pid_t process = fork();
-    if (process == 0) {
+    process_ = fork();
+    if (process_ == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
-        dup2(output[1], STDOUT_FILENO);
+        if (keepsOutput)
+            dup2(output[1], STDOUT_FILENO);
+        std::setvbuf(stdout, nullptr, _IONBF, 0);
         close(output[0]);
         close(output[1]);
         body();
-        std::fflush(nullptr);
-        _exit(0);
+        std::exit(testing::Test::HasFailure() ? 1 : 0);
     }
     close(output[1]);
-    return {process, output[0]};
-}
-
-Child Child::Start(const std::string& program, const std::vector<std::string>& arguments)
-{
-    const std::string emulator = VESK_EMULATOR;
-    std::vector<char*> argv;
-    if (!emulator.empty())
-        argv.push_back(const_cast<char*>(emulator.c_str()));
-    argv.push_back(const_cast<char*>(program.c_str()));
-    for (const std::string& argument : arguments)
-        argv.push_back(const_cast<char*>(argument.c_str()));
-    argv.push_back(nullptr);
-    return Fork([&] {
-        execv(argv[0], argv.data());
-        _exit(127);
-    });
-}
-
-Child::Child(Child&& other) noexcept
-    : process_(std::exchange(other.process_, 0)), output_(std::exchange(other.output_, -1)),
-      text_(std::move(other.text_))
-{
+    output_ = output[0];
 }
 
 Child& Child::operator=(Child&& other) noexcept
@@ -83,54 +57,39 @@ Child& Child::operator=(Child&& other) noexcept
 
 Child::~Child()
 {
-    if (process_ > 0) {
-        kill(process_, SIGKILL);
-        Wait();
-    }
-    if (output_ >= 0)
-        close(output_);
+    if (process_ != 0)
+        Wait(SIGKILL);
+    close(output_);
 }
 
-void Child::Signal(int signal) const
-{
-    if (process_ > 0)
-        kill(process_, signal);
-}
-
-bool Child::AwaitOutput(const std::string& text)
+void Child::ExpectOutput(const std::string& text)
 {
     char buffer[256];
     while (text_.find(text) == std::string::npos) {
         pollfd output{output_, POLLIN, 0};
         const ssize_t got = poll(&output, 1, 10000) > 0 ? read(output_, buffer, sizeof buffer) : 0;
-        if (got <= 0)
-            return false;
+        ASSERT_GT(got, 0) << "no '" << text << "' in what it wrote: " << text_;
         text_.append(buffer, static_cast<size_t>(got));
     }
-    return true;
 }
 
-int Child::Wait()
+int Child::Wait(int signal)
 {
     int status = 0;
+    kill(process_, signal);
     waitpid(std::exchange(process_, 0), &status, 0);
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-Child Prepared(const std::function<bool()>& prepare, const std::function<void()>& then)
+Child Prepared(const std::function<void()>& prepare, const std::function<void()>& then)
 {
-    Child child = Child::Fork([&] {
-        std::puts(prepare() ? "ready" : "failed");
-        std::fflush(stdout);
+    Child child([&] {
+        prepare();
+        std::puts(testing::Test::HasFailure() ? "failed" : "ready");
         then();
     });
-    EXPECT_TRUE(child.AwaitOutput("ready")) << child.Output();
+    child.ExpectOutput("ready");
     return child;
-}
-
-bool HoldsInFork(const std::function<bool()>& condition)
-{
-    return Child::Fork([&] { std::exit(condition() ? 42 : 1); }).Wait() == 42;
 }
 
 std::string Contents(const std::string& path)
@@ -151,34 +110,31 @@ bool Eventually(const std::function<bool()>& condition)
     return true;
 }
 
-std::vector<std::string> OpenDescriptors()
+std::multiset<std::string> OpenDescriptors()
 {
-    std::vector<std::string> open;
+    std::multiset<std::string> open;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
         std::error_code isClosed; // the iterator's own
         const std::string target = std::filesystem::read_symlink(entry, isClosed);
         if (target != "anon_inode:[eventpoll]" && target.find("/proc/") != 0)
-            open.push_back(target);
+            open.insert(target);
     }
-    std::sort(open.begin(), open.end());
     return open;
 }
 
-void RunInFork(void (*body)() noexcept)
+void InFork(const std::function<void()>& body)
 {
-    std::fflush(nullptr);
-    const pid_t process = fork();
-    if (process == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
+    EXPECT_EQ(Child(body, false).Wait(), 0) << "of a fork";
+}
+
+void RunTest(const std::function<void()>& body)
+{
+    InFork([&] {
         const auto before = OpenDescriptors();
         body();
         Eventually([&] { return OpenDescriptors() == before; }); // what peers have left is closed in a moment
         EXPECT_EQ(OpenDescriptors(), before);
-        std::exit(testing::Test::HasFailure() ? 1 : 0);
-    }
-    int status = 0;
-    waitpid(process, &status, 0);
-    EXPECT_EQ(status, 0) << "of the process that ran the test";
+    });
 }
 
 } // namespace processes
