@@ -9,12 +9,6 @@ namespace failing_malloc {
 
 inline thread_local size_t t_failingSize = SIZE_MAX, t_count = 0;
 
-/// False where no allocation can be made to fail; there is no such build now.
-inline bool IsAvailable()
-{
-    return true;
-}
-
 /// While it lives, malloc of exactly @p size bytes fails on this thread.
 struct Scope {
     explicit Scope(size_t size) { t_failingSize = size; }
