@@ -432,7 +432,8 @@ FORKED_TEST(HostMessage, NamesAreTakenAwayByWhoServesThemAlone)
     const std::string name = directory.File("peer.task");
     const auto serves = [] { return HostMsgSetProcName("peer") == 0 && OsMsgRegTask("task", 8, Echo) == 0; };
     EXPECT_TRUE(HoldsInFork([&] { // a fork of its owner ends, and the name stays; then its owner does
-        return serves() && HoldsInFork([] { return true; }) && access(name.c_str(), F_OK) == 0;
+        return serves() && Ask("peer", 5, "", 50).result == HOST_MSG_ERR_TIMEOUT && // its thread is at rest
+               HoldsInFork([] { return true; }) && access(name.c_str(), F_OK) == 0;
     }));
     EXPECT_NE(access(name.c_str(), F_OK), 0);
     Child successor = Child::Fork([&] {
