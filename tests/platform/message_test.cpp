@@ -362,6 +362,7 @@ FORKED_TEST(HostMessage, NamesAreTakenAwayByWhoServesThemAlone)
     const std::string name = directory.File("peer.task");
     InFork([&] { // a fork of its owner ends, and the name stays; then its owner does
         EXPECT_EQ(BecomePeer(), 0U);
+        EXPECT_EQ(Ask("peer", 5, "", 50).result, uint32_t{HOST_MSG_ERR_TIMEOUT}); // its thread is at rest
         InFork([] {});
         EXPECT_EQ(access(name.c_str(), F_OK), 0);
     });
