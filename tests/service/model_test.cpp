@@ -53,7 +53,7 @@ void FillAll(uint32_t round)
 
 FORKED_TEST(VideoService, EveryPortIsAnnouncedAfterInit)
 {
-    EXPECT_EQ(g_seen, "100 101 100 101 102 103 102 102 103 ");
+    EXPECT_EQ(Seen(), "100 101 100 101 102 103 102 102 103 ");
     Play(R"(ON 100 = 0 @84 1; ON 101 = 0 @100 3840 2160 60; ON 100 = 1 @84 1; ON 101 = 1 @100 1920 1080 60
             ON 102 = 0 @132 1; ON 103 = 0 @68 0 1 @176 3840 2160 30; ON 102 = 1 @132 0
             ON 102 = 2 @132 1; ON 103 = 2 @68 1 16 @176 1920 1080 25)");
@@ -194,8 +194,7 @@ FORKED_TEST(VideoService, LinksAndJobsAreNotified)
             ON 0 = 3 0; ON 0 = 1 0; ON 0 = 1 0; ON 0 = 0 0; ON 0 = 1 0; ENC_DELETE 4; SET_LOOP_MODE < 99 2 1 !NUMBER
             SET_LOOP_MODE < 1 99 1 !NUMBER; SET_DEC_PARAM 2 < 0 0 16 16; DEC_START 2; ON 4 = 2 1; ON 5 = 1)");
     Play("CLOSE_VI_PORT 1; VO_CLOSE 3; ON 108 = 0 'CAMERA @72 3");
-    const std::lock_guard guard(g_lock);
-    EXPECT_EQ(g_seen,
+    EXPECT_EQ(Seen(),
               "100 101 100 101 102 103 102 102 103 106 108 106 108 106 6 6 109 2 2 2 0 0 0 0 0 4 5 108 ");
 }
 

@@ -30,6 +30,12 @@ inline uint32_t OnNotification(uint32_t notifyId, void* data, uint32_t dataLen)
     return 0;
 }
 
+inline std::string Seen()
+{
+    const std::lock_guard guard(g_lock);
+    return g_seen;
+}
+
 /// The data of the notifications @p id, once there are @p count.
 inline std::vector<std::string> Arrived(uint32_t id, size_t count = 1)
 {
