@@ -167,7 +167,7 @@ FORKED_TEST(HostMessage, ATaskThatDoesNotKeepUpDropsAndCounts)
 {
     static std::atomic<int> s_handled = 0;
     ASSERT_EQ(HostMsgSetProcName("self"), 0U);
-    const Handler count = [](OsMsgEnvelope*) -> uint32_t { return ++s_handled; };
+    const Handler count = [](OsMsgEnvelope*) -> uint32_t { return uint32_t(++s_handled); };
     Served task("task", count, false);
     for (uint32_t i = 0; i < 10; ++i)
         EXPECT_EQ(Tell("self", i), 0U);
