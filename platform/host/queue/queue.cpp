@@ -4,8 +4,8 @@
 // never hand out the same one. What a killed creator left behind is removed by the first process that finds
 // it.
 #include "vesk_host/queue.h"
-#include "message/unique_fd.h"
 #include "platform/os_queue.h"
+#include "process/unique_fd.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -55,7 +55,8 @@ class Mapping {
 public:
     explicit Mapping(const std::string& object)
     {
-        const UniqueFd file(shm_open(('/' + object).c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW, 0));
+        const UniqueFd file(
+            [&] { return shm_open(('/' + object).c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW, 0); });
         struct stat status {};
         if (!file.IsOpen() || fstat(file.Get(), &status) != 0 || status.st_uid != geteuid() ||
             status.st_size < static_cast<off_t>(sizeof(SharedQueue)))
@@ -127,8 +128,9 @@ public:
         if (!number)
             return kNoRoom;
         const std::string object = '/' + Prefix(process_) + std::string(name);
-        const UniqueFd file(
-            shm_open(object.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
+        const UniqueFd file([&] {
+            return shm_open(object.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+        });
         if (!file.IsOpen())
             return errno == EEXIST ? kExists : kSystem;
         SharedQueue queue{};
