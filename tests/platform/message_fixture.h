@@ -172,13 +172,13 @@ struct HostMessage {
 
 /// A message as it travels: @p data after a head that announces @p dataLen bytes.
 inline std::string Raw(uint32_t dataLen, const std::string& data, uint32_t type = OS_MSG_SYNCHRONOUS,
-                       uint32_t msgId = 5)
+                       uint32_t msgId = 5, uint64_t sequence = 1)
 {
     OsMsgEnvelope envelope{};
     envelope.type = type;
     envelope.msgId = msgId;
     envelope.dataLen = dataLen;
-    const FrameHead head = FrameHead::Of(envelope);
+    const FrameHead head = FrameHead::Of(envelope, sequence);
     return std::string(reinterpret_cast<const char*>(&head), sizeof head) + data;
 }
 
@@ -189,12 +189,14 @@ inline bool IsClosedOn(const UniqueFd& connection)
     return recv(connection.Get(), &byte, 1, 0) == 0 || errno == ECONNRESET;
 }
 
-/// Reads one message whole from a raw connection; false when there is none.
-inline bool ReadMessage(const UniqueFd& connection)
+/// Reads one message whole from a raw connection. Returns its sequence, 0 when there is none.
+inline uint64_t ReadMessage(const UniqueFd& connection)
 {
     FrameHead head;
     if (recv(connection.Get(), &head, sizeof head, MSG_WAITALL) != sizeof head)
-        return false;
+        return 0;
     std::string data(head.Envelope().dataLen, '\0');
-    return recv(connection.Get(), data.data(), data.size(), MSG_WAITALL) == static_cast<ssize_t>(data.size());
+    return recv(connection.Get(), data.data(), data.size(), MSG_WAITALL) == ssize_t(data.size())
+               ? head.sequence
+               : 0;
 }

@@ -3,10 +3,18 @@
 
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <utility>
 
 namespace vesk::host {
+
+namespace {
+
+constexpr size_t kMaxIdle = 256;
+constexpr long kMaxIdleOfOne = 32;
+
+} // namespace
 
 bool IsSilent(int connection)
 {
@@ -14,41 +22,47 @@ bool IsSilent(int connection)
     return recv(connection, &byte, 1, MSG_PEEK | MSG_DONTWAIT) < 0 && errno == EAGAIN;
 }
 
-ConnectionPool& ConnectionPool::Instance()
+ConnectionPool::ConnectionPool()
 {
-    static auto& pool = *new ConnectionPool; // never destroyed: detached threads send until the very end
-    return pool;
+    idle_.reserve(kMaxIdle);
 }
 
-UniqueFd ConnectionPool::TakeIdle(const std::string& endpoint)
+Outgoing ConnectionPool::TakeIdle(const EndpointNames& to)
 {
     const std::lock_guard guard(lock_);
-    if (const pid_t self = getpid(); std::exchange(process_, self) != self)
-        idle_.clear();
-    std::vector<UniqueFd>& idle = idle_[endpoint];
-    while (!idle.empty()) {
-        UniqueFd connection = std::move(idle.back());
-        idle.pop_back();
-        if (IsSilent(connection.Get()))
-            return connection;
+    for (size_t i = idle_.size(); i-- != 0;) {
+        if (idle_[i].to == to) {
+            Outgoing taken = std::move(idle_[i]);
+            idle_.erase(idle_.begin() + static_cast<long>(i));
+            return taken;
+        }
     }
-    return {};
+    return {to, {}, 0};
 }
 
-EndpointResult ConnectionPool::Take(const std::string& endpoint, const std::optional<Deadline>& deadline)
+Outgoing ConnectionPool::Take(const EndpointNames& to)
 {
-    if (UniqueFd idle = TakeIdle(endpoint); idle.IsOpen())
-        return {std::move(idle), 0};
-    return ConnectEndpoint(endpoint, deadline);
+    for (;;) {
+        Outgoing taken = TakeIdle(to);
+        if (!taken.socket.IsOpen() || IsSilent(taken.socket.Get()))
+            return taken;
+    }
 }
 
-void ConnectionPool::GiveBack(const std::string& endpoint, UniqueFd connection)
+void ConnectionPool::GiveBack(Outgoing connection)
 {
-    constexpr size_t kMaxIdle = 32;
     const std::lock_guard guard(lock_);
-    std::vector<UniqueFd>& idle = idle_[endpoint];
-    if (idle.size() < kMaxIdle)
-        idle.push_back(std::move(connection));
+    const auto isToTheSame = [&](const Outgoing& other) { return other.to == connection.to; };
+    if (idle_.size() == kMaxIdle)
+        idle_.erase(idle_.begin());
+    if (std::count_if(idle_.begin(), idle_.end(), isToTheSame) < kMaxIdleOfOne)
+        idle_.push_back(std::move(connection));
+}
+
+void ConnectionPool::CloseDead()
+{
+    const std::lock_guard guard(lock_);
+    std::erase_if(idle_, [](const Outgoing& connection) { return !IsSilent(connection.socket.Get()); });
 }
 
 } // namespace vesk::host

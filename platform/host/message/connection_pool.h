@@ -3,31 +3,39 @@
 
 #include "message/endpoint.h"
 
-#include <map>
 #include <mutex>
 #include <vector>
 
 namespace vesk::host {
 
+/// A connection that belongs to one call.
+struct Outgoing {
+    EndpointNames to;
+    UniqueFd socket;
+    uint32_t receiveTimeoutMs = 0; // that the socket is set to; 0 for none
+};
+
 /**
- * Idle connections by endpoint. A connection that is taken belongs to one call, and is given back only
- * between two messages. The one given back last is taken first, so that messages which one thread sends one
- * after another arrive in order.
+ * Idle connections. One is given back only between two messages. That which was given back last is taken
+ * first, so that messages which one thread sends one after another arrive in order.
  */
 class ConnectionPool {
 public:
-    static ConnectionPool& Instance();
+    ConnectionPool();
 
-    /// An idle connection whose peer is still there, or a new one. See ConnectEndpoint.
-    EndpointResult Take(const std::string& endpoint, const std::optional<Deadline>& deadline);
-    void GiveBack(const std::string& endpoint, UniqueFd connection);
+    /// An idle connection to @p to whose peer is still there, or one that is not open.
+    Outgoing Take(const EndpointNames& to);
+
+    void GiveBack(Outgoing connection);
+
+    /// Closes the connections whose peers have gone.
+    void CloseDead();
 
 private:
-    UniqueFd TakeIdle(const std::string& endpoint);
+    Outgoing TakeIdle(const EndpointNames& to);
 
     std::mutex lock_;
-    pid_t process_ = getpid(); // a forked child must not share its parent's connections
-    std::map<std::string, std::vector<UniqueFd>> idle_;
+    std::vector<Outgoing> idle_; // the last was given back last
 };
 
 /// True when nothing has arrived on a connection that should be silent, and its peer has not closed it.

@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 
 #include <cctype>
@@ -50,13 +51,29 @@ sockaddr_un AddressIn(const UniqueFd& directory, const std::string& endpoint)
     return address;
 }
 
-int Connect(int socket, const sockaddr_un& address)
+/// Has connect() return with EAGAIN when the deadline has passed.
+void WaitAtMost(int socket, const Deadline& deadline)
 {
-    int result = 0;
-    do {
-        result = connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address);
-    } while (result != 0 && errno == EINTR);
-    return result;
+    const int milliseconds = std::max(deadline.Milliseconds(), 1);
+    const timeval wait{milliseconds / 1000, milliseconds % 1000 * 1000L};
+    setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &wait, sizeof wait);
+}
+
+/// Like connect(). Without a deadline the socket must not block.
+int Connect(const UniqueFd& socket, const sockaddr_un& address, const std::optional<Deadline>& deadline = {})
+{
+    for (;;) {
+        if (deadline)
+            WaitAtMost(socket.Get(), *deadline);
+        if (connect(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0)
+            return 0;
+        if (errno != EINTR)
+            return -1;
+        if (deadline && deadline->HasPassed()) {
+            errno = EAGAIN;
+            return -1;
+        }
+    }
 }
 
 UniqueFd NewSocket(int flags)
@@ -64,27 +81,34 @@ UniqueFd NewSocket(int flags)
     return UniqueFd([&] { return socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | flags, 0); });
 }
 
-EndpointResult Failed(uint32_t error)
-{
-    return {UniqueFd(), error};
-}
-
-EndpointResult SystemFailure(const char* what, const std::string& endpoint)
+uint32_t SystemFailure(const char* what, const std::string& endpoint)
 {
     Report(kReportError, "%s of %s failed: %s", what, endpoint.c_str(), strerror(errno));
-    return Failed(HOST_MSG_ERR_SYSTEM);
+    return HOST_MSG_ERR_SYSTEM;
 }
 
-/// Serialises all processes that bind or remove names in the directory; released with @p directory.
-bool LockDirectory(const UniqueFd& directory)
+/// Serialises all processes that bind or remove names in the directory, until it is closed. Nobody else may
+/// open the file, so nobody else can hold the lock.
+UniqueFd LockDirectory(const UniqueFd& directory)
 {
+    UniqueFd file([&] {
+        return openat(directory.Get(), ".lock", O_RDONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK,
+                      S_IRUSR | S_IWUSR);
+    });
     const Deadline deadline(std::chrono::seconds(2));
-    while (flock(directory.Get(), LOCK_EX | LOCK_NB) != 0) {
+    while (file.IsOpen() && flock(file.Get(), LOCK_EX | LOCK_NB) != 0) {
         if (deadline.HasPassed())
-            return false;
+            return {};
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-    return true;
+    return file;
+}
+
+/// The number of a file, 0 when there is none.
+ino_t InodeOf(const UniqueFd& directory, const std::string& name)
+{
+    struct stat status {};
+    return fstatat(directory.Get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 ? status.st_ino : 0;
 }
 
 } // namespace
@@ -105,6 +129,14 @@ std::optional<std::string> EndpointName(std::string_view procName, std::string_v
     return name;
 }
 
+EndpointNames EndpointNames::ReceiverOf(const OsMsgEnvelope& envelope)
+{
+    EndpointNames names;
+    NameText(envelope.recvProcName).copy(names.process, sizeof names.process);
+    NameText(envelope.recvTaskName).copy(names.task, sizeof names.task);
+    return names;
+}
+
 std::optional<pid_t> PeerOfThisUser(int socket)
 {
     ucred peer{};
@@ -114,69 +146,74 @@ std::optional<pid_t> PeerOfThisUser(int socket)
     return peer.pid;
 }
 
-EndpointResult ConnectEndpoint(const std::string& endpoint, const std::optional<Deadline>& deadline)
+uint32_t ConnectEndpoint(const std::string& endpoint, const std::optional<Deadline>& deadline,
+                         UniqueFd& socket)
 {
     const UniqueFd directory = OpenRuntimeDir();
     if (!directory.IsOpen())
-        return Failed(HOST_MSG_ERR_DIRECTORY);
-    UniqueFd socket = NewSocket(deadline ? 0 : SOCK_NONBLOCK);
-    if (!socket.IsOpen())
+        return HOST_MSG_ERR_DIRECTORY;
+    UniqueFd connected = NewSocket(deadline ? 0 : SOCK_NONBLOCK);
+    if (!connected.IsOpen())
         return SystemFailure("socket for a connection", endpoint);
-    if (deadline) {
-        const int milliseconds = std::max(deadline->Milliseconds(), 1);
-        const timeval wait{milliseconds / 1000, milliseconds % 1000 * 1000L};
-        setsockopt(socket.Get(), SOL_SOCKET, SO_SNDTIMEO, &wait, sizeof wait);
-    }
-    if (Connect(socket.Get(), AddressIn(directory, endpoint)) != 0) {
+    if (Connect(connected, AddressIn(directory, endpoint), deadline) != 0) {
         if (errno == EAGAIN)
-            return Failed(deadline ? HOST_MSG_ERR_TIMEOUT : HOST_MSG_ERR_FULL);
+            return deadline ? HOST_MSG_ERR_TIMEOUT : HOST_MSG_ERR_FULL;
         if (errno != ENOENT && errno != ECONNREFUSED)
             return SystemFailure("connection", endpoint);
         Report(kReportError, "nobody serves %s in %s", endpoint.c_str(), RuntimeDirPath().c_str());
-        return Failed(HOST_MSG_ERR_ABSENT);
+        return HOST_MSG_ERR_ABSENT;
     }
-    if (!PeerOfThisUser(socket.Get())) {
+    if (!PeerOfThisUser(connected.Get())) {
         Report(kReportError, "%s is served by another user", endpoint.c_str());
-        return Failed(HOST_MSG_ERR_FOREIGN);
+        return HOST_MSG_ERR_FOREIGN;
     }
-    return {std::move(socket), 0};
+    if (!deadline && fcntl(connected.Get(), F_SETFL, 0) != 0)
+        return SystemFailure("connection", endpoint);
+    socket = std::move(connected);
+    return 0;
 }
 
-EndpointResult ServeEndpoint(const std::string& endpoint)
+uint32_t ServeEndpoint(const std::string& endpoint, ServedEndpoint& served)
 {
     const UniqueFd directory = OpenRuntimeDir();
     if (!directory.IsOpen())
-        return Failed(HOST_MSG_ERR_DIRECTORY);
-    if (!LockDirectory(directory)) {
+        return HOST_MSG_ERR_DIRECTORY;
+    const UniqueFd lock = LockDirectory(directory);
+    if (!lock.IsOpen()) {
         Report(kReportError, "runtime directory %s stays locked, %s is not served", RuntimeDirPath().c_str(),
                endpoint.c_str());
-        return Failed(HOST_MSG_ERR_DIRECTORY);
+        return HOST_MSG_ERR_DIRECTORY;
     }
     const sockaddr_un address = AddressIn(directory, endpoint);
     const UniqueFd probe = NewSocket(SOCK_NONBLOCK);
     if (!probe.IsOpen())
         return SystemFailure("socket", endpoint);
-    if (Connect(probe.Get(), address) == 0 || errno == EAGAIN) {
+    if (Connect(probe, address) == 0 || errno == EAGAIN) {
         Report(kReportError, "%s is already served by process %d", endpoint.c_str(),
                PeerOfThisUser(probe.Get()).value_or(0));
-        return Failed(HOST_MSG_ERR_TAKEN);
+        return HOST_MSG_ERR_TAKEN;
     }
     unlinkat(directory.Get(), endpoint.c_str(), 0);
     UniqueFd listener = NewSocket(SOCK_NONBLOCK);
     if (!listener.IsOpen() ||
-        bind(listener.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
-        listen(listener.Get(), kBacklog) != 0)
+        bind(listener.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
         return SystemFailure("socket", endpoint);
-    return {std::move(listener), 0};
+    if (listen(listener.Get(), kBacklog) != 0) {
+        const uint32_t error = SystemFailure("socket", endpoint);
+        unlinkat(directory.Get(), endpoint.c_str(), 0);
+        return error;
+    }
+    served = {std::move(listener), InodeOf(directory, endpoint)};
+    return 0;
 }
 
-void RemoveEndpoint(const std::string& endpoint)
+void RemoveEndpoint(const std::string& endpoint, const ServedEndpoint& served)
 {
     const UniqueFd directory = OpenRuntimeDir(WhenMissing::kLeave);
-    if (!directory.IsOpen() || !LockDirectory(directory))
+    if (!directory.IsOpen())
         return;
-    const UniqueFd probe = NewSocket(SOCK_NONBLOCK);
-    if (Connect(probe.Get(), AddressIn(directory, endpoint)) == 0 && PeerOfThisUser(probe.Get()) == getpid())
+    const UniqueFd lock = LockDirectory(directory);
+    if (lock.IsOpen() && InodeOf(directory, endpoint) == served.inode)
         unlinkat(directory.Get(), endpoint.c_str(), 0);
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "message/deadline.h"
+#include "platform/os_msg.h"
 #include "process/unique_fd.h"
 
 #include <sys/types.h>
@@ -19,21 +20,33 @@ std::string_view NameText(const char (&field)[16]);
 /// File name of an endpoint's socket, or nothing when a name is empty or the file name too long.
 std::optional<std::string> EndpointName(std::string_view procName, std::string_view taskName);
 
-/// Outcome of connecting or serving: a descriptor, or a HostMsgResult.
-struct EndpointResult {
-    UniqueFd socket;
-    uint32_t error = 0;
+/// The names of a process and its task, with nothing after their NULs.
+struct EndpointNames {
+    char process[16] = {};
+    char task[16] = {};
+
+    static EndpointNames ReceiverOf(const OsMsgEnvelope& envelope);
+    bool operator==(const EndpointNames&) const = default;
 };
 
 /// Connects to an endpoint of this user. Without a deadline it never waits. Logs the reason on failure.
-EndpointResult ConnectEndpoint(const std::string& endpoint, const std::optional<Deadline>& deadline);
+/// @return 0 and a blocking socket in @p socket, or a HostMsgResult.
+uint32_t ConnectEndpoint(const std::string& endpoint, const std::optional<Deadline>& deadline,
+                         UniqueFd& socket);
+
+/// A socket that listens, and the file that names it.
+struct ServedEndpoint {
+    UniqueFd socket;
+    ino_t inode = 0;
+};
 
 /// Serves an endpoint: listens on its name, taking it over from a process that has died. Logs the reason on
 /// failure.
-EndpointResult ServeEndpoint(const std::string& endpoint);
+/// @return 0, or a HostMsgResult.
+uint32_t ServeEndpoint(const std::string& endpoint, ServedEndpoint& served);
 
-/// Removes an endpoint's name if this process serves it; to be called while it still listens.
-void RemoveEndpoint(const std::string& endpoint);
+/// Removes an endpoint's name unless another process has it by now; to be called while it still listens.
+void RemoveEndpoint(const std::string& endpoint, const ServedEndpoint& served);
 
 /// The process at the other end when it belongs to this user, or nothing.
 std::optional<pid_t> PeerOfThisUser(int socket);

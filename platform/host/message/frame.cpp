@@ -13,14 +13,15 @@ namespace vesk::host {
 
 namespace {
 
-constexpr uint64_t kMark = 0x3147534d4b534556; // "VESKMSG1"
+constexpr uint64_t kMark = 0x3247534d4b534556; // "VESKMSG2"
 
 } // namespace
 
-FrameHead FrameHead::Of(const OsMsgEnvelope& envelope)
+FrameHead FrameHead::Of(const OsMsgEnvelope& envelope, uint64_t sequence)
 {
     FrameHead head;
     head.mark = kMark;
+    head.sequence = sequence;
     std::memcpy(head.envelope.data(), &envelope, head.envelope.size());
     return head;
 }
@@ -51,8 +52,9 @@ bool WaitFor(int socket, short events, const Deadline& deadline)
     return false;
 }
 
-FrameWriter::FrameWriter(const OsMsgEnvelope& envelope)
-    : head_(FrameHead::Of(envelope)), parts_{{{&head_, sizeof head_}, {envelope.data, envelope.dataLen}}}
+FrameWriter::FrameWriter(const OsMsgEnvelope& envelope, uint64_t sequence)
+    : head_(FrameHead::Of(envelope, sequence)), parts_{{{&head_, sizeof head_},
+                                                        {envelope.data, envelope.dataLen}}}
 {
 }
 

@@ -15,12 +15,14 @@ namespace vesk::host {
 
 inline constexpr uint32_t kMaxDataLen = 4U << 20;
 
-/// The head: a mark that tells a frame from garbage, then the envelope up to its pointer.
+/// The head: a mark that tells a frame from garbage, the number of a request that its answer repeats, then
+/// the envelope up to its pointer.
 struct FrameHead {
     uint64_t mark;
+    uint64_t sequence;
     std::array<std::byte, offsetof(OsMsgEnvelope, data)> envelope;
 
-    static FrameHead Of(const OsMsgEnvelope& envelope);
+    static FrameHead Of(const OsMsgEnvelope& envelope, uint64_t sequence);
 
     /// True for the right mark, a known type and an allowed length.
     bool IsValid() const;
@@ -28,12 +30,12 @@ struct FrameHead {
     /// The envelope, with a null data pointer.
     OsMsgEnvelope Envelope() const;
 };
-static_assert(sizeof(FrameHead) == 168);
+static_assert(sizeof(FrameHead) == 176);
 
 /// Head and data of a message as they are written; the envelope's data must outlive it.
 class FrameWriter {
 public:
-    explicit FrameWriter(const OsMsgEnvelope& envelope);
+    FrameWriter(const OsMsgEnvelope& envelope, uint64_t sequence);
     FrameWriter(const FrameWriter&) = delete;
     FrameWriter& operator=(const FrameWriter&) = delete;
 

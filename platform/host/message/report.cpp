@@ -57,8 +57,12 @@ void Report(ReportLevel level, const char* format, ...)
     va_start(values, format);
     std::vsnprintf(text, sizeof text, format, values);
     va_end(values);
-    if (!RepeatsTheLast(text))
-        g_logFunction.load()(level, text);
+    try {
+        if (!RepeatsTheLast(text))
+            g_logFunction.load()(level, text);
+    } catch (const std::exception&) {
+        // The line is lost for want of memory; what it tells of is dealt with all the same.
+    }
 }
 
 } // namespace vesk::host

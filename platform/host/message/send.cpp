@@ -3,14 +3,18 @@
 #include "message/frame.h"
 #include "message/report.h"
 #include "message/task.h"
+#include "process/fork.h"
 #include "vesk_host/message.h"
 
 #include <poll.h>
 #include <sys/socket.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <memory>
+#include <span>
 
 namespace vesk::host {
 
@@ -18,37 +22,44 @@ namespace {
 
 using Answer = std::unique_ptr<OsMsgEnvelope, decltype(&std::free)>;
 
-/// The endpoint that a message goes to, or a HostMsgResult.
-struct Address {
-    std::string endpoint;
-    uint32_t error = 0;
-};
+PerProcess<ConnectionPool> g_connections;
+std::atomic<uint64_t> g_lastSequence = 0;
 
-Address AddressOf(const OsMsgEnvelope* envelope)
+/// The receiver of a message, for a line about it.
+std::string Receiver(const OsMsgEnvelope& envelope)
+{
+    return EndpointName(NameText(envelope.recvProcName), NameText(envelope.recvTaskName)).value_or("");
+}
+
+/// Finds a connection for a message that may be sent. Returns 0 or a HostMsgResult.
+uint32_t Connect(const OsMsgEnvelope* envelope, const std::optional<Deadline>& deadline, Outgoing& connection)
 {
     if (envelope == nullptr || (envelope->data == nullptr && envelope->dataLen != 0))
-        return {{}, HOST_MSG_ERR_ARGUMENT};
-    const std::string_view procName = NameText(envelope->recvProcName);
-    const std::string_view taskName = NameText(envelope->recvTaskName);
-    auto endpoint = EndpointName(procName, taskName);
-    if (!endpoint) {
-        Report(kReportError, "message %u cannot be sent to process '%.*s' task '%.*s'", envelope->msgId,
-               static_cast<int>(procName.size()), procName.data(), static_cast<int>(taskName.size()),
-               taskName.data());
-        return {{}, HOST_MSG_ERR_ARGUMENT};
+        return HOST_MSG_ERR_ARGUMENT;
+    const EndpointNames to = EndpointNames::ReceiverOf(*envelope);
+    BindTasksUnder(NameText(envelope->sendProcName));
+    if (envelope->dataLen <= kMaxDataLen)
+        connection = g_connections->Take(to);
+    if (connection.socket.IsOpen())
+        return 0;
+    const std::string endpoint = Receiver(*envelope);
+    if (endpoint.empty()) {
+        Report(kReportError, "message %u cannot be sent to process '%.16s' task '%.16s'", envelope->msgId,
+               envelope->recvProcName, envelope->recvTaskName);
+        return HOST_MSG_ERR_ARGUMENT;
     }
     if (envelope->dataLen > kMaxDataLen) {
         Report(kReportError, "message %u to %s has %u bytes of data, more than %u", envelope->msgId,
-               endpoint->c_str(), envelope->dataLen, kMaxDataLen);
-        return {{}, HOST_MSG_ERR_TOO_LONG};
+               endpoint.c_str(), envelope->dataLen, kMaxDataLen);
+        return HOST_MSG_ERR_TOO_LONG;
     }
-    return {std::move(*endpoint), 0};
+    g_connections->CloseDead();
+    return ConnectEndpoint(endpoint, deadline, connection.socket);
 }
 
 /// Returns 0, HOST_MSG_ERR_BROKEN or HOST_MSG_ERR_TIMEOUT.
-uint32_t WriteAll(int socket, const OsMsgEnvelope& envelope, const Deadline& deadline)
+uint32_t WriteAll(int socket, FrameWriter&& writer, const Deadline& deadline)
 {
-    FrameWriter writer(envelope);
     for (;;) {
         const FrameWriter::Progress progress = writer.WriteSome(socket);
         if (progress != FrameWriter::Progress::kNoRoom)
@@ -76,42 +87,102 @@ uint32_t HandOver(int socket, FrameWriter& writer)
     }
 }
 
-/// Reads exactly @p size bytes. Returns 0, HOST_MSG_ERR_BROKEN or HOST_MSG_ERR_TIMEOUT.
-uint32_t ReadAll(int socket, void* buffer, size_t size, const Deadline& deadline)
-{
-    auto* position = static_cast<std::byte*>(buffer);
-    while (size != 0) {
-        const ssize_t got = recv(socket, position, size, MSG_DONTWAIT);
-        if (got > 0) {
-            position += got;
-            size -= static_cast<size_t>(got);
-        } else if (got == 0 || (errno != EAGAIN && errno != EINTR)) {
-            return HOST_MSG_ERR_BROKEN;
-        } else if (!WaitFor(socket, POLLIN, deadline)) {
-            return HOST_MSG_ERR_TIMEOUT;
+/// Reads the answer to one request.
+class AnswerReader {
+public:
+    AnswerReader(Outgoing& connection, const Deadline& deadline, uint32_t timeoutMs)
+        : socket_(connection.socket.Get()), deadline_(deadline)
+    {
+        // Mostly nothing has taken time so far, and the socket's own time-out saves a poll().
+        mayBlock_ = timeoutMs != 0 && deadline.Milliseconds() == static_cast<int64_t>(timeoutMs);
+        if (!mayBlock_ || connection.receiveTimeoutMs == timeoutMs)
+            return;
+        const timeval wait{timeoutMs / 1000, timeoutMs % 1000 * 1000L};
+        mayBlock_ = setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &wait, sizeof wait) == 0;
+        connection.receiveTimeoutMs = mayBlock_ ? timeoutMs : 0;
+    }
+
+    /// Returns 0 or a HostMsgResult. The answer to an earlier request, given twice, is passed over.
+    uint32_t Read(uint32_t msgId, uint64_t sequence, Answer& answer)
+    {
+        FrameHead head;
+        do {
+            if (const uint32_t error = ReadFrame(head, answer); error != 0)
+                return error;
+        } while (head.sequence < sequence);
+        if (head.sequence != sequence || answer->msgId != msgId || !buffered_.empty())
+            return HOST_MSG_ERR_MALFORMED;
+        return 0;
+    }
+
+private:
+    uint32_t ReadFrame(FrameHead& head, Answer& answer)
+    {
+        if (const uint32_t error = ReadAll(&head, sizeof head); error != 0)
+            return error;
+        if (!head.IsValid())
+            return HOST_MSG_ERR_MALFORMED;
+        const OsMsgEnvelope envelope = head.Envelope();
+        answer.reset(static_cast<OsMsgEnvelope*>(std::malloc(sizeof envelope + envelope.dataLen)));
+        if (answer == nullptr)
+            return HOST_MSG_ERR_SYSTEM;
+        *answer = envelope;
+        if (envelope.dataLen == 0)
+            return 0;
+        answer->data = answer.get() + 1;
+        return ReadAll(answer->data, envelope.dataLen);
+    }
+
+    /// Reads exactly @p size bytes. Returns 0, HOST_MSG_ERR_BROKEN or HOST_MSG_ERR_TIMEOUT.
+    uint32_t ReadAll(void* target, size_t size)
+    {
+        auto* position = static_cast<std::byte*>(target);
+        for (;;) {
+            const size_t taken = std::min(size, buffered_.size());
+            std::copy_n(buffered_.begin(), taken, position);
+            buffered_ = buffered_.subspan(taken);
+            position += taken;
+            size -= taken;
+            if (size == 0)
+                return 0;
+            // What is too long for the buffer goes where it belongs at once.
+            const bool isLong = size >= sizeof buffer_;
+            size_t got = 0;
+            if (const uint32_t error =
+                    Receive(isLong ? position : buffer_, isLong ? size : sizeof buffer_, got);
+                error != 0)
+                return error;
+            if (isLong) {
+                position += got;
+                size -= got;
+            } else {
+                buffered_ = {buffer_, got};
+            }
         }
     }
-    return 0;
-}
 
-uint32_t ReadAnswer(int socket, uint32_t msgId, const Deadline& deadline, Answer& answer)
-{
-    FrameHead head;
-    if (const uint32_t error = ReadAll(socket, &head, sizeof head, deadline); error != 0)
-        return error;
-    const OsMsgEnvelope envelope = head.Envelope();
-    if (!head.IsValid() || envelope.msgId != msgId)
-        return HOST_MSG_ERR_MALFORMED;
-    answer.reset(static_cast<OsMsgEnvelope*>(std::malloc(sizeof envelope + envelope.dataLen)));
-    if (answer == nullptr)
-        return HOST_MSG_ERR_SYSTEM;
-    *answer = envelope;
-    if (envelope.dataLen != 0) {
-        answer->data = answer.get() + 1;
-        return ReadAll(socket, answer->data, envelope.dataLen, deadline);
+    uint32_t Receive(std::byte* target, size_t size, size_t& got)
+    {
+        for (;;) {
+            const ssize_t result = recv(socket_, target, size, mayBlock_ ? 0 : MSG_DONTWAIT);
+            mayBlock_ = false; // from now on only what is left of the time
+            if (result > 0) {
+                got = static_cast<size_t>(result);
+                return 0;
+            }
+            if (result == 0 || (errno != EAGAIN && errno != EINTR))
+                return HOST_MSG_ERR_BROKEN;
+            if (!WaitFor(socket_, POLLIN, deadline_))
+                return HOST_MSG_ERR_TIMEOUT;
+        }
     }
-    return 0;
-}
+
+    const int socket_;
+    const Deadline& deadline_;
+    bool mayBlock_ = false;
+    std::byte buffer_[8192];
+    std::span<const std::byte> buffered_;
+};
 
 const char* Words(uint32_t error)
 {
@@ -137,36 +208,29 @@ using namespace vesk::host;
 
 uint32_t OsMsgSynSend(OsMsgEnvelope* envelope, OsMsgEnvelope** response, uint32_t timeoutMs)
 {
-    const Deadline deadline{std::chrono::milliseconds(timeoutMs)};
-    if (response == nullptr)
-        return HOST_MSG_ERR_ARGUMENT;
-    const Address address = AddressOf(envelope);
-    if (address.error != 0)
-        return address.error;
-    BindTasksUnder(NameText(envelope->sendProcName));
-
-    EndpointResult peer = ConnectionPool::Instance().Take(address.endpoint, deadline);
-    if (peer.error != 0)
-        return peer.error;
-    const int socket = peer.socket.Get();
-    OsMsgEnvelope sent = *envelope;
-    sent.type = OS_MSG_SYNCHRONOUS;
-    Answer answer(nullptr, &std::free);
-    uint32_t error = WriteAll(socket, sent, deadline);
-    if (error == 0)
-        error = ReadAnswer(socket, envelope->msgId, deadline, answer);
-    // A connection that failed, or on which more than the answer has arrived, is never used again: a late
-    // answer is lost with it.
-    if (error == 0 && IsSilent(socket))
-        ConnectionPool::Instance().GiveBack(address.endpoint, std::move(peer.socket));
-    else if (char byte; error == 0 && recv(socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT) > 0)
-        error = HOST_MSG_ERR_MALFORMED;
-    if (error != 0) {
-        Report(kReportError, "message %u: %s %s", envelope->msgId, address.endpoint.c_str(), Words(error));
-        return error;
-    }
-    *response = answer.release();
-    return 0;
+    return Contained([&]() -> uint32_t {
+        const Deadline deadline{std::chrono::milliseconds(timeoutMs)};
+        if (response == nullptr)
+            return HOST_MSG_ERR_ARGUMENT;
+        Outgoing connection;
+        if (const uint32_t error = Connect(envelope, deadline, connection); error != 0)
+            return error;
+        OsMsgEnvelope sent = *envelope;
+        sent.type = OS_MSG_SYNCHRONOUS;
+        const uint64_t sequence = ++g_lastSequence;
+        Answer answer(nullptr, &std::free);
+        uint32_t error = WriteAll(connection.socket.Get(), FrameWriter(sent, sequence), deadline);
+        if (error == 0)
+            error = AnswerReader(connection, deadline, timeoutMs).Read(sent.msgId, sequence, answer);
+        if (error != 0) {
+            // A connection that failed is never used again: a late answer is lost with it.
+            Report(kReportError, "message %u: %s %s", sent.msgId, Receiver(sent).c_str(), Words(error));
+            return error;
+        }
+        g_connections->GiveBack(std::move(connection));
+        *response = answer.release();
+        return 0;
+    });
 }
 
 void OsMsgSynRespFree(OsMsgEnvelope* response)
@@ -176,22 +240,19 @@ void OsMsgSynRespFree(OsMsgEnvelope* response)
 
 uint32_t OsMsgAsynSend(OsMsgEnvelope* envelope)
 {
-    const Address address = AddressOf(envelope);
-    if (address.error != 0)
-        return address.error;
-    BindTasksUnder(NameText(envelope->sendProcName));
-
-    EndpointResult peer = ConnectionPool::Instance().Take(address.endpoint, std::nullopt);
-    if (peer.error != 0)
-        return peer.error;
-    OsMsgEnvelope sent = *envelope;
-    sent.type = OS_MSG_ASYNCHRONOUS;
-    FrameWriter writer(sent);
-    const uint32_t error = HandOver(peer.socket.Get(), writer);
-    if (error == 0 || (error == HOST_MSG_ERR_FULL && !writer.HasBegun()))
-        ConnectionPool::Instance().GiveBack(address.endpoint, std::move(peer.socket));
-    if (error != 0)
-        Report(kReportError, "message %u dropped: %s %s", envelope->msgId, address.endpoint.c_str(),
-               Words(error));
-    return error;
+    return Contained([&]() -> uint32_t {
+        Outgoing connection;
+        if (const uint32_t error = Connect(envelope, std::nullopt, connection); error != 0)
+            return error;
+        OsMsgEnvelope sent = *envelope;
+        sent.type = OS_MSG_ASYNCHRONOUS;
+        FrameWriter writer(sent, ++g_lastSequence);
+        const uint32_t error = HandOver(connection.socket.Get(), writer);
+        if (error == 0 || (error == HOST_MSG_ERR_FULL && !writer.HasBegun()))
+            g_connections->GiveBack(std::move(connection));
+        if (error != 0)
+            Report(kReportError, "message %u dropped: %s %s", sent.msgId, Receiver(sent).c_str(),
+                   Words(error));
+        return error;
+    });
 }

@@ -1,20 +1,19 @@
-// The receiving half of the message library: tasks, their names, queues and loops.
+// The receiving half of the message library: tasks, their names and their loops.
 #include "message/task.h"
 
+#include "message/connection.h"
 #include "message/endpoint.h"
-#include "message/incoming.h"
+#include "message/listener.h"
 #include "message/report.h"
 #include "sysctrl/affinity.h"
-#include "vesk_host/message.h"
 
-#include <sys/epoll.h>
-#include <sys/socket.h>
+#include <pthread.h>
 
+#include <atomic>
 #include <cerrno>
-#include <condition_variable>
+#include <csignal>
 #include <cstdlib>
-#include <deque>
-#include <list>
+#include <cstring>
 #include <map>
 #include <thread>
 
@@ -24,210 +23,142 @@ namespace {
 
 using MessageHandler = uint32_t (*)(OsMsgEnvelope*);
 
-/// The message that this thread is handling, for HostMsgReply.
+/// The message that this thread is handling. A child that its handler forks handles none.
 thread_local Message* t_inHand = nullptr;
+thread_local uint64_t t_inHandForks = 0;
 
-/// Messages waiting for a task's loop.
-class Queue {
-public:
-    explicit Queue(std::string taskName) : taskName_(std::move(taskName)) {}
-
-    void SetDepth(uint32_t depth)
-    {
-        const std::lock_guard guard(lock_);
-        depth_ = depth;
-        isOpen_ = true;
-    }
-
-    bool Push(std::unique_ptr<Message> message)
-    {
-        const std::lock_guard guard(lock_);
-        if (!isOpen_)
-            return false;
-        if (waiting_.size() >= depth_) {
-            if (dropped_++ == 0)
-                Report(kReportError, "task %s: message %u dropped, %u already wait", taskName_.c_str(),
-                       message->envelope.msgId, depth_);
-            return false;
-        }
-        if (dropped_ != 0) {
-            Report(kReportError, "task %s: %llu messages were dropped, there is room again",
-                   taskName_.c_str(), static_cast<unsigned long long>(dropped_));
-            dropped_ = 0;
-        }
-        waiting_.push_back(std::move(message));
-        arrived_.notify_one();
-        return true;
-    }
-
-    /// Waits for the next message; null when the task has ended.
-    std::unique_ptr<Message> Pop()
-    {
-        std::unique_lock guard(lock_);
-        arrived_.wait(guard, [this] { return !waiting_.empty() || !isOpen_; });
-        if (!isOpen_)
-            return nullptr;
-        std::unique_ptr<Message> message = std::move(waiting_.front());
-        waiting_.pop_front();
-        return message;
-    }
-
-    void End()
-    {
-        std::deque<std::unique_ptr<Message>> abandoned;
-        const std::lock_guard guard(lock_);
-        isOpen_ = false;
-        abandoned.swap(waiting_);
-        arrived_.notify_all();
-    }
-
-private:
-    const std::string taskName_;
-    std::mutex lock_;
-    std::condition_variable arrived_;
-    std::deque<std::unique_ptr<Message>> waiting_;
-    uint64_t dropped_ = 0;
-    uint32_t depth_ = 0;
-    bool isOpen_ = false;
-};
-
-/// A socket on which a task is served under one process name.
-class Listener : public Watched {
-public:
-    Listener(UniqueFd socket, std::string endpoint, std::shared_ptr<Queue> queue)
-        : socket_(std::move(socket)), endpoint_(std::move(endpoint)), queue_(std::move(queue))
-    {
-    }
-
-    int Socket() const { return socket_.Get(); }
-
-    void OnReady(uint32_t) override
-    {
-        UniqueFd accepted([&] { return accept4(socket_.Get(), nullptr, nullptr, SOCK_CLOEXEC); });
-        if (!accepted.IsOpen()) {
-            if (errno == EMFILE || errno == ENFILE) {
-                Report(kReportError, "%s: no descriptor left for a connection", endpoint_.c_str());
-                std::this_thread::sleep_for(std::chrono::milliseconds(10)); // the connection stays pending
-            }
-            return;
-        }
-        const std::optional<pid_t> peer = PeerOfThisUser(accepted.Get());
-        if (!peer) {
-            Report(kReportError, "%s: a connection of another user is refused", endpoint_.c_str());
-            return;
-        }
-        const auto incoming =
-            std::make_shared<Incoming>(std::move(accepted), *peer, endpoint_, [queue = queue_](auto message) {
-                return queue->Push(std::move(message));
-            });
-        {
-            const std::lock_guard guard(lock_);
-            if (hasEnded_)
-                return;
-            connections_.remove_if([](const auto& connection) { return connection.expired(); });
-            connections_.push_back(incoming);
-        }
-        incoming->Start();
-    }
-
-    void End()
-    {
-        RemoveEndpoint(endpoint_);
-        Reactor::Instance().Forget(socket_.Get());
-        const std::lock_guard guard(lock_);
-        hasEnded_ = true;
-        shutdown(socket_.Get(), SHUT_RDWR);
-        for (const auto& connection : connections_) {
-            if (const auto open = connection.lock())
-                open->Close();
-        }
-    }
-
-private:
-    UniqueFd socket_;
-    const std::string endpoint_;
-    const std::shared_ptr<Queue> queue_;
-    std::mutex lock_;
-    bool hasEnded_ = false;
-    std::list<std::weak_ptr<Incoming>> connections_;
-};
-
-struct Task {
-    explicit Task(const std::string& name) : queue(std::make_shared<Queue>(name)) {}
-
-    std::shared_ptr<Queue> queue;
-    MessageHandler handler = nullptr;
-    bool isRun = false;
-    /// By process name; null where the name could not be served.
-    std::map<std::string, std::shared_ptr<Listener>, std::less<>> listeners;
-};
-
-/// All tasks of the process. Never destroyed: detached threads run them until the process ends.
-struct Registry {
-    std::mutex lock;
-    const pid_t process = getpid();
-    std::string procName;
-    std::map<std::string, Task, std::less<>> tasks;
-};
-
-Registry& TheRegistry()
+Message* InHand(const OsMsgEnvelope* envelope)
 {
-    static auto& registry = *new Registry;
-    return registry;
+    const bool isInHand =
+        t_inHand != nullptr && t_inHandForks == ForkCount() && envelope == &t_inHand->envelope;
+    return isInHand ? t_inHand : nullptr;
 }
 
-void Unbind(Task& task)
-{
-    for (auto& [procName, listener] : task.listeners) {
-        if (listener != nullptr)
-            listener->End();
+struct Task {
+    enum class Name { kBeingServed, kServed, kFailed };
+
+    explicit Task(const char* taskName) : name(taskName) {}
+
+    const std::string name;
+    const std::shared_ptr<Inbox> inbox = std::make_shared<Inbox>();
+    std::atomic<MessageHandler> handler = nullptr;
+    std::atomic<bool> isRun = false;
+    std::map<std::string, Name, std::less<>> processNames;
+};
+
+/// All tasks of the process.
+struct Registry {
+    std::mutex lock; // never held while a name is bound
+    std::string procName;
+    std::map<std::string, std::shared_ptr<Task>, std::less<>> tasks;
+
+    std::shared_ptr<Task> Find(const char* taskName)
+    {
+        const std::lock_guard guard(lock);
+        const auto found = tasks.find(std::string_view(taskName != nullptr ? taskName : ""));
+        return found != tasks.end() ? found->second : nullptr;
     }
-    task.listeners.clear();
+};
+
+PerProcess<Registry> g_registry;
+std::atomic<uint64_t> g_registrations = 0;
+
+uint32_t Serve(const Task& task, const std::string& procName)
+{
+    const auto endpoint = EndpointName(procName, task.name);
+    if (!endpoint) {
+        Report(kReportError, "process '%s' task '%s' cannot be an endpoint", procName.c_str(),
+               task.name.c_str());
+        return HOST_MSG_ERR_ARGUMENT;
+    }
+    ServedEndpoint served;
+    if (const uint32_t error = ServeEndpoint(*endpoint, served); error != 0)
+        return error;
+    const auto listener = std::make_shared<Listener>(std::move(served), *endpoint, task.inbox);
+    return Listener::Start(listener) ? 0 : uint32_t{HOST_MSG_ERR_SYSTEM};
 }
 
 /// Serves a task under a process name unless that was tried before. Returns 0 or a HostMsgResult.
-uint32_t Bind(std::string_view taskName, Task& task, std::string_view procName)
+uint32_t Bind(Task& task, const std::string& procName)
 {
-    if (task.listeners.find(procName) != task.listeners.end())
-        return 0;
-    std::shared_ptr<Listener>& listener = task.listeners[std::string(procName)];
-    const auto endpoint = EndpointName(procName, taskName);
-    if (!endpoint) {
-        Report(kReportError, "process '%.*s' task '%.*s' cannot be an endpoint",
-               static_cast<int>(procName.size()), procName.data(), static_cast<int>(taskName.size()),
-               taskName.data());
-        return HOST_MSG_ERR_ARGUMENT;
+    Registry& registry = g_registry.Get();
+    {
+        const std::lock_guard guard(registry.lock);
+        if (!task.processNames.emplace(procName, Task::Name::kBeingServed).second)
+            return 0;
     }
-    EndpointResult served = ServeEndpoint(*endpoint);
-    if (served.error != 0)
-        return served.error;
-    listener = std::make_shared<Listener>(std::move(served.socket), *endpoint, task.queue);
-    if (Reactor::Instance().Watch(listener->Socket(), EPOLLIN, listener))
-        return 0;
-    listener.reset();
-    return HOST_MSG_ERR_SYSTEM;
+    const uint32_t error = Contained([&] { return Serve(task, procName); });
+    const std::lock_guard guard(registry.lock);
+    task.processNames[procName] = error == 0 ? Task::Name::kServed : Task::Name::kFailed;
+    return error;
 }
 
 void EndAllTasks()
 {
-    Registry& registry = TheRegistry();
-    if (getpid() != registry.process)
-        return; // they belong to the parent of this fork
-    const std::lock_guard guard(registry.lock);
-    for (auto& [name, task] : registry.tasks)
-        Unbind(task);
+    Contained([] {
+        Registry& registry = g_registry.Get();
+        decltype(registry.tasks) tasks;
+        {
+            const std::lock_guard guard(registry.lock);
+            tasks.swap(registry.tasks);
+        }
+        for (const auto& [name, task] : tasks)
+            task->inbox->End();
+        return 0U;
+    });
+}
+
+void StartReader(const std::shared_ptr<Inbox>& inbox)
+{
+    // Signals belong to the application: none is handled on this thread.
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before);
+    try {
+        std::thread([inbox] { inbox->TakeInWhileLoopIsBusy(); }).detach();
+    } catch (const std::exception& error) {
+        Report(kReportWarning, "messages wait in their sockets while a handler is busy: %s", error.what());
+    }
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
+void RunLoop(Task& task)
+{
+    while (const std::unique_ptr<Message> message = task.inbox->Next()) {
+        t_inHand = message.get();
+        t_inHandForks = ForkCount();
+        Contained([&] { return task.handler.load()(&message->envelope); });
+        const bool isForked = InHand(&message->envelope) == nullptr;
+        t_inHand = nullptr;
+        if (isForked)
+            return; // the task is the parent's
+        if (message->from != nullptr)
+            message->from->Close(); // unanswered: its sender need not wait
+    }
 }
 
 } // namespace
 
 void BindTasksUnder(std::string_view procName)
 {
-    if (procName.empty())
+    // Mostly this thread has done so before, and no task has come since.
+    thread_local uint64_t t_registrations = 0;
+    thread_local char t_procName[16];
+    const uint64_t registrations = g_registrations;
+    if (procName.empty() || (t_registrations == registrations && NameText(t_procName) == procName))
         return;
-    Registry& registry = TheRegistry();
-    const std::lock_guard guard(registry.lock);
-    for (auto& [name, task] : registry.tasks)
-        Bind(name, task, procName);
+    Registry& registry = g_registry.Get();
+    decltype(registry.tasks) tasks;
+    {
+        const std::lock_guard guard(registry.lock);
+        tasks = registry.tasks;
+    }
+    for (const auto& [name, task] : tasks)
+        Bind(*task, std::string(procName));
+    t_registrations = registrations;
+    std::memset(t_procName, 0, sizeof t_procName);
+    procName.copy(t_procName, sizeof t_procName);
 }
 
 } // namespace vesk::host
@@ -236,12 +167,14 @@ using namespace vesk::host;
 
 uint32_t HostMsgSetProcName(const char* procName)
 {
-    if (procName == nullptr || !EndpointName(procName, "task") || std::string_view(procName).size() > 15)
-        return HOST_MSG_ERR_ARGUMENT;
-    Registry& registry = TheRegistry();
-    const std::lock_guard guard(registry.lock);
-    registry.procName = procName;
-    return 0;
+    return Contained([&]() -> uint32_t {
+        if (procName == nullptr || !EndpointName(procName, "task") || std::string_view(procName).size() > 15)
+            return HOST_MSG_ERR_ARGUMENT;
+        Registry& registry = g_registry.Get();
+        const std::lock_guard guard(registry.lock);
+        registry.procName = procName;
+        return 0;
+    });
 }
 
 uint32_t OsMsgRegTask(const char* taskName, uint32_t queueDepth, uint32_t (*msgProc)(OsMsgEnvelope*))
@@ -249,55 +182,55 @@ uint32_t OsMsgRegTask(const char* taskName, uint32_t queueDepth, uint32_t (*msgP
     if (taskName == nullptr || *taskName == '\0' || std::string_view(taskName).size() > 15 ||
         msgProc == nullptr)
         return HOST_MSG_ERR_ARGUMENT;
-    Registry& registry = TheRegistry();
-    const std::lock_guard guard(registry.lock);
-    if (registry.tasks.empty())
-        std::atexit(EndAllTasks); // leaves no names behind
-    Task& task = registry.tasks.try_emplace(taskName, taskName).first->second;
-    task.handler = msgProc;
-    task.queue->SetDepth(queueDepth);
-    std::erase_if(task.listeners, [](const auto& entry) { return entry.second == nullptr; });
-    return registry.procName.empty() ? 0 : Bind(taskName, task, registry.procName);
+    return Contained([&]() -> uint32_t {
+        static const int atExit = std::atexit(EndAllTasks); // leaves no names behind
+        static_cast<void>(atExit);
+        Registry& registry = g_registry.Get();
+        std::shared_ptr<Task> task = registry.Find(taskName);
+        if (task == nullptr)
+            task = std::make_shared<Task>(taskName);
+        if (!task->inbox->IsUsable()) {
+            Report(kReportError, "task %s cannot be registered: %s", taskName, strerror(errno));
+            return HOST_MSG_ERR_SYSTEM;
+        }
+        std::string procName;
+        {
+            const std::lock_guard guard(registry.lock);
+            task = registry.tasks.try_emplace(taskName, task).first->second;
+            task->handler = msgProc;
+            task->inbox->SetDepth(queueDepth);
+            std::erase_if(task->processNames,
+                          [](const auto& name) { return name.second == Task::Name::kFailed; });
+            procName = registry.procName;
+        }
+        ++g_registrations;
+        return procName.empty() ? 0 : Bind(*task, procName);
+    });
 }
 
 void OsMsgTaskRoutineByName(const char* taskName)
 {
-    Registry& registry = TheRegistry();
-    std::shared_ptr<Queue> queue;
-    {
-        const std::lock_guard guard(registry.lock);
-        const auto found = registry.tasks.find(std::string_view(taskName != nullptr ? taskName : ""));
-        if (found == registry.tasks.end()) {
+    Contained([&] {
+        const std::shared_ptr<Task> task = g_registry->Find(taskName);
+        if (task == nullptr) {
             Report(kReportError, "task '%s' is not registered", taskName != nullptr ? taskName : "");
-            return;
+        } else if (!task->isRun.exchange(true)) {
+            BindMessageThread();
+            StartReader(task->inbox);
+            RunLoop(*task);
+            task->isRun = false;
         }
-        if (std::exchange(found->second.isRun, true))
-            return;
-        queue = found->second.queue;
-    }
-    BindMessageThread();
-    while (const std::unique_ptr<Message> message = queue->Pop()) {
-        MessageHandler handler = nullptr;
-        {
-            const std::lock_guard guard(registry.lock);
-            handler = registry.tasks.find(std::string_view(taskName))->second.handler;
-        }
-        t_inHand = message.get();
-        handler(&message->envelope);
-        t_inHand = nullptr;
-        if (message->from != nullptr)
-            message->from->Close(); // unanswered: its sender need not wait
-    }
-    const std::lock_guard guard(registry.lock);
-    registry.tasks.find(std::string_view(taskName))->second.isRun = false;
+        return 0U;
+    });
 }
 
 uint32_t HostMsgReply(OsMsgEnvelope* request, const void* data, uint32_t dataLen)
 {
-    if (request == nullptr || t_inHand == nullptr || request != &t_inHand->envelope ||
-        t_inHand->from == nullptr || (data == nullptr && dataLen != 0))
+    Message* const message = InHand(request);
+    if (request == nullptr || message == nullptr || message->from == nullptr ||
+        (data == nullptr && dataLen != 0))
         return HOST_MSG_ERR_ARGUMENT;
-    const std::shared_ptr<Incoming> sender = std::move(t_inHand->from);
+    const std::shared_ptr<Connection> sender = std::move(message->from);
     if (dataLen > kMaxDataLen) {
         Report(kReportError, "answer to message %u has %u bytes, more than %u", request->msgId, dataLen,
                kMaxDataLen);
@@ -309,22 +242,27 @@ uint32_t HostMsgReply(OsMsgEnvelope* request, const void* data, uint32_t dataLen
     std::swap(answer.sendTaskName, answer.recvTaskName);
     answer.dataLen = dataLen;
     answer.data = const_cast<void*>(data);
-    return sender->Answer(answer) ? 0 : HOST_MSG_ERR_BROKEN;
+    return sender->Answer(answer, message->sequence) ? 0 : uint32_t{HOST_MSG_ERR_BROKEN};
 }
 
 uint32_t HostMsgEndTask(const char* taskName)
 {
-    Registry& registry = TheRegistry();
-    const std::lock_guard guard(registry.lock);
-    const auto found = registry.tasks.find(std::string_view(taskName != nullptr ? taskName : ""));
-    if (found == registry.tasks.end())
-        return HOST_MSG_ERR_ARGUMENT;
-    Unbind(found->second);
-    found->second.queue->End();
-    return 0;
+    return Contained([&]() -> uint32_t {
+        Registry& registry = g_registry.Get();
+        const std::shared_ptr<Task> task = registry.Find(taskName);
+        if (task == nullptr)
+            return HOST_MSG_ERR_ARGUMENT;
+        {
+            const std::lock_guard guard(registry.lock);
+            registry.tasks.erase(task->name);
+        }
+        task->inbox->End();
+        return 0;
+    });
 }
 
 int HostMsgSenderProcess(const OsMsgEnvelope* message)
 {
-    return t_inHand != nullptr && message == &t_inHand->envelope ? t_inHand->senderProcess : 0;
+    const Message* const inHand = InHand(message);
+    return inHand != nullptr ? inHand->senderProcess : 0;
 }
