@@ -114,9 +114,9 @@ std::multiset<std::string> OpenDescriptors()
 {
     std::multiset<std::string> open;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-        std::error_code isClosed; // the iterator's own
+        std::error_code isClosed; // meanwhile, by another thread
         const std::string target = std::filesystem::read_symlink(entry, isClosed);
-        if (target.find("anon_inode:[event") != 0 && target.find("/proc/") != 0)
+        if (!isClosed && target.find("anon_inode:[event") != 0 && target.find("/proc/") != 0)
             open.insert(target);
     }
     return open;

@@ -14,39 +14,32 @@ namespace {
 constexpr size_t kMaxIdle = 256;
 constexpr long kMaxIdleOfOne = 32;
 
-} // namespace
-
-bool IsSilent(int connection)
+/// True when nothing has arrived on a connection that should be silent, and its peer has not closed it.
+bool IsSilent(const Outgoing& connection)
 {
     char byte;
-    return recv(connection, &byte, 1, MSG_PEEK | MSG_DONTWAIT) < 0 && errno == EAGAIN;
+    return recv(connection.socket.Get(), &byte, 1, MSG_PEEK | MSG_DONTWAIT) < 0 && errno == EAGAIN;
 }
+
+} // namespace
 
 ConnectionPool::ConnectionPool()
 {
     idle_.reserve(kMaxIdle);
 }
 
-Outgoing ConnectionPool::TakeIdle(const EndpointNames& to)
+Outgoing ConnectionPool::Take(const EndpointNames& to)
 {
     const std::lock_guard guard(lock_);
     for (size_t i = idle_.size(); i-- != 0;) {
         if (idle_[i].to == to) {
             Outgoing taken = std::move(idle_[i]);
             idle_.erase(idle_.begin() + static_cast<long>(i));
+            taken.isPooled = true;
             return taken;
         }
     }
-    return {to, {}, 0};
-}
-
-Outgoing ConnectionPool::Take(const EndpointNames& to)
-{
-    for (;;) {
-        Outgoing taken = TakeIdle(to);
-        if (!taken.socket.IsOpen() || IsSilent(taken.socket.Get()))
-            return taken;
-    }
+    return {.to = to};
 }
 
 void ConnectionPool::GiveBack(Outgoing connection)
@@ -62,7 +55,7 @@ void ConnectionPool::GiveBack(Outgoing connection)
 void ConnectionPool::CloseDead()
 {
     const std::lock_guard guard(lock_);
-    std::erase_if(idle_, [](const Outgoing& connection) { return !IsSilent(connection.socket.Get()); });
+    std::erase_if(idle_, [](const Outgoing& connection) { return !IsSilent(connection); });
 }
 
 } // namespace vesk::host

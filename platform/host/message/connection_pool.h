@@ -10,9 +10,10 @@ namespace vesk::host {
 
 /// A connection that belongs to one call.
 struct Outgoing {
-    EndpointNames to;
-    UniqueFd socket;
+    EndpointNames to = {};
+    UniqueFd socket = {};
     uint32_t receiveTimeoutMs = 0; // that the socket is set to; 0 for none
+    bool isPooled = false;         // was used before: its peer may have gone
 };
 
 /**
@@ -23,7 +24,7 @@ class ConnectionPool {
 public:
     ConnectionPool();
 
-    /// An idle connection to @p to whose peer is still there, or one that is not open.
+    /// An idle connection to @p to, or one that is not open.
     Outgoing Take(const EndpointNames& to);
 
     void GiveBack(Outgoing connection);
@@ -32,13 +33,8 @@ public:
     void CloseDead();
 
 private:
-    Outgoing TakeIdle(const EndpointNames& to);
-
     std::mutex lock_;
     std::vector<Outgoing> idle_; // the last was given back last
 };
-
-/// True when nothing has arrived on a connection that should be silent, and its peer has not closed it.
-bool IsSilent(int connection);
 
 } // namespace vesk::host

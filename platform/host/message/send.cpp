@@ -38,6 +38,7 @@ uint32_t Connect(const OsMsgEnvelope* envelope, const std::optional<Deadline>& d
         return HOST_MSG_ERR_ARGUMENT;
     const EndpointNames to = EndpointNames::ReceiverOf(*envelope);
     BindTasksUnder(NameText(envelope->sendProcName));
+    connection = {.to = to};
     if (envelope->dataLen <= kMaxDataLen)
         connection = g_connections->Take(to);
     if (connection.socket.IsOpen())
@@ -57,33 +58,62 @@ uint32_t Connect(const OsMsgEnvelope* envelope, const std::optional<Deadline>& d
     return ConnectEndpoint(endpoint, deadline, connection.socket);
 }
 
-/// Returns 0, HOST_MSG_ERR_BROKEN or HOST_MSG_ERR_TIMEOUT.
-uint32_t WriteAll(int socket, FrameWriter&& writer, const Deadline& deadline)
+const char* Words(uint32_t error)
 {
-    for (;;) {
-        const FrameWriter::Progress progress = writer.WriteSome(socket);
-        if (progress != FrameWriter::Progress::kNoRoom)
-            return progress == FrameWriter::Progress::kDone ? 0 : HOST_MSG_ERR_BROKEN;
-        if (!WaitFor(socket, POLLOUT, deadline))
-            return HOST_MSG_ERR_TIMEOUT;
+    switch (error) {
+    case HOST_MSG_ERR_TIMEOUT:
+        return "did not answer in time";
+    case HOST_MSG_ERR_BROKEN:
+        return "closed the connection";
+    case HOST_MSG_ERR_MALFORMED:
+        return "sent a malformed answer";
+    case HOST_MSG_ERR_FULL:
+        return "is not reading";
+    default:
+        return "could not be reached";
     }
 }
 
 /**
- * Writes without waiting for the receiver: drops a message that there is no room for, and one that has begun
- * to leave when there is no room for the rest within a moment.
+ * Writes a message. Without a deadline it does not wait for the receiver: it drops a message that there is no
+ * room for, and one that has begun to leave when there is no room for the rest within a moment.
  *
- * @return 0, HOST_MSG_ERR_BROKEN or HOST_MSG_ERR_FULL.
+ * @return 0, HOST_MSG_ERR_BROKEN, HOST_MSG_ERR_TIMEOUT or, without a deadline, HOST_MSG_ERR_FULL.
  */
-uint32_t HandOver(int socket, FrameWriter& writer)
+uint32_t Write(int socket, FrameWriter& writer, const std::optional<Deadline>& deadline)
 {
     constexpr std::chrono::milliseconds kMoment(20);
     for (;;) {
         const FrameWriter::Progress progress = writer.WriteSome(socket);
         if (progress != FrameWriter::Progress::kNoRoom)
             return progress == FrameWriter::Progress::kDone ? 0 : HOST_MSG_ERR_BROKEN;
-        if (!writer.HasBegun() || !WaitFor(socket, POLLOUT, Deadline(kMoment)))
+        if (!deadline && !writer.HasBegun())
             return HOST_MSG_ERR_FULL;
+        if (!WaitFor(socket, POLLOUT, deadline.value_or(Deadline(kMoment))))
+            return deadline ? HOST_MSG_ERR_TIMEOUT : HOST_MSG_ERR_FULL;
+    }
+}
+
+/// Sends a message over a connection that it finds. Returns 0 or a HostMsgResult, after logging the reason.
+uint32_t Send(const OsMsgEnvelope* envelope, uint32_t type, uint64_t sequence,
+              const std::optional<Deadline>& deadline, Outgoing& connection)
+{
+    for (;;) {
+        if (const uint32_t error = Connect(envelope, deadline, connection); error != 0)
+            return error;
+        OsMsgEnvelope sent = *envelope;
+        sent.type = type;
+        FrameWriter writer(sent, sequence);
+        const uint32_t error = Write(connection.socket.Get(), writer, deadline);
+        if (error == 0)
+            return 0;
+        if (error == HOST_MSG_ERR_BROKEN && connection.isPooled && !writer.HasBegun())
+            continue; // its peer has gone, and there may be another by now
+        const char* const fate = type == OS_MSG_ASYNCHRONOUS ? " dropped" : "";
+        Report(kReportError, "message %u%s: %s %s", sent.msgId, fate, Receiver(sent).c_str(), Words(error));
+        if (error == HOST_MSG_ERR_FULL && !writer.HasBegun())
+            g_connections->GiveBack(std::move(connection));
+        return error;
     }
 }
 
@@ -184,22 +214,6 @@ private:
     std::span<const std::byte> buffered_;
 };
 
-const char* Words(uint32_t error)
-{
-    switch (error) {
-    case HOST_MSG_ERR_TIMEOUT:
-        return "did not answer in time";
-    case HOST_MSG_ERR_BROKEN:
-        return "closed the connection";
-    case HOST_MSG_ERR_MALFORMED:
-        return "sent a malformed answer";
-    case HOST_MSG_ERR_FULL:
-        return "is not reading";
-    default:
-        return "could not be reached";
-    }
-}
-
 } // namespace
 
 } // namespace vesk::host
@@ -213,18 +227,16 @@ uint32_t OsMsgSynSend(OsMsgEnvelope* envelope, OsMsgEnvelope** response, uint32_
         if (response == nullptr)
             return HOST_MSG_ERR_ARGUMENT;
         Outgoing connection;
-        if (const uint32_t error = Connect(envelope, deadline, connection); error != 0)
-            return error;
-        OsMsgEnvelope sent = *envelope;
-        sent.type = OS_MSG_SYNCHRONOUS;
         const uint64_t sequence = ++g_lastSequence;
+        uint32_t error = Send(envelope, OS_MSG_SYNCHRONOUS, sequence, deadline, connection);
+        if (error != 0)
+            return error;
         Answer answer(nullptr, &std::free);
-        uint32_t error = WriteAll(connection.socket.Get(), FrameWriter(sent, sequence), deadline);
-        if (error == 0)
-            error = AnswerReader(connection, deadline, timeoutMs).Read(sent.msgId, sequence, answer);
+        error = AnswerReader(connection, deadline, timeoutMs).Read(envelope->msgId, sequence, answer);
         if (error != 0) {
             // A connection that failed is never used again: a late answer is lost with it.
-            Report(kReportError, "message %u: %s %s", sent.msgId, Receiver(sent).c_str(), Words(error));
+            Report(kReportError, "message %u: %s %s", envelope->msgId, Receiver(*envelope).c_str(),
+                   Words(error));
             return error;
         }
         g_connections->GiveBack(std::move(connection));
@@ -242,17 +254,10 @@ uint32_t OsMsgAsynSend(OsMsgEnvelope* envelope)
 {
     return Contained([&]() -> uint32_t {
         Outgoing connection;
-        if (const uint32_t error = Connect(envelope, std::nullopt, connection); error != 0)
-            return error;
-        OsMsgEnvelope sent = *envelope;
-        sent.type = OS_MSG_ASYNCHRONOUS;
-        FrameWriter writer(sent, ++g_lastSequence);
-        const uint32_t error = HandOver(connection.socket.Get(), writer);
-        if (error == 0 || (error == HOST_MSG_ERR_FULL && !writer.HasBegun()))
+        const uint32_t error =
+            Send(envelope, OS_MSG_ASYNCHRONOUS, ++g_lastSequence, std::nullopt, connection);
+        if (error == 0)
             g_connections->GiveBack(std::move(connection));
-        if (error != 0)
-            Report(kReportError, "message %u dropped: %s %s", sent.msgId, Receiver(sent).c_str(),
-                   Words(error));
         return error;
     });
 }
