@@ -8,7 +8,10 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/time.h>
+#include <sys/wait.h>
 
 FORKED_TEST(HostMessage, ExchangesUpToFourMebibytes)
 {
@@ -458,4 +461,134 @@ FORKED_TEST(HostMessage, AnotherUserIsRefusedAtBothEnds)
     std::filesystem::remove(address.sun_path);
     const Child foreign = ServeRaw([](int) { pause(); }, 16, 12345);
     Expect(Ask("peer").result, HOST_MSG_ERR_FOREIGN, "peer.task is served by another user");
+}
+
+FORKED_TEST(HostMessage, AForkedChildStartsAfresh)
+{
+    const Child peer = Serve();
+    ASSERT_EQ(HostMsgSetProcName("self"), 0U);
+    static std::atomic<int> s_forked = 0;
+    const Handler forksOne = [](OsMsgEnvelope* message) {
+        if (fork() == 0)
+            return HostMsgReply(message, "child's", 7); // and leaves its parent's loop
+        ++s_forked;
+        return Echo(message);
+    };
+    const Served task("task", forksOne);
+    EXPECT_EQ(Ask("self").data, "question");
+    EXPECT_EQ(s_forked, 1);
+    const auto lives = [&] {
+        for (const std::string& open : OpenDescriptors())
+            EXPECT_EQ(open.find("socket:"), std::string::npos); // none of its parent's
+        HostMsgSetProcName("child");
+        const Served own("own", Echo);
+        EXPECT_EQ(Ask("child", 5, "x", 5000, "own").data, "x");
+        EXPECT_EQ(Ask("peer").data, "question");
+    };
+    std::atomic<bool> ends = false;
+    std::vector<std::jthread> load;
+    for (int i = 0; i < 3; ++i) {
+        load.emplace_back([&] {
+            while (!ends) {
+                EXPECT_EQ(Ask("peer").result, 0U);
+                EXPECT_EQ(Ask("none", 1).result, uint32_t{HOST_MSG_ERR_ABSENT}); // with a line
+            }
+        });
+    }
+    for (int i = 0; i < 50; ++i) {
+        const std::lock_guard guard(g_lock); // this test's own
+        if (const pid_t child = fork(); child == 0) {
+            g_lock.unlock();
+            alarm(10);
+            lives();
+            _exit(testing::Test::HasFailure() ? 1 : 0);
+        } else {
+            int status = 0;
+            waitpid(child, &status, 0);
+            EXPECT_EQ(status, 0);
+        }
+    }
+    ends = true;
+    load.clear();
+    EXPECT_EQ(Ask("self", 5, "again").data, "again");
+    { // the name of a parent that is killed is free, though its child lives on
+        Child parent([] {
+            BecomePeer();
+            HostMsgSetProcName("owner");
+            OsMsgRegTask("late", 8, Echo);
+            if (fork() != 0)
+                std::puts("served");
+            else
+                alarm(5);
+            pause();
+        });
+        parent.ExpectOutput("served");
+        parent.Wait(SIGKILL);
+        HostMsgSetProcName("owner");
+        const Served late("late", Echo);
+        EXPECT_EQ(Ask("owner", 5, "x", 5000, "late").data, "x");
+    }
+}
+
+FORKED_TEST(HostMessage, WithoutDescriptorsItFailsAtOnceAndWorksAgainWithThem)
+{
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    const auto leave = [&](rlim_t count) {
+        const UniqueFd next([] { return dup(STDIN_FILENO); });
+        const rlimit limit{static_cast<rlim_t>(next.Get()) + count, before.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &limit);
+    };
+    ASSERT_EQ(HostMsgSetProcName("peer"), 0U);
+    for (rlim_t count = 0; count < 5; ++count) {
+        leave(count);
+        EXPECT_NE(OsMsgRegTask("task", 4, Echo), 0U) << count;
+        setrlimit(RLIMIT_NOFILE, &before);
+        HostMsgEndTask("task");
+    }
+    const Served task("task", Echo);
+    EXPECT_EQ(Ask("peer").data, "question");
+    leave(0);
+    int status = 0;
+    if (const pid_t client = fork(); client == 0) {
+        setrlimit(RLIMIT_NOFILE, &before);
+        _exit(Ask("peer").result == HOST_MSG_ERR_BROKEN ? 0 : 1);
+    } else {
+        waitpid(client, &status, 0);
+    }
+    EXPECT_EQ(status, 0);
+    setrlimit(RLIMIT_NOFILE, &before);
+    Expect(Ask("peer").result, 0, "peer.task: no descriptor left for a connection");
+    InFork([] { EXPECT_EQ(Ask("peer").data, "question"); });
+}
+
+FORKED_TEST(HostMessage, SignalsDoNotMoveADeadline)
+{
+    const Child full = ServeRaw([](int) { pause(); }, 0);
+    const UniqueFd waiting = Connected();
+    struct sigaction ignored {};
+    ignored.sa_handler = [](int) {};
+    sigaction(SIGALRM, &ignored, nullptr);
+    const itimerval often{{0, 20000}, {0, 20000}};
+    setitimer(ITIMER_REAL, &often, nullptr);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(Ask("peer", 5, "", 300).result, uint32_t{HOST_MSG_ERR_TIMEOUT});
+    HostMsgSetProcName("self");
+    const Served task("task", Echo, false);
+    EXPECT_EQ(Ask("self", 5, "", 300).result, uint32_t{HOST_MSG_ERR_TIMEOUT});
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+}
+
+FORKED_TEST(HostMessage, ConnectionsToPeersThatHaveGoneAreClosed)
+{
+    const size_t before = OpenDescriptors().size();
+    for (int i = 0; i < 100; ++i) {
+        const std::string name = "app" + std::to_string(i);
+        const Child app = Prepared([&] {
+            HostMsgSetProcName(name.c_str());
+            EXPECT_EQ(OsMsgRegTask("task", 8, Echo), 0U);
+        });
+        EXPECT_EQ(Tell(name), 0U);
+    }
+    EXPECT_LE(OpenDescriptors().size(), before + 1);
 }
