@@ -114,7 +114,11 @@ struct Served {
     }
     void Start()
     {
-        loop = std::jthread([this] { OsMsgTaskRoutineByName(task.c_str()); });
+        loop = std::jthread([this, process = getpid()] {
+            OsMsgTaskRoutineByName(task.c_str());
+            if (getpid() != process)
+                _exit(0); // a child that the handler has forked
+        });
     }
     ~Served() { HostMsgEndTask(task.c_str()); }
 };
