@@ -27,8 +27,8 @@ public:
     /// Reads the clients of an earlier run that are still alive.
     void Restore();
 
-    /// Makes a process known by a name, or refuses that with VESK_SERVICE_ERR_BUSY when another one that lives
-    /// has it, which is logged.
+    /// Makes a process known by a name, or refuses that with VESK_SERVICE_ERR_BUSY when another one that
+    /// lives has it, which is logged.
     Result Add(const std::string& procName, const std::string& taskName, pid_t process);
     /// Forgets a name that @p process has.
     void Remove(const std::string& procName, pid_t process);

@@ -81,9 +81,9 @@ public:
     /// How many a process has.
     size_t CountOf(pid_t process) const
     {
-        return static_cast<size_t>(std::count_if(things_.begin(), things_.end(), [process](const auto& entry) {
-            return entry.second.owner.process == process;
-        }));
+        return static_cast<size_t>(
+            std::count_if(things_.begin(), things_.end(),
+                          [process](const auto& entry) { return entry.second.owner.process == process; }));
     }
 
     /// All of them, by number.

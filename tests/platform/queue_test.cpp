@@ -145,7 +145,9 @@ FORKED_TEST(HostQueue, BadArgumentsAreRefused)
 FORKED_TEST(HostQueue, FilesThatOnlyLookLikeQueuesAreRefused)
 {
     const uint32_t mine = Create("mine");
-    const std::string file = FileOf(getpid()), bytes = Contents(file);
+    const std::string file = FileOf(getpid());
+    std::string bytes(2 * sizeof(HostQueueState), '\0'); // there is no number 0
+    ASSERT_EQ(HostQueueFind(mine, reinterpret_cast<HostQueueState*>(&bytes[bytes.size() / 2])), 0U);
     const std::string start = bytes.substr(0, bytes.size() - 64);
     const uid_t user = geteuid(), other = user == 0 ? 12345 : user;
     for (const auto& [content, owner, isQueue] : {std::tuple(bytes, user, true),
@@ -154,10 +156,10 @@ FORKED_TEST(HostQueue, FilesThatOnlyLookLikeQueuesAreRefused)
                                                   {std::string(bytes.size(), '\0'), user, false},
                                                   {bytes, other, other == user},
                                                   {start + std::string(64, 'e'), user, true}}) {
-        std::ofstream(file) << content;
-        EXPECT_EQ(chown(file.c_str(), owner, getegid()), 0);
-        InFork([&, found = isQueue] {
+        InFork([&, &now = content, user = owner, found = isQueue] {
             HostQueueState state{};
+            std::ofstream(file) << now;
+            EXPECT_EQ(chown(file.c_str(), user, getegid()), 0);
             EXPECT_EQ(HostQueueFind(mine, &state) == 0, found);
             EXPECT_LT(strnlen(state.name, 32) + strnlen(state.peerProcName, 32), 63U);
         });

@@ -215,7 +215,8 @@ public:
             if (HolderOf(opened_.Get()) == creator)
                 file = opened_.Get();
         }
-        if (pread(file, &state_, sizeof state_, offset_) == ssize_t{sizeof state_} && state_.queueId == queueId)
+        if (pread(file, &state_, sizeof state_, offset_) == ssize_t{sizeof state_} &&
+            state_.queueId == queueId)
             file_ = file;
     }
 
