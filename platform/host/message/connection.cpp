@@ -82,7 +82,8 @@ void Connection::Read()
         msghdr message{};
         message.msg_iov = parts;
         message.msg_iovlen = 2;
-        const ssize_t got = recvmsg(socket_.Get(), &message, MSG_DONTWAIT);
+        const ssize_t got = arriving_ == nullptr ? recv(socket_.Get(), buffer, sizeof buffer, MSG_DONTWAIT)
+                                                 : recvmsg(socket_.Get(), &message, MSG_DONTWAIT);
         if (got < 0 && errno == EINTR)
             continue;
         if (got < 0 && errno == EAGAIN) {

@@ -53,18 +53,26 @@ bool WaitFor(int socket, short events, const Deadline& deadline)
 }
 
 FrameWriter::FrameWriter(const OsMsgEnvelope& envelope, uint64_t sequence)
-    : head_(FrameHead::Of(envelope, sequence)), parts_{{{&head_, sizeof head_},
-                                                        {envelope.data, envelope.dataLen}}}
 {
+    const FrameHead head = FrameHead::Of(envelope, sequence);
+    const bool isSmall = sizeof head + envelope.dataLen <= begin_.size();
+    std::memcpy(begin_.data(), &head, sizeof head);
+    if (isSmall && envelope.dataLen != 0)
+        std::memcpy(begin_.data() + sizeof head, envelope.data, envelope.dataLen);
+    parts_[0] = {begin_.data(), sizeof head + (isSmall ? envelope.dataLen : 0)};
+    parts_[1] = {envelope.data, isSmall ? 0 : envelope.dataLen};
 }
 
 FrameWriter::Progress FrameWriter::WriteSome(int socket)
 {
     while (parts_[0].iov_len + parts_[1].iov_len != 0) {
+        constexpr int kFlags = MSG_DONTWAIT | MSG_NOSIGNAL;
         msghdr message{};
         message.msg_iov = parts_.data();
         message.msg_iovlen = parts_.size();
-        const ssize_t written = sendmsg(socket, &message, MSG_DONTWAIT | MSG_NOSIGNAL);
+        const ssize_t written = parts_[1].iov_len == 0
+                                    ? send(socket, parts_[0].iov_base, parts_[0].iov_len, kFlags)
+                                    : sendmsg(socket, &message, kFlags);
         if (written < 0 && errno == EINTR)
             continue;
         if (written < 0)
