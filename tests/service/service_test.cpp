@@ -40,7 +40,6 @@ FORKED_TEST(Application, ASecondOneOfTheSameNameStillGetsAnswers)
     Child first = Prepared(
         [] {
             EXPECT_EQ(VeskVideoInit(), 0U);
-            Arrived(VESK_VIDEO_ON_VI_PORT_PIXEL_INFO_NOTIFY, 0);
             Install();
         },
         [] {
