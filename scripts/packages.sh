@@ -1,6 +1,7 @@
 # Installs missing Debian packages; sourced by the other scripts.
 #
 #   install_packages [PACKAGE...]   installs the packages that every build needs, and those given
+#   install_benchmark_packages      installs what benchmarks compare with, if it can be had
 
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then
@@ -14,7 +15,7 @@ as_root() {
 }
 
 install_packages() {
-  local wanted=(cmake ninja-build g++ libspdlog-dev libcli11-dev libgtest-dev libbenchmark-dev pkg-config dwarves "$@")
+  local wanted=(cmake ninja-build g++ libspdlog-dev libcli11-dev libgtest-dev nlohmann-json3-dev pkg-config dwarves "$@")
   local missing=() package
   for package in "${wanted[@]}"; do
     dpkg-query -W -f '${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed || missing+=("$package")
@@ -23,6 +24,10 @@ install_packages() {
   echo "installing ${missing[*]}"
   quietly as_root apt-get update -q
   quietly as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "${missing[@]}"
+}
+
+install_benchmark_packages() {
+  (install_packages libsystemd-dev) || echo "libsystemd-dev cannot be installed; sd-bus is left out" >&2
 }
 
 # Runs a command and shows its output only if it fails.

@@ -1,0 +1,121 @@
+// The time of a call, by size of its data and by number of calling threads.
+#include "bench/measure.h"
+#include "bench/process.h"
+#include "bench/table.h"
+
+#include <atomic>
+#include <barrier>
+#include <cmath>
+#include <thread>
+
+namespace vesk::bench {
+
+namespace {
+
+constexpr int kCallsInTurn = 200;
+constexpr uint32_t kMebibyte = 1U << 20;
+
+/// Fewer calls for large data, so that turns stay short.
+int CallsInTurn(Sizes sizes)
+{
+    return sizes.request < kMebibyte ? kCallsInTurn : static_cast<int>(20 * kMebibyte / sizes.request);
+}
+
+/// The callers of an exchange, each on a thread that lives as long as they do.
+class Crew {
+public:
+    Crew(const Way& way, Sizes sizes, int size) : exchange_(way, sizes, size), gate_(size + 1)
+    {
+        for (int i = 0; i < size; ++i)
+            threads_.emplace_back([this, i] { Work(static_cast<size_t>(i)); });
+    }
+    ~Crew()
+    {
+        isOver_ = true;
+        gate_.arrive_and_wait();
+        threads_.clear();
+    }
+    Crew(const Crew&) = delete;
+    Crew& operator=(const Crew&) = delete;
+
+    /// All threads make their calls at once.
+    void TakeTurn()
+    {
+        gate_.arrive_and_wait();
+        gate_.arrive_and_wait();
+        if (hasFailed_)
+            Fail("a call failed among several threads");
+    }
+
+private:
+    void Work(size_t caller)
+    {
+        for (;;) {
+            gate_.arrive_and_wait();
+            if (isOver_)
+                return;
+            try {
+                for (int call = 0; call < kCallsInTurn; ++call)
+                    exchange_[caller].Call();
+            } catch (const std::exception&) {
+                hasFailed_ = true;
+            }
+            gate_.arrive_and_wait();
+        }
+    }
+
+    Exchange exchange_;
+    std::barrier<> gate_;
+    std::atomic<bool> isOver_ = false, hasFailed_ = false;
+    std::vector<std::jthread> threads_;
+};
+
+} // namespace
+
+Table CallTable(bool quick)
+{
+    Table table{"One call: time, as a multiple of a raw socket pair's", {"request/answer, bytes"}, {}};
+    for (const Way& way : CallWays())
+        table.columns.emplace_back(way.name);
+    table.columns.emplace_back("raw socket, µs");
+    for (const Sizes sizes :
+         {Sizes{24, 24}, {56, 24}, {24, 2400}, {4632, 24}, {kMebibyte, 24}, {4 * kMebibyte, 24}}) {
+        std::vector<std::unique_ptr<Exchange>> exchanges;
+        std::vector<std::function<void()>> turns;
+        const int calls = CallsInTurn(sizes);
+        for (const Way& way : CallWays()) {
+            exchanges.push_back(std::make_unique<Exchange>(way, sizes));
+            turns.emplace_back([&caller = (*exchanges.back())[0], calls] {
+                for (int call = 0; call < calls; ++call)
+                    caller.Call();
+            });
+        }
+        const auto seconds = Interleave(turns, quick ? 15 : 151);
+        nlohmann::json row{sizes.Text()};
+        for (const auto& way : seconds)
+            row.push_back(Rounded(MedianRatio(way, seconds.front()), 2));
+        row.push_back(Rounded(Median(seconds.front()) / calls * 1e6, 1));
+        table.rows.push_back(row);
+    }
+    return table;
+}
+
+Table ThreadTable(bool quick)
+{
+    Table table{"Several threads at 24/24 bytes: calls per second of one host server, and of as many raw "
+                "socket pairs",
+                {"threads", "host library", "raw sockets", "host library/raw sockets"},
+                {}};
+    constexpr Sizes kSizes{24, 24};
+    for (const int threads : {1, 2, 4, 8, 16}) {
+        Crew raw(kRawWay, kSizes, threads), host(kHostWay, kSizes, threads);
+        const auto seconds = Interleave({[&] { host.TakeTurn(); }, [&] { raw.TakeTurn(); }}, quick ? 9 : 61);
+        const double calls = threads * kCallsInTurn;
+        table.rows.push_back({threads, std::lround(calls / Median(seconds[0])),
+                              std::lround(calls / Median(seconds[1])),
+                              Rounded(MedianRatio(seconds[1], seconds[0]), 2)});
+    }
+    return table;
+}
+
+} // namespace vesk::bench

@@ -1,0 +1,85 @@
+// The host's message library.
+#include "bench/way.h"
+#include "vesk_host/message.h"
+
+#include <unistd.h>
+
+namespace vesk::bench {
+
+namespace {
+
+constexpr char kTask[] = "bench";
+constexpr uint32_t kExchange = 1, kEnd = 2;
+constexpr uint32_t kTimeoutMs = 5000;
+
+std::vector<char> g_answer;
+
+uint32_t Answer(OsMsgEnvelope* message)
+{
+    const uint32_t result = HostMsgReply(message, g_answer.data(), static_cast<uint32_t>(g_answer.size()));
+    if (message->msgId == kEnd)
+        HostMsgEndTask(kTask);
+    return result;
+}
+
+void ServeHost(const std::vector<Address>& addresses, Sizes sizes)
+{
+    g_answer.resize(sizes.answer);
+    HostMsgSetProcName(addresses.front().c_str());
+    if (const uint32_t result = OsMsgRegTask(kTask, 64, Answer); result != 0)
+        Fail("host: the server cannot register: " + std::to_string(result));
+    OsMsgTaskRoutineByName(kTask);
+}
+
+class HostCaller : public Caller {
+public:
+    HostCaller(const Address& address, Sizes sizes) : request_(sizes.request), answerLen_(sizes.answer)
+    {
+        envelope_.type = OS_MSG_SYNCHRONOUS;
+        envelope_.msgId = kExchange;
+        std::string("caller").copy(envelope_.sendProcName, sizeof envelope_.sendProcName);
+        address.copy(envelope_.recvProcName, sizeof envelope_.recvProcName);
+        std::string(kTask).copy(envelope_.recvTaskName, sizeof envelope_.recvTaskName);
+        envelope_.data = request_.data();
+        envelope_.dataLen = sizes.request;
+        for (int tries = 0; Exchange() == HOST_MSG_ERR_ABSENT && tries < 2500; ++tries)
+            usleep(2000); // the server is still starting
+    }
+
+    void Call() override
+    {
+        if (const uint32_t result = Exchange(); result != 0)
+            Fail("host: a call failed: " + std::to_string(result));
+    }
+
+    void EndServer() override
+    {
+        envelope_.msgId = kEnd;
+        Exchange();
+    }
+
+private:
+    uint32_t Exchange()
+    {
+        OsMsgEnvelope* response = nullptr;
+        const uint32_t result = OsMsgSynSend(&envelope_, &response, kTimeoutMs);
+        if (result != 0)
+            return result;
+        const bool isWhole = response->dataLen == answerLen_;
+        OsMsgSynRespFree(response);
+        return isWhole ? 0 : uint32_t{HOST_MSG_ERR_MALFORMED};
+    }
+
+    OsMsgEnvelope envelope_{};
+    std::vector<char> request_;
+    uint32_t answerLen_;
+};
+
+} // namespace
+
+const Way kHostWay = {"host library", false, ServeHost,
+                      [](const Address& address, Sizes sizes) -> std::unique_ptr<Caller> {
+                          return std::make_unique<HostCaller>(address, sizes);
+                      }};
+
+} // namespace vesk::bench

@@ -1,0 +1,49 @@
+// Fair comparison on a machine that does other things as well: contestants take turns of a few milliseconds.
+#pragma once
+
+#include <algorithm>
+#include <chrono>
+#include <functional>
+#include <vector>
+
+namespace vesk::bench {
+
+inline double SecondsOf(const std::function<void()>& turn)
+{
+    const auto begin = std::chrono::steady_clock::now();
+    turn();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+}
+
+/// The seconds that each of @p turns took in each round. Every round begins with another one.
+inline std::vector<std::vector<double>> Interleave(const std::vector<std::function<void()>>& turns,
+                                                   size_t rounds)
+{
+    std::vector<std::vector<double>> seconds(turns.size(), std::vector<double>(rounds));
+    for (const auto& turn : turns)
+        turn(); // warms up
+    for (size_t round = 0; round < rounds; ++round) {
+        for (size_t i = 0; i < turns.size(); ++i) {
+            const size_t which = (round + i) % turns.size();
+            seconds[which][round] = SecondsOf(turns[which]);
+        }
+    }
+    return seconds;
+}
+
+inline double Median(std::vector<double> values)
+{
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+/// The median of the ratios of each round.
+inline double MedianRatio(const std::vector<double>& values, const std::vector<double>& yardstick)
+{
+    std::vector<double> ratios(values.size());
+    std::transform(values.begin(), values.end(), yardstick.begin(), ratios.begin(), std::divides<>());
+    return Median(ratios);
+}
+
+} // namespace vesk::bench

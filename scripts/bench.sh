@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# Builds the release preset and compares the cost of calls and notifications with that of a bare socket pair.
+#
+#   scripts/bench.sh [--quick] [--json] [--syscalls]     --syscalls also counts system calls, with strace
+set -euo pipefail
+cd "$(dirname "$0")/.."
+. scripts/packages.sh
+
+for option in "$@"; do
+  case "$option" in
+    --quick | --json) ;;
+    --syscalls) install_packages strace ;;
+    *) echo "usage: $0 [--quick] [--json] [--syscalls]" >&2; exit 2 ;;
+  esac
+done
+install_packages
+install_benchmark_packages
+
+quietly cmake --preset release
+quietly cmake --build --preset release --target vesk_bench
+exec build/release/bench/vesk_bench "$@"
