@@ -263,12 +263,7 @@ Decoder::Decoder(Peer peer, const std::vector<std::string>& recordFiles) : peer_
 Decoded Decoder::Decode(const Message& message) const
 {
     Decoded decoded{message.direction, message.number, {}, {}, 0, {}, {}};
-    Listing listing{message.direction, message.number, {}, {}, {}, {}, nullptr};
-    try {
-        listing = Describe(message.direction, message.number);
-    } catch (const Error& error) {
-        decoded.problem = error.what();
-    }
+    const Listing listing = Describe(message.direction, message.number);
     decoded.name = listing.name;
     decoded.function = listing.function;
     Reader reader(message.data, decoded);
@@ -283,6 +278,7 @@ Decoded Decoder::Decode(const Message& message) const
     for (const HeaderArgument& argument : listing.arguments)
         reader.ReadArgument(argument);
     if (listing.form == nullptr) {
+        decoded.problem = "the number is not listed";
         reader.ReadBytes("data", kHeadSize);
         return decoded;
     }

@@ -110,7 +110,13 @@ public:
      */
     Bytes Encode(Direction direction, uint32_t number, const std::vector<Assignment>& assignments) const;
 
-    /// @throw Error if the list has no such message
+    /// The same with a payload whose bytes are given, of any length; nothing is required. The number need not
+    /// be listed. Header fields that carry no argument are set by their own names, as in ulParam1=5.
+    Bytes EncodeRaw(Direction direction, uint32_t number, const std::vector<Assignment>& assignments,
+                    BytesView payload) const;
+
+    /// What the list says about a message. If it has none of this number, names are empty and the form is
+    /// null.
     Listing Describe(Direction direction, uint32_t number) const;
 
     /// The record that a payload consists of, or whose entries it consists of, as it is shown; null if it has

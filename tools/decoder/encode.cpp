@@ -206,8 +206,11 @@ private:
 class Builder {
 public:
     Builder(const Decoder& decoder, const Listing& listing, const std::vector<Assignment>& assignments)
-        : decoder_(decoder), listing_(listing), record_(decoder.PayloadRecord(listing))
+        : decoder_(decoder), listing_(listing)
     {
+        head_.msgId = static_cast<uint16_t>(listing.number);
+        if (listing.form != nullptr)
+            record_ = decoder.PayloadRecord(listing);
         std::set<std::string_view> given;
         for (const Assignment& assignment : assignments) {
             if (!given.insert(assignment.path).second)
@@ -219,7 +222,6 @@ public:
 
     Bytes Build()
     {
-        head_.msgId = static_cast<uint16_t>(listing_.number);
         Bytes data(kHeadSize);
         const bool isFailure =
             listing_.direction == Direction::kAnswer && head_.uwSubMsgID != VESK_VIDEO_OK && payload_.empty();
@@ -227,6 +229,16 @@ public:
             WritePayload(data);
         RequireArguments();
         std::memcpy(data.data(), &head_, sizeof head_);
+        return data;
+    }
+
+    Bytes BuildWith(BytesView payload) const
+    {
+        if (!payload_.empty())
+            throw Error(payload_[0]->path + ": expected an argument in the header");
+        const BytesView head = std::as_bytes(std::span(&head_, 1));
+        Bytes data(head.begin(), head.end());
+        data.insert(data.end(), payload.begin(), payload.end());
         return data;
     }
 
@@ -427,7 +439,7 @@ private:
 
     const Decoder& decoder_;
     const Listing& listing_;
-    const RecordType* record_;
+    const RecordType* record_ = nullptr;
     VeskVideoMsgHead head_{};
     std::set<messages::HeaderField> set_;
     std::vector<const Assignment*> payload_;
@@ -438,7 +450,16 @@ private:
 Bytes Decoder::Encode(Direction direction, uint32_t number, const std::vector<Assignment>& assignments) const
 {
     const Listing listing = Describe(direction, number);
+    if (listing.form == nullptr)
+        throw Error("there is no message " + std::to_string(number));
     return Builder(*this, listing, assignments).Build();
+}
+
+Bytes Decoder::EncodeRaw(Direction direction, uint32_t number, const std::vector<Assignment>& assignments,
+                         BytesView payload) const
+{
+    const Listing listing = Describe(direction, number);
+    return Builder(*this, listing, assignments).BuildWith(payload);
 }
 
 } // namespace vesk::tools

@@ -1,6 +1,5 @@
 // What the list of messages and the headers say about a message and its values.
 #include "tools/decoder/decoder.h"
-#include "tools/decoder/error.h"
 #include "vesk_service/virtual_service.h"
 
 #include <algorithm>
@@ -49,10 +48,9 @@ constexpr HeaderArgument kFields[] = {
      UINT32_MAX},
 };
 
-std::vector<HeaderArgument> HeaderArguments(const messages::Argument (&arguments)[3], Direction direction)
+void NameArguments(Listing& listing, const messages::Argument (&arguments)[3])
 {
-    std::vector<HeaderArgument> fields(std::begin(kFields), std::end(kFields));
-    for (HeaderArgument& field : fields) {
+    for (HeaderArgument& field : listing.arguments) {
         const messages::Argument& argument = arguments[static_cast<size_t>(field.field)];
         if (!argument.IsUsed())
             continue;
@@ -62,34 +60,32 @@ std::vector<HeaderArgument> HeaderArguments(const messages::Argument (&arguments
         field.isListed = true;
         field.isSigned = text.starts_with("int");
         field.isHandle = isPointer || field.name.ends_with("Handle");
-        if (direction == Direction::kRequest && !isPointer) // the functions take 32 bits
+        if (listing.direction == Direction::kRequest && !isPointer) // the functions take 32 bits
             field.limit = std::min<uint64_t>(field.limit, UINT32_MAX);
     }
-    return fields;
 }
 
 } // namespace
 
 Listing Decoder::Describe(Direction direction, uint32_t number) const
 {
+    Listing listing{direction, number, {}, {}, {}, {std::begin(kFields), std::end(kFields)}, nullptr};
     if (direction == Direction::kNotification) {
-        if (const messages::Notification* listed = messages::FindNotification(number))
-            return {direction,       number, ShortName(listed->name),
-                    listed->name,    {},     HeaderArguments(listed->arguments, direction),
-                    &listed->payload};
-        throw Error("there is no notification " + std::to_string(number));
+        if (const messages::Notification* listed = messages::FindNotification(number)) {
+            listing.fullName = listed->name;
+            listing.form = &listed->payload;
+            NameArguments(listing, listed->arguments);
+        }
+    } else if (const messages::Request* listed = messages::FindRequest(number)) {
+        listing.fullName = listed->name;
+        listing.function = listed->function;
+        listing.form = direction == Direction::kRequest ? &listed->payload : &listed->answer;
+        if (direction == Direction::kRequest)
+            NameArguments(listing, listed->arguments);
     }
-    const messages::Request* listed = messages::FindRequest(number);
-    if (listed == nullptr)
-        throw Error("there is no request " + std::to_string(number));
-    Listing listing{direction, number, ShortName(listed->name), listed->name, listed->function, {}, nullptr};
-    if (direction == Direction::kRequest) {
-        listing.arguments = HeaderArguments(listed->arguments, direction);
-        listing.form = &listed->payload;
-    } else {
-        listing.arguments.assign(std::begin(kFields) + 1, std::end(kFields));
-        listing.form = &listed->answer;
-    }
+    listing.name = ShortName(listing.fullName);
+    if (direction == Direction::kAnswer)
+        listing.arguments.erase(listing.arguments.begin()); // the result
     return listing;
 }
 

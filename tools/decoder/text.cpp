@@ -40,10 +40,11 @@ std::string_view ArrayOf(std::string_view path)
     return path.ends_with(']') ? path.substr(0, path.rfind('[')) : std::string_view();
 }
 
-/// The fields of a message, on a line.
+/// The fields of a message, each after a separator.
 class LineWriter {
 public:
-    LineWriter(const Decoder& decoder, const std::vector<Field>& fields) : decoder_(decoder), fields_(fields)
+    LineWriter(const Decoder& decoder, const std::vector<Field>& fields, std::string separator)
+        : decoder_(decoder), fields_(fields), separator_(std::move(separator))
     {
     }
 
@@ -64,7 +65,7 @@ private:
     void WriteField(const Field& field)
     {
         if (!field.isFiller || !field.IsZero())
-            text_ += ' ' + field.path + '=' + ValueText(decoder_, field);
+            text_ += separator_ + field.path + '=' + ValueText(decoder_, field);
     }
 
     /// True if the current field is the first of an entry.
@@ -101,7 +102,7 @@ private:
             at_ = EntryEnd(entry);
             entry = at_ < fields_.size() ? EntryOf(fields_[at_].path) : std::string_view();
         }
-        text_ += ' ' + std::string(first);
+        text_ += separator_ + std::string(first);
         if (last != first) {
             text_.pop_back();
             text_ += ".." + std::string(last.substr(ArrayOf(last).size() + 1));
@@ -113,8 +114,8 @@ private:
     void WriteElements()
     {
         const std::string_view array = ArrayOf(fields_[at_].path);
-        text_ += ' ' + std::string(array);
-        char separator = '=';
+        text_ += separator_ + std::string(array);
+        char before = '=';
         while (at_ < fields_.size() && ArrayOf(fields_[at_].path) == array) {
             const std::string value = ValueText(decoder_, fields_[at_]);
             size_t count = 0;
@@ -123,13 +124,14 @@ private:
                 ++count;
                 ++at_;
             }
-            text_ += separator + value + (count > 1 ? '*' + std::to_string(count) : "");
-            separator = ',';
+            text_ += before + value + (count > 1 ? '*' + std::to_string(count) : "");
+            before = ',';
         }
     }
 
     const Decoder& decoder_;
     const std::vector<Field>& fields_;
+    std::string separator_;
     size_t at_ = 0;
     std::string text_;
 };
@@ -212,8 +214,14 @@ std::string Line(const Decoder& decoder, const Decoded& message)
         text = std::to_string(message.number);
     if (message.direction != Direction::kAnswer && !message.name.empty())
         text += (text.empty() ? "" : " ") + std::string(message.name);
-    text += LineWriter(decoder, message.fields).Text();
+    text += LineWriter(decoder, message.fields, " ").Text();
     return message.problem.empty() ? text : text + " (" + message.problem + ')';
+}
+
+std::string FieldLines(const Decoder& decoder, const Decoded& message, const std::string& indent)
+{
+    const std::string lines = LineWriter(decoder, message.fields, '\n' + indent).Text();
+    return lines.empty() ? lines : lines.substr(1) + '\n';
 }
 
 ordered_json ToJson(const Decoded& message)

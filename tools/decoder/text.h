@@ -23,6 +23,9 @@ std::string ValueText(const Decoder& decoder, const Field& field);
  */
 std::string Line(const Decoder& decoder, const Decoded& message);
 
+/// The fields of a message as Line shows them, but each on a line of its own that begins with @p indent.
+std::string FieldLines(const Decoder& decoder, const Decoded& message, const std::string& indent);
+
 /**
  * A message as a JSON object: "kind", "number", "name", "function" of a request, "result" and "resultName" of
  * an answer, "arguments", "payload", "problem" if there is any. Nothing is left out. Opaque bytes are
