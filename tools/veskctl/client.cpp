@@ -117,7 +117,7 @@ Client::Client(const std::string& service, Interrupt interrupt)
     std::thread(OsMsgTaskRoutineByName, kOwnTaskName).detach();
 }
 
-void Client::Announce()
+void Client::Announce(uint32_t timeoutMs)
 {
     VeskVideoMsgHead head{};
     VeskVideoInitInfo info{};
@@ -129,7 +129,7 @@ void Client::Announce()
         Bytes data(sizeof head + sizeof record);
         std::memcpy(data.data(), &head, sizeof head);
         std::memcpy(data.data() + sizeof head, &record, sizeof record);
-        const Outcome outcome = Send(number, data, true, VESK_VIDEO_SYNC_TIMEOUT);
+        const Outcome outcome = Send(number, data, true, timeoutMs);
         if (outcome.platformResult != 0)
             throw NoAnswer(name, outcome);
         if (outcome.answer.size() < sizeof head)
