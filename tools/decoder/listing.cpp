@@ -130,12 +130,12 @@ std::string_view IdentityOf(const Field& field)
     for (const auto& [alias, identity] : kAliases)
         name = name == alias ? identity : name;
     for (const messages::Request& giver : messages::kRequests) {
-        if (name != giver.answer.name || name.empty())
+        // A count or a status is answered and passed on as well, but it identifies nothing.
+        if (name != giver.answer.name || giver.answer.size != sizeof(uint32_t) || name == "count")
             continue;
         for (const messages::Request& taker : messages::kRequests) {
             for (const messages::Argument& argument : taker.arguments) {
-                // A count is answered and passed on as well, but it identifies nothing.
-                if (name == argument.Name() && name != "count")
+                if (name == argument.Name())
                     return giver.answer.name;
             }
         }
