@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <condition_variable>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <deque>
 #include <mutex>
@@ -67,11 +68,14 @@ void HandleInterrupts()
     std::thread([signals] {
         int signal = 0;
         sigwait(&signals, &signal);
-        Inbox& inbox = TheInbox();
-        const std::lock_guard guard(inbox.lock);
-        inbox.isInterrupted = true;
-        inbox.changed.notify_all();
-        pthread_sigmask(SIG_UNBLOCK, &signals, nullptr); // a second one ends the program
+        {
+            Inbox& inbox = TheInbox();
+            const std::lock_guard guard(inbox.lock);
+            inbox.isInterrupted = true;
+            inbox.changed.notify_all();
+        }
+        sigwait(&signals, &signal); // the user does not want to wait for an answer either
+        std::_Exit(128 + signal);
     }).detach();
 }
 

@@ -90,7 +90,8 @@ int RunRun(Settings& settings, const Options& options)
 Run Add(CLI::App& app, Settings& settings)
 {
     auto options = std::make_shared<Options>();
-    app.add_option("FILE", options->file, "File with a call a line; - is standard input, nothing a prompt");
+    app.add_option("FILE", options->file,
+                   "File of lines; - is standard input. Without it, a prompt at a terminal");
     app.add_flag("-k,--keep-going", options->keepsGoing, "Go on after a line that fails");
     app.add_option("--timeout", options->timeoutMs, "Milliseconds to wait for each answer or notification")
         ->capture_default_str();
