@@ -57,14 +57,14 @@ struct Assignment {
 
 /// What a field of the header carries in a message.
 struct HeaderArgument {
-    messages::HeaderField field;
     std::string_view name; ///< Name of the argument; of the header's field if it carries none.
-    bool isListed;         ///< False if it carries no argument; it is shown only if it is not 0.
     size_t offset;         ///< In the header.
     size_t size;
-    bool isSigned;
-    bool isHandle;
     uint64_t limit; ///< Highest value of an unsigned argument.
+    messages::HeaderField field;
+    bool isListed = false; ///< False if it carries no argument; it is shown only if it is not 0.
+    bool isSigned = false;
+    bool isHandle = false;
 };
 
 /// A message as the list describes it, in one direction.

@@ -300,15 +300,32 @@ private:
 
     void WriteFields(Bytes& data)
     {
-        Writer writer(decoder_, std::span(data).subspan(kHeadSize));
         for (const Assignment* assignment : payload_) {
             if (record_ == nullptr)
                 throw NoSuchField(*assignment, {});
+            if (assignment->path == "rest") {
+                WriteRest(data, kHeadSize + record_->size, data.size(), *assignment);
+                continue;
+            }
             const bool isFirstName = assignment->path.find_first_of(".[") == assignment->path.npos;
             if (isFirstName && !HasField(assignment->path))
                 throw NoSuchField(*assignment, FieldNames());
-            writer.Write(*record_, 0, assignment->path, *assignment);
+            Writer(decoder_, std::span(data).subspan(kHeadSize))
+                .Write(*record_, 0, assignment->path, *assignment);
         }
+    }
+
+    /// What follows the fields of a record, up to @p end; a notification may be longer than its record.
+    void WriteRest(Bytes& data, size_t offset, size_t end, const Assignment& assignment) const
+    {
+        const Bytes bytes = HexOf(assignment);
+        if (listing_.direction == Direction::kNotification && end == data.size()) {
+            end = std::clamp<size_t>(offset + bytes.size(), end, VESK_VIDEO_MAX_MESSAGE_SIZE);
+            data.resize(end);
+        }
+        if (bytes.size() > end - offset)
+            Refuse(assignment, "at most " + SizeText(end - offset) + ", not " + std::to_string(bytes.size()));
+        std::copy(bytes.begin(), bytes.end(), data.begin() + static_cast<std::ptrdiff_t>(offset));
     }
 
     void WriteEntries(Bytes& data)
@@ -334,6 +351,11 @@ private:
             const size_t index = Writer::TakeIndex(path, most, *assignment);
             if (!path.starts_with('.') || record_ == nullptr)
                 throw Error(assignment->path + ": expected a field of an entry, as in [0].serviceData");
+            if (path == ".rest") {
+                const size_t entry = kHeadSize + index * form.size;
+                WriteRest(data, entry + record_->size, entry + form.size, *assignment);
+                continue;
+            }
             writer.Write(*record_, index * form.size, path.substr(1), *assignment);
         }
     }

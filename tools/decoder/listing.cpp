@@ -40,12 +40,9 @@ constexpr std::pair<std::string_view, std::string_view> kAliases[] = {
 };
 
 constexpr HeaderArgument kFields[] = {
-    {HeaderField::kSubMsgID, "uwSubMsgID", false, offsetof(VeskVideoMsgHead, uwSubMsgID), 2, false, false,
-     UINT16_MAX},
-    {HeaderField::kParam1, "ulParam1", false, offsetof(VeskVideoMsgHead, ulParam1), 8, false, false,
-     UINT64_MAX},
-    {HeaderField::kParam2, "ulParam2", false, offsetof(VeskVideoMsgHead, ulParam2), 4, false, false,
-     UINT32_MAX},
+    {"uwSubMsgID", offsetof(VeskVideoMsgHead, uwSubMsgID), 2, UINT16_MAX, HeaderField::kSubMsgID},
+    {"ulParam1", offsetof(VeskVideoMsgHead, ulParam1), 8, UINT64_MAX, HeaderField::kParam1},
+    {"ulParam2", offsetof(VeskVideoMsgHead, ulParam2), 4, UINT32_MAX, HeaderField::kParam2},
 };
 
 void NameArguments(Listing& listing, const messages::Argument (&arguments)[3])
@@ -130,12 +127,12 @@ std::string_view IdentityOf(const Field& field)
     for (const auto& [alias, identity] : kAliases)
         name = name == alias ? identity : name;
     for (const messages::Request& giver : messages::kRequests) {
-        if (name != giver.answer.name || name.empty())
+        // A count or a status is answered and passed on as well, but it identifies nothing.
+        if (name != giver.answer.name || giver.answer.size != sizeof(uint32_t) || name == "count")
             continue;
         for (const messages::Request& taker : messages::kRequests) {
             for (const messages::Argument& argument : taker.arguments) {
-                // A count is answered and passed on as well, but it identifies nothing.
-                if (name == argument.Name() && name != "count")
+                if (name == argument.Name())
                     return giver.answer.name;
             }
         }

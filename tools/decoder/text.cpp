@@ -166,9 +166,13 @@ ordered_json::json_pointer Pointer(std::string_view path)
 
 void AddAssignments(const ordered_json& value, const std::string& path, std::vector<Assignment>& assignments)
 {
+    constexpr size_t kLongestPath = 1000;
+    if (path.size() > kLongestPath)
+        throw Error(path.substr(0, 64) + "...: no field is nested so deeply");
     if (value.is_object()) {
+        const std::string prefix = path.empty() ? "" : path + '.';
         for (const auto& [key, member] : value.items())
-            AddAssignments(member, path.empty() ? key : path + '.' + key, assignments);
+            AddAssignments(member, prefix + key, assignments);
     } else if (value.is_array()) {
         for (size_t i = 0; i < value.size(); ++i)
             AddAssignments(value[i], path + '[' + std::to_string(i) + ']', assignments);

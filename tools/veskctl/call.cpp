@@ -67,7 +67,7 @@ int RunCall(Settings& settings, const Options& options)
     const Prepared request = Usage([&] { return PrepareCall(decoder, options); });
     Client client(settings.service, Client::Interrupt::kEndsProgram);
     if (request.number != VESK_VIDEO_MSG_INIT)
-        client.Announce();
+        client.Announce(options.timeoutMs);
     const Call call = Perform(client, decoder, request, options.timeoutMs);
     if (settings.json)
         PrintLine(Dump(CallJson(call)));

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <condition_variable>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <deque>
 #include <mutex>
@@ -67,11 +68,14 @@ void HandleInterrupts()
     std::thread([signals] {
         int signal = 0;
         sigwait(&signals, &signal);
-        Inbox& inbox = TheInbox();
-        const std::lock_guard guard(inbox.lock);
-        inbox.isInterrupted = true;
-        inbox.changed.notify_all();
-        pthread_sigmask(SIG_UNBLOCK, &signals, nullptr); // a second one ends the program
+        {
+            Inbox& inbox = TheInbox();
+            const std::lock_guard guard(inbox.lock);
+            inbox.isInterrupted = true;
+            inbox.changed.notify_all();
+        }
+        sigwait(&signals, &signal); // the user does not want to wait for an answer either
+        std::_Exit(128 + signal);
     }).detach();
 }
 
@@ -117,7 +121,7 @@ Client::Client(const std::string& service, Interrupt interrupt)
     std::thread(OsMsgTaskRoutineByName, kOwnTaskName).detach();
 }
 
-void Client::Announce()
+void Client::Announce(uint32_t timeoutMs)
 {
     VeskVideoMsgHead head{};
     VeskVideoInitInfo info{};
@@ -129,7 +133,7 @@ void Client::Announce()
         Bytes data(sizeof head + sizeof record);
         std::memcpy(data.data(), &head, sizeof head);
         std::memcpy(data.data() + sizeof head, &record, sizeof record);
-        const Outcome outcome = Send(number, data, true, VESK_VIDEO_SYNC_TIMEOUT);
+        const Outcome outcome = Send(number, data, true, timeoutMs);
         if (outcome.platformResult != 0)
             throw NoAnswer(name, outcome);
         if (outcome.answer.size() < sizeof head)

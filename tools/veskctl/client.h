@@ -44,7 +44,7 @@ public:
 
     /// Announces this process to the service, as VeskVideoInit and VeskVideoSetCallback do, so that it
     /// receives notifications. @throw Failure
-    void Announce();
+    void Announce(uint32_t timeoutMs = VESK_VIDEO_SYNC_TIMEOUT);
 
     /// Tells the service that this process ends, as VeskVideoExit does.
     ~Client();

@@ -34,7 +34,7 @@ char** CompleteWord(const char* text, int start, int)
     words.emplace_back(text);
     g_candidates = CompletePrompt(words);
     const bool isField = !g_candidates.empty() && g_candidates[0].ends_with('=');
-    rl_completion_append_character = isField ? '\0' : ' ';
+    rl_completion_append_character = isField ? 0 : 0x20; // nothing or a space
     return rl_completion_matches(text, NextCandidate);
 }
 

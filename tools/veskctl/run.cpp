@@ -18,36 +18,44 @@ namespace {
 
 struct Options {
     std::string file;
+    bool keepsGoing = false;
     uint32_t timeoutMs = VESK_VIDEO_SYNC_TIMEOUT;
 };
 
-/// Does @p step and puts where it is in the file before whatever it throws. A line that cannot be understood
-/// is a usage error.
-template <class Function>
-void At(const std::string& place, const Function& step)
+/// A failure of a line, after where the line is. A line that cannot be understood is a usage error.
+Failure AtLine(const std::string& file, size_t line, const Error& error)
 {
-    try {
-        step();
-    } catch (const Failure& failure) {
-        throw Failure(failure.status, place + ": " + failure.what());
-    } catch (const Error& error) {
-        throw Failure(kUsage, place + ": " + error.what());
-    }
+    const auto* failure = dynamic_cast<const Failure*>(&error);
+    return {failure != nullptr ? failure->status : kUsage,
+            file + ':' + std::to_string(line) + ": " + error.what()};
 }
 
-void RunScript(Settings& settings, const Options& options, std::istream& input, const std::string& name)
+/// Executes all lines, or those before the first that fails. Returns the status of the first that failed.
+int RunScript(Settings& settings, const Options& options, std::istream& input, const std::string& name)
 {
     Session session(settings, Client::Interrupt::kEndsWait, options.timeoutMs);
     size_t number = 0;
-    std::string line;
-    while (std::getline(input, line)) {
+    int status = kDone;
+    const auto attempt = [&](const auto& step) {
+        try {
+            step();
+        } catch (const Error& error) {
+            const Failure failure = AtLine(name, number, error);
+            if (!options.keepsGoing || session.IsInterrupted())
+                throw Failure(failure);
+            std::fprintf(stderr, "veskctl: %s\n", failure.what());
+            status = status == kDone ? failure.status : status;
+        }
+    };
+    for (std::string line; std::getline(input, line);) {
         ++number;
-        At(name + ':' + std::to_string(number), [&] { session.Execute(line); });
+        attempt([&] { session.Execute(line); });
     }
     if (input.bad())
         throw Error(name + ": " + std::strerror(errno));
-    At(name + ':' + std::to_string(number), [&] { session.Finish(); });
+    attempt([&] { session.Finish(); });
     session.ShowArrived();
+    return status;
 }
 
 void RunAtTerminal(Settings& settings, const Options& options)
@@ -69,21 +77,22 @@ int RunRun(Settings& settings, const Options& options)
 {
     if (options.file.empty() && isatty(STDIN_FILENO) != 0) {
         RunAtTerminal(settings, options);
-    } else if (options.file.empty() || options.file == "-") {
-        RunScript(settings, options, std::cin, "-");
-    } else {
-        std::ifstream file(options.file);
-        if (!file)
-            throw Failure(kUsage, options.file + ": " + std::strerror(errno));
-        RunScript(settings, options, file, options.file);
+        return kDone;
     }
-    return kDone;
+    if (options.file.empty() || options.file == "-")
+        return RunScript(settings, options, std::cin, "-");
+    std::ifstream file(options.file);
+    if (!file)
+        throw Failure(kUsage, options.file + ": " + std::strerror(errno));
+    return RunScript(settings, options, file, options.file);
 }
 
 Run Add(CLI::App& app, Settings& settings)
 {
     auto options = std::make_shared<Options>();
-    app.add_option("FILE", options->file, "File with a call a line; - is standard input, nothing a prompt");
+    app.add_option("FILE", options->file,
+                   "File of lines; - is standard input. Without it, a prompt at a terminal");
+    app.add_flag("-k,--keep-going", options->keepsGoing, "Go on after a line that fails");
     app.add_option("--timeout", options->timeoutMs, "Milliseconds to wait for each answer or notification")
         ->capture_default_str();
     return [options, &settings] { return RunRun(settings, *options); };

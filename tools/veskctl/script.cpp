@@ -38,7 +38,7 @@ Session::Session(Settings& settings, Client::Interrupt interrupt, uint32_t timeo
     : settings_(settings), decoder_(settings.Decoder()), client_(settings.service, interrupt),
       timeoutMs_(timeoutMs)
 {
-    client_.Announce();
+    client_.Announce(timeoutMs);
 }
 
 void Session::Execute(const std::string& line)

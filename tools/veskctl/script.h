@@ -35,6 +35,9 @@ public:
     /// @throw Failure if something is still expected
     void Finish() const;
 
+    /// True once SIGINT or SIGTERM has arrived.
+    bool IsInterrupted() const { return client_.IsInterrupted(); }
+
     /// Shows the notifications that have arrived.
     void ShowArrived();
 
