@@ -20,6 +20,8 @@ install_library(vesk_video_interface ${CMAKE_INSTALL_INCLUDEDIR}
 install(DIRECTORY include/vesk_video TYPE INCLUDE)
 
 file(RELATIVE_PATH libraries_from_bin "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
+install(TARGETS vesk_trace LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(FILES docs/man/libvesk_trace.7 DESTINATION ${CMAKE_INSTALL_MANDIR}/man7)
 if(VESK_BUILD_TOOLS)
   set_target_properties(veskctl PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries_from_bin}")
   install(TARGETS veskctl)

@@ -11,6 +11,8 @@ extern const Command kCall;
 extern const Command kRun;
 extern const Command kMonitor;
 extern const Command kWait;
+extern const Command kTrace;
+extern const Command kDecode;
 extern const Command kComplete;
 
 } // namespace vesk::ctl

@@ -10,7 +10,7 @@ namespace {
 
 /// One row a subcommand, in the order in which the help lists them.
 constexpr const Command* kCommands[] = {
-    &kList, &kDescribe, &kCall, &kRun, &kMonitor, &kWait, &kComplete,
+    &kList, &kDescribe, &kCall, &kRun, &kMonitor, &kWait, &kTrace, &kDecode, &kComplete,
 };
 
 constexpr char kFooter[] =
