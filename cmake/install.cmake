@@ -19,6 +19,19 @@ install_library(vesk_video_interface ${CMAKE_INSTALL_INCLUDEDIR}
   "Client-side video interface of a video device's media stack")
 install(DIRECTORY include/vesk_video TYPE INCLUDE)
 
+file(RELATIVE_PATH libraries_from_bin "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
+install(TARGETS vesk_trace LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(FILES docs/man/libvesk_trace.7 DESTINATION ${CMAKE_INSTALL_MANDIR}/man7)
+if(VESK_BUILD_TOOLS)
+  # Where Wireshark looks when it is installed below the same prefix.
+  install(FILES ${PROJECT_BINARY_DIR}/tools/dissector/vesk.lua DESTINATION ${CMAKE_INSTALL_LIBDIR}/wireshark/plugins)
+  set_target_properties(veskctl PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries_from_bin}")
+  install(TARGETS veskctl)
+  install(FILES docs/man/veskctl.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  install(FILES tools/veskctl/completion.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+    RENAME veskctl)
+endif()
+
 if(VESK_PLATFORM STREQUAL host)
   # platform/ is too common a name for the top of the include path.
   set(platform_include_dir ${CMAKE_INSTALL_INCLUDEDIR}/vesk_host_platform)
@@ -26,7 +39,6 @@ if(VESK_PLATFORM STREQUAL host)
   install(DIRECTORY platform/include/platform platform/host/include/vesk_host DESTINATION ${platform_include_dir})
   install(DIRECTORY service/include/vesk_service TYPE INCLUDE)
 
-  file(RELATIVE_PATH libraries_from_bin "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
   set_target_properties(vesk-video-service display_tour PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries_from_bin}")
   set_target_properties(display_tour PROPERTIES OUTPUT_NAME vesk-display-tour)
   install(TARGETS vesk-video-service display_tour)

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Compares the layout of the public records, taken from debug information, with the baseline abi/records.txt.
+# Compares the layout of the public records, the virtual service's among them, with the baseline abi/records.txt. The
+# layout is taken from debug information. The tools read the baseline to name the fields of a message.
 #
 #   scripts/abi.sh check [C-COMPILER]    prints each record or field that changed, and fails if there is any
 #   scripts/abi.sh update [C-COMPILER]   rewrites the baseline after an intended change
@@ -12,8 +13,8 @@ compiler=${2:-gcc}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-echo '#include "vesk_video/vesk_video.h"' |
-  "$compiler" -std=c11 -g -fno-eliminate-unused-debug-types -Iinclude -x c -c -o "$work/interface.o" -
+printf '#include "%s"\n' vesk_video/vesk_video.h vesk_service/virtual_service.h |
+  "$compiler" -std=c11 -g -fno-eliminate-unused-debug-types -Iinclude -Iservice/include -x c -c -o "$work/interface.o" -
 # One line for each "struct Record {" and each "type field; /* offset size */".
 pahole "$work/interface.o" | awk '
   /^struct [A-Z]/ { record = $2; next }

@@ -29,7 +29,7 @@ fi
 install_packages build-essential debhelper lintian
 if [ "$architecture" != "$native" ]; then
   dpkg --print-foreign-architectures | grep -qx "$architecture" || as_root dpkg --add-architecture "$architecture"
-  install_packages "crossbuild-essential-$architecture" "libspdlog-dev:$architecture"
+  install_packages "crossbuild-essential-$architecture" "libspdlog-dev:$architecture" "libedit-dev:$architecture"
 fi
 
 # The packages are built from a copy, so that the tree stays clean.

@@ -12,7 +12,7 @@ case "$preset" in
   clang) install_packages clang-14 ;;
   aarch64)
     dpkg --print-foreign-architectures | grep -qx arm64 || as_root dpkg --add-architecture arm64
-    install_packages g++-aarch64-linux-gnu qemu-user libspdlog-dev:arm64 libgtest-dev:arm64
+    install_packages g++-aarch64-linux-gnu qemu-user libspdlog-dev:arm64 libedit-dev:arm64 libgtest-dev:arm64
     ;;
   *) echo "usage: $0 [dev|release|asan|tsan|clang|aarch64]" >&2; exit 2 ;;
 esac

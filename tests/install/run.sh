@@ -36,5 +36,6 @@ export LD_LIBRARY_PATH=$prefix/$libdir
 $emulator "$work/application_c" | grep ' has 2 displays'
 $emulator "$work/outside/application" | grep '^outside has 2 displays'
 $emulator "$prefix/bin/vesk-display-tour" | tail -n 1
+[ ! -e "$prefix/bin/veskctl" ] || $emulator "$prefix/bin/veskctl" call GET_VO_COUNT | grep 'count=2'
 kill -TERM $service
 wait $service

@@ -1,0 +1,242 @@
+// veskctl from a user's side, with the virtual service as its peer.
+#include "support/processes.h"
+#include "tools/decoder/text.h"
+
+#include <csignal>
+#include <fstream>
+#include <regex>
+
+#include <pty.h>
+#include <sys/wait.h>
+
+using namespace processes;
+using namespace vesk::tools;
+
+namespace {
+
+struct Result {
+    int status;
+    std::string output; ///< Standard output and standard error.
+};
+
+/// Runs veskctl with arguments as a shell reads them.
+Result Veskctl(const std::string& arguments)
+{
+    std::FILE* pipe = popen((VESK_EMULATOR " " VESK_VESKCTL_PATH " " + arguments + " 2>&1").c_str(), "r");
+    Result result{};
+    for (int c; (c = std::fgetc(pipe)) != EOF;)
+        result.output += static_cast<char>(c);
+    result.status = WEXITSTATUS(pclose(pipe));
+    return result;
+}
+
+struct VeskctlTest : testing::Test {
+    RuntimeDir directory;
+    Child service = Start(VESK_SERVICE_PATH);
+
+    VeskctlTest() { service.ExpectOutput("serving"); }
+
+    Result RunScript(const std::string& script, const std::string& options = "")
+    {
+        std::ofstream(directory.File("script")) << script;
+        return Veskctl("run " + options + ' ' + directory.File("script"));
+    }
+};
+
+/// How a request must be called to be meaningful, if not with its arguments alone: with these fields, or with
+/// the result code that it must give, since its preconditions are not veskctl's to set up.
+const std::map<std::string, std::string> kSpecial = {
+    {"OPEN_VI_PORT", "viPort=0"},
+    {"SET_APP_CAPTURE_PARAM", "inEngNo=$inEngNo taskHandle=1"},
+    {"SET_ENC_PARAM", "encStmNo=$encStmNo w=640 h=480 fr=30 br=1000"},
+    {"SET_DEC_PARAM", "decStmNo=$decStmNo w=640 h=480"},
+    {"SET_LOOP_MODE", "encNo=$encStmNo decNo=$decStmNo"},
+    {"SET_PRESET", "inEngNo=$inEngNo isValid=1 presetId=1"},
+    {"CREATE_QUEUE", "NUMBER"},
+    {"DESTROY_QUEUE", "NUMBER"},
+    {"EXECUT_VI_TRACKING_PARAM", "STATE"},
+    {"VERYFY_IMAGE", "UNREACHABLE"},
+    {"VO_WINDOW_DESTROY", "NUMBER"},
+};
+
+/// A line that calls a request: 1 for an argument, or what an answer has said about it.
+std::string CallOf(const vesk::messages::Request& request)
+{
+    const std::string name(ShortName(request.name));
+    const auto special = kSpecial.find(name);
+    const bool isRefused = special != kSpecial.end() && special->second.find('=') == std::string::npos;
+    if (special != kSpecial.end() && !isRefused)
+        return name + ' ' + special->second;
+    std::string line = (isRefused ? "expect " + special->second + ' ' : "") + request.function;
+    for (const auto& argument : request.arguments) {
+        Field field{};
+        field.path = argument.Name();
+        if (argument.IsUsed())
+            line += ' ' + field.path +
+                    (IdentityOf(field).empty() || field.path == "queHandle" ? "=1" : "=$" + field.path);
+    }
+    return line + (request.payload.kind == vesk::messages::Kind::kText ? " text=/x" : "");
+}
+
+/// What must come first: opening, then setting, starting, stopping, closing, leaving.
+int PhaseOf(const std::string& name)
+{
+    const char* const kLaterFirst[] = {"EXIT|DEINIT",
+                                       "CLOSE|DELETE|DESTROY_[OQ]",
+                                       "STOP|DISCONNECT|DISABLE|_DESTROY$",
+                                       "KEYFRAME|MODIFY_F|REQ_I_|VI_QUE_H",
+                                       "START",
+                                       "^(?!.*(INIT|OPEN|CREATE))"};
+    int phase = 0;
+    for (const char* pattern : kLaterFirst) {
+        if (std::regex_search(name, std::regex(pattern)))
+            return phase;
+        --phase;
+    }
+    return phase;
+}
+
+} // namespace
+
+TEST_F(VeskctlTest, ARunCallsEveryRequest)
+{
+    std::multimap<int, std::string> lines;
+    for (const auto& request : vesk::messages::kRequests)
+        lines.emplace(PhaseOf(std::string(ShortName(request.name))), CallOf(request));
+    std::string script;
+    for (const auto& [phase, line] : lines)
+        script += line + '\n';
+    const Result result = RunScript(script, "--json");
+    EXPECT_EQ(result.status, 0) << result.output.substr(result.output.size() -
+                                                        std::min<size_t>(300, result.output.size()));
+    std::set<uint32_t> called;
+    std::istringstream output(result.output);
+    for (std::string line; std::getline(output, line);) {
+        const auto json = nlohmann::json::parse(line);
+        if (json.contains("request"))
+            called.insert(json["request"]["number"].get<uint32_t>());
+    }
+    EXPECT_EQ(called.size(), std::size(vesk::messages::kRequests));
+}
+
+TEST_F(VeskctlTest, Scripts)
+{
+    EXPECT_EQ(RunScript("$mine = call OPEN_VO_PORT voPort=0 # a comment\n"
+                        "expect BUSY\nOPEN_VO_PORT voPort=0\n"
+                        "SET_VO_PARAM outEngNo=$mine param0=1920\nVO_START outEngNo=${outEngNo}\n"
+                        "wait DISPLAY_FIRST_FRAME 'portName=HDMI-OUT-?'\n"
+                        "expect OK [0].outEngNo=$mine GET_VO_PORT count=2\nsleep 1\n")
+                  .status,
+              0);
+    const struct {
+        const char* script;
+        int status;
+        const char* error;
+    } rows[] = {
+        {"\nVO_START outEngNo=77", 3, ":2: the service refused VO_START: NUMBER (0x203)"},
+        {"GET_VO_COUNT\nVO_START outEngNo=$cuont", 2, ":2: no answer so far has set $cuont; nearest: count"},
+        {"expect BUSY GET_VO_COUNT", 1, ":1: GET_VO_COUNT gave OK, expected BUSY (0x204)"},
+        {"expect OK count=3 GET_VO_COUNT", 1, ":1: GET_VO_COUNT: expected count=3"},
+        {"expect BUSY", 1, ":1: no call follows 'expect BUSY (0x204)'"},
+        {"wait 208 timeout=20", 5, ":1: no notification '208' within 20 ms"},
+        {"wait 107\n", 5, "within 300 ms"},
+        {"text='a", 2, ":1: a quote ' is not closed"},
+        {"sleep soon", 2, ":1: 'soon': expected a number of milliseconds"},
+    };
+    for (const auto& row : rows) {
+        const Result result = RunScript(row.script, "--timeout 300");
+        EXPECT_EQ(result.status, row.status) << row.script;
+        EXPECT_NE(result.output.find(row.error), std::string::npos) << result.output;
+    }
+    const Result going = RunScript("VO_START outEngNo=77\nGET_VO_COUNT\n", "--keep-going");
+    EXPECT_EQ(going.status, 3);
+    EXPECT_NE(going.output.find("OK count=2"), std::string::npos);
+}
+
+TEST_F(VeskctlTest, StatusesAndOutput)
+{
+    std::ofstream(directory.File("fields.json")) << R"({"arguments":{"outEngNo":1},"payload":{"param0":7}})";
+    std::ofstream(directory.File("bad.json")) << "{";
+    const struct {
+        std::string arguments;
+        int status;
+        const char* output; ///< A part of it.
+    } rows[] = {
+        {"call VeskVideoGetVoCount", 0, "GET_VO_COUNT -> OK "},
+        {"call OPEN_VO_PORT voPort=9", 3, "NUMBER (0x203): No port"},
+        {"call OPEN_VO_PORT voPort=x", 2, "voPort=x: expected a number from 0 to 4294967295"},
+        {"call OPEN_VO_PORT voPort", 2, "'voPort': expected name=value"},
+        {"call VO_STRAT", 2, "nearest: VO_START"},
+        {"call VO_START --raw 00 outEngNo=1", 3, "data=00"},
+        {"call 999 --raw 0x", 3, "999 (the number is not listed) -> REQUEST (0x201)"},
+        {"call SET_VO_PARAM --from " + directory.File("fields.json"), 3, "outEngNo=1 param0=7"},
+        {"call SET_VO_PARAM --from " + directory.File("bad.json"), 2, "bad.json: "},
+        {"call GET_VO_COUNT --json", 0, R"("answer":{"kind":"answer","number":7,)"},
+        {"call INIT_UVC", 0, "INIT_UVC -> sent"},
+        {"--service NOBODY/VCTL call GET_VO_COUNT", 4, "nobody serves NOBODY.VCTL"},
+        {"--service NOBODY call GET_VO_COUNT", 2, "expected PROCESS/TASK"},
+        {"--records /nonexistent list records", 2, "/nonexistent: No such file"},
+        {"wait VO_PORT_PLUG_STATE port=1 val=1", 0, "100 VO_PORT_PLUG_STATE port=1 val=1\n"},
+        {"wait VO_PORT_PLUG_STATE port=7 --timeout 20", 5, "no such notification within 20 ms"},
+        {"monitor --match '*PIXEL*' --count 2 --json", 0, R"("stmNo":1,"portType":16)"},
+        {"list results", 0, "516  VESK_SERVICE_ERR_BUSY "},
+        {"list --json", 0, R"({"requests":[{"number":0,"name":"INIT","function":"VeskVideoInit")"},
+        {"describe GET_VO_PORT", 0,
+         "array of VeskVideoVoPortInfo, 2376 bytes each; their number is in ulParam1, shown as"},
+        {"describe VeskVideoSubPicParam --json", 0,
+         R"({"offset":28,"size":4,"type":"uint32_t","name":"inputId"})"},
+        {"describe VeskVideoVoStrat", 2, "nearest: VeskVideoVoStart"},
+        {"--peer unknown describe GET_CAPABILITY", 0, "serviceData[2]"},
+        {"complete -- call SET_VO_Q", 0, "SET_VO_QUE_HANDLE\n"},
+        {"complete -- call VO_START ''", 0, "outEngNo=\n"},
+        {"complete -- wait DISPLAY_FIRST_FRAME port", 0, "portName=\n"},
+        {"complete -- call --time", 0, "--timeout\n"},
+        {"nonsense", 2, ""},
+        {"--version", 0, "veskctl "},
+    };
+    for (const auto& row : rows) {
+        const Result result = Veskctl(row.arguments);
+        EXPECT_EQ(result.status, row.status) << row.arguments;
+        EXPECT_NE(result.output.find(row.output), std::string::npos)
+            << row.arguments << ": " << result.output;
+    }
+    kill(service.Process(), SIGSTOP);
+    EXPECT_EQ(Veskctl("call GET_VO_COUNT --timeout 50").status, 5);
+    kill(service.Process(), SIGCONT);
+}
+
+TEST_F(VeskctlTest, AMonitorEndsWhenItIsInterrupted)
+{
+    Child monitor = Start(VESK_VESKCTL_PATH, "monitor", "--match", "206", "--match", "103");
+    monitor.ExpectOutput("103 VI_PORT_PIXEL_INFO");
+    EXPECT_EQ(service.Wait(SIGTERM), 0);
+    monitor.ExpectOutput("206 VIDEO_DIE");
+    EXPECT_EQ(monitor.Wait(SIGINT), 0);
+}
+
+TEST_F(VeskctlTest, ThePromptCompletesAndGoesOnAfterAnError)
+{
+    setenv("XDG_STATE_HOME", directory.path.c_str(), 1);
+    setenv("TERM", "xterm", 1);
+    int terminal = -1;
+    const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (child == 0) {
+        if (*VESK_EMULATOR != '\0')
+            execl(VESK_EMULATOR, VESK_EMULATOR, VESK_VESKCTL_PATH, "run", nullptr);
+        execl(VESK_VESKCTL_PATH, VESK_VESKCTL_PATH, "run", nullptr);
+        _exit(127);
+    }
+    const std::string typed = "VO_STRAT\rGET_VO_C\t\rquit\r";
+    EXPECT_EQ(write(terminal, typed.data(), typed.size()), static_cast<ssize_t>(typed.size()));
+    std::string screen;
+    char buffer[512];
+    for (ssize_t got; (got = read(terminal, buffer, sizeof buffer)) > 0;)
+        screen.append(buffer, static_cast<size_t>(got));
+    int status = -1;
+    waitpid(child, &status, 0);
+    close(terminal);
+    EXPECT_EQ(status, 0);
+    EXPECT_NE(screen.find("nearest: VO_START"), std::string::npos) << screen;
+    EXPECT_NE(screen.find("GET_VO_COUNT -> OK count=2"), std::string::npos) << screen;
+    EXPECT_NE(Contents(directory.File("veskctl_history")).find("GET_VO_COUNT"), std::string::npos);
+}

@@ -1,0 +1,139 @@
+// Turns messages into names and fields, and back.
+#pragma once
+
+#include "tools/decoder/bytes.h"
+#include "tools/decoder/names.h"
+#include "tools/decoder/records.h"
+
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace vesk::tools {
+
+enum class Direction { kRequest, kAnswer, kNotification };
+
+/// A message: the data block of an envelope, which is the 24-byte header and the payload, of any length.
+struct Message {
+    Direction direction;
+    uint32_t number; ///< The envelope's msgId; for an answer, that of its request.
+    BytesView data;
+};
+
+/// A value: unsigned, signed, floating-point, text up to its NUL, or opaque bytes.
+using Value = std::variant<uint64_t, int64_t, double, std::string, Bytes>;
+
+/// One field of a message.
+struct Field {
+    std::string path; ///< "outEngNo", "subPic[0].inputId", in an array of records "[0].port"
+    Value value;
+    size_t offset = 0;     ///< In the data block; the payload begins at 24.
+    size_t size = 0;       ///< Bytes in the data block.
+    bool isHandle = false; ///< A number that is shown in hexadecimal.
+    bool isFiller = false; ///< Padding, reserved or opaque.
+
+    bool IsPayload() const { return offset >= sizeof(VeskVideoMsgHead); }
+    bool IsZero() const;
+    /// "inputId" of "subPic[0].inputId", without an index.
+    std::string_view LastName() const;
+};
+
+/// A message in names and fields. The names belong to the program and never go away.
+struct Decoded {
+    Direction direction;
+    uint32_t number;
+    std::string_view name;     ///< Short name, as ShortName gives it; empty if the number is not listed.
+    std::string_view function; ///< Function of a request; empty for notifications.
+    uint32_t result = 0;       ///< Result code of an answer.
+    std::vector<Field> fields; ///< Arguments in the header first, then the payload.
+    std::string problem;       ///< What is wrong with the message's length or form; empty if nothing is.
+};
+
+/// A field and its value as text, to be encoded.
+struct Assignment {
+    std::string path;
+    std::string value;
+};
+
+/// What a field of the header carries in a message.
+struct HeaderArgument {
+    std::string_view name; ///< Name of the argument; of the header's field if it carries none.
+    size_t offset;         ///< In the header.
+    size_t size;
+    uint64_t limit; ///< Highest value of an unsigned argument.
+    messages::HeaderField field;
+    bool isListed = false; ///< False if it carries no argument; it is shown only if it is not 0.
+    bool isSigned = false;
+    bool isHandle = false;
+};
+
+/// A message as the list describes it, in one direction.
+struct Listing {
+    Direction direction;
+    uint32_t number;
+    std::string_view name;                 ///< Short name.
+    std::string_view fullName;             ///< "VESK_VIDEO_MSG_VO_START"
+    std::string_view function;             ///< Empty for notifications.
+    std::vector<HeaderArgument> arguments; ///< Without uwSubMsgID in an answer, which holds the result.
+    const messages::Form* form;            ///< What follows the header.
+};
+
+/// What the number in a field identifies if a peer handed it out: "outEngNo", "encStmNo" ... Two fields with
+/// the same result hold numbers of the same kind. Empty for all other fields.
+std::string_view IdentityOf(const Field& field);
+
+/**
+ * The decoder. It is immutable: any number of threads may use one.
+ *
+ * It never reads past the length of what it is given, and decodes messages of any length and contents.
+ */
+class Decoder {
+public:
+    /// Whose layout opaque records have.
+    enum class Peer { kVirtualService, kUnknown };
+
+    /// @param recordFiles  Files with further descriptions, in the form that RecordSet describes. @throw
+    /// Error
+    explicit Decoder(Peer peer = Peer::kVirtualService, const std::vector<std::string>& recordFiles = {});
+
+    Decoded Decode(const Message& message) const;
+
+    /**
+     * Builds the data block, header and payload, of a message.
+     *
+     * Arguments in the header are required, except the number of entries of an array, which follows from the
+     * entries. So is a text, which is called "text". Payload fields that are not given are 0. An opaque
+     * payload is called "data"; it and opaque fields are given in hexadecimal, as is shown. In an answer,
+     * "result" is the result code, 0 if it is not given.
+     *
+     * @throw Error if something is missing, unknown, given twice, of the wrong type or out of range
+     */
+    Bytes Encode(Direction direction, uint32_t number, const std::vector<Assignment>& assignments) const;
+
+    /// The same with a payload whose bytes are given, of any length; nothing is required. The number need not
+    /// be listed. Header fields that carry no argument are set by their own names, as in ulParam1=5.
+    Bytes EncodeRaw(Direction direction, uint32_t number, const std::vector<Assignment>& assignments,
+                    BytesView payload) const;
+
+    /// What the list says about a message. If it has none of this number, names are empty and the form is
+    /// null.
+    Listing Describe(Direction direction, uint32_t number) const;
+
+    /// The record that a payload consists of, or whose entries it consists of, as it is shown; null if it has
+    /// none.
+    const RecordType* PayloadRecord(const Listing& listing) const;
+
+    const RecordSet& Records() const { return records_; }
+
+    /// "CAM_CTRL_QUERY" for 16 in a field whose last name is "cmdType"; empty if the value has no name.
+    std::string_view ValueName(std::string_view field, const Value& value) const;
+
+    /// The reverse.
+    std::optional<uint64_t> NamedValue(std::string_view field, std::string_view name) const;
+
+private:
+    RecordSet records_;
+    Peer peer_;
+};
+
+} // namespace vesk::tools

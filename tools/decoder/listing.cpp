@@ -1,0 +1,143 @@
+// What the list of messages and the headers say about a message and its values.
+#include "tools/decoder/decoder.h"
+#include "vesk_service/virtual_service.h"
+
+#include <algorithm>
+#include <array>
+
+namespace vesk::tools {
+
+namespace {
+
+using messages::HeaderField;
+
+/// A value that has a name, in all fields of one name.
+struct ValueWithName {
+    std::string_view field;
+    uint64_t value;
+    std::string_view name;
+    Decoder::Peer peer = Decoder::Peer::kUnknown; ///< With which peer it has the name; kUnknown: with any.
+};
+
+constexpr ValueWithName kNamedValues[] = {
+    {"cmdType", VESK_VIDEO_CAM_CTRL_QUERY, "CAM_CTRL_QUERY"},
+    {"camCtrlCmd", VESK_VIDEO_CAM_CTRL_QUERY, "CAM_CTRL_QUERY"},
+    {"codcType", VESK_VIDEO_ENC_SVC_SW, "ENC_SVC_SW"},
+    {"codecType", VESK_VIDEO_DEC_SVC_SW, "DEC_SVC_SW"},
+    {"portType", VESK_VIDEO_PORT_TYPE_NET_CAMERA, "PORT_TYPE_NET_CAMERA"},
+    {"cmdType", VESK_SERVICE_CAM_LEFT, "CAM_LEFT", Decoder::Peer::kVirtualService},
+    {"cmdType", VESK_SERVICE_CAM_RIGHT, "CAM_RIGHT", Decoder::Peer::kVirtualService},
+    {"cmdType", VESK_SERVICE_CAM_UP, "CAM_UP", Decoder::Peer::kVirtualService},
+    {"cmdType", VESK_SERVICE_CAM_DOWN, "CAM_DOWN", Decoder::Peer::kVirtualService},
+};
+
+/// Fields that hold a number under another name than the answer that handed it out.
+constexpr std::pair<std::string_view, std::string_view> kAliases[] = {
+    {"encNo", "encStmNo"},
+    {"decNo", "decStmNo"},
+    {"queId", "queHandle"},
+    {"faceQueue", "queHandle"},
+};
+
+constexpr HeaderArgument kFields[] = {
+    {"uwSubMsgID", offsetof(VeskVideoMsgHead, uwSubMsgID), 2, UINT16_MAX, HeaderField::kSubMsgID},
+    {"ulParam1", offsetof(VeskVideoMsgHead, ulParam1), 8, UINT64_MAX, HeaderField::kParam1},
+    {"ulParam2", offsetof(VeskVideoMsgHead, ulParam2), 4, UINT32_MAX, HeaderField::kParam2},
+};
+
+void NameArguments(Listing& listing, const messages::Argument (&arguments)[3])
+{
+    for (HeaderArgument& field : listing.arguments) {
+        const messages::Argument& argument = arguments[static_cast<size_t>(field.field)];
+        if (!argument.IsUsed())
+            continue;
+        const std::string_view text = argument.text;
+        const bool isPointer = text.find('*') != text.npos;
+        field.name = argument.Name();
+        field.isListed = true;
+        field.isSigned = text.starts_with("int");
+        field.isHandle = isPointer || field.name.ends_with("Handle");
+        if (listing.direction == Direction::kRequest && !isPointer) // the functions take 32 bits
+            field.limit = std::min<uint64_t>(field.limit, UINT32_MAX);
+    }
+}
+
+} // namespace
+
+Listing Decoder::Describe(Direction direction, uint32_t number) const
+{
+    Listing listing{direction, number, {}, {}, {}, {std::begin(kFields), std::end(kFields)}, nullptr};
+    if (direction == Direction::kNotification) {
+        if (const messages::Notification* listed = messages::FindNotification(number)) {
+            listing.fullName = listed->name;
+            listing.form = &listed->payload;
+            NameArguments(listing, listed->arguments);
+        }
+    } else if (const messages::Request* listed = messages::FindRequest(number)) {
+        listing.fullName = listed->name;
+        listing.function = listed->function;
+        listing.form = direction == Direction::kRequest ? &listed->payload : &listed->answer;
+        if (direction == Direction::kRequest)
+            NameArguments(listing, listed->arguments);
+    }
+    listing.name = ShortName(listing.fullName);
+    if (direction == Direction::kAnswer)
+        listing.arguments.erase(listing.arguments.begin()); // the result
+    return listing;
+}
+
+const RecordType* Decoder::PayloadRecord(const Listing& listing) const
+{
+    switch (listing.form->kind) {
+    case messages::Kind::kRecord:
+    case messages::Kind::kArray:
+        return records_.Shown(listing.form->type);
+    case messages::Kind::kBytes:
+        return records_.Shown(std::string(listing.fullName) +
+                              (listing.direction == Direction::kAnswer ? " answer" : " payload"));
+    default:
+        return nullptr;
+    }
+}
+
+std::string_view Decoder::ValueName(std::string_view field, const Value& value) const
+{
+    for (const ValueWithName& known : kNamedValues) {
+        const bool isKnown = known.peer == Peer::kUnknown || known.peer == peer_;
+        if (isKnown && known.field == field &&
+            (value == Value(known.value) || value == Value(static_cast<int64_t>(known.value))))
+            return known.name;
+    }
+    return {};
+}
+
+std::optional<uint64_t> Decoder::NamedValue(std::string_view field, std::string_view name) const
+{
+    for (const ValueWithName& known : kNamedValues) {
+        const bool isKnown = known.peer == Peer::kUnknown || known.peer == peer_;
+        if (isKnown && known.field == field && known.name == name)
+            return known.value;
+    }
+    return {};
+}
+
+std::string_view IdentityOf(const Field& field)
+{
+    std::string_view name = field.LastName();
+    for (const auto& [alias, identity] : kAliases)
+        name = name == alias ? identity : name;
+    for (const messages::Request& giver : messages::kRequests) {
+        // A count or a status is answered and passed on as well, but it identifies nothing.
+        if (name != giver.answer.name || giver.answer.size != sizeof(uint32_t) || name == "count")
+            continue;
+        for (const messages::Request& taker : messages::kRequests) {
+            for (const messages::Argument& argument : taker.arguments) {
+                if (name == argument.Name())
+                    return giver.answer.name;
+            }
+        }
+    }
+    return {};
+}
+
+} // namespace vesk::tools

@@ -1,0 +1,186 @@
+// Names of messages and results, as people write and read them.
+#include "tools/decoder/names.h"
+
+#include "tools/decoder/error.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <cstring>
+#include <numeric>
+
+#include <strings.h>
+
+namespace vesk::tools {
+
+namespace {
+
+constexpr ResultCode kResultCodes[] = {
+#include "tools/decoder/result_codes.inc"
+};
+
+bool SameText(std::string_view a, std::string_view b)
+{
+    return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
+}
+
+void RemovePrefix(std::string_view& text, std::string_view prefix)
+{
+    if (SameText(text.substr(0, prefix.size()), prefix))
+        text.remove_prefix(prefix.size());
+}
+
+/// Changes that turn one text into the other: insertions, deletions, replacements.
+size_t Distance(std::string_view from, std::string_view to)
+{
+    std::vector<size_t> row(to.size() + 1);
+    std::iota(row.begin(), row.end(), 0);
+    for (size_t i = 0; i < from.size(); ++i) {
+        size_t diagonal = row[0]++;
+        for (size_t j = 0; j < to.size(); ++j) {
+            const size_t replaced = diagonal + (SameText(from.substr(i, 1), to.substr(j, 1)) ? 0 : 1);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({diagonal + 1, row[j] + 1, replaced});
+        }
+    }
+    return row.back();
+}
+
+template <class Message>
+bool HasNumber(const Message& message, std::string_view text)
+{
+    const std::optional<uint64_t> number = ParseNumber(text);
+    return number && *number == message.number;
+}
+
+template <class Message>
+bool HasName(const Message& message, std::string_view text)
+{
+    return SameText(text, message.name) || SameText(ShortName(text), ShortName(message.name)) ||
+           HasNumber(message, text);
+}
+
+} // namespace
+
+std::string_view ShortName(std::string_view name)
+{
+    constexpr std::string_view kSuffix = "_NOTIFY";
+    RemovePrefix(name, "VESK_VIDEO_MSG_");
+    RemovePrefix(name, "VESK_VIDEO_ON_");
+    if (name.size() > kSuffix.size() && SameText(name.substr(name.size() - kSuffix.size()), kSuffix))
+        name.remove_suffix(kSuffix.size());
+    return name;
+}
+
+const messages::Request* FindRequest(std::string_view text)
+{
+    std::string_view function = text;
+    RemovePrefix(function, "VeskVideo");
+    for (const messages::Request& request : messages::kRequests) {
+        if (HasName(request, text) || SameText(function, request.function + strlen("VeskVideo")))
+            return &request;
+    }
+    return nullptr;
+}
+
+const messages::Notification* FindNotification(std::string_view text)
+{
+    for (const messages::Notification& notification : messages::kNotifications) {
+        if (HasName(notification, text))
+            return &notification;
+    }
+    return nullptr;
+}
+
+const messages::Request& RequestNamed(std::string_view text)
+{
+    if (const messages::Request* request = FindRequest(text))
+        return *request;
+    std::vector<std::string_view> known;
+    for (const messages::Request& request : messages::kRequests) {
+        known.push_back(ShortName(request.name));
+        known.emplace_back(request.function);
+    }
+    throw Error("there is no request '" + std::string(text) + "'" + Nearest(ShortName(text), known));
+}
+
+const messages::Notification& NotificationNamed(std::string_view text)
+{
+    if (const messages::Notification* notification = FindNotification(text))
+        return *notification;
+    std::vector<std::string_view> known;
+    for (const messages::Notification& notification : messages::kNotifications)
+        known.push_back(ShortName(notification.name));
+    throw Error("there is no notification '" + std::string(text) + "'" + Nearest(ShortName(text), known));
+}
+
+std::string Nearest(std::string_view text, const std::vector<std::string_view>& known)
+{
+    constexpr size_t kMost = 3;
+    std::vector<std::pair<size_t, std::string_view>> ranked;
+    for (const std::string_view name : known) {
+        const size_t distance = Distance(text.substr(0, 64), name);
+        if (distance <= std::max<size_t>(2, name.size() / 3))
+            ranked.emplace_back(distance, name);
+    }
+    std::sort(ranked.begin(), ranked.end());
+    ranked.resize(std::min(ranked.size(), kMost));
+    std::string list;
+    for (const auto& [distance, name] : ranked)
+        list += (list.empty() ? "; nearest: " : ", ") + std::string(name);
+    return list;
+}
+
+std::span<const ResultCode> ResultCodes()
+{
+    return kResultCodes;
+}
+
+std::string_view ResultName(uint32_t code)
+{
+    for (const ResultCode& known : kResultCodes) {
+        if (known.code == code) {
+            std::string_view name = known.name;
+            for (const std::string_view prefix :
+                 {"VESK_VIDEO_ERR_", "VESK_SERVICE_ERR_", "HOST_MSG_ERR_", "VESK_VIDEO_"})
+                RemovePrefix(name, prefix);
+            return name;
+        }
+    }
+    return {};
+}
+
+std::string ResultText(uint32_t code)
+{
+    char number[16];
+    std::snprintf(number, sizeof number, "0x%x", code);
+    const std::string_view name = ResultName(code);
+    if (code == VESK_VIDEO_OK)
+        return std::string(name);
+    return name.empty() ? number : std::string(name) + " (" + number + ")";
+}
+
+std::optional<uint32_t> FindResult(std::string_view text)
+{
+    for (const ResultCode& known : kResultCodes) {
+        if (SameText(text, known.name) || SameText(text, ResultName(known.code)))
+            return known.code;
+    }
+    const std::optional<uint64_t> number = ParseNumber(text);
+    return number && *number <= UINT32_MAX ? std::optional(static_cast<uint32_t>(*number)) : std::nullopt;
+}
+
+std::optional<uint64_t> ParseNumber(std::string_view text)
+{
+    const bool isHex = text.starts_with("0x") || text.starts_with("0X");
+    if (isHex)
+        text.remove_prefix(2);
+    uint64_t number = 0;
+    const char* end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number, isHex ? 16 : 10);
+    if (error != std::errc() || stop != end)
+        return std::nullopt;
+    return number;
+}
+
+} // namespace vesk::tools

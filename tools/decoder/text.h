@@ -1,0 +1,47 @@
+// Messages as people and programs read them: a line, or JSON.
+#pragma once
+
+#include "tools/decoder/decoder.h"
+
+#include <nlohmann/json.hpp>
+
+namespace vesk::tools {
+
+/// A value as the line shows it: "1", "-3", "0x20", "16(CAM_CTRL_QUERY)", "0.25", "\"HDMI-OUT-1\"",
+/// "01(00*63)".
+std::string ValueText(const Decoder& decoder, const Field& field);
+
+/**
+ * A message on one line, without line feed:
+ *
+ *     VO_START outEngNo=1                       a request
+ *     OK outEngNo=1     BUSY (0x204)            an answer
+ *     106 DISPLAY_FIRST_FRAME viPort=0 ...      a notification
+ *
+ * Fillers that hold only zeros are left out, entries and elements that hold only zeros are folded, and a
+ * problem follows in parentheses.
+ */
+std::string Line(const Decoder& decoder, const Decoded& message);
+
+/// The fields of a message as Line shows them, but each on a line of its own that begins with @p indent.
+std::string FieldLines(const Decoder& decoder, const Decoded& message, const std::string& indent);
+
+/**
+ * A message as a JSON object: "kind", "number", "name", "function" of a request, "result" and "resultName" of
+ * an answer, "arguments", "payload", "problem" if there is any. Nothing is left out. Opaque bytes are
+ * hexadecimal text; text that is not UTF-8 has its invalid bytes replaced.
+ */
+nlohmann::ordered_json ToJson(const Decoded& message);
+
+/// The assignments that an object stands for: "arguments" and "payload" as ToJson writes them, or fields
+/// alone.
+/// @throw Error
+std::vector<Assignment> AssignmentsOf(const nlohmann::ordered_json& document);
+
+/// Splits "name=value". @throw Error
+Assignment ParseAssignment(std::string_view text);
+
+/// JSON as text on one line; invalid UTF-8 is replaced.
+std::string Dump(const nlohmann::ordered_json& document);
+
+} // namespace vesk::tools

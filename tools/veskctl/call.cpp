@@ -1,0 +1,103 @@
+// The subcommand "call": sends one request and shows its answer.
+#include "tools/veskctl/commands.h"
+#include "tools/veskctl/exchange.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+
+namespace vesk::ctl {
+
+using namespace tools;
+using nlohmann::ordered_json;
+
+namespace {
+
+struct Options {
+    std::string name;
+    std::vector<std::string> fields;
+    std::string jsonFile;
+    std::optional<std::string> raw;
+    uint32_t timeoutMs = VESK_VIDEO_SYNC_TIMEOUT;
+};
+
+ordered_json ReadJson(const std::string& path)
+{
+    std::ifstream file;
+    if (path != "-") {
+        file.open(path);
+        if (!file)
+            throw Error(path + ": " + std::strerror(errno));
+    }
+    try {
+        return ordered_json::parse(path == "-" ? std::cin : file);
+    } catch (const ordered_json::exception& error) {
+        throw Error(path + ": " + error.what());
+    }
+}
+
+Prepared PrepareCall(const Decoder& decoder, const Options& options)
+{
+    std::vector<Assignment> fields;
+    if (!options.jsonFile.empty())
+        fields = AssignmentsOf(ReadJson(options.jsonFile));
+    for (const std::string& field : options.fields)
+        fields.push_back(ParseAssignment(field));
+    if (!options.raw)
+        return Prepare(decoder, options.name, fields);
+    const Bytes raw = ParseHex(*options.raw);
+    return Prepare(decoder, options.name, fields, &raw);
+}
+
+/// The call on one line, and each field of its answer on one of its own.
+void Show(const Decoder& decoder, Call call)
+{
+    std::string fields;
+    if (call.answer) {
+        fields = FieldLines(decoder, *call.answer, "  ");
+        call.answer->fields.clear();
+    }
+    std::printf("%s\n%s", CallLine(decoder, call).c_str(), fields.c_str());
+}
+
+int RunCall(Settings& settings, const Options& options)
+{
+    const Decoder& decoder = settings.Decoder();
+    const Prepared request = Usage([&] { return PrepareCall(decoder, options); });
+    Client client(settings.service, Client::Interrupt::kEndsProgram);
+    if (request.number != VESK_VIDEO_MSG_INIT)
+        client.Announce(options.timeoutMs);
+    const Call call = Perform(client, decoder, request, options.timeoutMs);
+    if (settings.json)
+        PrintLine(Dump(CallJson(call)));
+    else
+        Show(decoder, call);
+    RequireOk(call);
+    return kDone;
+}
+
+Run Add(CLI::App& app, Settings& settings)
+{
+    auto options = std::make_shared<Options>();
+    app.add_option("NAME", options->name,
+                   "Name of a request, with or without prefix; its function; its number")
+        ->required();
+    app.add_option("FIELD=VALUE", options->fields,
+                   "Arguments and payload fields by name, as 'veskctl describe NAME' lists them");
+    app.add_option("--from", options->jsonFile, "JSON file with fields; - is standard input");
+    app.add_option("--raw", options->raw, "Payload in hexadecimal, sent as it is");
+    app.add_option("--timeout", options->timeoutMs, "Milliseconds to wait for the answer")
+        ->capture_default_str();
+    return [options, &settings] { return RunCall(settings, *options); };
+}
+
+} // namespace
+
+const Command kCall{"call", "Send one request and show its answer",
+                    "  veskctl call OPEN_VO_PORT voPort=0\n"
+                    "  veskctl call VeskVideoEncoderSetParam encStmNo=1 w=1920 h=1080\n"
+                    "  veskctl call SET_VO_SRC outEngNo=1 picNum=1 'subPic[0].inputId=2'",
+                    Add, Words::kRequest};
+
+} // namespace vesk::ctl

@@ -1,0 +1,216 @@
+// A client of the video service, as an application is one.
+#include "tools/veskctl/client.h"
+
+#include "platform/os_msg.h"
+#include "tools/decoder/names.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <deque>
+#include <mutex>
+#include <thread>
+
+#include <unistd.h>
+
+namespace vesk::ctl {
+
+using tools::Bytes;
+using tools::BytesView;
+
+namespace {
+
+constexpr uint32_t kQueueDepth = 1024;
+
+/// What the receive thread, which never ends, and the signal thread leave for the client.
+struct Inbox {
+    std::mutex lock;
+    std::condition_variable changed;
+    std::deque<Arrived> arrived;
+    std::string lastReport;
+    bool isInterrupted = false;
+};
+
+Inbox& TheInbox()
+{
+    static auto& inbox = *new Inbox;
+    return inbox;
+}
+
+uint32_t OnNotification(OsMsgEnvelope* message)
+{
+    const auto* data = static_cast<const std::byte*>(message->data);
+    Inbox& inbox = TheInbox();
+    const std::lock_guard guard(inbox.lock);
+    inbox.arrived.push_back(
+        {message->msgId, Bytes(data, data + message->dataLen), std::chrono::system_clock::now()});
+    inbox.changed.notify_all();
+    return 0;
+}
+
+/// Keeps the platform's words about an error, which become part of this program's own.
+void OnReport(uint32_t, const char* text)
+{
+    Inbox& inbox = TheInbox();
+    const std::lock_guard guard(inbox.lock);
+    inbox.lastReport = text;
+}
+
+void HandleInterrupts()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    std::thread([signals] {
+        int signal = 0;
+        sigwait(&signals, &signal);
+        {
+            Inbox& inbox = TheInbox();
+            const std::lock_guard guard(inbox.lock);
+            inbox.isInterrupted = true;
+            inbox.changed.notify_all();
+        }
+        sigwait(&signals, &signal); // the user does not want to wait for an answer either
+        std::_Exit(128 + signal);
+    }).detach();
+}
+
+template <size_t size>
+void CopyName(char (&field)[size], const std::string& name)
+{
+    std::copy_n(name.c_str(), std::min(name.size(), size), field);
+}
+
+} // namespace
+
+Failure NoAnswer(const std::string& name, const Outcome& outcome)
+{
+    const std::string reason = outcome.reason.empty() ? "" : ": " + outcome.reason;
+    const std::string text = name + " got no answer: " + tools::ResultText(outcome.platformResult) + reason;
+    if (outcome.platformResult == tools::FindResult("HOST_MSG_ERR_ABSENT"))
+        return {kNoService, text};
+    if (outcome.platformResult == tools::FindResult("HOST_MSG_ERR_TIMEOUT"))
+        return {kTimedOut, text};
+    return {kFailed, text};
+}
+
+std::string OwnProcessName()
+{
+    return "veskctl-" + std::to_string(getpid());
+}
+
+Client::Client(const std::string& service, Interrupt interrupt)
+{
+    const size_t slash = service.find('/');
+    serviceProcess_ = service.substr(0, slash);
+    serviceTask_ = slash == service.npos ? "" : service.substr(slash + 1);
+    for (const std::string& name : {serviceProcess_, serviceTask_}) {
+        if (name.empty() || name.size() >= VESK_VIDEO_NAME_SIZE)
+            throw Failure(kUsage,
+                          "--service " + service + ": expected PROCESS/TASK, of at most 15 characters each");
+    }
+    if (interrupt == Interrupt::kEndsWait) // before the first thread starts
+        HandleInterrupts();
+    OsMsgRegLogFunc(OnReport);
+    if (const uint32_t result = OsMsgRegTask(kOwnTaskName, kQueueDepth, OnNotification); result != 0)
+        throw Failure(kFailed, "notifications cannot be received: " + tools::ResultText(result));
+    std::thread(OsMsgTaskRoutineByName, kOwnTaskName).detach();
+}
+
+void Client::Announce(uint32_t timeoutMs)
+{
+    VeskVideoMsgHead head{};
+    VeskVideoInitInfo info{};
+    CopyName(info.procName, OwnProcessName());
+    CopyName(info.taskName, kOwnTaskName);
+    VeskVideoCallbackInfo callback{};
+    const auto send = [&](VeskVideoRequest number, const auto& record, const char* name) {
+        head.msgId = static_cast<uint16_t>(number);
+        Bytes data(sizeof head + sizeof record);
+        std::memcpy(data.data(), &head, sizeof head);
+        std::memcpy(data.data() + sizeof head, &record, sizeof record);
+        const Outcome outcome = Send(number, data, true, timeoutMs);
+        if (outcome.platformResult != 0)
+            throw NoAnswer(name, outcome);
+        if (outcome.answer.size() < sizeof head)
+            throw Failure(kFailed, std::string(name) + " got an answer without a header");
+        std::memcpy(&head, outcome.answer.data(), sizeof head);
+        if (head.uwSubMsgID != VESK_VIDEO_OK)
+            throw Failure(kRefused, std::string("the service refused ") + name + ": " +
+                                        tools::ResultText(head.uwSubMsgID));
+        head = {};
+    };
+    send(VESK_VIDEO_MSG_INIT, info, "INIT");
+    isAnnounced_ = true;
+    send(VESK_VIDEO_MSG_SET_CALLBACK, callback, "SET_CALLBACK");
+}
+
+Client::~Client()
+{
+    if (!isAnnounced_)
+        return;
+    VeskVideoMsgHead head{};
+    head.msgId = VESK_VIDEO_MSG_EXIT;
+    Send(VESK_VIDEO_MSG_EXIT, std::as_bytes(std::span(&head, 1)), false, 0);
+}
+
+Outcome Client::Send(uint32_t number, BytesView data, bool isAnswered, uint32_t timeoutMs)
+{
+    OsMsgEnvelope envelope{};
+    envelope.type = isAnswered ? OS_MSG_SYNCHRONOUS : OS_MSG_ASYNCHRONOUS;
+    envelope.msgId = number;
+    CopyName(envelope.sendProcName, OwnProcessName());
+    CopyName(envelope.sendTaskName, kOwnTaskName);
+    CopyName(envelope.recvProcName, serviceProcess_);
+    CopyName(envelope.recvTaskName, serviceTask_);
+    Bytes copy(data.begin(), data.end());
+    envelope.data = copy.data();
+    envelope.dataLen = static_cast<uint32_t>(copy.size());
+    {
+        const std::lock_guard guard(TheInbox().lock);
+        TheInbox().lastReport.clear();
+    }
+    OsMsgEnvelope* response = nullptr;
+    Outcome outcome{};
+    const Clock::time_point begun = Clock::now();
+    outcome.platformResult =
+        isAnswered ? OsMsgSynSend(&envelope, &response, timeoutMs) : OsMsgAsynSend(&envelope);
+    outcome.duration = Clock::now() - begun;
+    if (outcome.platformResult != 0) {
+        const std::lock_guard guard(TheInbox().lock);
+        outcome.reason = TheInbox().lastReport;
+    } else if (isAnswered) {
+        const auto* bytes = static_cast<const std::byte*>(response->data);
+        outcome.answer.assign(bytes, bytes + response->dataLen);
+        OsMsgSynRespFree(response);
+    }
+    return outcome;
+}
+
+std::optional<Arrived> Client::Next(std::optional<Clock::time_point> deadline)
+{
+    Inbox& inbox = TheInbox();
+    std::unique_lock guard(inbox.lock);
+    const auto isReady = [&] { return !inbox.arrived.empty() || inbox.isInterrupted; };
+    if (deadline)
+        inbox.changed.wait_until(guard, *deadline, isReady);
+    else
+        inbox.changed.wait(guard, isReady);
+    if (inbox.arrived.empty())
+        return std::nullopt;
+    Arrived next = std::move(inbox.arrived.front());
+    inbox.arrived.pop_front();
+    return next;
+}
+
+bool Client::IsInterrupted() const
+{
+    const std::lock_guard guard(TheInbox().lock);
+    return TheInbox().isInterrupted;
+}
+
+} // namespace vesk::ctl

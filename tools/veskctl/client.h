@@ -1,0 +1,70 @@
+// A client of the video service, as an application is one.
+#pragma once
+
+#include "tools/veskctl/command.h"
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+namespace vesk::ctl {
+
+using Clock = std::chrono::steady_clock;
+
+/// Names of this process and its receiving task, as the service knows them: "veskctl-PID" and "VAPI".
+std::string OwnProcessName();
+inline constexpr char kOwnTaskName[] = "VAPI";
+
+/// A notification as it arrived.
+struct Arrived {
+    uint32_t number;
+    tools::Bytes data;
+    std::chrono::system_clock::time_point time;
+};
+
+/// What came of a request.
+struct Outcome {
+    uint32_t platformResult; ///< 0, or why there is no answer.
+    std::string reason;      ///< The platform's own words about that; may be empty.
+    tools::Bytes answer;     ///< Empty if the request is asynchronous.
+    std::chrono::duration<double, std::milli> duration;
+};
+
+/// Status and text for a request that got no answer.
+Failure NoAnswer(const std::string& name, const Outcome& outcome);
+
+/// The one client of this process. What it opens or creates at the service is freed when it ends.
+class Client {
+public:
+    /// What SIGINT and SIGTERM do: end the program, or end the wait for a notification.
+    enum class Interrupt { kEndsProgram, kEndsWait };
+
+    /// @param service  Process and task of the service: "VIDEO/VCTL". @throw Failure if it is not that
+    Client(const std::string& service, Interrupt interrupt);
+
+    /// Announces this process to the service, as VeskVideoInit and VeskVideoSetCallback do, so that it
+    /// receives notifications. @throw Failure
+    void Announce(uint32_t timeoutMs = VESK_VIDEO_SYNC_TIMEOUT);
+
+    /// Tells the service that this process ends, as VeskVideoExit does.
+    ~Client();
+    Client(const Client&) = delete;
+
+    /// Sends a request and waits for its answer; if @p isAnswered is false, only sends it. @p data is header
+    /// and payload.
+    Outcome Send(uint32_t number, tools::BytesView data, bool isAnswered, uint32_t timeoutMs);
+
+    /// Takes the next notification, waiting for it until @p deadline if one is given, else for ever. Nothing
+    /// if there is none in time or the user interrupts.
+    std::optional<Arrived> Next(std::optional<Clock::time_point> deadline);
+
+    /// True once SIGINT or SIGTERM has arrived.
+    bool IsInterrupted() const;
+
+private:
+    std::string serviceProcess_;
+    std::string serviceTask_;
+    bool isAnnounced_ = false;
+};
+
+} // namespace vesk::ctl

@@ -1,0 +1,18 @@
+// The subcommands; each is defined in the source of its name.
+#pragma once
+
+#include "tools/veskctl/command.h"
+
+namespace vesk::ctl {
+
+extern const Command kList;
+extern const Command kDescribe;
+extern const Command kCall;
+extern const Command kRun;
+extern const Command kMonitor;
+extern const Command kWait;
+extern const Command kTrace;
+extern const Command kDecode;
+extern const Command kComplete;
+
+} // namespace vesk::ctl

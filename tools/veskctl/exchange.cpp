@@ -1,0 +1,129 @@
+// Requests and notifications as the subcommands send, receive and show them.
+#include "tools/veskctl/exchange.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace vesk::ctl {
+
+using namespace tools;
+using nlohmann::ordered_json;
+
+namespace {
+
+/// The fields of INIT; those that are not given name this client.
+std::vector<Assignment> WithOwnName(std::vector<Assignment> fields)
+{
+    for (const Assignment& own : {Assignment{"procName", OwnProcessName()}, {"taskName", kOwnTaskName}}) {
+        if (std::none_of(fields.begin(), fields.end(),
+                         [&](const Assignment& given) { return given.path == own.path; }))
+            fields.push_back(own);
+    }
+    return fields;
+}
+
+std::string NameOf(const Decoded& message)
+{
+    return message.name.empty() ? std::to_string(message.number) : std::string(message.name);
+}
+
+} // namespace
+
+Prepared Prepare(const Decoder& decoder, const std::string& name, const std::vector<Assignment>& fields,
+                 const Bytes* raw)
+{
+    Prepared request;
+    const std::optional<uint64_t> number = ParseNumber(name);
+    if (raw != nullptr && number && *number <= UINT16_MAX)
+        request.number = static_cast<uint32_t>(*number);
+    else
+        request.number = RequestNamed(name).number;
+    if (const messages::Request* listed = messages::FindRequest(request.number))
+        request.isAnswered = listed->answer.kind != messages::Kind::kUnanswered;
+    if (raw != nullptr)
+        request.data = decoder.EncodeRaw(Direction::kRequest, request.number, fields, *raw);
+    else if (request.number == VESK_VIDEO_MSG_INIT)
+        request.data = decoder.Encode(Direction::kRequest, request.number, WithOwnName(fields));
+    else
+        request.data = decoder.Encode(Direction::kRequest, request.number, fields);
+    return request;
+}
+
+Call Perform(Client& client, const Decoder& decoder, const Prepared& request, uint32_t timeoutMs)
+{
+    Call call{decoder.Decode({Direction::kRequest, request.number, request.data}), std::nullopt, {}};
+    call.outcome = client.Send(request.number, request.data, request.isAnswered, timeoutMs);
+    if (request.isAnswered && call.outcome.platformResult == 0)
+        call.answer = decoder.Decode({Direction::kAnswer, request.number, call.outcome.answer});
+    return call;
+}
+
+void RequireAnswer(const Call& call)
+{
+    if (call.outcome.platformResult != 0)
+        throw NoAnswer(NameOf(call.request), call.outcome);
+}
+
+void RequireOk(const Call& call)
+{
+    RequireAnswer(call);
+    if (!call.answer)
+        return;
+    if (const uint32_t result = call.answer->result; result != VESK_VIDEO_OK) {
+        std::string text = "the service refused " + NameOf(call.request) + ": " + ResultText(result);
+        for (const ResultCode& known : ResultCodes()) {
+            if (known.code == result)
+                text += ": " + std::string(known.meaning);
+        }
+        throw Failure(kRefused, text);
+    }
+    if (!call.answer->problem.empty())
+        throw Failure(kFailed, NameOf(call.request) + " got a malformed answer: " + call.answer->problem);
+}
+
+std::string CallLine(const Decoder& decoder, const Call& call)
+{
+    char duration[32];
+    std::snprintf(duration, sizeof duration, " %.2f ms", call.outcome.duration.count());
+    std::string line = Line(decoder, call.request);
+    if (call.answer)
+        line += " -> " + Line(decoder, *call.answer);
+    else if (call.outcome.platformResult != 0)
+        line += " -> no answer: " + ResultText(call.outcome.platformResult);
+    else
+        line += " -> sent";
+    return line + duration;
+}
+
+ordered_json CallJson(const Call& call)
+{
+    ordered_json json{{"request", ToJson(call.request)}};
+    if (call.answer)
+        json["answer"] = ToJson(*call.answer);
+    else if (call.outcome.platformResult != 0)
+        json["error"] = {{"code", call.outcome.platformResult},
+                         {"name", ResultName(call.outcome.platformResult)},
+                         {"reason", call.outcome.reason}};
+    json["ms"] = call.outcome.duration.count();
+    return json;
+}
+
+Decoded DecodeArrived(const Decoder& decoder, const Arrived& arrived)
+{
+    return decoder.Decode({Direction::kNotification, arrived.number, arrived.data});
+}
+
+ordered_json ArrivedJson(const Decoded& notification, const Arrived& arrived)
+{
+    ordered_json json{{"time", std::chrono::duration<double>(arrived.time.time_since_epoch()).count()}};
+    json.update(ToJson(notification));
+    return json;
+}
+
+void PrintLine(const std::string& line)
+{
+    std::printf("%s\n", line.c_str());
+    std::fflush(stdout);
+}
+
+} // namespace vesk::ctl

@@ -1,0 +1,149 @@
+// The subcommand "list": what the interface offers.
+#include "tools/decoder/text.h"
+#include "tools/veskctl/commands.h"
+#include "tools/veskctl/exchange.h"
+
+namespace vesk::ctl {
+
+using namespace tools;
+using nlohmann::ordered_json;
+
+namespace {
+
+/// Rows of text whose columns are aligned, but for the last.
+class Table {
+public:
+    void Add(std::vector<std::string> row)
+    {
+        widths_.resize(std::max(widths_.size(), row.size()));
+        for (size_t i = 0; i < row.size(); ++i)
+            widths_[i] = std::max(widths_[i], row[i].size());
+        rows_.push_back(std::move(row));
+    }
+
+    void Print() const
+    {
+        for (const std::vector<std::string>& row : rows_) {
+            std::string line;
+            for (size_t i = 0; i < row.size(); ++i) {
+                line += row[i];
+                if (i + 1 < row.size())
+                    line.append(widths_[i] + 2 - row[i].size(), ' ');
+            }
+            line.erase(line.find_last_not_of(' ') + 1);
+            PrintLine(line);
+        }
+    }
+
+private:
+    std::vector<std::vector<std::string>> rows_;
+    std::vector<size_t> widths_;
+};
+
+template <class Message>
+std::string ArgumentNames(const Message& message)
+{
+    std::string names;
+    for (const messages::Argument& argument : message.arguments) {
+        if (argument.IsUsed())
+            names += (names.empty() ? "" : " ") + std::string(argument.Name());
+    }
+    return names;
+}
+
+ordered_json ListRequests()
+{
+    ordered_json rows;
+    for (const messages::Request& request : messages::kRequests)
+        rows.push_back({{"number", uint32_t{request.number}},
+                        {"name", ShortName(request.name)},
+                        {"function", request.function},
+                        {"arguments", ArgumentNames(request)}});
+    return rows;
+}
+
+ordered_json ListNotifications()
+{
+    ordered_json rows;
+    for (const messages::Notification& notification : messages::kNotifications)
+        rows.push_back({{"number", uint32_t{notification.number}},
+                        {"name", ShortName(notification.name)},
+                        {"payload", notification.payload.type},
+                        {"arguments", ArgumentNames(notification)}});
+    return rows;
+}
+
+ordered_json ListRecords(const Decoder& decoder)
+{
+    ordered_json rows;
+    for (const auto& [name, record] : decoder.Records().All()) {
+        const RecordType* shown = decoder.Records().Shown(name);
+        rows.push_back({{"size", record.size},
+                        {"name", name},
+                        {"shownAs", shown == &record ? std::string() : shown->name}});
+    }
+    return rows;
+}
+
+ordered_json ListResults()
+{
+    ordered_json rows;
+    for (const ResultCode& result : ResultCodes())
+        rows.push_back({{"code", result.code},
+                        {"name", result.name},
+                        {"origin", result.origin},
+                        {"meaning", result.meaning}});
+    return rows;
+}
+
+void PrintRows(const ordered_json& rows)
+{
+    Table table;
+    for (const ordered_json& row : rows) {
+        std::vector<std::string> cells;
+        for (const auto& [key, value] : row.items())
+            cells.push_back(value.is_string() ? value.get<std::string>() : value.dump());
+        table.Add(std::move(cells));
+    }
+    table.Print();
+}
+
+int RunList(Settings& settings, const std::string& what)
+{
+    ordered_json lists;
+    if (what.empty() || what == "requests")
+        lists["requests"] = ListRequests();
+    if (what.empty() || what == "notifications")
+        lists["notifications"] = ListNotifications();
+    if (what.empty() || what == "records")
+        lists["records"] = ListRecords(settings.Decoder());
+    if (what.empty() || what == "results")
+        lists["results"] = ListResults();
+    if (settings.json) {
+        PrintLine(Dump(lists));
+        return kDone;
+    }
+    for (const auto& [name, rows] : lists.items()) {
+        if (what.empty())
+            PrintLine((name == "requests" ? "" : "\n") + name + ':');
+        PrintRows(rows);
+    }
+    return kDone;
+}
+
+Run Add(CLI::App& app, Settings& settings)
+{
+    auto what = std::make_shared<std::string>();
+    app.add_option("WHAT", *what, "requests, notifications, records or results; all if it is not given")
+        ->check(CLI::IsMember({"requests", "notifications", "records", "results"}));
+    return [what, &settings] { return RunList(settings, *what); };
+}
+
+} // namespace
+
+const Command kList{"list", "List requests, notifications, records and result codes",
+                    "  veskctl list requests\n"
+                    "  veskctl list results --json",
+                    Add, Words::kLists};
+
+} // namespace vesk::ctl

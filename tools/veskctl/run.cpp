@@ -1,0 +1,116 @@
+// The subcommand "run": many calls in one process, from a file, standard input or a prompt.
+#include "tools/veskctl/commands.h"
+#include "tools/veskctl/prompt.h"
+#include "tools/veskctl/script.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+
+#include <unistd.h>
+
+namespace vesk::ctl {
+
+using namespace tools;
+
+namespace {
+
+struct Options {
+    std::string file;
+    bool keepsGoing = false;
+    uint32_t timeoutMs = VESK_VIDEO_SYNC_TIMEOUT;
+};
+
+/// A failure of a line, after where the line is. A line that cannot be understood is a usage error.
+Failure AtLine(const std::string& file, size_t line, const Error& error)
+{
+    const auto* failure = dynamic_cast<const Failure*>(&error);
+    return {failure != nullptr ? failure->status : kUsage,
+            file + ':' + std::to_string(line) + ": " + error.what()};
+}
+
+/// Executes all lines, or those before the first that fails. Returns the status of the first that failed.
+int RunScript(Settings& settings, const Options& options, std::istream& input, const std::string& name)
+{
+    Session session(settings, Client::Interrupt::kEndsWait, options.timeoutMs);
+    size_t number = 0;
+    int status = kDone;
+    const auto attempt = [&](const auto& step) {
+        try {
+            step();
+        } catch (const Error& error) {
+            const Failure failure = AtLine(name, number, error);
+            if (!options.keepsGoing || session.IsInterrupted())
+                throw Failure(failure);
+            std::fprintf(stderr, "veskctl: %s\n", failure.what());
+            status = status == kDone ? failure.status : status;
+        }
+    };
+    for (std::string line; std::getline(input, line);) {
+        ++number;
+        attempt([&] { session.Execute(line); });
+    }
+    if (input.bad())
+        throw Error(name + ": " + std::strerror(errno));
+    attempt([&] { session.Finish(); });
+    session.ShowArrived();
+    return status;
+}
+
+void RunAtTerminal(Settings& settings, const Options& options)
+{
+    Session session(settings, Client::Interrupt::kEndsProgram, options.timeoutMs);
+    RunPrompt([&](const std::string& line) {
+        try {
+            if (line == "help")
+                std::fputs(kLineHelp, stdout);
+            else
+                session.Execute(line);
+        } catch (const Error& error) {
+            std::fprintf(stderr, "%s\n", error.what());
+        }
+    });
+}
+
+int RunRun(Settings& settings, const Options& options)
+{
+    if (options.file.empty() && isatty(STDIN_FILENO) != 0) {
+        RunAtTerminal(settings, options);
+        return kDone;
+    }
+    if (options.file.empty() || options.file == "-")
+        return RunScript(settings, options, std::cin, "-");
+    std::ifstream file(options.file);
+    if (!file)
+        throw Failure(kUsage, options.file + ": " + std::strerror(errno));
+    return RunScript(settings, options, file, options.file);
+}
+
+Run Add(CLI::App& app, Settings& settings)
+{
+    auto options = std::make_shared<Options>();
+    app.add_option("FILE", options->file,
+                   "File of lines; - is standard input. Without it, a prompt at a terminal");
+    app.add_flag("-k,--keep-going", options->keepsGoing, "Go on after a line that fails");
+    app.add_option("--timeout", options->timeoutMs, "Milliseconds to wait for each answer or notification")
+        ->capture_default_str();
+    return [options, &settings] { return RunRun(settings, *options); };
+}
+
+const std::string s_example = std::string("  veskctl run script.vesk\n"
+                                          "  veskctl run - <<'END'\n"
+                                          "  $engine = OPEN_VO_PORT voPort=0\n"
+                                          "  SET_VO_PARAM outEngNo=$engine param0=1920 param1=1080\n"
+                                          "  VO_START outEngNo=$engine\n"
+                                          "  wait DISPLAY_FIRST_FRAME portName=HDMI-OUT-1\n"
+                                          "  expect STATE VO_START outEngNo=$engine\n"
+                                          "  END\n\nLines:\n") +
+                              kLineHelp;
+
+} // namespace
+
+const Command kRun{"run", "Make many calls as one client: a script, or a prompt", s_example.c_str(), Add,
+                   Words::kNone};
+
+} // namespace vesk::ctl

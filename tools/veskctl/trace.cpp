@@ -1,0 +1,207 @@
+// The subcommand "trace": runs an application under the tracer and shows or records its messages.
+#include "tools/recording/reader.h"
+#include "tools/recording/writer.h"
+#include "tools/veskctl/commands.h"
+#include "tools/veskctl/program_text.h"
+#include "tools/veskctl/transcript.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <ctime>
+#include <filesystem>
+
+namespace vesk::ctl {
+
+using tools::BytesView;
+
+namespace {
+
+struct Options {
+    std::string file;
+    std::vector<std::string> application;
+    TranscriptOptions shown;
+};
+
+/// The tracer of this installation, or of the build tree.
+std::string TracerPath()
+{
+    namespace fs = std::filesystem;
+    const fs::path bin = fs::read_symlink("/proc/self/exe").parent_path();
+    for (const char* directory : {kLibrariesFromBin, "../tracer"}) {
+        std::error_code error;
+        const fs::path path = fs::weakly_canonical(bin / directory / "libvesk_trace.so", error);
+        if (error || !fs::exists(path, error))
+            continue;
+        if (path.string().find_first_of(": ") != std::string::npos)
+            throw Failure(kFailed, path.string() + ": cannot be preloaded from a path with a colon or space");
+        return path;
+    }
+    throw Failure(kFailed, "libvesk_trace.so is neither installed nor built beside " + bin.string());
+}
+
+/// The file that the tracer appends to: the user's, or one in memory that is read as it grows.
+class RecordingFile {
+public:
+    explicit RecordingFile(const Options& options)
+    {
+        path_ = options.file.empty() ? "messages" : std::filesystem::absolute(options.file).string();
+        file_ = options.file.empty() ? memfd_create("messages", MFD_CLOEXEC)
+                                     : open(path_.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+        std::string command = "veskctl trace:";
+        for (const std::string& word : options.application)
+            command += ' ' + word;
+        const int error = file_ < 0 ? errno : recording::AppendSection(file_, kVersion, command);
+        if (error != 0)
+            throw Failure(kFailed, "cannot write " + path_ + ": " + std::strerror(error));
+        if (options.file.empty())
+            path_ = "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(file_);
+    }
+
+    ~RecordingFile() { close(file_); }
+    RecordingFile(const RecordingFile&) = delete;
+
+    const std::string& Path() const { return path_; }
+
+    /// Shows what has arrived since the last call, and forgets it.
+    void Drain(Transcript& transcript)
+    {
+        std::byte bytes[65536];
+        try {
+            for (ssize_t got = 0; (got = pread(file_, bytes, sizeof bytes, offset_)) > 0;) {
+                offset_ += got;
+                reader_.Feed(BytesView(bytes).first(static_cast<size_t>(got)));
+                while (std::optional<recording::Event> event = reader_.Next())
+                    transcript.Add(std::move(*event));
+            }
+        } catch (const tools::Error& error) {
+            std::fprintf(stderr, "veskctl: %s\n", error.what());
+        }
+        constexpr off_t kPage = 4096;
+        if (const off_t end = offset_ / kPage * kPage; end > forgotten_) {
+            fallocate(file_, FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, forgotten_, end - forgotten_);
+            forgotten_ = end;
+        }
+    }
+
+private:
+    std::string path_;
+    int file_ = -1;
+    off_t offset_ = 0;
+    off_t forgotten_ = 0;
+    recording::Reader reader_;
+};
+
+/// An application under the tracer.
+class Application {
+public:
+    /// @throw Failure with the status of a shell if it cannot be started
+    Application(const std::vector<std::string>& words, const std::string& file)
+    {
+        std::string preload = TracerPath();
+        if (const char* others = std::getenv("LD_PRELOAD"); others != nullptr && *others != '\0')
+            preload += ':' + std::string(others);
+        std::vector<char*> arguments;
+        for (const std::string& word : words)
+            arguments.push_back(const_cast<char*>(word.c_str()));
+        arguments.push_back(nullptr);
+
+        sigemptyset(&awaited_);
+        for (const int signal : {SIGCHLD, SIGTERM, SIGHUP})
+            sigaddset(&awaited_, signal);
+        sigset_t before;
+        sigprocmask(SIG_BLOCK, &awaited_, &before);
+
+        int failure[2]; // carries errno if the program cannot be executed
+        if (pipe2(failure, O_CLOEXEC) != 0 || (process_ = fork()) < 0)
+            throw Failure(kFailed, std::string("cannot start a process: ") + std::strerror(errno));
+        if (process_ == 0) {
+            sigprocmask(SIG_SETMASK, &before, nullptr);
+            setenv("LD_PRELOAD", preload.c_str(), 1);
+            setenv("VESK_TRACE_FILE", file.c_str(), 1);
+            execvp(arguments[0], arguments.data());
+            const int error = errno;
+            (void)!write(failure[1], &error, sizeof error);
+            _exit(1);
+        }
+        close(failure[1]);
+        int error = 0;
+        const ssize_t got = read(failure[0], &error, sizeof error);
+        close(failure[0]);
+        if (got == sizeof error) {
+            waitpid(process_, nullptr, 0);
+            throw Failure(static_cast<ExitStatus>(error == ENOENT ? 127 : 126),
+                          "cannot start '" + words[0] + "': " + std::strerror(error));
+        }
+        // The terminal sends these to both; it is the application's to decide.
+        std::signal(SIGINT, SIG_IGN);
+        std::signal(SIGQUIT, SIG_IGN);
+    }
+
+    /// Waits for at most 20 ms. Returns the exit status, as a shell gives it, once the application has ended.
+    std::optional<int> Wait()
+    {
+        constexpr timespec kPause{0, 20000000};
+        const int signal = sigtimedwait(&awaited_, nullptr, &kPause);
+        if (signal == SIGTERM || signal == SIGHUP)
+            kill(process_, signal);
+        int status = 0;
+        if (waitpid(process_, &status, WNOHANG) != process_)
+            return std::nullopt;
+        return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+    }
+
+private:
+    pid_t process_ = -1;
+    sigset_t awaited_;
+};
+
+int RunTrace(Settings& settings, const Options& options)
+{
+    const bool isLive = options.file.empty();
+    // Like the application's own messages to its user, these leave its standard output alone.
+    Transcript transcript(settings, options.shown, isLive ? stderr : nullptr);
+    RecordingFile file(options);
+    Application application(options.application, file.Path());
+    std::optional<int> status;
+    while (!status) {
+        status = application.Wait();
+        if (isLive)
+            file.Drain(transcript);
+    }
+    if (!isLive && options.shown.hasSummary) {
+        try {
+            recording::ReadFile(options.file,
+                                [&](recording::Event&& event) { transcript.Add(std::move(event)); });
+        } catch (const tools::Error& error) {
+            std::fprintf(stderr, "veskctl: %s\n", error.what());
+        }
+    }
+    transcript.Finish();
+    transcript.Summarize(stderr);
+    return *status;
+}
+
+Run AddTrace(CLI::App& app, Settings& settings)
+{
+    auto options = std::make_shared<Options>();
+    app.add_option("-o,--output", options->file, "Record to this file (pcapng) instead of showing messages");
+    app.add_option("APP", options->application, "Application and its arguments, after --")->required();
+    AddTranscriptOptions(app, options->shown);
+    return [options, &settings] { return RunTrace(settings, *options); };
+}
+
+} // namespace
+
+const Command kTrace{"trace", "Run an application and show or record its messages",
+                     "  veskctl trace -- vesk-display-tour my-tour      # messages on standard error\n"
+                     "  veskctl trace --match 'VO_*' --slow 5 --summary -- vesk-display-tour\n"
+                     "  veskctl trace -o tour.pcapng -- vesk-display-tour",
+                     AddTrace, Words::kNone};
+
+} // namespace vesk::ctl

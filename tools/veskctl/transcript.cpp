@@ -1,0 +1,202 @@
+// Recorded messages as "trace" and "decode" show them.
+#include "tools/veskctl/transcript.h"
+
+#include <algorithm>
+#include <cinttypes>
+
+namespace vesk::ctl {
+
+using namespace tools;
+using namespace recording;
+using nlohmann::ordered_json;
+
+namespace {
+
+double Milliseconds(uint64_t ns)
+{
+    return static_cast<double>(ns) / 1e6;
+}
+
+std::string NameOf(const Decoded& message)
+{
+    return message.name.empty() ? std::to_string(message.number) : std::string(message.name);
+}
+
+/// What became of a message. No words for a notification that was handled: its duration says it.
+std::string Ending(const Exchange& exchange, const Decoder& decoder, const Decoded* answer)
+{
+    if (!exchange.end)
+        return exchange.begin.kind == Kind::kAnswer ? "" : " -> not ended";
+    const Event& end = *exchange.end;
+    std::string text;
+    if (answer != nullptr)
+        text = " -> " + Line(decoder, *answer);
+    else if (exchange.begin.isSent && end.platformResult != 0)
+        text = " -> no answer: " + ResultText(end.platformResult);
+    else if (exchange.begin.isSent)
+        text = " -> sent";
+    else if (exchange.begin.isSynchronous)
+        text = " -> not answered";
+    char duration[32];
+    std::snprintf(duration, sizeof duration, " %.2f ms", Milliseconds(end.durationNs));
+    return text + duration;
+}
+
+ordered_json EventJson(const Event& event)
+{
+    return {{"time", static_cast<double>(event.realtimeNs) / 1e9},
+            {"monotonic", static_cast<double>(event.monotonicNs) / 1e9},
+            {"program", event.program},
+            {"process", event.process},
+            {"thread", event.thread},
+            {"exchange", event.exchange}};
+}
+
+ordered_json ExchangeJson(const Exchange& exchange, const Decoded& message, const Decoded* answer)
+{
+    ordered_json json = EventJson(exchange.begin);
+    json["sent"] = exchange.begin.isSent;
+    json["from"] = exchange.begin.sendProcName + '/' + exchange.begin.sendTaskName;
+    json["to"] = exchange.begin.recvProcName + '/' + exchange.begin.recvTaskName;
+    json[exchange.begin.kind == Kind::kRequest        ? "request"
+         : exchange.begin.kind == Kind::kNotification ? "notification"
+                                                      : "answer"] = ToJson(message);
+    if (answer != nullptr)
+        json["answer"] = ToJson(*answer);
+    if (!exchange.end)
+        return json;
+    const Event& end = *exchange.end;
+    if (answer == nullptr && exchange.begin.isSent && end.platformResult != 0)
+        json["error"] = {{"code", end.platformResult}, {"name", ResultName(end.platformResult)}};
+    json["ms"] = Milliseconds(end.durationNs);
+    return json;
+}
+
+} // namespace
+
+void AddTranscriptOptions(CLI::App& app, TranscriptOptions& options)
+{
+    app.add_option("--match", options.terms,
+                   "Only messages of this name, pattern, number or FIELD=VALUE; may be repeated")
+        ->allow_extra_args(false);
+    app.add_option("--slow", options.slowMs, "Only what took at least so many milliseconds")
+        ->check(CLI::NonNegativeNumber);
+    app.add_flag("--summary", options.hasSummary, "At the end, calls, failures and times by request");
+}
+
+Transcript::Transcript(Settings& settings, const TranscriptOptions& options, std::FILE* out)
+    : settings_(settings), options_(options), out_(out),
+      filter_(Usage([&] { return Filter(settings.Decoder(), options.terms); }))
+{
+}
+
+void Transcript::Add(Event&& event)
+{
+    if (!firstNs_)
+        firstNs_ = event.monotonicNs;
+    if (const std::optional<Exchange> exchange = joiner_.Add(std::move(event)))
+        Show(*exchange);
+}
+
+std::string Transcript::Origin(const Event& event) const
+{
+    const auto sinceFirst = static_cast<int64_t>(event.monotonicNs - *firstNs_);
+    char text[160];
+    std::snprintf(text, sizeof text, "%.6f %s[%u:%u] ", static_cast<double>(sinceFirst) / 1e9,
+                  event.program.c_str(), event.process, event.thread);
+    return text;
+}
+
+void Transcript::Finish()
+{
+    while (const std::optional<Exchange> exchange = joiner_.TakeOpen())
+        Show(*exchange);
+}
+
+void Transcript::Show(const Exchange& exchange)
+{
+    const Event& begin = exchange.begin;
+    if (begin.kind == Kind::kNote || begin.kind == Kind::kDone)
+        return ShowNote(begin);
+    const Decoder& decoder = settings_.Decoder();
+    const Decoded message = decoder.Decode(begin.Message());
+    std::optional<Decoded> answer;
+    if (exchange.end && exchange.end->kind == Kind::kAnswer && exchange.end->platformResult == 0)
+        answer = decoder.Decode(exchange.end->Message());
+    const Decoded* answered = answer ? &*answer : nullptr;
+    const uint64_t durationNs = exchange.end ? exchange.end->durationNs : begin.durationNs;
+    if (!filter_.Matches(message, answered) || Milliseconds(durationNs) < options_.slowMs)
+        return;
+    const bool isAnswered =
+        !begin.isSynchronous || (answered != nullptr && answered->result == VESK_VIDEO_OK);
+    Count(exchange, message,
+          !isAnswered || (begin.isSent && exchange.end && exchange.end->platformResult != 0));
+    if (out_ == nullptr)
+        return;
+    if (settings_.json) {
+        std::fprintf(out_, "%s\n", Dump(ExchangeJson(exchange, message, answered)).c_str());
+        return;
+    }
+    const char* direction = begin.isSent ? (begin.kind == Kind::kNotification ? "-> " : "") : "<- ";
+    std::fprintf(out_, "%s%s%s%s%s\n", Origin(begin).c_str(), direction,
+                 begin.kind == Kind::kAnswer ? (NameOf(message) + " -> ").c_str() : "",
+                 Line(decoder, message).c_str(), Ending(exchange, decoder, answered).c_str());
+}
+
+void Transcript::ShowNote(const Event& note)
+{
+    if (out_ == nullptr || !options_.terms.empty() || options_.slowMs > 0 || note.comment.empty())
+        return;
+    if (settings_.json) {
+        ordered_json json = EventJson(note);
+        json["note"] = note.comment;
+        std::fprintf(out_, "%s\n", Dump(json).c_str());
+        return;
+    }
+    std::fprintf(out_, "%s-- %s\n", Origin(note).c_str(), note.comment.c_str());
+}
+
+void Transcript::Count(const Exchange& exchange, const Decoded& message, bool isFailed)
+{
+    if (!options_.hasSummary || exchange.begin.kind != Kind::kRequest)
+        return;
+    Tally& tally = tallies_[NameOf(message)];
+    tally.failures += isFailed ? 1 : 0;
+    if (exchange.end)
+        tally.durationsNs.push_back(exchange.end->durationNs);
+    else
+        ++tally.unended;
+}
+
+void Transcript::Summarize(std::FILE* out) const
+{
+    if (!options_.hasSummary)
+        return;
+    ordered_json rows = ordered_json::array();
+    if (!settings_.json)
+        std::fprintf(out, "%-32s %9s %9s %10s %10s %10s  (ms)\n", "request", "calls", "failures", "median",
+                     "99%", "longest");
+    for (const auto& [name, tally] : tallies_) {
+        std::vector<uint64_t> sorted = tally.durationsNs;
+        std::sort(sorted.begin(), sorted.end());
+        const auto quantile = [&](size_t percent) {
+            const size_t rank = (sorted.size() * percent + 99) / 100; // nearest rank
+            return sorted.empty() ? 0.0 : Milliseconds(sorted[rank - 1]);
+        };
+        const size_t calls = sorted.size() + tally.unended;
+        if (settings_.json)
+            rows.push_back({{"request", name},
+                            {"calls", calls},
+                            {"failures", tally.failures},
+                            {"medianMs", quantile(50)},
+                            {"p99Ms", quantile(99)},
+                            {"longestMs", quantile(100)}});
+        else
+            std::fprintf(out, "%-32s %9zu %9" PRIu64 " %10.3f %10.3f %10.3f\n", name.c_str(), calls,
+                         tally.failures, quantile(50), quantile(99), quantile(100));
+    }
+    if (settings_.json)
+        std::fprintf(out, "%s\n", Dump({{"summary", rows}}).c_str());
+}
+
+} // namespace vesk::ctl

@@ -1,0 +1,61 @@
+// Recorded messages as "trace" and "decode" show them.
+#pragma once
+
+#include "tools/decoder/filter.h"
+#include "tools/decoder/text.h"
+#include "tools/recording/exchange.h"
+#include "tools/veskctl/command.h"
+
+#include <cstdio>
+#include <map>
+
+namespace vesk::ctl {
+
+/// What the user wants to see.
+struct TranscriptOptions {
+    std::vector<std::string> terms;
+    double slowMs = 0;
+    bool hasSummary = false;
+};
+
+/// Declares --match, --slow and --summary.
+void AddTranscriptOptions(CLI::App& app, TranscriptOptions& options);
+
+/// Shows messages, each when what became of it is known, and sums up.
+class Transcript {
+public:
+    /// @param out  Where lines go; null: nowhere, only the summary is of interest. @throw Failure for an
+    /// unknown name
+    Transcript(Settings& settings, const TranscriptOptions& options, std::FILE* out);
+
+    void Add(recording::Event&& event);
+
+    /// Shows what has no end.
+    void Finish();
+
+    /// Shows the summary, if the user wants it.
+    void Summarize(std::FILE* out) const;
+
+private:
+    void Show(const recording::Exchange& exchange);
+    /// "12.004512 my-app[812:814] "
+    std::string Origin(const recording::Event& event) const;
+    void ShowNote(const recording::Event& note);
+    void Count(const recording::Exchange& exchange, const tools::Decoded& message, bool isFailed);
+
+    struct Tally {
+        uint64_t failures = 0;
+        uint64_t unended = 0;
+        std::vector<uint64_t> durationsNs; ///< Of all other calls.
+    };
+
+    Settings& settings_;
+    const TranscriptOptions& options_;
+    std::FILE* out_;
+    tools::Filter filter_;
+    recording::Joiner joiner_;
+    std::optional<uint64_t> firstNs_;
+    std::map<std::string, Tally> tallies_; ///< By name of the request.
+};
+
+} // namespace vesk::ctl
