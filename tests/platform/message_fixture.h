@@ -2,7 +2,7 @@
 #pragma once
 
 #include "message/frame.h"
-#include "message/unique_fd.h"
+#include "process/unique_fd.h"
 #include "support/processes.h"
 #include "vesk_host/message.h"
 
@@ -144,7 +144,7 @@ struct HostMessage {
     /// A connection to "peer"/"task", over which @p bytes were sent.
     UniqueFd Connected(const std::string& bytes = "") const
     {
-        UniqueFd connection(socket(AF_UNIX, SOCK_STREAM, 0));
+        UniqueFd connection([] { return socket(AF_UNIX, SOCK_STREAM, 0); });
         const timeval limit{10, 0};
         setsockopt(connection.Get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
         EXPECT_EQ(connect(connection.Get(), Address(), sizeof address), 0);

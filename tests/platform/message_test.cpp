@@ -57,7 +57,7 @@ FORKED_TEST(HostMessage, WrongAnswersFailAtOnceAndTheNextCallWorks)
     // Request 2n gets what case n says and loses its connection; the one after it is answered, and its
     // connection stays for the next.
     const Child peer = ServeRaw([&, number = 0](int listener) mutable {
-        const UniqueFd connection(accept(listener, nullptr, nullptr));
+        const UniqueFd connection([&] { return accept(listener, nullptr, nullptr); });
         for (bool isGood = true; isGood && ReadMessage(connection); ++number) {
             isGood = number % 2 != 0;
             const std::string bytes = isGood ? Raw(4, "good") : cases[number / 2].first;
@@ -315,7 +315,7 @@ FORKED_TEST(HostMessage, TheRuntimeDirectoryIsFoundOrRefusedWithALine)
           {"", directory.path, directory.File("vesk")},
           {"", "", "/tmp/vesk-" + std::to_string(geteuid())}}) {
         variables(own, parent);
-        const UniqueFd opened(HostMsgOpenRuntimeDir());
+        const UniqueFd opened(HostMsgOpenRuntimeDir);
         struct stat status {};
         EXPECT_TRUE(fstat(opened.Get(), &status) == 0 && (status.st_mode & 0777U) == 0700U);
         EXPECT_EQ(std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(opened.Get())), path);
@@ -389,7 +389,7 @@ FORKED_TEST(HostMessage, NamesAreTakenAwayByWhoServesThemAlone)
         EXPECT_EQ(access(name.c_str(), F_OK), 0); // the name is its successor's
     }
     successor.Wait(SIGKILL);
-    const UniqueFd locked(::open(directory.path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const UniqueFd locked([&] { return ::open(directory.path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
     flock(locked.Get(), LOCK_EX);
     std::thread unlocker([&] {
         usleep(50000);

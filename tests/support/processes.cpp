@@ -116,7 +116,8 @@ std::multiset<std::string> OpenDescriptors()
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
         std::error_code isClosed; // the iterator's own
         const std::string target = std::filesystem::read_symlink(entry, isClosed);
-        if (target != "anon_inode:[eventpoll]" && target.find("/proc/") != 0)
+        if (target != "anon_inode:[eventpoll]" && target.find("/proc/") != 0 &&
+            target.find("/queues-") == target.npos)
             open.insert(target);
     }
     return open;

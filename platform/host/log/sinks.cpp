@@ -3,6 +3,7 @@
 
 #include "log/settings.h"
 #include "platform/os_log.h"
+#include "process/fork.h"
 
 #include <spdlog/logger.h>
 #include <spdlog/sinks/null_sink.h>
@@ -12,7 +13,9 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <exception>
 #include <memory>
+#include <mutex>
 #include <string>
 
 namespace vesk::host {
@@ -22,22 +25,23 @@ namespace {
 spdlog::sink_ptr MakeSink(const LogSettings& settings)
 {
     if (settings.target == "none")
-        return std::make_shared<spdlog::sinks::null_sink_mt>();
+        return std::make_shared<spdlog::sinks::null_sink_st>();
     if (settings.target == "syslog")
-        return std::make_shared<spdlog::sinks::syslog_sink_mt>("vesk_video", 0, 0, true);
+        return std::make_shared<spdlog::sinks::syslog_sink_st>("vesk_video", 0, 0, true);
     if (settings.target != "stderr") {
         const std::string path = settings.target.substr(sizeof "file:" - 1);
         try {
-            return std::make_shared<spdlog::sinks::rotating_file_sink_mt>(path, settings.fileSize,
+            return std::make_shared<spdlog::sinks::rotating_file_sink_st>(path, settings.fileSize,
                                                                           settings.fileCount);
         } catch (const spdlog::spdlog_ex& error) {
             std::fprintf(stderr, "VESK_LOG_TARGET: %s; stderr is used\n", error.what());
         }
     }
-    return std::make_shared<spdlog::sinks::stderr_color_sink_mt>();
+    return std::make_shared<spdlog::sinks::stderr_color_sink_st>();
 }
 
 struct Sinks {
+    std::mutex lock; // in place of the sinks' own, which a forked child might find locked
     const LogSettings settings = ReadLogSettings();
     spdlog::logger logger{"", MakeSink(settings)};
 
@@ -49,11 +53,7 @@ struct Sinks {
     }
 };
 
-Sinks& TheSinks()
-{
-    static auto& sinks = *new Sinks; // never destroyed: detached threads log until the very end
-    return sinks;
-}
+PerProcess<Sinks> g_sinks;
 
 spdlog::level::level_enum ToSpdlog(uint32_t level)
 {
@@ -103,15 +103,25 @@ void AppendOnOneLine(std::string& line, std::string_view text)
 void Write(uint32_t level, std::string line, std::string_view text)
 {
     AppendOnOneLine(line, text);
-    TheSinks().logger.log(ToSpdlog(level), spdlog::string_view_t(line));
+    Sinks& sinks = g_sinks.Get();
+    const std::lock_guard guard(sinks.lock);
+    sinks.logger.log(ToSpdlog(level), spdlog::string_view_t(line));
+}
+
+/// A line that there is no memory for leaves this in its place.
+void ReportLostLine()
+{
+    std::fputs("a log line is lost: out of memory\n", stderr);
 }
 
 } // namespace
 
 void WriteLine(uint32_t level, const char* origin, const char* text)
-{
-    if (level <= TheSinks().settings.logLevel)
+try {
+    if (level <= g_sinks.Get().settings.logLevel)
         Write(level, std::string("[") + origin + "] ", text);
+} catch (const std::exception&) {
+    ReportLostLine();
 }
 
 } // namespace vesk::host
@@ -119,8 +129,10 @@ void WriteLine(uint32_t level, const char* origin, const char* text)
 using namespace vesk::host;
 
 uint32_t ZORA_GetVideoTracLevel(void)
-{
-    return TheSinks().settings.traceLevel;
+try {
+    return g_sinks.Get().settings.traceLevel;
+} catch (const std::exception&) {
+    return LogSettings::kDefaultLevel;
 }
 
 uint32_t VeskVideoGetPrivateLogId(uint32_t index)
@@ -130,7 +142,7 @@ uint32_t VeskVideoGetPrivateLogId(uint32_t index)
 
 void ZORA_Trace(uint32_t threshold, uint32_t level, const char* module, const char* function, uint32_t line,
                 const char* format, ...)
-{
+try {
     if (level > threshold)
         return;
     va_list values;
@@ -138,16 +150,20 @@ void ZORA_Trace(uint32_t threshold, uint32_t level, const char* module, const ch
     const std::string text = Format(format, values);
     va_end(values);
     Write(level, std::string("[") + module + "] " + function + ':' + std::to_string(line) + ' ', text);
+} catch (const std::exception&) {
+    ReportLostLine();
 }
 
 void VeskOmLogModuleLogRecord(uint32_t level, uint32_t, const char* source, uint32_t sourceLen, uint32_t line,
                               const char* format, ...)
-{
-    if (level > TheSinks().settings.logLevel)
+try {
+    if (level > g_sinks.Get().settings.logLevel)
         return;
     va_list values;
     va_start(values, format);
     const std::string text = Format(format, values);
     va_end(values);
     Write(level, '[' + std::string(source, sourceLen) + "] " + std::to_string(line) + ' ', text);
+} catch (const std::exception&) {
+    ReportLostLine();
 }

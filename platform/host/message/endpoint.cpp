@@ -61,7 +61,7 @@ int Connect(int socket, const sockaddr_un& address)
 
 UniqueFd NewSocket(int flags)
 {
-    return UniqueFd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | flags, 0));
+    return UniqueFd([&] { return socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | flags, 0); });
 }
 
 EndpointResult Failed(uint32_t error)

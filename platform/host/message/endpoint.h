@@ -2,7 +2,7 @@
 #pragma once
 
 #include "message/deadline.h"
-#include "message/unique_fd.h"
+#include "process/unique_fd.h"
 
 #include <sys/types.h>
 

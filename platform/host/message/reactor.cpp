@@ -15,7 +15,7 @@ Reactor& Reactor::Instance()
     return reactor;
 }
 
-Reactor::Reactor() : epoll_(epoll_create1(EPOLL_CLOEXEC))
+Reactor::Reactor() : epoll_([] { return epoll_create1(EPOLL_CLOEXEC); })
 {
     // Signals belong to the application: none is handled on this thread.
     sigset_t all;

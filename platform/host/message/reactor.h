@@ -1,7 +1,7 @@
 // The thread that watches all listeners and incoming connections of this process.
 #pragma once
 
-#include "message/unique_fd.h"
+#include "process/unique_fd.h"
 
 #include <cstdint>
 #include <map>

@@ -3,12 +3,13 @@
 
 #include "log/sinks.h"
 #include "platform/os_msg.h"
+#include "process/fork.h"
 
 #include <atomic>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <mutex>
-#include <string>
 
 namespace vesk::host {
 
@@ -26,14 +27,22 @@ void ToModuleLog(uint32_t level, const char* text)
 std::atomic<LogFunction> g_logFunction = ToModuleLog;
 std::atomic<uint32_t> g_threshold = kReportWarning;
 
-bool RepeatsTheLast(const char* text)
+constexpr size_t kMaxLine = 512;
+
+struct Last {
+    std::mutex lock;
+    char line[kMaxLine] = "";
+};
+
+PerProcess<Last> g_last;
+
+bool RepeatsTheLast(const char (&line)[kMaxLine])
 {
-    static std::mutex lock;
-    static auto& last = *new std::string;
-    const std::lock_guard guard(lock);
-    if (last == text)
+    Last& last = g_last.Get();
+    const std::lock_guard guard(last.lock);
+    if (std::strcmp(last.line, line) == 0)
         return true;
-    last = text;
+    std::memcpy(last.line, line, kMaxLine);
     return false;
 }
 
@@ -43,7 +52,7 @@ void Report(ReportLevel level, const char* format, ...)
 {
     if (level < g_threshold)
         return;
-    char text[512];
+    char text[kMaxLine] = "";
     va_list values;
     va_start(values, format);
     std::vsnprintf(text, sizeof text, format, values);

@@ -29,7 +29,8 @@ UniqueFd OpenRuntimeDir(WhenMissing whenMissing)
         Report(kReportError, "runtime directory %s cannot be created: %s", path.c_str(), strerror(errno));
         return {};
     }
-    UniqueFd directory(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    const auto open = [&] { return ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC); };
+    UniqueFd directory(open);
     if (!directory.IsOpen() && whenMissing == WhenMissing::kLeave && errno == ENOENT)
         return {};
     if (!directory.IsOpen()) {

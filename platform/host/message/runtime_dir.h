@@ -1,7 +1,7 @@
 // The directory in which the endpoints of one user live.
 #pragma once
 
-#include "message/unique_fd.h"
+#include "process/unique_fd.h"
 
 #include <string>
 

@@ -103,7 +103,7 @@ public:
 
     void OnReady(uint32_t) override
     {
-        UniqueFd accepted(accept4(socket_.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+        UniqueFd accepted([&] { return accept4(socket_.Get(), nullptr, nullptr, SOCK_CLOEXEC); });
         if (!accepted.IsOpen()) {
             if (errno == EMFILE || errno == ENFILE) {
                 Report(kReportError, "%s: no descriptor left for a connection", endpoint_.c_str());

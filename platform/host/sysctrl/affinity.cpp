@@ -3,9 +3,11 @@
 #include "sysctrl/affinity.h"
 
 #include "platform/os_sysctrl.h"
+#include "process/fork.h"
 
 #include <pthread.h>
 
+#include <exception>
 #include <map>
 #include <mutex>
 
@@ -19,17 +21,13 @@ struct Affinity {
     std::map<uint32_t, cpu_set_t> wanted;  // for threads that do not run theirs yet
 };
 
-Affinity& TheAffinity()
-{
-    static auto& affinity = *new Affinity; // never destroyed: detached threads may start at any time
-    return affinity;
-}
+PerProcess<Affinity> g_affinity;
 
 /// Removes a message thread from the list when it ends.
 struct Listed {
     ~Listed()
     {
-        Affinity& affinity = TheAffinity();
+        Affinity& affinity = g_affinity.Get();
         const std::lock_guard guard(affinity.lock);
         affinity.threads.erase(static_cast<uint32_t>(pthread_self()));
     }
@@ -38,21 +36,22 @@ struct Listed {
 } // namespace
 
 void BindMessageThread()
-{
+try {
     static thread_local Listed listed;
     static_cast<void>(listed);
     const pthread_t self = pthread_self();
-    Affinity& affinity = TheAffinity();
+    Affinity& affinity = g_affinity.Get();
     const std::lock_guard guard(affinity.lock);
     affinity.threads[static_cast<uint32_t>(self)] = self;
     if (const auto set = affinity.wanted.extract(static_cast<uint32_t>(self)))
         pthread_setaffinity_np(self, sizeof(cpu_set_t), &set.mapped());
+} catch (const std::exception&) { // out of memory: it stays where it is
 }
 
 } // namespace vesk::host
 
 int32_t OsSetProcessAffinity(uint32_t threadId, const cpu_set_t* cpuSet, uint32_t)
-{
+try {
     using namespace vesk::host;
     if (cpuSet == nullptr)
         return -1;
@@ -64,10 +63,12 @@ int32_t OsSetProcessAffinity(uint32_t threadId, const cpu_set_t* cpuSet, uint32_
     CPU_AND(&usable, &usable, cpuSet);
     if (CPU_COUNT(&usable) == 0)
         return -1;
-    Affinity& affinity = TheAffinity();
+    Affinity& affinity = g_affinity.Get();
     const std::lock_guard guard(affinity.lock);
     if (const auto thread = affinity.threads.find(threadId); thread != affinity.threads.end())
         return pthread_setaffinity_np(thread->second, sizeof usable, &usable) == 0 ? 0 : -1;
     affinity.wanted[threadId] = usable;
     return 0;
+} catch (const std::exception&) {
+    return -1;
 }
