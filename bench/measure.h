@@ -1,4 +1,4 @@
-// Fair comparison on a machine that does other things as well: contestants take turns of a few milliseconds.
+// Fair comparison on a machine whose speed varies: contestants take turns of a few milliseconds.
 #pragma once
 
 #include <algorithm>

@@ -189,7 +189,7 @@ Table NotificationTable(bool quick)
         const Outcome& middle = outcomes[outcomes.size() / 2];
         uint64_t lost = 0, outOfOrder = 0;
         for (const Outcome& outcome : outcomes) {
-            lost = std::max(lost, kCount - outcome.tally.received);
+            lost = std::max(lost, kCount - std::min(kCount, outcome.tally.received));
             outOfOrder = std::max(outOfOrder, outcome.tally.outOfOrder);
         }
         const auto received = static_cast<double>(middle.tally.received);

@@ -32,6 +32,7 @@ pid_t Start(const std::vector<std::string>& command, const std::vector<int>& kep
 {
     const std::string self = OwnPath();
     std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
     for (const std::string& word : command)
         arguments.push_back(const_cast<char*>(word == "self" ? self.c_str() : word.c_str()));
     arguments.push_back(nullptr);

@@ -13,6 +13,7 @@ namespace {
 void ServeRaw(const std::vector<Address>& addresses, Sizes sizes)
 {
     std::vector<std::jthread> threads;
+    threads.reserve(addresses.size());
     for (const Address& address : addresses) {
         threads.emplace_back([socket = std::stoi(address), sizes] {
             std::vector<char> request(sizes.request), answer(sizes.answer);

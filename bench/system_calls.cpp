@@ -33,7 +33,10 @@ struct Sides {
 
 Sides Trace(const Way& way, Sizes sizes, int calls)
 {
-    const std::string folder = getenv("VESK_RUNTIME_DIR");
+    const char* directory = getenv("VESK_RUNTIME_DIR");
+    if (directory == nullptr)
+        Fail("VESK_RUNTIME_DIR is not set");
+    const std::string folder = directory;
     const std::string callerFile = folder + "/caller.strace", serverFile = folder + "/server.strace";
     const auto strace = [](const std::string& file) {
         return std::vector<std::string>{"strace", "-f", "-c", "-U", "calls,name", "-o", file};
