@@ -5,10 +5,11 @@
 #include "platform/secure_memory.h"
 #include "transport/log.h"
 
+#include <pthread.h>
+
 #include <cstdlib>
 #include <memory>
 #include <mutex>
-#include <optional>
 
 static constexpr auto& kLogModule = vesk::log_module::kCallback;
 
@@ -18,39 +19,52 @@ namespace {
 
 std::mutex g_lock;
 
-/// Frees what is still held when the library is unloaded. The detached receive thread may outlive the
-/// list, so nothing is held or read from then on.
+void FreeAllLocked()
+{
+    for (const NorthMsgResendInfo& held : g_cbResendQueue)
+        std::free(held.data);
+    g_cbResendQueue.clear();
+}
+
+/// Frees what is still held when the process ends. The detached receive thread may outlive the list, so
+/// nothing is held or read from then on.
 struct Unload {
     bool done = false;
 
     ~Unload()
     {
         const std::lock_guard guard(g_lock);
-        for (const NorthMsgResendInfo& held : g_cbResendQueue)
-            std::free(held.data);
-        g_cbResendQueue.clear();
+        FreeAllLocked();
         done = true;
     }
 } g_unload;
 
+/// A forked child finds the list whole and unlocked, and without what its parent holds.
+[[maybe_unused]] const int g_atFork = pthread_atfork([] { g_lock.lock(); }, [] { g_lock.unlock(); },
+                                                     [] {
+                                                         FreeAllLocked();
+                                                         g_lock.unlock();
+                                                     });
+
 using Copy = std::unique_ptr<void, decltype(&std::free)>;
 
-/// A held notification and the callback that is to receive it.
-struct Delivery {
-    NorthMsgResendInfo held;
-    VeskVideoNotifyCallback callback;
-};
+using HeldList = std::list<NorthMsgResendInfo>; // its entries move from one to another without allocation
 
-/// Takes the oldest notification off the queue. Without a callback all of them stay held, in order.
-std::optional<Delivery> TakeOldest()
+/// Takes the oldest notification off the queue; empty when there is none.
+HeldList TakeOldest()
+{
+    HeldList oldest;
+    const std::lock_guard guard(g_lock);
+    if (!g_unload.done && !g_cbResendQueue.empty())
+        oldest.splice(oldest.begin(), g_cbResendQueue, g_cbResendQueue.begin());
+    return oldest;
+}
+
+void PutBack(HeldList& oldest)
 {
     const std::lock_guard guard(g_lock);
-    const VeskVideoNotifyCallback callback = VeskVideoGetCallbackPtr();
-    if (g_unload.done || g_cbResendQueue.empty() || callback == nullptr)
-        return std::nullopt;
-    const Delivery oldest{g_cbResendQueue.front(), callback};
-    g_cbResendQueue.pop_front();
-    return oldest;
+    if (!g_unload.done)
+        g_cbResendQueue.splice(g_cbResendQueue.begin(), oldest);
 }
 
 } // namespace
@@ -80,9 +94,16 @@ VeskVideoNotifyCallback HoldUnlessCallback(uint32_t msgId, const void* data, uin
 
 void DeliverHeldNotifications()
 {
-    while (const auto oldest = TakeOldest()) {
-        const Copy data(oldest->held.data, &std::free);
-        oldest->callback(oldest->held.msgId, oldest->held.data, oldest->held.dataLen);
+    for (HeldList oldest = TakeOldest(); !oldest.empty(); oldest = TakeOldest()) {
+        // Looked at only now: it may have been removed since the notification was taken.
+        const VeskVideoNotifyCallback callback = VeskVideoGetCallbackPtr();
+        if (callback == nullptr) {
+            PutBack(oldest);
+            return;
+        }
+        const NorthMsgResendInfo& held = oldest.front();
+        const Copy data(held.data, &std::free);
+        callback(held.msgId, held.data, held.dataLen);
     }
 }
 

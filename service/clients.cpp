@@ -6,12 +6,15 @@
 #include "vesk_host/message.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <sstream>
 
 namespace vesk::service {
@@ -23,33 +26,72 @@ void PutName(char (&field)[VESK_VIDEO_NAME_SIZE], const std::string& name)
     std::memcpy(field, name.data(), std::min(name.size(), sizeof field));
 }
 
-std::string ReadFile(int directory, const std::string& name)
+/// The text of a regular file of the runtime directory that is not too long. Of any other file it is empty,
+/// and the reason is logged.
+std::string ReadFile(const std::string& name)
 {
-    std::string text;
-    const int file = openat(directory, name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
-    char buffer[4096];
-    ssize_t got = 0;
-    while (file >= 0 && (got = read(file, buffer, sizeof buffer)) > 0)
-        text.append(buffer, static_cast<size_t>(got));
+    constexpr size_t kMost = 1U << 14U;
+    std::array<char, kMost + 1> text;
+    size_t length = 0;
+    const int directory = HostMsgOpenRuntimeDir();
+    if (directory < 0)
+        return {};
+    const int file = openat(directory, name.c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC);
+    const int error = errno;
+    close(directory);
+    if (file < 0 && error == ENOENT)
+        return {};
+    struct stat status {};
+    const char* problem = nullptr;
+    if (file < 0) {
+        problem = strerror(error);
+    } else if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) {
+        problem = "it is no regular file";
+    } else {
+        ssize_t got = 0;
+        while (length < text.size() && (got = read(file, &text[length], text.size() - length)) > 0)
+            length += static_cast<size_t>(got);
+        problem = got < 0 ? strerror(errno) : length > kMost ? "it is too long" : nullptr;
+    }
     if (file >= 0)
         close(file);
-    return text;
+    if (problem != nullptr)
+        LOG(kError, "%s is ignored: %s", name.c_str(), problem);
+    return problem == nullptr ? std::string(text.data(), length) : std::string();
 }
 
-/// Replaces a file atomically.
-bool WriteFile(int directory, const std::string& name, const std::string& text)
+/// Replaces a file of the runtime directory atomically. Returns the errno of what failed, or 0.
+int WriteFile(const std::string& name, const std::string& text)
 {
     const std::string draft = name + ".new";
-    const int file =
-        openat(directory, draft.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0600);
-    const bool written =
-        file >= 0 && write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+    const int directory = HostMsgOpenRuntimeDir();
+    if (directory < 0)
+        return errno;
+    unlinkat(directory, draft.c_str(), 0); // whatever is there
+    const int file = openat(directory, draft.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    const ssize_t written = file < 0 ? -1 : write(file, text.data(), text.size());
+    int error = written < 0 ? errno : written != static_cast<ssize_t>(text.size()) ? ENOSPC : 0;
+    if (error == 0 && renameat(directory, draft.c_str(), directory, name.c_str()) != 0)
+        error = errno;
     if (file >= 0)
         close(file);
-    return written && renameat(directory, draft.c_str(), directory, name.c_str()) == 0;
+    close(directory);
+    return error;
 }
 
 } // namespace
+
+bool IsClientName(std::string_view name)
+{
+    return !name.empty() && name.size() < VESK_VIDEO_NAME_SIZE &&
+           std::none_of(name.begin(), name.end(), [](unsigned char c) { return c < ' ' || c == 0x7f; });
+}
+
+bool Clients::Client::IsAlive() const
+{
+    const uint64_t now = StartOf(process);
+    return now == start || now == kUnknownStart;
+}
 
 std::string Clients::FileName() const
 {
@@ -59,63 +101,82 @@ std::string Clients::FileName() const
 }
 
 void Clients::Restore()
-{
-    const int directory = HostMsgOpenRuntimeDir();
-    if (directory < 0)
-        return;
-    std::istringstream lines(ReadFile(directory, FileName()));
-    close(directory);
-    for (std::string line; std::getline(lines, line);) {
+try {
+    std::istringstream lines(ReadFile(FileName()));
+    for (std::string line; clients_.size() < kMost && std::getline(lines, line);) {
         std::istringstream fields(line);
         Client client{};
         std::string procName;
-        if (std::getline(fields, procName, '\t') && std::getline(fields, client.taskName, '\t') &&
-            fields >> client.process && IsAlive(client.process))
+        if (!std::getline(fields, procName, '\t') || !std::getline(fields, client.taskName, '\t') ||
+            !(fields >> client.process) || !IsClientName(procName) || !IsClientName(client.taskName))
+            continue;
+        client.start = client.process > 0 ? StartOf(client.process) : 0;
+        if (client.start != 0)
             clients_[procName] = client;
     }
+} catch (const std::exception& error) {
+    LOG(kError, "the clients cannot be read: %s", error.what());
 }
 
-void Clients::Save() const
-{
+void Clients::Save()
+try {
     std::ostringstream text;
     for (const auto& [procName, client] : clients_)
         text << procName << '\t' << client.taskName << '\t' << client.process << '\n';
-    const int directory = HostMsgOpenRuntimeDir();
-    if (directory < 0)
-        return;
-    if (!WriteFile(directory, FileName(), text.str()))
-        LOG(kError, "%s cannot be written: %s", FileName().c_str(), strerror(errno));
-    close(directory);
+    const std::string name = FileName();
+    const int error = WriteFile(name, text.str());
+    if (std::exchange(isSaved_, error == 0) && error != 0)
+        LOG(kError, "%s cannot be written: %s", name.c_str(), strerror(error));
+} catch (const std::exception& error) {
+    LOG(kError, "the clients cannot be written: %s", error.what());
 }
 
 Result Clients::Add(const std::string& procName, const std::string& taskName, pid_t process)
 {
-    constexpr size_t kMost = 256;
+    const auto known = clients_.find(procName);
+    if (known != clients_.end() && known->second.process != process && known->second.IsAlive()) {
+        LOG(kError, "%s.%s is already served by process %d; process %d receives no notifications",
+            procName.c_str(), taskName.c_str(), known->second.process, process);
+        return VESK_SERVICE_ERR_BUSY;
+    }
     if (clients_.size() >= kMost)
-        std::erase_if(clients_, [](const auto& entry) { return !IsAlive(entry.second.process); });
+        std::erase_if(clients_, [](const auto& entry) { return !entry.second.IsAlive(); });
     if (clients_.size() >= kMost && !IsKnown(procName))
         return VESK_SERVICE_ERR_ROOM;
-    clients_[procName] = {taskName, process};
+    clients_.insert_or_assign(procName, Client{taskName, process, StartOf(process)});
     Save();
     return kOk;
 }
 
-void Clients::Remove(const std::string& procName)
+void Clients::Remove(const std::string& procName, pid_t process)
 {
-    if (clients_.erase(procName) != 0)
-        Save();
+    const auto known = clients_.find(procName);
+    if (known == clients_.end() || known->second.process != process)
+        return;
+    clients_.erase(known);
+    Save();
 }
 
 void Clients::Notify(const Notification& notification)
 {
     const auto client = clients_.find(notification.procName);
-    if (client == clients_.end())
-        return;
+    if (client != clients_.end())
+        Notify(client, notification);
+}
+
+void Clients::NotifyAll(uint32_t notifyId)
+{
+    for (auto next = clients_.begin(); next != clients_.end();)
+        Notify(next++, {.procName = {}, .notifyId = notifyId, .payload = {}});
+}
+
+void Clients::Notify(Map::iterator client, const Notification& notification)
+try {
     VeskVideoMsgHead head{};
     head.msgId = static_cast<uint16_t>(notification.notifyId);
     head.ulParam1 = notification.param1;
     head.ulParam2 = notification.param2;
-    const auto headBytes = std::as_bytes(std::span(&head, 1));
+    const auto headBytes = BytesOf(head);
     Bytes data(headBytes.begin(), headBytes.end());
     data.insert(data.end(), notification.payload.begin(), notification.payload.end());
 
@@ -129,14 +190,13 @@ void Clients::Notify(const Notification& notification)
     envelope.data = data.data();
     const uint32_t ret = OsMsgAsynSend(&envelope);
     LOG(kInfo, "notification %u to %s: %u", notification.notifyId, client->first.c_str(), ret);
-    if (ret == HOST_MSG_ERR_ABSENT && !IsAlive(client->second.process))
-        Remove(notification.procName);
-}
-
-void Clients::NotifyAll(uint32_t notifyId)
-{
-    for (const auto& [procName, client] : std::map(clients_))
-        Notify({.procName = procName, .notifyId = notifyId, .payload = {}});
+    if (ret == HOST_MSG_ERR_ABSENT && !client->second.IsAlive()) {
+        clients_.erase(client);
+        Save();
+    }
+} catch (const std::exception& error) {
+    LOG(kError, "notification %u to %s dropped: %s", notification.notifyId, client->first.c_str(),
+        error.what());
 }
 
 } // namespace vesk::service

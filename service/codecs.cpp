@@ -140,8 +140,7 @@ size_t Codecs::RunningEncoders()
 void Codecs::NotifyLoad(const Encoder& encoder, bool isOverload)
 {
     const VeskVideoEncOverloadStatus status{encoder.number, isOverload ? 1U : 0U};
-    notifications_.push_back(
-        Notification::Of(encoder.owner.procName, VESK_VIDEO_ON_ENCODE_STATUS_NOTIFY, status));
+    notifications_.Add(encoder.owner.procName, VESK_VIDEO_ON_ENCODE_STATUS_NOTIFY, BytesOf(status));
 }
 
 Result Codecs::GetEncodeCapability(VeskVideoEncodeCapability* capability)
@@ -163,13 +162,12 @@ Result Codecs::StartDecoder(Decoder& decoder)
 {
     if (const Result result = decoder.Start(); result != kOk)
         return result;
-    notifications_.push_back(Notification::Of(decoder.owner.procName, VESK_VIDEO_ON_DECODE_STATUS_NOTIFY,
-                                              VeskServiceDecodeState{decoder.number, 1}));
+    notifications_.Add(decoder.owner.procName, VESK_VIDEO_ON_DECODE_STATUS_NOTIFY,
+                       BytesOf(VeskServiceDecodeState{decoder.number, 1}));
     for (const auto& [number, loop] : loops.All()) {
         const Encoder* encoder = encoders.Find(loop.param.encNo);
         if (loop.isOn && loop.param.decNo == decoder.number && encoder != nullptr)
-            notifications_.push_back(
-                {encoder->owner.procName, VESK_VIDEO_ON_IFREAME_REQUEST, {}, encoder->number});
+            notifications_.Add(encoder->owner.procName, VESK_VIDEO_ON_IFREAME_REQUEST, {}, encoder->number);
     }
     return kOk;
 }
@@ -196,7 +194,7 @@ Result Codecs::CreateLoop(const Sender& sender, const VeskVideoStreamLoopParam& 
 Result Codecs::SwitchLoop(Loop& loop, Argument<"enable"> enable)
 {
     loop.isOn = enable != 0;
-    notifications_.push_back({loop.owner.procName, VESK_VIDEO_ON_LOCAL_LOOP_STATE_NOTIFY, {}, enable, 0});
+    notifications_.Add(loop.owner.procName, VESK_VIDEO_ON_LOCAL_LOOP_STATE_NOTIFY, {}, enable);
     return kOk;
 }
 

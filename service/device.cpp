@@ -43,14 +43,14 @@ Result Device::TakeSnapshot(const VeskVideoSnapshotParam&)
 // Decoded at once; the notification carries the number of the wallpaper.
 Result Device::SetWallpaper(const Sender& sender, const VeskVideoWallpaperParam&)
 {
-    notifications_.push_back({sender.procName, VESK_VIDEO_ON_WALLPAPER_DEC_OK_NOTIFY, {}, ++wallpapers_});
+    notifications_.Add(sender.procName, VESK_VIDEO_ON_WALLPAPER_DEC_OK_NOTIFY, {}, ++wallpapers_);
     return kOk;
 }
 
 Result Device::SetAnnotation(const Sender& sender, Argument<"status"> status)
 {
-    notifications_.push_back(Notification::Of(
-        sender.procName, VESK_VIDEO_ON_DATA_AUX_ANNOTATION_CAP_READY_NOTIFY, static_cast<uint32_t>(status)));
+    notifications_.Add(sender.procName, VESK_VIDEO_ON_DATA_AUX_ANNOTATION_CAP_READY_NOTIFY,
+                       BytesOf(static_cast<uint32_t>(status)));
     return kOk;
 }
 

@@ -45,7 +45,7 @@ void Inputs::AnnouncePicture(const std::string& procName, const Port& port)
     pixels.Width = port.width;
     pixels.height = port.height;
     pixels.fr = port.fr;
-    notifications_.push_back(Notification::Of(procName, VESK_VIDEO_ON_VI_PORT_PIXEL_INFO_NOTIFY, pixels));
+    notifications_.Add(procName, VESK_VIDEO_ON_VI_PORT_PIXEL_INFO_NOTIFY, BytesOf(pixels));
 }
 
 VeskVideoViPortInfo Inputs::Describe(const Port& port, const Engine* engine) const
@@ -78,6 +78,8 @@ Result Inputs::Start(Engine& engine)
 
 Result Inputs::Connect(Engine& engine, Argument<"stmNo"> stmNo)
 {
+    if (engine.streams.size() >= VESK_SERVICE_MAX_STREAMS && engine.streams.count(stmNo) == 0)
+        return VESK_SERVICE_ERR_ROOM;
     return engine.streams.insert(stmNo).second ? kOk : Result{VESK_SERVICE_ERR_STATE};
 }
 
@@ -104,8 +106,8 @@ Result Inputs::GetQueue(Engine& engine, uint32_t* queHandle)
 
 Result Inputs::Freeze(Engine& engine, Argument<"flag"> flag, std::span<const std::byte> data)
 {
-    engine.frozen = static_cast<uint32_t>(flag);
     engine.frozenData.assign(data.begin(), data.end());
+    engine.frozen = static_cast<uint32_t>(flag);
     return kOk;
 }
 
@@ -118,14 +120,13 @@ Result Inputs::ControlCamera(Engine& engine, const Sender& sender, Argument<"cmd
     if (!port.HasCamera())
         return VESK_SERVICE_ERR_STATE;
     if (command == VESK_VIDEO_CAM_CTRL_QUERY) {
-        const auto bytes = std::as_bytes(std::span(&port.camera, 1));
+        const auto bytes = BytesOf(port.camera);
         answer->assign(bytes.begin(), bytes.end());
         return kOk;
     }
     const Result result = Move(port.camera, command);
     const VeskVideoCamCtrlResult ended{port.number, command, result};
-    notifications_.push_back(
-        Notification::Of(sender.procName, VESK_VIDEO_ON_CAMERA_CTRL_RESULT_NOTIFY, ended));
+    notifications_.Add(sender.procName, VESK_VIDEO_ON_CAMERA_CTRL_RESULT_NOTIFY, BytesOf(ended));
     return result;
 }
 

@@ -78,6 +78,14 @@ public:
                       [process](const auto& entry) { return entry.second.owner.process == process; });
     }
 
+    /// How many a process has.
+    size_t CountOf(pid_t process) const
+    {
+        return static_cast<size_t>(
+            std::count_if(things_.begin(), things_.end(),
+                          [process](const auto& entry) { return entry.second.owner.process == process; }));
+    }
+
     /// All of them, by number.
     std::map<uint32_t, Thing>& All() { return things_; }
 
@@ -87,16 +95,25 @@ private:
     /// Makes room at the cost of dead owners.
     bool HasRoom()
     {
-        if (things_.size() >= most_)
-            std::erase_if(things_, [](const auto& entry) { return !IsAlive(entry.second.owner.process); });
+        if (things_.size() < most_)
+            return true;
+        pid_t asked = 0; // neighbours often have the same owner
+        bool isAlive = true;
+        std::erase_if(things_, [&](const auto& entry) {
+            const pid_t owner = entry.second.owner.process;
+            if (std::exchange(asked, owner) != owner)
+                isAlive = IsAlive(owner);
+            return !isAlive;
+        });
         return things_.size() < most_;
     }
 
     Result Add(uint32_t number, const Sender& owner)
     {
-        Thing& thing = things_[number];
+        Thing thing;
         thing.number = number;
         thing.owner = owner;
+        things_.insert_or_assign(number, std::move(thing));
         return kOk;
     }
 

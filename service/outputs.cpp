@@ -21,7 +21,7 @@ void Outputs::AnnouncePicture(const std::string& procName, const Display& displa
     ddc.Width = display.width;
     ddc.height = display.height;
     ddc.fr = display.fr;
-    notifications_.push_back(Notification::Of(procName, VESK_VIDEO_ON_VO_PORT_DDC_INFO_NOTIFY, ddc));
+    notifications_.Add(procName, VESK_VIDEO_ON_VO_PORT_DDC_INFO_NOTIFY, BytesOf(ddc));
 }
 
 VeskVideoVoPortInfo Outputs::Describe(const Display& display, const Engine* engine) const
@@ -101,6 +101,7 @@ Result Outputs::AddFilterWindows(Argument<"filterParam"> filterParam,
     constexpr size_t kMost = 1024;
     if (filterWindows_.size() + windows.size() > kMost)
         return VESK_SERVICE_ERR_ROOM;
+    filterWindows_.reserve(filterWindows_.size() + windows.size()); // all are added or none
     for (const VeskVideoFilterWindow& window : windows)
         filterWindows_.push_back({filterParam, window});
     return kOk;
@@ -155,7 +156,7 @@ void Outputs::NotifyLink(uint32_t notifyId, const Engine& engine)
         }
     }
     std::strncpy(link.portName, name, sizeof link.portName - 1);
-    notifications_.push_back(Notification::Of(engine.owner.procName, notifyId, link));
+    notifications_.Add(engine.owner.procName, notifyId, BytesOf(link));
 }
 
 } // namespace vesk::service

@@ -40,7 +40,7 @@ public:
             PlugState plug{};
             plug.port = port.number;
             plug.val = port.isPlugged ? 1 : 0;
-            notifications_.push_back(Notification::Of(procName, plugNotification, plug));
+            notifications_.Add(procName, plugNotification, BytesOf(plug));
             AnnouncePicture(procName, port);
         }
     }

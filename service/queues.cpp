@@ -1,28 +1,26 @@
 // The buffer queues that clients have created and announced.
 #include "service/queues.h"
 
+#include "service/log.h"
 #include "vesk_host/queue.h"
 
 namespace vesk::service {
 
-Result Queues::Announce(Argument<"queHandle"> queHandle)
+Result Queues::Announce(const Sender& sender, Argument<"queHandle"> queHandle)
 {
-    const auto announced = static_cast<uint32_t>(queHandle);
+    const auto queue = static_cast<uint32_t>(queHandle);
     HostQueueState state;
-    if (HostQueueFind(announced, &state) != 0)
+    if (HostQueueFind(queue, &state) != 0)
         return VESK_SERVICE_ERR_NUMBER;
-    constexpr size_t kMost = 1024;
-    if (announced_.size() >= kMost) // those of processes that have ended make room
-        std::erase_if(announced_, [&state](uint32_t queueId) { return HostQueueFind(queueId, &state) != 0; });
-    if (announced_.size() >= kMost)
+    if (const Owned* present = announced.Find(queue);
+        present != nullptr && announced.Reclaim(*present) != kOk)
+        return kOk;
+    if (announced.CountOf(sender.process) >= VESK_SERVICE_MAX_OWN_QUEUES) {
+        LOG(kError, "queue %u refused: process %d has announced %d queues", queue, sender.process,
+            VESK_SERVICE_MAX_OWN_QUEUES);
         return VESK_SERVICE_ERR_ROOM;
-    announced_.insert(announced);
-    return kOk;
-}
-
-Result Queues::Withdraw(Argument<"queHandle"> queHandle)
-{
-    return announced_.erase(static_cast<uint32_t>(queHandle)) != 0 ? kOk : Result{VESK_SERVICE_ERR_NUMBER};
+    }
+    return announced.CreateAt(queue, sender);
 }
 
 Result Queues::InitClient(std::string_view server)

@@ -1,7 +1,7 @@
 // The buffer queues that clients have created and announced.
 #pragma once
 
-#include "service/request.h"
+#include "service/numbered.h"
 
 #include <set>
 
@@ -9,12 +9,14 @@ namespace vesk::service {
 
 class Queues {
 public:
-    Result Announce(Argument<"queHandle">);
-    Result Withdraw(Argument<"queHandle">);
+    void Release(pid_t process) { announced.Release(process); }
+
+    Numbered<Owned> announced{VESK_SERVICE_MAX_QUEUES};
+
+    Result Announce(const Sender&, Argument<"queHandle">);
     Result InitClient(std::string_view server);
 
 private:
-    std::set<uint32_t> announced_;
     std::set<std::string, std::less<>> servers_;
 };
 

@@ -12,6 +12,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace vesk::service {
@@ -21,6 +22,12 @@ using Result = uint16_t;
 inline constexpr Result kOk = 0;
 
 using Bytes = std::vector<std::byte>;
+
+template <class Record>
+std::span<const std::byte> BytesOf(const Record& record)
+{
+    return std::as_bytes(std::span(&record, 1));
+}
 
 /// Who sent a request.
 struct Sender {
@@ -63,15 +70,18 @@ struct Notification {
     Bytes payload;
     uint64_t param1 = 0;
     uint32_t param2 = 0;
-
-    template <class Record>
-    static Notification Of(const std::string& procName, uint32_t notifyId, const Record& record)
-    {
-        const auto bytes = std::as_bytes(std::span(&record, 1));
-        return {procName, notifyId, {bytes.begin(), bytes.end()}};
-    }
 };
 
-using Notifications = std::vector<Notification>;
+/// What the current request has to notify.
+class Notifications {
+public:
+    /// One that there is no memory for is dropped and logged: the request has been served all the same.
+    void Add(const std::string& procName, uint32_t notifyId, std::span<const std::byte> payload,
+             uint64_t param1 = 0, uint32_t param2 = 0);
+    std::vector<Notification> TakeAll() { return std::exchange(all_, {}); }
+
+private:
+    std::vector<Notification> all_;
+};
 
 } // namespace vesk::service

@@ -19,6 +19,7 @@ using Loops = Things<&Codecs::loops, "loop">;
 using UvcStreams = Things<&Uvc::streams, "uvcStmNo">;
 using RemoteMice = Things<&Mice::remote, "mouseStmNo">;
 using LocalMice = Things<&Mice::local, "localMouseStmNo">;
+using AnnouncedQueues = Things<&Queues::announced, "queHandle">;
 using OverlayChannels = Things<&Overlays::channels, "overlayChn">;
 
 constexpr Row kRows[] = {
@@ -152,7 +153,7 @@ constexpr Row kRows[] = {
 
     Served<VESK_VIDEO_MSG_ADVANCE_QUE_CLIENT_INIT, &Queues::InitClient>(),
     Served<VESK_VIDEO_MSG_CREATE_QUEUE, &Queues::Announce>(),
-    Served<VESK_VIDEO_MSG_DESTROY_QUEUE, &Queues::Withdraw>(),
+    Erased<VESK_VIDEO_MSG_DESTROY_QUEUE, AnnouncedQueues>(),
 
     Served<VESK_VIDEO_MSG_GET_CAPABILITY, &Device::GetCapability>(),
     Served<VESK_VIDEO_MSG_INIT_ANDROID_OBJECTS, &Device::SetAndroidObjects>(),

@@ -15,20 +15,16 @@ namespace vesk::service {
 
 namespace {
 
-/// True when a name field can be an endpoint's name: not empty, NUL-terminated, without control characters.
-bool IsName(const char (&field)[VESK_VIDEO_NAME_SIZE])
+std::string_view NameIn(const char (&field)[VESK_VIDEO_NAME_SIZE])
 {
-    const size_t length = strnlen(field, sizeof field);
-    return length != 0 && length != sizeof field &&
-           std::none_of(field, field + length, [](unsigned char c) { return c < ' ' || c == 0x7f; });
+    return {field, strnlen(field, sizeof field)};
 }
 
 Request Unpack(const OsMsgEnvelope& message)
 {
     Request request;
     std::memcpy(&request.head, message.data, sizeof request.head);
-    request.sender.procName.assign(message.sendProcName,
-                                   strnlen(message.sendProcName, sizeof message.sendProcName));
+    request.sender.procName = NameIn(message.sendProcName);
     request.sender.process = HostMsgSenderProcess(&message);
     request.payload =
         std::span(static_cast<const std::byte*>(message.data), message.dataLen).subspan(sizeof request.head);
@@ -58,34 +54,41 @@ Result Service::Serve(const OsMsgEnvelope& message, Bytes& answer)
     const Request request = Unpack(message);
     if (!Fits(row->listed.payload, request.head, request.payload))
         return VESK_SERVICE_ERR_LENGTH;
+    answer.reserve(answer.size() + row->listed.answer.size);
     return row->serve(*this, request, answer);
 }
 
+// What needs memory is done first: once a thing has been created, its creator is told.
 void Service::Handle(OsMsgEnvelope& message)
 {
-    Bytes payload;
+    const std::string text = MessageText(message);
     VeskVideoMsgHead head{};
     head.msgId = static_cast<uint16_t>(message.msgId);
-    head.uwSubMsgID = Serve(message, payload);
-    LOG(kInfo, "%s: %u", MessageText(message).c_str(), head.uwSubMsgID);
+    Bytes answer(sizeof head);
+    head.uwSubMsgID = Serve(message, answer);
+    LOG(kInfo, "%s: %u", text.c_str(), head.uwSubMsgID);
     if (message.type == OS_MSG_SYNCHRONOUS) {
-        const auto headBytes = std::as_bytes(std::span(&head, 1));
-        payload.insert(payload.begin(), headBytes.begin(), headBytes.end());
-        HostMsgReply(&message, payload.data(), static_cast<uint32_t>(payload.size()));
+        std::memcpy(answer.data(), &head, sizeof head);
+        HostMsgReply(&message, answer.data(), static_cast<uint32_t>(answer.size()));
     }
-    for (const Notification& notification : std::exchange(notifications_, {}))
+    for (const Notification& notification : notifications_.TakeAll())
         clients.Notify(notification);
 }
 
+// A process whose name is another's is served all the same, but hears nothing.
 Result Service::Init(const Sender& sender, const VeskVideoInitInfo& info)
 {
-    if (!IsName(info.procName) || !IsName(info.taskName))
+    const std::string procName(NameIn(info.procName)), taskName(NameIn(info.taskName));
+    if (!IsClientName(procName) || !IsClientName(taskName))
         return VESK_SERVICE_ERR_VALUE;
-    if (const Result result = clients.Add(info.procName, info.taskName, sender.process); result != kOk)
-        return result;
-    outputs.Announce(info.procName);
-    inputs.Announce(info.procName);
-    return kOk;
+    const Result result = clients.Add(procName, taskName, sender.process);
+    if (result == VESK_SERVICE_ERR_BUSY)
+        return kOk;
+    if (result == kOk) {
+        outputs.Announce(procName);
+        inputs.Announce(procName);
+    }
+    return result;
 }
 
 Result Service::Exit(const Sender& sender)
@@ -97,7 +100,8 @@ Result Service::Exit(const Sender& sender)
     mice.Release(process);
     uvc.Release(process);
     overlays.Release(process);
-    clients.Remove(sender.procName);
+    queues.Release(process);
+    clients.Remove(sender.procName, process);
     return kOk;
 }
 

@@ -31,6 +31,7 @@ void Uvc::Release(pid_t process)
 
 Result Uvc::Init(const Sender& sender)
 {
+    std::erase_if(users_, [](pid_t user) { return !IsAlive(user); });
     users_.insert(sender.process);
     return kOk;
 }

@@ -253,6 +253,7 @@ FORKED_TEST(VideoService, ListsHaveRoomForSoMany)
         {64, "SET_PRESET 1 < 1 #", "SET_PRESET 1 < 0 #", ""}, // what is there already is taken, or not
         {1024, "SET_FILTER_WINDOW 7 1 < #", "DELETE_FILTER_WINDOW 7 1 < #", " !ROOM"},
         {64, "ADVANCE_QUE_CLIENT_INIT < 's#", "", ""},
+        {64, "SET_VI_CONNECT 1 #", "SET_VI_DISCONNECT 1 #", " !STATE"},
         {255, "INIT < 'c# @16 'VAPI", "EXIT", ""}}; // and this application
     Play("OPEN_VI_PORT 0 = 1");
     for (const auto& [most, add, remove, again] : lists) {
@@ -271,24 +272,28 @@ FORKED_TEST(VideoService, ListsHaveRoomForSoMany)
 FORKED_TEST(Application, A1024QueuesAreAnnouncedUntilACreatorEnds)
 {
     const Child service = StartService();
-    const auto fill = [] {
-        for (int i = 0; i < 64; ++i)
+    const auto fill = [](int count) {
+        for (int i = 0; i < count; ++i)
             Number(VeskVideoBuffCreateQueue);
     };
+    const auto refused = [] {
+        uint32_t queue = 0;
+        const auto begun = std::chrono::steady_clock::now();
+        EXPECT_EQ(VeskVideoBuffCreateQueue(&queue), uint32_t{VESK_SERVICE_ERR_ROOM});
+        EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::milliseconds(100));
+    };
     std::vector<Child> creators;
-    for (int i = 0; i < 16; ++i)
-        creators.push_back(Prepared(fill));
-    uint32_t queue = 0;
-    EXPECT_EQ(VeskVideoBuffCreateQueue(&queue), uint32_t{VESK_SERVICE_ERR_ROOM});
+    for (int i = 0; i < 8; ++i)
+        creators.push_back(Prepared([&] {
+            fill(128);
+            refused(); // one process has no more
+        }));
+    refused();
     creators.pop_back();
-    fill();
-    EXPECT_EQ(VeskVideoBuffCreateQueue(&queue), uint32_t{VESK_SERVICE_ERR_ROOM});
-    HostQueueState state{};
-    for (Child& creator : creators) {
-        const auto any = static_cast<uint32_t>(creator.Process()) << 10;
-        creator.Wait(SIGKILL);
-        EXPECT_NE(HostQueueFind(any, &state), 0U); // removes what it has left
-    }
+    fill(127);
+    Play("EXIT; GET_VO_COUNT = 2"); // which frees them
+    fill(128);
+    refused();
 }
 
 FORKED_TEST(Application, WhatItHeldIsFreeOnceItHasLeftOrIsDead)

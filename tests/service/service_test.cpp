@@ -3,9 +3,13 @@
 
 #include <atomic>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <regex>
 #include <thread>
+
+#include <sys/stat.h>
+#include <sys/wait.h>
 
 /// The library's hook, defined by the application.
 int GetSelfProcName(std::string& name)
@@ -30,10 +34,23 @@ FORKED_TEST(Application, TwoToursOfTheDeviceRunAtOnce)
 
 FORKED_TEST(Application, ASecondOneOfTheSameNameStillGetsAnswers)
 {
-    const Child service = StartService();
-    const Child first = Prepared([] { EXPECT_EQ(VeskVideoInit(), 0U); });
+    setenv("VESK_LOG_TARGET", ("file:" + directory.File("log")).c_str(), 1);
+    Child service = StartService();
+    unsetenv("VESK_LOG_TARGET");
+    Child first = Prepared(
+        [] {
+            EXPECT_EQ(VeskVideoInit(), 0U);
+            Install();
+        },
+        [] {
+            const size_t told = Arrived(VESK_VIDEO_ON_VIDEO_DIE_NOTIFY).size();
+            std::printf("told %zu, announced %zu", told,
+                        Arrived(VESK_VIDEO_ON_VI_PORT_PLUG_STATE_NOTIFY, 3).size());
+        });
     testing::internal::CaptureStderr();
     EXPECT_EQ(VeskVideoInit(), 0U);
+    EXPECT_EQ(Number(VeskVideoGetVoCount), 2U);
+    EXPECT_EQ(VeskVideoExit(), 0U);
     EXPECT_EQ(Number(VeskVideoGetVoCount), 2U);
     const std::string errors = testing::internal::GetCapturedStderr();
     const std::string line = "test-app.VAPI is already served by process " + std::to_string(first.Process());
@@ -42,6 +59,70 @@ FORKED_TEST(Application, ASecondOneOfTheSameNameStillGetsAnswers)
     EXPECT_EQ(Start(VESK_SERVICE_PATH, "--task", "VCTL").Wait(), 1); // the name is taken
     EXPECT_EQ(Start(VESK_SERVICE_PATH, "--task", sixteen.c_str()).Wait(), 1);
     EXPECT_EQ(Start(VESK_SERVICE_PATH, "--process", sixteen.c_str()).Wait(), 2);
+    // The first one has its name still, and has heard nothing twice.
+    service.Wait(SIGTERM);
+    first.ExpectOutput("told 1, announced 3");
+    const std::string taken = line + "; process " + std::to_string(getpid()) + " receives no notifications\n";
+    EXPECT_NE(Contents(directory.File("log")).find(taken), std::string::npos);
+}
+
+// Whatever stands in the place of the clients' file or of its draft: the service starts, serves and ends.
+FORKED_TEST(Application, TheServiceReadsOnlyAShortRegularFileOfClients)
+{
+    const std::string clients = directory.File("VIDEO.VCTL.clients");
+    void (*const places[])(const std::string&) = {
+        [](const std::string& path) { EXPECT_EQ(mkfifo(path.c_str(), 0600), 0); },
+        [](const std::string& path) { EXPECT_EQ(mkdir(path.c_str(), 0700), 0); },
+        [](const std::string& path) { EXPECT_EQ(symlink("/dev/zero", path.c_str()), 0); },
+        [](const std::string& path) {
+            std::ofstream(path) << '\n';
+            EXPECT_EQ(truncate(path.c_str(), int64_t{2} << 30), 0);
+        },
+        [](const std::string& path) {
+            std::ofstream file(path);
+            for (int i = 0; i < 200000; ++i)
+                file << 'c' << i << "\tVAPI\t" << getpid() << '\n';
+        }};
+    for (const std::string& path : {clients, clients + ".new"}) {
+        for (const auto place : places) {
+            std::filesystem::remove_all(path);
+            std::filesystem::remove(directory.File("log"));
+            place(path);
+            const auto begun = std::chrono::steady_clock::now();
+            setenv("VESK_LOG_TARGET", ("file:" + directory.File("log")).c_str(), 1);
+            Child service = StartService();
+            unsetenv("VESK_LOG_TARGET");
+            EXPECT_EQ(VeskVideoInit(), 0U);
+            EXPECT_EQ(VeskVideoInit(), 0U);
+            EXPECT_EQ(service.Wait(SIGTERM), 0);
+            EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(2));
+            const std::string log = Contents(directory.File("log"));
+            EXPECT_EQ(log.find("VIDEO.VCTL.clients is ignored: ") != log.npos, path == clients) << log;
+        }
+    }
+}
+
+// What a dead process has not been waited for yet does not keep its name.
+FORKED_TEST(Application, ADeadOneLosesItsName)
+{
+    const Child service = StartService();
+    Child first = Prepared([] { EXPECT_EQ(VeskVideoInit(), 0U); });
+    kill(first.Process(), SIGKILL);
+    siginfo_t ended;
+    waitid(P_PID, static_cast<id_t>(first.Process()), &ended, WEXITED | WNOWAIT);
+    EXPECT_EQ(VeskVideoInit(), 0U);
+    std::list<NorthMsgResendInfo> held;
+    EXPECT_TRUE(Eventually([&] { return VeskVideoGetMsgResendQ(&held) == 0 && held.size() == 9; }));
+}
+
+// A plug-in may be unloaded: its receive thread goes on.
+FORKED_TEST(Application, TheLibraryStaysWhenItIsUnloaded)
+{
+    Child service = StartService();
+    Child host = Start(VESK_PLUGIN_HOST_PATH, VESK_LIBRARY_PATH);
+    host.ExpectOutput("unloaded");
+    service.Wait(SIGTERM); // which is notified
+    EXPECT_EQ(host.Wait(), 0);
 }
 
 FORKED_TEST(VideoService, ExitAndInitAtOnceKeepTheClientKnown)

@@ -116,7 +116,8 @@ std::multiset<std::string> OpenDescriptors()
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
         std::error_code isClosed; // meanwhile, by another thread
         const std::string target = std::filesystem::read_symlink(entry, isClosed);
-        if (!isClosed && target.find("anon_inode:[event") != 0 && target.find("/proc/") != 0)
+        if (!isClosed && target.find("anon_inode:[event") != 0 && target.find("/proc/") != 0 &&
+            target.find("/queues-") == target.npos)
             open.insert(target);
     }
     return open;

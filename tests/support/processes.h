@@ -68,7 +68,8 @@ std::string Contents(const std::string& path);
 /// Waits until @p condition holds; false after ten seconds.
 bool Eventually(const std::function<bool()>& condition);
 
-/// What the descriptors of this process refer to, but for what a task waits with, which stays.
+/// What the descriptors of this process refer to, but for what a task waits with and the file of this
+/// process's queues, which stay.
 std::multiset<std::string> OpenDescriptors();
 
 /// Runs @p body in a fork of this process, where its expectations must hold.

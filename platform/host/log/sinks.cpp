@@ -13,6 +13,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <exception>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -107,12 +108,20 @@ void Write(uint32_t level, std::string line, std::string_view text)
     sinks.logger.log(ToSpdlog(level), spdlog::string_view_t(line));
 }
 
+/// A line that there is no memory for leaves this in its place.
+void ReportLostLine()
+{
+    std::fputs("a log line is lost: out of memory\n", stderr);
+}
+
 } // namespace
 
 void WriteLine(uint32_t level, const char* origin, const char* text)
-{
+try {
     if (level <= g_sinks.Get().settings.logLevel)
         Write(level, std::string("[") + origin + "] ", text);
+} catch (const std::exception&) {
+    ReportLostLine();
 }
 
 } // namespace vesk::host
@@ -120,8 +129,10 @@ void WriteLine(uint32_t level, const char* origin, const char* text)
 using namespace vesk::host;
 
 uint32_t ZORA_GetVideoTracLevel(void)
-{
+try {
     return g_sinks.Get().settings.traceLevel;
+} catch (const std::exception&) {
+    return LogSettings::kDefaultLevel;
 }
 
 uint32_t VeskVideoGetPrivateLogId(uint32_t index)
@@ -131,7 +142,7 @@ uint32_t VeskVideoGetPrivateLogId(uint32_t index)
 
 void ZORA_Trace(uint32_t threshold, uint32_t level, const char* module, const char* function, uint32_t line,
                 const char* format, ...)
-{
+try {
     if (level > threshold)
         return;
     va_list values;
@@ -139,11 +150,13 @@ void ZORA_Trace(uint32_t threshold, uint32_t level, const char* module, const ch
     const std::string text = Format(format, values);
     va_end(values);
     Write(level, std::string("[") + module + "] " + function + ':' + std::to_string(line) + ' ', text);
+} catch (const std::exception&) {
+    ReportLostLine();
 }
 
 void VeskOmLogModuleLogRecord(uint32_t level, uint32_t, const char* source, uint32_t sourceLen, uint32_t line,
                               const char* format, ...)
-{
+try {
     if (level > g_sinks.Get().settings.logLevel)
         return;
     va_list values;
@@ -151,4 +164,6 @@ void VeskOmLogModuleLogRecord(uint32_t level, uint32_t, const char* source, uint
     const std::string text = Format(format, values);
     va_end(values);
     Write(level, '[' + std::string(source, sourceLen) + "] " + std::to_string(line) + ' ', text);
+} catch (const std::exception&) {
+    ReportLostLine();
 }

@@ -1,247 +1,300 @@
-// Shared-memory queues: one POSIX shared-memory object each, named after user, creator and queue.
+// Buffer queues: the state of each is a record in its creator's file in the runtime directory.
 //
-// An identifier is made of the creator's process number and a number of its own, so living processes
-// never hand out the same one. What a killed creator left behind is removed by the first process that finds
-// it.
+// An identifier is made of the creator's process number, which names the file, and the number of the record.
+// The creator locks its file as long as it lives, so that a file that a killed process has left is told from
+// one in use. The lock is a process's own: a forked child does not inherit it, and closing any descriptor of
+// the file gives it up.
 #include "vesk_host/queue.h"
-#include "platform/os_queue.h"
-#include "process/unique_fd.h"
 
-#include <dirent.h>
+#include "message/report.h"
+#include "message/runtime_dir.h"
+#include "platform/os_queue.h"
+#include "process/fork.h"
+
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
+#include <cstddef>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
+#include <exception>
+#include <filesystem>
 #include <mutex>
-#include <optional>
-#include <set>
-#include <string>
 #include <string_view>
-#include <utility>
+#include <thread>
 
 namespace {
 
-using vesk::host::UniqueFd;
+using namespace vesk::host;
 
-constexpr char kDirectory[] = "/dev/shm";
 constexpr uint32_t kNumberBits = 10;
 constexpr uint32_t kMaxQueues = (1U << kNumberBits) - 1;
-constexpr uint32_t kMark = 0x51534b56; // "VKSQ"
 
 enum Failure : uint32_t { kBadArgument = 1, kExists, kNoRoom, kUnknown, kSystem };
 
-struct SharedQueue {
-    uint32_t mark;
-    HostQueueState state;
+struct FileName {
+    char text[24];
+
+    explicit FileName(pid_t creator) { std::snprintf(text, sizeof text, "queues-%d", creator); }
 };
 
-std::string Prefix(int32_t creator)
+pid_t CreatorOf(uint32_t queueId)
 {
-    return "vesk-" + std::to_string(geteuid()) + '-' + std::to_string(creator) + '-';
+    return static_cast<pid_t>(queueId >> kNumberBits);
 }
 
-int32_t CreatorOf(uint32_t queueId)
+off_t OffsetOf(uint32_t queueId)
 {
-    return static_cast<int32_t>(queueId >> kNumberBits);
+    return static_cast<off_t>((queueId & kMaxQueues) * sizeof(HostQueueState));
 }
 
-/// A queue's memory, mapped for the time of one access.
-class Mapping {
-public:
-    explicit Mapping(const std::string& object)
-    {
-        const UniqueFd file(
-            [&] { return shm_open(('/' + object).c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW, 0); });
-        struct stat status {};
-        if (!file.IsOpen() || fstat(file.Get(), &status) != 0 || status.st_uid != geteuid() ||
-            status.st_size < static_cast<off_t>(sizeof(SharedQueue)))
-            return;
-        void* memory = mmap(nullptr, sizeof(SharedQueue), PROT_READ | PROT_WRITE, MAP_SHARED, file.Get(), 0);
-        if (memory == MAP_FAILED)
-            return;
-        queue_.reset(static_cast<SharedQueue*>(memory));
-        if (queue_->mark != kMark)
-            queue_.reset();
-    }
-
-    SharedQueue* operator->() const { return queue_.get(); }
-    explicit operator bool() const { return queue_ != nullptr; }
-
-private:
-    struct Unmap {
-        void operator()(SharedQueue* queue) const { munmap(queue, sizeof *queue); }
-    };
-    std::unique_ptr<SharedQueue, Unmap> queue_;
-};
-
-/// The memory of a living creator's queue, found by its identifier.
-std::optional<Mapping> Find(uint32_t queueId)
+/// Not open, with its errno, unless it is this user's regular file.
+UniqueFd OpenFile(int directory, const char* name, int flags)
 {
-    const int32_t creator = CreatorOf(queueId);
-    if (creator == 0)
-        return std::nullopt;
-    const std::string prefix = Prefix(creator);
-    const bool isGone = kill(creator, 0) != 0 && errno == ESRCH;
-    const std::unique_ptr<DIR, int (*)(DIR*)> directory(opendir(kDirectory), &closedir);
-    while (const dirent* entry = directory != nullptr ? readdir(directory.get()) : nullptr) {
-        const std::string object = entry->d_name;
-        if (!object.starts_with(prefix))
+    UniqueFd file([=] {
+        return openat(directory, name, O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | flags,
+                      S_IRUSR | S_IWUSR);
+    });
+    struct stat status {};
+    if (!file.IsOpen() || fstat(file.Get(), &status) != 0)
+        return {};
+    errno = EEXIST;
+    return S_ISREG(status.st_mode) && status.st_uid == geteuid() ? std::move(file) : UniqueFd();
+}
+
+bool Lock(int file)
+{
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    return fcntl(file, F_SETLK, &lock) == 0;
+}
+
+/// The process that has locked a file, or -1.
+pid_t HolderOf(int file)
+{
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    return fcntl(file, F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK ? lock.l_pid : -1;
+}
+
+/// Removes the files of processes that were killed. Each is locked meanwhile, so that a new process of the
+/// same number does not begin to use it.
+void RemoveAbandoned(int directory)
+{
+    for (const auto& entry : std::filesystem::directory_iterator(RuntimeDirPath())) {
+        pid_t creator = 0;
+        if (std::sscanf(entry.path().filename().c_str(), "queues-%d", &creator) != 1 || creator == getpid())
             continue;
-        if (isGone) {
-            shm_unlink(('/' + object).c_str());
-            continue;
-        }
-        Mapping mapping(object);
-        if (mapping && mapping->state.queueId == queueId)
-            return mapping;
+        const FileName name(creator);
+        const UniqueFd file = OpenFile(directory, name.text, 0);
+        if (file.IsOpen() && Lock(file.Get()))
+            unlinkat(directory, name.text, 0);
     }
-    return std::nullopt;
 }
 
-uint32_t CopyState(const Mapping& mapping, HostQueueState* state)
-{
-    *state = mapping->state;
-    state->name[sizeof state->name - 1] = '\0';
-    state->peerProcName[sizeof state->peerProcName - 1] = '\0';
-    return 0;
-}
+void RemoveFileAtExit();
 
-/// The queues that this process has created; removed when it exits.
+/// The queues that this process has created.
 class Created {
 public:
-    static Created& Instance()
+    /// The file of this process, or -1. Stays open.
+    int File()
     {
-        static auto& created = *new Created; // never destroyed: threads may create until the very end
-        return created;
+        const std::lock_guard guard(lock_);
+        return file_.Get();
     }
 
     uint32_t Create(const OsMemQueReq& request, std::string_view name, uint32_t* queueId)
     {
         const std::lock_guard guard(lock_);
-        ForgetParentsQueues();
-        const std::optional<uint32_t> number = FreeNumber();
-        if (!number)
-            return kNoRoom;
-        const std::string object = '/' + Prefix(process_) + std::string(name);
-        const UniqueFd file([&] {
-            return shm_open(object.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
-        });
-        if (!file.IsOpen())
-            return errno == EEXIST ? kExists : kSystem;
-        SharedQueue queue{};
-        queue.mark = kMark;
-        queue.state.queueId = static_cast<uint32_t>(process_) << kNumberBits | *number;
-        queue.state.requestId = request.id;
-        queue.state.count = request.cnt;
-        queue.state.creator = process_;
-        std::memcpy(queue.state.name, name.data(), name.size());
-        if (write(file.Get(), &queue, sizeof queue) != static_cast<ssize_t>(sizeof queue)) {
-            shm_unlink(object.c_str());
+        if (!file_.IsOpen() && !Open())
             return kSystem;
+        uint32_t number = 0;
+        for (uint32_t other = kMaxQueues; other != 0; --other) {
+            if (std::string_view(names_[other]) == name)
+                return kExists;
+            if (*names_[other] == '\0')
+                number = other;
         }
-        if (numbers_.empty() && !removesAtExit_) {
-            removesAtExit_ = true;
-            std::atexit([] { Instance().RemoveAll(); });
-        }
-        numbers_.insert(*number);
-        *queueId = queue.state.queueId;
+        if (number == 0)
+            return kNoRoom;
+        HostQueueState state{};
+        state.creator = getpid();
+        state.queueId = static_cast<uint32_t>(state.creator) << kNumberBits | number;
+        state.requestId = request.id;
+        state.count = request.cnt;
+        name.copy(state.name, sizeof state.name - 1);
+        if (!Write(state.queueId, state))
+            return kSystem;
+        std::memcpy(names_[number], state.name, sizeof state.name);
+        *queueId = state.queueId;
         return 0;
     }
 
     uint32_t Remove(uint32_t queueId)
     {
         const std::lock_guard guard(lock_);
-        ForgetParentsQueues();
-        const auto mapping = Find(queueId);
-        if (CreatorOf(queueId) != process_ || !mapping)
+        char* name = names_[queueId & kMaxQueues];
+        if (CreatorOf(queueId) != getpid() || *name == '\0')
             return kUnknown;
-        shm_unlink(('/' + Prefix(process_) + (*mapping)->state.name).c_str());
-        numbers_.erase(queueId & kMaxQueues);
-        return 0;
+        *name = '\0';
+        return Write(queueId, {}) ? 0 : uint32_t{kSystem};
+    }
+
+    void RemoveFile()
+    {
+        const std::lock_guard guard(lock_);
+        if (!file_.IsOpen())
+            return;
+        if (const UniqueFd directory = OpenRuntimeDir(WhenMissing::kLeave); directory.IsOpen())
+            unlinkat(directory.Get(), FileName(getpid()).text, 0);
     }
 
 private:
-    void ForgetParentsQueues()
+    bool Write(uint32_t queueId, const HostQueueState& state)
     {
-        if (const pid_t self = getpid(); std::exchange(process_, self) != self)
-            numbers_.clear();
+        return pwrite(file_.Get(), &state, sizeof state, OffsetOf(queueId)) == ssize_t{sizeof state};
     }
 
-    std::optional<uint32_t> FreeNumber() const
+    /// Takes over what a killed process of the same number has left.
+    bool Open()
     {
-        for (uint32_t number = 1; number <= kMaxQueues; ++number) {
-            if (numbers_.count(number) == 0)
-                return number;
+        constexpr int kAttempts = 100;
+        const UniqueFd directory = OpenRuntimeDir();
+        if (!directory.IsOpen())
+            return false;
+        RemoveAbandoned(directory.Get());
+        const FileName name(getpid());
+        for (int attempt = 0; attempt < kAttempts; ++attempt) {
+            UniqueFd file = OpenFile(directory.Get(), name.text, O_CREAT);
+            if (!file.IsOpen())
+                break;
+            struct stat status {};
+            if (Lock(file.Get()) && fstat(file.Get(), &status) == 0 && status.st_nlink != 0 &&
+                ftruncate(file.Get(), 0) == 0) {
+                file_ = std::move(file);
+                std::atexit(RemoveFileAtExit);
+                return true;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(1)); // another process is removing it
         }
-        return std::nullopt;
-    }
-
-    void RemoveAll()
-    {
-        ForgetParentsQueues();
-        for (const uint32_t number : std::set<uint32_t>(numbers_))
-            Remove(static_cast<uint32_t>(process_) << kNumberBits | number);
+        Report(kReportError, "%s in %s cannot be used: %s", name.text, RuntimeDirPath().c_str(),
+               strerror(errno));
+        return false;
     }
 
     std::mutex lock_;
-    pid_t process_ = getpid();
-    std::set<uint32_t> numbers_;
-    bool removesAtExit_ = false;
+    UniqueFd file_;
+    char names_[kMaxQueues + 1][sizeof HostQueueState::name] = {}; // by number; empty where there is none
+};
+
+PerProcess<Created> g_created;
+
+void RemoveFileAtExit()
+{
+    try {
+        g_created->RemoveFile();
+    } catch (const std::exception&) { // out of memory: the next process that creates queues removes it
+    }
+}
+
+/// The record of a living creator's queue, found by its identifier.
+class Record {
+public:
+    explicit Record(uint32_t queueId) : offset_(OffsetOf(queueId))
+    {
+        const pid_t creator = CreatorOf(queueId);
+        int file = -1;
+        if (creator == getpid()) {
+            file = g_created->File();
+        } else if (const UniqueFd directory = OpenRuntimeDir(WhenMissing::kLeave); directory.IsOpen()) {
+            opened_ = OpenFile(directory.Get(), FileName(creator).text, 0);
+            if (HolderOf(opened_.Get()) == creator)
+                file = opened_.Get();
+        }
+        if (pread(file, &state_, sizeof state_, offset_) == ssize_t{sizeof state_} &&
+            state_.queueId == queueId)
+            file_ = file;
+    }
+
+    explicit operator bool() const { return file_ >= 0; }
+
+    HostQueueState State() const
+    {
+        HostQueueState state = state_;
+        state.name[sizeof state.name - 1] = '\0';
+        state.peerProcName[sizeof state.peerProcName - 1] = '\0';
+        return state;
+    }
+
+    /// Writes the field at @p offset alone: others may be written meanwhile.
+    template <class Field>
+    uint32_t Set(size_t offset, const Field& value) const
+    {
+        const off_t at = offset_ + static_cast<off_t>(offset);
+        return pwrite(file_, &value, sizeof value, at) == ssize_t{sizeof value} ? 0 : uint32_t{kSystem};
+    }
+
+private:
+    const off_t offset_;
+    UniqueFd opened_;
+    int file_ = -1;
+    HostQueueState state_{};
 };
 
 } // namespace
 
+// Out of memory or of locks, they fail.
+
 uint32_t OsShmAdvancedBuffCreateQueue(OsMemQueReq* request, uint32_t* queueId)
-{
+try {
     if (request == nullptr || queueId == nullptr || request->cnt == 0)
         return kBadArgument;
     const std::string_view name(request->name, strnlen(request->name, sizeof request->name));
     if (name.empty() || name.size() == sizeof request->name || name.find('/') != name.npos)
         return kBadArgument;
-    return Created::Instance().Create(*request, name, queueId);
+    return g_created->Create(*request, name, queueId);
+} catch (const std::exception&) {
+    return kSystem;
 }
 
 uint32_t OsShmAdvancedInitQueue(uint32_t queueId, const char* peerProcName)
-{
-    if (peerProcName == nullptr || strlen(peerProcName) >= sizeof(HostQueueState::peerProcName))
+try {
+    char name[sizeof HostQueueState::peerProcName] = {};
+    if (peerProcName == nullptr || strlen(peerProcName) >= sizeof name)
         return kBadArgument;
-    const auto mapping = Find(queueId);
-    if (!mapping)
-        return kUnknown;
-    std::memset((*mapping)->state.peerProcName, 0, sizeof(HostQueueState::peerProcName));
-    std::memcpy((*mapping)->state.peerProcName, peerProcName, strlen(peerProcName));
-    return 0;
+    std::memcpy(name, peerProcName, strlen(peerProcName));
+    const Record record(queueId);
+    return record ? record.Set(offsetof(HostQueueState, peerProcName), name) : uint32_t{kUnknown};
+} catch (const std::exception&) {
+    return kSystem;
 }
 
 uint32_t OsShmAdvancedActivateQueue(uint32_t queueId, bool enable)
-{
-    const auto mapping = Find(queueId);
-    if (!mapping)
-        return kUnknown;
-    (*mapping)->state.isEnabled = enable ? 1 : 0;
-    return 0;
+try {
+    const Record record(queueId);
+    return record ? record.Set(offsetof(HostQueueState, isEnabled), uint32_t{enable}) : uint32_t{kUnknown};
+} catch (const std::exception&) {
+    return kSystem;
 }
 
 uint32_t HostQueueFind(uint32_t queueId, HostQueueState* state)
-{
-    const auto mapping = Find(queueId);
-    return mapping && state != nullptr ? CopyState(*mapping, state) : uint32_t{kUnknown};
-}
-
-uint32_t HostQueueOpen(int32_t creator, const char* name, HostQueueState* state)
-{
-    if (name == nullptr || state == nullptr || strchr(name, '/') != nullptr)
-        return kBadArgument;
-    const Mapping mapping(Prefix(creator) + name);
-    return mapping ? CopyState(mapping, state) : uint32_t{kUnknown};
+try {
+    const Record record(queueId);
+    if (!record || state == nullptr)
+        return kUnknown;
+    *state = record.State();
+    return 0;
+} catch (const std::exception&) {
+    return kSystem;
 }
 
 uint32_t HostQueueRemove(uint32_t queueId)
-{
-    return Created::Instance().Remove(queueId);
+try {
+    return g_created->Remove(queueId);
+} catch (const std::exception&) {
+    return kSystem;
 }

@@ -7,6 +7,7 @@
 
 #include <pthread.h>
 
+#include <exception>
 #include <map>
 #include <mutex>
 
@@ -35,7 +36,7 @@ struct Listed {
 } // namespace
 
 void BindMessageThread()
-{
+try {
     static thread_local Listed listed;
     static_cast<void>(listed);
     const pthread_t self = pthread_self();
@@ -44,12 +45,13 @@ void BindMessageThread()
     affinity.threads[static_cast<uint32_t>(self)] = self;
     if (const auto set = affinity.wanted.extract(static_cast<uint32_t>(self)))
         pthread_setaffinity_np(self, sizeof(cpu_set_t), &set.mapped());
+} catch (const std::exception&) { // out of memory: it stays where it is
 }
 
 } // namespace vesk::host
 
 int32_t OsSetProcessAffinity(uint32_t threadId, const cpu_set_t* cpuSet, uint32_t)
-{
+try {
     using namespace vesk::host;
     if (cpuSet == nullptr)
         return -1;
@@ -67,4 +69,6 @@ int32_t OsSetProcessAffinity(uint32_t threadId, const cpu_set_t* cpuSet, uint32_
         return pthread_setaffinity_np(thread->second, sizeof usable, &usable) == 0 ? 0 : -1;
     affinity.wanted[threadId] = usable;
     return 0;
+} catch (const std::exception&) {
+    return -1;
 }

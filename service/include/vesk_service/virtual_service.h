@@ -33,6 +33,9 @@ enum VeskServiceLimit {
     VESK_SERVICE_MAX_MICE = 4,           /**< Mouse streams of each kind. */
     VESK_SERVICE_MAX_UVC = 8,            /**< UVC streams, numbered from 0. */
     VESK_SERVICE_MAX_LOOPS = 16,         /**< Stream loops. */
+    VESK_SERVICE_MAX_STREAMS = 64,       /**< Streams that an input engine is connected to. */
+    VESK_SERVICE_MAX_QUEUES = 1024,      /**< Announced queues. */
+    VESK_SERVICE_MAX_OWN_QUEUES = 128,   /**< Queues that one process has announced. */
     VESK_SERVICE_MAX_PRESETS = 64,       /**< Presets of a camera. */
     VESK_SERVICE_MAX_PRESET_QUERY = 1024 /**< Entries of one preset query. */
 };

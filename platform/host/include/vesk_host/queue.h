@@ -1,6 +1,6 @@
 /**
  * @file
- * How another process on the host finds a buffer queue: by its identifier, or by its creator and name.
+ * How another process on the host finds a buffer queue.
  */
 #ifndef VESK_HOST_QUEUE_H
 #define VESK_HOST_QUEUE_H
@@ -11,7 +11,7 @@
 extern "C" {
 #endif
 
-/** State of a queue, as its shared memory holds it. */
+/** State of a queue, as its creator's file in the runtime directory holds it. */
 typedef struct HostQueueState {
     uint32_t queueId;
     uint32_t requestId;    /**< OsMemQueReq::id. */
@@ -24,9 +24,6 @@ typedef struct HostQueueState {
 
 /** Finds a queue of this user by its identifier. @return 0: found; nonzero: there is none. */
 uint32_t HostQueueFind(uint32_t queueId, HostQueueState* state);
-
-/** Finds a queue of this user by its creator and name. @return 0: found; nonzero: there is none. */
-uint32_t HostQueueOpen(int32_t creator, const char* name, HostQueueState* state);
 
 /** Removes a queue that this process created. @return 0: removed; nonzero: there is none. */
 uint32_t HostQueueRemove(uint32_t queueId);
