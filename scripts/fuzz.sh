@@ -21,7 +21,7 @@ run() {
     -artifact_prefix="$3/failed/$name-" -print_final_stats=1 -close_fd_mask=1 "$3/corpus/$name" >"$log" 2>&1 ||
     status=$?
   [ $status -eq 0 ] || tail -n 60 "$log" >&2
-  echo "$name: $(sed -n 's/^stat::number_of_executed_units: *//p' "$log") inputs," \
+  echo "$name: $(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -n 1) inputs," \
     "$(find "$3/corpus/$name" -type f | wc -l) kept, status $status"
   return $status
 }

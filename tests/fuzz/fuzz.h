@@ -28,17 +28,18 @@ inline void Check(bool holds, const char* what)
 }
 #define CHECK(condition) fuzz::Check(condition, #condition)
 
-/// Runtime directory of this process, made at the first call and removed when the process ends.
+/// Runtime directory of this process, made at the first call and removed when the process ends; its name is
+/// needed until then.
 inline const std::string& RuntimeDir()
 {
-    static const std::string path = [] {
+    static const std::string& path = *new std::string([] {
         std::string name = "/tmp/vesk-fuzz-XXXXXX";
         CHECK(mkdtemp(name.data()) != nullptr);
         setenv("VESK_RUNTIME_DIR", name.c_str(), 1);
         setenv("VESK_LOG_TARGET", "none", 1);
         std::atexit([] { std::filesystem::remove_all(RuntimeDir()); });
         return name;
-    }();
+    }());
     return path;
 }
 

@@ -34,7 +34,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
         head.ulParam1 = input.ConsumeIntegral<uint64_t>();
         head.ulParam2 = input.ConsumeIntegral<uint32_t>();
         const size_t length =
-            input.ConsumeBool() ? listed.payload.size : input.ConsumeIntegralInRange(0, 4096);
+            input.ConsumeBool() ? listed.payload.size : input.ConsumeIntegralInRange<size_t>(0, 4096);
         std::vector<uint8_t> message(sizeof head + length); // allocated: nothing follows it
         std::memcpy(message.data(), &head, sizeof head);
         const size_t cut = input.ConsumeBool() ? input.ConsumeIntegralInRange<size_t>(0, message.size()) : 0;
@@ -47,10 +47,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
         const uint32_t result = VeskProcDealToNorthInterfaceMsg(&envelope);
         CHECK((result == 0) == (sent.size() >= sizeof head));
     }
-    std::list<NorthMsgResendInfo> held;
-    VeskVideoGetMsgResendQ(&held);
-    for (const NorthMsgResendInfo& info : held)
-        CHECK(info.notifyId >= 100 && info.notifyId <= 103);
-    g_veskVideoCallBackPtr = Read;
+    VeskVideoCallbackInfo info{}; // delivers what is held
+    info.notifyCallback = Read;
+    VeskVideoSetCallback(&info);
     return 0;
 }

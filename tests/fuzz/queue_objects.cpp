@@ -3,6 +3,8 @@
 
 #include "vesk_host/queue.h"
 
+#include <csignal>
+
 #include <fcntl.h>
 #include <sys/prctl.h>
 

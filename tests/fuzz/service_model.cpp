@@ -56,7 +56,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
             count = std::min<uint64_t>(messages::ValueOf(g_head, form.count), 64);
         const size_t length = isExact && form.kind != messages::Kind::kBytes
                                   ? form.size * count
-                                  : input.ConsumeIntegralInRange(0, 2048);
+                                  : input.ConsumeIntegralInRange<size_t>(0, 2048);
         std::vector<uint8_t> data(sizeof g_head + length);
         std::memcpy(data.data(), &g_head, sizeof g_head);
         const std::string payload = input.ConsumeRandomLengthString(length);
