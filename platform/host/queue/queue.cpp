@@ -11,6 +11,7 @@
 #include "platform/os_queue.h"
 #include "process/fork.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -21,7 +22,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
-#include <filesystem>
+#include <memory>
 #include <mutex>
 #include <string_view>
 #include <thread>
@@ -84,9 +85,15 @@ pid_t HolderOf(int file)
 /// same number does not begin to use it.
 void RemoveAbandoned(int directory)
 {
-    for (const auto& entry : std::filesystem::directory_iterator(RuntimeDirPath())) {
+    UniqueFd listed([=] { return openat(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
+    // Not std::filesystem's iterator, which ends the process when memory runs out.
+    const std::unique_ptr<DIR, int (*)(DIR*)> entries(fdopendir(listed.Get()), closedir);
+    if (entries == nullptr)
+        return;
+    listed.Release();
+    while (const dirent* const entry = readdir(entries.get())) {
         pid_t creator = 0;
-        if (std::sscanf(entry.path().filename().c_str(), "queues-%d", &creator) != 1 || creator == getpid())
+        if (std::sscanf(entry->d_name, "queues-%d", &creator) != 1 || creator == getpid())
             continue;
         const FileName name(creator);
         const UniqueFd file = OpenFile(directory, name.text, 0);

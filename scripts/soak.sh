@@ -1,0 +1,136 @@
+#!/usr/bin/env bash
+# Runs the virtual service and eight applications under load for a while: system calls fail at random, all are
+# ended and killed at random and started again. Ends with status 1 if one crashes or hangs, or if descriptors,
+# memory or the files in the runtime directory have grown. Logs are in build/PRESET/soak.
+#
+#   scripts/soak.sh [MINUTES] [--preset PRESET]     default: 2 minutes, preset dev
+set -euo pipefail
+cd "$(dirname "$0")/.."
+. scripts/packages.sh
+
+minutes=2 preset=dev
+while [ $# -gt 0 ]; do
+  case "$1" in
+    --preset) preset=${2:?--preset needs a name}; shift ;;
+    [1-9]*) minutes=$1 ;;
+    *) echo "usage: $0 [MINUTES] [--preset PRESET]" >&2; exit 2 ;;
+  esac
+  shift
+done
+install_packages
+quietly cmake --preset "$preset"
+quietly cmake --build --preset "$preset" --parallel "$(nproc)" \
+  --target vesk-video-service soak_application vesk_fault_shim
+build=build/$preset logs=build/$preset/soak
+rm -rf "$logs"
+mkdir -p "$logs"
+VESK_RUNTIME_DIR=$(mktemp -d)
+export VESK_RUNTIME_DIR VESK_LOG_TARGET=none
+preload=$PWD/$(find "$build/tests" -name 'libvesk_fault_shim.so')
+most=4096
+case $(sed -n 's/^VESK_SANITIZE:[^=]*=//p' "$build/CMakeCache.txt") in
+  address*)
+    preload="$(g++ -print-file-name=libasan.so) $(g++ -print-file-name=libubsan.so) $preload" most=65536
+    export ASAN_OPTIONS=quarantine_size_mb=1:detect_leaks=0
+    ;;
+  thread) preload="$(g++ -print-file-name=libtsan.so) $preload" most=131072 ;;
+esac
+faults="recv=EINTR%20 recv=SHORT%20 recvmsg=EINTR%20 sendmsg=EINTR%20 sendmsg=SHORT%20 accept4=EINTR%20"
+faults+=" accept4=EMFILE%20 socket=EMFILE%5 epoll_ctl=ENOMEM%2 openat=EINTR%10 openat=EMFILE%10 pread=EINTR%10"
+faults+=" pwrite=ENOSPC%10 ftruncate=ENOSPC%10"
+
+declare -A pids=()
+service=0 failures=0 ended=0 killed=0 service_restarts=0 seed=0
+finish() {
+  for pid in "${pids[@]}" $service; do [ "$pid" -eq 0 ] || kill -KILL "$pid" 2>/dev/null || true; done
+  rm -rf "$VESK_RUNTIME_DIR"
+}
+trap finish EXIT
+fail() { echo "soak: $*" >&2; failures=$((failures + 1)); }
+
+# with_faults COMMAND...: in place of this shell
+with_faults() { exec env LD_PRELOAD="$preload" VESK_FAULTS="${faults:+seed=$seed $faults}" "$@"; }
+start_service() {
+  seed=$((seed + 1))
+  with_faults "$build/service/vesk-video-service" >>"$logs/service.log" 2>&1 &
+  service=$!
+}
+start_application() {
+  seed=$((seed + 1))
+  with_faults "$build/tests/soak_application" "soak-$1" "$most" >>"$logs/soak-$1.log" 2>&1 &
+  pids[$1]=$!
+}
+# stop NAME PID SIGNAL: ends a process that must still run and end as told, within a minute
+stop() {
+  local status=0 expected=0 watchdog
+  [ "$3" = TERM ] || expected=137
+  kill -"$3" "$2" 2>/dev/null || true
+  { sleep 60; kill -ABRT "$2"; } 2>/dev/null &
+  watchdog=$!
+  wait "$2" || status=$?
+  kill "$watchdog" 2>/dev/null
+  wait "$watchdog" 2>/dev/null || true
+  [ $status -eq $expected ] || fail "$1 ended with status $status after SIG$3; see $logs"
+  if [ "$3" = TERM ]; then ended=$((ended + 1)); else killed=$((killed + 1)); fi
+}
+random_signal() { if [ $((RANDOM % 2)) -eq 0 ]; then echo TERM; else echo KILL; fi; }
+restart_one() {
+  local i=$((RANDOM % 8))
+  stop "soak-$i" "${pids[$i]}" "$(random_signal)"
+  start_application $i
+}
+all_applications() { # start, or end
+  for i in {0..7}; do
+    if [ "$1" = start ]; then start_application "$i"; else stop "soak-$i" "${pids[$i]}" TERM; fi
+  done
+  [ "$1" = start ] || pids=()
+}
+# A calm pass cleans up what the killed have left.
+calmly() { local faults=""; all_applications start; sleep 3; all_applications end; sleep 1; }
+files() { find "$VESK_RUNTIME_DIR" -mindepth 1 -printf '%f %y\n' | sort; }
+state() {
+  echo "$(find "/proc/$service/fd" -mindepth 1 | wc -l) $(awk '/VmRSS/ { print $2 }' "/proc/$service/status")"
+}
+
+begun=$SECONDS
+until_second() { [ $((SECONDS - begun)) -lt "$1" ]; }
+faults='' start_service
+sleep 1
+calmly
+files >"$logs/files.before"
+all_applications start
+while until_second $((minutes * 40)); do # the service is restarted as well
+  sleep 1
+  restart_one
+  if [ $((RANDOM % 4)) -eq 0 ]; then
+    stop service "$service" "$(random_signal)"
+    start_service
+    service_restarts=$((service_restarts + 1))
+  fi
+done
+all_applications end
+stop service "$service" TERM
+start_service
+sleep 1
+calmly
+read -r descriptors memory <<<"$(state)"
+all_applications start
+while until_second $((minutes * 60)); do # one service has to bear it
+  sleep 1
+  restart_one
+done
+all_applications end
+calmly
+read -r descriptors_after memory_after <<<"$(state)"
+files >"$logs/files.after"
+stop service "$service" TERM
+service=0
+
+[ "$descriptors_after" -le $((descriptors + 2)) ] || fail "descriptors of the service: $descriptors, then $descriptors_after"
+[ "$memory_after" -le $((memory + most)) ] || fail "memory of the service: $memory KiB, then $memory_after KiB"
+diff "$logs/files.before" "$logs/files.after" || fail "the runtime directory is not as it was"
+awk '/^[0-9 ]+$/ { r += $1; q += $2; f += $3; n += $4; k += $5 }
+  END { printf "%d rounds, %d requests (%d failed), %d notifications, %d forks\n", r, q, f, n, k }' "$logs"/soak-*.log
+echo "$ended ended, $killed killed, of them $service_restarts services; descriptors of the service $descriptors," \
+  "then $descriptors_after; memory $memory KiB, then $memory_after KiB; $failures failures"
+[ "$failures" -eq 0 ]

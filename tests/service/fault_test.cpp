@@ -1,0 +1,145 @@
+// Each call to the system and each allocation of a client and its service fails in turn: nothing hangs or
+// leaks, and once they succeed again everything works.
+#include "service/service.h"
+#include "support/failing_malloc.h"
+#include "support/fault_shim.h"
+#include "support/processes.h"
+#include "vesk_host/message.h"
+#include "vesk_host/queue.h"
+
+#include <atomic>
+#include <cstdio>
+#include <thread>
+
+#include <sys/mman.h>
+
+using namespace processes;
+
+namespace {
+
+vesk::service::Service* g_service;
+std::atomic<unsigned> g_notified;
+
+uint32_t Serve(OsMsgEnvelope* message)
+try {
+    g_service->Handle(*message);
+    return 0;
+} catch (const std::bad_alloc&) { // as the service's program: the sender sees a failure
+    return 0;
+}
+
+uint32_t OnNotification(uint32_t, void*, uint32_t)
+{
+    ++g_notified;
+    return 0;
+}
+
+/// What an application does, some of it in vain. Returns the results that are not 0, one a character.
+std::string Use()
+{
+    VeskVideoCallbackInfo callback{};
+    callback.notifyCallback = OnNotification;
+    VeskVideoViPortInfo ports[3];
+    uint32_t count = 0, queue = 0;
+    std::string results;
+    const auto expect = [&](uint32_t result) { results += result == 0 ? '.' : 'F'; };
+    expect(VeskVideoInit());
+    expect(VeskVideoSetCallback(&callback));
+    expect(VeskVideoGetViCount(&count));
+    expect(VeskVideoGetViPort(ports, 3));
+    expect(VeskVideoBuffCreateQueue(&queue));
+    HostQueueState state{};
+    expect(HostQueueFind(queue, &state));
+    expect(OsShmAdvancedInitQueue(queue, "peer"));
+    expect(OsShmAdvancedActivateQueue(queue, true));
+    expect(VeskVideoBuffDestroyQueue(queue));
+    HostQueueRemove(queue);
+    return results;
+}
+
+bool Works()
+{
+    const unsigned before = g_notified;
+    const std::string results = Use();
+    const bool works = results == "........." && Eventually([&] { return g_notified >= before + 9; });
+    EXPECT_TRUE(works) << results << ", notifications: " << g_notified - before;
+    return works;
+}
+
+/// What the fork of a case leaves to the others.
+struct Shared {
+    std::atomic<bool> hasFailed;     ///< A call has failed.
+    std::atomic<size_t> descriptors; ///< At the end, when none has.
+};
+Shared& g_shared = *static_cast<Shared*>(
+    mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+
+/// Uses the service after @p begin, which lets calls fail; after @p end, which ends that, all must work.
+bool Survives(const std::function<void()>& begin, const std::function<bool()>& end)
+{
+    RuntimeDir directory;
+    const auto body = [&] {
+        alarm(30); // nothing hangs
+        setenv("VESK_LOG_TARGET", "none", 1);
+        static vesk::service::Service service({"VIDEO", "VCTL"});
+        g_service = &service;
+        EXPECT_EQ(HostMsgSetProcName("VIDEO"), 0U);
+        EXPECT_EQ(OsMsgRegTask("VCTL", 64, Serve), 0U);
+        std::thread([] { OsMsgTaskRoutineByName("VCTL"); }).detach();
+        begin();
+        Use();
+        g_shared.hasFailed = end();
+        ASSERT_TRUE(Works());
+        if (g_shared.descriptors == 0)
+            g_shared.descriptors = OpenDescriptors().size();
+        EXPECT_TRUE(Eventually([] { return OpenDescriptors().size() <= g_shared.descriptors; }));
+        _exit(testing::Test::HasFailure() ? 1 : 0);
+    };
+    return Child(body, false).Wait() == 0;
+}
+
+/// Lets the first call fail, then the second, until none is left that can. Returns how many have failed.
+unsigned Sweep(const std::string& what, const std::function<void(unsigned nth)>& begin,
+               const std::function<bool()>& end)
+{
+    if (g_shared.descriptors == 0) {
+        EXPECT_TRUE(Survives([] {}, [] { return false; }));
+    }
+    for (unsigned nth = 1;; ++nth) {
+        EXPECT_TRUE(Survives([&] { begin(nth); }, end)) << what << ' ' << nth;
+        if (!g_shared.hasFailed)
+            return nth - 1;
+    }
+}
+
+} // namespace
+
+TEST(Faults, EachSystemCallFailsInTurn)
+{
+    unsigned cases = 0;
+    for (const std::string call :
+         {"recv=EINTR",      "recv=SHORT",      "recvmsg=EINTR", "sendmsg=EINTR",    "sendmsg=SHORT",
+          "accept4=EINTR",   "accept4=EMFILE",  "socket=EMFILE", "epoll_ctl=ENOMEM", "epoll_create1=EMFILE",
+          "eventfd=EMFILE",  "open=EINTR",      "open=EMFILE",   "openat=EINTR",     "openat=EMFILE",
+          "pread=EINTR",     "pread=SHORT",     "pwrite=EINTR",  "pwrite=ENOSPC",    "pwrite=SHORT",
+          "ftruncate=EINTR", "ftruncate=ENOSPC"}) {
+        const auto begin = [&](unsigned nth) { SetFaults((call + '@' + std::to_string(nth)).c_str()); };
+        const auto end = [] {
+            const bool hasFailed = FaultCount() != 0;
+            SetFaults(nullptr);
+            return hasFailed;
+        };
+        const unsigned failed = Sweep(call, begin, end);
+        EXPECT_GT(failed, 0U) << call;
+        cases += failed;
+    }
+    std::printf("%u calls\n", cases);
+}
+
+TEST(Faults, EachAllocationFailsInTurn)
+{
+    const unsigned failed =
+        Sweep("allocation", failing_malloc::FailOnce, [] { return failing_malloc::FailOnce(0); });
+    EXPECT_GT(failed, 50U);
+    std::printf("%u allocations\n", failed);
+}
