@@ -10,7 +10,7 @@ cd "$(dirname "$0")/.."
 seconds=${1:-60}
 [[ $seconds =~ ^[1-9][0-9]*$ ]] || { echo "usage: $0 [SECONDS] [TARGET]" >&2; exit 2; }
 folder=build/fuzz
-install_packages clang-14
+install_packages clang-14 libclang-rt-14-dev
 quietly cmake --preset fuzz
 quietly cmake --build --preset fuzz --parallel "$(nproc)"
 
