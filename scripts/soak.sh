@@ -62,14 +62,11 @@ start_application() {
 }
 # stop NAME PID SIGNAL: ends a process that must still run and end as told, within a minute
 stop() {
-  local status=0 expected=0 watchdog
+  local status=0 expected=0
   [ "$3" = TERM ] || expected=137
   kill -"$3" "$2" 2>/dev/null || true
-  { sleep 60; kill -ABRT "$2"; } 2>/dev/null &
-  watchdog=$!
-  wait "$2" || status=$?
-  kill "$watchdog" 2>/dev/null
-  wait "$watchdog" 2>/dev/null || true
+  timeout 60 tail --pid="$2" -s 0.05 -f /dev/null || kill -ABRT "$2"
+  wait "$2" 2>/dev/null || status=$?
   [ $status -eq $expected ] || fail "$1 ended with status $status after SIG$3; see $logs"
   if [ "$3" = TERM ]; then ended=$((ended + 1)); else killed=$((killed + 1)); fi
 }
