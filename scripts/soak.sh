@@ -50,10 +50,18 @@ fail() { echo "soak: $*" >&2; failures=$((failures + 1)); }
 
 # with_faults COMMAND...: in place of this shell
 with_faults() { exec env LD_PRELOAD="$preload" VESK_FAULTS="${faults:+seed=$seed $faults}" "$@"; }
+# It may fail to start, with status 1: the next one has other faults.
 start_service() {
-  seed=$((seed + 1))
-  with_faults "$build/service/vesk-video-service" >>"$logs/service.log" 2>&1 &
-  service=$!
+  local status
+  while true; do
+    seed=$((seed + 1)) status=0
+    with_faults "$build/service/vesk-video-service" >"$logs/service.out" 2>>"$logs/service.log" &
+    service=$!
+    while [ -d "/proc/$service" ] && ! grep -q serving "$logs/service.out"; do sleep 0.1; done
+    if grep -q serving "$logs/service.out"; then return; fi
+    wait "$service" || status=$?
+    [ $status -eq 1 ] || { fail "service ended with status $status as it started"; return; }
+  done
 }
 start_application() {
   seed=$((seed + 1))
@@ -62,14 +70,11 @@ start_application() {
 }
 # stop NAME PID SIGNAL: ends a process that must still run and end as told, within a minute
 stop() {
-  local status=0 expected=0 watchdog
+  local status=0 expected=0
   [ "$3" = TERM ] || expected=137
   kill -"$3" "$2" 2>/dev/null || true
-  { sleep 60; kill -ABRT "$2"; } 2>/dev/null &
-  watchdog=$!
-  wait "$2" || status=$?
-  kill "$watchdog" 2>/dev/null
-  wait "$watchdog" 2>/dev/null || true
+  timeout 60 tail --pid="$2" -s 0.05 -f /dev/null || kill -ABRT "$2"
+  wait "$2" 2>/dev/null || status=$?
   [ $status -eq $expected ] || fail "$1 ended with status $status after SIG$3; see $logs"
   if [ "$3" = TERM ]; then ended=$((ended + 1)); else killed=$((killed + 1)); fi
 }

@@ -111,7 +111,10 @@ try {
             !(fields >> client.process) || !IsClientName(procName) || !IsClientName(client.taskName))
             continue;
         client.start = client.process > 0 ? StartOf(client.process) : 0;
-        if (client.start != 0)
+        uint64_t savedStart = 0; // tells the client from a later process of its number
+        const bool isAnother = fields >> savedStart && savedStart != kUnknownStart &&
+                               client.start != kUnknownStart && savedStart != client.start;
+        if (client.start != 0 && !isAnother)
             clients_[procName] = client;
     }
 } catch (const std::exception& error) {
@@ -122,7 +125,7 @@ void Clients::Save()
 try {
     std::ostringstream text;
     for (const auto& [procName, client] : clients_)
-        text << procName << '\t' << client.taskName << '\t' << client.process << '\n';
+        text << procName << '\t' << client.taskName << '\t' << client.process << '\t' << client.start << '\n';
     const std::string name = FileName();
     const int error = WriteFile(name, text.str());
     if (std::exchange(isSaved_, error == 0) && error != 0)

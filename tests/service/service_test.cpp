@@ -152,10 +152,11 @@ FORKED_TEST(Application, ARestartIsToldToThoseStillThere)
     Install();
     const std::string clients = directory.File("VIDEO.VCTL.clients");
     const std::string self = "test/app\tVAPI\t" + std::to_string(getpid()) + '\n';
-    EXPECT_EQ(Contents(clients), "gone\tVAPI\t" + gonePid + '\n' + self);
+    const auto known = [&] { return std::regex_replace(Contents(clients), std::regex("\t[0-9]+\n"), "\n"); };
+    EXPECT_EQ(known(), "gone\tVAPI\t" + gonePid + '\n' + self);
     service.Wait(SIGTERM);
     EXPECT_EQ(Arrived(VESK_VIDEO_ON_VIDEO_DIE_NOTIFY).size(), 1U);
-    EXPECT_EQ(Contents(clients), self); // the one that could not be told is forgotten
+    EXPECT_EQ(known(), self); // the one that could not be told is forgotten
     uint32_t count = 7;
     EXPECT_EQ(VeskVideoGetVoCount(&count), 1U);
     EXPECT_EQ(count, 7U);

@@ -60,7 +60,11 @@ void Round(uint32_t number)
 
 long Descriptors()
 {
-    const std::filesystem::directory_iterator open("/proc/self/fd");
+    std::filesystem::directory_iterator open;
+    std::error_code error; // as long as the calls for it fail at random
+    do
+        open = std::filesystem::directory_iterator("/proc/self/fd", error);
+    while (error);
     return std::distance(begin(open), end(open));
 }
 
