@@ -236,9 +236,9 @@ public:
     {
         if (!payload_.empty())
             throw Error(payload_[0]->path + ": expected an argument in the header");
-        const BytesView head = std::as_bytes(std::span(&head_, 1));
-        Bytes data(head.begin(), head.end());
-        data.insert(data.end(), payload.begin(), payload.end());
+        Bytes data(kHeadSize + payload.size());
+        std::memcpy(data.data(), &head_, sizeof head_);
+        std::copy(payload.begin(), payload.end(), data.begin() + kHeadSize);
         return data;
     }
 

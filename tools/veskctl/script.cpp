@@ -49,7 +49,7 @@ void Session::Execute(const std::string& line)
     const bool isKeeping = std::regex_match(line, match, s_keeping);
     if (isKeeping)
         variable = match[1];
-    Words words = Split(isKeeping ? match[2].str() : line);
+    WordList words = Split(isKeeping ? match[2].str() : line);
     ShowArrived();
     if (words.empty())
         return;
@@ -77,9 +77,9 @@ void Session::Finish() const
 }
 
 /// Splits a line as a shell does: quotes, backslashes, variables, a comment.
-Session::Words Session::Split(std::string_view line) const
+Session::WordList Session::Split(std::string_view line) const
 {
-    Words words;
+    WordList words;
     std::string word;
     bool isWord = false;
     char quote = '\0';
@@ -140,7 +140,7 @@ std::string Session::Substitute(std::string_view& rest) const
     return found->second;
 }
 
-void Session::ExecuteCall(const Words& words, const std::string& variable)
+void Session::ExecuteCall(const WordList& words, const std::string& variable)
 {
     std::vector<Assignment> fields;
     for (size_t i = 1; i < words.size(); ++i)
@@ -186,7 +186,7 @@ void Session::Keep(const Decoded& answer, const std::string& variable)
     variables_[variable] = text(answer.fields[0]);
 }
 
-void Session::ExecuteExpect(const Words& words, const std::string& variable)
+void Session::ExecuteExpect(const WordList& words, const std::string& variable)
 {
     if (words.size() < 2)
         throw Error("expect: expected a result code");
@@ -201,7 +201,7 @@ void Session::ExecuteExpect(const Words& words, const std::string& variable)
         ExecuteCall({call, words.end()}, variable);
 }
 
-void Session::ExecuteWait(Words words)
+void Session::ExecuteWait(WordList words)
 {
     uint32_t timeoutMs = timeoutMs_;
     words.erase(words.begin());
@@ -228,7 +228,7 @@ void Session::ExecuteWait(Words words)
     }
 }
 
-void Session::ExecuteSleep(const Words& words)
+void Session::ExecuteSleep(const WordList& words)
 {
     if (words.size() != 2)
         throw Error("sleep: expected a number of milliseconds");
@@ -238,14 +238,14 @@ void Session::ExecuteSleep(const Words& words)
 }
 
 /// A subcommand that sends nothing.
-void Session::ExecuteCommand(const Words& words)
+void Session::ExecuteCommand(const WordList& words)
 {
     Settings settings = settings_;
     Run run;
     CLI::App app("", "veskctl");
     Declare(app, settings, run);
     try {
-        app.parse(Words(words.rbegin(), words.rend())); // it takes them from the end
+        app.parse(WordList(words.rbegin(), words.rend())); // it takes them from the end
     } catch (const CLI::CallForHelp&) {
         PrintLine(app.help());
         return;

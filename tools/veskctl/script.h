@@ -42,7 +42,7 @@ public:
     void ShowArrived();
 
 private:
-    using Words = std::vector<std::string>;
+    using WordList = std::vector<std::string>;
 
     /// What the next call must answer.
     struct Expectation {
@@ -50,15 +50,15 @@ private:
         std::vector<std::string> conditions;
     };
 
-    Words Split(std::string_view line) const;
+    WordList Split(std::string_view line) const;
     std::string Substitute(std::string_view& rest) const;
-    void ExecuteCall(const Words& words, const std::string& variable);
+    void ExecuteCall(const WordList& words, const std::string& variable);
     void Judge(const Call& call);
     void Keep(const tools::Decoded& answer, const std::string& variable);
-    void ExecuteExpect(const Words& words, const std::string& variable);
-    void ExecuteWait(Words words);
-    void ExecuteSleep(const Words& words);
-    void ExecuteCommand(const Words& words);
+    void ExecuteExpect(const WordList& words, const std::string& variable);
+    void ExecuteWait(WordList words);
+    void ExecuteSleep(const WordList& words);
+    void ExecuteCommand(const WordList& words);
     const tools::Decoded& Show(const Arrived& arrived);
     std::optional<Arrived> Next(std::optional<Clock::time_point> deadline);
 
