@@ -23,6 +23,8 @@ file(RELATIVE_PATH libraries_from_bin "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_IN
 install(TARGETS vesk_trace LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(FILES docs/man/libvesk_trace.7 DESTINATION ${CMAKE_INSTALL_MANDIR}/man7)
 if(VESK_BUILD_TOOLS)
+  # Where Wireshark looks when it is installed below the same prefix.
+  install(FILES ${PROJECT_BINARY_DIR}/tools/dissector/vesk.lua DESTINATION ${CMAKE_INSTALL_LIBDIR}/wireshark/plugins)
   set_target_properties(veskctl PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries_from_bin}")
   install(TARGETS veskctl)
   install(FILES docs/man/veskctl.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)

@@ -87,7 +87,8 @@ local function add(tree, path, name, kind, range)
   else
     item = tree:add_le(field, range)
   end
-  item:set_text(path .. item.text:sub(#name + 1))
+  local text = item.text -- none while nobody looks at the tree
+  if text and path ~= name then item:set_text(path .. text:sub(#name + 1)) end
 end
 
 local function add_bytes(tree, path, name, tvb, first, last)

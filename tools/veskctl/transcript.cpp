@@ -48,7 +48,8 @@ ordered_json EventJson(const Event& event)
             {"monotonic", static_cast<double>(event.monotonicNs) / 1e9},
             {"program", event.program},
             {"process", event.process},
-            {"thread", event.thread}};
+            {"thread", event.thread},
+            {"exchange", event.exchange}};
 }
 
 ordered_json ExchangeJson(const Exchange& exchange, const Decoded& message, const Decoded* answer)

@@ -1,0 +1,237 @@
+// The tracer, "veskctl trace" and "veskctl decode", and Wireshark's view of a recording.
+#include "support/processes.h"
+#include "tools/decoder/text.h"
+#include "tools/recording/exchange.h"
+#include "tools/recording/reader.h"
+
+#include <algorithm>
+#include <fstream>
+#include <regex>
+
+#include <sys/wait.h>
+
+using namespace processes;
+using namespace vesk::tools;
+namespace recording = vesk::recording;
+using nlohmann::ordered_json;
+
+namespace {
+
+struct Result {
+    int status;
+    std::string output; ///< Standard output and standard error.
+};
+
+Result Shell(const std::string& command)
+{
+    std::FILE* pipe = popen(("(" + command + ") 2>&1").c_str(), "r");
+    Result result{};
+    for (int c; (c = std::fgetc(pipe)) != EOF;)
+        result.output += static_cast<char>(c);
+    result.status = WEXITSTATUS(pclose(pipe));
+    return result;
+}
+
+const std::string kVeskctl = VESK_EMULATOR " " VESK_VESKCTL_PATH " ";
+const std::string kTour = VESK_EMULATOR " " VESK_TOUR_PATH;
+const std::string kTraced = VESK_EMULATOR " " VESK_TRACED_PATH;
+
+size_t Count(const std::string& text, const std::string& pattern)
+{
+    const std::regex regex(pattern);
+    return static_cast<size_t>(std::distance(std::sregex_iterator(text.begin(), text.end(), regex), {}));
+}
+
+struct TraceTest : testing::Test {
+    RuntimeDir directory;
+    std::string file = directory.File("recording");
+
+    TraceTest()
+    {
+        setenv("VESK_LOG_TARGET", "none", 1);
+        setenv("ASAN_OPTIONS", "verify_asan_link_order=0", 0); // the tracer is there before its runtime
+    }
+};
+
+struct TourTest : TraceTest {
+    Child service = Start(VESK_SERVICE_PATH);
+    TourTest() { service.ExpectOutput("serving"); }
+};
+
+/// Messages by kind and exchange; each is its fields by path.
+using Messages = std::map<std::string, std::map<std::string, std::string>>;
+
+Messages DecodedMessages(const std::string& lines)
+{
+    Messages messages;
+    std::istringstream stream(lines);
+    for (std::string line; std::getline(stream, line);) {
+        const ordered_json json = ordered_json::parse(line);
+        for (const char* kind : {"request", "answer", "notification"}) {
+            if (!json.contains(kind))
+                continue;
+            auto& message = messages[kind + std::to_string(json["exchange"].get<uint64_t>())];
+            message["Name"] = json[kind]["name"];
+            for (const Assignment& field : AssignmentsOf(json[kind]))
+                message[kind == std::string("answer") && field.path == "result" ? "Result" : field.path] =
+                    field.value;
+        }
+    }
+    return messages;
+}
+
+/// The same from Wireshark's own description; values are "show" and, for bytes, "value".
+Messages WiresharkMessages(const std::string& pdml, Messages& raw)
+{
+    static const std::regex pattern(
+        "<field name=\"vesk\\.([^\"]*)\" showname=\"([^\"]*?)[:=] [^\"]*\" size=\"\\d+\" "
+        "pos=\"\\d+\" show=\"([^\"]*)\"(?: value=\"([^\"]*)\")?");
+    Messages messages;
+    std::string kind, key;
+    for (std::sregex_iterator i(pdml.begin(), pdml.end(), pattern), end; i != end; ++i) {
+        const std::string name = (*i)[1];
+        if (name == "head.kind") {
+            const std::string text = i->str();
+            kind = text.substr(text.find("Kind: ") + 6);
+            kind.resize(kind.find(' '));
+        } else if (name == "head.exchange") {
+            key = kind + i->str(3);
+        } else if (name.rfind("head.", 0) != 0) {
+            messages[key][(*i)[2]] = (*i)[3];
+            raw[key][(*i)[2]] = (*i)[4];
+        }
+    }
+    return messages;
+}
+
+bool IsSameValue(const std::string& decoded, const std::string& shown, const std::string& raw)
+{
+    if (decoded == shown || decoded == raw)
+        return true;
+    const auto number = ParseNumber(shown);
+    if (number)
+        return ParseNumber(decoded) == number;
+    char* end = nullptr;
+    const double real = std::strtod(shown.c_str(), &end);
+    return !shown.empty() && *end == '\0' && std::abs(real - std::stod(decoded)) <= 1e-5 * std::abs(real);
+}
+
+} // namespace
+
+TEST_F(TraceTest, EndsAsTheApplicationDoes)
+{
+    const struct {
+        const char* application;
+        int status;
+        const char* error;
+    } rows[] = {
+        {"sh -c 'exit 7'", 7, ""},
+        {"sh -c 'kill -SEGV $$'", 139, ""},
+        {"sh -c 'kill -KILL $$'", 137, ""},
+        {"no-such-program", 127, "veskctl: cannot start 'no-such-program': No such file or directory\n"},
+        {"/etc/passwd", 126, "veskctl: cannot start '/etc/passwd': Permission denied\n"},
+    };
+    for (const auto& row : rows) {
+        const Result result = Shell(kVeskctl + "trace -- " + row.application);
+        EXPECT_EQ(result.status, row.status) << row.application;
+        EXPECT_NE(result.output.find(row.error), std::string::npos) << result.output;
+    }
+    const Result full = Shell(kVeskctl + "trace -o /dev/full -- echo started");
+    EXPECT_EQ(full.status, 1);
+    EXPECT_EQ(full.output, "veskctl: cannot write /dev/full: No space left on device\n");
+    const Result kept = Shell("LD_PRELOAD=libdl.so.2 " + kVeskctl + "trace -- sh -c 'echo $LD_PRELOAD'");
+    EXPECT_EQ(Count(kept.output, "libvesk_trace.so:libdl.so.2\n"), 1U) << kept.output;
+}
+
+TEST_F(TraceTest, ExportsAndNeedsNoMoreThanItMust)
+{
+    EXPECT_EQ(Shell(VESK_NM " -D --defined-only " VESK_TRACER_PATH " | cut -d' ' -f3 | LC_ALL=C sort").output,
+              "HostMsgReply\nOsMsgAsynSend\nOsMsgRegTask\nOsMsgSynSend\n");
+    const std::string needed = Shell(VESK_READELF " -d " VESK_TRACER_PATH).output;
+    EXPECT_EQ(Count(needed, "\\(NEEDED\\)"), Count(needed, "\\[(libc|libstdc\\+\\+|ld-linux[^\\]]*)\\.so"));
+}
+
+TEST_F(TraceTest, ThreadsForksAndProcessesShareAFile)
+{
+    const std::string traced = "{ " + kVeskctl + "trace -o " + file + ".own -- env VESK_TRACE_FILE=" + file +
+                               ' ' + kTraced + "; echo ended $?; }";
+    EXPECT_EQ(Count(Shell(traced + " & " + traced + "; wait").output, "ended 5"), 2U);
+    std::map<uint32_t, int> requests;
+    int notifications = 0;
+    recording::Joiner joiner;
+    recording::ReadFile(file, [&](recording::Event&& event) {
+        const auto exchange = joiner.Add(std::move(event));
+        if (!exchange || exchange->begin.kind != recording::Kind::kRequest || !exchange->begin.isSynchronous)
+            return;
+        ++requests[exchange->begin.process];
+        EXPECT_EQ(exchange->begin.data.size(), exchange->begin.dataLen);
+        EXPECT_EQ(exchange->end->platformResult, 0x101U);
+        EXPECT_EQ(exchange->end->comment, "OsMsgSynSend failed: 0x101");
+    });
+    while (const auto exchange = joiner.TakeOpen()) // the callbacks never returned
+        notifications += exchange->begin.number == 106 ? 1 : 0;
+    EXPECT_EQ(notifications, 2);
+    ASSERT_EQ(requests.size(), 4U);
+    for (const auto& [process, count] : requests)
+        EXPECT_EQ(count, 100) << process;
+}
+
+TEST_F(TourTest, IsTheSameWhenNothingCanBeRecorded)
+{
+    for (const auto& [target, line] :
+         {std::pair<std::string, std::string>("/dev/full", "No space left on device"),
+          {directory.path, "Is a directory"},
+          {"", "VESK_TRACE_FILE does not name a file"}}) {
+        const Result tour = Shell("VESK_TRACE_FILE=" + target + " LD_PRELOAD=" VESK_TRACER_PATH " " + kTour);
+        EXPECT_EQ(tour.status, 0);
+        EXPECT_EQ(Count(tour.output, "all as expected"), 1U);
+        EXPECT_EQ(Count(tour.output, "libvesk_trace: .*" + line), 1U) << tour.output;
+    }
+}
+
+TEST_F(TourTest, ShowsMessagesAsTheyPass)
+{
+    const Result all = Shell(kVeskctl + "trace --summary -- " + kTour);
+    EXPECT_EQ(all.status, 0);
+    EXPECT_EQ(
+        Count(all.output,
+              "\\n\\d+\\.\\d{6} device_tour\\[\\d+:\\d+\\] VO_START outEngNo=1 -> OK \\d+\\.\\d\\d ms\\n"),
+        1U);
+    EXPECT_GE(Count(all.output, "<- 106 DISPLAY_FIRST_FRAME viPort=0 portName=\"CAMERA\""), 1U);
+    EXPECT_EQ(Count(all.output, "\\nOPEN_VO_PORT +\\d+ +\\d+ +\\d+\\.\\d+ +\\d+\\.\\d+ +\\d+\\.\\d+\\n"), 1U);
+    const Result some = Shell(kVeskctl + "trace --match VO_START -- " + kTour);
+    EXPECT_EQ(Count(some.output, "device_tour\\["), Count(all.output, "\\] VO_START "));
+}
+
+TEST_F(TourTest, WiresharkAndDecodeAgree)
+{
+    EXPECT_EQ(Shell(kVeskctl + "trace -o " + file + " -- " + kTour).status, 0);
+    const Result decoded = Shell(kVeskctl + "decode --json " + file);
+    EXPECT_EQ(decoded.status, 0);
+    const Messages expected = DecodedMessages(decoded.output);
+    EXPECT_GE(expected.size(), 150U);
+
+    std::ofstream(file + ".cut") << Contents(file).substr(0, 20000);
+    const Result cut = Shell(kVeskctl + "decode " + file + ".cut");
+    EXPECT_EQ(cut.status, 1);
+    EXPECT_EQ(Count(cut.output, "veskctl: .*: offset \\d+: the file ends in the middle of a block\\n"), 1U);
+    EXPECT_GE(Count(cut.output, " -> OK"), 10U);
+
+    if (Shell("command -v tshark").status != 0)
+        GTEST_SKIP() << "tshark is not installed: its view is not compared";
+    Messages raw;
+    const Messages shown = WiresharkMessages(
+        Shell("tshark -X lua_script:" VESK_DISSECTOR_PATH " -r " + file + " -T pdml 2>/dev/null").output,
+        raw);
+    ASSERT_EQ(shown.size(), expected.size());
+    for (const auto& [key, fields] : expected) {
+        const auto message = shown.find(key);
+        ASSERT_NE(message, shown.end()) << key;
+        EXPECT_EQ(message->second.size(), fields.size()) << key << ' ' << fields.at("Name");
+        for (const auto& [path, value] : fields) {
+            const auto field = message->second.find(path);
+            ASSERT_NE(field, message->second.end()) << key << ' ' << fields.at("Name") << ' ' << path;
+            EXPECT_PRED3(IsSameValue, value, field->second, raw[key][path]) << key << ' ' << path;
+        }
+    }
+}
