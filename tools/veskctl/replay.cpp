@@ -110,7 +110,7 @@ public:
             Perform(i);
         }
         for (Actor& actor : actors_)
-            RefuseTheRest(actor);
+            ReportTheRest(actor);
         Summarize();
         return differences_ == 0 ? kDone : kFailed;
     }
@@ -252,7 +252,7 @@ private:
     }
 
     /// Whatever has come that was not recorded.
-    void RefuseTheRest(Actor& actor)
+    void ReportTheRest(Actor& actor)
     {
         constexpr milliseconds kMoment(50);
         while (auto arrived = actor.client.Next(kMoment))
@@ -270,25 +270,36 @@ private:
     {
         for (const Difference& difference : differences) {
             ++differences_;
-            if (settings_.json) {
-                ordered_json json;
-                if (turn) {
-                    const Participant& participant =
-                        conversation_.participants[conversation_.turns[*turn].participant];
-                    json = {{"request", *turn + 1},
-                            {"program", participant.program},
-                            {"process", participant.process}};
-                }
-                json.update(ordered_json{{"message", ToJson(message)},
-                                         {"field", difference.field},
-                                         {"recorded", difference.recorded},
-                                         {"replayed", difference.replayed}});
-                PrintLine(Dump(json));
-            } else {
-                PrintLine((turn ? Origin(*turn, message.direction) : "") + Line(decoder_, message) + ": " +
+            if (settings_.json)
+                PrintLine(Dump(DifferenceJson(turn, message, difference)));
+            else
+                PrintLine((turn ? Origin(*turn, message.direction) : "") + Heading(message) + ": " +
                           difference.field + " was " + difference.recorded + ", is " + difference.replayed);
-            }
         }
+    }
+
+    /// A request with its arguments in the header, a notification with all fields.
+    std::string Heading(Decoded message) const
+    {
+        if (message.direction == Direction::kRequest)
+            std::erase_if(message.fields, [](const Field& field) { return field.IsPayload(); });
+        return Line(decoder_, message);
+    }
+
+    ordered_json DifferenceJson(std::optional<size_t> turn, const Decoded& message,
+                                const Difference& difference) const
+    {
+        ordered_json json{{"message", Heading(message)}};
+        if (turn) {
+            const Participant& participant =
+                conversation_.participants[conversation_.turns[*turn].participant];
+            json.update(ordered_json{
+                {"request", *turn + 1}, {"program", participant.program}, {"process", participant.process}});
+        }
+        json.update(ordered_json{{"field", difference.field},
+                                 {"recorded", difference.recorded},
+                                 {"replayed", difference.replayed}});
+        return json;
     }
 
     /// "request 12 of my-app[812]: "

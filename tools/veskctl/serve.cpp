@@ -265,7 +265,7 @@ private:
         Complain("out of order", request.number, live, application.procName,
                  "; next in the recording: " + due);
         if (const auto at = std::find(turns.begin(), turns.end(), index); at != turns.end())
-            application.position = static_cast<size_t>(at - turns.begin()) + 1;
+            application.position = std::max(position, static_cast<size_t>(at - turns.begin()) + 1);
     }
 
     void Refuse(OsMsgEnvelope& message, const Bytes& live, int process)
