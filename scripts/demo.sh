@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Runs the example applications against the virtual video service. Each process logs to a file in build/demo.
+# Runs the example applications against the virtual video service, one of them under the tracer, and then against its
+# recording alone. Each process logs to a file in build/demo.
 #
 #   scripts/demo.sh [--trace]     --trace logs every step of every process, not only errors
 set -euo pipefail
@@ -15,11 +16,13 @@ esac
 logs=build/demo
 service=build/release/service/vesk-video-service
 examples=build/release/examples
+veskctl=build/release/tools/veskctl/veskctl
+recording=$logs/tour.pcapng
 
 install_packages
-echo "Building the library, the virtual service and the examples ..."
+echo "Building the library, the virtual service, the tools and the examples ..."
 quietly cmake --preset release
-quietly cmake --build --preset release --target vesk-video-service display_tour device_tour minimal
+quietly cmake --build --preset release --target vesk-video-service display_tour device_tour minimal veskctl
 
 rm -rf "$logs"
 mkdir -p "$logs"
@@ -41,18 +44,30 @@ run() {
   VESK_LOG_TARGET=file:$logs/$1.log "$examples/$1"
 }
 
-VESK_LOG_TARGET=file:$logs/service.log "$service" >"$service_out" &
-service_pid=$!
-for _ in $(seq 100); do
-  if grep -q serving "$service_out" || ! kill -0 "$service_pid" 2>/dev/null; then break; fi
-  sleep 0.1
-done
-cat "$service_out"
-grep -q serving "$service_out" || { echo "the service did not start" >&2; exit 1; }
+# Starts a program that serves applications, and waits until it does.
+serve() {
+  VESK_LOG_TARGET=file:$logs/service.log "$@" >"$service_out" &
+  service_pid=$!
+  for _ in $(seq 100); do
+    if grep -q serving "$service_out" || ! kill -0 "$service_pid" 2>/dev/null; then break; fi
+    sleep 0.1
+  done
+  cat "$service_out"
+  grep -q serving "$service_out" || { echo "the service did not start" >&2; exit 1; }
+}
+
+serve "$service"
 
 run minimal "an application in C"
 run vesk-display-tour "a first example; <- marks notifications"
 run device_tour "every family of requests"
+
+printf '\n=== vesk-display-tour, recorded by veskctl trace: the last lines of "veskctl decode", and its summary\n'
+VESK_LOG_TARGET=file:$logs/traced.log "$veskctl" trace -o "$recording" -- "$examples/vesk-display-tour" >"$logs/traced.out"
+tail -1 "$logs/traced.out"
+"$veskctl" decode "$recording" | tail -8
+echo
+"$veskctl" decode --summary "$recording" | sed -n '/^request /,$p'
 
 echo
 kill -TERM "$service_pid"
@@ -61,11 +76,20 @@ service_pid=
 tail -n +2 "$service_out"
 grep -q ended "$service_out" || { echo "the service did not end properly" >&2; exit 1; }
 
+printf '\n=== vesk-display-tour without the service: veskctl serve answers as recorded\n'
+serve "$veskctl" serve --once --strict "$recording"
+VESK_LOG_TARGET=file:$logs/served.log "$examples/vesk-display-tour" >"$logs/served.out"
+tail -3 "$logs/served.out"
+wait "$service_pid" || { echo "the recording did not answer everything" >&2; exit 1; }
+service_pid=
+tail -n +2 "$service_out"
+
 cat <<END
 
 Logs, where the refusals that the examples provoke are errors: $logs/*.log
 Next:
   $service &   # the service, until "kill %1"
   $examples/minimal               # or an application of yours
+  $veskctl replay $recording    # the recorded requests again, compared
   scripts/test.sh                              # builds everything and runs all tests
 END

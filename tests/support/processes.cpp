@@ -92,6 +92,16 @@ Child Prepared(const std::function<void()>& prepare, const std::function<void()>
     return child;
 }
 
+Result Shell(const std::string& command)
+{
+    std::FILE* pipe = popen(("(" + command + ") 2>&1").c_str(), "r");
+    Result result{};
+    for (int c; (c = std::fgetc(pipe)) != EOF;)
+        result.output += static_cast<char>(c);
+    result.status = WEXITSTATUS(pclose(pipe));
+    return result;
+}
+
 std::string Contents(const std::string& path)
 {
     std::ostringstream text;

@@ -62,6 +62,15 @@ Child Start(const char* program, Words... arguments)
 Child Prepared(
     const std::function<void()>& prepare, const std::function<void()>& then = [] { pause(); });
 
+/// What came of a command.
+struct Result {
+    int status;
+    std::string output; ///< Standard output and standard error.
+};
+
+/// Runs a shell's command.
+Result Shell(const std::string& command);
+
 /// Contents of a file.
 std::string Contents(const std::string& path);
 

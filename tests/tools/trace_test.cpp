@@ -17,21 +17,6 @@ using nlohmann::ordered_json;
 
 namespace {
 
-struct Result {
-    int status;
-    std::string output; ///< Standard output and standard error.
-};
-
-Result Shell(const std::string& command)
-{
-    std::FILE* pipe = popen(("(" + command + ") 2>&1").c_str(), "r");
-    Result result{};
-    for (int c; (c = std::fgetc(pipe)) != EOF;)
-        result.output += static_cast<char>(c);
-    result.status = WEXITSTATUS(pclose(pipe));
-    return result;
-}
-
 const std::string kVeskctl = VESK_EMULATOR " " VESK_VESKCTL_PATH " ";
 const std::string kTour = VESK_EMULATOR " " VESK_TOUR_PATH;
 const std::string kTraced = VESK_EMULATOR " " VESK_TRACED_PATH;

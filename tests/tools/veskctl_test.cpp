@@ -14,20 +14,10 @@ using namespace vesk::tools;
 
 namespace {
 
-struct Result {
-    int status;
-    std::string output; ///< Standard output and standard error.
-};
-
 /// Runs veskctl with arguments as a shell reads them.
 Result Veskctl(const std::string& arguments)
 {
-    std::FILE* pipe = popen((VESK_EMULATOR " " VESK_VESKCTL_PATH " " + arguments + " 2>&1").c_str(), "r");
-    Result result{};
-    for (int c; (c = std::fgetc(pipe)) != EOF;)
-        result.output += static_cast<char>(c);
-    result.status = WEXITSTATUS(pclose(pipe));
-    return result;
+    return Shell(VESK_EMULATOR " " VESK_VESKCTL_PATH " " + arguments);
 }
 
 struct VeskctlTest : testing::Test {

@@ -13,6 +13,8 @@ extern const Command kMonitor;
 extern const Command kWait;
 extern const Command kTrace;
 extern const Command kDecode;
+extern const Command kReplay;
+extern const Command kServe; ///< Only with the host platform, which lets a program be the service.
 extern const Command kComplete;
 
 } // namespace vesk::ctl

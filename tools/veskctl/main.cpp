@@ -10,7 +10,11 @@ namespace {
 
 /// One row a subcommand, in the order in which the help lists them.
 constexpr const Command* kCommands[] = {
-    &kList, &kDescribe, &kCall, &kRun, &kMonitor, &kWait, &kTrace, &kDecode, &kComplete,
+    &kList,     &kDescribe, &kCall, &kRun, &kMonitor, &kWait, &kTrace, &kDecode, &kReplay,
+#ifdef VESK_HOST_PLATFORM
+    &kServe,
+#endif
+    &kComplete,
 };
 
 constexpr char kFooter[] =

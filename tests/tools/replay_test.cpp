@@ -1,0 +1,124 @@
+// "veskctl replay" and "veskctl serve": the tour's recording against another service, and in place of one.
+#include "support/processes.h"
+#include "tools/recording/conversation.h"
+
+#include <csignal>
+#include <fstream>
+
+using namespace processes;
+using namespace vesk::recording;
+
+namespace {
+
+const std::string kVeskctl = VESK_EMULATOR " " VESK_VESKCTL_PATH " ";
+const std::string kTour = VESK_EMULATOR " " VESK_TOUR_PATH " ";
+
+/// The tour, recorded; the service that it used has ended.
+struct ReplayTest : testing::Test {
+    RuntimeDir directory;
+    std::string file = directory.File("recording");
+
+    ReplayTest()
+    {
+        setenv("VESK_LOG_TARGET", "none", 1);
+        setenv("ASAN_OPTIONS", "verify_asan_link_order=0", 0); // the tracer is there before its runtime
+        Child service = StartService();
+        EXPECT_EQ(Shell(kVeskctl + "trace -o " + file + " -- " + kTour).status, 0);
+        EXPECT_EQ(service.Wait(SIGTERM), 0);
+    }
+
+    Child StartService()
+    {
+        Child service = Start(VESK_SERVICE_PATH);
+        service.ExpectOutput("serving");
+        return service;
+    }
+
+    Child Serve()
+    {
+        const std::string command =
+            "exec " + kVeskctl + "serve --once --strict " + file + " 2>" + directory.File("errors");
+        Child server([&] { execl("/bin/sh", "sh", "-c", command.c_str(), nullptr); });
+        server.ExpectOutput("serving");
+        return server;
+    }
+};
+
+} // namespace
+
+TEST_F(ReplayTest, AFreshServiceAnswersAsBeforeAndAUsedOneHandsOutOtherNumbers)
+{
+    EXPECT_EQ(Shell(kVeskctl + "replay " + file).status, 4);
+    const Child service = StartService();
+    Result result = Shell(kVeskctl + "replay --speed 2 " + file);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_NE(result.output.find("18 notifications came: no difference\n"), std::string::npos)
+        << result.output;
+    // What the tour has set for all displays is different now, and nothing else that it can tell.
+    result = Shell(kVeskctl + "replay --match 'VO_*' --match 'SET_VO_*' --match 'ENC*' " + file);
+    EXPECT_EQ(result.status, 0) << result.output;
+    EXPECT_EQ(Shell(kVeskctl + "replay --speed soon " + file).status, 2);
+}
+
+TEST_F(ReplayTest, ADifferenceIsNamed)
+{
+    const Conversation conversation = ReadConversation(file);
+    std::string contents = Contents(file);
+    for (const Turn& turn : conversation.turns) {
+        const auto* data = reinterpret_cast<const char*>(turn.end->data.data());
+        if (turn.request.number == VESK_VIDEO_MSG_GET_VO_COUNT)
+            contents[contents.rfind(std::string(data, turn.end->data.size())) + 24] = 5;
+        for (const Event& event : turn.notifications) {
+            const std::string bytes(reinterpret_cast<const char*>(event.data.data()), event.data.size());
+            if (event.number == VESK_VIDEO_ON_WALLPAPER_DEC_OK_NOTIFY)
+                contents[contents.rfind(bytes) + offsetof(VeskVideoMsgHead, ulParam1)] = 9;
+        }
+    }
+    std::ofstream(file) << contents;
+    const Child service = StartService();
+    const Result text = Shell(kVeskctl + "replay --wait 200 " + file);
+    EXPECT_EQ(text.status, 1);
+    EXPECT_NE(text.output.find("]: GET_VO_COUNT: count was 5, is 2\n"), std::string::npos) << text.output;
+    EXPECT_NE(text.output.find("]: 6 WALLPAPER_DEC_OK wallpaperNo=9: wallpaperNo was 9, is 1\n"),
+              std::string::npos)
+        << text.output;
+    EXPECT_NE(text.output.find("notifications came: 2 differences\n"), std::string::npos) << text.output;
+    EXPECT_NE(Shell(kVeskctl + "replay --match GET_VO_COUNT --json " + file)
+                  .output.find(R"("field":"count","recorded":"5","replayed":"2"})"),
+              std::string::npos);
+}
+
+TEST_F(ReplayTest, TheTourNeedsNoServiceWhenItsRecordingIsServed)
+{
+    for (const char* name : {"", "another-name"}) {
+        Child server = Serve();
+        const Result tour = Shell(kTour + name);
+        EXPECT_EQ(tour.status, 0);
+        EXPECT_NE(tour.output.find("all as expected"), std::string::npos) << tour.output;
+        server.ExpectOutput(", 0 not in the recording, 0 out of order; 0 of ");
+        EXPECT_EQ(server.Wait(), 0);
+    }
+}
+
+TEST_F(ReplayTest, WhatIsNotRecordedIsRefusedAndTheLastAnswerIsGivenAgain)
+{
+    const std::string script = directory.File("script");
+    const std::string started =
+        "OPEN_VO_PORT voPort=0\nVO_START outEngNo=1\nexpect STATE VO_START outEngNo=1\n";
+    {
+        const Child service = StartService();
+        std::ofstream(script) << started;
+        EXPECT_EQ(Shell(kVeskctl + "trace -o " + file + " -- " + kVeskctl + "run " + script).status, 0);
+    }
+    std::ofstream(script) << started
+                          << "expect STATE VO_START outEngNo=1\nexpect REQUEST VO_STOP outEngNo=1\n";
+    Child server = Serve();
+    const Result result = Shell(kVeskctl + "run " + script);
+    EXPECT_EQ(result.status, 0) << result.output;
+    server.ExpectOutput("served 8 requests, 1 not in the recording, 1 out of order; 0 of 6 recorded");
+    EXPECT_EQ(server.Wait(), 1);
+    const std::string errors = Contents(directory.File("errors"));
+    EXPECT_NE(errors.find("veskctl: not in the recording: VO_STOP outEngNo=1 from veskctl-"),
+              std::string::npos);
+    EXPECT_NE(errors.find("; next in the recording: EXIT\n"), std::string::npos) << errors;
+}

@@ -1,0 +1,32 @@
+// Numbers that differ from one run to the next: engines, streams, channels, queues.
+#pragma once
+
+#include "tools/decoder/decoder.h"
+
+#include <map>
+
+namespace vesk::recording {
+
+/// What those who create a queue tell the service about it; see tools::IdentityOf.
+inline constexpr std::string_view kQueueIdentity = "queHandle";
+
+/// The value of the first field with this identity; nothing if there is none.
+std::optional<uint64_t> NumberIn(const tools::Decoded& message, std::string_view identity);
+
+/// Which number of one run stands for which of another.
+class Numbers {
+public:
+    void Learn(std::string_view identity, uint64_t from, uint64_t to);
+
+    /// Learns the number that the service hands out in an answer, if it does, from the same answer in both
+    /// runs.
+    void LearnAnswer(const tools::Decoded& from, const tools::Decoded& to);
+
+    /// The bytes of a message with all numbers translated; those that are not known stay.
+    tools::Bytes Translate(const tools::Decoder& decoder, const tools::Message& message) const;
+
+private:
+    std::map<std::pair<std::string_view, uint64_t>, uint64_t> known_;
+};
+
+} // namespace vesk::recording

@@ -1,0 +1,370 @@
+// The subcommand "replay": sends recorded requests again and says what has become different.
+#include "platform/os_queue.h"
+#include "tools/decoder/filter.h"
+#include "tools/recording/conversation.h"
+#include "tools/recording/numbers.h"
+#include "tools/veskctl/commands.h"
+#include "tools/veskctl/exchange.h"
+#include "tools/veskctl/remote_client.h"
+
+#include <cstring>
+#include <deque>
+#include <thread>
+
+namespace vesk::ctl {
+
+using namespace tools;
+using namespace recording;
+using nlohmann::ordered_json;
+using std::chrono::milliseconds;
+
+namespace {
+
+struct Options {
+    std::string file;
+    std::string speed = "fast";
+    std::vector<std::string> terms;
+    uint32_t waitMs = 1000;
+};
+
+/// How many times as fast as it was recorded; 0: without any pause.
+double SpeedOf(const std::string& text)
+{
+    if (text == "fast")
+        return 0;
+    if (text == "original")
+        return 1;
+    char* end = nullptr;
+    const double factor = std::strtod(text.c_str(), &end);
+    if (*end != '\0' || !(factor > 0 && factor <= 1e6))
+        throw Failure(kUsage, "--speed " + text + ": expected original, fast, or a factor such as 2 or 0.5");
+    return factor;
+}
+
+/// A value that was recorded and the one that has come instead.
+struct Difference {
+    std::string field;
+    std::string recorded;
+    std::string replayed;
+};
+
+constexpr char kAbsent[] = "not there";
+
+/// Compares two messages field by field.
+std::vector<Difference> Compare(const Decoder& decoder, const Decoded& recorded, const Decoded& replayed)
+{
+    std::vector<Difference> differences;
+    if (recorded.result != replayed.result)
+        return {{"result", ResultText(recorded.result), ResultText(replayed.result)}};
+    std::map<std::string_view, const Field*> remaining;
+    for (const Field& field : replayed.fields)
+        remaining[field.path] = &field;
+    for (const Field& field : recorded.fields) {
+        const auto other = remaining.find(field.path);
+        if (other == remaining.end()) {
+            differences.push_back({field.path, ValueText(decoder, field), kAbsent});
+            continue;
+        }
+        if (field.value != other->second->value)
+            differences.push_back(
+                {field.path, ValueText(decoder, field), ValueText(decoder, *other->second)});
+        remaining.erase(other);
+    }
+    for (const auto& [path, field] : remaining)
+        differences.push_back({std::string(path), kAbsent, ValueText(decoder, *field)});
+    return differences;
+}
+
+/// A recorded notification that has not come yet.
+struct Expected {
+    size_t turn;
+    Bytes data;
+    uint32_t number;
+};
+
+/// One recorded process: the client in its place, and what passes between the service and it.
+struct Actor {
+    explicit Actor(const std::string& service) : client(service) {}
+
+    RemoteClient client;
+    std::deque<Expected> expected;
+    std::deque<Arrived> arrived;
+};
+
+class Replay {
+public:
+    Replay(Settings& settings, const Options& options, const Conversation& conversation)
+        : settings_(settings), options_(options), conversation_(conversation), decoder_(settings.Decoder()),
+          filter_(Usage([&] { return Filter(decoder_, options.terms); })), speed_(SpeedOf(options.speed))
+    {
+        for (size_t i = 0; i < conversation.participants.size(); ++i)
+            actors_.emplace_back(settings.service);
+    }
+
+    int Run()
+    {
+        const Clock::time_point begun = Clock::now();
+        for (size_t i = 0; i < conversation_.turns.size(); ++i) {
+            if (speed_ > 0)
+                std::this_thread::sleep_until(begun + SinceBegin(conversation_.turns[i].request));
+            Perform(i);
+        }
+        for (Actor& actor : actors_)
+            ReportTheRest(actor);
+        Summarize();
+        return differences_ == 0 ? kDone : kFailed;
+    }
+
+private:
+    std::chrono::nanoseconds SinceBegin(const Event& event) const
+    {
+        const auto ns = static_cast<int64_t>(event.monotonicNs - conversation_.turns[0].request.monotonicNs);
+        return std::chrono::nanoseconds(static_cast<int64_t>(static_cast<double>(ns) / speed_));
+    }
+
+    void Perform(size_t index)
+    {
+        const Turn& turn = conversation_.turns[index];
+        Actor& actor = actors_[turn.participant];
+        if (turn.request.data.size() == turn.request.dataLen) {
+            const Bytes data = RequestFor(turn, actor);
+            constexpr uint32_t kDefaultMs = VESK_VIDEO_SYNC_TIMEOUT;
+            const Outcome outcome =
+                actor.client.Send(turn.request.number, data, turn.request.isSynchronous,
+                                  turn.request.timeoutMs != 0 ? turn.request.timeoutMs : kDefaultMs);
+            ++sent_;
+            if (turn.end)
+                Check(index, data, outcome);
+        } else {
+            ++skipped_;
+        }
+        for (const Event& event : turn.notifications) {
+            if (event.HasMessage())
+                actor.expected.push_back({index, event.data, event.number});
+        }
+        Await(actor);
+    }
+
+    /// The request with this run's numbers and the name of the client that sends it.
+    Bytes RequestFor(const Turn& turn, const Actor& actor)
+    {
+        const Message recorded{Direction::kRequest, turn.request.number, turn.request.data};
+        if (turn.request.number == VESK_VIDEO_MSG_CREATE_QUEUE)
+            CreateQueue(turn, decoder_.Decode(recorded));
+        Bytes data = numbers_.Translate(decoder_, recorded);
+        VeskVideoInitInfo info{};
+        if (turn.request.number == VESK_VIDEO_MSG_INIT &&
+            data.size() == sizeof(VeskVideoMsgHead) + sizeof info) {
+            std::memcpy(info.procName, actor.client.Name().c_str(), actor.client.Name().size());
+            std::memcpy(info.taskName, kOwnTaskName, sizeof kOwnTaskName);
+            std::memcpy(data.data() + sizeof(VeskVideoMsgHead), &info, sizeof info);
+        }
+        return data;
+    }
+
+    /// Stands for the queue that the application had created before it told the service.
+    void CreateQueue(const Turn& turn, const Decoded& request)
+    {
+        const std::optional<uint64_t> recorded = NumberIn(request, kQueueIdentity);
+        if (!recorded || !turn.end || !turn.end->HasMessage() ||
+            decoder_.Decode(turn.end->Message()).result != VESK_VIDEO_OK)
+            return;
+        OsMemQueReq description{"", 1, 2000};
+        std::snprintf(description.name, sizeof description.name, "replay_%u", ++queues_);
+        uint32_t created = 0;
+        if (const uint32_t result = OsShmAdvancedBuffCreateQueue(&description, &created); result != 0)
+            throw Failure(kFailed, "a queue cannot be created: " + ResultText(result));
+        numbers_.Learn(kQueueIdentity, *recorded, created);
+    }
+
+    void Check(size_t index, const Bytes& request, const Outcome& outcome)
+    {
+        const Turn& turn = conversation_.turns[index];
+        const Decoded sent = decoder_.Decode({Direction::kRequest, turn.request.number, request});
+        const uint32_t before = turn.end->kind == Kind::kDone && !turn.request.isSent
+                                    ? 0 // the service's handler has no result
+                                    : turn.end->platformResult;
+        if (outcome.platformResult != before) {
+            if (const Failure failure = NoAnswer(std::string(sent.name), outcome);
+                failure.status == kNoService)
+                throw Failure(failure);
+            if (filter_.Matches(sent))
+                Report(index, sent,
+                       {{"platform result", ResultText(before), ResultText(outcome.platformResult)}});
+            return;
+        }
+        if (!turn.end->HasMessage())
+            return;
+        const Decoded replayed = decoder_.Decode({Direction::kAnswer, turn.request.number, outcome.answer});
+        numbers_.LearnAnswer(decoder_.Decode(turn.end->Message()), replayed);
+        const Bytes expected = numbers_.Translate(decoder_, turn.end->Message());
+        const Decoded recorded = decoder_.Decode({Direction::kAnswer, turn.request.number, expected});
+        if (filter_.Matches(sent, &recorded) || filter_.Matches(sent, &replayed))
+            Report(index, sent, Compare(decoder_, recorded, replayed));
+    }
+
+    Decoded Notification(const Expected& expected) const
+    {
+        return decoder_.Decode({Direction::kNotification, expected.number, expected.data});
+    }
+
+    /// Waits for the notifications that are due. What has come with other contents, or not at all, when the
+    /// time is up is a difference.
+    void Await(Actor& actor)
+    {
+        for (Expected& due : actor.expected)
+            due.data = numbers_.Translate(decoder_, {Direction::kNotification, due.number, due.data});
+        const Clock::time_point deadline = Clock::now() + milliseconds(options_.waitMs);
+        for (;;) {
+            std::erase_if(actor.expected, [&](const Expected& due) { return TakeArrived(actor, due, true); });
+            const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
+            if (actor.expected.empty() || left.count() <= 0)
+                break;
+            if (auto arrived = actor.client.Next(left))
+                actor.arrived.push_back(std::move(*arrived));
+        }
+        for (const Expected& due : actor.expected) {
+            if (!TakeArrived(actor, due, false) && filter_.Matches(Notification(due)))
+                Report(due.turn, Notification(due), {{"notification", "there", kAbsent}});
+        }
+        actor.expected.clear();
+    }
+
+    /// Takes the first arrival of the same number, if @p isSame with the same contents. False if there is
+    /// none.
+    bool TakeArrived(Actor& actor, const Expected& due, bool isSame)
+    {
+        const Decoded recorded = Notification(due);
+        for (auto arrived = actor.arrived.begin(); arrived != actor.arrived.end(); ++arrived) {
+            if (arrived->number != due.number)
+                continue;
+            const Decoded replayed = DecodeArrived(decoder_, *arrived);
+            const std::vector<Difference> differences = Compare(decoder_, recorded, replayed);
+            if (isSame && !differences.empty())
+                continue;
+            if (filter_.Matches(recorded) || filter_.Matches(replayed))
+                Report(due.turn, recorded, differences);
+            actor.arrived.erase(arrived);
+            ++notifications_;
+            return true;
+        }
+        return false;
+    }
+
+    /// Whatever has come that was not recorded.
+    void ReportTheRest(Actor& actor)
+    {
+        constexpr milliseconds kMoment(50);
+        while (auto arrived = actor.client.Next(kMoment))
+            actor.arrived.push_back(std::move(*arrived));
+        for (const Arrived& arrived : actor.arrived) {
+            const Decoded replayed = DecodeArrived(decoder_, arrived);
+            if (filter_.Matches(replayed))
+                Report(std::nullopt, replayed, {{"notification", kAbsent, "there"}});
+        }
+    }
+
+    /// @p turn is the request that the message is, or followed.
+    void Report(std::optional<size_t> turn, const Decoded& message,
+                const std::vector<Difference>& differences)
+    {
+        for (const Difference& difference : differences) {
+            ++differences_;
+            if (settings_.json)
+                PrintLine(Dump(DifferenceJson(turn, message, difference)));
+            else
+                PrintLine((turn ? Origin(*turn, message.direction) : "") + Heading(message) + ": " +
+                          difference.field + " was " + difference.recorded + ", is " + difference.replayed);
+        }
+    }
+
+    /// A request with its arguments in the header, a notification with all fields.
+    std::string Heading(Decoded message) const
+    {
+        if (message.direction == Direction::kRequest)
+            std::erase_if(message.fields, [](const Field& field) { return field.IsPayload(); });
+        return Line(decoder_, message);
+    }
+
+    ordered_json DifferenceJson(std::optional<size_t> turn, const Decoded& message,
+                                const Difference& difference) const
+    {
+        ordered_json json{{"message", Heading(message)}};
+        if (turn) {
+            const Participant& participant =
+                conversation_.participants[conversation_.turns[*turn].participant];
+            json.update(ordered_json{
+                {"request", *turn + 1}, {"program", participant.program}, {"process", participant.process}});
+        }
+        json.update(ordered_json{{"field", difference.field},
+                                 {"recorded", difference.recorded},
+                                 {"replayed", difference.replayed}});
+        return json;
+    }
+
+    /// "request 12 of my-app[812]: "
+    std::string Origin(size_t turn, Direction direction) const
+    {
+        const Participant& participant = conversation_.participants[conversation_.turns[turn].participant];
+        return (direction == Direction::kNotification ? "after request " : "request ") +
+               std::to_string(turn + 1) + " of " + participant.program + '[' +
+               std::to_string(participant.process) + "]: ";
+    }
+
+    void Summarize() const
+    {
+        if (settings_.json)
+            return PrintLine(Dump({{"requests", sent_},
+                                   {"skipped", skipped_},
+                                   {"notifications", notifications_},
+                                   {"differences", differences_}}));
+        if (skipped_ != 0)
+            PrintLine(std::to_string(skipped_) + " requests are too long to have been recorded");
+        PrintLine("replayed " + std::to_string(sent_) + " requests, " + std::to_string(notifications_) +
+                  " notifications came: " +
+                  (differences_ == 0 ? "no difference"
+                                     : std::to_string(differences_) +
+                                           (differences_ == 1 ? " difference" : " differences")));
+    }
+
+    Settings& settings_;
+    const Options& options_;
+    const Conversation& conversation_;
+    const Decoder& decoder_;
+    Filter filter_;
+    double speed_;
+    std::deque<Actor> actors_; ///< By participant.
+    Numbers numbers_;          ///< From the recording to this run.
+    uint32_t queues_ = 0;
+    uint64_t sent_ = 0;
+    uint64_t skipped_ = 0;
+    uint64_t notifications_ = 0;
+    uint64_t differences_ = 0;
+};
+
+Run AddReplay(CLI::App& app, Settings& settings)
+{
+    auto options = std::make_shared<Options>();
+    app.add_option("FILE", options->file, "Recording (pcapng)")->required();
+    app.add_option("--speed", options->speed,
+                   "Pauses between requests: original, fast (none), or so many times as fast")
+        ->capture_default_str();
+    app.add_option("--match", options->terms,
+                   "Compare only messages of this name, pattern, number or FIELD=VALUE; may be repeated")
+        ->allow_extra_args(false);
+    app.add_option("--wait", options->waitMs, "Milliseconds to wait for a recorded notification")
+        ->capture_default_str();
+    return [options, &settings] {
+        const Conversation conversation = ReadConversation(options->file);
+        return Replay(settings, *options, conversation).Run();
+    };
+}
+
+} // namespace
+
+const Command kReplay{"replay", "Send recorded requests again and compare what comes back",
+                      "  veskctl replay tour.pcapng\n"
+                      "  veskctl replay tour.pcapng --speed original --match 'VO_*' --json",
+                      AddReplay, Words::kNone};
+
+} // namespace vesk::ctl

@@ -1,0 +1,382 @@
+// The subcommand "serve": stands in for the service and answers as it did in a recording.
+#include "tools/recording/conversation.h"
+#include "tools/recording/numbers.h"
+#include "tools/veskctl/commands.h"
+#include "tools/veskctl/exchange.h"
+#include "vesk_host/message.h"
+#include "vesk_service/virtual_service.h"
+
+#include <algorithm>
+#include <atomic>
+#include <csignal>
+#include <cstring>
+#include <mutex>
+#include <set>
+#include <thread>
+
+namespace vesk::ctl {
+
+using namespace tools;
+using namespace recording;
+
+namespace {
+
+struct Options {
+    std::string file;
+    bool isStrict = false;
+    bool endsWithLast = false;
+};
+
+template <size_t size>
+std::string NameIn(const char (&field)[size])
+{
+    return {field, strnlen(field, size)};
+}
+
+template <size_t size>
+void CopyName(char (&field)[size], const std::string& name)
+{
+    std::copy_n(name.c_str(), std::min(name.size(), size), field);
+}
+
+/// A request without what differs from one run to the next: addresses in the application's memory, the number
+/// of a queue that it has created, its name.
+Bytes Comparable(uint32_t number, Bytes data)
+{
+    const messages::Request* listed = messages::FindRequest(number);
+    if (listed == nullptr || data.size() < sizeof(VeskVideoMsgHead))
+        return data;
+    const auto isOwn = [&](const messages::Argument& argument) {
+        return std::strchr(argument.text, '*') != nullptr ||
+               (number == VESK_VIDEO_MSG_CREATE_QUEUE && argument.Name() == kQueueIdentity);
+    };
+    VeskVideoMsgHead head;
+    std::memcpy(&head, data.data(), sizeof head);
+    if (isOwn(listed->At(messages::HeaderField::kParam1)))
+        head.ulParam1 = 0;
+    if (isOwn(listed->At(messages::HeaderField::kParam2)))
+        head.ulParam2 = 0;
+    std::memcpy(data.data(), &head, sizeof head);
+    if (number == VESK_VIDEO_MSG_INIT && data.size() == sizeof head + sizeof(VeskVideoInitInfo))
+        std::fill(data.begin() + sizeof head, data.end(), std::byte{0});
+    return data;
+}
+
+/// An application, which takes the part of a recorded process.
+struct Application {
+    size_t part = 0;
+    size_t position = 0; ///< Of the part's turns, the one that comes next.
+    std::set<size_t> used;
+    std::string procName; ///< Where its notifications go.
+    std::string taskName;
+    Numbers toRecorded;
+    Numbers toLive;
+};
+
+class Server {
+public:
+    Server(Settings& settings, const Options& options, const Conversation& conversation)
+        : settings_(settings), options_(options), conversation_(conversation), decoder_(settings.Decoder()),
+          turnsOf_(conversation.participants.size()), taken_(conversation.participants.size()),
+          isUsed_(conversation.turns.size())
+    {
+        for (size_t i = 0; i < conversation.turns.size(); ++i) {
+            const Turn& turn = conversation.turns[i];
+            turnsOf_[turn.participant].push_back(i);
+            turnsWith_[{turn.request.number, Comparable(turn.request.number, turn.request.data)}].push_back(
+                i);
+        }
+    }
+
+    void Handle(OsMsgEnvelope& message)
+    {
+        const int process = HostMsgSenderProcess(&message);
+        Application& application = ApplicationOf(process, message);
+        const auto* data = static_cast<const std::byte*>(message.data);
+        const Bytes live(data, data + message.dataLen);
+        const Bytes recorded =
+            application.toRecorded.Translate(decoder_, {Direction::kRequest, message.msgId, live});
+        ++requests_;
+        if (message.msgId == VESK_VIDEO_MSG_INIT)
+            TakeNames(application, live);
+        if (const std::optional<size_t> turn = Choose(application, message.msgId, recorded))
+            Perform(application, *turn, message, live);
+        else
+            Refuse(message, live, process);
+        if (message.msgId == VESK_VIDEO_MSG_EXIT) {
+            const std::lock_guard guard(lock_);
+            applications_.erase(process);
+        }
+    }
+
+    /// True once there were applications and all have left, or ended.
+    bool HasNoMore()
+    {
+        const std::lock_guard guard(lock_);
+        return hasBegun_ && std::all_of(applications_.begin(), applications_.end(), [](const auto& entry) {
+                   return kill(entry.first, 0) != 0 && errno == ESRCH;
+               });
+    }
+
+    int Finish() const
+    {
+        const auto unused = static_cast<uint64_t>(std::count(isUsed_.begin(), isUsed_.end(), false));
+        if (settings_.json) {
+            PrintLine(Dump({{"requests", requests_},
+                            {"notRecorded", unknown_},
+                            {"outOfOrder", misplaced_},
+                            {"recorded", isUsed_.size()},
+                            {"unused", unused}}));
+        } else {
+            std::string text = "veskctl: served " + std::to_string(requests_) + " requests, " +
+                               std::to_string(unknown_) + " not in the recording";
+            if (options_.isStrict)
+                text += ", " + std::to_string(misplaced_) + " out of order";
+            PrintLine(text + "; " + std::to_string(unused) + " of " + std::to_string(isUsed_.size()) +
+                      " recorded requests never came");
+        }
+        return unknown_ == 0 && misplaced_ == 0 ? kDone : kFailed;
+    }
+
+private:
+    Application& ApplicationOf(int process, const OsMsgEnvelope& message)
+    {
+        const std::lock_guard guard(lock_);
+        hasBegun_ = true;
+        const auto [entry, isNew] = applications_.try_emplace(process);
+        Application& application = entry->second;
+        if (isNew) {
+            application.procName = NameIn(message.sendProcName);
+            application.taskName = NameIn(message.sendTaskName);
+            application.part = PartFor(application.procName);
+            ++taken_[application.part];
+        }
+        return application;
+    }
+
+    /// Of the recorded processes of this name, or of all if there is none, the one least often taken.
+    size_t PartFor(const std::string& name) const
+    {
+        const auto& participants = conversation_.participants;
+        const bool isKnown = std::any_of(participants.begin(), participants.end(),
+                                         [&](const Participant& one) { return one.procName == name; });
+        size_t best = participants.size();
+        for (size_t i = 0; i < participants.size(); ++i) {
+            if (!turnsOf_[i].empty() && (!isKnown || participants[i].procName == name) &&
+                (best == participants.size() || taken_[i] < taken_[best]))
+                best = i;
+        }
+        return best == participants.size() ? 0 : best;
+    }
+
+    static void TakeNames(Application& application, BytesView data)
+    {
+        VeskVideoInitInfo info;
+        if (data.size() != sizeof(VeskVideoMsgHead) + sizeof info)
+            return;
+        std::memcpy(&info, data.data() + sizeof(VeskVideoMsgHead), sizeof info);
+        application.procName = NameIn(info.procName);
+        application.taskName = NameIn(info.taskName);
+    }
+
+    /// The recorded request that equals this one: the next of the application's own part, else its last one
+    /// again, else the same among those of other processes.
+    std::optional<size_t> Choose(const Application& application, uint32_t number, const Bytes& data) const
+    {
+        const auto same = turnsWith_.find({number, Comparable(number, data)});
+        if (same == turnsWith_.end())
+            return std::nullopt;
+        for (const bool isOwn : {true, false}) {
+            std::optional<size_t> last;
+            for (const size_t turn : same->second) {
+                if ((conversation_.turns[turn].participant == application.part) != isOwn)
+                    continue;
+                if (application.used.count(turn) == 0)
+                    return turn;
+                last = turn;
+            }
+            if (last)
+                return last;
+        }
+        return std::nullopt;
+    }
+
+    void Perform(Application& application, size_t index, OsMsgEnvelope& message, const Bytes& live)
+    {
+        const Turn& turn = conversation_.turns[index];
+        if (options_.isStrict)
+            CheckOrder(application, index, live);
+        application.used.insert(index);
+        isUsed_[index] = true;
+        if (message.msgId == VESK_VIDEO_MSG_CREATE_QUEUE)
+            LearnQueue(application, turn, live);
+        // If none was recorded, the application sees a failure, as it did then.
+        if (message.type == OS_MSG_SYNCHRONOUS && turn.end && turn.end->HasMessage()) {
+            const Bytes answer = application.toLive.Translate(decoder_, turn.end->Message());
+            HostMsgReply(&message, answer.data(), static_cast<uint32_t>(answer.size()));
+        }
+        for (const Event& notification : turn.notifications) {
+            if (notification.HasMessage())
+                Notify(application, notification);
+        }
+    }
+
+    void LearnQueue(Application& application, const Turn& turn, const Bytes& live)
+    {
+        const auto recorded = NumberIn(
+            decoder_.Decode({Direction::kRequest, turn.request.number, turn.request.data}), kQueueIdentity);
+        const auto now =
+            NumberIn(decoder_.Decode({Direction::kRequest, turn.request.number, live}), kQueueIdentity);
+        if (!recorded || !now)
+            return;
+        application.toRecorded.Learn(kQueueIdentity, *now, *recorded);
+        application.toLive.Learn(kQueueIdentity, *recorded, *now);
+    }
+
+    void Notify(const Application& application, const Event& notification)
+    {
+        Bytes data = application.toLive.Translate(decoder_, notification.Message());
+        const size_t slash = settings_.service.find('/');
+        OsMsgEnvelope envelope{};
+        envelope.msgId = notification.number;
+        CopyName(envelope.sendProcName, settings_.service.substr(0, slash));
+        CopyName(envelope.sendTaskName, settings_.service.substr(slash + 1));
+        CopyName(envelope.recvProcName, application.procName);
+        CopyName(envelope.recvTaskName, application.taskName);
+        envelope.data = data.data();
+        envelope.dataLen = static_cast<uint32_t>(data.size());
+        OsMsgAsynSend(&envelope);
+    }
+
+    void CheckOrder(Application& application, size_t index, const Bytes& live)
+    {
+        const std::vector<size_t>& turns = turnsOf_[application.part];
+        const size_t position = application.position;
+        if (position < turns.size() && turns[position] == index) {
+            ++application.position;
+            return;
+        }
+        ++misplaced_;
+        const Event& request = conversation_.turns[index].request;
+        std::string due = "no more requests";
+        if (position < turns.size())
+            due = RequestLine(conversation_.turns[turns[position]].request.number,
+                              conversation_.turns[turns[position]].request.data);
+        Complain("out of order", request.number, live, application.procName,
+                 "; next in the recording: " + due);
+        if (const auto at = std::find(turns.begin(), turns.end(), index); at != turns.end())
+            application.position = std::max(position, static_cast<size_t>(at - turns.begin()) + 1);
+    }
+
+    void Refuse(OsMsgEnvelope& message, const Bytes& live, int process)
+    {
+        ++unknown_;
+        Complain("not in the recording", message.msgId, live,
+                 NameIn(message.sendProcName) + '[' + std::to_string(process) + ']', "");
+        if (message.type != OS_MSG_SYNCHRONOUS)
+            return;
+        VeskVideoMsgHead head{};
+        head.msgId = static_cast<uint16_t>(message.msgId);
+        head.uwSubMsgID = VESK_SERVICE_ERR_REQUEST;
+        HostMsgReply(&message, &head, sizeof head);
+    }
+
+    std::string RequestLine(uint32_t number, BytesView data) const
+    {
+        return Line(decoder_, decoder_.Decode({Direction::kRequest, number, data}));
+    }
+
+    void Complain(const char* what, uint32_t number, const Bytes& live, const std::string& sender,
+                  const std::string& more) const
+    {
+        if (settings_.json)
+            return PrintLine(
+                Dump({{"problem", what},
+                      {"sender", sender},
+                      {"request", ToJson(decoder_.Decode({Direction::kRequest, number, live}))}}));
+        std::fprintf(stderr, "veskctl: %s: %s from %s%s\n", what, RequestLine(number, live).c_str(),
+                     sender.c_str(), more.c_str());
+    }
+
+    Settings& settings_;
+    const Options& options_;
+    const Conversation& conversation_;
+    const Decoder& decoder_;
+    std::vector<std::vector<size_t>> turnsOf_; ///< By participant.
+    std::vector<unsigned> taken_;              ///< By participant: how many applications had its part.
+    std::vector<bool> isUsed_;                 ///< By turn.
+    std::map<std::pair<uint32_t, Bytes>, std::vector<size_t>> turnsWith_; ///< By number and contents.
+    std::mutex lock_; ///< Guards what the thread that waits for the end also looks at.
+    std::map<int, Application> applications_; ///< By process.
+    bool hasBegun_ = false;
+    uint64_t requests_ = 0;
+    uint64_t unknown_ = 0;
+    uint64_t misplaced_ = 0;
+};
+
+Server* g_server = nullptr;
+
+uint32_t HandleMessage(OsMsgEnvelope* message)
+{
+    try {
+        g_server->Handle(*message);
+    } catch (const std::exception& error) { // out of memory, for example: the sender sees a failure
+        std::fprintf(stderr, "veskctl: message %u: %s\n", message->msgId, error.what());
+    }
+    return 0;
+}
+
+int RunServe(Settings& settings, const Options& options)
+{
+    const Conversation conversation = ReadConversation(options.file);
+    Server server(settings, options, conversation);
+    g_server = &server;
+
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+
+    const size_t slash = settings.service.find('/');
+    const std::string process = settings.service.substr(0, slash);
+    const std::string task = slash == std::string::npos ? "" : settings.service.substr(slash + 1);
+    if (task.empty() || HostMsgSetProcName(process.c_str()) != 0)
+        throw Failure(kUsage, "--service " + settings.service +
+                                  ": expected PROCESS/TASK, of at most 15 characters each");
+    constexpr uint32_t kQueueDepth = 1024;
+    if (const uint32_t result = OsMsgRegTask(task.c_str(), kQueueDepth, HandleMessage); result != 0)
+        throw Failure(kFailed, settings.service + " cannot be served: " + ResultText(result));
+    std::thread waiter([&] {
+        constexpr timespec kPause{0, 100000000};
+        while (sigtimedwait(&signals, nullptr, &kPause) < 0) {
+            if (options.endsWithLast && server.HasNoMore())
+                break;
+        }
+        HostMsgEndTask(task.c_str());
+    });
+    if (!settings.json)
+        PrintLine("veskctl: serving " + settings.service + " as recorded in " + options.file + ": " +
+                  std::to_string(conversation.turns.size()) + " requests");
+    OsMsgTaskRoutineByName(task.c_str());
+    waiter.join();
+    return server.Finish();
+}
+
+Run AddServe(CLI::App& app, Settings& settings)
+{
+    auto options = std::make_shared<Options>();
+    app.add_option("FILE", options->file, "Recording (pcapng)")->required();
+    app.add_flag("--strict", options->isStrict, "Requests must also come in the recorded order");
+    app.add_flag("--once", options->endsWithLast, "End when the last application has left");
+    return [options, &settings] { return RunServe(settings, *options); };
+}
+
+} // namespace
+
+const Command kServe{"serve", "Stand in for the service and answer as it did in a recording",
+                     "  veskctl serve tour.pcapng --once & vesk-display-tour; wait $!\n"
+                     "  veskctl serve tour.pcapng --strict                 # until Ctrl-C",
+                     AddServe, Words::kNone};
+
+} // namespace vesk::ctl
