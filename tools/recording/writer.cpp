@@ -23,7 +23,8 @@ class Buffer {
 public:
     void Put(const void* data, size_t size)
     {
-        std::memcpy(bytes_ + size_, data, size);
+        if (size != 0) // an empty text may be a null pointer
+            std::memcpy(bytes_ + size_, data, size);
         size_ += size;
     }
 
@@ -129,7 +130,7 @@ int AppendPacket(int file, uint64_t realtimeNs, const Head& head, std::span<cons
     buffer.Put(kDissectorTag, sizeof kDissectorTag);
     buffer.Put(head);
     const bool isCopied = data.size() <= 2048; // one piece is cheaper to write than three
-    if (isCopied && !data.empty())
+    if (isCopied)
         buffer.Put(data.data(), data.size());
     const size_t cut = buffer.Size();
     buffer.Pad(Padded(size) - size);

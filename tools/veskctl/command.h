@@ -14,7 +14,16 @@
 
 namespace vesk::ctl {
 
-enum ExitStatus { kDone = 0, kFailed = 1, kUsage = 2, kRefused = 3, kNoService = 4, kTimedOut = 5 };
+enum ExitStatus {
+    kDone = 0,
+    kFailed = 1,
+    kUsage = 2,
+    kRefused = 3,
+    kNoService = 4,
+    kTimedOut = 5,
+    kNotExecutable = 126, ///< Of an application to be run, as in a shell.
+    kNotFound = 127
+};
 
 /// Ends the program with a status; the text follows "veskctl: " on standard error.
 struct Failure : tools::Error {

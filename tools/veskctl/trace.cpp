@@ -135,7 +135,7 @@ public:
         close(failure[0]);
         if (got == sizeof error) {
             waitpid(process_, nullptr, 0);
-            throw Failure(static_cast<ExitStatus>(error == ENOENT ? 127 : 126),
+            throw Failure(error == ENOENT ? kNotFound : kNotExecutable,
                           "cannot start '" + words[0] + "': " + std::strerror(error));
         }
         // The terminal sends these to both; it is the application's to decide.
