@@ -46,6 +46,7 @@ run() {
 
 # Starts a program that serves applications, and waits until it does.
 serve() {
+  : >"$service_out"
   VESK_LOG_TARGET=file:$logs/service.log "$@" >"$service_out" &
   service_pid=$!
   for _ in $(seq 100); do

@@ -95,7 +95,7 @@ TEST_F(ReplayTest, TheTourNeedsNoServiceWhenItsRecordingIsServed)
         const Result tour = Shell(kTour + name);
         EXPECT_EQ(tour.status, 0);
         EXPECT_NE(tour.output.find("all as expected"), std::string::npos) << tour.output;
-        server.ExpectOutput(", 0 not in the recording, 0 out of order; 0 of ");
+        server.ExpectOutput("not in the recording: 0, out of order: 0; recorded but not asked for: 0 of ");
         EXPECT_EQ(server.Wait(), 0);
     }
 }
@@ -115,7 +115,8 @@ TEST_F(ReplayTest, WhatIsNotRecordedIsRefusedAndTheLastAnswerIsGivenAgain)
     Child server = Serve();
     const Result result = Shell(kVeskctl + "run " + script);
     EXPECT_EQ(result.status, 0) << result.output;
-    server.ExpectOutput("served 8 requests, 1 not in the recording, 1 out of order; 0 of 6 recorded");
+    server.ExpectOutput(
+        "served: 8, not in the recording: 1, out of order: 1; recorded but not asked for: 0 of 6");
     EXPECT_EQ(server.Wait(), 1);
     const std::string errors = Contents(directory.File("errors"));
     EXPECT_NE(errors.find("veskctl: not in the recording: VO_STOP outEngNo=1 from veskctl-"),

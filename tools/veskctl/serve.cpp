@@ -128,12 +128,12 @@ public:
                             {"recorded", isUsed_.size()},
                             {"unused", unused}}));
         } else {
-            std::string text = "veskctl: served " + std::to_string(requests_) + " requests, " +
-                               std::to_string(unknown_) + " not in the recording";
+            std::string text = "veskctl: requests served: " + std::to_string(requests_) +
+                               ", not in the recording: " + std::to_string(unknown_);
             if (options_.isStrict)
-                text += ", " + std::to_string(misplaced_) + " out of order";
-            PrintLine(text + "; " + std::to_string(unused) + " of " + std::to_string(isUsed_.size()) +
-                      " recorded requests never came");
+                text += ", out of order: " + std::to_string(misplaced_);
+            PrintLine(text + "; recorded but not asked for: " + std::to_string(unused) + " of " +
+                      std::to_string(isUsed_.size()));
         }
         return unknown_ == 0 && misplaced_ == 0 ? kDone : kFailed;
     }
@@ -375,7 +375,7 @@ Run AddServe(CLI::App& app, Settings& settings)
 } // namespace
 
 const Command kServe{"serve", "Stand in for the service and answer as it did in a recording",
-                     "  veskctl serve tour.pcapng --once & vesk-display-tour; wait $!\n"
+                     "  veskctl serve tour.pcapng --once & sleep 1; vesk-display-tour; wait $!\n"
                      "  veskctl serve tour.pcapng --strict                 # until Ctrl-C",
                      AddServe, Words::kNone};
 
