@@ -70,7 +70,8 @@ uint32_t OsMsgAsynSend(OsMsgEnvelope* envelope);
  * Registers a task of this process, or replaces the handler of a registered task. Any thread may call.
  *
  * @param taskName    NUL-terminated name of at most 15 characters; it is copied.
- * @param queueDepth  Messages that may wait for the handler; more are dropped and counted.
+ * @param queueDepth  Messages that may wait for the handler; when as many do, their senders
+ *                    are told that the receiver is full.
  * @param msgProc     Handler, called by OsMsgTaskRoutineByName. Envelope and data are valid only during the
  *                    call. The result is ignored.
  * @return 0 if the task was registered, nonzero otherwise.
