@@ -23,7 +23,8 @@ class Buffer {
 public:
     void Put(const void* data, size_t size)
     {
-        std::memcpy(bytes_ + size_, data, size);
+        if (size != 0) // data may be null then
+            std::memcpy(bytes_ + size_, data, size);
         size_ += size;
     }
 
