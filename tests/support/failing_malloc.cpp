@@ -8,12 +8,14 @@
 
 extern "C" void* NEXT_MALLOC(size_t size);
 
-// Called before the thread sanitizer is ready, so it must not be instrumented.
-extern "C" __attribute__((no_sanitize("thread"))) void* malloc(size_t size)
+// Called before the sanitizers are ready, so it must not be instrumented.
+extern "C" __attribute__((no_sanitize("address", "thread", "undefined"))) void* malloc(size_t size)
 {
     ++failing_malloc::t_count;
-    size_t left = failing_malloc::g_untilFailure;
-    while (left != 0 && !failing_malloc::g_untilFailure.compare_exchange_weak(left, left - 1))
+    size_t& untilFailure = failing_malloc::g_untilFailure;
+    size_t left = __atomic_load_n(&untilFailure, __ATOMIC_SEQ_CST);
+    while (left != 0 && !__atomic_compare_exchange_n(&untilFailure, &left, left - 1, true, __ATOMIC_SEQ_CST,
+                                                     __ATOMIC_SEQ_CST))
         continue;
     if (left == 1)
         return nullptr;

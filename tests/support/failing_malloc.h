@@ -2,7 +2,6 @@
 // tracking what is allocated.
 #pragma once
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -10,13 +9,13 @@ namespace failing_malloc {
 
 inline thread_local size_t t_failingSize = SIZE_MAX, t_count = 0;
 
-inline std::atomic<size_t> g_untilFailure = 0;
+inline size_t g_untilFailure = 0; // accessed atomically
 
 /// From now on the @p nth allocation fails, on whatever thread; 0: none. Returns whether the last one set
 /// has.
 inline bool FailOnce(size_t nth)
 {
-    return g_untilFailure.exchange(nth) == 0;
+    return __atomic_exchange_n(&g_untilFailure, nth, __ATOMIC_SEQ_CST) == 0;
 }
 
 /// While it lives, malloc of exactly @p size bytes fails on this thread.
