@@ -519,10 +519,10 @@ FORKED_TEST(HostMessage, AForkedChildStartsAfresh)
             BecomePeer();
             HostMsgSetProcName("owner");
             OsMsgRegTask("late", 8, Echo);
-            if (fork() != 0)
-                std::puts("served");
-            else
+            if (fork() == 0) {
                 alarm(5);
+                std::puts("served");
+            }
             pause();
         });
         parent.ExpectOutput("served");

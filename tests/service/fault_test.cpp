@@ -140,6 +140,6 @@ TEST(Faults, EachAllocationFailsInTurn)
 {
     const unsigned failed =
         Sweep("allocation", failing_malloc::FailOnce, [] { return failing_malloc::FailOnce(0); });
-    EXPECT_GT(failed, 50U);
+    EXPECT_GT(failed, 5U); // the sanitizers' operator new does not call malloc
     std::printf("%u allocations\n", failed);
 }
