@@ -11,6 +11,15 @@
 #include <sys/prctl.h>
 #include <sys/wait.h>
 
+#ifdef __SANITIZE_THREAD__
+/// A process need not wait a second for its threads when it ends: hundreds of forks would do so.
+extern "C" __attribute__((visibility("default"))) const char* __tsan_default_options();
+const char* __tsan_default_options()
+{
+    return "atexit_sleep_ms=0";
+}
+#endif
+
 namespace processes {
 
 RuntimeDir::RuntimeDir()
