@@ -57,7 +57,7 @@ while read -r file; do
     exit 1
   fi
 done <"$work/list"
-lintian --allow-root --fail-on error,warning --show-overrides $output/*_"$architecture".changes
+lintian --allow-root --fail-on error,warning $output/*_"$architecture".changes
 
 $try || exit 0
 install_packages debootstrap
