@@ -271,9 +271,10 @@ try {
 uint32_t OsShmAdvancedInitQueue(uint32_t queueId, const char* peerProcName)
 try {
     char name[sizeof HostQueueState::peerProcName] = {};
-    if (peerProcName == nullptr || strlen(peerProcName) >= sizeof name)
+    const std::string_view peer(peerProcName != nullptr ? peerProcName : "");
+    if (peerProcName == nullptr || peer.size() >= sizeof name)
         return kBadArgument;
-    std::memcpy(name, peerProcName, strlen(peerProcName));
+    peer.copy(name, sizeof name);
     const Record record(queueId);
     return record ? record.Set(offsetof(HostQueueState, peerProcName), name) : uint32_t{kUnknown};
 } catch (const std::exception&) {
