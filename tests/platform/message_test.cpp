@@ -99,6 +99,16 @@ FORKED_TEST(HostMessage, ALateAnswerIsNeverTakenForTheNext)
         EXPECT_EQ(Ask("peer").data, "2nd");
     }
     std::filesystem::remove(address.sun_path);
+    { // earlier answers without end
+        const Child peer = ServeRaw([&](int listener) {
+            const UniqueFd connection([&] { return accept(listener, nullptr, nullptr); });
+            const std::string bytes = Raw(0, "", OS_MSG_SYNCHRONOUS, 5, 0);
+            while (send(connection.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL) > 0) {
+            }
+        });
+        EXPECT_EQ(Ask("peer", 5, "", 200).result, uint32_t{HOST_MSG_ERR_TIMEOUT});
+    }
+    std::filesystem::remove(address.sun_path);
     const Child peer = Serve();
     EXPECT_EQ(Ask("peer").result, 0U);
     Expect(Ask("peer", 5, "slow", 100).result, HOST_MSG_ERR_TIMEOUT,

@@ -137,6 +137,8 @@ public:
     {
         FrameHead head;
         do {
+            if (deadline_.HasPassed())
+                return HOST_MSG_ERR_TIMEOUT; // to a peer that never stops sending as well
             if (const uint32_t error = ReadFrame(head, answer); error != 0)
                 return error;
         } while (head.sequence < sequence);
