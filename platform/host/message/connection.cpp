@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <exception>
+#include <new>
 #include <utility>
 
 namespace vesk::host {
@@ -50,10 +50,16 @@ void Connection::ReadLocked()
     try {
         Read();
     } catch (const std::exception& error) {
-        Report(kReportError, "%s: a message of process %d is lost: %s", endpoint_.c_str(), peer_,
-               error.what());
+        Lose(error);
         CloseLocked();
     }
+}
+
+void Connection::Lose(const std::exception& error)
+{
+    Report(kReportError, "%s: a message of process %d is lost: %s", endpoint_.c_str(), peer_, error.what());
+    if (head_.Envelope().type == OS_MSG_SYNCHRONOUS)
+        CloseLocked(); // its sender need not wait
 }
 
 void Connection::Read()
@@ -113,6 +119,13 @@ void Connection::Feed(const std::byte* bytes, size_t count)
             early_.assign(bytes, bytes + count);
             return;
         }
+        if (toSkip_ != 0) {
+            const size_t skipped = std::min(toSkip_, count);
+            toSkip_ -= skipped;
+            bytes += skipped;
+            count -= skipped;
+            continue;
+        }
         const bool isHead = arriving_ == nullptr;
         std::byte* const target = isHead ? reinterpret_cast<std::byte*>(&head_) + received_
                                          : arriving_->data.get() + (received_ - sizeof head_);
@@ -136,15 +149,22 @@ bool Connection::TakeHead()
                peer_);
         return false;
     }
-    auto message = std::make_unique<Message>();
-    message->envelope = head_.Envelope();
-    message->sequence = head_.sequence;
-    message->senderProcess = peer_;
-    if (const uint32_t dataLen = message->envelope.dataLen; dataLen != 0) {
-        message->data.reset(new std::byte[dataLen]);
-        message->envelope.data = message->data.get();
+    const OsMsgEnvelope envelope = head_.Envelope();
+    try {
+        auto message = std::make_unique<Message>();
+        message->envelope = envelope;
+        message->sequence = head_.sequence;
+        message->senderProcess = peer_;
+        if (envelope.dataLen != 0) {
+            message->data.reset(new std::byte[envelope.dataLen]);
+            message->envelope.data = message->data.get();
+        }
+        arriving_ = std::move(message);
+    } catch (const std::bad_alloc& error) {
+        received_ = 0;
+        toSkip_ = envelope.dataLen;
+        Lose(error);
     }
-    arriving_ = std::move(message);
     return true;
 }
 
@@ -156,7 +176,11 @@ void Connection::DeliverIfComplete()
     owesAnswer_ = arriving_->envelope.type == OS_MSG_SYNCHRONOUS;
     if (owesAnswer_)
         arriving_->from = shared_from_this();
-    inbox_->Push(std::exchange(arriving_, nullptr));
+    try {
+        inbox_->Push(std::exchange(arriving_, nullptr));
+    } catch (const std::bad_alloc& error) {
+        Lose(error);
+    }
 }
 
 bool Connection::Answer(const OsMsgEnvelope& answer, uint64_t sequence)

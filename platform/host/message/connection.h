@@ -4,6 +4,7 @@
 #include "message/frame.h"
 #include "message/inbox.h"
 
+#include <exception>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -35,6 +36,7 @@ private:
     void Feed(const std::byte* bytes, size_t count);
     bool TakeHead();
     void DeliverIfComplete();
+    void Lose(const std::exception& error);
     void FlushLocked();
     void CloseLocked();
 
@@ -47,6 +49,7 @@ private:
 
     FrameHead head_;
     size_t received_ = 0; // bytes of head and data of the message that is arriving
+    size_t toSkip_ = 0;   // bytes of data of one that there was no memory for
     std::unique_ptr<Message> arriving_;
     bool owesAnswer_ = false;
     bool hasUnread_ = false;        // there may be something to read
