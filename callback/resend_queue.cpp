@@ -63,7 +63,9 @@ HeldList TakeOldest()
 void PutBack(HeldList& oldest)
 {
     const std::lock_guard guard(g_lock);
-    if (!g_unload.done)
+    if (g_unload.done)
+        std::free(oldest.front().data);
+    else
         g_cbResendQueue.splice(g_cbResendQueue.begin(), oldest);
 }
 

@@ -20,7 +20,7 @@ OsMsgEnvelope To(const char* process, uint32_t number)
     envelope.msgId = number;
     std::snprintf(envelope.sendProcName, sizeof envelope.sendProcName, "traced-%d", getpid());
     std::strcpy(envelope.sendTaskName, "VAPI");
-    std::strncpy(envelope.recvProcName, process, sizeof envelope.recvProcName);
+    std::snprintf(envelope.recvProcName, sizeof envelope.recvProcName, "%s", process);
     std::strcpy(envelope.recvTaskName, "VAPI");
     return envelope;
 }
