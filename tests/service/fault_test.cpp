@@ -60,7 +60,10 @@ std::string Use()
 bool Works()
 {
     const unsigned before = g_notified;
-    const std::string results = Use();
+    std::string results = Use();
+    // What is on its way over a connection that could not be accepted is lost with it; then the next arrives.
+    if (results == "........." && !Eventually([&] { return g_notified >= before + 9; }))
+        results = Use();
     const bool works = results == "........." && Eventually([&] { return g_notified >= before + 9; });
     EXPECT_TRUE(works) << results << ", notifications: " << g_notified - before;
     return works;

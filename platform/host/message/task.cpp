@@ -215,10 +215,13 @@ void OsMsgTaskRoutineByName(const char* taskName)
         if (task == nullptr) {
             Report(kReportError, "task '%s' is not registered", taskName != nullptr ? taskName : "");
         } else if (!task->isRun.exchange(true)) {
-            BindMessageThread();
-            StartReader(task->inbox);
-            RunLoop(*task);
-            task->isRun = false;
+            Contained([&] {
+                BindMessageThread();
+                StartReader(task->inbox);
+                RunLoop(*task);
+                return 0U;
+            });
+            task->isRun = false; // so that it can be run again, should it have failed
         }
         return 0U;
     });
