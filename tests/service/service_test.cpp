@@ -112,7 +112,8 @@ FORKED_TEST(Application, ADeadOneLosesItsName)
     waitid(P_PID, static_cast<id_t>(first.Process()), &ended, WEXITED | WNOWAIT);
     EXPECT_EQ(VeskVideoInit(), 0U);
     std::list<NorthMsgResendInfo> held;
-    EXPECT_TRUE(Eventually([&] { return VeskVideoGetMsgResendQ(&held) == 0 && held.size() == 9; }));
+    // Those for the first may reach its successor as well.
+    EXPECT_TRUE(Eventually([&] { return VeskVideoGetMsgResendQ(&held) == 0 && held.size() >= 9; }));
 }
 
 // A plug-in may be unloaded: its receive thread goes on.
