@@ -1,18 +1,18 @@
 # Puts the layouts of the records and the result codes where the tools' sources include them, below @p directory.
 function(vesk_protocol_text directory)
-  set(decoder ${PROJECT_SOURCE_DIR}/tools/decoder)
+  set(decoder ${PROJECT_SOURCE_DIR}/decoder)
   set(records ${PROJECT_SOURCE_DIR}/abi/records.txt)
   set(views ${decoder}/virtual_service_views.txt)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${records} ${views})
   file(READ ${records} record_text)
   file(READ ${views} view_text)
-  configure_file(${decoder}/record_text.h.in ${directory}/tools/decoder/record_text.h @ONLY)
+  configure_file(${decoder}/record_text.h.in ${directory}/decoder/record_text.h @ONLY)
 
   set(result_codes "")
   vesk_add_result_codes("library" include/vesk_video/common.h "VESK_VIDEO_(OK|ERR_[A-Z_]+)")
   vesk_add_result_codes("host platform" platform/host/include/vesk_host/message.h "HOST_MSG_ERR_[A-Z_]+")
   vesk_add_result_codes("virtual service" service/include/vesk_service/virtual_service.h "VESK_SERVICE_ERR_[A-Z_]+")
-  file(CONFIGURE OUTPUT ${directory}/tools/decoder/result_codes.inc CONTENT "@result_codes@" @ONLY)
+  file(CONFIGURE OUTPUT ${directory}/decoder/result_codes.inc CONTENT "@result_codes@" @ONLY)
 endfunction()
 
 # Appends a row for each enumerator of a header to result_codes; its comment must be on the same line.

@@ -15,7 +15,7 @@ as_root() {
 }
 
 install_packages() {
-  local wanted=(cmake ninja-build g++ libspdlog-dev libcli11-dev nlohmann-json3-dev libedit-dev
+  local wanted=(cmake ninja-build g++ libspdlog-dev libcli11-dev nlohmann-json3-dev libtomlplusplus-dev libedit-dev
     libgtest-dev pkg-config dwarves "$@")
   local missing=() package
   for package in "${wanted[@]}"; do

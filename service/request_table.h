@@ -1,8 +1,8 @@
-// The service's request table: every request of the interface, and what serves it.
+// The service's request table: every request, and what serves it.
 #pragma once
 
 #include "service/request.h"
-#include "vesk_video/message_list.h"
+#include "vesk_service/control_list.h"
 
 namespace vesk::service {
 

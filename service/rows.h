@@ -23,18 +23,18 @@ namespace vesk::service {
 
 using messages::HeaderField;
 
-template <VeskVideoRequest request>
+template <uint32_t request>
 using PayloadOf = typename messages::RequestTypes<request>::Payload;
-template <VeskVideoRequest request>
+template <uint32_t request>
 using AnswerOf = typename messages::RequestTypes<request>::Answer;
 
 /// The header field of the one argument whose name fulfils @p predicate.
 template <class Predicate>
-consteval std::optional<HeaderField> OneField(VeskVideoRequest request, Predicate predicate)
+consteval std::optional<HeaderField> OneField(uint32_t request, Predicate predicate)
 {
     std::optional<HeaderField> found;
     for (const HeaderField field : {HeaderField::kSubMsgID, HeaderField::kParam1, HeaderField::kParam2}) {
-        const messages::Argument& argument = messages::FindRequest(request)->At(field);
+        const messages::Argument& argument = messages::FindAnyRequest(request)->At(field);
         if (!argument.IsUsed() || !predicate(std::string_view(argument.Name())))
             continue;
         if (found)
@@ -44,7 +44,7 @@ consteval std::optional<HeaderField> OneField(VeskVideoRequest request, Predicat
     return found;
 }
 
-template <VeskVideoRequest request, Name... names>
+template <uint32_t request, Name... names>
 consteval HeaderField FieldNamed()
 {
     constexpr auto field =
@@ -53,7 +53,7 @@ consteval HeaderField FieldNamed()
     return field.value_or(HeaderField{});
 }
 
-template <VeskVideoRequest request, Name... names>
+template <uint32_t request, Name... names>
 consteval HeaderField FieldBeside()
 {
     constexpr auto field =
@@ -66,7 +66,7 @@ consteval HeaderField FieldBeside()
 
 /// Makes a parameter of a serving function from a request; what the function leaves in it is appended to the
 /// answer.
-template <VeskVideoRequest request, class Parameter>
+template <uint32_t request, class Parameter>
 struct Carrier;
 
 template <size_t payloads, size_t answers>
@@ -76,12 +76,12 @@ struct Carries {
     void AppendTo(Bytes&) const {}
 };
 
-template <VeskVideoRequest request, class Form>
+template <uint32_t request, class Form>
 struct PayloadCarrier : Carries<1, 0> {
     static_assert(std::is_same_v<Form, PayloadOf<request>>, "the list gives this request another payload");
 };
 
-template <VeskVideoRequest request, class Form>
+template <uint32_t request, class Form>
 struct AnswerCarrier : Carries<0, 1> {
     static_assert(std::is_same_v<Form, AnswerOf<request>>, "the list gives this request another answer");
 };
@@ -106,12 +106,12 @@ struct HeaderCarrier : Carries<0, 0> {
     uint64_t Pass() { return value; }
 };
 
-template <VeskVideoRequest request, Name name>
+template <uint32_t request, Name name>
 struct Carrier<request, Argument<name>> : HeaderCarrier<FieldNamed<request, name>()> {
     using Carrier::HeaderCarrier::HeaderCarrier;
 };
 
-template <VeskVideoRequest request>
+template <uint32_t request>
 struct Carrier<request, const Sender&> : Carries<0, 0> {
     const Sender& sender;
 
@@ -119,7 +119,7 @@ struct Carrier<request, const Sender&> : Carries<0, 0> {
     const Sender& Pass() { return sender; }
 };
 
-template <VeskVideoRequest request, class Record>
+template <uint32_t request, class Record>
 struct Carrier<request, const Record&> : PayloadCarrier<request, messages::Record<Record>> {
     Record record;
 
@@ -127,7 +127,7 @@ struct Carrier<request, const Record&> : PayloadCarrier<request, messages::Recor
     const Record& Pass() { return record; }
 };
 
-template <VeskVideoRequest request, class Entry>
+template <uint32_t request, class Entry>
 struct Carrier<request, std::span<const Entry>>
     : PayloadCarrier<request, Several<Entry, PayloadOf<request>>> {
     std::vector<Entry> entries;
@@ -140,7 +140,7 @@ struct Carrier<request, std::span<const Entry>>
     std::span<const Entry> Pass() { return entries; }
 };
 
-template <VeskVideoRequest request>
+template <uint32_t request>
 struct Carrier<request, std::string_view>
     : PayloadCarrier<request, messages::Text<PayloadOf<request>::kForm.size>> {
     std::string_view text;
@@ -149,7 +149,7 @@ struct Carrier<request, std::string_view>
     std::string_view Pass() { return text; }
 };
 
-template <VeskVideoRequest request, class Record>
+template <uint32_t request, class Record>
 struct Carrier<request, Record*> : AnswerCarrier<request, messages::Record<Record>> {
     Record record{};
 
@@ -158,7 +158,7 @@ struct Carrier<request, Record*> : AnswerCarrier<request, messages::Record<Recor
     void AppendTo(Bytes& answer) const { Append(answer, std::span(&record, 1)); }
 };
 
-template <VeskVideoRequest request, class Entry>
+template <uint32_t request, class Entry>
 struct Carrier<request, std::vector<Entry>*> : AnswerCarrier<request, Several<Entry, AnswerOf<request>>> {
     std::vector<Entry> entries;
 
@@ -201,12 +201,12 @@ struct Things<collection, names...> {
 template <class Place>
 struct OtherArgument;
 
-template <VeskVideoRequest request, auto collection, Name... names>
+template <uint32_t request, auto collection, Name... names>
 struct Carrier<request, Things<collection, names...>> : HeaderCarrier<FieldNamed<request, names...>()> {
     using Carrier::HeaderCarrier::HeaderCarrier;
 };
 
-template <VeskVideoRequest request, auto collection, Name... names>
+template <uint32_t request, auto collection, Name... names>
 struct Carrier<request, OtherArgument<Things<collection, names...>>>
     : HeaderCarrier<FieldBeside<request, names...>()> {
     using Carrier::HeaderCarrier::HeaderCarrier;
@@ -215,7 +215,7 @@ struct Carrier<request, OtherArgument<Things<collection, names...>>>
 // Rows; Place is a Things. Their type is auto so that an error within one is reported with the row's line.
 
 /// A row of a function that takes the service and @p Parameters; its answer counts when it succeeds.
-template <VeskVideoRequest request, class... Parameters, class Function>
+template <uint32_t request, class... Parameters, class Function>
 consteval auto RowOf(Function)
 {
     constexpr bool hasPayload = !std::is_same_v<PayloadOf<request>, messages::Nothing>;
@@ -225,7 +225,7 @@ consteval auto RowOf(Function)
                   "the list gives this request a payload, which the function does not take");
     static_assert((0 + ... + Carrier<request, Parameters>::kAnswers) == (isAnswered ? 1 : 0),
                   "the list gives this request an answer, which the function does not give");
-    return Row{*messages::FindRequest(request), [](Service& service, const Request& in, Bytes& answer) {
+    return Row{*messages::FindAnyRequest(request), [](Service& service, const Request& in, Bytes& answer) {
                    std::tuple<Carrier<request, Parameters>...> carriers{Carrier<request, Parameters>(in)...};
                    return std::apply(
                        [&](auto&... carrier) {
@@ -239,7 +239,7 @@ consteval auto RowOf(Function)
 }
 
 /// A row of a function that takes the service, the thing that the request names, and @p Parameters.
-template <VeskVideoRequest request, class Place, class... Parameters, class Function>
+template <uint32_t request, class Place, class... Parameters, class Function>
 consteval auto RowAt(Function)
 {
     return RowOf<request, Place, Parameters...>([](Service& service, uint64_t number, auto&&... parameters) {
@@ -249,7 +249,7 @@ consteval auto RowAt(Function)
     });
 }
 
-template <VeskVideoRequest request, auto function, class Part, class... Parameters>
+template <uint32_t request, auto function, class Part, class... Parameters>
 consteval auto RowOfMember(Result (Part::*)(Parameters...))
 {
     return RowOf<request, Parameters...>([](Service& service, Parameters... parameters) {
@@ -257,7 +257,7 @@ consteval auto RowOfMember(Result (Part::*)(Parameters...))
     });
 }
 
-template <VeskVideoRequest request, class Place, auto function, class Part, class... Parameters>
+template <uint32_t request, class Place, auto function, class Part, class... Parameters>
 consteval auto RowAtMember(Result (Part::*)(typename Place::Thing&, Parameters...))
 {
     return RowAt<request, Place, Parameters...>([](Service& service, auto& thing, Parameters... parameters) {
@@ -265,7 +265,7 @@ consteval auto RowAtMember(Result (Part::*)(typename Place::Thing&, Parameters..
     });
 }
 
-template <VeskVideoRequest request, class Place, auto function, class Thing, class... Parameters>
+template <uint32_t request, class Place, auto function, class Thing, class... Parameters>
 requires std::is_base_of_v<Thing, typename Place::Thing>
 consteval auto RowAtMember(Result (Thing::*)(Parameters...))
 {
@@ -274,14 +274,14 @@ consteval auto RowAtMember(Result (Thing::*)(Parameters...))
 }
 
 /// Served by a function of a part.
-template <VeskVideoRequest request, auto function>
+template <uint32_t request, auto function>
 consteval Row Served()
 {
     return RowOfMember<request, function>(function);
 }
 
 /// Served by a function of the thing that the request names, or by one of a part that takes the thing.
-template <VeskVideoRequest request, class Place, auto function>
+template <uint32_t request, class Place, auto function>
 consteval Row ServedAt()
 {
     return RowAtMember<request, Place, function>(function);
@@ -291,7 +291,7 @@ template <class Thing, auto field>
 using FieldType = std::remove_reference_t<decltype(std::declval<Thing&>().*field)>;
 
 /// Stores the payload in a field of the thing.
-template <VeskVideoRequest request, class Place, auto field>
+template <uint32_t request, class Place, auto field>
 consteval Row Stored()
 {
     using Field = FieldType<typename Place::Thing, field>;
@@ -302,7 +302,7 @@ consteval Row Stored()
 }
 
 /// Answers with a field of the thing.
-template <VeskVideoRequest request, class Place, auto field>
+template <uint32_t request, class Place, auto field>
 consteval Row Read()
 {
     using Field = FieldType<typename Place::Thing, field>;
@@ -313,7 +313,7 @@ consteval Row Read()
 }
 
 /// Keeps the request's one other argument in a field of the thing.
-template <VeskVideoRequest request, class Place, auto field>
+template <uint32_t request, class Place, auto field>
 consteval Row Kept()
 {
     using Field = FieldType<typename Place::Thing, field>;
@@ -324,7 +324,7 @@ consteval Row Kept()
 }
 
 /// Creates a thing for the sender; the answer is its number.
-template <VeskVideoRequest request, class Place>
+template <uint32_t request, class Place>
 consteval Row Created()
 {
     return RowOf<request, const Sender&, uint32_t*>(
@@ -334,7 +334,7 @@ consteval Row Created()
 }
 
 /// Takes the thing away.
-template <VeskVideoRequest request, class Place>
+template <uint32_t request, class Place>
 consteval Row Erased()
 {
     return RowAt<request, Place>([](Service& service, auto& thing) {

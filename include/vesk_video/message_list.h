@@ -101,12 +101,12 @@ struct Argument {
 
 /** One request of the list. */
 struct Request {
-    VeskVideoRequest number; /**< Request number. */
-    const char* name;        /**< Name as in the log lines: "VESK_VIDEO_MSG_VO_START". */
-    const char* function;    /**< Exported function that sends it: "VeskVideoVoStart". */
-    Argument arguments[3];   /**< Indexed by HeaderField. */
-    Form payload;            /**< What follows the header. */
-    Form answer;             /**< What follows the header of the answer. */
+    uint16_t number;       /**< Request number. */
+    const char* name;      /**< Name as in the log lines: "VESK_VIDEO_MSG_VO_START". */
+    const char* function;  /**< Exported function that sends it: "VeskVideoVoStart". */
+    Argument arguments[3]; /**< Indexed by HeaderField. */
+    Form payload;          /**< What follows the header. */
+    Form answer;           /**< What follows the header of the answer. */
 
     /** The argument in a header field. */
     constexpr const Argument& At(HeaderField field) const { return arguments[static_cast<size_t>(field)]; }
@@ -114,20 +114,20 @@ struct Request {
 
 /** One notification of the list. */
 struct Notification {
-    VeskVideoNotification number; /**< Notification number. */
-    const char* name;             /**< Name as in the log lines. */
-    Argument arguments[3];        /**< Indexed by HeaderField; the first is never used. */
-    Form payload;                 /**< What follows the header. */
+    uint16_t number;       /**< Notification number. */
+    const char* name;      /**< Name as in the log lines. */
+    Argument arguments[3]; /**< Indexed by HeaderField; the first is never used. */
+    Form payload;          /**< What follows the header. */
 
     /** The argument in a header field. */
     constexpr const Argument& At(HeaderField field) const { return arguments[static_cast<size_t>(field)]; }
 };
 
 /** Payload, answer and sending function of a request, as types. */
-template <VeskVideoRequest request>
+template <uint32_t request>
 struct RequestTypes;
 
-/** @cond macros that turn the words of the list into table entries and types */
+/** @cond macros that turn the words of this list, and of others of its form, into table entries and types */
 #define VESK_FORM(type, typeName, name)                                                                      \
     {                                                                                                        \
         type::kForm.kind, type::kForm.size, typeName, name, type::kForm.count                                \
@@ -178,25 +178,6 @@ inline constexpr Notification kNotifications[] = {
     {name, #name, {{"-"}, {#param1}, {#param2}}, VESK_FORM_##payload},
 #include "vesk_video/messages.def"
 };
-
-#undef VESK_FORM
-#undef VESK_FORM_NONE
-#undef VESK_FORM_RECORD
-#undef VESK_FORM_SCALAR
-#undef VESK_FORM_ARRAY
-#undef VESK_FORM_TEXT
-#undef VESK_FORM_BYTES
-#undef VESK_FORM_UNANSWERED
-#undef VESK_TYPE_NONE
-#undef VESK_TYPE_RECORD
-#undef VESK_TYPE_SCALAR
-#undef VESK_TYPE_ARRAY
-#undef VESK_TYPE_TEXT
-#undef VESK_TYPE_BYTES
-#undef VESK_TYPE_UNANSWERED
-#undef VESK_FIELD_uwSubMsgID
-#undef VESK_FIELD_ulParam1
-#undef VESK_FIELD_ulParam2
 
 /** Finds a request by its number; null if there is none. */
 constexpr const Request* FindRequest(uint32_t number)

@@ -1,5 +1,5 @@
 // Any bytes as a message of any number, in each direction; what is shown of it must be made of its bytes.
-#include "tools/decoder/text.h"
+#include "decoder/text.h"
 
 #include <cstdlib>
 

@@ -1,5 +1,5 @@
 // Any bytes as a recording, in pieces of any size; what is read of it is joined.
-#include "tools/decoder/error.h"
+#include "decoder/error.h"
 #include "tools/recording/exchange.h"
 #include "tools/recording/reader.h"
 

@@ -1,7 +1,7 @@
 // Messages to fields and back, whatever their length and contents.
-#include "tools/decoder/error.h"
-#include "tools/decoder/filter.h"
-#include "tools/decoder/text.h"
+#include "decoder/error.h"
+#include "decoder/filter.h"
+#include "decoder/text.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Recordings: what is written is read, and what cannot be one is refused where it goes wrong.
+#include "decoder/error.h"
 #include "support/processes.h"
-#include "tools/decoder/error.h"
 #include "tools/recording/exchange.h"
 #include "tools/recording/reader.h"
 #include "tools/recording/writer.h"

@@ -1,6 +1,6 @@
 // The tracer, "veskctl trace" and "veskctl decode", and Wireshark's view of a recording.
+#include "decoder/text.h"
 #include "support/processes.h"
-#include "tools/decoder/text.h"
 #include "tools/recording/exchange.h"
 #include "tools/recording/reader.h"
 

@@ -1,6 +1,6 @@
 // veskctl from a user's side, with the virtual service as its peer.
+#include "decoder/text.h"
 #include "support/processes.h"
-#include "tools/decoder/text.h"
 
 #include <csignal>
 #include <fstream>

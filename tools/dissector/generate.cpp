@@ -1,5 +1,5 @@
 // Writes the tables of the Wireshark dissector: messages, records and result codes, as Lua.
-#include "tools/decoder/decoder.h"
+#include "decoder/decoder.h"
 
 #include <algorithm>
 #include <cstdio>

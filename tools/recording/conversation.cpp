@@ -1,7 +1,7 @@
 // A recording as the exchange between applications and the service that it shows.
 #include "tools/recording/conversation.h"
 
-#include "tools/decoder/error.h"
+#include "decoder/error.h"
 #include "tools/recording/reader.h"
 
 #include <algorithm>

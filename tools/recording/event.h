@@ -1,7 +1,7 @@
 // What a recording says, event by event.
 #pragma once
 
-#include "tools/decoder/decoder.h"
+#include "decoder/decoder.h"
 #include "tools/recording/format.h"
 
 #include <string>

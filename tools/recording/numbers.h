@@ -1,7 +1,7 @@
 // Numbers that differ from one run to the next: engines, streams, channels, queues.
 #pragma once
 
-#include "tools/decoder/decoder.h"
+#include "decoder/decoder.h"
 
 #include <map>
 

@@ -1,7 +1,7 @@
 // Reads recordings, whole or as they grow.
 #include "tools/recording/reader.h"
 
-#include "tools/decoder/error.h"
+#include "decoder/error.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,8 +1,8 @@
 // A client of the video service, as an application is one.
 #include "tools/veskctl/client.h"
 
+#include "decoder/names.h"
 #include "platform/os_msg.h"
-#include "tools/decoder/names.h"
 
 #include <algorithm>
 #include <condition_variable>

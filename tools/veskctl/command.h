@@ -1,8 +1,8 @@
 // What a subcommand of veskctl is.
 #pragma once
 
-#include "tools/decoder/decoder.h"
-#include "tools/decoder/error.h"
+#include "decoder/decoder.h"
+#include "decoder/error.h"
 
 #include <CLI/CLI.hpp>
 

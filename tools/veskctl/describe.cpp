@@ -1,5 +1,5 @@
 // The subcommand "describe": what a message, a record or a result code consists of.
-#include "tools/decoder/text.h"
+#include "decoder/text.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
 

@@ -1,7 +1,7 @@
 // Requests and notifications as the subcommands send, receive and show them.
 #pragma once
 
-#include "tools/decoder/text.h"
+#include "decoder/text.h"
 #include "tools/veskctl/client.h"
 
 namespace vesk::ctl {

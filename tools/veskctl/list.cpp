@@ -1,5 +1,5 @@
 // The subcommand "list": what the interface offers.
-#include "tools/decoder/text.h"
+#include "decoder/text.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
 

@@ -1,5 +1,5 @@
 // The subcommands "monitor" and "wait": notifications as they arrive.
-#include "tools/decoder/filter.h"
+#include "decoder/filter.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
 

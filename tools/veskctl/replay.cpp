@@ -1,6 +1,6 @@
 // The subcommand "replay": sends recorded requests again and says what has become different.
+#include "decoder/filter.h"
 #include "platform/os_queue.h"
-#include "tools/decoder/filter.h"
 #include "tools/recording/conversation.h"
 #include "tools/recording/numbers.h"
 #include "tools/veskctl/commands.h"

@@ -1,7 +1,7 @@
 // The lines of "run": calls, waits and expectations.
 #include "tools/veskctl/script.h"
 
-#include "tools/decoder/filter.h"
+#include "decoder/filter.h"
 
 #include <algorithm>
 #include <regex>

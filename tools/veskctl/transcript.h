@@ -1,8 +1,8 @@
 // Recorded messages as "trace" and "decode" show them.
 #pragma once
 
-#include "tools/decoder/filter.h"
-#include "tools/decoder/text.h"
+#include "decoder/filter.h"
+#include "decoder/text.h"
 #include "tools/recording/exchange.h"
 #include "tools/veskctl/command.h"
 

@@ -48,6 +48,37 @@ uint32_t HostMsgSetProcName(const char* procName);
  */
 uint32_t HostMsgReply(OsMsgEnvelope* request, const void* data, uint32_t dataLen);
 
+/** An answer that is still owed; 0 is none. */
+typedef uint64_t HostMsgDeferred;
+
+/**
+ * Puts off the answer to the synchronous message that is being handled; to be called from its handler, which
+ * then returns without an answer. The sender goes on waiting until it is answered or its own time-out ends,
+ * and the task handles the messages of others. Nothing need be freed: what is owed ends with its sender's
+ * connection, or with the task.
+ *
+ * @param request  The envelope that the handler was called with.
+ * @return What to answer by, or 0 when @p request is not a message to be answered, or 1,024 answers are owed
+ *         already; the message can then be answered at once only.
+ */
+HostMsgDeferred HostMsgDefer(OsMsgEnvelope* request);
+
+/**
+ * Gives an answer that is owed, once; any thread may call.
+ *
+ * @param deferred  What HostMsgDefer returned.
+ * @param data      The answer; copied. Null when @p dataLen is 0.
+ * @param dataLen   Its bytes.
+ * @return 0 when the answer is on its way; HOST_MSG_ERR_BROKEN when the sender has gone, or the answer was
+ *         given already; HOST_MSG_ERR_TOO_LONG or HOST_MSG_ERR_ARGUMENT otherwise, when the sender sees a
+ *         failure.
+ */
+uint32_t HostMsgReplyDeferred(HostMsgDeferred deferred, const void* data, uint32_t dataLen);
+
+/** Closes the connection of a sender instead of answering it, which fails there at once; any thread may call.
+ */
+void HostMsgCloseDeferred(HostMsgDeferred deferred);
+
 /** @return The process that sent the message that is being handled; 0 when @p message is not it. */
 int HostMsgSenderProcess(const OsMsgEnvelope* message);
 

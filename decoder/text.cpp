@@ -1,7 +1,7 @@
 // Messages as people and programs read them: a line, or JSON.
-#include "tools/decoder/text.h"
+#include "decoder/text.h"
 
-#include "tools/decoder/error.h"
+#include "decoder/error.h"
 
 #include <algorithm>
 #include <charconv>

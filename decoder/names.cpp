@@ -1,7 +1,8 @@
 // Names of messages and results, as people write and read them.
-#include "tools/decoder/names.h"
+#include "decoder/names.h"
 
-#include "tools/decoder/error.h"
+#include "decoder/error.h"
+#include "vesk_service/control_list.h"
 
 #include <algorithm>
 #include <charconv>
@@ -16,7 +17,7 @@ namespace vesk::tools {
 namespace {
 
 constexpr ResultCode kResultCodes[] = {
-#include "tools/decoder/result_codes.inc"
+#include "decoder/result_codes.inc"
 };
 
 bool SameText(std::string_view a, std::string_view b)
@@ -60,6 +61,15 @@ bool HasName(const Message& message, std::string_view text)
            HasNumber(message, text);
 }
 
+template <class Message, size_t count>
+const Message* FindIn(const Message (&list)[count], std::string_view text)
+{
+    const Message* end = list + count;
+    const Message* found =
+        std::find_if(list, end, [&](const Message& message) { return HasName(message, text); });
+    return found != end ? found : nullptr;
+}
+
 } // namespace
 
 std::string_view ShortName(std::string_view name)
@@ -67,6 +77,7 @@ std::string_view ShortName(std::string_view name)
     constexpr std::string_view kSuffix = "_NOTIFY";
     RemovePrefix(name, "VESK_VIDEO_MSG_");
     RemovePrefix(name, "VESK_VIDEO_ON_");
+    RemovePrefix(name, "VESK_"); // of control messages: "CONTROL_PLUG"
     if (name.size() > kSuffix.size() && SameText(name.substr(name.size() - kSuffix.size()), kSuffix))
         name.remove_suffix(kSuffix.size());
     return name;
@@ -80,16 +91,13 @@ const messages::Request* FindRequest(std::string_view text)
         if (HasName(request, text) || SameText(function, request.function + strlen("VeskVideo")))
             return &request;
     }
-    return nullptr;
+    return FindIn(messages::kControlRequests, text);
 }
 
 const messages::Notification* FindNotification(std::string_view text)
 {
-    for (const messages::Notification& notification : messages::kNotifications) {
-        if (HasName(notification, text))
-            return &notification;
-    }
-    return nullptr;
+    const messages::Notification* notification = FindIn(messages::kNotifications, text);
+    return notification != nullptr ? notification : FindIn(messages::kControlNotifications, text);
 }
 
 const messages::Request& RequestNamed(std::string_view text)

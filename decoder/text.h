@@ -1,7 +1,7 @@
 // Messages as people and programs read them: a line, or JSON.
 #pragma once
 
-#include "tools/decoder/decoder.h"
+#include "decoder/decoder.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,7 +1,7 @@
 // From a message to names and fields.
-#include "tools/decoder/decoder.h"
-#include "tools/decoder/error.h"
-#include "tools/decoder/record_text.h"
+#include "decoder/decoder.h"
+#include "decoder/error.h"
+#include "decoder/record_text.h"
 
 #include <algorithm>
 #include <cstring>

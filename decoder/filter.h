@@ -1,7 +1,7 @@
 // Which messages a user wants to see.
 #pragma once
 
-#include "tools/decoder/decoder.h"
+#include "decoder/decoder.h"
 
 namespace vesk::tools {
 

@@ -1,6 +1,6 @@
 // From names and fields to a message.
-#include "tools/decoder/decoder.h"
-#include "tools/decoder/error.h"
+#include "decoder/decoder.h"
+#include "decoder/error.h"
 
 #include <algorithm>
 #include <charconv>

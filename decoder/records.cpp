@@ -1,7 +1,7 @@
 // The layouts of records, read from their description as text.
-#include "tools/decoder/records.h"
+#include "decoder/records.h"
 
-#include "tools/decoder/error.h"
+#include "decoder/error.h"
 #include "vesk_video/message.h"
 
 #include <algorithm>

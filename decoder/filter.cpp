@@ -1,8 +1,8 @@
 // Which messages a user wants to see.
-#include "tools/decoder/filter.h"
+#include "decoder/filter.h"
 
-#include "tools/decoder/error.h"
-#include "tools/decoder/text.h"
+#include "decoder/error.h"
+#include "decoder/text.h"
 
 #include <algorithm>
 

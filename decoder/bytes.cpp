@@ -1,7 +1,7 @@
 // Bytes as hexadecimal text and back.
-#include "tools/decoder/bytes.h"
+#include "decoder/bytes.h"
 
-#include "tools/decoder/error.h"
+#include "decoder/error.h"
 #include "vesk_video/message.h"
 
 #include <algorithm>

@@ -1,9 +1,9 @@
 // Turns messages into names and fields, and back.
 #pragma once
 
-#include "tools/decoder/bytes.h"
-#include "tools/decoder/names.h"
-#include "tools/decoder/records.h"
+#include "decoder/bytes.h"
+#include "decoder/names.h"
+#include "decoder/records.h"
 
 #include <string>
 #include <variant>

@@ -1,6 +1,6 @@
 // What the list of messages and the headers say about a message and its values.
-#include "tools/decoder/decoder.h"
-#include "vesk_service/virtual_service.h"
+#include "decoder/decoder.h"
+#include "vesk_service/control_list.h"
 
 #include <algorithm>
 #include <array>
@@ -68,12 +68,12 @@ Listing Decoder::Describe(Direction direction, uint32_t number) const
 {
     Listing listing{direction, number, {}, {}, {}, {std::begin(kFields), std::end(kFields)}, nullptr};
     if (direction == Direction::kNotification) {
-        if (const messages::Notification* listed = messages::FindNotification(number)) {
+        if (const messages::Notification* listed = messages::FindAnyNotification(number)) {
             listing.fullName = listed->name;
             listing.form = &listed->payload;
             NameArguments(listing, listed->arguments);
         }
-    } else if (const messages::Request* listed = messages::FindRequest(number)) {
+    } else if (const messages::Request* listed = messages::FindAnyRequest(number)) {
         listing.fullName = listed->name;
         listing.function = listed->function;
         listing.form = direction == Direction::kRequest ? &listed->payload : &listed->answer;
