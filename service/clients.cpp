@@ -162,15 +162,11 @@ void Clients::Remove(const std::string& procName, pid_t process)
 
 void Clients::Notify(const Notification& notification)
 {
-    const auto client = clients_.find(notification.procName);
-    if (client != clients_.end())
-        Notify(client, notification);
-}
-
-void Clients::NotifyAll(uint32_t notifyId)
-{
-    for (auto next = clients_.begin(); next != clients_.end();)
-        Notify(next++, {.procName = {}, .notifyId = notifyId, .payload = {}});
+    const bool isForAll = notification.procName == kEveryClient;
+    auto next = isForAll ? clients_.begin() : clients_.find(notification.procName);
+    const auto end = isForAll || next == clients_.end() ? clients_.end() : std::next(next);
+    while (next != end)
+        Notify(next++, notification);
 }
 
 void Clients::Notify(Map::iterator client, const Notification& notification)

@@ -34,10 +34,13 @@ public:
     void Remove(const std::string& procName, pid_t process);
     bool IsKnown(const std::string& procName) const { return clients_.count(procName) != 0; }
 
-    /// Sends one notification; a client that has ended is removed. One that there is no memory for is dropped
-    /// and logged.
+    /// Sends one notification to its client or to every client; a client that has ended is removed. One that
+    /// there is no memory for is dropped and logged.
     void Notify(const Notification& notification);
-    void NotifyAll(uint32_t notifyId);
+    void NotifyAll(uint32_t notifyId)
+    {
+        Notify({.procName = kEveryClient, .notifyId = notifyId, .payload = {}});
+    }
 
 private:
     struct Client {

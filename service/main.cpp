@@ -1,4 +1,5 @@
 // The virtual video service as a process of its own.
+#include "service/device_file.h"
 #include "service/log.h"
 #include "service/program_text.h"
 #include "service/service.h"
@@ -40,10 +41,10 @@ sigset_t BlockEndSignals()
     return signals;
 }
 
-int Run(const Identity& self)
+int Run(const Identity& self, const DeviceDescription& device)
 {
     const sigset_t endSignals = BlockEndSignals();
-    Service service(self);
+    Service service(self, device);
     g_service = &service;
     if (HostMsgSetProcName(self.procName.c_str()) != 0) {
         std::fprintf(stderr, "vesk-video-service: '%s' cannot be a process name\n", self.procName.c_str());
@@ -75,14 +76,19 @@ int Run(const Identity& self)
 int main(int argc, char** argv)
 try {
     Identity self{"VIDEO", "VCTL"};
+    std::string deviceFile;
     CLI::App app("Virtual video service: serves the requests of libvesk_video_interface without the device.\n"
                  "SIGTERM or SIGINT ends it.");
     app.footer(kEnvironmentHelp);
     app.set_version_flag("--version", kVersion);
     app.add_option("--process", self.procName, "Process name of the service")->capture_default_str();
     app.add_option("--task", self.taskName, "Task name of the service")->capture_default_str();
+    app.add_option("--device", deviceFile, "File that describes the device to serve (TOML)");
     CLI11_PARSE(app, argc, argv);
-    return Run(self);
+    return Run(self, deviceFile.empty() ? DefaultDevice() : ReadDevice(deviceFile));
+} catch (const DeviceFileError& error) {
+    std::fprintf(stderr, "%s\n", error.what());
+    return 2;
 } catch (const std::exception& error) { // out of memory, or no thread can be started
     std::fprintf(stderr, "vesk-video-service: %s\n", error.what());
     return 1;

@@ -63,6 +63,9 @@ private:
     uint64_t value_;
 };
 
+/// The name that stands for every client.
+inline const std::string kEveryClient;
+
 /// A notification; it is sent after the answer to the current request.
 struct Notification {
     std::string procName;

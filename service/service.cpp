@@ -44,6 +44,23 @@ void Service::End()
     clients.NotifyAll(VESK_VIDEO_ON_VIDEO_DIE_NOTIFY);
 }
 
+void Service::Reset()
+{
+    // What needs memory comes first: without it, nothing has changed.
+    Inputs describedInputs(notifications_, described_);
+    Outputs describedOutputs(notifications_, described_, inputs, codecs);
+    inputs = std::move(describedInputs);
+    outputs = std::move(describedOutputs);
+    codecs = Codecs(notifications_, described_);
+    mice = Mice(codecs, described_.limits);
+    uvc = Uvc(described_.limits);
+    overlays = Overlays(described_.limits);
+    queues = Queues(described_.limits);
+    device = Device(notifications_, described_);
+    notifications_.Add(kEveryClient, VESK_VIDEO_ON_VIDEO_DIE_NOTIFY, {});
+    notifications_.Add(kEveryClient, VESK_VIDEO_ON_VIDEO_ACTIVATE_NOTIFY, {});
+}
+
 Result Service::Serve(const OsMsgEnvelope& message, Bytes& answer)
 {
     if (message.dataLen < sizeof(VeskVideoMsgHead))
@@ -66,6 +83,7 @@ void Service::Handle(OsMsgEnvelope& message)
     head.msgId = static_cast<uint16_t>(message.msgId);
     Bytes answer(sizeof head);
     head.uwSubMsgID = Serve(message, answer);
+    outputs.NotifyFirstFrames();
     LOG(kInfo, "%s: %u", text.c_str(), head.uwSubMsgID);
     if (message.type == OS_MSG_SYNCHRONOUS) {
         std::memcpy(answer.data(), &head, sizeof head);
