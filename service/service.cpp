@@ -35,6 +35,26 @@ void Service::End()
     Notify({.procName = kEveryClient, .notifyId = VESK_VIDEO_ON_VIDEO_DIE_NOTIFY, .payload = {}});
 }
 
+void Service::Reset()
+{
+    // What needs memory comes first: without it, nothing has changed.
+    Inputs describedInputs(notifications_, described_);
+    Outputs describedOutputs(notifications_, described_, inputs, codecs);
+    inputs = std::move(describedInputs);
+    outputs = std::move(describedOutputs);
+    codecs = Codecs(notifications_, described_);
+    mice = Mice(codecs, described_.limits);
+    uvc = Uvc(described_.limits);
+    overlays = Overlays(described_.limits);
+    queues = Queues(described_.limits);
+    device = Device(notifications_, described_);
+    faults.Reset();
+    scenario.Reset();
+    timeline.Reset();
+    notifications_.Add(kEveryClient, VESK_VIDEO_ON_VIDEO_DIE_NOTIFY, {});
+    notifications_.Add(kEveryClient, VESK_VIDEO_ON_VIDEO_ACTIVATE_NOTIFY, {});
+}
+
 Result Service::Serve(uint32_t number, const Sender& sender, std::span<const std::byte> data, Bytes& answer)
 {
     Request request{.head = {}, .sender = sender, .payload = {}};
@@ -55,6 +75,7 @@ Result Service::Execute(uint32_t number, std::span<const std::byte> data)
 {
     Bytes answer;
     const Result result = Serve(number, {}, data, answer);
+    outputs.NotifyFirstFrames();
     NotifyEach(notifications_.TakeAll());
     return result;
 }
@@ -82,6 +103,7 @@ void Service::Handle(OsMsgEnvelope& message)
     head.msgId = static_cast<uint16_t>(message.msgId);
     Bytes answer(sizeof head);
     head.uwSubMsgID = effects.result ? *effects.result : Serve(message.msgId, sender, data, answer);
+    outputs.NotifyFirstFrames();
     LOG(kInfo, "%s: %u", text.c_str(), head.uwSubMsgID);
     std::memcpy(answer.data(), &head, sizeof head);
     effects.Change(answer, 0);

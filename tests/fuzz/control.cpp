@@ -165,7 +165,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
     Maker maker(input);
     g_owed.clear();
     {
-        service::Service service({"VIDEO", "VCTL"}, {.isStep = true});
+        service::Service service({"VIDEO", "VCTL"}, service::DefaultDevice(), {.isStep = true});
         service.faults.die = [] {};
         uint64_t now = 0;
         while (input.remaining_bytes() != 0) {
