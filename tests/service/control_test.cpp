@@ -268,6 +268,9 @@ FORKED_TEST(Stepped, FaultsChangeNotifications)
     while (late < 100 && Send("steering", Notify(kTold, large)).As<uint32_t>() == 1)
         ++late;
     EXPECT_EQ(late, 15U);
+    Add(Rule(kCount, VESK_CONTROL_EFFECT_DELAY, 30));
+    Add(Rule(kCount, VESK_CONTROL_EFFECT_LENGTH, kMost));
+    EXPECT_EQ(Send("caller", MessageOf(kCount)).platform, HOST_MSG_ERR_BROKEN);
 }
 
 // X: hit.
@@ -616,4 +619,19 @@ FORKED_TEST(Stepped, AWatcherSeesEveryMessageOrHowManyItLost)
     })) << g_shown.size()
         << " of " << sent << ", " << lost << " lost";
     HostMsgEndTask("WATCH");
+}
+
+FORKED_TEST(Application, EightTasksWatchAtATime)
+{
+    const Child service = StartService();
+    const auto watch = [](const std::string& name, uint64_t enable) {
+        return Send(name.c_str(), MessageOf(VESK_CONTROL_WATCH, enable)).Result();
+    };
+    EXPECT_EQ(Child([&] { EXPECT_EQ(watch("gone", 1), 0); }).Wait(), 0);
+    for (int i = 0; i < VESK_CONTROL_MAX_WATCHERS; ++i)
+        EXPECT_EQ(watch('w' + std::to_string(i), 1), 0);
+    EXPECT_EQ(watch("w0", 1), 0);
+    EXPECT_EQ(watch("one more", 1), VESK_SERVICE_ERR_ROOM);
+    EXPECT_EQ(watch("w0", 0), 0);
+    EXPECT_EQ(watch("one more", 1), 0);
 }
