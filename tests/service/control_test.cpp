@@ -237,7 +237,9 @@ FORKED_TEST(Stepped, FaultsChangeNotifications)
         uint32_t sent = 1;
     };
     const Case cases[] = {
-        {{Rule(Of(kTold, "other"), kDrop), Rule(Of(kTold, "", "xz"), kDrop)}, "xyz|"},
+        {{Rule(Of(kTold, "other"), kDrop), Rule(Of(kTold, "", "xz"), kDrop),
+          Rule(Of(kTold, "", "xyz and more"), kDrop)},
+         "xyz|"},
         {{Rule(Of(kTold, "test-app", "xy"), kDrop)}, "", 0},
         {{twice, twice}, "xyz|xyz|xyz|"},
         {{drop, twice}, "", 0},
@@ -381,10 +383,10 @@ FORKED_TEST(Stepped, AScenarioRunsAtItsTimesAndMatches)
     EXPECT_EQ(Advance(1000), 0U);
     begin(Step(At(20), Notify("c")) + Step(At(10), Notify("a")) + Step(At(20), Notify("d")) +
           Step(At(10), Notify("b")) + Step(At(0), Notify("0")) + Step(At(15), Notify("fails", "nobody")) +
-          Step(At(30), MessageOf(VESK_CONTROL_TIME, 12)) + Step(At(41), Notify("e")) +
-          Step(At(43), Notify("f")));
+          Step(At(15), MessageOf(VESK_CONTROL_TIME, 1)) + Step(At(30), MessageOf(VESK_CONTROL_TIME, 12)) +
+          Step(At(41), Notify("e")) + Step(At(43), Notify("f")));
     EXPECT_EQ(Told(seen), "0|");
-    EXPECT_EQ(Advance(9), 8U);
+    EXPECT_EQ(Advance(9), 9U);
     EXPECT_EQ(Told(seen), "");
     EXPECT_EQ(Advance(16), 3U);
     EXPECT_EQ(Told(seen), "a|b|c|d|");
