@@ -55,9 +55,9 @@ inline void Install()
     EXPECT_EQ(VeskVideoSetCallback(&info), 0U);
 }
 
-inline Child StartService()
+inline Child StartService(const char* option = nullptr, const char* value = nullptr)
 {
-    Child service = Start(VESK_SERVICE_PATH);
+    Child service = Start(VESK_SERVICE_PATH, option, value);
     service.ExpectOutput("serving VIDEO/VCTL");
     return service;
 }
@@ -106,9 +106,10 @@ struct Application {
 
 /// An application that is known to a service.
 struct VideoService : Application {
-    Child service = StartService();
+    Child service;
 
-    VideoService()
+    explicit VideoService(const char* option = nullptr, const char* value = nullptr)
+        : service(StartService(option, value))
     {
         EXPECT_EQ(VeskVideoInit(), 0U);
         std::list<NorthMsgResendInfo> held; // all announcements, until there is a callback
