@@ -55,9 +55,10 @@ inline void Install()
     EXPECT_EQ(VeskVideoSetCallback(&info), 0U);
 }
 
-inline Child StartService(const char* option = nullptr, const char* value = nullptr)
+template <class... Words>
+Child StartService(Words... arguments)
 {
-    Child service = Start(VESK_SERVICE_PATH, option, value);
+    Child service = Start(VESK_SERVICE_PATH, arguments...);
     service.ExpectOutput("serving VIDEO/VCTL");
     return service;
 }
@@ -88,8 +89,8 @@ uint32_t Number(Function function, Arguments... arguments)
  *     GET_VO_PORT 1 = 0 1 1 @64 'HDMI-OUT-1    those of its answer; @ goes on at a byte, ' begins a text
  *     ON 107 = 0 1 0                           the next notification of a number
  *
- * A request has its name of the list of messages; its arguments stand in the order of the header's fields,
- * and each # is @p index, each % @p number.
+ * A request, also a control request, has its name of the list of messages; its arguments stand in the order
+ * of the header's fields, and each # is @p index, each % @p number.
  */
 void Play(std::string script, uint32_t index = 0, uint32_t number = 0);
 
