@@ -192,12 +192,14 @@ try {
     envelope.dataLen = static_cast<uint32_t>(data.size());
     envelope.data = data.data();
     const uint32_t ret = OsMsgAsynSend(&envelope);
+    ++(ret == 0 ? client->second.sent : client->second.dropped);
     LOG(kInfo, "notification %u to %s: %u", notification.notifyId, client->first.c_str(), ret);
     if (ret == HOST_MSG_ERR_ABSENT && !client->second.IsAlive()) {
         clients_.erase(client);
         Save();
     }
 } catch (const std::exception& error) {
+    ++client->second.dropped;
     LOG(kError, "notification %u to %s dropped: %s", notification.notifyId, client->first.c_str(),
         error.what());
 }

@@ -40,10 +40,14 @@ public:
     void NotifyAll(uint32_t notifyId);
 
 private:
+    friend class State;
+
     struct Client {
         std::string taskName;
         pid_t process;
-        uint64_t start; // of the process
+        uint64_t start;    // of the process
+        uint64_t sent = 0; // notifications
+        uint64_t dropped = 0;
 
         bool IsAlive() const;
     };

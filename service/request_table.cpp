@@ -162,6 +162,8 @@ constexpr Row kRows[] = {
     Served<VESK_VIDEO_MSG_SET_WALLPAPER_INFO, &Device::SetWallpaper>(),
     Served<VESK_VIDEO_MSG_SET_ANNOTATION_STATUS, &Device::SetAnnotation>(),
     Served<VESK_VIDEO_MSG_VERYFY_IMAGE, &Device::VerifyImage>(),
+
+    Served<VESK_CONTROL_STATE, &State::Get>(),
 };
 
 consteval size_t RowsOf(VeskVideoRequest request)

@@ -66,6 +66,7 @@ void Service::Handle(OsMsgEnvelope& message)
     head.msgId = static_cast<uint16_t>(message.msgId);
     Bytes answer(sizeof head);
     head.uwSubMsgID = Serve(message, answer);
+    counters.Count(message.msgId, head.uwSubMsgID);
     LOG(kInfo, "%s: %u", text.c_str(), head.uwSubMsgID);
     if (message.type == OS_MSG_SYNCHRONOUS) {
         std::memcpy(answer.data(), &head, sizeof head);

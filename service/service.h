@@ -4,18 +4,22 @@
 #include "platform/os_msg.h"
 #include "service/clients.h"
 #include "service/codecs.h"
+#include "service/counters.h"
 #include "service/device.h"
 #include "service/inputs.h"
 #include "service/mice.h"
 #include "service/outputs.h"
 #include "service/overlays.h"
 #include "service/queues.h"
+#include "service/state.h"
 #include "service/uvc.h"
 
 namespace vesk::service {
 
 /// Not thread-safe: everything runs on the thread that runs the service's task.
 class Service {
+    friend class State;
+
     const Identity self_;
     Notifications notifications_;
 
@@ -43,6 +47,8 @@ public:
     Overlays overlays;
     Queues queues;
     Device device{notifications_};
+    Counters counters;
+    State state{*this};
 
 private:
     Result Serve(const OsMsgEnvelope& message, Bytes& answer);
