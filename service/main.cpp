@@ -1,4 +1,5 @@
 // The virtual video service as a process of its own.
+#include "service/alarm.h"
 #include "service/log.h"
 #include "service/program_text.h"
 #include "service/service.h"
@@ -29,21 +30,39 @@ uint32_t HandleMessage(OsMsgEnvelope* message)
     return 0;
 }
 
-/// Blocks the signals that end the service, in this thread and in all that it starts.
-sigset_t BlockEndSignals()
+/// Blocks the signals that the service waits for, in this thread and in all that it starts.
+sigset_t BlockSignals()
 {
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGTERM);
     sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGALRM);
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     return signals;
 }
 
-int Run(const Identity& self)
+/// Tells the thread that runs the task that something is due.
+void SendTick(const Identity& self)
 {
-    const sigset_t endSignals = BlockEndSignals();
-    Service service(self);
+    VeskVideoMsgHead head{};
+    head.msgId = VESK_CONTROL_TICK;
+    OsMsgEnvelope envelope{};
+    envelope.msgId = head.msgId;
+    PutName(envelope.sendProcName, self.procName);
+    PutName(envelope.recvProcName, self.procName);
+    PutName(envelope.recvTaskName, self.taskName);
+    envelope.dataLen = sizeof head;
+    envelope.data = &head;
+    OsMsgAsynSend(&envelope);
+}
+
+int Run(const Identity& self, Timeline::Clock clock)
+{
+    const sigset_t signals = BlockSignals();
+    Alarm alarm;
+    clock.alarm = [&alarm](auto at) { alarm.Set(at); };
+    Service service(self, std::move(clock));
     g_service = &service;
     if (HostMsgSetProcName(self.procName.c_str()) != 0) {
         std::fprintf(stderr, "vesk-video-service: '%s' cannot be a process name\n", self.procName.c_str());
@@ -55,8 +74,8 @@ int Run(const Identity& self)
         return 1;
     }
     std::thread signalWaiter([&] {
-        int signal = 0;
-        sigwait(&endSignals, &signal);
+        for (int signal = 0; sigwait(&signals, &signal) == 0 && signal == SIGALRM;)
+            SendTick(self);
         HostMsgEndTask(self.taskName.c_str());
     });
     service.Begin();
@@ -75,14 +94,20 @@ int Run(const Identity& self)
 int main(int argc, char** argv)
 try {
     Identity self{"VIDEO", "VCTL"};
+    Timeline::Clock clock;
     CLI::App app("Virtual video service: serves the requests of libvesk_video_interface without the device.\n"
                  "SIGTERM or SIGINT ends it.");
     app.footer(kEnvironmentHelp);
     app.set_version_flag("--version", kVersion);
     app.add_option("--process", self.procName, "Process name of the service")->capture_default_str();
     app.add_option("--task", self.taskName, "Task name of the service")->capture_default_str();
+    auto* const scale = app.add_option("--time-scale", clock.scale,
+                                       "How many times faster than the clock the model's time runs")
+                            ->capture_default_str()
+                            ->check(CLI::Range(0.001, 1000.0));
+    app.add_flag("--step", clock.isStep, "Move the model's time by command only")->excludes(scale);
     CLI11_PARSE(app, argc, argv);
-    return Run(self);
+    return Run(self, std::move(clock));
 } catch (const std::exception& error) { // out of memory, or no thread can be started
     std::fprintf(stderr, "vesk-video-service: %s\n", error.what());
     return 1;

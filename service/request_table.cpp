@@ -164,6 +164,14 @@ constexpr Row kRows[] = {
     Served<VESK_VIDEO_MSG_VERYFY_IMAGE, &Device::VerifyImage>(),
 
     Served<VESK_CONTROL_STATE, &State::Get>(),
+    Served<VESK_CONTROL_NOTIFY, &Service::SendNotification>(),
+    Served<VESK_CONTROL_FAULT_ADD, &Faults::Add>(),
+    Served<VESK_CONTROL_FAULT_LIST, &Faults::List>(),
+    Served<VESK_CONTROL_FAULT_CLEAR, &Faults::Clear>(),
+    Served<VESK_CONTROL_TIME, &Timeline::Move>(),
+    Served<VESK_CONTROL_SCENARIO, &Scenario::Begin>(),
+    Served<VESK_CONTROL_WATCH, &Watchers::Watch>(),
+    Served<VESK_CONTROL_TICK, &Service::Tick>(),
 };
 
 consteval size_t RowsOf(VeskVideoRequest request)

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstring>
 
 namespace vesk::service {
 
@@ -109,6 +110,7 @@ ordered_json State::Describe()
          {{"procName", service_.self_.procName},
           {"taskName", service_.self_.taskName},
           {"process", getpid()}}},
+        {"time", DescribeTime()},
         {"inputs", DescribeInputs()},
         {"inputEngines", DescribeInputEngines()},
         {"outputs", DescribeOutputs()},
@@ -129,6 +131,9 @@ ordered_json State::Describe()
         {"clients", DescribeClients()},
         {"requests", DescribeRequests()},
         {"unlistedRequests", service_.counters.Unlisted()},
+        {"faults", DescribeFaults()},
+        {"scenario", DescribeScenario()},
+        {"watchers", DescribeWatchers()},
     };
 }
 
@@ -154,6 +159,13 @@ void State::Put(ordered_json& entry, const char* name, const Record& record)
 {
     if (!IsZero(record))
         entry[name] = FieldsOf<request>(record);
+}
+
+ordered_json State::DescribeTime()
+{
+    VeskControlTime time{};
+    service_.timeline.Move(0, &time);
+    return {{"nowMs", time.nowMs}, {"due", time.due}, {"isStep", time.isStep != 0}};
 }
 
 ordered_json State::DescribeInputs()
@@ -355,6 +367,43 @@ ordered_json State::DescribeRequests()
                         {"results", std::move(results)},
                         {"otherResults", row.others}});
     }
+    return list;
+}
+
+ordered_json State::DescribeFaults()
+{
+    Bytes states;
+    service_.faults.List(&states);
+    ordered_json list = ordered_json::array();
+    for (size_t at = 0; at < states.size(); at += sizeof(VeskControlFaultState)) {
+        VeskControlFaultState state;
+        std::memcpy(&state, &states[at], sizeof state);
+        ordered_json rule = FieldsOf<VESK_CONTROL_FAULT_ADD>(state.rule);
+        ordered_json& conditions = rule["match"]["condition"];
+        conditions.erase(conditions.begin() + static_cast<ptrdiff_t>(state.rule.match.conditions),
+                         conditions.end());
+        list.push_back({{"fault", state.fault},
+                        {"matches", state.matches},
+                        {"hits", state.hits},
+                        {"rule", std::move(rule)}});
+    }
+    return list;
+}
+
+ordered_json State::DescribeScenario()
+{
+    return {{"steps", service_.scenario.steps_.size()},
+            {"waitingForMatch", service_.scenario.waiting_.size()}};
+}
+
+ordered_json State::DescribeWatchers()
+{
+    ordered_json list = ordered_json::array();
+    for (const auto& watcher : service_.watchers.watchers_)
+        list.push_back({{"procName", watcher.task.procName},
+                        {"taskName", watcher.task.taskName},
+                        {"process", watcher.task.process},
+                        {"lost", watcher.lost}});
     return list;
 }
 

@@ -36,6 +36,7 @@ public:
 
 private:
     nlohmann::ordered_json Describe();
+    nlohmann::ordered_json DescribeTime();
     nlohmann::ordered_json DescribeInputs();
     nlohmann::ordered_json DescribeInputEngines();
     nlohmann::ordered_json DescribeOutputs();
@@ -53,6 +54,9 @@ private:
     nlohmann::ordered_json DescribeJobs();
     nlohmann::ordered_json DescribeClients();
     nlohmann::ordered_json DescribeRequests();
+    nlohmann::ordered_json DescribeFaults();
+    nlohmann::ordered_json DescribeScenario();
+    nlohmann::ordered_json DescribeWatchers();
 
     /// The fields of a request's payload.
     template <uint32_t request, class Record>
