@@ -132,6 +132,8 @@ public:
     }
 
 protected:
+    friend class State;
+
     template <class Description>
     Ports(Notifications& notifications, const std::vector<Description>& described, const Param& defaults)
         : notifications_(&notifications), defaults_(defaults)

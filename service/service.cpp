@@ -104,6 +104,7 @@ void Service::Handle(OsMsgEnvelope& message)
     head.msgId = static_cast<uint16_t>(message.msgId);
     Bytes answer(sizeof head);
     head.uwSubMsgID = effects.result ? *effects.result : Serve(message.msgId, sender, data, answer);
+    counters.Count(message.msgId, head.uwSubMsgID);
     LOG(kInfo, "%s: %u", text.c_str(), head.uwSubMsgID);
     std::memcpy(answer.data(), &head, sizeof head);
     effects.Change(answer, 0);

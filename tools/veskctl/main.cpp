@@ -10,9 +10,9 @@ namespace {
 
 /// One row a subcommand, in the order in which the help lists them.
 constexpr const Command* kCommands[] = {
-    &kList,     &kDescribe, &kCall, &kRun, &kMonitor, &kWait, &kTrace, &kDecode, &kReplay,
+    &kList,     &kDescribe,   &kCall, &kRun, &kMonitor, &kWait, &kTrace, &kDecode, &kReplay, &kDevice,
 #ifdef VESK_HOST_PLATFORM
-    &kServe,
+    &kServe,    &kWithDevice,
 #endif
     &kComplete,
 };
