@@ -49,7 +49,11 @@ endif()
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/vesk_video_interface)
 install(EXPORT vesk_video_interface_targets NAMESPACE vesk:: DESTINATION ${package_dir})
 configure_package_config_file(cmake/vesk_video_interface-config.cmake.in vesk_video_interface-config.cmake
-  INSTALL_DESTINATION ${package_dir})
+  INSTALL_DESTINATION ${package_dir} PATH_VARS CMAKE_INSTALL_BINDIR)
 write_basic_package_version_file(vesk_video_interface-config-version.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/vesk_video_interface-config.cmake
   ${PROJECT_BINARY_DIR}/vesk_video_interface-config-version.cmake DESTINATION ${package_dir})
+if(VESK_BUILD_TOOLS AND VESK_PLATFORM STREQUAL host)
+  include(cmake/vesk_device_test.cmake) # for a project that has this one as a subdirectory
+  install(FILES cmake/vesk_device_test.cmake DESTINATION ${package_dir})
+endif()

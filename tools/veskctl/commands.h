@@ -19,4 +19,9 @@ extern const Command kDevice;
 extern const Command kWithDevice; ///< Likewise.
 extern const Command kComplete;
 
+// Subcommands of "device".
+extern const Command kDeviceState;
+extern const Command kDeviceGraph;
+extern const Command kDeviceWatch;
+
 } // namespace vesk::ctl

@@ -1,6 +1,7 @@
 // The subcommand "device graph": how pictures run through the virtual device, as a graph for Graphviz.
-#include "tools/veskctl/device.h"
+#include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
+#include "tools/veskctl/state.h"
 
 #include <map>
 #include <set>

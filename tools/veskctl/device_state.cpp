@@ -1,7 +1,8 @@
 // The subcommand "device state": what the virtual service holds.
 #include "decoder/text.h"
-#include "tools/veskctl/device.h"
+#include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
+#include "tools/veskctl/state.h"
 #include "tools/veskctl/table.h"
 
 namespace vesk::ctl {
@@ -12,6 +13,13 @@ using nlohmann::ordered_json;
 namespace {
 
 using Row = std::vector<std::string>;
+
+std::string QueueText(uint32_t queue)
+{
+    char text[12];
+    std::snprintf(text, sizeof text, "0x%x", queue);
+    return text;
+}
 
 /// Words about a thing, with commas between them.
 class Details {
@@ -37,6 +45,13 @@ public:
     Details& AddIf(const ordered_json& thing, const char* name, const char* words)
     {
         return thing.value(name, false) ? Add(words) : *this;
+    }
+
+    /// The same for a queue.
+    Details& AddQueue(const std::string& words, const ordered_json& thing, const char* name)
+    {
+        const auto queue = thing.value(name, uint32_t{0});
+        return queue == 0 ? *this : Add(words + QueueText(queue));
     }
 
     const std::string& Text() const { return text_; }
@@ -94,7 +109,7 @@ Row InputEngineRow(const ordered_json& engine)
     Details details;
     if (!engine.at("streams").empty())
         details.Add("streams " + Numbers(engine["streams"]));
-    details.Add("queue ", engine, "queHandle").Add("face queue ", engine, "faceQueue");
+    details.AddQueue("queue ", engine, "queHandle").AddQueue("face queue ", engine, "faceQueue");
     if (engine.at("frozen") != 0)
         details.Add("frozen with " + engine.at("frozenLength").dump() + " bytes");
     details.Add("EPTZ speed ", engine, "eptzMoveSpeed");
@@ -115,7 +130,7 @@ Row OutputEngineRow(const ordered_json& engine)
     if (engine.contains("offset"))
         details.Add("offset " + engine["offset"].at("xOffset").dump() + ' ' +
                     engine["offset"].at("yOffset").dump() + " pixels");
-    details.Add("queue ", engine, "queHandle");
+    details.AddQueue("queue ", engine, "queHandle");
     return {engine.at("outEngNo").dump(), "output " + engine.at("voPort").dump(), Started(engine),
             OwnerText(engine), details.Text()};
 }
@@ -125,7 +140,7 @@ Row ChannelRow(const ordered_json& channel, const char* number)
     const ordered_json param = channel.value("param", ordered_json{{"w", 0}, {"h", 0}});
     const ordered_json& statistics = channel.at("statistics");
     Details details;
-    details.Add("bit rate ", param, "br").Add("queue ", channel, "queHandle");
+    details.Add("bit rate ", param, "br").AddQueue("queue ", channel, "queHandle");
     details.Add("key frames ", channel, "keyFrames").Add("anti-jitter ", channel, "antiJitter");
     details.Add("starts ", statistics, "starts").Add("stops ", statistics, "stops");
     details.Add("changes ", statistics, "changes");
@@ -153,19 +168,19 @@ Row LoopRow(const ordered_json& loop)
 Row OverlayRow(const ordered_json& overlay)
 {
     return {overlay.at("overlayChn").dump(), overlay.at("enabled").get<bool>() ? "shown" : "hidden",
-            OwnerText(overlay), Details().Add("queue ", overlay, "queHandle").Text()};
+            OwnerText(overlay), Details().AddQueue("queue ", overlay, "queHandle").Text()};
 }
 
 Row RemoteMouseRow(const ordered_json& mouse)
 {
     return {mouse.at("mouseStmNo").dump(), Started(mouse), OwnerText(mouse),
-            Details().Add("of decoder ", mouse, "decStmNo").Add("queue ", mouse, "queHandle").Text()};
+            Details().Add("of decoder ", mouse, "decStmNo").AddQueue("queue ", mouse, "queHandle").Text()};
 }
 
 Row LocalMouseRow(const ordered_json& mouse)
 {
     Details details;
-    details.Add("attached to ", mouse, "attachId").Add("queue ", mouse, "queHandle");
+    details.Add("attached to ", mouse, "attachId").AddQueue("queue ", mouse, "queHandle");
     details.AddIf(mouse, "independent", "independent").AddIf(mouse, "shown", "shown");
     return {mouse.at("localMouseStmNo").dump(), Started(mouse), OwnerText(mouse), details.Text()};
 }
@@ -178,7 +193,7 @@ Row UvcRow(const ordered_json& stream)
 
 Row QueueRow(const ordered_json& queue)
 {
-    return {queue.at("queHandle").dump(), OwnerText(queue)};
+    return {QueueText(queue.at("queHandle").get<uint32_t>()), OwnerText(queue)};
 }
 
 Row ClientRow(const ordered_json& client)

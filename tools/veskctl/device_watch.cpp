@@ -1,5 +1,5 @@
 // The subcommand "device watch": the messages of all applications as the virtual service sees them.
-#include "tools/veskctl/device.h"
+#include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
 #include "tools/veskctl/transcript.h"
 #include "vesk_service/control_list.h"
@@ -34,8 +34,10 @@ public:
     {
     }
 
-    /// Takes a message. Returns how many were lost before it.
-    uint64_t Add(const VeskControlMessage& seen, BytesView bytes)
+    /// How many messages were lost between the one before and this.
+    uint64_t TakeLost(const VeskControlMessage& seen) { return seen.lost - std::exchange(lost_, seen.lost); }
+
+    void Add(const VeskControlMessage& seen, BytesView bytes)
     {
         Event event = Begin(seen);
         event.data.assign(bytes.begin(), bytes.end());
@@ -56,7 +58,6 @@ public:
             event.comment = "a message of the unknown kind " + std::to_string(seen.kind);
         }
         transcript_.Add(std::move(event));
-        return seen.lost - std::exchange(lost_, seen.lost);
     }
 
 private:
@@ -71,6 +72,7 @@ private:
         event.realtimeNs = seen.realtimeNs;
         event.monotonicNs = seen.monotonicNs;
         event.durationNs = seen.durationNs;
+        event.platformResult = seen.platformResult;
         event.number = seen.number;
         event.dataLen = seen.dataLen;
         event.sendProcName = event.program;
@@ -89,7 +91,6 @@ private:
         std::swap(event.sendTaskName, event.recvTaskName);
         transcript_.Add(Event(event));
         event.kind = Kind::kDone;
-        event.platformResult = seen.platformResult;
     }
 
     Transcript& transcript_;
@@ -127,7 +128,8 @@ int RunWatch(Settings& settings, const Options& options)
             data.size() < sizeof(VeskVideoMsgHead) + sizeof seen)
             continue;
         std::memcpy(&seen, data.data() + sizeof(VeskVideoMsgHead), sizeof seen);
-        SayLost(settings, watched.Add(seen, data.subspan(sizeof(VeskVideoMsgHead) + sizeof seen)));
+        SayLost(settings, watched.TakeLost(seen));
+        watched.Add(seen, data.subspan(sizeof(VeskVideoMsgHead) + sizeof seen));
         std::fflush(stdout);
     }
     if (options.count == 0)

@@ -1,4 +1,4 @@
-// The subcommand "device" and what its own subcommands share.
+// The state of the virtual service, as "device state" and "device graph" read it.
 #pragma once
 
 #include "tools/veskctl/command.h"
@@ -6,10 +6,6 @@
 #include <nlohmann/json.hpp>
 
 namespace vesk::ctl {
-
-extern const Command kDeviceState;
-extern const Command kDeviceGraph;
-extern const Command kDeviceWatch;
 
 /// The state of the virtual service, or the one that a file holds (- is standard input). @throw Failure,
 /// Error
