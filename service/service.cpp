@@ -40,6 +40,7 @@ void Service::Reset()
     // What needs memory comes first: without it, nothing has changed.
     Inputs describedInputs(notifications_, described_);
     Outputs describedOutputs(notifications_, described_, inputs, codecs);
+    Counters noCounts;
     inputs = std::move(describedInputs);
     outputs = std::move(describedOutputs);
     codecs = Codecs(notifications_, described_);
@@ -48,6 +49,7 @@ void Service::Reset()
     overlays = Overlays(described_.limits);
     queues = Queues(described_.limits);
     device = Device(notifications_, described_);
+    counters = std::move(noCounts);
     faults.Reset();
     scenario.Reset();
     timeline.Reset();

@@ -203,19 +203,19 @@ FORKED_TEST(Stepped, FaultsChangeAnswers)
 FORKED_TEST(Stepped, NotificationsKeepTheirPlaceAfterALateAnswer)
 {
     Play("OPEN_VO_PORT 0 = 1");
-    const uint32_t refused = Add(Rule(VESK_VIDEO_MSG_VO_START, VESK_CONTROL_EFFECT_RESULT, 0));
-    Play("VO_START 1; VO_STOP 1 !STATE");
+    const uint32_t refused = Add(Rule(VESK_VIDEO_MSG_VO_CLOSE, VESK_CONTROL_EFFECT_RESULT, 0));
+    Play("VO_CLOSE 1; VO_START 1");
     EXPECT_EQ(Steer(VESK_CONTROL_FAULT_CLEAR, refused).Result(), 0);
-    Add(Rule(VESK_VIDEO_MSG_VO_START, VESK_CONTROL_EFFECT_DELAY, 100));
+    Add(Rule(VESK_VIDEO_MSG_VO_CLOSE, VESK_CONTROL_EFFECT_DELAY, 100));
     std::thread caller(
-        [] { EXPECT_EQ(Send("test-app", MessageOf(VESK_VIDEO_MSG_VO_START, 1)).Result(), 0); });
+        [] { EXPECT_EQ(Send("test-app", MessageOf(VESK_VIDEO_MSG_VO_CLOSE, 1)).Result(), 0); });
     EXPECT_TRUE(Eventually([] { return Advance(0) == 1; }));
-    Play("VO_STOP 1"); // it is started
+    Play("VO_STOP 1 !NUMBER"); // it is closed
     Steer(VESK_CONTROL_NOTIFY, 0, Notify(kTold).substr(kHead));
     Arrived(kTold);
     EXPECT_EQ(Advance(100), 0U);
-    Arrived(VESK_VIDEO_ON_DISPLAY_FIRST_FRAME_NOTIFY);
-    EXPECT_TRUE(Seen().ends_with("109 106 ")) << Seen();
+    Arrived(VESK_VIDEO_ON_DISPLAY_DESTROY_LINK_NOTIFY);
+    EXPECT_TRUE(Seen().ends_with("109 108 ")) << Seen();
     caller.join();
 }
 
@@ -460,6 +460,32 @@ FORKED_TEST(Stepped, AScenarioRunsAtItsTimesAndMatches)
     EXPECT_GT(nested.size(), 4U);
     EXPECT_EQ(Steer(VESK_CONTROL_SCENARIO).Result(), 0);
     EXPECT_EQ(told(), "|");
+}
+
+FORKED_TEST(Stepped, AResetEndsWhatWasSteered)
+{
+    Add(Rule(kCount, VESK_CONTROL_EFFECT_DELAY, 10));
+    std::thread caller([] { EXPECT_EQ(Send("caller", MessageOf(kCount)).platform, HOST_MSG_ERR_BROKEN); });
+    EXPECT_TRUE(Eventually([] { return Advance(0) == 1; }));
+    Steer(VESK_CONTROL_SCENARIO, 0, Step(At(5), Notify(kTold)) + Step(AtMatch(1, Of(kCount)), Notify(kTold)));
+    EXPECT_EQ(Steer(VESK_CONTROL_RESET).Result(), 0);
+    caller.join();
+    EXPECT_EQ(Advance(10), 0U);
+    EXPECT_EQ(Send("caller", MessageOf(kCount)).Result(), 0);
+    Arrived(VESK_VIDEO_ON_VIDEO_ACTIVATE_NOTIFY);
+    EXPECT_TRUE(Seen().ends_with("206 207 ")) << Seen();
+    EXPECT_EQ(Add(Rule(kCount, VESK_CONTROL_EFFECT_CLOSE)), 1U);
+}
+
+// A step does what its message would do, with its notifications.
+FORKED_TEST(Stepped, AStepPullsACable)
+{
+    const std::string pull = MessageOf(VESK_CONTROL_UNPLUG, 0); // the camera
+    EXPECT_EQ(Steer(VESK_CONTROL_SCENARIO, 0, Step(At(5), pull)).Result(), 0);
+    Play("OPEN_VI_PORT 0 = 1");
+    Advance(5);
+    Play("VI_START 1 !UNPLUGGED");
+    EXPECT_EQ(Arrived(VESK_VIDEO_ON_VI_PORT_PLUG_STATE_NOTIFY, 4).size(), 4U);
 }
 
 FORKED_TEST(Stepped, ARuleEndsTheServiceBeforeItServes)

@@ -109,8 +109,8 @@ struct Application {
 struct VideoService : Application {
     Child service;
 
-    explicit VideoService(const char* option = nullptr, const char* value = nullptr)
-        : service(StartService(option, value))
+    template <class... Words>
+    explicit VideoService(Words... options) : service(StartService(options...))
     {
         EXPECT_EQ(VeskVideoInit(), 0U);
         std::list<NorthMsgResendInfo> held; // all announcements, until there is a callback
