@@ -2,6 +2,7 @@
 #include "tools/veskctl/script.h"
 
 #include "decoder/filter.h"
+#include "decoder/words.h"
 
 #include <algorithm>
 #include <regex>
@@ -49,7 +50,8 @@ void Session::Execute(const std::string& line)
     const bool isKeeping = std::regex_match(line, match, s_keeping);
     if (isKeeping)
         variable = match[1];
-    WordList words = Split(isKeeping ? match[2].str() : line);
+    WordList words = SplitWords(isKeeping ? match[2].str() : line,
+                                [this](std::string_view& rest) { return Substitute(rest); });
     ShowArrived();
     if (words.empty())
         return;
@@ -74,46 +76,6 @@ void Session::Finish() const
 {
     if (expectation_)
         throw Failure(kFailed, "no call follows 'expect " + ResultText(expectation_->code) + "'");
-}
-
-/// Splits a line as a shell does: quotes, backslashes, variables, a comment.
-Session::WordList Session::Split(std::string_view line) const
-{
-    WordList words;
-    std::string word;
-    bool isWord = false;
-    char quote = '\0';
-    while (!line.empty()) {
-        const char c = line[0];
-        line.remove_prefix(1);
-        if (quote == '\0' && (c == ' ' || c == '\t' || c == '\r')) {
-            if (isWord)
-                words.push_back(std::move(word));
-            word.clear();
-            isWord = false;
-            continue;
-        }
-        if (quote == '\0' && c == '#' && !isWord)
-            break;
-        isWord = true;
-        if (c == quote) {
-            quote = '\0';
-        } else if (quote == '\0' && (c == '"' || c == '\'')) {
-            quote = c;
-        } else if (c == '\\' && quote != '\'' && !line.empty()) {
-            word += line[0];
-            line.remove_prefix(1);
-        } else if (c == '$' && quote != '\'') {
-            word += Substitute(line);
-        } else {
-            word += c;
-        }
-    }
-    if (quote != '\0')
-        throw Error(std::string("a quote ") + quote + " is not closed");
-    if (isWord)
-        words.push_back(std::move(word));
-    return words;
 }
 
 /// Takes the name of a variable from the start of @p rest and returns its value.

@@ -50,7 +50,6 @@ private:
         std::vector<std::string> conditions;
     };
 
-    WordList Split(std::string_view line) const;
     std::string Substitute(std::string_view& rest) const;
     void ExecuteCall(const WordList& words, const std::string& variable);
     void Judge(const Call& call);
