@@ -3,6 +3,7 @@
 
 #include "decoder/error.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace vesk::control {
@@ -25,7 +26,8 @@ ControlMessage MakeMessage(uint32_t number, Arguments arguments, std::initialize
 
 void StoreApplication(char (&field)[16], const std::string& name, const std::string& option)
 {
-    if (name.size() >= sizeof field)
+    const auto isControl = [](unsigned char c) { return c < ' ' || c == 0x7f; };
+    if (name.size() >= sizeof field || std::any_of(name.begin(), name.end(), isControl))
         throw tools::Error(option + ' ' + name + ": expected an application's name of at most 15 characters");
     std::memcpy(field, name.c_str(), name.size() + 1);
 }

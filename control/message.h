@@ -35,7 +35,7 @@ BytesView BytesOf(const Record& record)
 }
 
 /// Puts the name of an application into its field. @p option, where it was given, names it in the error.
-/// @throw tools::Error if it is too long
+/// @throw tools::Error if no application can have it
 void StoreApplication(char (&field)[16], const std::string& name, const std::string& option);
 
 } // namespace vesk::control

@@ -21,11 +21,6 @@ namespace vesk::service {
 
 namespace {
 
-void PutName(char (&field)[VESK_VIDEO_NAME_SIZE], const std::string& name)
-{
-    std::memcpy(field, name.data(), std::min(name.size(), sizeof field));
-}
-
 /// The text of a regular file of the runtime directory that is not too long. Of any other file it is empty,
 /// and the reason is logged.
 std::string ReadFile(const std::string& name)
@@ -160,46 +155,42 @@ void Clients::Remove(const std::string& procName, pid_t process)
     Save();
 }
 
-void Clients::Notify(const Notification& notification)
+std::vector<std::string> Clients::Names() const
 {
-    const auto client = clients_.find(notification.procName);
-    if (client != clients_.end())
-        Notify(client, notification);
+    std::vector<std::string> names;
+    for (const auto& [procName, client] : clients_)
+        names.push_back(procName);
+    return names;
 }
 
-void Clients::NotifyAll(uint32_t notifyId)
+void Clients::CountDropped(const std::string& procName)
 {
-    for (auto next = clients_.begin(); next != clients_.end();)
-        Notify(next++, {.procName = {}, .notifyId = notifyId, .payload = {}});
+    if (const auto client = clients_.find(procName); client != clients_.end())
+        ++client->second.dropped;
 }
 
-void Clients::Notify(Map::iterator client, const Notification& notification)
-try {
-    VeskVideoMsgHead head{};
-    head.msgId = static_cast<uint16_t>(notification.notifyId);
-    head.ulParam1 = notification.param1;
-    head.ulParam2 = notification.param2;
-    const auto headBytes = BytesOf(head);
-    Bytes data(headBytes.begin(), headBytes.end());
-    data.insert(data.end(), notification.payload.begin(), notification.payload.end());
-
+uint32_t Clients::Send(const std::string& procName, uint32_t notifyId, std::span<const std::byte> data)
+{
+    const auto client = clients_.find(procName);
+    if (client == clients_.end())
+        return HOST_MSG_ERR_ABSENT;
     OsMsgEnvelope envelope{};
-    envelope.msgId = notification.notifyId;
+    envelope.msgId = notifyId;
     PutName(envelope.sendProcName, self_.procName);
     PutName(envelope.sendTaskName, self_.taskName);
-    PutName(envelope.recvProcName, client->first);
+    PutName(envelope.recvProcName, procName);
     PutName(envelope.recvTaskName, client->second.taskName);
     envelope.dataLen = static_cast<uint32_t>(data.size());
-    envelope.data = data.data();
+    envelope.data = const_cast<std::byte*>(data.data()); // which is only read
     const uint32_t ret = OsMsgAsynSend(&envelope);
-    LOG(kInfo, "notification %u to %s: %u", notification.notifyId, client->first.c_str(), ret);
+    ++(ret == 0 ? client->second.sent : client->second.dropped);
+    LOG(kInfo, "notification %u to %s: %u", notifyId, procName.c_str(), ret);
+    watchers_.Notified({procName, client->second.taskName, client->second.process}, notifyId, ret, data);
     if (ret == HOST_MSG_ERR_ABSENT && !client->second.IsAlive()) {
         clients_.erase(client);
         Save();
     }
-} catch (const std::exception& error) {
-    LOG(kError, "notification %u to %s dropped: %s", notification.notifyId, client->first.c_str(),
-        error.what());
+    return ret;
 }
 
 } // namespace vesk::service

@@ -1,7 +1,7 @@
 // The clients that have announced themselves, and their notifications.
 #pragma once
 
-#include "service/request.h"
+#include "service/watchers.h"
 
 #include <map>
 
@@ -22,7 +22,7 @@ bool IsClientName(std::string_view name);
  */
 class Clients {
 public:
-    explicit Clients(const Identity& self) : self_(self) {}
+    Clients(const Identity& self, Watchers& watchers) : self_(self), watchers_(watchers) {}
 
     /// Reads the clients of an earlier run that are still alive.
     void Restore();
@@ -34,16 +34,23 @@ public:
     void Remove(const std::string& procName, pid_t process);
     bool IsKnown(const std::string& procName) const { return clients_.count(procName) != 0; }
 
-    /// Sends one notification; a client that has ended is removed. One that there is no memory for is dropped
-    /// and logged.
-    void Notify(const Notification& notification);
-    void NotifyAll(uint32_t notifyId);
+    std::vector<std::string> Names() const;
+
+    /// Sends a notification, given by its data block, if the client is still known; one that has ended is
+    /// removed. Returns 0 when it was handed over.
+    uint32_t Send(const std::string& procName, uint32_t notifyId, std::span<const std::byte> data);
+    /// Counts a notification that is not sent at all.
+    void CountDropped(const std::string& procName);
 
 private:
+    friend class State;
+
     struct Client {
         std::string taskName;
         pid_t process;
-        uint64_t start; // of the process
+        uint64_t start;    // of the process
+        uint64_t sent = 0; // notifications
+        uint64_t dropped = 0;
 
         bool IsAlive() const;
     };
@@ -51,11 +58,11 @@ private:
 
     static constexpr size_t kMost = 256;
 
-    void Notify(Map::iterator client, const Notification& notification);
     std::string FileName() const;
     void Save();
 
     const Identity& self_;
+    Watchers& watchers_;
     Map clients_;
     bool isSaved_ = true; // the last time
 };

@@ -18,6 +18,8 @@ public:
     Result VerifyImage(const VeskVideoVerifyImageReq&);
 
 private:
+    friend class State;
+
     Notifications& notifications_;
     uint64_t javaVm_ = 0;
     uint64_t projectionResult_ = 0;

@@ -66,6 +66,8 @@ public:
     Result SetAppCapture(Engine&, const VeskVideoAppInParam&);
 
 private:
+    friend class State;
+
     void AnnouncePicture(const std::string& procName, const Port&) override;
     VeskVideoViPortInfo Describe(const Port&, const Engine*) const override;
 

@@ -1,4 +1,7 @@
 // The virtual video service as a process of its own.
+#include "control/scenario_file.h"
+#include "decoder/error.h"
+#include "service/alarm.h"
 #include "service/log.h"
 #include "service/program_text.h"
 #include "service/service.h"
@@ -29,21 +32,40 @@ uint32_t HandleMessage(OsMsgEnvelope* message)
     return 0;
 }
 
-/// Blocks the signals that end the service, in this thread and in all that it starts.
-sigset_t BlockEndSignals()
+/// Blocks the signals that the service waits for, in this thread and in all that it starts.
+sigset_t BlockSignals()
 {
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGTERM);
     sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGALRM);
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     return signals;
 }
 
-int Run(const Identity& self)
+/// Tells the thread that runs the task that something is due.
+void SendTick(const Identity& self)
 {
-    const sigset_t endSignals = BlockEndSignals();
-    Service service(self);
+    VeskVideoMsgHead head{};
+    head.msgId = VESK_CONTROL_TICK;
+    OsMsgEnvelope envelope{};
+    envelope.msgId = head.msgId;
+    PutName(envelope.sendProcName, self.procName);
+    PutName(envelope.recvProcName, self.procName);
+    PutName(envelope.recvTaskName, self.taskName);
+    envelope.dataLen = sizeof head;
+    envelope.data = &head;
+    OsMsgAsynSend(&envelope);
+}
+
+/// @param scenario  Data block of VESK_CONTROL_SCENARIO; empty: none.
+int Run(const Identity& self, Timeline::Clock clock, const Bytes& scenario)
+{
+    const sigset_t signals = BlockSignals();
+    Alarm alarm;
+    clock.alarm = [&alarm](auto at) { alarm.Set(at); };
+    Service service(self, std::move(clock));
     g_service = &service;
     if (HostMsgSetProcName(self.procName.c_str()) != 0) {
         std::fprintf(stderr, "vesk-video-service: '%s' cannot be a process name\n", self.procName.c_str());
@@ -55,11 +77,15 @@ int Run(const Identity& self)
         return 1;
     }
     std::thread signalWaiter([&] {
-        int signal = 0;
-        sigwait(&endSignals, &signal);
+        for (int signal = 0; sigwait(&signals, &signal) == 0 && signal == SIGALRM;)
+            SendTick(self);
         HostMsgEndTask(self.taskName.c_str());
     });
     service.Begin();
+    if (!scenario.empty()) {
+        if (const Result result = service.Execute(VESK_CONTROL_SCENARIO, scenario); result != kOk)
+            LOG(kError, "the scenario is refused: %u", result);
+    }
     std::printf("vesk-video-service: serving %s/%s (process %d)\n", self.procName.c_str(),
                 self.taskName.c_str(), getpid());
     std::fflush(stdout);
@@ -75,14 +101,28 @@ int Run(const Identity& self)
 int main(int argc, char** argv)
 try {
     Identity self{"VIDEO", "VCTL"};
+    Timeline::Clock clock;
+    std::string scenarioFile;
     CLI::App app("Virtual video service: serves the requests of libvesk_video_interface without the device.\n"
                  "SIGTERM or SIGINT ends it.");
     app.footer(kEnvironmentHelp);
     app.set_version_flag("--version", kVersion);
     app.add_option("--process", self.procName, "Process name of the service")->capture_default_str();
     app.add_option("--task", self.taskName, "Task name of the service")->capture_default_str();
+    auto* const scale = app.add_option("--time-scale", clock.scale,
+                                       "How many times faster than the clock the model's time runs")
+                            ->capture_default_str()
+                            ->check(CLI::Range(0.001, 1000.0));
+    app.add_flag("--step", clock.isStep, "Move the model's time by command only")->excludes(scale);
+    app.add_option("--scenario", scenarioFile, "File of steps to run from the start (TOML)");
     CLI11_PARSE(app, argc, argv);
-    return Run(self);
+    Bytes scenario;
+    if (!scenarioFile.empty())
+        scenario = vesk::control::ScenarioFromFile(vesk::tools::Decoder(), scenarioFile).data;
+    return Run(self, std::move(clock), scenario);
+} catch (const vesk::tools::Error& error) {
+    std::fprintf(stderr, "%s\n", error.what());
+    return 2;
 } catch (const std::exception& error) { // out of memory, or no thread can be started
     std::fprintf(stderr, "vesk-video-service: %s\n", error.what());
     return 1;

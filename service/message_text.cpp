@@ -1,7 +1,7 @@
 // A message as the service's log line shows it.
 #include "service/message_text.h"
 
-#include "vesk_video/message_list.h"
+#include "vesk_service/control_list.h"
 
 #include <cinttypes>
 #include <cstdio>
@@ -51,7 +51,7 @@ std::string MessageText(const OsMsgEnvelope& message)
         return "a message without a header" + from + std::to_string(message.dataLen) + " bytes";
     std::memcpy(&head, message.data, sizeof head);
     const std::string payload = std::to_string(message.dataLen - sizeof head) + " bytes";
-    const messages::Request* request = messages::FindRequest(message.msgId);
+    const messages::Request* request = messages::FindAnyRequest(message.msgId);
     return request != nullptr ? request->name + from + ArgumentsText(*request, head) + payload
                               : "an unknown request" + from + payload;
 }

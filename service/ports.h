@@ -93,6 +93,8 @@ public:
     }
 
 protected:
+    friend class State;
+
     Ports(Notifications& notifications, std::array<Port, count> ports)
         : notifications_(notifications), ports_(std::move(ports))
     {

@@ -17,6 +17,8 @@ public:
     Result InitClient(std::string_view server);
 
 private:
+    friend class State;
+
     std::set<std::string, std::less<>> servers_;
 };
 

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
 #include <string>
 #include <string_view>
@@ -29,9 +30,21 @@ std::span<const std::byte> BytesOf(const Record& record)
     return std::as_bytes(std::span(&record, 1));
 }
 
+/// The name in a NUL-padded field.
+inline std::string_view NameIn(const char (&field)[VESK_VIDEO_NAME_SIZE])
+{
+    return {field, strnlen(field, sizeof field)};
+}
+
+inline void PutName(char (&field)[VESK_VIDEO_NAME_SIZE], const std::string& name)
+{
+    std::copy_n(name.begin(), std::min(name.size(), sizeof field), field);
+}
+
 /// Who sent a request.
 struct Sender {
     std::string procName;
+    std::string taskName;
     pid_t process = 0;
 };
 
@@ -62,6 +75,9 @@ public:
 private:
     uint64_t value_;
 };
+
+/// The name that stands for every client.
+inline const std::string kEveryClient;
 
 /// A notification; it is sent after the answer to the current request.
 struct Notification {

@@ -162,6 +162,16 @@ constexpr Row kRows[] = {
     Served<VESK_VIDEO_MSG_SET_WALLPAPER_INFO, &Device::SetWallpaper>(),
     Served<VESK_VIDEO_MSG_SET_ANNOTATION_STATUS, &Device::SetAnnotation>(),
     Served<VESK_VIDEO_MSG_VERYFY_IMAGE, &Device::VerifyImage>(),
+
+    Served<VESK_CONTROL_STATE, &State::Get>(),
+    Served<VESK_CONTROL_NOTIFY, &Service::SendNotification>(),
+    Served<VESK_CONTROL_FAULT_ADD, &Faults::Add>(),
+    Served<VESK_CONTROL_FAULT_LIST, &Faults::List>(),
+    Served<VESK_CONTROL_FAULT_CLEAR, &Faults::Clear>(),
+    Served<VESK_CONTROL_TIME, &Timeline::Move>(),
+    Served<VESK_CONTROL_SCENARIO, &Scenario::Begin>(),
+    Served<VESK_CONTROL_WATCH, &Watchers::Watch>(),
+    Served<VESK_CONTROL_TICK, &Service::Tick>(),
 };
 
 consteval size_t RowsOf(VeskVideoRequest request)

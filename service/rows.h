@@ -183,7 +183,8 @@ template <class Part>
 Part& PartOf(Service& service)
 {
     return Select<Part>(service, service.inputs, service.outputs, service.codecs, service.mice, service.uvc,
-                        service.overlays, service.queues, service.device);
+                        service.overlays, service.queues, service.device, service.timeline, service.faults,
+                        service.scenario, service.watchers, service.state);
 }
 
 /// A collection of things, and the names of the argument by which a request names one of them.

@@ -7,7 +7,8 @@
 #include "service/request_table.h"
 #include "vesk_host/message.h"
 
-#include <algorithm>
+#include <unistd.h>
+
 #include <cstring>
 #include <utility>
 
@@ -15,20 +16,10 @@ namespace vesk::service {
 
 namespace {
 
-std::string_view NameIn(const char (&field)[VESK_VIDEO_NAME_SIZE])
+Sender SenderOf(const OsMsgEnvelope& message)
 {
-    return {field, strnlen(field, sizeof field)};
-}
-
-Request Unpack(const OsMsgEnvelope& message)
-{
-    Request request;
-    std::memcpy(&request.head, message.data, sizeof request.head);
-    request.sender.procName = NameIn(message.sendProcName);
-    request.sender.process = HostMsgSenderProcess(&message);
-    request.payload =
-        std::span(static_cast<const std::byte*>(message.data), message.dataLen).subspan(sizeof request.head);
-    return request;
+    return {std::string(NameIn(message.sendProcName)), std::string(NameIn(message.sendTaskName)),
+            HostMsgSenderProcess(&message)};
 }
 
 } // namespace
@@ -36,43 +27,75 @@ Request Unpack(const OsMsgEnvelope& message)
 void Service::Begin()
 {
     clients.Restore();
-    clients.NotifyAll(VESK_VIDEO_ON_VIDEO_ACTIVATE_NOTIFY);
+    Notify({.procName = kEveryClient, .notifyId = VESK_VIDEO_ON_VIDEO_ACTIVATE_NOTIFY, .payload = {}});
 }
 
 void Service::End()
 {
-    clients.NotifyAll(VESK_VIDEO_ON_VIDEO_DIE_NOTIFY);
+    Notify({.procName = kEveryClient, .notifyId = VESK_VIDEO_ON_VIDEO_DIE_NOTIFY, .payload = {}});
 }
 
-Result Service::Serve(const OsMsgEnvelope& message, Bytes& answer)
+Result Service::Serve(uint32_t number, const Sender& sender, std::span<const std::byte> data, Bytes& answer)
 {
-    if (message.dataLen < sizeof(VeskVideoMsgHead))
+    Request request{.head = {}, .sender = sender, .payload = {}};
+    if (data.size() < sizeof request.head)
         return VESK_SERVICE_ERR_LENGTH;
-    const Row* row = FindRow(message.msgId);
+    const Row* row = FindRow(number);
     if (row == nullptr)
         return VESK_SERVICE_ERR_REQUEST;
-    const Request request = Unpack(message);
+    std::memcpy(&request.head, data.data(), sizeof request.head);
+    request.payload = data.subspan(sizeof request.head);
     if (!Fits(row->listed.payload, request.head, request.payload))
         return VESK_SERVICE_ERR_LENGTH;
     answer.reserve(answer.size() + row->listed.answer.size);
     return row->serve(*this, request, answer);
 }
 
+Result Service::Execute(uint32_t number, std::span<const std::byte> data)
+{
+    Bytes answer;
+    const Result result = Serve(number, {}, data, answer);
+    NotifyEach(notifications_.TakeAll());
+    return result;
+}
+
+Effects Service::Meet(const MessageView& message)
+{
+    scenario.Happened(message);
+    return faults.Apply(message);
+}
+
 // What needs memory is done first: once a thing has been created, its creator is told.
 void Service::Handle(OsMsgEnvelope& message)
 {
+    timeline.RunDue();
     const std::string text = MessageText(message);
+    const Sender sender = SenderOf(message);
+    const std::span data(static_cast<const std::byte*>(message.data), message.dataLen);
+    Watchers::Exchange exchange;
+    Effects effects;
+    if (!messages::IsControl(message.msgId)) {
+        exchange = watchers.Arrived(message, sender);
+        effects = Meet({VESK_CONTROL_OF_REQUEST, message.msgId, sender.procName, data});
+    }
     VeskVideoMsgHead head{};
     head.msgId = static_cast<uint16_t>(message.msgId);
     Bytes answer(sizeof head);
-    head.uwSubMsgID = Serve(message, answer);
+    head.uwSubMsgID = effects.result ? *effects.result : Serve(message.msgId, sender, data, answer);
+    counters.Count(message.msgId, head.uwSubMsgID);
     LOG(kInfo, "%s: %u", text.c_str(), head.uwSubMsgID);
-    if (message.type == OS_MSG_SYNCHRONOUS) {
-        std::memcpy(answer.data(), &head, sizeof head);
-        HostMsgReply(&message, answer.data(), static_cast<uint32_t>(answer.size()));
+    std::memcpy(answer.data(), &head, sizeof head);
+    effects.Change(answer, 0);
+    const bool isWaiting = message.type == OS_MSG_SYNCHRONOUS;
+    if (isWaiting && effects.IsPutOff()) {
+        PutOff(message, text, effects, exchange, std::move(answer));
+    } else if (isWaiting && effects.fate == Effects::Fate::kGiven) {
+        const uint32_t ret = HostMsgReply(&message, answer.data(), static_cast<uint32_t>(answer.size()));
+        watchers.Answered(exchange, ret, answer);
+    } else { // the connection of a sender that waits is closed
+        watchers.Unanswered(exchange);
     }
-    for (const Notification& notification : notifications_.TakeAll())
-        clients.Notify(notification);
+    NotifyEach(notifications_.TakeAll());
 }
 
 // A process whose name is another's is served all the same, but hears nothing.
@@ -109,6 +132,12 @@ Result Service::SetCallback(const Sender& sender, const VeskVideoCallbackInfo&)
 {
     // What the record says concerns the client alone.
     return clients.IsKnown(sender.procName) ? kOk : Result{VESK_SERVICE_ERR_STATE};
+}
+
+// To others than the service itself there is no such request.
+Result Service::Tick(const Sender& sender)
+{
+    return sender.process == getpid() ? kOk : Result{VESK_SERVICE_ERR_REQUEST}; // what is due is done already
 }
 
 } // namespace vesk::service

@@ -4,23 +4,33 @@
 #include "platform/os_msg.h"
 #include "service/clients.h"
 #include "service/codecs.h"
+#include "service/counters.h"
 #include "service/device.h"
+#include "service/faults.h"
 #include "service/inputs.h"
 #include "service/mice.h"
 #include "service/outputs.h"
 #include "service/overlays.h"
 #include "service/queues.h"
+#include "service/scenario.h"
+#include "service/state.h"
+#include "service/timeline.h"
 #include "service/uvc.h"
 
 namespace vesk::service {
 
 /// Not thread-safe: everything runs on the thread that runs the service's task.
 class Service {
+    friend class State;
+
     const Identity self_;
     Notifications notifications_;
 
 public:
-    explicit Service(Identity self) : self_(std::move(self)) {}
+    explicit Service(Identity self, Timeline::Clock clock = {})
+        : self_(std::move(self)), timeline(std::move(clock))
+    {
+    }
 
     /// Tells the clients of an earlier run that the service is back.
     void Begin();
@@ -30,11 +40,20 @@ public:
     /// Serves one message. A sender that waits gets an answer, whatever the message holds.
     void Handle(OsMsgEnvelope& message);
 
+    /// Executes a control message, given by its number and data block, as if it had arrived from nobody.
+    Result Execute(uint32_t number, std::span<const std::byte> data);
+
     Result Init(const Sender&, const VeskVideoInitInfo&);
     Result Exit(const Sender&);
     Result SetCallback(const Sender&, const VeskVideoCallbackInfo&);
+    Result SendNotification(std::span<const std::byte>, uint32_t* clients);
+    Result Tick(const Sender&);
 
-    Clients clients{self_};
+    Timeline timeline;
+    Watchers watchers{self_};
+    Clients clients{self_, watchers};
+    Faults faults;
+    Scenario scenario{timeline, [this](uint32_t number, auto data) { return Execute(number, data); }};
     Inputs inputs{notifications_};
     Codecs codecs{notifications_};
     Outputs outputs{notifications_, inputs, codecs};
@@ -43,9 +62,23 @@ public:
     Overlays overlays;
     Queues queues;
     Device device{notifications_};
+    Counters counters;
+    State state{*this};
 
 private:
-    Result Serve(const OsMsgEnvelope& message, Bytes& answer);
+    Result Serve(uint32_t number, const Sender&, std::span<const std::byte> data, Bytes& answer);
+    /// Has a message do what scenario and faults wait for it to do.
+    Effects Meet(const MessageView& message);
+
+    // How answers and notifications leave (delivery.cpp)
+    struct LateAnswer;
+    void PutOff(OsMsgEnvelope& message, const std::string& text, const Effects&, const Watchers::Exchange&,
+                Bytes answer);
+    void GiveLate(LateAnswer&);
+    /// Returns how many clients it is sent to, now or later.
+    uint32_t Notify(const Notification&);
+    void NotifyEach(const std::vector<Notification>&);
+    bool NotifyOne(const std::string& procName, const Notification&);
 };
 
 } // namespace vesk::service

@@ -19,13 +19,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
     }
     std::ofstream(path, std::ios::binary) << text;
     const Identity self{"VIDEO", "VCTL"};
-    Clients read(self);
+    Watchers watchers(self);
+    Clients read(self, watchers);
     read.Restore();
-    read.NotifyAll(VESK_VIDEO_ON_VIDEO_ACTIVATE_NOTIFY);
+    for (const std::string& name : read.Names())
+        read.Send(name, VESK_VIDEO_ON_VIDEO_ACTIVATE_NOTIFY, BytesOf(VeskVideoMsgHead{}));
     CHECK(!read.IsKnown(""));
     const Result added = read.Add("added", "VAPI", getpid());
     CHECK(added == kOk || added == VESK_SERVICE_ERR_BUSY || added == VESK_SERVICE_ERR_ROOM);
-    Clients again(self);
+    Clients again(self, watchers);
     again.Restore();
     CHECK(added == VESK_SERVICE_ERR_ROOM || again.IsKnown("added"));
     return 0;

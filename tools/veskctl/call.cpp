@@ -3,15 +3,9 @@
 #include "tools/veskctl/exchange.h"
 #include "vesk_service/control_list.h"
 
-#include <cerrno>
-#include <cstring>
-#include <fstream>
-#include <iostream>
-
 namespace vesk::ctl {
 
 using namespace tools;
-using nlohmann::ordered_json;
 
 namespace {
 
@@ -22,21 +16,6 @@ struct Options {
     std::optional<std::string> raw;
     uint32_t timeoutMs = VESK_VIDEO_SYNC_TIMEOUT;
 };
-
-ordered_json ReadJson(const std::string& path)
-{
-    std::ifstream file;
-    if (path != "-") {
-        file.open(path);
-        if (!file)
-            throw Error(path + ": " + std::strerror(errno));
-    }
-    try {
-        return ordered_json::parse(path == "-" ? std::cin : file);
-    } catch (const ordered_json::exception& error) {
-        throw Error(path + ": " + error.what());
-    }
-}
 
 Prepared PrepareCall(const Decoder& decoder, const Options& options)
 {

@@ -16,6 +16,7 @@ extern const Command kDecode;
 extern const Command kReplay;
 extern const Command kServe; ///< Only with the host platform, which lets a program be the service.
 extern const Command kDevice;
+extern const Command kWithDevice; ///< Likewise.
 extern const Command kComplete;
 
 } // namespace vesk::ctl

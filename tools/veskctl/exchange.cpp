@@ -4,7 +4,11 @@
 #include "vesk_service/control_list.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iostream>
 
 namespace vesk::ctl {
 
@@ -123,6 +127,21 @@ ordered_json ArrivedJson(const Decoded& notification, const Arrived& arrived)
     ordered_json json{{"time", std::chrono::duration<double>(arrived.time.time_since_epoch()).count()}};
     json.update(ToJson(notification));
     return json;
+}
+
+ordered_json ReadJson(const std::string& path)
+{
+    std::ifstream file;
+    if (path != "-") {
+        file.open(path);
+        if (!file)
+            throw Error(path + ": " + std::strerror(errno));
+    }
+    try {
+        return ordered_json::parse(path == "-" ? std::cin : file);
+    } catch (const ordered_json::exception& error) {
+        throw Error(path + ": " + error.what());
+    }
 }
 
 void PrintLine(const std::string& line)

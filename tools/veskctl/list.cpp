@@ -2,6 +2,7 @@
 #include "decoder/text.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
+#include "tools/veskctl/table.h"
 #include "vesk_service/control_list.h"
 
 namespace vesk::ctl {
@@ -10,36 +11,6 @@ using namespace tools;
 using nlohmann::ordered_json;
 
 namespace {
-
-/// Rows of text whose columns are aligned, but for the last.
-class Table {
-public:
-    void Add(std::vector<std::string> row)
-    {
-        widths_.resize(std::max(widths_.size(), row.size()));
-        for (size_t i = 0; i < row.size(); ++i)
-            widths_[i] = std::max(widths_[i], row[i].size());
-        rows_.push_back(std::move(row));
-    }
-
-    void Print() const
-    {
-        for (const std::vector<std::string>& row : rows_) {
-            std::string line;
-            for (size_t i = 0; i < row.size(); ++i) {
-                line += row[i];
-                if (i + 1 < row.size())
-                    line.append(widths_[i] + 2 - row[i].size(), ' ');
-            }
-            line.erase(line.find_last_not_of(' ') + 1);
-            PrintLine(line);
-        }
-    }
-
-private:
-    std::vector<std::vector<std::string>> rows_;
-    std::vector<size_t> widths_;
-};
 
 template <class Message>
 std::string ArgumentNames(const Message& message)
@@ -106,7 +77,7 @@ void PrintRows(const ordered_json& rows)
             cells.push_back(value.is_string() ? value.get<std::string>() : value.dump());
         table.Add(std::move(cells));
     }
-    table.Print();
+    table.Print("");
 }
 
 int RunList(Settings& settings, const std::string& what)

@@ -10,11 +10,11 @@ namespace {
 
 /// One row a subcommand, in the order in which the help lists them.
 constexpr const Command* kCommands[] = {
-    &kList,   &kDescribe, &kCall, &kRun, &kMonitor, &kWait, &kTrace, &kDecode, &kReplay,
+    &kList,     &kDescribe,   &kCall, &kRun, &kMonitor, &kWait, &kTrace, &kDecode, &kReplay, &kDevice,
 #ifdef VESK_HOST_PLATFORM
-    &kServe,
+    &kServe,    &kWithDevice,
 #endif
-    &kDevice, &kComplete,
+    &kComplete,
 };
 
 constexpr char kFooter[] =

@@ -1,6 +1,7 @@
 // The lines of "run": calls, waits and expectations.
 #include "tools/veskctl/script.h"
 
+#include "control/commands.h"
 #include "decoder/filter.h"
 #include "decoder/words.h"
 
@@ -26,6 +27,20 @@ uint32_t ParseMilliseconds(const std::string& text)
     if (!number || *number > UINT32_MAX)
         throw Error("'" + text + "': expected a number of milliseconds");
     return static_cast<uint32_t>(*number);
+}
+
+/// "NAME FIELD=VALUE ..." or "device WORDS"
+Prepared PrepareCall(const Decoder& decoder, const std::vector<std::string>& words)
+{
+    const std::vector<std::string> rest(words.begin() + 1, words.end());
+    if (words[0] == "device") {
+        control::ControlMessage message = control::ControlMessageOf(decoder, rest);
+        return {message.number, true, std::move(message.data)};
+    }
+    std::vector<Assignment> fields;
+    for (const std::string& word : rest)
+        fields.push_back(ParseAssignment(word));
+    return Prepare(decoder, words[0], fields);
 }
 
 Clock::time_point After(uint32_t milliseconds)
@@ -62,7 +77,8 @@ void Session::Execute(const std::string& line)
         throw Error("call: expected the name of a request");
     if (verb == "expect")
         ExecuteExpect(words, variable);
-    else if (isKeeping || std::find(std::begin(kVerbs), std::end(kVerbs), words[0]) == std::end(kVerbs))
+    else if (isKeeping || verb == "device" ||
+             std::find(std::begin(kVerbs), std::end(kVerbs), words[0]) == std::end(kVerbs))
         ExecuteCall(words, variable);
     else if (verb == "wait")
         ExecuteWait(words);
@@ -104,10 +120,7 @@ std::string Session::Substitute(std::string_view& rest) const
 
 void Session::ExecuteCall(const WordList& words, const std::string& variable)
 {
-    std::vector<Assignment> fields;
-    for (size_t i = 1; i < words.size(); ++i)
-        fields.push_back(ParseAssignment(words[i]));
-    const Call call = Perform(client_, decoder_, Prepare(decoder_, words[0], fields), timeoutMs_);
+    const Call call = Perform(client_, decoder_, PrepareCall(decoder_, words), timeoutMs_);
     PrintLine(settings_.json ? Dump(CallJson(call)) : CallLine(decoder_, call));
     Judge(call);
     if (call.answer)

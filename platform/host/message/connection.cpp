@@ -1,6 +1,7 @@
 // The receiving end of a connection.
 #include "message/connection.h"
 
+#include "message/deferred.h"
 #include "message/report.h"
 
 #include <sys/epoll.h>
@@ -36,11 +37,12 @@ void Connection::OnReady(uint32_t events)
 {
     const std::lock_guard guard(lock_);
     hasUnread_ = true;
-    hasHungUp_ = hasHungUp_ || (events & (EPOLLRDHUP | EPOLLHUP | EPOLLERR)) != 0;
+    isAbandoned_ = isAbandoned_ || (events & (EPOLLHUP | EPOLLERR)) != 0;
+    hasHungUp_ = hasHungUp_ || isAbandoned_ || (events & EPOLLRDHUP) != 0;
     if ((events & EPOLLOUT) != 0)
         FlushLocked();
-    if (owesAnswer_ && (events & (EPOLLHUP | EPOLLERR)) != 0)
-        CloseLocked(); // nobody waits for the answer any more
+    if (owesAnswer_ && isAbandoned_)
+        CloseLocked();
     else
         ReadLocked();
 }
@@ -211,6 +213,16 @@ bool Connection::Answer(const OsMsgEnvelope& answer, uint64_t sequence)
     return true;
 }
 
+uint64_t Connection::Defer(const OsMsgEnvelope& request, uint64_t sequence)
+{
+    const std::lock_guard guard(lock_);
+    const uint64_t number = KeepDeferred({shared_from_this(), request, sequence});
+    deferred_ = number;
+    if (number != 0 && (isAbandoned_ || !socket_.IsOpen()))
+        CloseLocked();
+    return number;
+}
+
 void Connection::FlushLocked()
 {
     if (unsent_.empty())
@@ -236,6 +248,8 @@ void Connection::Close()
 
 void Connection::CloseLocked()
 {
+    if (deferred_ != 0)
+        TakeDeferred(std::exchange(deferred_, 0));
     if (!socket_.IsOpen())
         return;
     inbox_->Forget(number_);

@@ -28,6 +28,13 @@ public:
     /// Sends the answer to a message that came from here. False when the sender will see a failure.
     bool Answer(const OsMsgEnvelope& answer, uint64_t sequence);
 
+    /**
+     * Keeps the answer to a message that came from here owed until this connection is closed. Returns the
+     * number to take it by: one that nothing is kept under when the sender has gone already, 0 when too many
+     * answers are owed. May throw std::bad_alloc.
+     */
+    uint64_t Defer(const OsMsgEnvelope& request, uint64_t sequence);
+
     void Close() override;
 
 private:
@@ -52,8 +59,10 @@ private:
     size_t toSkip_ = 0;   // bytes of data of one that there was no memory for
     std::unique_ptr<Message> arriving_;
     bool owesAnswer_ = false;
+    uint64_t deferred_ = 0;         // number of the last answer that was put off
     bool hasUnread_ = false;        // there may be something to read
     bool hasHungUp_ = false;        // and in the end there will be nothing more
+    bool isAbandoned_ = false;      // nobody will read an answer
     std::vector<std::byte> early_;  // read, and not to be handed on before the answer is given
     std::vector<std::byte> unsent_; // of an answer that the socket had no room for
 };

@@ -2,6 +2,7 @@
 #include "message/task.h"
 
 #include "message/connection.h"
+#include "message/deferred.h"
 #include "message/endpoint.h"
 #include "message/listener.h"
 #include "message/report.h"
@@ -123,6 +124,23 @@ void StartReader(const std::shared_ptr<Inbox>& inbox)
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
+uint32_t Answer(Connection& sender, const OsMsgEnvelope& request, uint64_t sequence, const void* data,
+                uint32_t dataLen)
+{
+    if (dataLen > kMaxDataLen) {
+        Report(kReportError, "answer to message %u has %u bytes, more than %u", request.msgId, dataLen,
+               kMaxDataLen);
+        sender.Close();
+        return HOST_MSG_ERR_TOO_LONG;
+    }
+    OsMsgEnvelope answer = request;
+    std::swap(answer.sendProcName, answer.recvProcName);
+    std::swap(answer.sendTaskName, answer.recvTaskName);
+    answer.dataLen = dataLen;
+    answer.data = const_cast<void*>(data);
+    return sender.Answer(answer, sequence) ? 0 : uint32_t{HOST_MSG_ERR_BROKEN};
+}
+
 void RunLoop(Task& task)
 {
     while (const std::unique_ptr<Message> message = task.inbox->Next()) {
@@ -234,18 +252,44 @@ uint32_t HostMsgReply(OsMsgEnvelope* request, const void* data, uint32_t dataLen
         (data == nullptr && dataLen != 0))
         return HOST_MSG_ERR_ARGUMENT;
     const std::shared_ptr<Connection> sender = std::move(message->from);
-    if (dataLen > kMaxDataLen) {
-        Report(kReportError, "answer to message %u has %u bytes, more than %u", request->msgId, dataLen,
-               kMaxDataLen);
-        sender->Close();
-        return HOST_MSG_ERR_TOO_LONG;
-    }
-    OsMsgEnvelope answer = *request;
-    std::swap(answer.sendProcName, answer.recvProcName);
-    std::swap(answer.sendTaskName, answer.recvTaskName);
-    answer.dataLen = dataLen;
-    answer.data = const_cast<void*>(data);
-    return sender->Answer(answer, message->sequence) ? 0 : uint32_t{HOST_MSG_ERR_BROKEN};
+    return Answer(*sender, *request, message->sequence, data, dataLen);
+}
+
+HostMsgDeferred HostMsgDefer(OsMsgEnvelope* request)
+{
+    HostMsgDeferred deferred = 0;
+    Contained([&] {
+        Message* const message = InHand(request);
+        if (message == nullptr || message->from == nullptr)
+            return 0U;
+        deferred = message->from->Defer(*request, message->sequence);
+        if (deferred != 0)
+            message->from.reset();
+        return 0U;
+    });
+    return deferred;
+}
+
+uint32_t HostMsgReplyDeferred(HostMsgDeferred deferred, const void* data, uint32_t dataLen)
+{
+    return Contained([&]() -> uint32_t {
+        const auto owed = TakeDeferred(deferred);
+        if (!owed)
+            return HOST_MSG_ERR_BROKEN;
+        if (data != nullptr || dataLen == 0)
+            return Answer(*owed->sender, owed->request, owed->sequence, data, dataLen);
+        owed->sender->Close();
+        return HOST_MSG_ERR_ARGUMENT;
+    });
+}
+
+void HostMsgCloseDeferred(HostMsgDeferred deferred)
+{
+    Contained([&] {
+        if (const auto owed = TakeDeferred(deferred))
+            owed->sender->Close();
+        return 0U;
+    });
 }
 
 uint32_t HostMsgEndTask(const char* taskName)

@@ -1,0 +1,140 @@
+// How answers and notifications leave the service: at once, late, altered or not at all.
+#include "service/log.h"
+#include "service/owed_answer.h"
+#include "service/service.h"
+#include "vesk_service/control_list.h"
+
+#include <cstring>
+#include <exception>
+#include <memory>
+
+namespace vesk::service {
+
+namespace {
+
+Bytes DataBlockOf(const Notification& notification)
+{
+    VeskVideoMsgHead head{};
+    head.msgId = static_cast<uint16_t>(notification.notifyId);
+    head.ulParam1 = notification.param1;
+    head.ulParam2 = notification.param2;
+    const auto headBytes = BytesOf(head);
+    Bytes data(headBytes.begin(), headBytes.end());
+    data.insert(data.end(), notification.payload.begin(), notification.payload.end());
+    return data;
+}
+
+} // namespace
+
+struct Service::LateAnswer {
+    OwedAnswer owed;
+    std::string text; // of its request
+    Watchers::Exchange exchange;
+    bool closes;
+    Bytes answer;
+    std::vector<Notification> notifications; // of its request, which follow it
+};
+
+void Service::PutOff(OsMsgEnvelope& message, const std::string& text, const Effects& effects,
+                     const Watchers::Exchange& exchange, Bytes answer)
+{
+    const bool closes = effects.fate == Effects::Fate::kClosed;
+    const std::shared_ptr<LateAnswer> late(
+        new LateAnswer{OwedAnswer(message), text, exchange, closes, std::move(answer), {}});
+    if (late->owed.IsOwed() && effects.fate == Effects::Fate::kNone) {
+        late->owed.Leave();
+        watchers.Unanswered(exchange);
+        return;
+    }
+    late->notifications = notifications_.TakeAll();
+    size_t bytes = late->answer.size();
+    for (const Notification& notification : late->notifications)
+        bytes += sizeof notification + notification.payload.size();
+    if (late->owed.IsOwed() &&
+        timeline.Add(Timeline::Kind::kAnswer, effects.delayMs, bytes, [this, late] { GiveLate(*late); }))
+        return;
+    LOG(kError, "%s: not answered, because too many answers are owed", text.c_str());
+    late->closes = true;
+    GiveLate(*late);
+}
+
+void Service::GiveLate(LateAnswer& late)
+{
+    if (late.closes) {
+        late.owed.Close();
+        watchers.Unanswered(late.exchange);
+    } else {
+        const uint32_t ret = late.owed.Give(late.answer);
+        LOG(kInfo, "%s: answered late: %u", late.text.c_str(), ret);
+        watchers.Answered(late.exchange, ret, late.answer);
+    }
+    NotifyEach(late.notifications);
+}
+
+void Service::NotifyEach(const std::vector<Notification>& notifications)
+{
+    for (const Notification& notification : notifications)
+        Notify(notification);
+}
+
+uint32_t Service::Notify(const Notification& notification)
+{
+    if (notification.procName != kEveryClient)
+        return NotifyOne(notification.procName, notification) ? 1 : 0;
+    uint32_t notified = 0;
+    for (const std::string& procName : clients.Names())
+        notified += NotifyOne(procName, notification) ? 1 : 0;
+    return notified;
+}
+
+bool Service::NotifyOne(const std::string& procName, const Notification& notification)
+try {
+    if (!clients.IsKnown(procName))
+        return false;
+    const uint32_t notifyId = notification.notifyId;
+    Bytes data = DataBlockOf(notification);
+    const Effects effects = Meet({VESK_CONTROL_OF_NOTIFICATION, notifyId, procName, data});
+    effects.Change(data, sizeof(VeskVideoMsgHead));
+    if (effects.fate != Effects::Fate::kGiven) {
+        clients.CountDropped(procName);
+        return false;
+    }
+    const auto send = [this, procName, notifyId, copies = effects.copies](std::span<const std::byte> block) {
+        bool isSent = false;
+        for (uint32_t copy = 0; copy < copies; ++copy)
+            isSent |= clients.Send(procName, notifyId, block) == 0;
+        return isSent;
+    };
+    if (effects.delayMs == 0)
+        return send(data);
+    const size_t bytes = data.size();
+    if (timeline.Add(Timeline::Kind::kNotification, effects.delayMs, bytes,
+                     [send, data = std::move(data)] { send(data); }))
+        return true;
+    LOG(kError, "notification %u to %s dropped: too many are late", notifyId, procName.c_str());
+    clients.CountDropped(procName);
+    return false;
+} catch (const std::exception& error) {
+    LOG(kError, "notification %u to %s dropped: %s", notification.notifyId, procName.c_str(), error.what());
+    clients.CountDropped(procName);
+    return false;
+}
+
+Result Service::SendNotification(std::span<const std::byte> payload, uint32_t* notified)
+{
+    VeskControlNotification asked;
+    if (payload.size() < sizeof asked)
+        return VESK_SERVICE_ERR_LENGTH;
+    std::memcpy(&asked, payload.data(), sizeof asked);
+    payload = payload.subspan(sizeof asked);
+    const std::string procName(NameIn(asked.procName));
+    if (messages::FindNotification(asked.notifyId) == nullptr)
+        return VESK_SERVICE_ERR_VALUE;
+    if (procName != kEveryClient && !clients.IsKnown(procName))
+        return VESK_SERVICE_ERR_NUMBER;
+    *notified =
+        Notify({procName, asked.notifyId, {payload.begin(), payload.end()}, asked.param1, asked.param2});
+    return kOk;
+}
+
+} // namespace vesk::service

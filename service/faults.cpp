@@ -1,0 +1,165 @@
+// Fault rules: what goes wrong with which messages.
+#include "service/faults.h"
+
+#include "service/log.h"
+
+#include <cinttypes>
+#include <iterator>
+
+namespace vesk::service {
+
+namespace {
+
+constexpr int64_t kDay = 24 * 60 * 60 * 1000;
+
+/// What an effect can be about, and the range of its value.
+struct Kind {
+    const char* name;
+    VeskControlKind messages;
+    int64_t least;
+    int64_t most;
+};
+
+constexpr Kind kKinds[] = {
+    // by VeskControlEffect
+    {},
+    {"result", VESK_CONTROL_OF_REQUEST, 0, UINT16_MAX},
+    {"delay", VESK_CONTROL_ANY, 0, kDay},
+    {"no answer", VESK_CONTROL_OF_REQUEST, 0, 0},
+    {"close", VESK_CONTROL_OF_REQUEST, 0, 0},
+    {"length", VESK_CONTROL_ANY, 0, VESK_VIDEO_MAX_MESSAGE_SIZE},
+    {"garbage", VESK_CONTROL_ANY, 0, 0},
+    {"duplicate", VESK_CONTROL_OF_NOTIFICATION, 0, 0},
+    {"drop", VESK_CONTROL_OF_NOTIFICATION, 0, 0},
+    {"die", VESK_CONTROL_ANY, 0, 0},
+};
+
+bool IsUsable(const VeskControlFault& rule)
+{
+    if (!IsValid(rule.match) || rule.effect == 0 || rule.effect >= std::size(kKinds) || rule.percent > 100 ||
+        rule.reserved != 0 || rule.isRelative > (rule.effect == VESK_CONTROL_EFFECT_LENGTH ? 1 : 0))
+        return false;
+    const Kind& kind = kKinds[rule.effect];
+    const bool isFitting = kind.messages == VESK_CONTROL_ANY || rule.match.kind == VESK_CONTROL_ANY ||
+                           rule.match.kind == kind.messages;
+    return isFitting && rule.value >= (rule.isRelative != 0 ? -kind.most : kind.least) &&
+           rule.value <= kind.most;
+}
+
+void LogHit(uint32_t fault, const VeskControlFault& rule, const MessageView& message)
+{
+    const Kind& kind = kKinds[rule.effect];
+    std::string effect = kind.name;
+    if (kind.most != 0)
+        effect += (rule.isRelative != 0 && rule.value >= 0 ? " +" : " ") + std::to_string(rule.value);
+    LOG(kInfo, "fault %u (%s) hits %s", fault, effect.c_str(), TextOf(message).c_str());
+}
+
+} // namespace
+
+void Effects::Change(Bytes& data, size_t randomFrom) const
+{
+    for (const Alteration& alteration : alterations) {
+        if (!alteration.isRandom) {
+            const int64_t length =
+                alteration.length + (alteration.isRelative ? static_cast<int64_t>(data.size()) : 0);
+            data.resize(static_cast<size_t>(std::clamp<int64_t>(length, 0, VESK_VIDEO_MAX_MESSAGE_SIZE)));
+            continue;
+        }
+        std::mt19937_64 engine(alteration.seed);
+        for (size_t i = randomFrom; i < data.size(); ++i)
+            data[i] = static_cast<std::byte>(engine());
+    }
+}
+
+Result Faults::Add(const VeskControlFault& rule, uint32_t* fault)
+{
+    if (!IsUsable(rule))
+        return VESK_SERVICE_ERR_VALUE;
+    if (rules_.size() >= VESK_CONTROL_MAX_FAULTS)
+        return VESK_SERVICE_ERR_ROOM;
+    *fault = last_ + 1;
+    rules_.emplace(*fault, Rule{{*fault, 0, 0, 0, rule}, std::mt19937_64(rule.seed)});
+    last_ = *fault;
+    return kOk;
+}
+
+Result Faults::List(std::vector<std::byte>* states)
+{
+    for (const auto& [number, rule] : rules_) {
+        const auto state = BytesOf(rule.state);
+        states->insert(states->end(), state.begin(), state.end());
+    }
+    return kOk;
+}
+
+Result Faults::Clear(Argument<"fault"> fault)
+{
+    const size_t before = rules_.size();
+    std::erase_if(rules_, [fault](const auto& entry) { return fault == 0 || entry.first == fault; });
+    return fault == 0 || rules_.size() != before ? kOk : Result{VESK_SERVICE_ERR_NUMBER};
+}
+
+void Faults::Reset()
+{
+    rules_.clear();
+    last_ = 0;
+}
+
+bool Faults::Rule::Hits(const MessageView& message)
+{
+    const VeskControlFault& rule = state.rule;
+    const VeskControlKind only = kKinds[rule.effect].messages;
+    if ((only != VESK_CONTROL_ANY && only != message.kind) || !Matches(rule.match, message) ||
+        ++state.matches <= rule.after || (rule.count != 0 && state.hits == rule.count))
+        return false;
+    if (rule.every > 1 && (state.matches - rule.after) % rule.every != 0)
+        return false;
+    if (engine() % 100 >= (rule.percent != 0 ? rule.percent : 100))
+        return false;
+    ++state.hits;
+    return true;
+}
+
+Effects Faults::Apply(const MessageView& message)
+{
+    Effects effects;
+    for (auto& [number, rule] : rules_) {
+        if (!rule.Hits(message))
+            continue;
+        const VeskControlFault& fault = rule.state.rule;
+        LogHit(number, fault, message);
+        switch (fault.effect) {
+        case VESK_CONTROL_EFFECT_RESULT:
+            effects.result = static_cast<Result>(fault.value);
+            break;
+        case VESK_CONTROL_EFFECT_DELAY:
+            effects.delayMs += static_cast<uint64_t>(fault.value);
+            break;
+        case VESK_CONTROL_EFFECT_CLOSE:
+            effects.fate = Effects::Fate::kClosed;
+            break;
+        case VESK_CONTROL_EFFECT_NO_ANSWER:
+        case VESK_CONTROL_EFFECT_DROP:
+            effects.fate = Effects::Fate::kNone;
+            break;
+        case VESK_CONTROL_EFFECT_LENGTH:
+            effects.alterations.push_back({false, fault.isRelative != 0, fault.value, 0});
+            break;
+        case VESK_CONTROL_EFFECT_GARBAGE:
+            effects.alterations.push_back({true, false, 0, rule.engine()});
+            break;
+        case VESK_CONTROL_EFFECT_DUPLICATE:
+            ++effects.copies;
+            break;
+        case VESK_CONTROL_EFFECT_DIE:
+            die();
+            break;
+        default:
+            break;
+        }
+    }
+    return effects;
+}
+
+} // namespace vesk::service

@@ -1,0 +1,42 @@
+// An answer that is put off.
+#pragma once
+
+#include "vesk_host/message.h"
+
+#include <cstddef>
+#include <span>
+#include <utility>
+
+namespace vesk::service {
+
+/// Its sender's connection is closed unless it is given or left.
+class OwedAnswer {
+public:
+    /// @param message  The synchronous message that is being handled.
+    explicit OwedAnswer(OsMsgEnvelope& message) : deferred_(HostMsgDefer(&message)) {}
+    OwedAnswer(const OwedAnswer&) = delete;
+    OwedAnswer& operator=(const OwedAnswer&) = delete;
+    ~OwedAnswer() { Close(); }
+
+    /// False when as many are owed as can be.
+    bool IsOwed() const { return deferred_ != 0; }
+
+    /// Returns 0 or a HostMsgResult.
+    uint32_t Give(std::span<const std::byte> data)
+    {
+        return HostMsgReplyDeferred(std::exchange(deferred_, 0), data.data(),
+                                    static_cast<uint32_t>(data.size()));
+    }
+    /// The sender waits until its time-out.
+    void Leave() { deferred_ = 0; }
+    void Close()
+    {
+        if (deferred_ != 0)
+            HostMsgCloseDeferred(std::exchange(deferred_, 0));
+    }
+
+private:
+    HostMsgDeferred deferred_;
+};
+
+} // namespace vesk::service

@@ -1,0 +1,149 @@
+// Those who watch what the service receives, answers and notifies.
+#include "service/watchers.h"
+
+#include "service/clients.h"
+#include "service/process.h"
+#include "vesk_host/message.h"
+
+#include <cstring>
+#include <exception>
+
+namespace vesk::service {
+
+namespace {
+
+using std::chrono::steady_clock;
+
+template <class Clock>
+uint64_t Nanoseconds(std::chrono::time_point<Clock> time)
+{
+    return static_cast<uint64_t>(std::chrono::nanoseconds(time.time_since_epoch()).count());
+}
+
+} // namespace
+
+Result Watchers::Watch(const Sender& sender, Argument<"enable"> enable)
+{
+    if (!IsClientName(sender.procName) || !IsClientName(sender.taskName))
+        return VESK_SERVICE_ERR_VALUE;
+    std::erase_if(watchers_, [&](const Watcher& watcher) {
+        const bool isSame =
+            watcher.task.procName == sender.procName && watcher.task.taskName == sender.taskName;
+        return isSame || !IsAlive(watcher.task.process);
+    });
+    if (enable == 0)
+        return kOk;
+    if (watchers_.size() >= VESK_CONTROL_MAX_WATCHERS)
+        return VESK_SERVICE_ERR_ROOM;
+    watchers_.push_back({.task = sender});
+    return kOk;
+}
+
+Watchers::Exchange Watchers::Arrived(const OsMsgEnvelope& message, const Sender& sender)
+{
+    Exchange exchange{.number = ++lastExchange_, .msgId = message.msgId, .sender = sender, .arrived = {}};
+    if (watchers_.empty())
+        return exchange;
+    exchange.arrived = steady_clock::now();
+    VeskControlMessage shown{};
+    shown.kind = VESK_CONTROL_SAW_REQUEST;
+    shown.number = message.msgId;
+    shown.isSynchronous = message.type == OS_MSG_SYNCHRONOUS ? 1 : 0;
+    shown.exchange = exchange.number;
+    Show(shown, sender, {static_cast<const std::byte*>(message.data), message.dataLen});
+    return exchange;
+}
+
+void Watchers::Answered(const Exchange& exchange, uint32_t platformResult, std::span<const std::byte> data)
+{
+    End(VESK_CONTROL_SAW_ANSWER, exchange, platformResult, data);
+}
+
+void Watchers::Unanswered(const Exchange& exchange)
+{
+    End(VESK_CONTROL_SAW_NO_ANSWER, exchange, 0, {});
+}
+
+void Watchers::End(VeskControlMessageKind kind, const Exchange& exchange, uint32_t platformResult,
+                   std::span<const std::byte> data)
+{
+    if (watchers_.empty() || exchange.number == 0)
+        return;
+    VeskControlMessage shown{};
+    shown.kind = kind;
+    shown.number = exchange.msgId;
+    shown.platformResult = platformResult;
+    shown.exchange = exchange.number;
+    if (exchange.arrived != steady_clock::time_point())
+        shown.durationNs = Nanoseconds(steady_clock::now()) - Nanoseconds(exchange.arrived);
+    Show(shown, exchange.sender, data);
+}
+
+void Watchers::Notified(const Sender& client, uint32_t notifyId, uint32_t platformResult,
+                        std::span<const std::byte> data)
+{
+    if (watchers_.empty())
+        return;
+    VeskControlMessage shown{};
+    shown.kind = VESK_CONTROL_SAW_NOTIFICATION;
+    shown.number = notifyId;
+    shown.platformResult = platformResult;
+    Show(shown, client, data);
+}
+
+void Watchers::Show(VeskControlMessage shown, const Sender& peer, std::span<const std::byte> data)
+try {
+    shown.process = static_cast<uint32_t>(peer.process);
+    shown.dataLen = static_cast<uint32_t>(data.size());
+    PutName(shown.procName, peer.procName);
+    PutName(shown.taskName, peer.taskName);
+    shown.realtimeNs = Nanoseconds(std::chrono::system_clock::now());
+    shown.monotonicNs = Nanoseconds(steady_clock::now());
+
+    VeskVideoMsgHead head{};
+    head.msgId = VESK_CONTROL_ON_MESSAGE;
+    constexpr size_t kMost = VESK_VIDEO_MAX_MESSAGE_SIZE - sizeof head - sizeof shown;
+    Bytes block;
+    block.reserve(sizeof head + sizeof shown + std::min(data.size(), kMost));
+    const auto append = [&](std::span<const std::byte> bytes) {
+        block.insert(block.end(), bytes.begin(), bytes.end());
+    };
+    append(BytesOf(head));
+    append(BytesOf(shown));
+    append(data.first(std::min(data.size(), kMost)));
+    std::erase_if(watchers_, [&](Watcher& watcher) { return !ShowTo(watcher, block); });
+} catch (const std::exception&) { // no memory
+    for (Watcher& watcher : watchers_)
+        ++watcher.lost;
+}
+
+// Trying to send what a watcher does not read may take a moment. Of the time that follows only a small part
+// may go into that.
+bool Watchers::ShowTo(Watcher& watcher, Bytes& block)
+{
+    constexpr int kPause = 50;
+    const auto begin = steady_clock::now();
+    if (begin < watcher.pausedUntil) {
+        ++watcher.lost;
+        return true;
+    }
+    std::memcpy(&block[sizeof(VeskVideoMsgHead) + offsetof(VeskControlMessage, lost)], &watcher.lost,
+                sizeof watcher.lost);
+    OsMsgEnvelope envelope{};
+    envelope.msgId = VESK_CONTROL_ON_MESSAGE;
+    PutName(envelope.sendProcName, self_.procName);
+    PutName(envelope.sendTaskName, self_.taskName);
+    PutName(envelope.recvProcName, watcher.task.procName);
+    PutName(envelope.recvTaskName, watcher.task.taskName);
+    envelope.dataLen = static_cast<uint32_t>(block.size());
+    envelope.data = block.data();
+    const uint32_t ret = OsMsgAsynSend(&envelope);
+    if (ret == 0)
+        return true;
+    ++watcher.lost;
+    const auto end = steady_clock::now();
+    watcher.pausedUntil = end + kPause * (end - begin);
+    return ret != HOST_MSG_ERR_ABSENT || IsAlive(watcher.task.process);
+}
+
+} // namespace vesk::service

@@ -1,0 +1,56 @@
+// Those who watch what the service receives, answers and notifies.
+#pragma once
+
+#include "platform/os_msg.h"
+#include "service/request.h"
+#include "vesk_service/control.h"
+
+#include <chrono>
+
+namespace vesk::service {
+
+struct Identity;
+
+/// Nothing here fails or waits; who does not read loses messages and is told how many. Without watchers it
+/// costs next to nothing.
+class Watchers {
+public:
+    /// A request, and what it takes to show what became of it.
+    struct Exchange {
+        uint64_t number = 0; ///< 0: it is not shown.
+        uint32_t msgId = 0;
+        Sender sender;
+        std::chrono::steady_clock::time_point arrived;
+    };
+
+    explicit Watchers(const Identity& self) : self_(self) {}
+
+    Result Watch(const Sender&, Argument<"enable">);
+
+    Exchange Arrived(const OsMsgEnvelope& message, const Sender& sender);
+    void Answered(const Exchange& exchange, uint32_t platformResult, std::span<const std::byte> data);
+    void Unanswered(const Exchange& exchange);
+    void Notified(const Sender& client, uint32_t notifyId, uint32_t platformResult,
+                  std::span<const std::byte> data);
+
+private:
+    friend class State;
+
+    struct Watcher {
+        Sender task;
+        uint64_t lost = 0;
+        std::chrono::steady_clock::time_point pausedUntil{};
+    };
+
+    void End(VeskControlMessageKind kind, const Exchange& exchange, uint32_t platformResult,
+             std::span<const std::byte> data);
+    void Show(VeskControlMessage shown, const Sender& peer, std::span<const std::byte> data);
+    /// False when it has ended.
+    bool ShowTo(Watcher& watcher, Bytes& block);
+
+    const Identity& self_;
+    std::vector<Watcher> watchers_;
+    uint64_t lastExchange_ = 0;
+};
+
+} // namespace vesk::service
