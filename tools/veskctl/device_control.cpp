@@ -57,7 +57,7 @@ void PrintAnswer(const Decoded& answer)
 {
     const auto number = [&](const char* name) { return NumberIn(answer, name); };
     if (answer.number == VESK_CONTROL_NOTIFY)
-        std::printf("sent to %" PRIu64 "\n", number("clients"));
+        std::printf("sent to %" PRIu64 " client%s\n", number("clients"), number("clients") == 1 ? "" : "s");
     else if (answer.number == VESK_CONTROL_FAULT_ADD)
         std::printf("fault %" PRIu64 "\n", number("fault"));
     else if (answer.number == VESK_CONTROL_TIME)
