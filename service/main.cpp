@@ -2,6 +2,7 @@
 #include "control/scenario_file.h"
 #include "decoder/error.h"
 #include "service/alarm.h"
+#include "service/device_file.h"
 #include "service/log.h"
 #include "service/program_text.h"
 #include "service/service.h"
@@ -60,12 +61,12 @@ void SendTick(const Identity& self)
 }
 
 /// @param scenario  Data block of VESK_CONTROL_SCENARIO; empty: none.
-int Run(const Identity& self, Timeline::Clock clock, const Bytes& scenario)
+int Run(const Identity& self, const DeviceDescription& device, Timeline::Clock clock, const Bytes& scenario)
 {
     const sigset_t signals = BlockSignals();
     Alarm alarm;
     clock.alarm = [&alarm](auto at) { alarm.Set(at); };
-    Service service(self, std::move(clock));
+    Service service(self, device, std::move(clock));
     g_service = &service;
     if (HostMsgSetProcName(self.procName.c_str()) != 0) {
         std::fprintf(stderr, "vesk-video-service: '%s' cannot be a process name\n", self.procName.c_str());
@@ -101,6 +102,7 @@ int Run(const Identity& self, Timeline::Clock clock, const Bytes& scenario)
 int main(int argc, char** argv)
 try {
     Identity self{"VIDEO", "VCTL"};
+    std::string deviceFile;
     Timeline::Clock clock;
     std::string scenarioFile;
     CLI::App app("Virtual video service: serves the requests of libvesk_video_interface without the device.\n"
@@ -109,6 +111,7 @@ try {
     app.set_version_flag("--version", kVersion);
     app.add_option("--process", self.procName, "Process name of the service")->capture_default_str();
     app.add_option("--task", self.taskName, "Task name of the service")->capture_default_str();
+    app.add_option("--device", deviceFile, "File that describes the device to serve (TOML)");
     auto* const scale = app.add_option("--time-scale", clock.scale,
                                        "How many times faster than the clock the model's time runs")
                             ->capture_default_str()
@@ -119,7 +122,11 @@ try {
     Bytes scenario;
     if (!scenarioFile.empty())
         scenario = vesk::control::ScenarioFromFile(vesk::tools::Decoder(), scenarioFile).data;
-    return Run(self, std::move(clock), scenario);
+    return Run(self, deviceFile.empty() ? DefaultDevice() : ReadDevice(deviceFile), std::move(clock),
+               scenario);
+} catch (const DeviceFileError& error) {
+    std::fprintf(stderr, "%s\n", error.what());
+    return 2;
 } catch (const vesk::tools::Error& error) {
     std::fprintf(stderr, "%s\n", error.what());
     return 2;
