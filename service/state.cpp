@@ -41,12 +41,8 @@ ordered_json ListOf(Numbered<Thing>& things, const char* numberName, const Descr
 template <class Port>
 ordered_json PortEntry(const Port& port, const char* numberName)
 {
-    return {{numberName, port.number},
-            {"name", port.name},
-            {"plugged", port.isPlugged},
-            {"enabled", port.isEnabled},
-            {"width", port.mode.width},
-            {"height", port.mode.height},
+    return {{numberName, port.number},   {"name", port.name},        {"plugged", port.isPlugged},
+            {"enabled", port.isEnabled}, {"width", port.mode.width}, {"height", port.mode.height},
             {"fr", port.mode.fr}};
 }
 
