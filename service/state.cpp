@@ -80,10 +80,9 @@ std::string BoundedText(ordered_json document, size_t most)
         }
         if (name.empty())
             return {};
+        if (!document["cut"].contains(name))
+            document["cut"][name] = document[name].size();
         ordered_json& list = document[name];
-        ordered_json& before = document["cut"][name];
-        if (before.is_null())
-            before = list.size();
         list.erase(list.begin() + static_cast<ptrdiff_t>(list.size() / 2), list.end());
         text = tools::Dump(document);
     }
