@@ -138,7 +138,7 @@ uint32_t OpenCamera(uint32_t port)
     return engine;
 }
 
-void LoopCodecs(uint32_t& encoder, uint32_t& decoder)
+void LoopCodecs(uint32_t queue, uint32_t& encoder, uint32_t& decoder)
 {
     Heading("Encoder and decoder channels, looped");
     VeskVideoEncParam enc{};
@@ -154,7 +154,7 @@ void LoopCodecs(uint32_t& encoder, uint32_t& decoder)
     Expect(Same(enc, encRead) && Same(encEx, encExRead), "encoder parameters are read back as they were set");
     const VeskVideoEncFecParam fec{0.5F, 2};
     Step("VeskVideoEncoderSetFecParam", VeskVideoEncoderSetFecParam(encoder, &fec));
-    Step("VeskVideoEncoderSetQueHandle", VeskVideoEncoderSetQueHandle(encoder, 11));
+    Step("VeskVideoEncoderSetQueHandle", VeskVideoEncoderSetQueHandle(encoder, queue));
 
     VeskVideoDecParam dec{};
     dec.w = 1920, dec.h = 1080;
@@ -165,7 +165,7 @@ void LoopCodecs(uint32_t& encoder, uint32_t& decoder)
     Step("VeskVideoDecoderGetParam", VeskVideoDecoderGetParam(decoder, &decRead));
     Expect(Same(dec, decRead), "decoder parameters are read back as they were set");
     Step("VeskVideoDecoderSetParamEx", VeskVideoDecoderSetParamEx(decoder, &decEx));
-    Step("VeskVideoDecoderSetQueHandle", VeskVideoDecoderSetQueHandle(decoder, 12));
+    Step("VeskVideoDecoderSetQueHandle", VeskVideoDecoderSetQueHandle(decoder, queue));
     Step("VeskVideoDecoderSetAntiJitter", VeskVideoDecoderSetAntiJitter(decoder, 1));
 
     uint32_t loop = 0;
@@ -184,8 +184,8 @@ void LoopCodecs(uint32_t& encoder, uint32_t& decoder)
     Step("VeskVideoEncoderGetStatus", VeskVideoEncoderGetStatus(encoder, &encStatus));
     Step("VeskVideoDecoderGetStatus", VeskVideoDecoderGetStatus(decoder, &decStatus));
     const auto encoding = As<VeskServiceCodecStatus>(encStatus);
-    Expect(encoding.started == 1 && encoding.frameRate == 25 && encoding.queId == 11 &&
-               encoding.keyFrames == 1 && As<VeskServiceCodecStatus>(decStatus).queId == 12 &&
+    Expect(encoding.started == 1 && encoding.frameRate == 25 && encoding.queId == queue &&
+               encoding.keyFrames == 1 && As<VeskServiceCodecStatus>(decStatus).queId == queue &&
                As<VeskServiceCodecStatus>(decStatus).state == 1,
            "the status of both channels says all that was set");
     VeskVideoEncStatusInfo encInfos[VESK_SERVICE_MAX_ENCODERS]{};
@@ -237,12 +237,12 @@ void ComposePicture(uint32_t port, uint32_t input, uint32_t decoder)
     Notified(VESK_VIDEO_ON_DISPLAY_DESTROY_LINK_NOTIFY, "the link was taken down");
 }
 
-void MovePointers(uint32_t decoder)
+void MovePointers(uint32_t queue, uint32_t decoder)
 {
     Heading("Mouse streams");
     uint32_t remote = 0, local = 0;
     Step("VeskVideoRemoteMouseOpen", VeskVideoRemoteMouseOpen(1, &remote));
-    Step("VeskVideoRemoteMouseSetQueHandle", VeskVideoRemoteMouseSetQueHandle(remote, 21));
+    Step("VeskVideoRemoteMouseSetQueHandle", VeskVideoRemoteMouseSetQueHandle(remote, queue));
     Refused("VeskVideoRemoteMouseStart unconnected", VeskVideoRemoteMouseStart(remote));
     Step("VeskVideoRemoteMouseConnect", VeskVideoRemoteMouseConnect(remote, decoder));
     const VeskVideoMouseArea area{{0, 0, 640, 480}};
@@ -252,7 +252,7 @@ void MovePointers(uint32_t decoder)
     Step("VeskVideoRemoteMouseClose", VeskVideoRemoteMouseClose(remote));
 
     Step("VeskVideoLocalMouseOpen", VeskVideoLocalMouseOpen(&local));
-    Step("VeskVideoLocalMouseSetQueHandle", VeskVideoLocalMouseSetQueHandle(local, 22));
+    Step("VeskVideoLocalMouseSetQueHandle", VeskVideoLocalMouseSetQueHandle(local, queue));
     const VeskVideoLocalMouseParam param{{1, 2}};
     Step("VeskVideoLocalMouseSetParam", VeskVideoLocalMouseSetParam(local, &param));
     Step("VeskVideoLocalMouseSetIndependent", VeskVideoLocalMouseSetIndependent(local, 1));
@@ -263,10 +263,10 @@ void MovePointers(uint32_t decoder)
     Step("VeskVideoLocalMouseClose", VeskVideoLocalMouseClose(local));
 }
 
-void ShowOverlay(uint32_t channel)
+void ShowOverlay(uint32_t queue, uint32_t channel)
 {
     Heading("An overlay, a UVC stream, queues and media jobs");
-    uint32_t layer = 0, handle = 0, queue = 0, uvc = 0;
+    uint32_t layer = 0, handle = 0, uvc = 0;
     Step("VeskVideoCreateOverlayChannel", VeskVideoCreateOverlayChannel(channel, 1, &layer));
     Step("VeskVideoGetOverlayQueHandle", VeskVideoGetOverlayQueHandle(channel, &handle));
     const VeskVideoOverlayParam overlay{};
@@ -285,8 +285,6 @@ void ShowOverlay(uint32_t channel)
     Step("VeskVideoUvcStopStream", VeskVideoUvcStopStream(uvc));
     Step("VeskVideoUvcClose", VeskVideoUvcClose(uvc));
 
-    Step("VeskVideoBuffCreateQueue", VeskVideoBuffCreateQueue(&queue));
-    Step("VeskVideoActivateQueue", VeskVideoActivateQueue(queue, 1));
     Step("VeskVideoBuffDestroyQueue", VeskVideoBuffDestroyQueue(queue));
     Step("VeskVideoAdvancedQueueClientInit", VeskVideoAdvancedQueueClientInit("audio"));
 
@@ -323,11 +321,13 @@ int main(int argc, char** argv)
 
     ListPorts();
     const uint32_t camera = OpenCamera(input);
-    uint32_t encoder = 0, decoder = 0;
-    LoopCodecs(encoder, decoder);
+    uint32_t queue = 0, encoder = 0, decoder = 0;
+    Step("VeskVideoBuffCreateQueue", VeskVideoBuffCreateQueue(&queue));
+    Step("VeskVideoActivateQueue", VeskVideoActivateQueue(queue, 1));
+    LoopCodecs(queue, encoder, decoder);
     ComposePicture(output, camera, decoder);
-    MovePointers(decoder);
-    ShowOverlay(100 + input);
+    MovePointers(queue, decoder);
+    ShowOverlay(queue, 100 + input);
 
     Heading("All closed");
     Step("VeskVideoEncoderStop", VeskVideoEncoderStop(encoder));

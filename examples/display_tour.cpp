@@ -93,12 +93,16 @@ int main(int argc, char** argv)
     Step("VeskVideoVoGetParam", VeskVideoVoGetParam(engine, &param));
     Expect(Same(wanted, param), "parameters are read back as they were set");
     Step("VeskVideoVoSetOffset", VeskVideoVoSetOffset(engine, -10, 20));
-    Step("VeskVideoVoSetQueHandle", VeskVideoVoSetQueHandle(engine, 7));
+    uint32_t queue = 0;
+    Step("VeskVideoBuffCreateQueue", VeskVideoBuffCreateQueue(&queue));
+    Step("VeskVideoVoSetQueHandle", VeskVideoVoSetQueHandle(engine, queue));
+    Step("VeskVideoVoSetDefaultImage", VeskVideoVoSetDefaultImage(0, 0, "/media/default.png"));
 
     Step("VeskVideoVoStart", VeskVideoVoStart(engine));
     g_seen.Await(VESK_VIDEO_ON_DISPLAY_FIRST_FRAME_NOTIFY);
     Step("VeskVideoVoStop", VeskVideoVoStop(engine));
     Step("VeskVideoVoClose", VeskVideoVoClose(engine));
+    Step("VeskVideoBuffDestroyQueue", VeskVideoBuffDestroyQueue(queue));
     g_seen.Await(VESK_VIDEO_ON_DISPLAY_DESTROY_LINK_NOTIFY);
     Step("VeskVideoExit", VeskVideoExit());
     std::printf("all as expected\n");

@@ -8,30 +8,26 @@ namespace vesk::service {
 namespace {
 
 constexpr uint32_t kBlock = 16; // pixels of a macroblock's side
-constexpr uint32_t kMaxWidth = 3840;
-constexpr uint32_t kMaxHeight = 2160;
-constexpr uint32_t kMaxFrameRate = 60;
-constexpr uint32_t kH264 = 0; // codec numbers that the virtual device offers
-constexpr uint32_t kH265 = 1;
 
-template <class Codec>
-void DescribeCodec(Codec& codec, uint32_t number)
+uint32_t BlocksOf(const PictureBounds& pictures)
 {
-    codec.support = 1;
-    codec.blocksPs = kMaxWidth / kBlock * (kMaxHeight / kBlock) * kMaxFrameRate;
-    codec.maxWidth = kMaxWidth;
-    codec.minWidth = kBlock;
-    codec.maxHeight = kMaxHeight;
-    codec.minHeight = kBlock;
-    codec.isSvc = number == kH264 ? 1 : 0;
-    codec.profiles[0] = 1;
-    codec.profiles[2] = 1;
-    codec.fecs[0] = 1;
+    return pictures.maxWidth / kBlock * (pictures.maxHeight / kBlock);
 }
 
-bool IsPicture(uint32_t width, uint32_t height)
+template <class Codec>
+void Describe(Codec& codec, const CodecDescription& described, const PictureBounds& pictures)
 {
-    return width >= kBlock && width <= kMaxWidth && height >= kBlock && height <= kMaxHeight;
+    codec.support = 1;
+    codec.blocksPs = BlocksOf(pictures) * pictures.maxFrameRate;
+    codec.maxWidth = pictures.maxWidth;
+    codec.minWidth = pictures.minWidth;
+    codec.maxHeight = pictures.maxHeight;
+    codec.minHeight = pictures.minHeight;
+    codec.isSvc = described.isSvc ? 1 : 0;
+    for (const uint32_t profile : described.profiles)
+        codec.profiles[profile] = 1;
+    for (const uint32_t fec : described.fecs)
+        codec.fecs[fec] = 1;
 }
 
 } // namespace
@@ -61,16 +57,6 @@ VeskServiceCodecStatus Decoder::Status() const
     return {isStarted ? 1U : 0U, param.w, param.h, 0, queId, 0, antiJitter};
 }
 
-Result Encoder::SetParam(const VeskVideoEncParam& value)
-{
-    if (!IsPicture(value.w, value.h) || value.fr > kMaxFrameRate)
-        return VESK_SERVICE_ERR_VALUE;
-    param = value;
-    hasParam = true;
-    ++statistics.changes;
-    return kOk;
-}
-
 Result Encoder::SetParamEx(const VeskVideoEncParamEx& value)
 {
     paramEx = value;
@@ -86,25 +72,10 @@ Result Encoder::ForceKeyFrame()
     return kOk;
 }
 
-Result Encoder::ModifyFrameRate(Argument<"frameRate"> frameRate)
+Codecs::Codecs(Notifications& notifications, const DeviceDescription& device)
+    : encoders(device.limits.encoders), decoders(device.limits.decoders), loops(device.limits.loops),
+      notifications_(&notifications), device_(&device)
 {
-    if (!hasParam)
-        return VESK_SERVICE_ERR_STATE;
-    if (frameRate == 0 || frameRate > kMaxFrameRate)
-        return VESK_SERVICE_ERR_VALUE;
-    param.fr = static_cast<uint32_t>(frameRate);
-    ++statistics.changes;
-    return kOk;
-}
-
-Result Decoder::SetParam(const VeskVideoDecParam& value)
-{
-    if (!IsPicture(value.w, value.h))
-        return VESK_SERVICE_ERR_VALUE;
-    param = value;
-    hasParam = true;
-    ++statistics.changes;
-    return kOk;
 }
 
 void Codecs::Release(pid_t process)
@@ -114,10 +85,49 @@ void Codecs::Release(pid_t process)
     loops.Release(process);
 }
 
+Result Codecs::CreateEncoder(const Sender& sender, uint32_t* encStmNo)
+{
+    const Result result = encoders.Create(sender, encStmNo);
+    if (result == kOk) {
+        Encoder& encoder = *encoders.Find(*encStmNo);
+        encoder.param = device_->defaults.encoder;
+        encoder.paramEx = device_->defaults.encoderEx;
+    } else {
+        notifications_->Add(sender.procName, VESK_VIDEO_ON_ENCODE_RESOURCE_INSUFFICIENT, {});
+    }
+    return result;
+}
+
+Result Codecs::SetEncoderParam(Encoder& encoder, const VeskVideoEncParam& param)
+{
+    if (!device_->pictures.Has(param.w, param.h) || param.fr > device_->pictures.maxFrameRate)
+        return VESK_SERVICE_ERR_VALUE;
+    encoder.param = param;
+    encoder.hasParam = true;
+    ++encoder.statistics.changes;
+    return kOk;
+}
+
+Result Codecs::ModifyFrameRate(Encoder& encoder, Argument<"frameRate"> frameRate)
+{
+    if (!encoder.hasParam)
+        return VESK_SERVICE_ERR_STATE;
+    if (frameRate == 0 || frameRate > device_->pictures.maxFrameRate)
+        return VESK_SERVICE_ERR_VALUE;
+    encoder.param.fr = static_cast<uint32_t>(frameRate);
+    ++encoder.statistics.changes;
+    return kOk;
+}
+
 Result Codecs::StartEncoder(Encoder& encoder)
 {
+    if (!encoder.isStarted && encoder.hasParam && RunningEncoders() >= device_->limits.encodersRunning) {
+        notifications_->Add(encoder.owner.procName, VESK_VIDEO_ON_ENCODE_RESOURCE_INSUFFICIENT, {},
+                            encoder.number);
+        return VESK_SERVICE_ERR_ROOM;
+    }
     const Result result = encoder.Start();
-    if (result == kOk && RunningEncoders() > VESK_SERVICE_ENCODERS_AT_SPEED)
+    if (result == kOk && RunningEncoders() > device_->limits.encodersAtSpeed)
         NotifyLoad(encoder, true);
     return result;
 }
@@ -125,7 +135,7 @@ Result Codecs::StartEncoder(Encoder& encoder)
 Result Codecs::StopEncoder(Encoder& encoder)
 {
     const Result result = encoder.Stop();
-    if (result == kOk && RunningEncoders() == VESK_SERVICE_ENCODERS_AT_SPEED)
+    if (result == kOk && RunningEncoders() == device_->limits.encodersAtSpeed)
         NotifyLoad(encoder, false);
     return result;
 }
@@ -140,21 +150,55 @@ size_t Codecs::RunningEncoders()
 void Codecs::NotifyLoad(const Encoder& encoder, bool isOverload)
 {
     const VeskVideoEncOverloadStatus status{encoder.number, isOverload ? 1U : 0U};
-    notifications_.Add(encoder.owner.procName, VESK_VIDEO_ON_ENCODE_STATUS_NOTIFY, BytesOf(status));
+    notifications_->Add(encoder.owner.procName, VESK_VIDEO_ON_ENCODE_STATUS_NOTIFY, BytesOf(status));
 }
 
 Result Codecs::GetEncodeCapability(VeskVideoEncodeCapability* capability)
 {
-    capability->maxChannel = VESK_SERVICE_MAX_ENCODERS;
-    for (const uint32_t number : {kH264, kH265}) {
-        VeskVideoEncCodecCapability& codec = capability->codec[number];
-        DescribeCodec(codec, number);
-        codec.blockspf = kMaxWidth / kBlock * (kMaxHeight / kBlock);
-        codec.maxBandWidth = 50000;
-        codec.h264MaxLevel = number == kH264 ? 52 : 0;
-        codec.h265MaxLevel = number == kH265 ? 51 : 0;
+    capability->maxChannel = device_->limits.encoders;
+    for (const EncodeDescription& described : device_->encode) {
+        VeskVideoEncCodecCapability& codec = capability->codec[described.number];
+        Describe(codec, described, device_->pictures);
+        codec.blockspf = BlocksOf(device_->pictures);
+        codec.maxBandWidth = described.maxBandWidth;
+        codec.h264MaxLevel = described.h264MaxLevel;
+        codec.h265MaxLevel = described.h265MaxLevel;
     }
     return kOk;
+}
+
+Result Codecs::CreateDecoder(const Sender& sender, uint32_t* decStmNo)
+{
+    const Result result = decoders.Create(sender, decStmNo);
+    if (result == kOk)
+        decoders.Find(*decStmNo)->param = device_->defaults.decoder;
+    return result;
+}
+
+Result Codecs::SetDecoderParam(Decoder& decoder, const VeskVideoDecParam& param)
+{
+    if (!device_->pictures.Has(param.w, param.h))
+        return VESK_SERVICE_ERR_VALUE;
+    decoder.param = param;
+    decoder.hasParam = true;
+    ++decoder.statistics.changes;
+    NotifyRecreation(decoder);
+    return kOk;
+}
+
+Result Codecs::SetDecoderParamEx(Decoder& decoder, const VeskVideoDecParamEx& param)
+{
+    decoder.paramEx = param;
+    NotifyRecreation(decoder);
+    return kOk;
+}
+
+// New parameters need a new decoder where one runs; it is there at once, under the same number.
+void Codecs::NotifyRecreation(const Decoder& decoder)
+{
+    if (decoder.isStarted)
+        notifications_->Add(decoder.owner.procName, VESK_VIDEO_ON_DECODE_RECREATE_OK_NOTIFY, {}, 0,
+                            decoder.number);
 }
 
 // A decoder that starts needs a key frame from every encoder that is looped to it.
@@ -162,21 +206,24 @@ Result Codecs::StartDecoder(Decoder& decoder)
 {
     if (const Result result = decoder.Start(); result != kOk)
         return result;
-    notifications_.Add(decoder.owner.procName, VESK_VIDEO_ON_DECODE_STATUS_NOTIFY,
-                       BytesOf(VeskServiceDecodeState{decoder.number, 1}));
+    notifications_->Add(decoder.owner.procName, VESK_VIDEO_ON_DECODE_STATUS_NOTIFY,
+                        BytesOf(VeskServiceDecodeState{decoder.number, 1}));
     for (const auto& [number, loop] : loops.All()) {
         const Encoder* encoder = encoders.Find(loop.param.encNo);
         if (loop.isOn && loop.param.decNo == decoder.number && encoder != nullptr)
-            notifications_.Add(encoder->owner.procName, VESK_VIDEO_ON_IFREAME_REQUEST, {}, encoder->number);
+            notifications_->Add(encoder->owner.procName, VESK_VIDEO_ON_IFREAME_REQUEST, {}, encoder->number);
     }
     return kOk;
 }
 
 Result Codecs::GetDecodeCapability(VeskVideoDecodeCapability* capability)
 {
-    capability->maxChannel = VESK_SERVICE_MAX_ENCODERS;
-    for (const uint32_t number : {kH264, kH265})
-        DescribeCodec(capability->codec[number], number);
+    capability->maxChannel = device_->limits.decoders;
+    for (const DecodeDescription& described : device_->decode) {
+        VeskVideoDecCodecCapability& codec = capability->codec[described.number];
+        Describe(codec, described, device_->pictures);
+        codec.isTile = described.isTile ? 1 : 0;
+    }
     return kOk;
 }
 
@@ -194,7 +241,7 @@ Result Codecs::CreateLoop(const Sender& sender, const VeskVideoStreamLoopParam& 
 Result Codecs::SwitchLoop(Loop& loop, Argument<"enable"> enable)
 {
     loop.isOn = enable != 0;
-    notifications_.Add(loop.owner.procName, VESK_VIDEO_ON_LOCAL_LOOP_STATE_NOTIFY, {}, enable);
+    notifications_->Add(loop.owner.procName, VESK_VIDEO_ON_LOCAL_LOOP_STATE_NOTIFY, {}, enable);
     return kOk;
 }
 

@@ -1,6 +1,7 @@
 // Encoder and decoder channels, and the loops between them.
 #pragma once
 
+#include "service/device_description.h"
 #include "service/numbered.h"
 
 #include <bit>
@@ -34,10 +35,8 @@ struct Encoder : Channel {
 
     VeskServiceCodecStatus Status() const;
 
-    Result SetParam(const VeskVideoEncParam&);
     Result SetParamEx(const VeskVideoEncParamEx&);
     Result ForceKeyFrame();
-    Result ModifyFrameRate(Argument<"frameRate">);
 };
 
 struct Decoder : Channel {
@@ -46,8 +45,6 @@ struct Decoder : Channel {
     uint32_t antiJitter = 0;
 
     VeskServiceCodecStatus Status() const;
-
-    Result SetParam(const VeskVideoDecParam&);
 };
 
 /// Carries what an encoder makes to a decoder.
@@ -58,18 +55,24 @@ struct Loop : Owned {
 
 class Codecs {
 public:
-    explicit Codecs(Notifications& notifications) : notifications_(notifications) {}
+    Codecs(Notifications& notifications, const DeviceDescription& device);
 
     void Release(pid_t process);
 
-    Numbered<Encoder> encoders{VESK_SERVICE_MAX_ENCODERS};
-    Numbered<Decoder> decoders{VESK_SERVICE_MAX_ENCODERS};
-    Numbered<Loop> loops{VESK_SERVICE_MAX_LOOPS};
+    Numbered<Encoder> encoders;
+    Numbered<Decoder> decoders;
+    Numbered<Loop> loops;
 
+    Result CreateEncoder(const Sender&, uint32_t* encStmNo);
+    Result SetEncoderParam(Encoder&, const VeskVideoEncParam&);
+    Result ModifyFrameRate(Encoder&, Argument<"frameRate">);
     Result StartEncoder(Encoder&);
     Result StopEncoder(Encoder&);
     Result GetEncodeCapability(VeskVideoEncodeCapability*);
 
+    Result CreateDecoder(const Sender&, uint32_t* decStmNo);
+    Result SetDecoderParam(Decoder&, const VeskVideoDecParam&);
+    Result SetDecoderParamEx(Decoder&, const VeskVideoDecParamEx&);
     Result StartDecoder(Decoder&);
     Result GetDecodeCapability(VeskVideoDecodeCapability*);
 
@@ -96,8 +99,10 @@ public:
 private:
     size_t RunningEncoders();
     void NotifyLoad(const Encoder&, bool isOverload);
+    void NotifyRecreation(const Decoder&);
 
-    Notifications& notifications_;
+    Notifications* notifications_;
+    const DeviceDescription* device_;
 };
 
 } // namespace vesk::service

@@ -8,12 +8,13 @@ namespace vesk::service {
 
 Result Device::GetCapability(Argument<"capabilityType"> type, VeskVideoCapability* capability)
 {
-    constexpr uint32_t kValues[] = {VESK_SERVICE_INPUTS, VESK_SERVICE_OUTPUTS, VESK_SERVICE_MAX_ENCODERS,
-                                    VESK_SERVICE_MAX_ENCODERS};
-    if (type >= std::size(kValues))
+    const uint32_t values[] = {static_cast<uint32_t>(device_->inputs.size()),
+                               static_cast<uint32_t>(device_->outputs.size()), device_->limits.encoders,
+                               device_->limits.decoders};
+    if (type >= std::size(values))
         return VESK_SERVICE_ERR_VALUE;
     *capability =
-        std::bit_cast<VeskVideoCapability>(VeskServiceCapability{static_cast<uint32_t>(type), kValues[type]});
+        std::bit_cast<VeskVideoCapability>(VeskServiceCapability{static_cast<uint32_t>(type), values[type]});
     return kOk;
 }
 
@@ -43,14 +44,14 @@ Result Device::TakeSnapshot(const VeskVideoSnapshotParam&)
 // Decoded at once; the notification carries the number of the wallpaper.
 Result Device::SetWallpaper(const Sender& sender, const VeskVideoWallpaperParam&)
 {
-    notifications_.Add(sender.procName, VESK_VIDEO_ON_WALLPAPER_DEC_OK_NOTIFY, {}, ++wallpapers_);
+    notifications_->Add(sender.procName, VESK_VIDEO_ON_WALLPAPER_DEC_OK_NOTIFY, {}, ++wallpapers_);
     return kOk;
 }
 
 Result Device::SetAnnotation(const Sender& sender, Argument<"status"> status)
 {
-    notifications_.Add(sender.procName, VESK_VIDEO_ON_DATA_AUX_ANNOTATION_CAP_READY_NOTIFY,
-                       BytesOf(static_cast<uint32_t>(status)));
+    notifications_->Add(sender.procName, VESK_VIDEO_ON_DATA_AUX_ANNOTATION_CAP_READY_NOTIFY,
+                        BytesOf(static_cast<uint32_t>(status)));
     return kOk;
 }
 

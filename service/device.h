@@ -1,13 +1,17 @@
 // Jobs and queries that belong to the device as a whole.
 #pragma once
 
+#include "service/device_description.h"
 #include "service/request.h"
 
 namespace vesk::service {
 
 class Device {
 public:
-    explicit Device(Notifications& notifications) : notifications_(notifications) {}
+    Device(Notifications& notifications, const DeviceDescription& device)
+        : notifications_(&notifications), device_(&device)
+    {
+    }
 
     Result GetCapability(Argument<"capabilityType">, VeskVideoCapability*);
     Result SetAndroidObjects(Argument<"javaVm">);
@@ -20,7 +24,8 @@ public:
 private:
     friend class State;
 
-    Notifications& notifications_;
+    Notifications* notifications_;
+    const DeviceDescription* device_;
     uint64_t javaVm_ = 0;
     uint64_t projectionResult_ = 0;
     uint32_t snapshots_ = 0;

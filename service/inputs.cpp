@@ -27,25 +27,21 @@ Result Move(VeskServiceCameraState& camera, int32_t command)
 
 } // namespace
 
-Inputs::Inputs(Notifications& notifications)
-    : Ports(notifications, {{{{0, "CAMERA", 3840, 2160, 30, true}, InputPort::kCamera},
-                             {{1, "PC-IN", 0, 0, 0, false}, InputPort::kPc},
-                             {{2, "NET-CAMERA", 1920, 1080, 25, true}, VESK_VIDEO_PORT_TYPE_NET_CAMERA}}})
+Inputs::Inputs(Notifications& notifications, const DeviceDescription& device)
+    : Ports(notifications, device.inputs, device.defaults.input), limits_(device.limits)
 {
 }
 
-void Inputs::AnnouncePicture(const std::string& procName, const Port& port)
+void Inputs::NotifyPicture(const std::string& procName, const Port& port)
 {
-    if (!port.isPlugged)
-        return;
     VeskVideoViPortPixelInfo pixels{};
     pixels.port = port.number;
     pixels.portType = port.type;
-    pixels.stmNo = port.type == VESK_VIDEO_PORT_TYPE_NET_CAMERA ? kNetCameraStream : 0;
-    pixels.Width = port.width;
-    pixels.height = port.height;
-    pixels.fr = port.fr;
-    notifications_.Add(procName, VESK_VIDEO_ON_VI_PORT_PIXEL_INFO_NOTIFY, BytesOf(pixels));
+    pixels.stmNo = port.type == kNetCamera ? kNetCameraStream : 0;
+    pixels.Width = port.mode.width;
+    pixels.height = port.mode.height;
+    pixels.fr = port.mode.fr;
+    notifications_->Add(procName, VESK_VIDEO_ON_VI_PORT_PIXEL_INFO_NOTIFY, BytesOf(pixels));
 }
 
 VeskVideoViPortInfo Inputs::Describe(const Port& port, const Engine* engine) const
@@ -67,18 +63,9 @@ VeskVideoViPortInfo Inputs::Describe(const Port& port, const Engine* engine) con
     return std::bit_cast<VeskVideoViPortInfo>(described);
 }
 
-Result Inputs::Start(Engine& engine)
-{
-    if (!engine.port->isEnabled)
-        return VESK_SERVICE_ERR_DISABLED;
-    if (!engine.port->isPlugged)
-        return VESK_SERVICE_ERR_UNPLUGGED;
-    return engine.Start();
-}
-
 Result Inputs::Connect(Engine& engine, Argument<"stmNo"> stmNo)
 {
-    if (engine.streams.size() >= VESK_SERVICE_MAX_STREAMS && engine.streams.count(stmNo) == 0)
+    if (engine.streams.size() >= limits_.streams && engine.streams.count(stmNo) == 0)
         return VESK_SERVICE_ERR_ROOM;
     return engine.streams.insert(stmNo).second ? kOk : Result{VESK_SERVICE_ERR_STATE};
 }
@@ -124,9 +111,9 @@ Result Inputs::ControlCamera(Engine& engine, const Sender& sender, Argument<"cmd
         answer->assign(bytes.begin(), bytes.end());
         return kOk;
     }
-    const Result result = Move(port.camera, command);
+    const Result result = port.isPlugged ? Move(port.camera, command) : Result{VESK_SERVICE_ERR_UNPLUGGED};
     const VeskVideoCamCtrlResult ended{port.number, command, result};
-    notifications_.Add(sender.procName, VESK_VIDEO_ON_CAMERA_CTRL_RESULT_NOTIFY, BytesOf(ended));
+    notifications_->Add(sender.procName, VESK_VIDEO_ON_CAMERA_CTRL_RESULT_NOTIFY, BytesOf(ended));
     return result;
 }
 
@@ -137,7 +124,7 @@ Result Inputs::SetPreset(Engine& engine, const VeskVideoPresetInfo& preset)
         return VESK_SERVICE_ERR_STATE;
     if (preset.isValid == 0)
         return port.presets.erase(preset.presetId) != 0 ? kOk : Result{VESK_SERVICE_ERR_NUMBER};
-    if (port.presets.size() >= VESK_SERVICE_MAX_PRESETS && port.presets.count(preset.presetId) == 0)
+    if (port.presets.size() >= limits_.presets && port.presets.count(preset.presetId) == 0)
         return VESK_SERVICE_ERR_ROOM;
     port.presets[preset.presetId] = preset;
     return kOk;
@@ -157,7 +144,7 @@ Result Inputs::QueryPresets(Argument<"presetSelector"> selector, Argument<"prese
     const Engine* engine = engines.Find(selector);
     if (selector != 0 && engine == nullptr)
         return VESK_SERVICE_ERR_NUMBER;
-    if (count == 0 || count > VESK_SERVICE_MAX_PRESET_QUERY)
+    if (count == 0 || count > limits_.presetQuery)
         return VESK_SERVICE_ERR_VALUE;
     for (const Port& port : All()) {
         if (engine != nullptr && engine->port != &port)
@@ -193,21 +180,23 @@ Result Inputs::Track(Engine& engine)
 {
     if (!engine.isStarted || !engine.port->HasCamera())
         return VESK_SERVICE_ERR_STATE;
+    if (!engine.port->isPlugged)
+        return VESK_SERVICE_ERR_UNPLUGGED;
     engine.port->isTracking = true;
     return kOk;
 }
 
-// 1 while the camera tracks.
+// 1 while the camera tracks, which it goes on with when it is plugged in again.
 Result Inputs::GetPtStatus(Engine& engine, uint8_t* status)
 {
-    *status = engine.port->isTracking ? 1 : 0;
+    *status = engine.port->isTracking && engine.port->isPlugged ? 1 : 0;
     return kOk;
 }
 
 // 1 while there is a picture to focus on.
 Result Inputs::GetAfStatus(Engine& engine, uint8_t* status)
 {
-    *status = engine.isStarted ? 1 : 0;
+    *status = engine.IsRunning() ? 1 : 0;
     return kOk;
 }
 

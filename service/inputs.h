@@ -9,11 +9,7 @@
 
 namespace vesk::service {
 
-struct InputPort : Port {
-    static constexpr uint32_t kCamera = 1;
-    static constexpr uint32_t kPc = 2;
-
-    uint32_t type = kCamera;
+struct InputPort : DescribedPort<InputDescription> {
     VeskVideoEptzParams eptz{};
     VeskVideoPtzfParams ptzf{};
     // The camera, where there is one.
@@ -36,12 +32,11 @@ struct InputEngine : PortEngine<InputPort> {
     VeskVideoVioCallbackParam vioCallback{};
 };
 
-class Inputs : public Ports<InputEngine, VESK_SERVICE_INPUTS, VeskVideoViPortInfo, VeskVideoViPortPlugState,
+class Inputs : public Ports<InputEngine, VeskVideoViPortInfo, VeskVideoViPortPlugState,
                             VESK_VIDEO_ON_VI_PORT_PLUG_STATE_NOTIFY> {
 public:
-    explicit Inputs(Notifications& notifications);
+    Inputs(Notifications& notifications, const DeviceDescription& device);
 
-    Result Start(Engine&);
     Result Connect(Engine&, Argument<"stmNo">);
     Result Disconnect(Engine&, Argument<"stmNo">);
     Result ModifyInput(Engine&, Argument<"stmNo">);
@@ -68,9 +63,10 @@ public:
 private:
     friend class State;
 
-    void AnnouncePicture(const std::string& procName, const Port&) override;
+    void NotifyPicture(const std::string& procName, const Port&) override;
     VeskVideoViPortInfo Describe(const Port&, const Engine*) const override;
 
+    DeviceLimits limits_;
     std::map<uint32_t, std::string> virtualSources_;
 };
 

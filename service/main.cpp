@@ -1,5 +1,6 @@
 // The virtual video service as a process of its own.
 #include "service/alarm.h"
+#include "service/device_file.h"
 #include "service/log.h"
 #include "service/program_text.h"
 #include "service/service.h"
@@ -57,12 +58,12 @@ void SendTick(const Identity& self)
     OsMsgAsynSend(&envelope);
 }
 
-int Run(const Identity& self, Timeline::Clock clock)
+int Run(const Identity& self, const DeviceDescription& device, Timeline::Clock clock)
 {
     const sigset_t signals = BlockSignals();
     Alarm alarm;
     clock.alarm = [&alarm](auto at) { alarm.Set(at); };
-    Service service(self, std::move(clock));
+    Service service(self, device, std::move(clock));
     g_service = &service;
     if (HostMsgSetProcName(self.procName.c_str()) != 0) {
         std::fprintf(stderr, "vesk-video-service: '%s' cannot be a process name\n", self.procName.c_str());
@@ -94,6 +95,7 @@ int Run(const Identity& self, Timeline::Clock clock)
 int main(int argc, char** argv)
 try {
     Identity self{"VIDEO", "VCTL"};
+    std::string deviceFile;
     Timeline::Clock clock;
     CLI::App app("Virtual video service: serves the requests of libvesk_video_interface without the device.\n"
                  "SIGTERM or SIGINT ends it.");
@@ -101,13 +103,17 @@ try {
     app.set_version_flag("--version", kVersion);
     app.add_option("--process", self.procName, "Process name of the service")->capture_default_str();
     app.add_option("--task", self.taskName, "Task name of the service")->capture_default_str();
+    app.add_option("--device", deviceFile, "File that describes the device to serve (TOML)");
     auto* const scale = app.add_option("--time-scale", clock.scale,
                                        "How many times faster than the clock the model's time runs")
                             ->capture_default_str()
                             ->check(CLI::Range(0.001, 1000.0));
     app.add_flag("--step", clock.isStep, "Move the model's time by command only")->excludes(scale);
     CLI11_PARSE(app, argc, argv);
-    return Run(self, std::move(clock));
+    return Run(self, deviceFile.empty() ? DefaultDevice() : ReadDevice(deviceFile), std::move(clock));
+} catch (const DeviceFileError& error) {
+    std::fprintf(stderr, "%s\n", error.what());
+    return 2;
 } catch (const std::exception& error) { // out of memory, or no thread can be started
     std::fprintf(stderr, "vesk-video-service: %s\n", error.what());
     return 1;

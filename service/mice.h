@@ -23,16 +23,19 @@ struct LocalMouse : Startable {
 
 class Mice {
 public:
-    explicit Mice(Codecs& codecs) : codecs_(codecs) {}
+    Mice(Codecs& codecs, const DeviceLimits& limits)
+        : remote(limits.mice), local(limits.mice), codecs_(&codecs)
+    {
+    }
     void Release(pid_t process);
 
-    Numbered<RemoteMouse> remote{VESK_SERVICE_MAX_MICE};
-    Numbered<LocalMouse> local{VESK_SERVICE_MAX_MICE};
+    Numbered<RemoteMouse> remote;
+    Numbered<LocalMouse> local;
 
     Result Connect(RemoteMouse&, Argument<"decStmNo">);
 
 private:
-    Codecs& codecs_;
+    Codecs* codecs_;
 };
 
 } // namespace vesk::service

@@ -117,8 +117,8 @@ private:
         return kOk;
     }
 
-    const size_t most_;
-    const uint32_t first_;
+    size_t most_;
+    uint32_t first_;
     uint32_t next_ = 0;
     std::map<uint32_t, Thing> things_;
 };

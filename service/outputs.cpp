@@ -7,21 +7,20 @@
 
 namespace vesk::service {
 
-Outputs::Outputs(Notifications& notifications, Inputs& inputs, Codecs& codecs)
-    : Ports(notifications,
-            {{{{0, "HDMI-OUT-1", 3840, 2160, 60, true}}, {{1, "HDMI-OUT-2", 1920, 1080, 60, true}}}}),
-      inputs_(inputs), codecs_(codecs)
+Outputs::Outputs(Notifications& notifications, const DeviceDescription& device, Inputs& inputs,
+                 Codecs& codecs)
+    : Ports(notifications, device.outputs, device.defaults.output), inputs_(&inputs), codecs_(&codecs)
 {
 }
 
-void Outputs::AnnouncePicture(const std::string& procName, const Display& display)
+void Outputs::NotifyPicture(const std::string& procName, const Display& display)
 {
     VeskVideoVoPortDdcInfo ddc{};
     ddc.port = display.number;
-    ddc.Width = display.width;
-    ddc.height = display.height;
-    ddc.fr = display.fr;
-    notifications_.Add(procName, VESK_VIDEO_ON_VO_PORT_DDC_INFO_NOTIFY, BytesOf(ddc));
+    ddc.Width = display.mode.width;
+    ddc.height = display.mode.height;
+    ddc.fr = display.mode.fr;
+    notifications_->Add(procName, VESK_VIDEO_ON_VO_PORT_DDC_INFO_NOTIFY, BytesOf(ddc));
 }
 
 VeskVideoVoPortInfo Outputs::Describe(const Display& display, const Engine* engine) const
@@ -43,19 +42,36 @@ VeskVideoVoPortInfo Outputs::Describe(const Display& display, const Engine* engi
     return std::bit_cast<VeskVideoVoPortInfo>(described);
 }
 
-Result Outputs::Start(Engine& engine)
+// A display without a picture that is live shows its default image.
+void Outputs::NotifyFirstFrames()
 {
-    if (!engine.port->isEnabled)
-        return VESK_SERVICE_ERR_DISABLED;
-    const Result result = engine.Start();
-    if (result == kOk && !std::exchange(engine.hasShownFrame, true))
-        NotifyLink(VESK_VIDEO_ON_DISPLAY_FIRST_FRAME_NOTIFY, engine);
-    return result;
+    for (auto& [number, engine] : engines.All()) {
+        if (engine.hasShownFrame || !engine.IsRunning())
+            continue;
+        const std::span pictures(engine.source.subPic, engine.source.picNum);
+        const auto live = std::find_if(pictures.begin(), pictures.end(),
+                                       [this](const auto& picture) { return IsLive(picture); });
+        engine.hasShownFrame = live != pictures.end() || !engine.port->defaultImage.empty();
+        if (engine.hasShownFrame)
+            NotifyLink(VESK_VIDEO_ON_DISPLAY_FIRST_FRAME_NOTIFY, engine,
+                       live != pictures.end() ? &*live : nullptr);
+    }
+}
+
+bool Outputs::IsLive(const VeskVideoSubPicParam& picture) const
+{
+    if (picture.decFlag != 0) {
+        const Decoder* decoder = codecs_->decoders.Find(picture.inputId);
+        return decoder != nullptr && decoder->isStarted;
+    }
+    const InputEngine* input = inputs_->engines.Find(picture.inputId);
+    return input != nullptr && input->IsRunning();
 }
 
 Result Outputs::Close(Engine& engine)
 {
-    NotifyLink(VESK_VIDEO_ON_DISPLAY_DESTROY_LINK_NOTIFY, engine);
+    NotifyLink(VESK_VIDEO_ON_DISPLAY_DESTROY_LINK_NOTIFY, engine,
+               engine.source.picNum != 0 ? engine.source.subPic : nullptr);
     engines.Erase(engine);
     return kOk;
 }
@@ -66,8 +82,8 @@ Result Outputs::SetSource(Engine& engine, const VeskVideoVoMultiPicParam& source
     if (source.picNum > VESK_VIDEO_MAX_SUBPIC_NUM)
         return VESK_SERVICE_ERR_VALUE;
     for (const VeskVideoSubPicParam& picture : std::span(source.subPic, source.picNum)) {
-        const bool isThere = picture.decFlag != 0 ? codecs_.decoders.Find(picture.inputId) != nullptr
-                                                  : inputs_.engines.Find(picture.inputId) != nullptr;
+        const bool isThere = picture.decFlag != 0 ? codecs_->decoders.Find(picture.inputId) != nullptr
+                                                  : inputs_->engines.Find(picture.inputId) != nullptr;
         if (!isThere)
             return VESK_SERVICE_ERR_NUMBER;
     }
@@ -139,24 +155,23 @@ Result Outputs::DestroyWindow(Engine& engine, Argument<"winHandle"> winHandle)
     return kOk;
 }
 
-// Notifies the link of the first picture or, without pictures, of the display alone.
-void Outputs::NotifyLink(uint32_t notifyId, const Engine& engine)
+// Notifies the link of a picture or, with null, of the display alone.
+void Outputs::NotifyLink(uint32_t notifyId, const Engine& engine, const VeskVideoSubPicParam* picture)
 {
     VeskVideoDisplayLink link{};
     link.viPort = -1;
     link.surfaceId = engine.number;
-    const char* name = engine.port->name;
-    if (engine.source.picNum != 0) {
-        const VeskVideoSubPicParam& picture = engine.source.subPic[0];
-        link.isDec = picture.decFlag != 0 ? 1 : 0;
-        if (const InputEngine* input = inputs_.engines.Find(picture.inputId);
+    const std::string* name = &engine.port->name;
+    if (picture != nullptr) {
+        link.isDec = picture->decFlag != 0 ? 1 : 0;
+        if (const InputEngine* input = inputs_->engines.Find(picture->inputId);
             link.isDec == 0 && input != nullptr) {
             link.viPort = static_cast<int32_t>(input->port->number);
-            name = input->port->name;
+            name = &input->port->name;
         }
     }
-    std::strncpy(link.portName, name, sizeof link.portName - 1);
-    notifications_.Add(engine.owner.procName, notifyId, BytesOf(link));
+    name->copy(link.portName, sizeof link.portName - 1);
+    notifications_->Add(engine.owner.procName, notifyId, BytesOf(link));
 }
 
 } // namespace vesk::service

@@ -6,7 +6,7 @@
 
 namespace vesk::service {
 
-struct Display : Port {
+struct Display : DescribedPort<PortDescription> {
     std::string defaultImage{};
 };
 
@@ -18,12 +18,14 @@ struct OutputEngine : PortEngine<Display> {
     bool hasShownFrame = false;
 };
 
-class Outputs : public Ports<OutputEngine, VESK_SERVICE_OUTPUTS, VeskVideoVoPortInfo,
-                             VeskVideoVoPortPlugState, VESK_VIDEO_ON_VO_PORT_PLUG_STATE_NOTIFY> {
+class Outputs : public Ports<OutputEngine, VeskVideoVoPortInfo, VeskVideoVoPortPlugState,
+                             VESK_VIDEO_ON_VO_PORT_PLUG_STATE_NOTIFY> {
 public:
-    Outputs(Notifications& notifications, Inputs& inputs, Codecs& codecs);
+    Outputs(Notifications& notifications, const DeviceDescription& device, Inputs& inputs, Codecs& codecs);
 
-    Result Start(Engine&);
+    /// Notifies the first frame of every engine that has come to show a picture.
+    void NotifyFirstFrames();
+
     Result Close(Engine&);
 
     Result SetSource(Engine&, const VeskVideoVoMultiPicParam&);
@@ -42,12 +44,13 @@ private:
         VeskVideoFilterWindow window;
     };
 
-    void AnnouncePicture(const std::string& procName, const Display&) override;
+    void NotifyPicture(const std::string& procName, const Display&) override;
     VeskVideoVoPortInfo Describe(const Display&, const Engine*) const override;
-    void NotifyLink(uint32_t notifyId, const Engine&);
+    bool IsLive(const VeskVideoSubPicParam&) const;
+    void NotifyLink(uint32_t notifyId, const Engine&, const VeskVideoSubPicParam* picture);
 
-    Inputs& inputs_;
-    Codecs& codecs_;
+    Inputs* inputs_;
+    Codecs* codecs_;
     VeskVideoDisplayInfo displayInfo_{};
     bool isSrEnabled_ = false;
     std::vector<FilterWindow> filterWindows_;

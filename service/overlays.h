@@ -1,6 +1,7 @@
 // Overlay channels.
 #pragma once
 
+#include "service/device_description.h"
 #include "service/numbered.h"
 #include "service/service_queue.h"
 
@@ -19,9 +20,11 @@ struct OverlayChannel : Owned {
 
 class Overlays {
 public:
+    explicit Overlays(const DeviceLimits& limits) : channels(limits.overlays) {}
+
     void Release(pid_t process) { channels.Release(process); }
 
-    Numbered<OverlayChannel> channels{VESK_SERVICE_MAX_OVERLAYS};
+    Numbered<OverlayChannel> channels;
 
     Result Create(const Sender&, Argument<"overlayChn">, uint32_t* layer);
 };

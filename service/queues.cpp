@@ -6,6 +6,13 @@
 
 namespace vesk::service {
 
+bool Queues::Has(uint64_t queHandle)
+{
+    HostQueueState state;
+    return announced.Find(queHandle) != nullptr ||
+           (queHandle <= UINT32_MAX && HostQueueFind(static_cast<uint32_t>(queHandle), &state) == 0);
+}
+
 Result Queues::Announce(const Sender& sender, Argument<"queHandle"> queHandle)
 {
     const auto queue = static_cast<uint32_t>(queHandle);
@@ -15,9 +22,8 @@ Result Queues::Announce(const Sender& sender, Argument<"queHandle"> queHandle)
     if (const Owned* present = announced.Find(queue);
         present != nullptr && announced.Reclaim(*present) != kOk)
         return kOk;
-    if (announced.CountOf(sender.process) >= VESK_SERVICE_MAX_OWN_QUEUES) {
-        LOG(kError, "queue %u refused: process %d has announced %d queues", queue, sender.process,
-            VESK_SERVICE_MAX_OWN_QUEUES);
+    if (announced.CountOf(sender.process) >= mostOwn_) {
+        LOG(kError, "queue %u refused: process %d has announced %zu queues", queue, sender.process, mostOwn_);
         return VESK_SERVICE_ERR_ROOM;
     }
     return announced.CreateAt(queue, sender);

@@ -1,6 +1,7 @@
 // The buffer queues that clients have created and announced.
 #pragma once
 
+#include "service/device_description.h"
 #include "service/numbered.h"
 
 #include <set>
@@ -9,9 +10,14 @@ namespace vesk::service {
 
 class Queues {
 public:
+    explicit Queues(const DeviceLimits& limits) : announced(limits.queues), mostOwn_(limits.ownQueues) {}
+
     void Release(pid_t process) { announced.Release(process); }
 
-    Numbered<Owned> announced{VESK_SERVICE_MAX_QUEUES};
+    Numbered<Owned> announced;
+
+    /// True for a queue that is there or, whatever became of it since, has been announced.
+    bool Has(uint64_t queHandle);
 
     Result Announce(const Sender&, Argument<"queHandle">);
     Result InitClient(std::string_view server);
@@ -19,6 +25,7 @@ public:
 private:
     friend class State;
 
+    size_t mostOwn_; // of one process
     std::set<std::string, std::less<>> servers_;
 };
 

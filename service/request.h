@@ -76,8 +76,8 @@ private:
     uint64_t value_;
 };
 
-/// The name that stands for every client.
-inline const std::string kEveryClient;
+/// The name that stands for every client; no process can have one that is as long.
+inline const std::string kEveryClient = "every known client";
 
 /// A notification; it is sent after the answer to the current request.
 struct Notification {

@@ -183,8 +183,8 @@ template <class Part>
 Part& PartOf(Service& service)
 {
     return Select<Part>(service, service.inputs, service.outputs, service.codecs, service.mice, service.uvc,
-                        service.overlays, service.queues, service.device, service.timeline, service.faults,
-                        service.scenario, service.watchers, service.state);
+                        service.overlays, service.queues, service.device, service.control, service.timeline,
+                        service.faults, service.scenario, service.watchers, service.state);
 }
 
 /// A collection of things, and the names of the argument by which a request names one of them.
@@ -322,6 +322,19 @@ consteval Row Kept()
         thing.*field = static_cast<Field>(value);
         return kOk;
     });
+}
+
+/// Keeps the number of a queue, or 0 for none, in a field of the thing.
+template <uint32_t request, class Place, auto field>
+consteval Row Attached()
+{
+    return RowAt<request, Place, Argument<"queHandle">>(
+        [](Service& service, auto& thing, Argument<"queHandle"> queHandle) {
+            if (queHandle != 0 && !service.queues.Has(queHandle))
+                return Result{VESK_SERVICE_ERR_NUMBER};
+            thing.*field = static_cast<uint32_t>(queHandle);
+            return kOk;
+        });
 }
 
 /// Creates a thing for the sender; the answer is its number.

@@ -35,6 +35,28 @@ void Service::End()
     Notify({.procName = kEveryClient, .notifyId = VESK_VIDEO_ON_VIDEO_DIE_NOTIFY, .payload = {}});
 }
 
+void Service::Reset()
+{
+    // What needs memory comes first: without it, nothing has changed.
+    Inputs describedInputs(notifications_, described_);
+    Outputs describedOutputs(notifications_, described_, inputs, codecs);
+    Counters noCounts;
+    inputs = std::move(describedInputs);
+    outputs = std::move(describedOutputs);
+    codecs = Codecs(notifications_, described_);
+    mice = Mice(codecs, described_.limits);
+    uvc = Uvc(described_.limits);
+    overlays = Overlays(described_.limits);
+    queues = Queues(described_.limits);
+    device = Device(notifications_, described_);
+    counters = std::move(noCounts);
+    faults.Reset();
+    scenario.Reset();
+    timeline.Reset();
+    notifications_.Add(kEveryClient, VESK_VIDEO_ON_VIDEO_DIE_NOTIFY, {});
+    notifications_.Add(kEveryClient, VESK_VIDEO_ON_VIDEO_ACTIVATE_NOTIFY, {});
+}
+
 Result Service::Serve(uint32_t number, const Sender& sender, std::span<const std::byte> data, Bytes& answer)
 {
     Request request{.head = {}, .sender = sender, .payload = {}};
@@ -48,7 +70,9 @@ Result Service::Serve(uint32_t number, const Sender& sender, std::span<const std
     if (!Fits(row->listed.payload, request.head, request.payload))
         return VESK_SERVICE_ERR_LENGTH;
     answer.reserve(answer.size() + row->listed.answer.size);
-    return row->serve(*this, request, answer);
+    const Result result = row->serve(*this, request, answer);
+    outputs.NotifyFirstFrames();
+    return result;
 }
 
 Result Service::Execute(uint32_t number, std::span<const std::byte> data)

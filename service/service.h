@@ -4,8 +4,10 @@
 #include "platform/os_msg.h"
 #include "service/clients.h"
 #include "service/codecs.h"
+#include "service/control.h"
 #include "service/counters.h"
 #include "service/device.h"
+#include "service/device_file.h"
 #include "service/faults.h"
 #include "service/inputs.h"
 #include "service/mice.h"
@@ -24,11 +26,12 @@ class Service {
     friend class State;
 
     const Identity self_;
+    const DeviceDescription described_;
     Notifications notifications_;
 
 public:
-    explicit Service(Identity self, Timeline::Clock clock = {})
-        : self_(std::move(self)), timeline(std::move(clock))
+    explicit Service(Identity self, DeviceDescription described = DefaultDevice(), Timeline::Clock clock = {})
+        : self_(std::move(self)), described_(std::move(described)), timeline(std::move(clock))
     {
     }
 
@@ -36,6 +39,10 @@ public:
     void Begin();
     /// Tells the clients that the service ends.
     void End();
+
+    /// The device is as described again: whatever clients have opened, created or set is gone. They stay
+    /// known and are notified as if the service had ended and started again.
+    void Reset();
 
     /// Serves one message. A sender that waits gets an answer, whatever the message holds.
     void Handle(OsMsgEnvelope& message);
@@ -54,14 +61,15 @@ public:
     Clients clients{self_, watchers};
     Faults faults;
     Scenario scenario{timeline, [this](uint32_t number, auto data) { return Execute(number, data); }};
-    Inputs inputs{notifications_};
-    Codecs codecs{notifications_};
-    Outputs outputs{notifications_, inputs, codecs};
-    Mice mice{codecs};
-    Uvc uvc;
-    Overlays overlays;
-    Queues queues;
-    Device device{notifications_};
+    Inputs inputs{notifications_, described_};
+    Codecs codecs{notifications_, described_};
+    Outputs outputs{notifications_, described_, inputs, codecs};
+    Mice mice{codecs, described_.limits};
+    Uvc uvc{described_.limits};
+    Overlays overlays{described_.limits};
+    Queues queues{described_.limits};
+    Device device{notifications_, described_};
+    Control control{*this};
     Counters counters;
     State state{*this};
 

@@ -38,15 +38,12 @@ ordered_json ListOf(Numbered<Thing>& things, const char* numberName, const Descr
     return list;
 }
 
+template <class Port>
 ordered_json PortEntry(const Port& port, const char* numberName)
 {
-    return {{numberName, port.number},
-            {"name", port.name},
-            {"plugged", port.isPlugged},
-            {"enabled", port.isEnabled},
-            {"width", port.width},
-            {"height", port.height},
-            {"fr", port.fr}};
+    return {{numberName, port.number},   {"name", port.name},        {"plugged", port.isPlugged},
+            {"enabled", port.isEnabled}, {"width", port.mode.width}, {"height", port.mode.height},
+            {"fr", port.mode.fr}};
 }
 
 ordered_json Statistics(const Channel& channel)

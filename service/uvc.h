@@ -1,6 +1,7 @@
 // UVC streams.
 #pragma once
 
+#include "service/device_description.h"
 #include "service/numbered.h"
 
 #include <set>
@@ -20,9 +21,11 @@ struct UvcStream : Startable {
 
 class Uvc {
 public:
+    explicit Uvc(const DeviceLimits& limits) : streams(limits.uvc, 0) {}
+
     void Release(pid_t process);
 
-    Numbered<UvcStream> streams{VESK_SERVICE_MAX_UVC, 0};
+    Numbered<UvcStream> streams;
 
     Result Init(const Sender&);
     Result Deinit(const Sender&);

@@ -61,43 +61,46 @@ FORKED_TEST(VideoService, EveryPortIsAnnouncedAfterInit)
 
 FORKED_TEST(VideoService, PortsAreDescribedFieldByField)
 {
+    const uint32_t queue = Number(VeskVideoBuffCreateQueue);
     // port, its type, plugged, enabled, engine, started, streams, frozen, length, face queue, move speed,
     // application's task (two), width, height, rate, video I/O, name
     Play(R"(GET_VI_COUNT = 3; OPEN_VI_PORT 2 = 1; OPEN_VI_PORT 0 = 2
             GET_VI_PORT 1 = 0 1 1 1 2 @52 3840 2160 30 0 'CAMERA
             SET_VI_CONNECT 2 1; SET_VI_CONNECT 2 2; SET_VI_CONNECT 2 2 !STATE; ENCODER_FREEZE 2 5 < 'frozen
-            SET_CAMERA_QUEUE_ID 2 70; VI_SET_EPTZ_MOVE_SPEED 2 -5; SET_VIO_CALLBACK 2 < 50 51
+            SET_CAMERA_QUEUE_ID 2 #; VI_SET_EPTZ_MOVE_SPEED 2 -5; SET_VIO_CALLBACK 2 < 50 51
             SET_APP_CAPTURE_PARAM 2 < @256 40 30; SET_VI_CONNECT 1 9; SET_VIO_CALLBACK 1 < 60; ENCODER_FREEZE 1 1
-            GET_VI_PORT 1 = 0 1 1 1 2 0 2 5 6 70 -5 40 30 3840 2160 30 50 'CAMERA
-            GET_VI_PORT 3 = 0 1 1 1 2 0 2 5 6 70 -5 40 30 3840 2160 30 50 'CAMERA @324 1 2 0 1 @392 'PC-IN
+            GET_VI_PORT 1 = 0 1 1 1 2 0 2 5 6 # -5 40 30 3840 2160 30 50 'CAMERA
+            GET_VI_PORT 3 = 0 1 1 1 2 0 2 5 6 # -5 40 30 3840 2160 30 50 'CAMERA @324 1 2 0 1 @392 'PC-IN
                             @648 2 16 1 1 1 0 1 1 @700 1920 1080 25 60 'NET-CAMERA
             VI_START 2; SET_VI_DISCONNECT 2 1; SET_VI_DISCONNECT 2 1 !STATE
-            GET_VI_PORT 1 = 0 1 1 1 2 1 1 5 6 70 -5 40 30 3840 2160 30 50 'CAMERA
+            GET_VI_PORT 1 = 0 1 1 1 2 1 1 5 6 # -5 40 30 3840 2160 30 50 'CAMERA
             VI_MODIFY_INPUT 2 9; SET_VI_DISCONNECT 2 2 !STATE; SET_VI_DISCONNECT 2 9; VI_MODIFY_INPUT 2 9 !STATE
             VI_START 1; VI_DISABLE 0; VI_START 2 !DISABLED; VI_STOP 1
-            GET_VI_PORT 1 = 0 1 1 0 2 0 0 5 6 70 -5 40 30 3840 2160 30 50 'CAMERA
+            GET_VI_PORT 1 = 0 1 1 0 2 0 0 5 6 # -5 40 30 3840 2160 30 50 'CAMERA
             CLOSE_VI_PORT 2; OPEN_VI_PORT 0 !DISABLED; VI_ENABLE 0; GET_VI_PORT 1 = 0 1 1 1 @52 3840 2160 30 0 'CAMERA
             OPEN_VI_PORT 1 = 3; VI_START 3 !UNPLUGGED; OPEN_VI_PORT 1 !BUSY
-            GET_VI_PORT 0 !VALUE; GET_VI_PORT 4 !VALUE)");
+            GET_VI_PORT 0 !VALUE; GET_VI_PORT 4 !VALUE)",
+         queue);
     // port, plugged, enabled, engine, started, offset (two), queue, width, height, rate, pictures, display
     // mode, its rate, super resolution, filter windows, name, default image
     Play(R"(GET_VO_COUNT = 2; OPEN_VO_PORT 1 = 1; OPEN_VO_PORT 0 = 2; OPEN_VO_PORT 0 !BUSY; DEC_CREATE = 1
             GET_VO_PORT 2 = 0 1 1 2 @32 3840 2160 60 @64 'HDMI-OUT-1
                             @2376 1 1 1 1 @2408 1920 1080 60 @2440 'HDMI-OUT-2
-            SET_SCREEN_OFFSET 2 < -10 20; SET_VO_QUE_HANDLE 2 77; SET_DISPLAY_MODE < 2 @16 24; SET_SR_ENABLE 5
+            SET_SCREEN_OFFSET 2 < -10 20; SET_VO_QUE_HANDLE 2 #; SET_DISPLAY_MODE < 2 @16 24; SET_SR_ENABLE 5
             SET_DEFAULT_IMAGE 0 0 < '/image/that/is/at/a/place/which/is/very/long/so/long/that/it/ends/here/and/goes/on
             SET_VO_SRC 2 < 3 @36 1 @48 7 @216 1 1 @232 8 @404 1 @416 7; SET_SCREEN_OFFSET 1 < 5 6; VO_START 2
             SET_FILTER_WINDOW 7 3 < 1 1 2 2 3 3; DELETE_FILTER_WINDOW 8 1 < 1 1 !NUMBER
-            GET_VO_PORT 1 = 0 1 1 2 1 -10 20 77 3840 2160 60 3 2 24 1 3 'HDMI-OUT-1
+            GET_VO_PORT 1 = 0 1 1 2 1 -10 20 # 3840 2160 60 3 2 24 1 3 'HDMI-OUT-1
                     @128 '/image/that/is/at/a/place/which/is/very/long/so/long/that/it/en
             VO_WINDOW_DESTROY 7 2; VO_WINDOW_DESTROY 7 2 !NUMBER; SET_DEFAULT_IMAGE 0 0 < '/image; SET_SR_ENABLE 0
             DELETE_FILTER_WINDOW 7 3 < 2 2 1 1 9 9 !NUMBER; DELETE_FILTER_WINDOW 7 2 < 2 2 1 1; VO_START 1
             VO_DISABLE 0; VO_START 2 !DISABLED; VO_STOP 1; SET_DISPLAY_MODE < 3 !VALUE; SET_VO_SRC 2 < 26 !VALUE
             SET_VO_SRC 2 < 1 @36 2 !NUMBER; SET_VO_SRC 2 < 1 @32 1 3 !NUMBER; SET_VO_SRC 2 < 1 @36 3; SET_VO_SRC 2 < 1 @32 1 1
-            GET_VO_PORT 1 = 0 1 0 2 0 -10 20 77 3840 2160 60 1 2 24 0 1 'HDMI-OUT-1 @128 '/image
+            GET_VO_PORT 1 = 0 1 0 2 0 -10 20 # 3840 2160 60 1 2 24 0 1 'HDMI-OUT-1 @128 '/image
             VO_CLOSE 2; OPEN_VO_PORT 0 !DISABLED; VO_ENABLE 0; OPEN_VO_PORT 0 = 3; DELETE_FILTER_WINDOW 7 1 < 3 3
             GET_VO_PORT 1 = 0 1 1 3 @32 3840 2160 60 0 2 24 @64 'HDMI-OUT-1 @128 '/image
-            GET_VO_PORT 0 !VALUE; GET_VO_PORT 3 !VALUE)");
+            GET_VO_PORT 0 !VALUE; GET_VO_PORT 3 !VALUE)",
+         queue);
 }
 
 FORKED_TEST(VideoService, RecordsAreReadAsTheyWereSet)
@@ -121,17 +124,18 @@ FORKED_TEST(VideoService, ChannelsAreDescribedAndCountedFieldByField)
     // started, width, height, rate, queue, key frames, error correction or anti-jitter; starts, stops,
     // changes
     Play(R"(ENC_CREATE = 1; ENC_CREATE = 2; DEC_CREATE = 1; DEC_CREATE = 2; ENC_MODIFY_FRAME_RATE 1 60 !STATE
-            SET_ENC_PARAM 1 < 0 0 100 200 30; SET_ENC_PARAM_EX 1 < 100; SET_ENC_QUE_HANDLE 1 70; ENC_START 1
+            SET_ENC_PARAM 1 < 0 0 100 200 30; SET_ENC_PARAM_EX 1 < 100; SET_ENC_QUE_HANDLE 1 #; ENC_START 1
             ENC_FORCE_KEYFRAME 1; ENC_FORCE_KEYFRAME 1; ENC_MODIFY_FRAME_RATE 1 1; ENC_STOP 1
             ENC_MODIFY_FRAME_RATE 1 60; ENC_MODIFY_FRAME_RATE 1 0 !VALUE; ENC_MODIFY_FRAME_RATE 1 61 !VALUE
-            ENC_FORCE_KEYFRAME 1 !STATE; SET_ENC_FEC_PARAM 1 < 0x3f000000; ENCODER_GET_STATUS 1 = 0 100 200 60 70 2 1
+            ENC_FORCE_KEYFRAME 1 !STATE; SET_ENC_FEC_PARAM 1 < 0x3f000000; ENCODER_GET_STATUS 1 = 0 100 200 60 # 2 1
             SET_ENC_FEC_PARAM 1; SET_ENC_PARAM 2 < 0 0 3840 2160 60; ENC_START 2; SET_ENC_FEC_PARAM 2 < 0 1
-            ENCODER_GET_ALL_STATUS 3 = 1 0 100 200 60 70 2 0 2 1 3840 2160 60 0 0 1; ENCODER_GET_ALL_STATUS 1 = 1 0 100 200 60 70 2
+            ENCODER_GET_ALL_STATUS 3 = 1 0 100 200 60 # 2 0 2 1 3840 2160 60 0 0 1; ENCODER_GET_ALL_STATUS 1 = 1 0 100 200 60 # 2
             ENCODER_GET_CHR_STATISTICS 1 = 1 1 4; ENCODER_GET_CHR_STATISTICS 2 = 1 0 1
-            SET_DEC_PARAM 1 < 0 0 300 400; SET_DEC_PARAMEX 1 < 1; SET_DEC_QUE_HANDLE 1 80; SET_DEC_MOVE_STATE 1 9
-            DEC_START 1; DEC_STOP 1; DEC_START 1; DECODER_GET_STATUS 1 = 1 300 400 0 80 0 9
-            SET_DEC_PARAM 2 < 0 0 16 16; DECODER_GET_ALL_STATUS 3 = 1 1 300 400 0 80 0 9 2 0 16 16
-            DECODER_GET_CHR_STATISTICS 1 = 2 1 1; DECODER_GET_CHR_STATISTICS 2 = 0 0 1)");
+            SET_DEC_PARAM 1 < 0 0 300 400; SET_DEC_PARAMEX 1 < 1; SET_DEC_QUE_HANDLE 1 %; SET_DEC_MOVE_STATE 1 9
+            DEC_START 1; DEC_STOP 1; DEC_START 1; DECODER_GET_STATUS 1 = 1 300 400 0 % 0 9
+            SET_DEC_PARAM 2 < 0 0 16 16; DECODER_GET_ALL_STATUS 3 = 1 1 300 400 0 % 0 9 2 0 16 16
+            DECODER_GET_CHR_STATISTICS 1 = 2 1 1; DECODER_GET_CHR_STATISTICS 2 = 0 0 1)",
+         Number(VeskVideoBuffCreateQueue), Number(VeskVideoBuffCreateQueue));
     for (const char* size : {"15 16", "16 15", "3841 2160", "3840 2161"})
         Play("SET_ENC_PARAM 1 < 0 0 " + std::string(size) + " 1 !VALUE; SET_DEC_PARAM 1 < 0 0 " + size +
              " !VALUE");
@@ -177,7 +181,7 @@ FORKED_TEST(VideoService, LinksAndJobsAreNotified)
 {
     Play(
         R"(OPEN_VI_PORT 2 = 1; OPEN_VI_PORT 0 = 2; DEC_CREATE = 1; DEC_CREATE = 2; DEC_CREATE = 3; OPEN_VO_PORT 1 = 1
-            VO_START 1; ON 106 = -1 'HDMI-OUT-2 @72 1; VO_CLOSE 1; ON 108 = -1 'HDMI-OUT-2 @72 1
+            VI_START 1; VI_START 2; SET_DEFAULT_IMAGE 1 0 < '/image; VO_START 1; ON 106 = -1 'HDMI-OUT-2 @72 1; VO_CLOSE 1; ON 108 = -1 'HDMI-OUT-2 @72 1
             OPEN_VO_PORT 1 = 2; SET_VO_SRC 2 < 1 @36 1; VO_START 2; ON 106 = 2 'NET-CAMERA @72 2
             VO_STOP 2; SET_VO_SRC 2 < 2 @32 5 2 @220 1; VO_START 2; VO_CLOSE 2; ON 108 = -1 'HDMI-OUT-2 @68 1 2
             OPEN_VO_PORT 0 = 3; SET_VO_SRC 3 < 1 @36 2; VO_START 3; ON 106 = 0 'CAMERA @72 3
@@ -192,10 +196,46 @@ FORKED_TEST(VideoService, LinksAndJobsAreNotified)
             SET_LOOP_MODE < 1 2 1 = 1; SET_LOOP_MODE < 2 3 1 = 2; SET_LOOP_MODE < 3 2 1 = 3; SET_LOOP_MODE < 4 2 1 = 4
             SET_LOOP_START 1 3; SET_LOOP_START 2 1; SET_LOOP_START 3 1; SET_LOOP_START 3 0; SET_LOOP_START 4 1; ENC_STOP 4
             ON 0 = 3 0; ON 0 = 1 0; ON 0 = 1 0; ON 0 = 0 0; ON 0 = 1 0; ENC_DELETE 4; SET_LOOP_MODE < 99 2 1 !NUMBER
-            SET_LOOP_MODE < 1 99 1 !NUMBER; SET_DEC_PARAM 2 < 0 0 16 16; DEC_START 2; ON 4 = 2 1; ON 5 = 1)");
+            SET_LOOP_MODE < 1 99 1 !NUMBER; SET_DEC_PARAM 2 < 0 0 16 16; DEC_START 2; ON 4 = 2 1; ON 5 = 1
+            SET_DEC_PARAM 2 < 0 0 32 32; ON 3 = 2; SET_DEC_PARAMEX 2 < 1; ON 3 = 2; DEC_STOP 2; SET_DEC_PARAM 2 < 0 0 16 16)");
     Play("CLOSE_VI_PORT 1; VO_CLOSE 3; ON 108 = 0 'CAMERA @72 3");
     EXPECT_EQ(Seen(),
-              "100 101 100 101 102 103 102 102 103 106 108 106 108 106 6 6 109 2 2 2 0 0 0 0 0 4 5 108 ");
+              "100 101 100 101 102 103 102 102 103 106 108 106 108 106 6 6 109 2 2 2 0 0 0 0 0 4 5 3 3 108 ");
+}
+
+// Each row is a display that has nothing to show yet, the statement that changes that, and the link that is
+// notified then.
+FORKED_TEST(VideoService, TheFirstFrameNeedsAPicture)
+{
+    const struct {
+        const char *before, *shows, *link;
+    } rows[] = {
+        {"SET_VO_SRC 1 < 1 @36 1; VI_START 1", "VO_START 1", "0 'CAMERA @72 1"},
+        {"SET_VO_SRC 1 < 1 @36 1; VO_START 1", "VI_START 1", "0 'CAMERA @72 1"},
+        {"VI_START 1; VO_START 1", "SET_VO_SRC 1 < 1 @36 1", "0 'CAMERA @72 1"},
+        {"VI_START 1; UNPLUG 0 0; SET_VO_SRC 1 < 1 @36 1; VO_START 1", "PLUG 0 0", "0 'CAMERA @72 1"},
+        {"VI_START 1; VI_DISABLE 0; VI_ENABLE 0; SET_VO_SRC 1 < 1 @36 1; VO_START 1", "VI_START 1",
+         "0 'CAMERA @72 1"},
+        {"SET_VO_SRC 1 < 1 @36 1; VO_START 1; UNPLUG 1 0; VI_START 1", "PLUG 1 0", "0 'CAMERA @72 1"},
+        {"SET_VO_SRC 1 < 2 @36 1 @216 1 1; VO_START 1; SET_DEC_PARAM 1 < 0 0 16 16", "DEC_START 1",
+         "-1 'HDMI-OUT-1 @68 1 1"},
+        {"VO_START 1; SET_DEFAULT_IMAGE 1 0 < '/image", "SET_DEFAULT_IMAGE 0 0 < '/image",
+         "-1 'HDMI-OUT-1 @72 1"},
+    };
+    const auto shown = [] { // so far: all that was sent has arrived
+        Play("SET_ANNOTATION_STATUS 1 2 7; ON 109 = 7");
+        return Arrived(VESK_VIDEO_ON_DISPLAY_FIRST_FRAME_NOTIFY, 0).size();
+    };
+    size_t frames = 0;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.before);
+        Play("OPEN_VI_PORT 0 = 1; DEC_CREATE = 1; OPEN_VO_PORT 0 = 1");
+        Play(row.before);
+        EXPECT_EQ(shown(), frames);
+        Play(std::string(row.shows) + "; ON 106 = " + row.link + "; VO_STOP 1; VO_START 1");
+        EXPECT_EQ(shown(), ++frames); // once an engine
+        Play("RESET");
+    }
 }
 
 FORKED_TEST(VideoService, QueuesComeWithTheirOwners)
@@ -223,6 +263,13 @@ FORKED_TEST(VideoService, QueuesComeWithTheirOwners)
     EXPECT_STREQ(state.name, "vid_2k_2000_0");
     EXPECT_STREQ(state.peerProcName, "VIDEO");
     Play("DESTROY_QUEUE #; DESTROY_QUEUE # !NUMBER; CREATE_QUEUE #", mine);
+    Play("OPEN_VO_PORT 0; ENC_CREATE; DEC_CREATE; OPEN_MOUSE_PORT 1; OPEN_LOCAL_MOUSE");
+    for (const std::string owner : {"VO", "ENC", "DEC", "MOUSE", "LOCAL_MOUSE"}) {
+        const std::string set = "SET_" + owner + "_QUE_HANDLE 1 ";
+        Play(set + "#; " + set + "% !NUMBER; " + set + "0", mine, overlay);
+    }
+    Play("OPEN_VI_PORT 0 = 2; SET_CAMERA_QUEUE_ID 2 #; SET_CAMERA_QUEUE_ID 2 %", mine, overlay);
+    Play("GET_VI_PORT 1 = 0 1 1 1 2 @36 # @52 3840 2160 30 @68 'CAMERA", mine);
 }
 
 FORKED_TEST(VideoService, ThingsHaveStatesAndThereIsRoomForSoMany)

@@ -1,7 +1,8 @@
 #include "service/service_fixture.h"
-#include "vesk_video/message_list.h"
+#include "vesk_service/control_list.h"
 
 #include <cstring>
+#include <span>
 #include <sstream>
 
 using namespace vesk::messages;
@@ -43,6 +44,19 @@ size_t SizeOf(const Form& form, const VeskVideoMsgHead& head, size_t given)
     return form.kind == Kind::kArray ? form.size * ValueOf(head, form.count) : form.size;
 }
 
+/// A request of the interface or a control request; null if there is none of this name.
+const Request* RequestNamed(const std::string& name)
+{
+    for (const auto& [prefix, listed] : {std::pair("VESK_VIDEO_MSG_", std::span<const Request>(kRequests)),
+                                         {"VESK_CONTROL_", kControlRequests}}) {
+        for (const Request& request : listed) {
+            if (request.name == prefix + name)
+                return &request;
+        }
+    }
+    return nullptr;
+}
+
 void PlayStatement(const std::string& statement)
 {
     static std::map<uint32_t, size_t> s_seen; // notifications, by number
@@ -72,10 +86,8 @@ void PlayStatement(const std::string& statement)
         EXPECT_EQ(Words(arrived[seen]), Words(expected));
         return;
     }
-    const auto* const found =
-        std::find_if(std::begin(kRequests), std::end(kRequests),
-                     [&](const auto& listed) { return listed.name == "VESK_VIDEO_MSG_" + name; });
-    ASSERT_NE(found, std::end(kRequests)) << "is no request";
+    const Request* const found = RequestNamed(name);
+    ASSERT_NE(found, nullptr) << "is no request";
     const Request& request = *found;
     arguments.resize(3); // taken from the front
     auto take = [&, at = arguments.begin()](HeaderField field) mutable {

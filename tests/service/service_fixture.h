@@ -55,9 +55,10 @@ inline void Install()
     EXPECT_EQ(VeskVideoSetCallback(&info), 0U);
 }
 
-inline Child StartService()
+template <class... Words>
+Child StartService(Words... arguments)
 {
-    Child service = Start(VESK_SERVICE_PATH);
+    Child service = Start(VESK_SERVICE_PATH, arguments...);
     service.ExpectOutput("serving VIDEO/VCTL");
     return service;
 }
@@ -88,8 +89,8 @@ uint32_t Number(Function function, Arguments... arguments)
  *     GET_VO_PORT 1 = 0 1 1 @64 'HDMI-OUT-1    those of its answer; @ goes on at a byte, ' begins a text
  *     ON 107 = 0 1 0                           the next notification of a number
  *
- * A request has its name of the list of messages; its arguments stand in the order of the header's fields,
- * and each # is @p index, each % @p number.
+ * A request, also a control request, has its name of the list of messages; its arguments stand in the order
+ * of the header's fields, and each # is @p index, each % @p number.
  */
 void Play(std::string script, uint32_t index = 0, uint32_t number = 0);
 
@@ -106,9 +107,10 @@ struct Application {
 
 /// An application that is known to a service.
 struct VideoService : Application {
-    Child service = StartService();
+    Child service;
 
-    VideoService()
+    template <class... Words>
+    explicit VideoService(Words... options) : service(StartService(options...))
     {
         EXPECT_EQ(VeskVideoInit(), 0U);
         std::list<NorthMsgResendInfo> held; // all announcements, until there is a callback

@@ -131,7 +131,8 @@ TEST_F(TraceTest, EndsAsTheApplicationDoes)
 TEST_F(TraceTest, ExportsAndNeedsNoMoreThanItMust)
 {
     EXPECT_EQ(Shell(VESK_NM " -D --defined-only " VESK_TRACER_PATH " | cut -d' ' -f3 | LC_ALL=C sort").output,
-              "HostMsgReply\nOsMsgAsynSend\nOsMsgRegTask\nOsMsgSynSend\n");
+              "HostMsgCloseDeferred\nHostMsgDefer\nHostMsgReply\nHostMsgReplyDeferred\nOsMsgAsynSend\nOsMsgRe"
+              "gTask\nOsMsgSynSend\n");
     const std::string needed = Shell(VESK_READELF " -d " VESK_TRACER_PATH).output;
     EXPECT_EQ(Count(needed, "\\(NEEDED\\)"), Count(needed, "\\[(libc|libstdc\\+\\+|ld-linux[^\\]]*)\\.so"));
 }
@@ -159,6 +160,29 @@ TEST_F(TraceTest, ThreadsForksAndProcessesShareAFile)
     ASSERT_EQ(requests.size(), 4U);
     for (const auto& [process, count] : requests)
         EXPECT_EQ(count, 100) << process;
+}
+
+TEST_F(TraceTest, RecordsAnswersThatAreGivenLate)
+{
+    EXPECT_EQ(Shell(kVeskctl + "trace -o " + file + " -- " + kTraced + " late").status, 0);
+    std::map<uint32_t, std::string> ends; // of what was received, by number
+    recording::Joiner joiner;
+    recording::ReadFile(file, [&](recording::Event&& event) {
+        const auto exchange = joiner.Add(std::move(event));
+        if (!exchange || exchange->begin.isSent || exchange->begin.kind == recording::Kind::kNote)
+            return;
+        ASSERT_TRUE(exchange->end);
+        const recording::Event& end = *exchange->end;
+        EXPECT_GE(end.durationNs, 20000000U);
+        ends[exchange->begin.number] += end.kind == recording::Kind::kAnswer && end.isSent &&
+                                                end.sendProcName == "late" && end.data.size() == 4
+                                            ? std::to_string(static_cast<int>(end.data[0]))
+                                            : end.comment;
+    });
+    EXPECT_FALSE(joiner.TakeOpen());
+    const std::map<uint32_t, std::string> expected{
+        {1, "1"}, {2, "the connection was closed without an answer"}, {3, "3"}};
+    EXPECT_EQ(ends, expected);
 }
 
 TEST_F(TourTest, IsTheSameWhenNothingCanBeRecorded)

@@ -1,6 +1,6 @@
 // An application for the tracer: sends to nobody from threads on both sides of a fork, and ends in a
-// callback.
-#include "platform/os_msg.h"
+// callback. With an argument: a service that answers its own requests late.
+#include "vesk_host/message.h"
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -9,6 +9,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <map>
+#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -50,10 +52,60 @@ uint32_t ExitWith5(OsMsgEnvelope*)
     std::exit(5);
 }
 
+std::mutex g_lock;
+std::map<uint32_t, HostMsgDeferred> g_owed; ///< By number of the request.
+
+uint32_t PutOff(OsMsgEnvelope* message)
+{
+    const std::lock_guard guard(g_lock);
+    g_owed[message->msgId] = HostMsgDefer(message);
+    return 0;
+}
+
+/// Three requests; the last is answered first, and again, the second is not.
+int AnswerLate()
+{
+    HostMsgSetProcName("late");
+    if (OsMsgRegTask("VAPI", 8, PutOff) != 0)
+        return EXIT_FAILURE;
+    std::thread([] { OsMsgTaskRoutineByName("VAPI"); }).detach();
+    std::vector<std::thread> threads;
+    for (uint32_t i = 1; i <= 3; ++i)
+        threads.emplace_back([i] {
+            OsMsgEnvelope envelope = To("late", i);
+            OsMsgEnvelope* response = nullptr;
+            const uint32_t result = OsMsgSynSend(&envelope, &response, 5000);
+            const bool isRight =
+                i == 2 ? result == HOST_MSG_ERR_BROKEN
+                       : result == 0 && response->dataLen == 4 && std::memcmp(response->data, &i, 4) == 0;
+            if (!isRight)
+                std::abort();
+            OsMsgSynRespFree(response);
+        });
+    const auto isOwed = [] {
+        const std::lock_guard guard(g_lock);
+        return g_owed.size() == 3;
+    };
+    while (!isOwed())
+        usleep(1000);
+    usleep(20000);
+    uint32_t number = 3;
+    const uint32_t results[] = {HostMsgReplyDeferred(g_owed[3], &number, sizeof number),
+                                HostMsgReplyDeferred(g_owed[3], &number, sizeof number),
+                                HostMsgReplyDeferred(g_owed[number = 1], &number, sizeof number)};
+    HostMsgCloseDeferred(g_owed[2]);
+    for (std::thread& thread : threads)
+        thread.join();
+    return results[0] == 0 && results[1] == HOST_MSG_ERR_BROKEN && results[2] == 0 ? EXIT_SUCCESS
+                                                                                   : EXIT_FAILURE;
+}
+
 } // namespace
 
-int main()
+int main(int argc, char**)
 {
+    if (argc > 1)
+        return AnswerLate();
     const pid_t child = fork();
     Send();
     if (child == 0)

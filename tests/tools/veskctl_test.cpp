@@ -49,7 +49,7 @@ const std::map<std::string, std::string> kSpecial = {
     {"VO_WINDOW_DESTROY", "NUMBER"},
 };
 
-/// A line that calls a request: 1 for an argument, or what an answer has said about it.
+/// A line that calls a request: 1 for an argument, 0 for a queue, or what an answer has said about it.
 std::string CallOf(const vesk::messages::Request& request)
 {
     const std::string name(ShortName(request.name));
@@ -63,7 +63,9 @@ std::string CallOf(const vesk::messages::Request& request)
         field.path = argument.Name();
         if (argument.IsUsed())
             line += ' ' + field.path +
-                    (IdentityOf(field).empty() || field.path == "queHandle" ? "=1" : "=$" + field.path);
+                    (field.path == "queHandle"   ? "=0"
+                     : IdentityOf(field).empty() ? "=1"
+                                                 : "=$" + field.path);
     }
     return line + (request.payload.kind == vesk::messages::Kind::kText ? " text=/x" : "");
 }
@@ -111,13 +113,15 @@ TEST_F(VeskctlTest, ARunCallsEveryRequest)
 
 TEST_F(VeskctlTest, Scripts)
 {
-    EXPECT_EQ(RunScript("$mine = call OPEN_VO_PORT voPort=0 # a comment\n"
-                        "expect BUSY\nOPEN_VO_PORT voPort=0\n"
-                        "SET_VO_PARAM outEngNo=$mine param0=1920\nVO_START outEngNo=${outEngNo}\n"
-                        "wait DISPLAY_FIRST_FRAME 'portName=HDMI-OUT-?'\n"
-                        "expect OK [0].outEngNo=$mine GET_VO_PORT count=2\nsleep 1\n")
-                  .status,
-              0);
+    EXPECT_EQ(
+        RunScript("$mine = call OPEN_VO_PORT voPort=0 # a comment\n"
+                  "expect BUSY\nOPEN_VO_PORT voPort=0\n"
+                  "SET_VO_PARAM outEngNo=$mine param0=1920\n"
+                  "SET_DEFAULT_IMAGE imageParam1=0 imageParam2=0 text=/image\nVO_START outEngNo=${outEngNo}\n"
+                  "wait DISPLAY_FIRST_FRAME 'portName=HDMI-OUT-?'\n"
+                  "expect OK [0].outEngNo=$mine GET_VO_PORT count=2\nsleep 1\n")
+            .status,
+        0);
     const struct {
         const char* script;
         int status;

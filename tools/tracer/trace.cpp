@@ -1,5 +1,6 @@
 // The functions of the platform that the tracer stands in front of. Each passes its call on as it is and
 // records it around that: the message, and what became of it.
+#include "tools/tracer/deferred.h"
 #include "tools/tracer/next.h"
 #include "vesk_host/message.h"
 
@@ -22,6 +23,9 @@ Next<decltype(OsMsgSynSend)> g_synSend("OsMsgSynSend");
 Next<decltype(OsMsgAsynSend)> g_asynSend("OsMsgAsynSend");
 Next<decltype(OsMsgRegTask)> g_regTask("OsMsgRegTask");
 Next<decltype(HostMsgReply)> g_reply("HostMsgReply");
+Next<decltype(HostMsgDefer)> g_defer("HostMsgDefer");
+Next<decltype(HostMsgReplyDeferred)> g_replyDeferred("HostMsgReplyDeferred");
+Next<decltype(HostMsgCloseDeferred)> g_closeDeferred("HostMsgCloseDeferred");
 
 /// Handlers of tasks, one a slot; they are never removed. A slot's wrapper takes the handler's place.
 constexpr size_t kSlots = 64;
@@ -34,7 +38,7 @@ std::atomic<bool> g_serves = false;
 struct InHand {
     const OsMsgEnvelope* message = nullptr;
     Exchange exchange;
-    bool isAnswered = false;
+    bool isAnswered = false; ///< Or its answer is put off.
 };
 thread_local InHand t_inHand __attribute__((tls_model("initial-exec")));
 
@@ -109,6 +113,20 @@ OsMsgEnvelope Reversed(const OsMsgEnvelope& request)
     return answer;
 }
 
+void RecordAnswer(const Deferred& answered, const void* data, uint32_t dataLen, uint32_t result,
+                  const char* function)
+{
+    const OsMsgEnvelope answer = Reversed(answered.request);
+    Continue(answered.exchange,
+             {.kind = Kind::kAnswer,
+              .flags = kSent | kSynchronous,
+              .routing = &answer,
+              .dataLen = dataLen,
+              .data = data,
+              .platformResult = result},
+             Refusal(function, result).Text());
+}
+
 } // namespace
 
 } // namespace vesk::tracer
@@ -179,17 +197,44 @@ VESK_TRACED uint32_t HostMsgReply(OsMsgEnvelope* request, const void* data, uint
         return kNoPlatform;
     if (request == nullptr || request != t_inHand.message)
         return reply(request, data, dataLen);
-    const OsMsgEnvelope answer = Reversed(*request);
-    const Exchange exchange = t_inHand.exchange;
+    const Deferred answered{t_inHand.exchange, *request};
     const uint32_t result = reply(request, data, dataLen);
     t_inHand.isAnswered = true;
-    Continue(exchange,
-             {.kind = Kind::kAnswer,
-              .flags = kSent | kSynchronous,
-              .routing = &answer,
-              .dataLen = dataLen,
-              .data = data,
-              .platformResult = result},
-             Refusal("HostMsgReply", result).Text());
+    RecordAnswer(answered, data, dataLen, result, "HostMsgReply");
     return result;
+}
+
+VESK_TRACED HostMsgDeferred HostMsgDefer(OsMsgEnvelope* request)
+{
+    const auto defer = g_defer.Find(__builtin_return_address(0));
+    if (defer == nullptr)
+        return 0;
+    const HostMsgDeferred deferred = defer(request);
+    if (deferred != 0 && request == t_inHand.message) {
+        t_inHand.isAnswered = true;
+        Keep(deferred, {t_inHand.exchange, *request});
+    }
+    return deferred;
+}
+
+VESK_TRACED uint32_t HostMsgReplyDeferred(HostMsgDeferred deferred, const void* data, uint32_t dataLen)
+{
+    const auto reply = g_replyDeferred.Find(__builtin_return_address(0));
+    if (reply == nullptr)
+        return kNoPlatform;
+    const Deferred answered = Take(deferred);
+    const uint32_t result = reply(deferred, data, dataLen);
+    RecordAnswer(answered, data, dataLen, result, "HostMsgReplyDeferred");
+    return result;
+}
+
+VESK_TRACED void HostMsgCloseDeferred(HostMsgDeferred deferred)
+{
+    const auto close = g_closeDeferred.Find(__builtin_return_address(0));
+    if (close == nullptr)
+        return;
+    const Deferred closed = Take(deferred);
+    close(deferred);
+    Continue(closed.exchange, {.kind = Kind::kDone, .flags = kSynchronous, .routing = &closed.request},
+             "the connection was closed without an answer");
 }

@@ -218,7 +218,7 @@ uint64_t Connection::Defer(const OsMsgEnvelope& request, uint64_t sequence)
     const std::lock_guard guard(lock_);
     const uint64_t number = KeepDeferred({shared_from_this(), request, sequence});
     deferred_ = number;
-    if (number != 0 && (isAbandoned_ || !socket_.IsOpen()))
+    if (isAbandoned_)
         CloseLocked();
     return number;
 }
@@ -250,6 +250,7 @@ void Connection::CloseLocked()
 {
     if (deferred_ != 0)
         TakeDeferred(std::exchange(deferred_, 0));
+    isAbandoned_ = true;
     if (!socket_.IsOpen())
         return;
     inbox_->Forget(number_);

@@ -21,21 +21,26 @@
  *   clients are notified. VESK_SERVICE_ERR_STATE if it is so already.
  * - VESK_CONTROL_MODE: the mode of what is plugged in changes; clients are notified.
  * - VESK_CONTROL_NOTIFY: a VeskControlNotification and its payload, of any length. The answer is the number
- *   of clients that it was sent to; VESK_SERVICE_ERR_NUMBER if the one that it names is not known.
- * - VESK_CONTROL_FAULT_ADD: a fault rule; the answer is its number, from 1. VESK_SERVICE_ERR_ROOM beyond
- *   VESK_CONTROL_MAX_FAULTS.
+ *   of clients that it was sent to, or will be when a fault delays it. VESK_SERVICE_ERR_NUMBER if the client
+ *   is not known, VESK_SERVICE_ERR_VALUE if the list has no such notification.
+ * - VESK_CONTROL_FAULT_ADD: a fault rule; the answer is its number, from 1. VESK_SERVICE_ERR_VALUE if a field
+ *   is out of range, VESK_SERVICE_ERR_ROOM beyond VESK_CONTROL_MAX_FAULTS.
  * - VESK_CONTROL_FAULT_LIST: all rules, as an array of VeskControlFaultState in the order of their numbers.
  * - VESK_CONTROL_FAULT_CLEAR: takes a rule away, or with 0 all.
- * - VESK_CONTROL_TIME: moves the model's time on by milliseconds, with everything that is due then, and says
- *   what time it is. Moving takes a service that was started with --step; 0 only asks.
+ * - VESK_CONTROL_TIME: moves the model's time on by milliseconds and says what time it is then. Everything
+ *   that becomes due on the way is done in order, each at its own time, before the answer. 0 only asks;
+ *   VESK_SERVICE_ERR_STATE if the service was started without --step.
  * - VESK_CONTROL_SCENARIO: an array of VeskControlStep, each with its message. It replaces the scenario that
- *   runs; its times count from now. Nothing ends it.
+ *   runs; its times and matches count from now, and what it does at time 0 is done before the answer. Without
+ *   steps it only ends the other. VESK_SERVICE_ERR_LENGTH, VESK_SERVICE_ERR_VALUE or VESK_SERVICE_ERR_ROOM if
+ *   one of the steps cannot be.
  * - VESK_CONTROL_RESET: back to the described device. All that clients have opened or created is gone, faults
  *   and scenario too, answers that are still owed are never given; clients stay known and are notified by 206
  *   and 207.
- * - VESK_CONTROL_WATCH: the sender's task is sent @ref VESK_CONTROL_ON_MESSAGE from now on, or with 0 no
- * more.
- * - VESK_CONTROL_TICK: something is due; the service sends it to itself and takes it from nobody else.
+ * - VESK_CONTROL_WATCH: the task that the envelope names as its sender's is sent @ref VESK_CONTROL_ON_MESSAGE
+ *   from now on, or with 0 no more. VESK_SERVICE_ERR_ROOM beyond VESK_CONTROL_MAX_WATCHERS.
+ * - VESK_CONTROL_TICK: something is due; the service sends it to itself and answers VESK_SERVICE_ERR_REQUEST
+ *   to others.
  */
 typedef enum VeskControlRequest {
 #define VESK_CONTROL_REQUEST(name, number, ...) name = (number),
@@ -98,18 +103,29 @@ typedef struct VeskControlMatch {
 } VeskControlMatch;
 VESK_VIDEO_ASSERT_SIZE(VeskControlMatch, 544);
 
-/** What a fault does. Where effects compose, each rule changes what those of lower numbers left. */
+/**
+ * What a fault does. Several rules that hit a message compose in the order of their numbers: of several
+ * results, or of several fates of an answer, the last one counts, delays add up, and each length or garbage
+ * changes what those before it left. A rule of kind VESK_CONTROL_ANY is about messages of the kind that its
+ * effect is for.
+ *
+ * The notifications of a request follow its late answer. So that all that waits is bounded, an answer that is
+ * one too many to be late is never given, and its connection closed; a notification is dropped. Both are
+ * logged.
+ */
 enum VeskControlEffect {
     VESK_CONTROL_EFFECT_RESULT = 1, /**< Requests: answered with a result code, not served. */
     VESK_CONTROL_EFFECT_DELAY = 2,  /**< Requests: served, the answer comes late; notifications: sent late. */
     VESK_CONTROL_EFFECT_NO_ANSWER = 3, /**< Requests: served, never answered. */
-    VESK_CONTROL_EFFECT_CLOSE = 4,  /**< Requests: served, the connection is closed instead of an answer. */
-    VESK_CONTROL_EFFECT_LENGTH = 5, /**< The answer or notification has another length; more bytes are 0. */
-    VESK_CONTROL_EFFECT_GARBAGE =
-        6, /**< Every byte of the answer, or of the notification's payload, is random. */
-    VESK_CONTROL_EFFECT_DUPLICATE = 7, /**< Notifications: sent twice. */
+    VESK_CONTROL_EFFECT_CLOSE = 4,   /**< Requests: served, the connection is closed instead of an answer. */
+    VESK_CONTROL_EFFECT_LENGTH = 5,  /**< The data block of the answer or notification, in which the header
+                                          comes first, has another length; more bytes are 0. */
+    VESK_CONTROL_EFFECT_GARBAGE = 6, /**< Every byte of the answer's data block, or of the notification's
+                                          payload, is random. */
+    VESK_CONTROL_EFFECT_DUPLICATE = 7, /**< Notifications: sent once more. */
     VESK_CONTROL_EFFECT_DROP = 8,      /**< Notifications: not sent. */
-    VESK_CONTROL_EFFECT_DIE = 9 /**< The service ends at once, without good-bye and before it serves. */
+    VESK_CONTROL_EFFECT_DIE = 9 /**< The service ends at once with status 3, without good-bye and before it
+                                     serves or sends. */
 };
 
 /** A fault rule: which messages, when, and what happens to them. */
@@ -117,7 +133,7 @@ typedef struct VeskControlFault {
     VeskControlMatch match; /**< Messages that it is about. */
     uint32_t effect;        /**< A VeskControlEffect. */
     uint32_t isRelative;    /**< Length: 1 if the value is added to the true one, else 0. */
-    int64_t value;          /**< Result code, milliseconds or bytes; else 0. */
+    int64_t value;          /**< Result code to 0xffff, milliseconds to a day, bytes to 4 MiB; else 0. */
     uint64_t after;         /**< So many matches pass first. */
     uint64_t every;         /**< Of the others, only each so-many-th; 0 and 1: each. */
     uint64_t count;         /**< Ends after so many hits; 0: never. */
@@ -169,24 +185,27 @@ VESK_VIDEO_ASSERT_SIZE(VeskControlStep, 568);
 enum VeskControlMessageKind {
     VESK_CONTROL_SAW_REQUEST = 1,     /**< A request has arrived. */
     VESK_CONTROL_SAW_ANSWER = 2,      /**< It was answered; the exchange says which. */
-    VESK_CONTROL_SAW_NO_ANSWER = 3,   /**< It was not, or it was asynchronous; no bytes follow. */
+    VESK_CONTROL_SAW_NO_ANSWER = 3,   /**< It will not be, or it was asynchronous; no bytes follow. */
     VESK_CONTROL_SAW_NOTIFICATION = 4 /**< A notification was sent, or could not be. */
 };
 
-/** A message that the service received or sent; its bytes follow, as many as fit into one message. */
+/**
+ * A message that the service received or sent; its data block follows, as much as fits into one message.
+ * Control messages are not shown.
+ */
 typedef struct VeskControlMessage {
     uint32_t kind;           /**< A VeskControlMessageKind. */
     uint32_t number;         /**< The envelope's msgId. */
     uint32_t isSynchronous;  /**< Requests: 1 if the sender waits. */
-    uint32_t platformResult; /**< Notifications: 0 when handed over, else a HostMsgResult. */
+    uint32_t platformResult; /**< Answers, notifications: 0 when handed over, else a HostMsgResult. */
     uint32_t process;        /**< Application's process, 0 if it is not known. */
     uint32_t dataLen;        /**< Bytes that the message has. */
     char procName[16];       /**< Application. */
     char taskName[16];       /**< Its task. */
-    uint64_t exchange;       /**< The same for a request and its answer; from 1. */
+    uint64_t exchange;       /**< The same for a request and its answer, from 1; notifications: 0. */
     uint64_t realtimeNs;     /**< Nanoseconds since 1970. */
     uint64_t monotonicNs;    /**< Nanoseconds of CLOCK_MONOTONIC. */
-    uint64_t durationNs;     /**< Answers: since the request arrived. */
+    uint64_t durationNs;     /**< Answers: since the request arrived; 0 if nobody watched then. */
     uint64_t lost;           /**< Messages that this watcher could not be sent so far. */
 } VeskControlMessage;
 VESK_VIDEO_ASSERT_SIZE(VeskControlMessage, 96);
