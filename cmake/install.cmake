@@ -42,7 +42,7 @@ if(VESK_PLATFORM STREQUAL host)
   set_target_properties(vesk-video-service display_tour PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries_from_bin}")
   set_target_properties(display_tour PROPERTIES OUTPUT_NAME vesk-display-tour)
   install(TARGETS vesk-video-service display_tour)
-  install(DIRECTORY service/devices DESTINATION ${CMAKE_INSTALL_DATADIR}/vesk_video_interface)
+  install(DIRECTORY service/devices service/scenarios DESTINATION ${CMAKE_INSTALL_DATADIR}/vesk_video_interface)
   install(FILES docs/man/vesk-video-service.1 docs/man/vesk-display-tour.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 endif()
 

@@ -1,6 +1,7 @@
 // The subcommand "call": sends one request and shows its answer.
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
+#include "vesk_service/control_list.h"
 
 namespace vesk::ctl {
 
@@ -45,7 +46,7 @@ int RunCall(Settings& settings, const Options& options)
     const Decoder& decoder = settings.Decoder();
     const Prepared request = Usage([&] { return PrepareCall(decoder, options); });
     Client client(settings.service, Client::Interrupt::kEndsProgram);
-    if (request.number != VESK_VIDEO_MSG_INIT)
+    if (request.number != VESK_VIDEO_MSG_INIT && !messages::IsControl(request.number))
         client.Announce(options.timeoutMs);
     const Call call = Perform(client, decoder, request, options.timeoutMs);
     if (settings.json)

@@ -1,5 +1,6 @@
 // The subcommand "device": the virtual device and what is done with it.
 #include "tools/veskctl/commands.h"
+
 namespace vesk::ctl {
 
 namespace {
@@ -10,21 +11,19 @@ Run Add(CLI::App& app, Settings& settings)
 {
     auto chosen = std::make_shared<Run>();
     app.require_subcommand(1);
-    app.fallthrough();
-    for (const Command* command : kNested) {
-        CLI::App* nested = app.add_subcommand(command->name, command->summary);
-        nested->footer(std::string("Example:\n") + command->example);
-        nested->callback([chosen, toRun = command->add(*nested, settings)] { *chosen = toRun; });
-    }
+    const auto choose = [chosen](const Run& run) { *chosen = run; };
+    Declare(app, settings, kNested, choose);
+    DeclareControl(app, settings, choose);
     return [chosen] { return (*chosen)(); };
 }
 
 } // namespace
 
-const Command kDevice{"device", "Show the virtual device",
+const Command kDevice{"device", "Show and steer the virtual device: its state, cables, faults, time",
                       "  veskctl device state\n"
-                      "  veskctl device graph | dot -Tsvg > device.svg\n"
-                      "  veskctl device watch --match 'VO_*'",
+                      "  veskctl device watch --match 'VO_*'\n"
+                      "  veskctl device unplug input 0\n"
+                      "  veskctl device fault add VO_START outEngNo=1 result BUSY --count 2",
                       Add, Words::kNone};
 
 } // namespace vesk::ctl

@@ -210,6 +210,12 @@ Row ClientRow(const ordered_json& client)
             client.at("notificationsDropped") != 0 ? client["notificationsDropped"].dump() + " dropped" : ""};
 }
 
+Row FaultRow(const ordered_json& fault)
+{
+    return {fault.at("fault").dump(), Printable(fault.at("rule").get<std::string>()),
+            "matched " + fault.at("matches").dump() + ", changed " + fault.at("hits").dump()};
+}
+
 Row WatcherRow(const ordered_json& watcher)
 {
     return {Printable(watcher.at("procName").get<std::string>()), "process " + watcher.at("process").dump(),
@@ -257,7 +263,7 @@ constexpr struct {
     {"jobs", "Jobs", PlainRow},
     {"clients", "Clients", ClientRow},
     {"requests", "Requests", RequestRow},
-    {"faults", "Faults", PlainRow},
+    {"faults", "Faults", FaultRow},
     {"scenario", "Scenario", PlainRow},
     {"watchers", "Watchers", WatcherRow},
     {"unlistedRequests", "Requests that are not listed", PlainRow},

@@ -1,6 +1,8 @@
 // Requests and notifications as the subcommands send, receive and show them.
 #include "tools/veskctl/exchange.h"
 
+#include "vesk_service/control_list.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -42,7 +44,7 @@ Prepared Prepare(const Decoder& decoder, const std::string& name, const std::vec
         request.number = static_cast<uint32_t>(*number);
     else
         request.number = RequestNamed(name).number;
-    if (const messages::Request* listed = messages::FindRequest(request.number))
+    if (const messages::Request* listed = messages::FindAnyRequest(request.number))
         request.isAnswered = listed->answer.kind != messages::Kind::kUnanswered;
     if (raw != nullptr)
         request.data = decoder.EncodeRaw(Direction::kRequest, request.number, fields, *raw);
@@ -74,6 +76,9 @@ void RequireOk(const Call& call)
     if (!call.answer)
         return;
     if (const uint32_t result = call.answer->result; result != VESK_VIDEO_OK) {
+        if (result == VESK_SERVICE_ERR_REQUEST && messages::IsControl(call.request.number))
+            throw Failure(kRefused, "the service cannot be steered this way: it does not know " +
+                                        NameOf(call.request) + ": " + ResultText(result));
         std::string text = "the service refused " + NameOf(call.request) + ": " + ResultText(result);
         for (const ResultCode& known : ResultCodes()) {
             if (known.code == result)

@@ -3,6 +3,7 @@
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
 #include "tools/veskctl/table.h"
+#include "vesk_service/control_list.h"
 
 namespace vesk::ctl {
 
@@ -22,10 +23,10 @@ std::string ArgumentNames(const Message& message)
     return names;
 }
 
-ordered_json ListRequests()
+ordered_json ListRequests(std::span<const messages::Request> requests)
 {
     ordered_json rows;
-    for (const messages::Request& request : messages::kRequests)
+    for (const messages::Request& request : requests)
         rows.push_back({{"number", uint32_t{request.number}},
                         {"name", ShortName(request.name)},
                         {"function", request.function},
@@ -33,10 +34,10 @@ ordered_json ListRequests()
     return rows;
 }
 
-ordered_json ListNotifications()
+ordered_json ListNotifications(std::span<const messages::Notification> notifications)
 {
     ordered_json rows;
-    for (const messages::Notification& notification : messages::kNotifications)
+    for (const messages::Notification& notification : notifications)
         rows.push_back({{"number", uint32_t{notification.number}},
                         {"name", ShortName(notification.name)},
                         {"payload", notification.payload.type},
@@ -82,10 +83,14 @@ void PrintRows(const ordered_json& rows)
 int RunList(Settings& settings, const std::string& what)
 {
     ordered_json lists;
-    if (what.empty() || what == "requests")
-        lists["requests"] = ListRequests();
-    if (what.empty() || what == "notifications")
-        lists["notifications"] = ListNotifications();
+    if (what.empty() || what == "requests") {
+        lists["requests"] = ListRequests(messages::kRequests);
+        lists["controlRequests"] = ListRequests(messages::kControlRequests);
+    }
+    if (what.empty() || what == "notifications") {
+        lists["notifications"] = ListNotifications(messages::kNotifications);
+        lists["controlNotifications"] = ListNotifications(messages::kControlNotifications);
+    }
     if (what.empty() || what == "records")
         lists["records"] = ListRecords(settings.Decoder());
     if (what.empty() || what == "results")
@@ -95,7 +100,9 @@ int RunList(Settings& settings, const std::string& what)
         return kDone;
     }
     for (const auto& [name, rows] : lists.items()) {
-        if (what.empty())
+        if (name == "controlRequests" || name == "controlNotifications")
+            PrintLine("\nno part of the interface; between veskctl and the virtual service:");
+        else if (what.empty())
             PrintLine((name == "requests" ? "" : "\n") + name + ':');
         PrintRows(rows);
     }
