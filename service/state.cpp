@@ -1,6 +1,7 @@
 // The whole state of the virtual service as a JSON document.
 #include "service/state.h"
 
+#include "control/fault.h"
 #include "decoder/text.h"
 #include "service/service.h"
 #include "vesk_service/control_list.h"
@@ -77,10 +78,9 @@ std::string BoundedText(ordered_json document, size_t most)
         }
         if (name.empty())
             return {};
+        if (!document["cut"].contains(name))
+            document["cut"][name] = document[name].size();
         ordered_json& list = document[name];
-        ordered_json& before = document["cut"][name];
-        if (before.is_null())
-            before = list.size();
         list.erase(list.begin() + static_cast<ptrdiff_t>(list.size() / 2), list.end());
         text = tools::Dump(document);
     }
@@ -134,17 +134,22 @@ ordered_json State::Describe()
     };
 }
 
+const tools::Decoder& State::TheDecoder()
+{
+    if (decoder_ == nullptr)
+        decoder_ = std::make_unique<const tools::Decoder>();
+    return *decoder_;
+}
+
 template <uint32_t request, class Record>
 ordered_json State::FieldsOf(const Record& record)
 {
     using Payload = typename messages::RequestTypes<request>::Payload;
     static_assert(std::is_same_v<Payload, messages::Record<Record>>, "the request carries another record");
-    if (decoder_ == nullptr)
-        decoder_ = std::make_unique<const tools::Decoder>();
     const auto payload = BytesOf(record);
     Bytes data(sizeof(VeskVideoMsgHead));
     data.insert(data.end(), payload.begin(), payload.end());
-    tools::Decoded message = decoder_->Decode({Direction::kRequest, request, data});
+    tools::Decoded message = TheDecoder().Decode({Direction::kRequest, request, data});
     std::erase_if(message.fields, [](const tools::Field& field) {
         return !field.IsPayload() || (field.isFiller && field.IsZero());
     });
@@ -375,14 +380,10 @@ ordered_json State::DescribeFaults()
     for (size_t at = 0; at < states.size(); at += sizeof(VeskControlFaultState)) {
         VeskControlFaultState state;
         std::memcpy(&state, &states[at], sizeof state);
-        ordered_json rule = FieldsOf<VESK_CONTROL_FAULT_ADD>(state.rule);
-        ordered_json& conditions = rule["match"]["condition"];
-        conditions.erase(conditions.begin() + static_cast<ptrdiff_t>(state.rule.match.conditions),
-                         conditions.end());
         list.push_back({{"fault", state.fault},
                         {"matches", state.matches},
                         {"hits", state.hits},
-                        {"rule", std::move(rule)}});
+                        {"rule", control::FaultText(TheDecoder(), state.rule)}});
     }
     return list;
 }

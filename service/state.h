@@ -58,6 +58,7 @@ private:
     nlohmann::ordered_json DescribeScenario();
     nlohmann::ordered_json DescribeWatchers();
 
+    const tools::Decoder& TheDecoder();
     /// The fields of a request's payload.
     template <uint32_t request, class Record>
     nlohmann::ordered_json FieldsOf(const Record& record);

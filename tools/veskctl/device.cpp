@@ -1,5 +1,6 @@
 // The subcommand "device": the virtual device and what is done with it.
 #include "tools/veskctl/commands.h"
+
 namespace vesk::ctl {
 
 namespace {

@@ -1,7 +1,7 @@
 // The subcommands of "device" that send one control message each.
 #include "control/commands.h"
 #include "control/fault.h"
-#include "tools/veskctl/device.h"
+#include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
 
 #include <cinttypes>

@@ -196,6 +196,11 @@ Row QueueRow(const ordered_json& queue)
     return {QueueText(queue.at("queHandle").get<uint32_t>()), OwnerText(queue)};
 }
 
+Row ProcessRow(const ordered_json& process)
+{
+    return {"process " + process.dump()};
+}
+
 Row ClientRow(const ordered_json& client)
 {
     return {Printable(client.at("procName").get<std::string>()) + '/' +
@@ -203,6 +208,18 @@ Row ClientRow(const ordered_json& client)
             "process " + client.at("process").dump(),
             client.at("notificationsSent").dump() + " notifications",
             client.at("notificationsDropped") != 0 ? client["notificationsDropped"].dump() + " dropped" : ""};
+}
+
+Row FaultRow(const ordered_json& fault)
+{
+    return {fault.at("fault").dump(), Printable(fault.at("rule").get<std::string>()),
+            "matched " + fault.at("matches").dump() + ", changed " + fault.at("hits").dump()};
+}
+
+Row WatcherRow(const ordered_json& watcher)
+{
+    return {Printable(watcher.at("procName").get<std::string>()), "process " + watcher.at("process").dump(),
+            watcher.at("lost").dump() + " messages lost"};
 }
 
 Row RequestRow(const ordered_json& request)
@@ -226,6 +243,7 @@ constexpr struct {
     const char* title;
     Row (*row)(const ordered_json& entry);
 } kSections[] = {
+    {"time", "Time", PlainRow},
     {"inputs", "Inputs", InputRow},
     {"inputEngines", "Input engines", InputEngineRow},
     {"outputs", "Outputs", OutputRow},
@@ -238,13 +256,16 @@ constexpr struct {
     {"overlays", "Overlays", OverlayRow},
     {"remoteMice", "Remote mice", RemoteMouseRow},
     {"localMice", "Local mice", LocalMouseRow},
-    {"uvcUsers", "Users of UVC", PlainRow},
+    {"uvcUsers", "Users of UVC", ProcessRow},
     {"uvcStreams", "UVC streams", UvcRow},
     {"queues", "Announced queues", QueueRow},
     {"queueServers", "Queue servers", PlainRow},
     {"jobs", "Jobs", PlainRow},
     {"clients", "Clients", ClientRow},
     {"requests", "Requests", RequestRow},
+    {"faults", "Faults", FaultRow},
+    {"scenario", "Scenario", PlainRow},
+    {"watchers", "Watchers", WatcherRow},
     {"unlistedRequests", "Requests that are not listed", PlainRow},
 };
 

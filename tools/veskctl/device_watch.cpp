@@ -87,6 +87,7 @@ private:
     {
         event.kind = Kind::kNotification;
         event.isSent = seen.platformResult != 0; // then it is still the service's
+        event.exchange = ++lastNotification_;
         std::swap(event.sendProcName, event.recvProcName);
         std::swap(event.sendTaskName, event.recvTaskName);
         transcript_.Add(Event(event));
@@ -97,6 +98,7 @@ private:
     std::string serviceProcess_;
     std::string serviceTask_;
     uint64_t lost_ = 0;
+    uint64_t lastNotification_ = uint64_t{1} << 52U; ///< Not to be taken for an exchange of the service.
 };
 
 void Switch(Client& client, Settings& settings, bool isOn)
