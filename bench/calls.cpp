@@ -118,4 +118,32 @@ Table ThreadTable(bool quick)
     return table;
 }
 
+Table OwedTable(bool quick)
+{
+    Table table{"One call at 24/24 bytes while the host server owes other callers their answers",
+                {"of the calls of a turn", "none owed, µs", "50 owed, µs", "50 owed/none"},
+                {}};
+    constexpr std::pair<const char*, size_t> kPercentiles[] = {{"median", 50}, {"99th percentile", 99}};
+    std::vector<double> seconds[std::size(kPercentiles)][2]; // of each turn
+    std::vector<std::unique_ptr<Exchange>> exchanges;
+    std::vector<std::function<void()>> turns;
+    for (const Way* way : {&kHostWay, &kOwingHostWay}) {
+        exchanges.push_back(std::make_unique<Exchange>(*way, Sizes{24, 24}));
+        turns.emplace_back([&, &caller = (*exchanges.back())[0], which = turns.size()] {
+            std::vector<double> calls(kCallsInTurn);
+            for (double& call : calls)
+                call = SecondsOf([&] { caller.Call(); });
+            for (size_t i = 0; i < std::size(kPercentiles); ++i)
+                seconds[i][which].push_back(Percentile(calls, kPercentiles[i].second));
+        });
+    }
+    Interleave(turns, quick ? 15 : 151);
+    for (size_t i = 0; i < std::size(kPercentiles); ++i) {
+        const auto& [none, owed] = seconds[i];
+        table.rows.push_back({kPercentiles[i].first, Rounded(Median(none) * 1e6, 1),
+                              Rounded(Median(owed) * 1e6, 1), Rounded(MedianRatio(owed, none), 2)});
+    }
+    return table;
+}
+
 } // namespace vesk::bench

@@ -4,18 +4,22 @@
 
 #include <unistd.h>
 
+#include <thread>
+
 namespace vesk::bench {
 
 namespace {
 
 constexpr char kTask[] = "bench";
-constexpr uint32_t kExchange = 1, kEnd = 2;
+constexpr uint32_t kExchange = 1, kEnd = 2, kPutOff = 3;
 constexpr uint32_t kTimeoutMs = 5000;
 
 std::vector<char> g_answer;
 
 uint32_t Answer(OsMsgEnvelope* message)
 {
+    if (message->msgId == kPutOff)
+        return HostMsgDefer(message) != 0 ? 0 : uint32_t{HOST_MSG_ERR_FULL};
     const uint32_t result = HostMsgReply(message, g_answer.data(), static_cast<uint32_t>(g_answer.size()));
     if (message->msgId == kEnd)
         HostMsgEndTask(kTask);
@@ -58,6 +62,9 @@ public:
         Exchange();
     }
 
+protected:
+    OsMsgEnvelope envelope_{};
+
 private:
     uint32_t Exchange()
     {
@@ -70,16 +77,40 @@ private:
         return isWhole ? 0 : uint32_t{HOST_MSG_ERR_MALFORMED};
     }
 
-    OsMsgEnvelope envelope_{};
     std::vector<char> request_;
     uint32_t answerLen_;
 };
 
+/// A caller whose server puts off the answers of others until it ends.
+class CallerAmongOthers : public HostCaller {
+public:
+    CallerAmongOthers(const Address& address, Sizes sizes) : HostCaller(address, sizes)
+    {
+        for (int i = 0; i < 50; ++i) {
+            others_.emplace_back([envelope = envelope_]() mutable {
+                constexpr uint32_t kHourMs = 3600000;
+                OsMsgEnvelope* response = nullptr;
+                envelope.msgId = kPutOff;
+                OsMsgSynSend(&envelope, &response, kHourMs);
+                OsMsgSynRespFree(response);
+            });
+        }
+        usleep(200000); // until all have asked
+    }
+
+private:
+    std::vector<std::jthread> others_;
+};
+
+template <class Kind>
+std::unique_ptr<Caller> Open(const Address& address, Sizes sizes)
+{
+    return std::make_unique<Kind>(address, sizes);
+}
+
 } // namespace
 
-const Way kHostWay = {"host library", false, ServeHost,
-                      [](const Address& address, Sizes sizes) -> std::unique_ptr<Caller> {
-                          return std::make_unique<HostCaller>(address, sizes);
-                      }};
+const Way kHostWay = {"host library", false, ServeHost, Open<HostCaller>};
+const Way kOwingHostWay = {"host library, 50 answers owed", false, ServeHost, Open<CallerAmongOthers>};
 
 } // namespace vesk::bench

@@ -32,7 +32,7 @@ struct RuntimeDir {
 void PrintTables(bool quick, bool asJson, bool withSystemCalls)
 {
     const RuntimeDir directory;
-    std::vector<Table (*)(bool)> makers{CallTable, ThreadTable, NotificationTable, OwnShareTable};
+    std::vector<Table (*)(bool)> makers{CallTable, ThreadTable, OwedTable, NotificationTable, OwnShareTable};
     if (withSystemCalls)
         makers.push_back(SystemCallTable);
     nlohmann::json tables = nlohmann::json::array();

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <chrono>
 #include <functional>
+#include <utility>
 #include <vector>
 
 namespace vesk::bench {
@@ -31,11 +32,17 @@ inline std::vector<std::vector<double>> Interleave(const std::vector<std::functi
     return seconds;
 }
 
+/// The value that @p percent of the others are below.
+inline double Percentile(std::vector<double> values, size_t percent)
+{
+    const auto place = values.begin() + static_cast<std::ptrdiff_t>(values.size() * percent / 100);
+    std::nth_element(values.begin(), place, values.end());
+    return *place;
+}
+
 inline double Median(std::vector<double> values)
 {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
+    return Percentile(std::move(values), 50);
 }
 
 /// The median of the ratios of each round.

@@ -24,6 +24,7 @@ double Rounded(double number, int decimals);
 // The tables. A quick one makes fewer rounds.
 Table CallTable(bool quick);
 Table ThreadTable(bool quick);
+Table OwedTable(bool quick);
 Table NotificationTable(bool quick);
 /// In a process of its own, with a platform that answers at once.
 Table OwnShareTable(bool quick);

@@ -42,13 +42,18 @@ if(VESK_PLATFORM STREQUAL host)
   set_target_properties(vesk-video-service display_tour PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries_from_bin}")
   set_target_properties(display_tour PROPERTIES OUTPUT_NAME vesk-display-tour)
   install(TARGETS vesk-video-service display_tour)
+  install(DIRECTORY service/devices service/scenarios DESTINATION ${CMAKE_INSTALL_DATADIR}/vesk_video_interface)
   install(FILES docs/man/vesk-video-service.1 docs/man/vesk-display-tour.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 endif()
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/vesk_video_interface)
 install(EXPORT vesk_video_interface_targets NAMESPACE vesk:: DESTINATION ${package_dir})
 configure_package_config_file(cmake/vesk_video_interface-config.cmake.in vesk_video_interface-config.cmake
-  INSTALL_DESTINATION ${package_dir})
+  INSTALL_DESTINATION ${package_dir} PATH_VARS CMAKE_INSTALL_BINDIR)
 write_basic_package_version_file(vesk_video_interface-config-version.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/vesk_video_interface-config.cmake
   ${PROJECT_BINARY_DIR}/vesk_video_interface-config-version.cmake DESTINATION ${package_dir})
+if(VESK_BUILD_TOOLS AND VESK_PLATFORM STREQUAL host)
+  include(cmake/vesk_device_test.cmake) # for a project that has this one as a subdirectory
+  install(FILES cmake/vesk_device_test.cmake DESTINATION ${package_dir})
+endif()

@@ -1,12 +1,11 @@
 // From a message to names and fields.
 #include "decoder/decoder.h"
 #include "decoder/error.h"
+#include "decoder/file.h"
 #include "decoder/record_text.h"
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
-#include <sstream>
 
 namespace vesk::tools {
 
@@ -221,16 +220,6 @@ void ReadPayload(Reader& reader, const messages::Form& form, const RecordType* r
     default:
         return reader.ReadBytes("data", kHeadSize);
     }
-}
-
-std::string FileContents(const std::string& path)
-{
-    std::ifstream file(path);
-    std::ostringstream text;
-    text << file.rdbuf();
-    if (!file)
-        throw Error(path + ": " + std::strerror(errno));
-    return std::move(text).str();
 }
 
 } // namespace

@@ -78,6 +78,8 @@ std::string_view ShortName(std::string_view name)
     RemovePrefix(name, "VESK_VIDEO_MSG_");
     RemovePrefix(name, "VESK_VIDEO_ON_");
     RemovePrefix(name, "VESK_"); // of control messages: "CONTROL_PLUG"
+    if (SameText(name.substr(0, strlen("CONTROL_")), "CONTROL_"))
+        return name; // CONTROL_NOTIFY is a name in full
     if (name.size() > kSuffix.size() && SameText(name.substr(name.size() - kSuffix.size()), kSuffix))
         name.remove_suffix(kSuffix.size());
     return name;
@@ -104,22 +106,35 @@ const messages::Request& RequestNamed(std::string_view text)
 {
     if (const messages::Request* request = FindRequest(text))
         return *request;
-    std::vector<std::string_view> known;
-    for (const messages::Request& request : messages::kRequests) {
-        known.push_back(ShortName(request.name));
-        known.emplace_back(request.function);
-    }
-    throw Error("there is no request '" + std::string(text) + "'" + Nearest(ShortName(text), known));
+    throw Error("there is no request '" + std::string(text) + "'" + Nearest(ShortName(text), RequestNames()));
 }
 
 const messages::Notification& NotificationNamed(std::string_view text)
 {
     if (const messages::Notification* notification = FindNotification(text))
         return *notification;
-    std::vector<std::string_view> known;
+    throw Error("there is no notification '" + std::string(text) + "'" +
+                Nearest(ShortName(text), NotificationNames()));
+}
+
+std::vector<std::string_view> RequestNames()
+{
+    std::vector<std::string_view> names;
+    for (const messages::Request& request : messages::kRequests)
+        names.insert(names.end(), {ShortName(request.name), request.function});
+    for (const messages::Request& request : messages::kControlRequests)
+        names.push_back(ShortName(request.name));
+    return names;
+}
+
+std::vector<std::string_view> NotificationNames()
+{
+    std::vector<std::string_view> names;
     for (const messages::Notification& notification : messages::kNotifications)
-        known.push_back(ShortName(notification.name));
-    throw Error("there is no notification '" + std::string(text) + "'" + Nearest(ShortName(text), known));
+        names.push_back(ShortName(notification.name));
+    for (const messages::Notification& notification : messages::kControlNotifications)
+        names.push_back(ShortName(notification.name));
+    return names;
 }
 
 std::string Nearest(std::string_view text, const std::vector<std::string_view>& known)

@@ -23,6 +23,12 @@ const messages::Notification* FindNotification(std::string_view text);
 const messages::Request& RequestNamed(std::string_view text);
 const messages::Notification& NotificationNamed(std::string_view text);
 
+/// The short names of all requests and the functions that send them; those of control messages come last.
+std::vector<std::string_view> RequestNames();
+
+/// The same for notifications.
+std::vector<std::string_view> NotificationNames();
+
 /// The names in @p known that differ least from @p text, as the end of an error: "; nearest: VO_STOP,
 /// VI_STOP". Empty if none is near.
 std::string Nearest(std::string_view text, const std::vector<std::string_view>& known);

@@ -163,6 +163,12 @@ std::vector<std::string> Clients::Names() const
     return names;
 }
 
+void Clients::CountDropped(const std::string& procName)
+{
+    if (const auto client = clients_.find(procName); client != clients_.end())
+        ++client->second.dropped;
+}
+
 uint32_t Clients::Send(const std::string& procName, uint32_t notifyId, std::span<const std::byte> data)
 {
     const auto client = clients_.find(procName);
@@ -177,6 +183,7 @@ uint32_t Clients::Send(const std::string& procName, uint32_t notifyId, std::span
     envelope.dataLen = static_cast<uint32_t>(data.size());
     envelope.data = const_cast<std::byte*>(data.data()); // which is only read
     const uint32_t ret = OsMsgAsynSend(&envelope);
+    ++(ret == 0 ? client->second.sent : client->second.dropped);
     LOG(kInfo, "notification %u to %s: %u", notifyId, procName.c_str(), ret);
     watchers_.Notified({procName, client->second.taskName, client->second.process}, notifyId, ret, data);
     if (ret == HOST_MSG_ERR_ABSENT && !client->second.IsAlive()) {

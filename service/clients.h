@@ -39,12 +39,18 @@ public:
     /// Sends a notification, given by its data block, if the client is still known; one that has ended is
     /// removed. Returns 0 when it was handed over.
     uint32_t Send(const std::string& procName, uint32_t notifyId, std::span<const std::byte> data);
+    /// Counts a notification that is not sent at all.
+    void CountDropped(const std::string& procName);
 
 private:
+    friend class State;
+
     struct Client {
         std::string taskName;
         pid_t process;
-        uint64_t start; // of the process
+        uint64_t start;    // of the process
+        uint64_t sent = 0; // notifications
+        uint64_t dropped = 0;
 
         bool IsAlive() const;
     };

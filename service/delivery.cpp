@@ -95,8 +95,10 @@ try {
     Bytes data = DataBlockOf(notification);
     const Effects effects = Meet({VESK_CONTROL_OF_NOTIFICATION, notifyId, procName, data});
     effects.Change(data, sizeof(VeskVideoMsgHead));
-    if (effects.fate != Effects::Fate::kGiven)
+    if (effects.fate != Effects::Fate::kGiven) {
+        clients.CountDropped(procName);
         return false;
+    }
     const auto send = [this, procName, notifyId, copies = effects.copies](std::span<const std::byte> block) {
         bool isSent = false;
         for (uint32_t copy = 0; copy < copies; ++copy)
@@ -110,9 +112,11 @@ try {
                      [send, data = std::move(data)] { send(data); }))
         return true;
     LOG(kError, "notification %u to %s dropped: too many are late", notifyId, procName.c_str());
+    clients.CountDropped(procName);
     return false;
 } catch (const std::exception& error) {
     LOG(kError, "notification %u to %s dropped: %s", notification.notifyId, procName.c_str(), error.what());
+    clients.CountDropped(procName);
     return false;
 }
 

@@ -22,6 +22,8 @@ public:
     Result VerifyImage(const VeskVideoVerifyImageReq&);
 
 private:
+    friend class State;
+
     Notifications* notifications_;
     const DeviceDescription* device_;
     uint64_t javaVm_ = 0;

@@ -2,8 +2,7 @@
 #include "service/device_file.h"
 
 #include "service/default_device.h"
-
-#include <toml++/toml.h>
+#include "service/toml.h"
 
 #include <algorithm>
 #include <cerrno>

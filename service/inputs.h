@@ -61,6 +61,8 @@ public:
     Result SetAppCapture(Engine&, const VeskVideoAppInParam&);
 
 private:
+    friend class State;
+
     void NotifyPicture(const std::string& procName, const Port&) override;
     VeskVideoViPortInfo Describe(const Port&, const Engine*) const override;
 

@@ -1,4 +1,6 @@
 // The virtual video service as a process of its own.
+#include "control/scenario_file.h"
+#include "decoder/error.h"
 #include "service/alarm.h"
 #include "service/device_file.h"
 #include "service/log.h"
@@ -58,7 +60,8 @@ void SendTick(const Identity& self)
     OsMsgAsynSend(&envelope);
 }
 
-int Run(const Identity& self, const DeviceDescription& device, Timeline::Clock clock)
+/// @param scenario  Data block of VESK_CONTROL_SCENARIO; empty: none.
+int Run(const Identity& self, const DeviceDescription& device, Timeline::Clock clock, const Bytes& scenario)
 {
     const sigset_t signals = BlockSignals();
     Alarm alarm;
@@ -80,6 +83,10 @@ int Run(const Identity& self, const DeviceDescription& device, Timeline::Clock c
         HostMsgEndTask(self.taskName.c_str());
     });
     service.Begin();
+    if (!scenario.empty()) {
+        if (const Result result = service.Execute(VESK_CONTROL_SCENARIO, scenario); result != kOk)
+            LOG(kError, "the scenario is refused: %u", result);
+    }
     std::printf("vesk-video-service: serving %s/%s (process %d)\n", self.procName.c_str(),
                 self.taskName.c_str(), getpid());
     std::fflush(stdout);
@@ -95,8 +102,9 @@ int Run(const Identity& self, const DeviceDescription& device, Timeline::Clock c
 int main(int argc, char** argv)
 try {
     Identity self{"VIDEO", "VCTL"};
-    Timeline::Clock clock;
     std::string deviceFile;
+    Timeline::Clock clock;
+    std::string scenarioFile;
     CLI::App app("Virtual video service: serves the requests of libvesk_video_interface without the device.\n"
                  "SIGTERM or SIGINT ends it.");
     app.footer(kEnvironmentHelp);
@@ -109,9 +117,17 @@ try {
                             ->capture_default_str()
                             ->check(CLI::Range(0.001, 1000.0));
     app.add_flag("--step", clock.isStep, "Move the model's time by command only")->excludes(scale);
+    app.add_option("--scenario", scenarioFile, "File of steps to run from the start (TOML)");
     CLI11_PARSE(app, argc, argv);
-    return Run(self, deviceFile.empty() ? DefaultDevice() : ReadDevice(deviceFile), std::move(clock));
+    Bytes scenario;
+    if (!scenarioFile.empty())
+        scenario = vesk::control::ScenarioFromFile(vesk::tools::Decoder(), scenarioFile).data;
+    return Run(self, deviceFile.empty() ? DefaultDevice() : ReadDevice(deviceFile), std::move(clock),
+               scenario);
 } catch (const DeviceFileError& error) {
+    std::fprintf(stderr, "%s\n", error.what());
+    return 2;
+} catch (const vesk::tools::Error& error) {
     std::fprintf(stderr, "%s\n", error.what());
     return 2;
 } catch (const std::exception& error) { // out of memory, or no thread can be started

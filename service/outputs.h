@@ -37,6 +37,8 @@ public:
     Result DestroyWindow(Engine&, Argument<"winHandle">);
 
 private:
+    friend class State;
+
     struct FilterWindow {
         uint64_t filterParam;
         VeskVideoFilterWindow window;

@@ -132,6 +132,8 @@ public:
     }
 
 protected:
+    friend class State;
+
     template <class Description>
     Ports(Notifications& notifications, const std::vector<Description>& described, const Param& defaults)
         : notifications_(&notifications), defaults_(defaults)
@@ -141,8 +143,8 @@ protected:
             ports_.back().number = static_cast<uint32_t>(ports_.size() - 1);
         }
     }
-    Ports(Ports&&) = default;
-    Ports& operator=(Ports&&) = default;
+    Ports(Ports&&) noexcept = default;
+    Ports& operator=(Ports&&) noexcept = default;
     ~Ports() = default;
 
     const std::vector<Port>& All() const { return ports_; }

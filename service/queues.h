@@ -23,6 +23,8 @@ public:
     Result InitClient(std::string_view server);
 
 private:
+    friend class State;
+
     size_t mostOwn_; // of one process
     std::set<std::string, std::less<>> servers_;
 };

@@ -163,6 +163,7 @@ constexpr Row kRows[] = {
     Served<VESK_VIDEO_MSG_SET_ANNOTATION_STATUS, &Device::SetAnnotation>(),
     Served<VESK_VIDEO_MSG_VERYFY_IMAGE, &Device::VerifyImage>(),
 
+    Served<VESK_CONTROL_STATE, &State::Get>(),
     Served<VESK_CONTROL_PLUG, &Control::Plug>(),
     Served<VESK_CONTROL_UNPLUG, &Control::Unplug>(),
     Served<VESK_CONTROL_MODE, &Control::SetMode>(),

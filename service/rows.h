@@ -184,7 +184,7 @@ Part& PartOf(Service& service)
 {
     return Select<Part>(service, service.inputs, service.outputs, service.codecs, service.mice, service.uvc,
                         service.overlays, service.queues, service.device, service.control, service.timeline,
-                        service.faults, service.scenario, service.watchers);
+                        service.faults, service.scenario, service.watchers, service.state);
 }
 
 /// A collection of things, and the names of the argument by which a request names one of them.

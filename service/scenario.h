@@ -23,6 +23,8 @@ public:
     void Happened(const MessageView& message);
 
 private:
+    friend class State;
+
     struct Step {
         VeskControlStep when;
         Bytes message;

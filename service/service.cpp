@@ -40,6 +40,7 @@ void Service::Reset()
     // What needs memory comes first: without it, nothing has changed.
     Inputs describedInputs(notifications_, described_);
     Outputs describedOutputs(notifications_, described_, inputs, codecs);
+    Counters noCounts;
     inputs = std::move(describedInputs);
     outputs = std::move(describedOutputs);
     codecs = Codecs(notifications_, described_);
@@ -48,6 +49,7 @@ void Service::Reset()
     overlays = Overlays(described_.limits);
     queues = Queues(described_.limits);
     device = Device(notifications_, described_);
+    counters = std::move(noCounts);
     faults.Reset();
     scenario.Reset();
     timeline.Reset();
@@ -68,14 +70,15 @@ Result Service::Serve(uint32_t number, const Sender& sender, std::span<const std
     if (!Fits(row->listed.payload, request.head, request.payload))
         return VESK_SERVICE_ERR_LENGTH;
     answer.reserve(answer.size() + row->listed.answer.size);
-    return row->serve(*this, request, answer);
+    const Result result = row->serve(*this, request, answer);
+    outputs.NotifyFirstFrames();
+    return result;
 }
 
 Result Service::Execute(uint32_t number, std::span<const std::byte> data)
 {
     Bytes answer;
     const Result result = Serve(number, {}, data, answer);
-    outputs.NotifyFirstFrames();
     NotifyEach(notifications_.TakeAll());
     return result;
 }
@@ -103,7 +106,7 @@ void Service::Handle(OsMsgEnvelope& message)
     head.msgId = static_cast<uint16_t>(message.msgId);
     Bytes answer(sizeof head);
     head.uwSubMsgID = effects.result ? *effects.result : Serve(message.msgId, sender, data, answer);
-    outputs.NotifyFirstFrames();
+    counters.Count(message.msgId, head.uwSubMsgID);
     LOG(kInfo, "%s: %u", text.c_str(), head.uwSubMsgID);
     std::memcpy(answer.data(), &head, sizeof head);
     effects.Change(answer, 0);

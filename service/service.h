@@ -5,6 +5,7 @@
 #include "service/clients.h"
 #include "service/codecs.h"
 #include "service/control.h"
+#include "service/counters.h"
 #include "service/device.h"
 #include "service/device_file.h"
 #include "service/faults.h"
@@ -14,6 +15,7 @@
 #include "service/overlays.h"
 #include "service/queues.h"
 #include "service/scenario.h"
+#include "service/state.h"
 #include "service/timeline.h"
 #include "service/uvc.h"
 
@@ -21,6 +23,8 @@ namespace vesk::service {
 
 /// Not thread-safe: everything runs on the thread that runs the service's task.
 class Service {
+    friend class State;
+
     const Identity self_;
     const DeviceDescription described_;
     Notifications notifications_;
@@ -66,6 +70,8 @@ public:
     Queues queues{described_.limits};
     Device device{notifications_, described_};
     Control control{*this};
+    Counters counters;
+    State state{*this};
 
 private:
     Result Serve(uint32_t number, const Sender&, std::span<const std::byte> data, Bytes& answer);

@@ -25,7 +25,10 @@ public:
             HostQueueRemove(queueId_);
     }
 
-    /// Its identifier; 0 when it cannot be created.
+    /// Its identifier; 0 while it does not exist.
+    uint32_t Id() const { return queueId_; }
+
+    /// The same, but it is created; 0 when it cannot be created.
     uint32_t Id(const char* kind, uint64_t number)
     {
         constexpr uint32_t kEntries = 32;

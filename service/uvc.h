@@ -32,6 +32,8 @@ public:
     Result Open(const Sender&, uint32_t* uvcStmNo);
 
 private:
+    friend class State;
+
     std::set<pid_t> users_; // processes that have initialised it
 };
 

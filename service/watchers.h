@@ -34,6 +34,8 @@ public:
                   std::span<const std::byte> data);
 
 private:
+    friend class State;
+
     struct Watcher {
         Sender task;
         uint64_t lost = 0;

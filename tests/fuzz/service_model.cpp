@@ -1,4 +1,5 @@
-// Requests at the virtual service's model: real and other numbers, small arguments, right and wrong lengths.
+// Requests at the virtual service's model, control requests among them: real and other numbers, small
+// arguments, right and wrong lengths.
 #include "fuzz.h"
 
 #include "service/payload_check.h"
@@ -40,7 +41,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
     FuzzedDataProvider input(bytes, size);
     service::Service service({"VIDEO", "VCTL"});
     while (input.remaining_bytes() != 0) {
-        const auto& listed = input.PickValueInArray(messages::kRequests);
+        const auto& listed = input.ConsumeIntegralInRange(0, 7) != 0
+                                 ? input.PickValueInArray(messages::kRequests)
+                                 : input.PickValueInArray(messages::kControlRequests);
         const auto argument = [&] {
             return input.ConsumeBool() ? input.ConsumeIntegralInRange<uint64_t>(0, 4)
                                        : input.ConsumeIntegral<uint64_t>();
@@ -69,7 +72,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
         std::strcpy(envelope.sendProcName, input.ConsumeBool() ? "one" : "other");
         envelope.dataLen = static_cast<uint32_t>(data.size());
         envelope.data = data.data();
-        g_asked = messages::FindRequest(g_head.msgId);
+        g_asked = messages::FindAnyRequest(g_head.msgId);
         service.Handle(envelope);
     }
     return 0;

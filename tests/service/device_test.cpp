@@ -74,6 +74,7 @@ TEST(DeviceFile, ErrorsNameLineKeyAndWhatWasExpected)
         {"[defaults.input]\nparam4 = -2147483649",
          "2: defaults.input.param4: expected -2147483648 to 2147483647, not -2147483649"},
         {"name", "1: "},
+        {"\nn\u00e4me = 1", "2: "},
     };
     for (const auto& [text, error] : rows) {
         EXPECT_EQ(ErrorIn(text).substr(0, std::string(error).size()), error) << text;
@@ -97,6 +98,29 @@ FORKED_TEST(Application, ADeviceFileThatIsWrongIsNotServed)
         EXPECT_EQ(served.status, 2);
         EXPECT_EQ(served.output, error);
     }
+}
+
+TEST(DeviceFile, TheDefaultDeviceHasThePublishedLimits)
+{
+    const DeviceDescription& device = DefaultDevice();
+    const DeviceLimits& limits = device.limits;
+    const std::pair<size_t, int> rows[] = {{device.inputs.size(), VESK_SERVICE_INPUTS},
+                                           {device.outputs.size(), VESK_SERVICE_OUTPUTS},
+                                           {limits.encoders, VESK_SERVICE_MAX_ENCODERS},
+                                           {limits.encodersRunning, VESK_SERVICE_MAX_ENCODERS},
+                                           {limits.decoders, VESK_SERVICE_MAX_ENCODERS},
+                                           {limits.encodersAtSpeed, VESK_SERVICE_ENCODERS_AT_SPEED},
+                                           {limits.overlays, VESK_SERVICE_MAX_OVERLAYS},
+                                           {limits.mice, VESK_SERVICE_MAX_MICE},
+                                           {limits.uvc, VESK_SERVICE_MAX_UVC},
+                                           {limits.loops, VESK_SERVICE_MAX_LOOPS},
+                                           {limits.streams, VESK_SERVICE_MAX_STREAMS},
+                                           {limits.queues, VESK_SERVICE_MAX_QUEUES},
+                                           {limits.ownQueues, VESK_SERVICE_MAX_OWN_QUEUES},
+                                           {limits.presets, VESK_SERVICE_MAX_PRESETS},
+                                           {limits.presetQuery, VESK_SERVICE_MAX_PRESET_QUERY}};
+    for (const auto& [described, published] : rows)
+        EXPECT_EQ(described, static_cast<size_t>(published));
 }
 
 // The example that is installed.

@@ -49,7 +49,7 @@ const std::map<std::string, std::string> kSpecial = {
     {"VO_WINDOW_DESTROY", "NUMBER"},
 };
 
-/// A line that calls a request: 1 for an argument, or what an answer has said about it.
+/// A line that calls a request: 1 for an argument, 0 for a queue, or what an answer has said about it.
 std::string CallOf(const vesk::messages::Request& request)
 {
     const std::string name(ShortName(request.name));
@@ -63,7 +63,9 @@ std::string CallOf(const vesk::messages::Request& request)
         field.path = argument.Name();
         if (argument.IsUsed())
             line += ' ' + field.path +
-                    (IdentityOf(field).empty() || field.path == "queHandle" ? "=1" : "=$" + field.path);
+                    (field.path == "queHandle"   ? "=0"
+                     : IdentityOf(field).empty() ? "=1"
+                                                 : "=$" + field.path);
     }
     return line + (request.payload.kind == vesk::messages::Kind::kText ? " text=/x" : "");
 }
@@ -111,13 +113,15 @@ TEST_F(VeskctlTest, ARunCallsEveryRequest)
 
 TEST_F(VeskctlTest, Scripts)
 {
-    EXPECT_EQ(RunScript("$mine = call OPEN_VO_PORT voPort=0 # a comment\n"
-                        "expect BUSY\nOPEN_VO_PORT voPort=0\n"
-                        "SET_VO_PARAM outEngNo=$mine param0=1920\nVO_START outEngNo=${outEngNo}\n"
-                        "wait DISPLAY_FIRST_FRAME 'portName=HDMI-OUT-?'\n"
-                        "expect OK [0].outEngNo=$mine GET_VO_PORT count=2\nsleep 1\n")
-                  .status,
-              0);
+    EXPECT_EQ(
+        RunScript("$mine = call OPEN_VO_PORT voPort=0 # a comment\n"
+                  "expect BUSY\nOPEN_VO_PORT voPort=0\n"
+                  "SET_VO_PARAM outEngNo=$mine param0=1920\n"
+                  "SET_DEFAULT_IMAGE imageParam1=0 imageParam2=0 text=/image\nVO_START outEngNo=${outEngNo}\n"
+                  "wait DISPLAY_FIRST_FRAME 'portName=HDMI-OUT-?'\n"
+                  "expect OK [0].outEngNo=$mine GET_VO_PORT count=2\nsleep 1\n")
+            .status,
+        0);
     const struct {
         const char* script;
         int status;
@@ -181,6 +185,15 @@ TEST_F(VeskctlTest, StatusesAndOutput)
         {"complete -- call VO_START ''", 0, "outEngNo=\n"},
         {"complete -- wait DISPLAY_FIRST_FRAME port", 0, "portName=\n"},
         {"complete -- call --time", 0, "--timeout\n"},
+        {"list requests", 0,
+         "\n\nno part of the interface; between veskctl and the virtual service:\n16384 "},
+        {"describe CONTROL_NOTIFY", 0, "request 16388, no part of the interface;"},
+        {"call CONTROL_TIME advanceMs=0", 0, "CONTROL_TIME advanceMs=0 -> OK "},
+        {"complete -- device fault ''", 0, "add\nclear\nlist\n"},
+        {"complete -- device fault add VO_START out", 0, "outEngNo=\n"},
+        {"complete -- device fault add VO_START outEngNo=1 result BU", 0, "BUSY\n"},
+        {"complete -- device notify DISPLAY_FIRST_FRAME port", 0, "portName=\n"},
+        {"complete -- device mode input 0 --pe", 0, "--peer\n"},
         {"nonsense", 2, ""},
         {"--version", 0, "veskctl "},
     };
@@ -193,6 +206,56 @@ TEST_F(VeskctlTest, StatusesAndOutput)
     kill(service.Process(), SIGSTOP);
     EXPECT_EQ(Veskctl("call GET_VO_COUNT --timeout 50").status, 5);
     kill(service.Process(), SIGCONT);
+}
+
+TEST_F(VeskctlTest, DeviceIsSteered)
+{
+    const std::string scenario = directory.File("scenario");
+    std::ofstream(scenario) << "[[step]]\non = 'GET_VI_COUNT'\n"
+                               "do = ['fault clear', 'fault add GET_VO_COUNT result 0x1234']\n";
+    std::ofstream(scenario + ".bad") << "[[step]]\nat = 0\ndo = 'fault add'\n";
+    const struct {
+        std::string arguments;
+        int status;
+        std::string output;
+    } rows[] = {
+        {"fault list --json", 0, "[]\n"},
+        {"fault add GET_VO_COUNT length -4 --count 1", 0, "fault 1\n"},
+        {"fault add GET_VO_COUNT delay 1 --json", 0, "{\"fault\":2}\n"},
+        {"fault list", 0,
+         "1  GET_VO_COUNT length -4 --count 1  (matched 0, changed 0)\n"
+         "2  GET_VO_COUNT delay 1  (matched 0, changed 0)\n"},
+        {"fault clear 7", 3, "veskctl: the service refused CONTROL_FAULT_CLEAR: NUMBER (0x203)"},
+        {"fault add GET_VO_COUNT drop", 2,
+         "veskctl: drop is an effect of notifications; GET_VO_COUNT is a request"},
+        {"fault add", 2, "MATCH EFFECT is required"},
+        {"notify 208", 0, "sent to 0 clients\n"},
+        {"time 5", 3, "veskctl: the service refused CONTROL_TIME: STATE (0x205)"},
+        {"scenario " + scenario + ".bad", 2,
+         "veskctl: " + scenario + ".bad:3: step[0].do: MATCH EFFECT is required"},
+        {"scenario " + scenario, 0, ""},
+        {"plug input 1 --mode 640x480@30", 0, ""},
+        {"mode input 1 0x1@1", 2, "veskctl: '0x1@1': expected a mode"},
+        {"unplug input 1", 0, ""},
+        {"unplug input 1", 3, "veskctl: the service refused CONTROL_UNPLUG: STATE (0x205)"},
+    };
+    for (const auto& row : rows) {
+        const Result result = Veskctl("device " + row.arguments);
+        EXPECT_EQ(result.status, row.status) << row.arguments;
+        EXPECT_TRUE(result.output.starts_with(row.output)) << row.arguments << ": " << result.output;
+    }
+    const Result script =
+        RunScript("GET_VI_COUNT\nexpect 0x1234 GET_VO_COUNT\ndevice notify 208\nwait 208\n"
+                  "device fault list\n$rule = device fault add EXIT result OK\n"
+                  "device fault clear $rule\ndevice reset\nwait VIDEO_ACTIVATE\nGET_VO_COUNT");
+    EXPECT_EQ(script.status, 0) << script.output;
+    EXPECT_EQ(service.Wait(SIGTERM), 0);
+    const std::string program = VESK_EMULATOR " " VESK_SERVICE_PATH " --scenario ";
+    EXPECT_EQ(Shell(program + scenario + ".bad").status, 2);
+    Child second = Start(VESK_SERVICE_PATH, "--scenario", scenario.c_str());
+    second.ExpectOutput("serving");
+    EXPECT_EQ(Veskctl("call GET_VI_COUNT").status, 0);
+    EXPECT_EQ(Veskctl("call GET_VO_COUNT").status, 3);
 }
 
 TEST_F(VeskctlTest, AMonitorEndsWhenItIsInterrupted)

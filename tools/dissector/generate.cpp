@@ -1,5 +1,6 @@
 // Writes the tables of the Wireshark dissector: messages, records and result codes, as Lua.
 #include "decoder/decoder.h"
+#include "vesk_service/control_list.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -64,12 +65,15 @@ void PrintMessage(const Decoder& decoder, Direction direction, uint32_t number)
     std::printf("%s},\n", isText ? ", isText = true" : "");
 }
 
-template <class Table>
-void PrintMessages(const Decoder& decoder, const char* name, Direction direction, const Table& table)
+template <class Message>
+void PrintMessages(const Decoder& decoder, const char* name, Direction direction,
+                   std::span<const Message> listed, std::span<const Message> control)
 {
     std::printf("local %s = {\n", name);
-    for (const auto& entry : table)
-        PrintMessage(decoder, direction, entry.number);
+    for (const auto& table : {listed, control}) {
+        for (const Message& message : table)
+            PrintMessage(decoder, direction, message.number);
+    }
     std::printf("}\n");
 }
 
@@ -80,9 +84,12 @@ int main()
     const Decoder decoder;
     std::printf("-- The messages between applications and the video service, for Wireshark. Generated.\n");
     PrintRecords(decoder);
-    PrintMessages(decoder, "requests", Direction::kRequest, messages::kRequests);
-    PrintMessages(decoder, "answers", Direction::kAnswer, messages::kRequests);
-    PrintMessages(decoder, "notifications", Direction::kNotification, messages::kNotifications);
+    const std::span<const messages::Request> requests = messages::kRequests;
+    const std::span<const messages::Request> control = messages::kControlRequests;
+    PrintMessages(decoder, "requests", Direction::kRequest, requests, control);
+    PrintMessages(decoder, "answers", Direction::kAnswer, requests, control);
+    PrintMessages<messages::Notification>(decoder, "notifications", Direction::kNotification,
+                                          messages::kNotifications, messages::kControlNotifications);
     std::printf("local results = {\n");
     for (const ResultCode& result : ResultCodes())
         std::printf("  [%u] = %s,\n", result.code, Quoted(ResultName(result.code)).c_str());

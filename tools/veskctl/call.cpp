@@ -1,16 +1,11 @@
 // The subcommand "call": sends one request and shows its answer.
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
-
-#include <cerrno>
-#include <cstring>
-#include <fstream>
-#include <iostream>
+#include "vesk_service/control_list.h"
 
 namespace vesk::ctl {
 
 using namespace tools;
-using nlohmann::ordered_json;
 
 namespace {
 
@@ -21,21 +16,6 @@ struct Options {
     std::optional<std::string> raw;
     uint32_t timeoutMs = VESK_VIDEO_SYNC_TIMEOUT;
 };
-
-ordered_json ReadJson(const std::string& path)
-{
-    std::ifstream file;
-    if (path != "-") {
-        file.open(path);
-        if (!file)
-            throw Error(path + ": " + std::strerror(errno));
-    }
-    try {
-        return ordered_json::parse(path == "-" ? std::cin : file);
-    } catch (const ordered_json::exception& error) {
-        throw Error(path + ": " + error.what());
-    }
-}
 
 Prepared PrepareCall(const Decoder& decoder, const Options& options)
 {
@@ -66,7 +46,7 @@ int RunCall(Settings& settings, const Options& options)
     const Decoder& decoder = settings.Decoder();
     const Prepared request = Usage([&] { return PrepareCall(decoder, options); });
     Client client(settings.service, Client::Interrupt::kEndsProgram);
-    if (request.number != VESK_VIDEO_MSG_INIT)
+    if (request.number != VESK_VIDEO_MSG_INIT && !messages::IsControl(request.number))
         client.Announce(options.timeoutMs);
     const Call call = Perform(client, decoder, request, options.timeoutMs);
     if (settings.json)

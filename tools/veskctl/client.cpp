@@ -23,6 +23,7 @@ using tools::BytesView;
 namespace {
 
 constexpr uint32_t kQueueDepth = 1024;
+constexpr size_t kMostWaiting = 65536; // notifications; then the service sees that we do not read
 
 /// What the receive thread, which never ends, and the signal thread leave for the client.
 struct Inbox {
@@ -43,7 +44,8 @@ uint32_t OnNotification(OsMsgEnvelope* message)
 {
     const auto* data = static_cast<const std::byte*>(message->data);
     Inbox& inbox = TheInbox();
-    const std::lock_guard guard(inbox.lock);
+    std::unique_lock guard(inbox.lock);
+    inbox.changed.wait(guard, [&] { return inbox.arrived.size() < kMostWaiting; });
     inbox.arrived.push_back(
         {message->msgId, Bytes(data, data + message->dataLen), std::chrono::system_clock::now()});
     inbox.changed.notify_all();
@@ -204,6 +206,8 @@ std::optional<Arrived> Client::Next(std::optional<Clock::time_point> deadline)
         return std::nullopt;
     Arrived next = std::move(inbox.arrived.front());
     inbox.arrived.pop_front();
+    if (inbox.arrived.size() == kMostWaiting - 1)
+        inbox.changed.notify_all();
     return next;
 }
 

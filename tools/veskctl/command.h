@@ -51,7 +51,7 @@ private:
 using Run = std::function<int()>;
 
 /// What the words after a subcommand name, for completion in a shell.
-enum class Words { kNone, kRequest, kNotification, kAnything, kLists };
+enum class Words { kNone, kRequest, kNotification, kAnything, kLists, kFault, kDirection };
 
 /// A subcommand. Each has a source of its own and a row in kCommands.
 struct Command {
@@ -65,6 +65,10 @@ struct Command {
 
 /// All subcommands, in the order in which the help lists them.
 std::span<const Command* const> Commands();
+
+/// Declares subcommands. What remains to be done for the one on the command line is passed to @p chosen.
+void Declare(CLI::App& app, Settings& settings, std::span<const Command* const> commands,
+             const std::function<void(Run)>& chosen);
 
 /// Declares all options and subcommands. The subcommand that is given on the command line sets @p run.
 void Declare(CLI::App& app, Settings& settings, Run& run);

@@ -1,6 +1,7 @@
 // The hidden subcommand "complete": what can follow on a command line.
 #include "tools/veskctl/completion.h"
 
+#include "control/fault.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
 #include "tools/veskctl/script.h"
@@ -15,19 +16,17 @@ namespace {
 
 using List = std::vector<std::string>;
 
-List RequestNames()
+List Texts(const std::vector<std::string_view>& names)
 {
-    List names;
-    for (const messages::Request& request : messages::kRequests)
-        names.insert(names.end(), {std::string(ShortName(request.name)), request.function});
-    return names;
+    return {names.begin(), names.end()};
 }
 
-List NotificationNames()
+/// Requests, with their functions, and notifications.
+List MessageNames()
 {
-    List names;
-    for (const messages::Notification& notification : messages::kNotifications)
-        names.emplace_back(ShortName(notification.name));
+    List names = Texts(RequestNames());
+    for (const std::string_view notification : NotificationNames())
+        names.emplace_back(notification);
     return names;
 }
 
@@ -70,9 +69,7 @@ List Fields(const Decoder& decoder, Direction direction, uint32_t number)
 
 List Everything(const Decoder& decoder)
 {
-    List names = RequestNames();
-    const List notifications = NotificationNames();
-    names.insert(names.end(), notifications.begin(), notifications.end());
+    List names = MessageNames();
     for (const auto& [name, record] : decoder.Records().All())
         names.push_back(name);
     for (const ResultCode& code : ResultCodes())
@@ -80,25 +77,54 @@ List Everything(const Decoder& decoder)
     return names;
 }
 
+List RequestFields(const Decoder& decoder, const std::string& name)
+{
+    const messages::Request* request = FindRequest(name);
+    return request == nullptr ? List() : Fields(decoder, Direction::kRequest, request->number);
+}
+
+List NotificationFields(const Decoder& decoder, const std::string& name)
+{
+    const messages::Notification* notification = FindNotification(name);
+    return notification == nullptr ? List() : Fields(decoder, Direction::kNotification, notification->number);
+}
+
+/// What can follow the words of a fault: a message, its fields, an effect, a result code.
+List FaultCandidates(const Decoder& decoder, const List& before)
+{
+    if (before.empty()) {
+        List names = MessageNames();
+        std::erase_if(names, [](const std::string& name) { return name.starts_with("CONTROL_"); });
+        names.emplace_back("*");
+        return names;
+    }
+    const auto isCondition = [](const std::string& word) { return word.find('=') != word.npos; };
+    if (!std::all_of(before.begin() + 1, before.end(), isCondition))
+        return before.back() == "result" ? ResultNames() : List();
+    List names = Texts(control::EffectNames());
+    for (const List& fields : {RequestFields(decoder, before[0]), NotificationFields(decoder, before[0])})
+        names.insert(names.end(), fields.begin(), fields.end());
+    return names;
+}
+
 /// What can follow a subcommand, given the words before that are no options.
 List Candidates(const Decoder& decoder, Words words, const List& before)
 {
-    if (words == Words::kRequest && !before.empty()) {
-        const messages::Request* request = FindRequest(before[0]);
-        return request == nullptr ? List() : Fields(decoder, Direction::kRequest, request->number);
-    }
-    if (words == Words::kNotification && !before.empty()) {
-        const messages::Notification* notification = FindNotification(before[0]);
-        return notification == nullptr ? List()
-                                       : Fields(decoder, Direction::kNotification, notification->number);
-    }
+    if (words == Words::kRequest && !before.empty())
+        return RequestFields(decoder, before[0]);
+    if (words == Words::kNotification && !before.empty())
+        return NotificationFields(decoder, before[0]);
+    if (words == Words::kFault)
+        return FaultCandidates(decoder, before);
     if (!before.empty())
         return {};
     switch (words) {
+    case Words::kDirection:
+        return {"input", "output"};
     case Words::kRequest:
-        return RequestNames();
+        return Texts(RequestNames());
     case Words::kNotification:
-        return NotificationNames();
+        return Texts(NotificationNames());
     case Words::kAnything:
         return Everything(decoder);
     case Words::kLists:
@@ -125,6 +151,32 @@ List StartingWith(List names, const std::string& start)
     return names;
 }
 
+/// What follows the subcommands of "device" that control/commands.h declares.
+constexpr std::pair<std::string_view, Words> kDeviceWords[] = {
+    {"device plug", Words::kDirection},  {"device unplug", Words::kDirection},
+    {"device mode", Words::kDirection},  {"device notify", Words::kNotification},
+    {"device fault add", Words::kFault},
+};
+
+Words WordsAfter(const std::string& path)
+{
+    for (const Command* command : Commands()) {
+        if (path == command->name)
+            return command->words;
+    }
+    for (const auto& [known, words] : kDeviceWords) {
+        if (path == known)
+            return words;
+    }
+    return Words::kNone;
+}
+
+/// The subcommands of an app that are shown.
+std::vector<CLI::App*> Subcommands(CLI::App& app)
+{
+    return app.get_subcommands([](const CLI::App* subcommand) { return !subcommand->get_group().empty(); });
+}
+
 } // namespace
 
 List Complete(const List& words)
@@ -134,36 +186,35 @@ List Complete(const List& words)
     CLI::App app("", "veskctl");
     Declare(app, settings, run);
     const std::string& last = words.back();
-    const auto isOption = [](const std::string& word) { return word.starts_with('-'); };
-    const auto named = std::find_if_not(words.begin(), words.end() - 1, isOption);
-    List names;
-    if (named == words.end() - 1) {
-        for (const Command* command : Commands()) {
-            if (*command->summary != '\0')
-                names.emplace_back(command->name);
+    List options;
+    AddOptions(app, options);
+    CLI::App* at = &app;
+    std::string path;
+    List before; // what follows the subcommands and is no option
+    for (auto word = words.begin(); word != words.end() - 1; ++word) {
+        if (word->starts_with('-'))
+            continue;
+        const std::vector<CLI::App*> known = Subcommands(*at);
+        const auto named = std::find_if(known.begin(), known.end(),
+                                        [&](const CLI::App* one) { return one->get_name() == *word; });
+        if (named == known.end()) {
+            before.push_back(*word);
+            continue;
         }
-        if (isOption(last))
-            AddOptions(app, names);
-        return StartingWith(names, last);
+        at = *named;
+        AddOptions(*at, options);
+        path += (path.empty() ? "" : " ") + *word;
     }
-    const auto command = std::find_if(Commands().begin(), Commands().end(),
-                                      [&](const Command* known) { return known->name == *named; });
-    if (command == Commands().end())
-        return {};
-    if (isOption(last)) {
-        AddOptions(app, names);
-        AddOptions(*app.get_subcommand(*named), names);
-        return StartingWith(names, last);
+    if (last.starts_with('-'))
+        return StartingWith(options, last);
+    if (words.size() > 1 && words.end()[-2] == "--match")
+        return StartingWith(MessageNames(), last);
+    List names = Candidates(settings.Decoder(), WordsAfter(path), before);
+    for (const CLI::App* subcommand : Subcommands(*at)) {
+        if (before.empty())
+            names.push_back(subcommand->get_name());
     }
-    if (words.end()[-2] == "--match") {
-        names = RequestNames();
-        const List notifications = NotificationNames();
-        names.insert(names.end(), notifications.begin(), notifications.end());
-        return StartingWith(names, last);
-    }
-    List before(named + 1, words.end() - 1);
-    std::erase_if(before, isOption);
-    return StartingWith(Candidates(settings.Decoder(), (*command)->words, before), last);
+    return StartingWith(names, last);
 }
 
 List CompletePrompt(const List& words)
@@ -172,11 +223,13 @@ List CompletePrompt(const List& words)
     const Decoder& decoder = s_settings.Decoder();
     const std::string& last = words.back();
     if (words.size() == 1) {
-        List names = RequestNames();
+        List names = Texts(RequestNames());
         names.insert(names.end(), std::begin(kVerbs), std::end(kVerbs));
         return StartingWith(names, last);
     }
     const List before(words.begin() + 1, words.end() - 1);
+    if (words[0] == "device")
+        return Complete(words);
     if (words[0] == "wait")
         return StartingWith(Candidates(decoder, Words::kNotification, before), last);
     if (words[0] == "describe")
@@ -184,7 +237,7 @@ List CompletePrompt(const List& words)
     if (words[0] == "list")
         return StartingWith(Candidates(decoder, Words::kLists, before), last);
     if (words[0] == "expect")
-        return StartingWith(before.empty() ? ResultNames() : RequestNames(), last);
+        return StartingWith(before.empty() ? ResultNames() : Texts(RequestNames()), last);
     return StartingWith(Candidates(decoder, Words::kRequest, {words.begin(), words.end() - 1}), last);
 }
 

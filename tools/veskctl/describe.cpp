@@ -2,6 +2,7 @@
 #include "decoder/text.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
+#include "vesk_service/control_list.h"
 
 #include <algorithm>
 
@@ -87,7 +88,9 @@ ordered_json DescribeMessage(const Decoder& decoder, Direction direction, uint32
     ordered_json json{{"kind", isRequest ? "request" : "notification"},
                       {"name", listing.fullName},
                       {"number", listing.number}};
-    if (isRequest)
+    if (messages::IsControl(number))
+        json["control"] = true;
+    else if (isRequest)
         json["function"] = listing.function;
     json["arguments"] = DescribeArguments(listing);
     json["payload"] = DescribeForm(decoder, listing);
@@ -124,11 +127,9 @@ ordered_json DescribeAll(const Decoder& decoder, const std::string& name)
 
 [[noreturn]] void RefuseUnknown(const Decoder& decoder, const std::string& name)
 {
-    std::vector<std::string_view> known;
-    for (const messages::Request& request : messages::kRequests)
-        known.insert(known.end(), {ShortName(request.name), request.function});
-    for (const messages::Notification& notification : messages::kNotifications)
-        known.push_back(ShortName(notification.name));
+    std::vector<std::string_view> known = RequestNames();
+    for (const std::string_view notification : NotificationNames())
+        known.push_back(notification);
     for (const auto& [record, type] : decoder.Records().All())
         known.push_back(record);
     for (const ResultCode& result : ResultCodes())
@@ -199,6 +200,8 @@ void Print(const ordered_json& thing)
                 thing["number"].dump().c_str());
     if (thing.contains("function"))
         std::printf(", sent by %s", thing["function"].get<std::string>().c_str());
+    if (thing.contains("control"))
+        std::printf(", no part of the interface; it is between veskctl and the virtual service");
     std::printf("\n");
     for (const ordered_json& argument : thing["arguments"])
         std::printf("  %-10s %s %s\n", argument["field"].get<std::string>().c_str(),

@@ -1,8 +1,14 @@
 // Requests and notifications as the subcommands send, receive and show them.
 #include "tools/veskctl/exchange.h"
 
+#include "vesk_service/control_list.h"
+
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iostream>
 
 namespace vesk::ctl {
 
@@ -38,7 +44,7 @@ Prepared Prepare(const Decoder& decoder, const std::string& name, const std::vec
         request.number = static_cast<uint32_t>(*number);
     else
         request.number = RequestNamed(name).number;
-    if (const messages::Request* listed = messages::FindRequest(request.number))
+    if (const messages::Request* listed = messages::FindAnyRequest(request.number))
         request.isAnswered = listed->answer.kind != messages::Kind::kUnanswered;
     if (raw != nullptr)
         request.data = decoder.EncodeRaw(Direction::kRequest, request.number, fields, *raw);
@@ -70,6 +76,9 @@ void RequireOk(const Call& call)
     if (!call.answer)
         return;
     if (const uint32_t result = call.answer->result; result != VESK_VIDEO_OK) {
+        if (result == VESK_SERVICE_ERR_REQUEST && messages::IsControl(call.request.number))
+            throw Failure(kRefused, "the service cannot be steered this way: it does not know " +
+                                        NameOf(call.request) + ": " + ResultText(result));
         std::string text = "the service refused " + NameOf(call.request) + ": " + ResultText(result);
         for (const ResultCode& known : ResultCodes()) {
             if (known.code == result)
@@ -118,6 +127,21 @@ ordered_json ArrivedJson(const Decoded& notification, const Arrived& arrived)
     ordered_json json{{"time", std::chrono::duration<double>(arrived.time.time_since_epoch()).count()}};
     json.update(ToJson(notification));
     return json;
+}
+
+ordered_json ReadJson(const std::string& path)
+{
+    std::ifstream file;
+    if (path != "-") {
+        file.open(path);
+        if (!file)
+            throw Error(path + ": " + std::strerror(errno));
+    }
+    try {
+        return ordered_json::parse(path == "-" ? std::cin : file);
+    } catch (const ordered_json::exception& error) {
+        throw Error(path + ": " + error.what());
+    }
 }
 
 void PrintLine(const std::string& line)

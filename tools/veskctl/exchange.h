@@ -44,6 +44,9 @@ tools::Decoded DecodeArrived(const tools::Decoder& decoder, const Arrived& arriv
 /// A notification with the time of its arrival, in seconds since 1970.
 nlohmann::ordered_json ArrivedJson(const tools::Decoded& notification, const Arrived& arrived);
 
+/// Reads a JSON document; - is standard input. @throw Error
+nlohmann::ordered_json ReadJson(const std::string& path);
+
 /// Prints one line and makes it visible at once.
 void PrintLine(const std::string& line);
 

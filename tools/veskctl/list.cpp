@@ -2,6 +2,8 @@
 #include "decoder/text.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
+#include "tools/veskctl/table.h"
+#include "vesk_service/control_list.h"
 
 namespace vesk::ctl {
 
@@ -9,36 +11,6 @@ using namespace tools;
 using nlohmann::ordered_json;
 
 namespace {
-
-/// Rows of text whose columns are aligned, but for the last.
-class Table {
-public:
-    void Add(std::vector<std::string> row)
-    {
-        widths_.resize(std::max(widths_.size(), row.size()));
-        for (size_t i = 0; i < row.size(); ++i)
-            widths_[i] = std::max(widths_[i], row[i].size());
-        rows_.push_back(std::move(row));
-    }
-
-    void Print() const
-    {
-        for (const std::vector<std::string>& row : rows_) {
-            std::string line;
-            for (size_t i = 0; i < row.size(); ++i) {
-                line += row[i];
-                if (i + 1 < row.size())
-                    line.append(widths_[i] + 2 - row[i].size(), ' ');
-            }
-            line.erase(line.find_last_not_of(' ') + 1);
-            PrintLine(line);
-        }
-    }
-
-private:
-    std::vector<std::vector<std::string>> rows_;
-    std::vector<size_t> widths_;
-};
 
 template <class Message>
 std::string ArgumentNames(const Message& message)
@@ -51,10 +23,10 @@ std::string ArgumentNames(const Message& message)
     return names;
 }
 
-ordered_json ListRequests()
+ordered_json ListRequests(std::span<const messages::Request> requests)
 {
     ordered_json rows;
-    for (const messages::Request& request : messages::kRequests)
+    for (const messages::Request& request : requests)
         rows.push_back({{"number", uint32_t{request.number}},
                         {"name", ShortName(request.name)},
                         {"function", request.function},
@@ -62,10 +34,10 @@ ordered_json ListRequests()
     return rows;
 }
 
-ordered_json ListNotifications()
+ordered_json ListNotifications(std::span<const messages::Notification> notifications)
 {
     ordered_json rows;
-    for (const messages::Notification& notification : messages::kNotifications)
+    for (const messages::Notification& notification : notifications)
         rows.push_back({{"number", uint32_t{notification.number}},
                         {"name", ShortName(notification.name)},
                         {"payload", notification.payload.type},
@@ -105,16 +77,20 @@ void PrintRows(const ordered_json& rows)
             cells.push_back(value.is_string() ? value.get<std::string>() : value.dump());
         table.Add(std::move(cells));
     }
-    table.Print();
+    table.Print("");
 }
 
 int RunList(Settings& settings, const std::string& what)
 {
     ordered_json lists;
-    if (what.empty() || what == "requests")
-        lists["requests"] = ListRequests();
-    if (what.empty() || what == "notifications")
-        lists["notifications"] = ListNotifications();
+    if (what.empty() || what == "requests") {
+        lists["requests"] = ListRequests(messages::kRequests);
+        lists["controlRequests"] = ListRequests(messages::kControlRequests);
+    }
+    if (what.empty() || what == "notifications") {
+        lists["notifications"] = ListNotifications(messages::kNotifications);
+        lists["controlNotifications"] = ListNotifications(messages::kControlNotifications);
+    }
     if (what.empty() || what == "records")
         lists["records"] = ListRecords(settings.Decoder());
     if (what.empty() || what == "results")
@@ -124,7 +100,9 @@ int RunList(Settings& settings, const std::string& what)
         return kDone;
     }
     for (const auto& [name, rows] : lists.items()) {
-        if (what.empty())
+        if (name == "controlRequests" || name == "controlNotifications")
+            PrintLine("\nno part of the interface; between veskctl and the virtual service:");
+        else if (what.empty())
             PrintLine((name == "requests" ? "" : "\n") + name + ':');
         PrintRows(rows);
     }

@@ -10,9 +10,9 @@ namespace {
 
 /// One row a subcommand, in the order in which the help lists them.
 constexpr const Command* kCommands[] = {
-    &kList,     &kDescribe, &kCall, &kRun, &kMonitor, &kWait, &kTrace, &kDecode, &kReplay,
+    &kList,     &kDescribe,   &kCall, &kRun, &kMonitor, &kWait, &kTrace, &kDecode, &kReplay, &kDevice,
 #ifdef VESK_HOST_PLATFORM
-    &kServe,
+    &kServe,    &kWithDevice,
 #endif
     &kComplete,
 };
@@ -42,12 +42,18 @@ void Declare(CLI::App& app, Settings& settings, Run& run)
     app.add_option("--records", settings.recordFiles, "File that describes opaque records; see veskctl(1)")
         ->allow_extra_args(false);
     app.add_option("--service", settings.service, "Process and task of the service")->capture_default_str();
-    for (const Command* command : kCommands) {
+    Declare(app, settings, kCommands, [&run](const Run& chosen) { run = chosen; });
+}
+
+void Declare(CLI::App& app, Settings& settings, std::span<const Command* const> commands,
+             const std::function<void(Run)>& chosen)
+{
+    for (const Command* command : commands) {
         CLI::App* subcommand = app.add_subcommand(command->name, command->summary);
         subcommand->footer(std::string("Example:\n") + command->example);
         if (*command->summary == '\0')
             subcommand->group("");
-        subcommand->callback([&run, toRun = command->add(*subcommand, settings)] { run = toRun; });
+        subcommand->callback([chosen, toRun = command->add(*subcommand, settings)] { chosen(toRun); });
     }
 }
 

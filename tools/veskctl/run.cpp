@@ -101,7 +101,7 @@ Run Add(CLI::App& app, Settings& settings)
 const std::string s_example = std::string("  veskctl run script.vesk\n"
                                           "  veskctl run - <<'END'\n"
                                           "  $engine = OPEN_VO_PORT voPort=0\n"
-                                          "  SET_VO_PARAM outEngNo=$engine param0=1920 param1=1080\n"
+                                          "  SET_DEFAULT_IMAGE imageParam1=0 imageParam2=0 text=/image.png\n"
                                           "  VO_START outEngNo=$engine\n"
                                           "  wait DISPLAY_FIRST_FRAME portName=HDMI-OUT-1\n"
                                           "  expect STATE VO_START outEngNo=$engine\n"

@@ -1,7 +1,9 @@
 // The lines of "run": calls, waits and expectations.
 #include "tools/veskctl/script.h"
 
+#include "control/commands.h"
 #include "decoder/filter.h"
+#include "decoder/words.h"
 
 #include <algorithm>
 #include <regex>
@@ -27,6 +29,20 @@ uint32_t ParseMilliseconds(const std::string& text)
     return static_cast<uint32_t>(*number);
 }
 
+/// "NAME FIELD=VALUE ..." or "device WORDS"
+Prepared PrepareCall(const Decoder& decoder, const std::vector<std::string>& words)
+{
+    const std::vector<std::string> rest(words.begin() + 1, words.end());
+    if (words[0] == "device") {
+        control::ControlMessage message = control::ControlMessageOf(decoder, rest);
+        return {message.number, true, std::move(message.data)};
+    }
+    std::vector<Assignment> fields;
+    for (const std::string& word : rest)
+        fields.push_back(ParseAssignment(word));
+    return Prepare(decoder, words[0], fields);
+}
+
 Clock::time_point After(uint32_t milliseconds)
 {
     return Clock::now() + std::chrono::milliseconds(milliseconds);
@@ -49,7 +65,8 @@ void Session::Execute(const std::string& line)
     const bool isKeeping = std::regex_match(line, match, s_keeping);
     if (isKeeping)
         variable = match[1];
-    WordList words = Split(isKeeping ? match[2].str() : line);
+    WordList words = SplitWords(isKeeping ? match[2].str() : line,
+                                [this](std::string_view& rest) { return Substitute(rest); });
     ShowArrived();
     if (words.empty())
         return;
@@ -60,7 +77,8 @@ void Session::Execute(const std::string& line)
         throw Error("call: expected the name of a request");
     if (verb == "expect")
         ExecuteExpect(words, variable);
-    else if (isKeeping || std::find(std::begin(kVerbs), std::end(kVerbs), words[0]) == std::end(kVerbs))
+    else if (isKeeping || verb == "device" ||
+             std::find(std::begin(kVerbs), std::end(kVerbs), words[0]) == std::end(kVerbs))
         ExecuteCall(words, variable);
     else if (verb == "wait")
         ExecuteWait(words);
@@ -74,46 +92,6 @@ void Session::Finish() const
 {
     if (expectation_)
         throw Failure(kFailed, "no call follows 'expect " + ResultText(expectation_->code) + "'");
-}
-
-/// Splits a line as a shell does: quotes, backslashes, variables, a comment.
-Session::WordList Session::Split(std::string_view line) const
-{
-    WordList words;
-    std::string word;
-    bool isWord = false;
-    char quote = '\0';
-    while (!line.empty()) {
-        const char c = line[0];
-        line.remove_prefix(1);
-        if (quote == '\0' && (c == ' ' || c == '\t' || c == '\r')) {
-            if (isWord)
-                words.push_back(std::move(word));
-            word.clear();
-            isWord = false;
-            continue;
-        }
-        if (quote == '\0' && c == '#' && !isWord)
-            break;
-        isWord = true;
-        if (c == quote) {
-            quote = '\0';
-        } else if (quote == '\0' && (c == '"' || c == '\'')) {
-            quote = c;
-        } else if (c == '\\' && quote != '\'' && !line.empty()) {
-            word += line[0];
-            line.remove_prefix(1);
-        } else if (c == '$' && quote != '\'') {
-            word += Substitute(line);
-        } else {
-            word += c;
-        }
-    }
-    if (quote != '\0')
-        throw Error(std::string("a quote ") + quote + " is not closed");
-    if (isWord)
-        words.push_back(std::move(word));
-    return words;
 }
 
 /// Takes the name of a variable from the start of @p rest and returns its value.
@@ -142,10 +120,7 @@ std::string Session::Substitute(std::string_view& rest) const
 
 void Session::ExecuteCall(const WordList& words, const std::string& variable)
 {
-    std::vector<Assignment> fields;
-    for (size_t i = 1; i < words.size(); ++i)
-        fields.push_back(ParseAssignment(words[i]));
-    const Call call = Perform(client_, decoder_, Prepare(decoder_, words[0], fields), timeoutMs_);
+    const Call call = Perform(client_, decoder_, PrepareCall(decoder_, words), timeoutMs_);
     PrintLine(settings_.json ? Dump(CallJson(call)) : CallLine(decoder_, call));
     Judge(call);
     if (call.answer)

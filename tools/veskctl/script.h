@@ -9,7 +9,7 @@
 namespace vesk::ctl {
 
 /// Words that begin a line, besides names of requests.
-inline constexpr const char* kVerbs[] = {"call", "describe", "expect", "list", "sleep", "wait"};
+inline constexpr const char* kVerbs[] = {"call", "describe", "device", "expect", "list", "sleep", "wait"};
 
 /// What "run --help", the prompt's "help" and the manual page say about lines.
 inline constexpr char kLineHelp[] =
@@ -19,6 +19,8 @@ inline constexpr char kLineHelp[] =
     "  expect CODE [FIELD=VALUE ...] [NAME ...]  what the call, here or on a later line, must answer\n"
     "  wait EVENT [FIELD=VALUE ...] [timeout=MS] wait for a notification that no earlier wait has taken\n"
     "  sleep MS                           let time pass\n"
+    "  device WORDS                       steer the virtual device, as 'veskctl device' does with one "
+    "message\n"
     "  list ..., describe NAME            as on the command line\n"
     "  # comment\n"
     "Each field of an answer also stands for itself afterwards: $outEngNo, ${[0].port}.\n"
@@ -50,7 +52,6 @@ private:
         std::vector<std::string> conditions;
     };
 
-    WordList Split(std::string_view line) const;
     std::string Substitute(std::string_view& rest) const;
     void ExecuteCall(const WordList& words, const std::string& variable);
     void Judge(const Call& call);

@@ -2,12 +2,12 @@
 #include "tools/recording/reader.h"
 #include "tools/recording/writer.h"
 #include "tools/veskctl/commands.h"
+#include "tools/veskctl/program.h"
 #include "tools/veskctl/program_text.h"
 #include "tools/veskctl/transcript.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -97,69 +97,14 @@ private:
     recording::Reader reader_;
 };
 
-/// An application under the tracer.
-class Application {
-public:
-    /// @throw Failure with the status of a shell if it cannot be started
-    Application(const std::vector<std::string>& words, const std::string& file)
-    {
-        std::string preload = TracerPath();
-        if (const char* others = std::getenv("LD_PRELOAD"); others != nullptr && *others != '\0')
-            preload += ':' + std::string(others);
-        std::vector<char*> arguments;
-        for (const std::string& word : words)
-            arguments.push_back(const_cast<char*>(word.c_str()));
-        arguments.push_back(nullptr);
-
-        sigemptyset(&awaited_);
-        for (const int signal : {SIGCHLD, SIGTERM, SIGHUP})
-            sigaddset(&awaited_, signal);
-        sigset_t before;
-        sigprocmask(SIG_BLOCK, &awaited_, &before);
-
-        int failure[2]; // carries errno if the program cannot be executed
-        if (pipe2(failure, O_CLOEXEC) != 0 || (process_ = fork()) < 0)
-            throw Failure(kFailed, std::string("cannot start a process: ") + std::strerror(errno));
-        if (process_ == 0) {
-            sigprocmask(SIG_SETMASK, &before, nullptr);
-            setenv("LD_PRELOAD", preload.c_str(), 1);
-            setenv("VESK_TRACE_FILE", file.c_str(), 1);
-            execvp(arguments[0], arguments.data());
-            const int error = errno;
-            (void)!write(failure[1], &error, sizeof error);
-            _exit(1);
-        }
-        close(failure[1]);
-        int error = 0;
-        const ssize_t got = read(failure[0], &error, sizeof error);
-        close(failure[0]);
-        if (got == sizeof error) {
-            waitpid(process_, nullptr, 0);
-            throw Failure(error == ENOENT ? kNotFound : kNotExecutable,
-                          "cannot start '" + words[0] + "': " + std::strerror(error));
-        }
-        // The terminal sends these to both; it is the application's to decide.
-        std::signal(SIGINT, SIG_IGN);
-        std::signal(SIGQUIT, SIG_IGN);
-    }
-
-    /// Waits for at most 20 ms. Returns the exit status, as a shell gives it, once the application has ended.
-    std::optional<int> Wait()
-    {
-        constexpr timespec kPause{0, 20000000};
-        const int signal = sigtimedwait(&awaited_, nullptr, &kPause);
-        if (signal == SIGTERM || signal == SIGHUP)
-            kill(process_, signal);
-        int status = 0;
-        if (waitpid(process_, &status, WNOHANG) != process_)
-            return std::nullopt;
-        return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
-    }
-
-private:
-    pid_t process_ = -1;
-    sigset_t awaited_;
-};
+/// What the application gets in its environment.
+Program::Options TracerOptions(const std::string& file)
+{
+    std::string preload = TracerPath();
+    if (const char* others = std::getenv("LD_PRELOAD"); others != nullptr && *others != '\0')
+        preload += ':' + std::string(others);
+    return {.environment = {{"LD_PRELOAD", preload}, {"VESK_TRACE_FILE", file}}};
+}
 
 int RunTrace(Settings& settings, const Options& options)
 {
@@ -167,10 +112,17 @@ int RunTrace(Settings& settings, const Options& options)
     // Like the application's own messages to its user, these leave its standard output alone.
     Transcript transcript(settings, options.shown, isLive ? stderr : nullptr);
     RecordingFile file(options);
-    Application application(options.application, file.Path());
+    const AwaitedSignals signals{SIGCHLD, SIGTERM, SIGHUP};
+    Program application(options.application, signals, TracerOptions(file.Path()));
+    // The terminal sends these to both; it is the application's to decide.
+    std::signal(SIGINT, SIG_IGN);
+    std::signal(SIGQUIT, SIG_IGN);
     std::optional<int> status;
     while (!status) {
-        status = application.Wait();
+        const int signal = signals.Take(std::chrono::milliseconds(20)).si_signo;
+        if (signal == SIGTERM || signal == SIGHUP)
+            application.Signal(signal);
+        status = application.Status();
         if (isLive)
             file.Drain(transcript);
     }

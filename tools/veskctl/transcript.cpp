@@ -33,10 +33,12 @@ std::string Ending(const Exchange& exchange, const Decoder& decoder, const Decod
         text = " -> " + Line(decoder, *answer);
     else if (exchange.begin.isSent && end.platformResult != 0)
         text = " -> no answer: " + ResultText(end.platformResult);
-    else if (exchange.begin.isSent)
-        text = " -> sent";
     else if (exchange.begin.isSynchronous)
         text = " -> not answered";
+    else if (exchange.begin.isSent)
+        text = " -> sent";
+    if (end.durationNs == 0) // not known
+        return text;
     char duration[32];
     std::snprintf(duration, sizeof duration, " %.2f ms", Milliseconds(end.durationNs));
     return text + duration;
@@ -102,8 +104,9 @@ std::string Transcript::Origin(const Event& event) const
 {
     const auto sinceFirst = static_cast<int64_t>(event.monotonicNs - *firstNs_);
     char text[160];
-    std::snprintf(text, sizeof text, "%.6f %s[%u:%u] ", static_cast<double>(sinceFirst) / 1e9,
-                  event.program.c_str(), event.process, event.thread);
+    std::snprintf(text, sizeof text, "%.6f %s[%u%s] ", static_cast<double>(sinceFirst) / 1e9,
+                  event.program.c_str(), event.process,
+                  event.thread == 0 ? "" : (':' + std::to_string(event.thread)).c_str());
     return text;
 }
 
@@ -127,6 +130,7 @@ void Transcript::Show(const Exchange& exchange)
     const uint64_t durationNs = exchange.end ? exchange.end->durationNs : begin.durationNs;
     if (!filter_.Matches(message, answered) || Milliseconds(durationNs) < options_.slowMs)
         return;
+    ++shown_;
     const bool isAnswered =
         !begin.isSynchronous || (answered != nullptr && answered->result == VESK_VIDEO_OK);
     Count(exchange, message,

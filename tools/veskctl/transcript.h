@@ -33,6 +33,9 @@ public:
     /// Shows what has no end.
     void Finish();
 
+    /// How many exchanges were shown or counted.
+    uint64_t Shown() const { return shown_; }
+
     /// Shows the summary, if the user wants it.
     void Summarize(std::FILE* out) const;
 
@@ -55,6 +58,7 @@ private:
     tools::Filter filter_;
     recording::Joiner joiner_;
     std::optional<uint64_t> firstNs_;
+    uint64_t shown_ = 0;
     std::map<std::string, Tally> tallies_; ///< By name of the request.
 };
 

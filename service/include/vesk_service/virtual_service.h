@@ -23,7 +23,7 @@ enum VeskServiceResult {
     VESK_SERVICE_ERR_UNREACHABLE = 0x20b /**< The argument is an address in the client's memory. */
 };
 
-/** Limits of the virtual device. */
+/** Limits of the default device; a device file can describe another. */
 enum VeskServiceLimit {
     VESK_SERVICE_INPUTS = 3,             /**< A camera, a PC input, a network camera. */
     VESK_SERVICE_OUTPUTS = 2,            /**< Displays. */

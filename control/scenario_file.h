@@ -1,0 +1,31 @@
+// Files of steps that the virtual device is to go through.
+#pragma once
+
+#include "control/message.h"
+#include "decoder/decoder.h"
+
+#include <string>
+
+namespace vesk::control {
+
+/**
+ * Reads the TOML text of a scenario: steps, each with one line of words or several, done in their order.
+ *
+ *     [[step]]
+ *     at = 2.5                         # seconds since the scenario began
+ *     do = "unplug input 0"
+ *
+ *     [[step]]
+ *     on = "VO_START outEngNo=1"       # before this message is served or sent: words of MatchOf
+ *     app = "tour"                     # by or to this application
+ *     nth = 3                          # the third such message; otherwise the first
+ *     do = ["fault add * delay 200 --count 1", "notify VIDEO_CAPABILITY_UPDATE"]
+ *
+ * @param source  Names the text in errors. @throw tools::Error "SOURCE:LINE: step[2].at: expected ..."
+ */
+ControlMessage ScenarioOf(const tools::Decoder& decoder, const std::string& text, const std::string& source);
+
+/// The same of a file.
+ControlMessage ScenarioFromFile(const tools::Decoder& decoder, const std::string& path);
+
+} // namespace vesk::control

@@ -1,0 +1,408 @@
+// The whole state of the virtual service as a JSON document.
+#include "service/state.h"
+
+#include "control/fault.h"
+#include "decoder/text.h"
+#include "service/service.h"
+#include "vesk_service/control_list.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace vesk::service {
+
+using nlohmann::ordered_json;
+using tools::Direction;
+
+namespace {
+
+ordered_json Owner(const Sender& owner)
+{
+    return {{"procName", owner.procName}, {"process", owner.process}};
+}
+
+/// A list with an entry for each thing: its number, its owner, whether it is started if it can be, and what
+/// @p describe adds.
+template <class Thing, class Describe>
+ordered_json ListOf(Numbered<Thing>& things, const char* numberName, const Describe& describe)
+{
+    ordered_json list = ordered_json::array();
+    for (const auto& [number, thing] : things.All()) {
+        ordered_json entry{{numberName, number}, {"owner", Owner(thing.owner)}};
+        if constexpr (std::is_base_of_v<Startable, Thing>)
+            entry["started"] = thing.isStarted;
+        describe(entry, thing);
+        list.push_back(std::move(entry));
+    }
+    return list;
+}
+
+template <class Port>
+ordered_json PortEntry(const Port& port, const char* numberName)
+{
+    return {{numberName, port.number},   {"name", port.name},        {"plugged", port.isPlugged},
+            {"enabled", port.isEnabled}, {"width", port.mode.width}, {"height", port.mode.height},
+            {"fr", port.mode.fr}};
+}
+
+ordered_json Statistics(const Channel& channel)
+{
+    return {{"starts", channel.statistics.starts},
+            {"stops", channel.statistics.stops},
+            {"changes", channel.statistics.changes}};
+}
+
+template <class Record>
+bool IsZero(const Record& record)
+{
+    const auto bytes = BytesOf(record);
+    return std::all_of(bytes.begin(), bytes.end(), [](std::byte byte) { return byte == std::byte{0}; });
+}
+
+} // namespace
+
+std::string BoundedText(ordered_json document, size_t most)
+{
+    std::string text = tools::Dump(document);
+    while (text.size() > most) {
+        size_t longest = 2; // an empty list cannot be cut
+        std::string name;
+        for (const auto& [key, section] : document.items()) {
+            const size_t length = section.is_array() ? tools::Dump(section).size() : 0;
+            if (length > longest) {
+                longest = length;
+                name = key;
+            }
+        }
+        if (name.empty())
+            return {};
+        if (!document["cut"].contains(name))
+            document["cut"][name] = document[name].size();
+        ordered_json& list = document[name];
+        list.erase(list.begin() + static_cast<ptrdiff_t>(list.size() / 2), list.end());
+        text = tools::Dump(document);
+    }
+    return text;
+}
+
+State::State(Service& service) : service_(service) {}
+State::~State() = default;
+
+Result State::Get(Bytes* document)
+{
+    const std::string text = BoundedText(Describe(), VESK_VIDEO_MAX_MESSAGE_SIZE - sizeof(VeskVideoMsgHead));
+    if (text.empty())
+        return VESK_SERVICE_ERR_ROOM;
+    const auto bytes = std::as_bytes(std::span(text));
+    document->assign(bytes.begin(), bytes.end());
+    return kOk;
+}
+
+ordered_json State::Describe()
+{
+    return {
+        {"service",
+         {{"procName", service_.self_.procName},
+          {"taskName", service_.self_.taskName},
+          {"process", getpid()}}},
+        {"time", DescribeTime()},
+        {"inputs", DescribeInputs()},
+        {"inputEngines", DescribeInputEngines()},
+        {"outputs", DescribeOutputs()},
+        {"outputEngines", DescribeOutputEngines()},
+        {"display", DescribeDisplay()},
+        {"filterWindows", DescribeFilterWindows()},
+        {"encoders", DescribeEncoders()},
+        {"decoders", DescribeDecoders()},
+        {"loops", DescribeLoops()},
+        {"overlays", DescribeOverlays()},
+        {"remoteMice", DescribeRemoteMice()},
+        {"localMice", DescribeLocalMice()},
+        {"uvcUsers", service_.uvc.users_},
+        {"uvcStreams", DescribeUvcStreams()},
+        {"queues", DescribeQueues()},
+        {"queueServers", service_.queues.servers_},
+        {"jobs", DescribeJobs()},
+        {"clients", DescribeClients()},
+        {"requests", DescribeRequests()},
+        {"unlistedRequests", service_.counters.Unlisted()},
+        {"faults", DescribeFaults()},
+        {"scenario", DescribeScenario()},
+        {"watchers", DescribeWatchers()},
+    };
+}
+
+const tools::Decoder& State::TheDecoder()
+{
+    if (decoder_ == nullptr)
+        decoder_ = std::make_unique<const tools::Decoder>();
+    return *decoder_;
+}
+
+template <uint32_t request, class Record>
+ordered_json State::FieldsOf(const Record& record)
+{
+    using Payload = typename messages::RequestTypes<request>::Payload;
+    static_assert(std::is_same_v<Payload, messages::Record<Record>>, "the request carries another record");
+    const auto payload = BytesOf(record);
+    Bytes data(sizeof(VeskVideoMsgHead));
+    data.insert(data.end(), payload.begin(), payload.end());
+    tools::Decoded message = TheDecoder().Decode({Direction::kRequest, request, data});
+    std::erase_if(message.fields, [](const tools::Field& field) {
+        return !field.IsPayload() || (field.isFiller && field.IsZero());
+    });
+    return message.fields.empty() ? ordered_json::object() : tools::ToJson(message)["payload"];
+}
+
+template <uint32_t request, class Record>
+void State::Put(ordered_json& entry, const char* name, const Record& record)
+{
+    if (!IsZero(record))
+        entry[name] = FieldsOf<request>(record);
+}
+
+ordered_json State::DescribeTime()
+{
+    VeskControlTime time{};
+    service_.timeline.Move(0, &time);
+    return {{"nowMs", time.nowMs}, {"due", time.due}, {"isStep", time.isStep != 0}};
+}
+
+ordered_json State::DescribeInputs()
+{
+    ordered_json list = ordered_json::array();
+    for (const InputPort& port : service_.inputs.All()) {
+        ordered_json entry = PortEntry(port, "viPort");
+        entry["portType"] = port.type;
+        const auto source = service_.inputs.virtualSources_.find(port.number);
+        if (source != service_.inputs.virtualSources_.end())
+            entry["virtualSource"] = source->second;
+        if (port.HasCamera()) {
+            entry["camera"] = {
+                {"pan", port.camera.pan}, {"tilt", port.camera.tilt}, {"commands", port.camera.commands}};
+            entry["tracking"] = port.isTracking;
+            entry["presets"] = ordered_json::array();
+            for (const auto& [presetId, preset] : port.presets)
+                entry["presets"].push_back(presetId);
+        }
+        Put<VESK_VIDEO_MSG_SET_VI_CUTOUT_PARAM>(entry, "eptz", port.eptz);
+        Put<VESK_VIDEO_MSG_SET_VI_PTZF_PARAM>(entry, "ptzf", port.ptzf);
+        list.push_back(std::move(entry));
+    }
+    return list;
+}
+
+ordered_json State::DescribeInputEngines()
+{
+    return ListOf(service_.inputs.engines, "inEngNo", [this](ordered_json& entry, const InputEngine& engine) {
+        entry["viPort"] = engine.port->number;
+        entry["streams"] = engine.streams;
+        entry["queHandle"] = engine.queue.Id();
+        entry["faceQueue"] = engine.faceQueue;
+        entry["frozen"] = engine.frozen;
+        entry["frozenLength"] = engine.frozenData.size();
+        entry["eptzMoveSpeed"] = engine.eptzMoveSpeed;
+        Put<VESK_VIDEO_MSG_SET_VI_PARAM>(entry, "param", engine.param);
+        Put<VESK_VIDEO_MSG_SET_APP_CAPTURE_PARAM>(entry, "appInParam", engine.appInParam);
+        Put<VESK_VIDEO_MSG_SET_VIO_CALLBACK>(entry, "vioCallback", engine.vioCallback);
+    });
+}
+
+ordered_json State::DescribeOutputs()
+{
+    ordered_json list = ordered_json::array();
+    for (const Display& display : service_.outputs.All()) {
+        ordered_json entry = PortEntry(display, "voPort");
+        if (!display.defaultImage.empty())
+            entry["defaultImage"] = display.defaultImage;
+        list.push_back(std::move(entry));
+    }
+    return list;
+}
+
+ordered_json State::DescribeOutputEngines()
+{
+    return ListOf(
+        service_.outputs.engines, "outEngNo", [this](ordered_json& entry, const OutputEngine& engine) {
+            entry["voPort"] = engine.port->number;
+            entry["hasShownFrame"] = engine.hasShownFrame;
+            entry["queHandle"] = engine.queHandle;
+            Put<VESK_VIDEO_MSG_SET_VO_PARAM>(entry, "param", engine.param);
+            Put<VESK_VIDEO_MSG_SET_SCREEN_OFFSET>(entry, "offset", engine.offset);
+            ordered_json pictures = ordered_json::array();
+            if (engine.source.picNum != 0)
+                pictures = FieldsOf<VESK_VIDEO_MSG_SET_VO_SRC>(engine.source)["subPic"];
+            pictures.erase(pictures.begin() + static_cast<ptrdiff_t>(engine.source.picNum), pictures.end());
+            entry["subPic"] = std::move(pictures);
+        });
+}
+
+ordered_json State::DescribeDisplay()
+{
+    ordered_json display{{"srEnabled", service_.outputs.isSrEnabled_}};
+    Put<VESK_VIDEO_MSG_SET_DISPLAY_MODE>(display, "mode", service_.outputs.displayInfo_);
+    return display;
+}
+
+ordered_json State::DescribeFilterWindows()
+{
+    ordered_json list = ordered_json::array();
+    for (const auto& [filterParam, window] : service_.outputs.filterWindows_)
+        list.push_back({{"filterParam", filterParam}, {"window", tools::Hex(BytesOf(window))}});
+    return list;
+}
+
+ordered_json State::DescribeEncoders()
+{
+    return ListOf(service_.codecs.encoders, "encStmNo", [this](ordered_json& entry, const Encoder& encoder) {
+        entry["queHandle"] = encoder.queId;
+        entry["keyFrames"] = encoder.keyFrames;
+        entry["statistics"] = Statistics(encoder);
+        Put<VESK_VIDEO_MSG_SET_ENC_PARAM>(entry, "param", encoder.param);
+        Put<VESK_VIDEO_MSG_SET_ENC_PARAM_EX>(entry, "paramEx", encoder.paramEx);
+        Put<VESK_VIDEO_MSG_SET_ENC_FEC_PARAM>(entry, "fec", encoder.fec);
+    });
+}
+
+ordered_json State::DescribeDecoders()
+{
+    return ListOf(service_.codecs.decoders, "decStmNo", [this](ordered_json& entry, const Decoder& decoder) {
+        entry["queHandle"] = decoder.queId;
+        entry["antiJitter"] = decoder.antiJitter;
+        entry["statistics"] = Statistics(decoder);
+        Put<VESK_VIDEO_MSG_SET_DEC_PARAM>(entry, "param", decoder.param);
+        Put<VESK_VIDEO_MSG_SET_DEC_PARAMEX>(entry, "paramEx", decoder.paramEx);
+    });
+}
+
+ordered_json State::DescribeLoops()
+{
+    return ListOf(service_.codecs.loops, "loop", [](ordered_json& entry, const Loop& loop) {
+        entry["enabled"] = loop.isOn;
+        entry["encNo"] = loop.param.encNo;
+        entry["decNo"] = loop.param.decNo;
+        entry["mode"] = loop.param.mode;
+    });
+}
+
+ordered_json State::DescribeOverlays()
+{
+    return ListOf(service_.overlays.channels, "overlayChn",
+                  [this](ordered_json& entry, const OverlayChannel& channel) {
+                      entry["enabled"] = channel.isEnabled;
+                      entry["queHandle"] = channel.queue.Id();
+                      Put<VESK_VIDEO_MSG_SET_OVERLAY_PARAM>(entry, "param", channel.param);
+                  });
+}
+
+ordered_json State::DescribeRemoteMice()
+{
+    return ListOf(service_.mice.remote, "mouseStmNo", [this](ordered_json& entry, const RemoteMouse& mouse) {
+        entry["decStmNo"] = mouse.decStmNo;
+        entry["queHandle"] = mouse.queId;
+        Put<VESK_VIDEO_MSG_SET_REMOTE_MOUSE_BACKGRAND_AREA>(entry, "area", mouse.area);
+    });
+}
+
+ordered_json State::DescribeLocalMice()
+{
+    return ListOf(service_.mice.local, "localMouseStmNo",
+                  [this](ordered_json& entry, const LocalMouse& mouse) {
+                      entry["attachId"] = mouse.attachId;
+                      entry["independent"] = mouse.isIndependent;
+                      entry["shown"] = mouse.isShown;
+                      entry["queHandle"] = mouse.queId;
+                      Put<VESK_VIDEO_MSG_SET_LOCAL_MOUSE_PARAM>(entry, "param", mouse.param);
+                  });
+}
+
+ordered_json State::DescribeUvcStreams()
+{
+    return ListOf(service_.uvc.streams, "uvcStmNo", [this](ordered_json& entry, const UvcStream& stream) {
+        entry["keyFrames"] = stream.keyFrames;
+        Put<VESK_VIDEO_MSG_SET_UVC_PARAM>(entry, "param", stream.param);
+        Put<VESK_VIDEO_MSG_SET_UVC_PARAM_EX>(entry, "paramEx", stream.paramEx);
+    });
+}
+
+ordered_json State::DescribeQueues()
+{
+    return ListOf(service_.queues.announced, "queHandle", [](ordered_json&, const Owned&) {});
+}
+
+ordered_json State::DescribeJobs()
+{
+    const Device& device = service_.device;
+    return {{"snapshots", device.snapshots_},
+            {"wallpapers", device.wallpapers_},
+            {"javaVm", device.javaVm_},
+            {"projectionResult", static_cast<int32_t>(device.projectionResult_)}};
+}
+
+ordered_json State::DescribeClients()
+{
+    ordered_json list = ordered_json::array();
+    for (const auto& [procName, client] : service_.clients.clients_)
+        list.push_back({{"procName", procName},
+                        {"taskName", client.taskName},
+                        {"process", client.process},
+                        {"notificationsSent", client.sent},
+                        {"notificationsDropped", client.dropped}});
+    return list;
+}
+
+ordered_json State::DescribeRequests()
+{
+    ordered_json list = ordered_json::array();
+    for (const auto& [number, row] : service_.counters.Listed()) {
+        if (row.used == 0)
+            continue;
+        ordered_json results = ordered_json::array();
+        for (const Counters::Tally& tally : row.Results())
+            results.push_back({{"result", tally.result},
+                               {"resultName", tools::ResultName(tally.result)},
+                               {"count", tally.count}});
+        list.push_back({{"number", number},
+                        {"name", tools::ShortName(messages::FindAnyRequest(number)->name)},
+                        {"results", std::move(results)},
+                        {"otherResults", row.others}});
+    }
+    return list;
+}
+
+ordered_json State::DescribeFaults()
+{
+    Bytes states;
+    service_.faults.List(&states);
+    ordered_json list = ordered_json::array();
+    for (size_t at = 0; at < states.size(); at += sizeof(VeskControlFaultState)) {
+        VeskControlFaultState state;
+        std::memcpy(&state, &states[at], sizeof state);
+        list.push_back({{"fault", state.fault},
+                        {"matches", state.matches},
+                        {"hits", state.hits},
+                        {"rule", control::FaultText(TheDecoder(), state.rule)}});
+    }
+    return list;
+}
+
+ordered_json State::DescribeScenario()
+{
+    return {{"steps", service_.scenario.steps_.size()},
+            {"waitingForMatch", service_.scenario.waiting_.size()}};
+}
+
+ordered_json State::DescribeWatchers()
+{
+    ordered_json list = ordered_json::array();
+    for (const auto& watcher : service_.watchers.watchers_)
+        list.push_back({{"procName", watcher.task.procName},
+                        {"taskName", watcher.task.taskName},
+                        {"process", watcher.task.process},
+                        {"lost", watcher.lost}});
+    return list;
+}
+
+} // namespace vesk::service

@@ -1,0 +1,220 @@
+// The virtual device as veskctl shows it, and commands that have one of their own.
+#include "decoder/text.h"
+#include "service/state.h"
+#include "support/processes.h"
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <regex>
+
+using namespace processes;
+using nlohmann::ordered_json;
+
+namespace {
+
+const std::string kVeskctl = VESK_EMULATOR " " VESK_VESKCTL_PATH " ";
+
+/// A text in which the numbers and names of processes, and the time, are always the same.
+std::string Stable(std::string text)
+{
+    const std::pair<const char*, const char*> kReplaced[] = {
+        {"veskctl-[0-9]+", "app"},       {R"x(("(process|nowMs)":)[0-9]+)x", "$011"},
+        {"process [0-9]+", "process 1"}, {R"x(app\[[0-9]+\])x", "app[1]"},
+        {"nowMs  [0-9]+", "nowMs  1"},   {R"x((uvcUsers \[)[0-9]+)x", "$011"}};
+    for (const auto& [pattern, replacement] : kReplaced)
+        text = std::regex_replace(text, std::regex(pattern), replacement);
+    return text;
+}
+
+struct DeviceTest : testing::Test {
+    RuntimeDir directory;
+    Child service = Start(VESK_SERVICE_PATH);
+
+    DeviceTest() { service.ExpectOutput("serving"); }
+};
+
+/// A command with a virtual device, whose directory is made in this test's.
+struct WithDeviceTest : testing::Test {
+    RuntimeDir directory;
+
+    WithDeviceTest() { setenv("TMPDIR", directory.path.c_str(), 1); }
+    ~WithDeviceTest() override
+    {
+        unsetenv("TMPDIR");
+        EXPECT_TRUE(std::filesystem::is_empty(directory.path));
+    }
+    void SetUp() override
+    {
+        if (*VESK_EMULATOR != '\0')
+            GTEST_SKIP() << "veskctl cannot start the service under an emulator";
+    }
+};
+
+} // namespace
+
+TEST_F(DeviceTest, StateAndGraphOfAUsedService)
+{
+    Child application = Start(VESK_VESKCTL_PATH, "run", VESK_DEVICE_DATA "/scene");
+    application.ExpectOutput("DEC_DELETE decStmNo=1 -> OK");
+    const Result json = Shell(kVeskctl + "device state --json");
+    ASSERT_EQ(json.status, 0) << json.output;
+    std::string sections;
+    const auto document = ordered_json::parse(json.output);
+    for (const auto& [name, section] : document.items())
+        sections += name + ' ' + vesk::tools::Dump(section) + '\n';
+    EXPECT_EQ(Stable(sections), Contents(VESK_DEVICE_DATA "/state"));
+    EXPECT_EQ(Stable(Shell(kVeskctl + "device state").output), Contents(VESK_DEVICE_DATA "/state.txt"));
+    EXPECT_EQ(Stable(Shell(kVeskctl + "device graph").output), Contents(VESK_DEVICE_DATA "/graph.dot"));
+
+    application.Wait(SIGTERM); // it leaves nothing but what has been counted
+    const auto left = ordered_json::parse(Shell(kVeskctl + "device state --json").output);
+    EXPECT_EQ(left["inputEngines"].size() + left["encoders"].size() + left["clients"].size(), 0U);
+    EXPECT_EQ(left["requests"].back()["name"], "CONTROL_STATE");
+    EXPECT_EQ(left["requests"].back()["results"][0]["count"], 3);
+}
+
+TEST_F(DeviceTest, SavedStatesMayHoldAnything)
+{
+    auto state = ordered_json::parse(Shell(kVeskctl + "device state --json").output);
+    state["inputs"][0]["name"] = "a \"b\" \\N &lt; \x1b[2J\n";
+    state["outputs"][0]["name"] = "\xc2\x9b";
+    state["cut"]["outputs"] = 5;
+    state["unknown"] = {{{"a", 1}}};
+    std::ofstream(directory.File("state")) << state;
+    const Result graph = Shell(kVeskctl + "device graph - < " + directory.File("state"));
+    EXPECT_NE(
+        graph.output.find(R"("input 0" [label="input 0\n\"a \\\"b\\\" \\\\N &amp;lt; \\u001b[2J\\n\"\n38)"),
+        std::string::npos)
+        << graph.output;
+    const Result plain = Shell(kVeskctl + "device state " + directory.File("state"));
+    EXPECT_NE(plain.output.find("\n\nOutputs (the first 2 of 5)\n  0  \"\\u009b\" "), std::string::npos)
+        << plain.output;
+    EXPECT_NE(plain.output.find("\n\nunknown\n  {\"a\":1}\n"), std::string::npos) << plain.output;
+    const struct {
+        const char* text;
+        const char* error;
+    } rows[] = {
+        {"{", "parse error"},
+        {R"({"service":{"process":1}})", "this is not the state of a virtual service"},
+        {R"({"service":{"procName":"","taskName":"","process":1},"inputs":[7]})", "this is not the state"}};
+    for (const auto& row : rows) {
+        std::ofstream(directory.File("state")) << row.text;
+        for (const char* what : {"state ", "graph "}) {
+            const Result result = Shell(kVeskctl + "device " + what + directory.File("state"));
+            EXPECT_NE(result.status, 0) << what << row.text;
+            EXPECT_NE(result.output.find(row.error), std::string::npos) << result.output;
+        }
+    }
+}
+
+TEST(State, CutsItsLongestListsToFitIntoAMessage)
+{
+    ordered_json document{{"few", {1, 2, 3}}, {"many", ordered_json::array()}, {"text", "\xff"}};
+    for (int i = 0; i < 1000; ++i)
+        document["many"].push_back(i);
+    const auto whole = ordered_json::parse(vesk::service::BoundedText(document, 10000));
+    EXPECT_EQ(whole["many"].size(), 1000U);
+    EXPECT_FALSE(whole.contains("cut"));
+    EXPECT_EQ(whole["text"], "\xef\xbf\xbd");
+    const std::string text = vesk::service::BoundedText(document, 600);
+    const auto cut = ordered_json::parse(text);
+    EXPECT_LE(text.size(), 600U);
+    EXPECT_EQ(cut["many"].size(), 125U);
+    EXPECT_EQ(cut["cut"], ordered_json({{"many", 1000}}));
+    EXPECT_EQ(cut["few"].size(), 3U);
+    EXPECT_EQ(vesk::service::BoundedText(document, 10), "");
+}
+
+TEST_F(DeviceTest, AWatchShowsTheMessagesOfOthers)
+{
+    Child watch = Start(VESK_VESKCTL_PATH, "device", "watch", "--match", "VO_*", "--match", "GET_VO_PORT",
+                        "--match", "INIT_UVC", "--summary");
+    ASSERT_TRUE(Eventually([&] { return Shell(kVeskctl + "device state | grep -q Watchers").status == 0; }));
+    Shell(kVeskctl + "call VO_START outEngNo=7");
+    watch.ExpectOutput("] VO_START outEngNo=7 -> NUMBER (0x203) ");
+    Shell(kVeskctl + "call INIT_UVC");
+    watch.ExpectOutput("] INIT_UVC -> sent ");
+    watch.ExpectOutput("<- 100 VO_PORT_PLUG_STATE port=0 val=1\n");
+
+    kill(watch.Process(), SIGSTOP);
+    std::ofstream script(directory.File("script"));
+    for (int i = 0; i < 1500; ++i)
+        script << "GET_VO_PORT count=2\n";
+    script.close();
+    EXPECT_EQ(Shell(kVeskctl + "run " + directory.File("script") + " > /dev/null").status, 0);
+    kill(watch.Process(), SIGCONT);
+    EXPECT_TRUE(Eventually([&] { return Shell(kVeskctl + "call VO_STOP outEngNo=8").status == 3; }));
+    watch.ExpectOutput("VO_STOP outEngNo=8");
+    watch.ExpectOutput(" messages lost\n");
+    kill(watch.Process(), SIGINT);
+    watch.ExpectOutput("\nVO_START                                 1         1 ");
+    EXPECT_EQ(watch.Wait(), 0);
+    EXPECT_EQ(ordered_json::parse(Shell(kVeskctl + "device state --json").output)["watchers"].size(), 0U);
+
+    Child json = Start(VESK_VESKCTL_PATH, "device", "watch", "--json", "--count", "1");
+    ASSERT_TRUE(Eventually([&] { return Shell(kVeskctl + "device state | grep -q Watchers").status == 0; }));
+    Shell(kVeskctl + "call GET_VO_COUNT");
+    json.ExpectOutput(R"("to":"VIDEO/VCTL","request":{"kind":"request","number":0,"name":"INIT")");
+    EXPECT_EQ(json.Wait(), 0);
+}
+
+TEST_F(WithDeviceTest, EndsAsTheCommandDoes)
+{
+    const struct {
+        const char* arguments;
+        int status;
+        const char* output; ///< A part of it; null: there is none.
+    } rows[] = {
+        {"true", 0, nullptr},
+        {"-- sh -c 'exit 3'", 3, "the service's log:\nvesk-video-service: serving VIDEO/VCTL"},
+        {"sh -c 'kill -9 $$'", 137, "the service's log"},
+        {"/nonexistent/program", 127, "cannot start '/nonexistent/program': No such file"},
+        {"/etc/passwd", 126, "Permission denied"},
+        {"", 2, "COMMAND is required"},
+        {VESK_VESKCTL_PATH " call GET_VO_COUNT --json", 0, R"("count":2)"},
+        {"--service A/B -- " VESK_VESKCTL_PATH " --service A/B call GET_VO_COUNT", 0, "count=2"},
+        {"sh -c 'stat -c %a $VESK_RUNTIME_DIR'", 0, "700\n"},
+        {"--service-program false true", 4, "the service ended with status 1"},
+        {"--service-program /nonexistent/service true", 4, "cannot start '/nonexistent/service'"},
+        {"--service-program ./early sh -c 'sleep 0.4; exit 5'", 5,
+         "the service has ended before the command, with status 6"},
+        {"--service-program ./stubborn true", 0, "it is killed"},
+    };
+    RuntimeDir programs;
+    std::ofstream(programs.File("early")) << "#!/bin/sh\necho x: serving y\nsleep 0.2\nexit 6\n";
+    std::ofstream(programs.File("stubborn")) << "#!/bin/sh\ntrap '' TERM\necho x: serving y\nexec sleep 60\n";
+    for (const char* name : {"early", "stubborn"})
+        std::filesystem::permissions(programs.File(name), std::filesystem::perms::owner_all);
+    for (const auto& row : rows) {
+        const Result result =
+            Shell("cd " + programs.path + " && " VESK_VESKCTL_PATH " with-device " + row.arguments);
+        EXPECT_EQ(result.status, row.status) << row.arguments << ": " << result.output;
+        if (row.output == nullptr)
+            EXPECT_EQ(result.output, "");
+        else
+            EXPECT_NE(result.output.find(row.output), std::string::npos)
+                << row.arguments << ": " << result.output;
+    }
+}
+
+TEST_F(WithDeviceTest, PassesSignalsOnAndEndsTheService)
+{
+    for (const int signal : {SIGINT, SIGTERM}) {
+        Child command = Start(VESK_VESKCTL_PATH, "with-device", "sh", "-c",
+                              "trap 'exit 7' INT TERM; echo ready; while :; do sleep 0.05; done");
+        command.ExpectOutput("ready");
+        EXPECT_EQ(command.Wait(signal), 7);
+    }
+    // Nobody is left to remove the directory, but the service ends.
+    Child killed =
+        Start(VESK_VESKCTL_PATH, "with-device", "sh", "-c", "echo $VESK_RUNTIME_DIR; exec sleep 60");
+    killed.ExpectOutput("\n");
+    const auto files = std::filesystem::directory_iterator(directory.path);
+    const std::string own = files->path();
+    EXPECT_TRUE(std::filesystem::exists(own + "/VIDEO.VCTL"));
+    killed.Wait(SIGKILL);
+    EXPECT_TRUE(
+        Eventually([&] { return Contents(own + "/service.log").find("ended") != std::string::npos; }));
+    std::filesystem::remove_all(own);
+}

@@ -1,0 +1,94 @@
+// The subcommands of "device" that send one control message each.
+#include "control/commands.h"
+#include "control/fault.h"
+#include "tools/veskctl/commands.h"
+#include "tools/veskctl/exchange.h"
+
+#include <cinttypes>
+#include <cstring>
+
+namespace vesk::ctl {
+
+using namespace tools;
+using nlohmann::ordered_json;
+
+namespace {
+
+/// The rules that the service lists.
+std::vector<VeskControlFaultState> FaultsIn(const Bytes& answer)
+{
+    const BytesView bytes = BytesView(answer).subspan(sizeof(VeskVideoMsgHead));
+    std::vector<VeskControlFaultState> faults(bytes.size() / sizeof(VeskControlFaultState));
+    if (faults.size() * sizeof(VeskControlFaultState) != bytes.size())
+        throw Failure(kFailed, "the service listed faults of an unknown layout: " +
+                                   std::to_string(bytes.size()) + " bytes");
+    if (!bytes.empty())
+        std::memcpy(faults.data(), bytes.data(), bytes.size());
+    return faults;
+}
+
+void PrintFaults(const Decoder& decoder, const Bytes& answer, bool asJson)
+{
+    ordered_json rows = ordered_json::array();
+    for (const VeskControlFaultState& state : FaultsIn(answer)) {
+        const std::string rule = control::FaultText(decoder, state.rule);
+        if (asJson)
+            rows.push_back(
+                {{"fault", state.fault}, {"matches", state.matches}, {"hits", state.hits}, {"rule", rule}});
+        else
+            std::printf("%u  %s  (matched %" PRIu64 ", changed %" PRIu64 ")\n", state.fault, rule.c_str(),
+                        state.matches, state.hits);
+    }
+    if (asJson)
+        PrintLine(Dump(rows));
+}
+
+/// The value of a field of an answer.
+uint64_t NumberIn(const Decoded& answer, std::string_view name)
+{
+    for (const Field& field : answer.fields) {
+        if (const auto* number = std::get_if<uint64_t>(&field.value); number != nullptr && field.path == name)
+            return *number;
+    }
+    return 0;
+}
+
+void PrintAnswer(const Decoded& answer)
+{
+    const auto number = [&](const char* name) { return NumberIn(answer, name); };
+    if (answer.number == VESK_CONTROL_NOTIFY)
+        std::printf("sent to %" PRIu64 " client%s\n", number("clients"), number("clients") == 1 ? "" : "s");
+    else if (answer.number == VESK_CONTROL_FAULT_ADD)
+        std::printf("fault %" PRIu64 "\n", number("fault"));
+    else if (answer.number == VESK_CONTROL_TIME)
+        std::printf("%" PRIu64 " ms since the service started, %" PRIu64 " due%s\n", number("nowMs"),
+                    number("due"), number("isStep") != 0 ? "; moves by command" : "");
+}
+
+int RunControl(Settings& settings, const control::Build& build)
+{
+    const Decoder& decoder = settings.Decoder();
+    control::ControlMessage message = Usage([&] { return build(decoder); });
+    Client client(settings.service, Client::Interrupt::kEndsProgram);
+    const Prepared request{message.number, true, std::move(message.data)};
+    const Call call = Perform(client, decoder, request, VESK_VIDEO_SYNC_TIMEOUT);
+    RequireOk(call);
+    if (request.number == VESK_CONTROL_FAULT_LIST)
+        PrintFaults(decoder, call.outcome.answer, settings.json);
+    else if (settings.json)
+        PrintLine(Dump(ToJson(*call.answer).value("payload", ordered_json::object())));
+    else
+        PrintAnswer(*call.answer);
+    return kDone;
+}
+
+} // namespace
+
+void DeclareControl(CLI::App& app, Settings& settings, const std::function<void(Run)>& chosen)
+{
+    control::AddControlCommands(app, [chosen, &settings](const control::Build& build) {
+        chosen([&settings, build] { return RunControl(settings, build); });
+    });
+}
+
+} // namespace vesk::ctl

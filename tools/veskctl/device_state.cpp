@@ -1,0 +1,340 @@
+// The subcommand "device state": what the virtual service holds.
+#include "decoder/text.h"
+#include "tools/veskctl/commands.h"
+#include "tools/veskctl/exchange.h"
+#include "tools/veskctl/state.h"
+#include "tools/veskctl/table.h"
+
+namespace vesk::ctl {
+
+using namespace tools;
+using nlohmann::ordered_json;
+
+namespace {
+
+using Row = std::vector<std::string>;
+
+std::string QueueText(uint32_t queue)
+{
+    char text[12];
+    std::snprintf(text, sizeof text, "0x%x", queue);
+    return text;
+}
+
+/// Words about a thing, with commas between them.
+class Details {
+public:
+    /// Adds words, unless there are none.
+    Details& Add(const std::string& words)
+    {
+        if (!words.empty())
+            text_ += (text_.empty() ? "" : ", ") + words;
+        return *this;
+    }
+
+    /// Adds words and a number or text, unless it is missing, 0 or empty.
+    Details& Add(const std::string& words, const ordered_json& thing, const char* name)
+    {
+        const ordered_json value = thing.value(name, ordered_json());
+        if (value.is_string())
+            return value.get<std::string>().empty() ? *this
+                                                    : Add(words + Printable(value.get<std::string>()));
+        return value.is_null() || value == 0 ? *this : Add(words + value.dump());
+    }
+
+    Details& AddIf(const ordered_json& thing, const char* name, const char* words)
+    {
+        return thing.value(name, false) ? Add(words) : *this;
+    }
+
+    /// The same for a queue.
+    Details& AddQueue(const std::string& words, const ordered_json& thing, const char* name)
+    {
+        const auto queue = thing.value(name, uint32_t{0});
+        return queue == 0 ? *this : Add(words + QueueText(queue));
+    }
+
+    const std::string& Text() const { return text_; }
+
+private:
+    std::string text_;
+};
+
+std::string Numbers(const ordered_json& list)
+{
+    std::string text;
+    for (const ordered_json& number : list)
+        text += (text.empty() ? "" : " ") + number.dump();
+    return text;
+}
+
+std::string Started(const ordered_json& thing)
+{
+    return thing.at("started").get<bool>() ? "started" : "stopped";
+}
+
+Row PortRow(const ordered_json& port, const char* number, const Details& details)
+{
+    const std::string picture = PictureText(port, "width", "height");
+    return {port.at(number).dump(),
+            Printable(port.at("name").get<std::string>()),
+            port.at("plugged").get<bool>() ? "plugged" : "unplugged",
+            port.at("enabled").get<bool>() ? "" : "disabled",
+            picture.empty() ? "no picture" : picture,
+            details.Text()};
+}
+
+Row InputRow(const ordered_json& port)
+{
+    Details details;
+    if (port.contains("camera")) {
+        const ordered_json& camera = port["camera"];
+        details.Add("pan " + camera.at("pan").dump() + " tilt " + camera.at("tilt").dump() + " after " +
+                    camera.at("commands").dump() + " commands");
+        details.AddIf(port, "tracking", "tracking");
+        if (!port.at("presets").empty())
+            details.Add("presets " + Numbers(port["presets"]));
+    }
+    details.Add("from ", port, "virtualSource");
+    return PortRow(port, "viPort", details);
+}
+
+Row OutputRow(const ordered_json& port)
+{
+    return PortRow(port, "voPort", Details().Add("default image ", port, "defaultImage"));
+}
+
+Row InputEngineRow(const ordered_json& engine)
+{
+    Details details;
+    if (!engine.at("streams").empty())
+        details.Add("streams " + Numbers(engine["streams"]));
+    details.AddQueue("queue ", engine, "queHandle").AddQueue("face queue ", engine, "faceQueue");
+    if (engine.at("frozen") != 0)
+        details.Add("frozen with " + engine.at("frozenLength").dump() + " bytes");
+    details.Add("EPTZ speed ", engine, "eptzMoveSpeed");
+    return {engine.at("inEngNo").dump(), "input " + engine.at("viPort").dump(), Started(engine),
+            OwnerText(engine), details.Text()};
+}
+
+Row OutputEngineRow(const ordered_json& engine)
+{
+    Details details;
+    for (const ordered_json& picture : engine.at("subPic")) {
+        std::string words = picture.at("decFlag") != 0 ? "decoder " : "input engine ";
+        words += picture.at("inputId").dump();
+        if (picture.at("winHandle") != 0)
+            words += " in window " + picture["winHandle"].dump();
+        details.Add(words);
+    }
+    if (engine.contains("offset"))
+        details.Add("offset " + engine["offset"].at("xOffset").dump() + ' ' +
+                    engine["offset"].at("yOffset").dump() + " pixels");
+    details.AddQueue("queue ", engine, "queHandle");
+    return {engine.at("outEngNo").dump(), "output " + engine.at("voPort").dump(), Started(engine),
+            OwnerText(engine), details.Text()};
+}
+
+Row ChannelRow(const ordered_json& channel, const char* number)
+{
+    const ordered_json param = channel.value("param", ordered_json{{"w", 0}, {"h", 0}});
+    const ordered_json& statistics = channel.at("statistics");
+    Details details;
+    details.Add("bit rate ", param, "br").AddQueue("queue ", channel, "queHandle");
+    details.Add("key frames ", channel, "keyFrames").Add("anti-jitter ", channel, "antiJitter");
+    details.Add("starts ", statistics, "starts").Add("stops ", statistics, "stops");
+    details.Add("changes ", statistics, "changes");
+    return {channel.at(number).dump(), Started(channel), OwnerText(channel), PictureText(param, "w", "h"),
+            details.Text()};
+}
+
+Row EncoderRow(const ordered_json& encoder)
+{
+    return ChannelRow(encoder, "encStmNo");
+}
+
+Row DecoderRow(const ordered_json& decoder)
+{
+    return ChannelRow(decoder, "decStmNo");
+}
+
+Row LoopRow(const ordered_json& loop)
+{
+    return {loop.at("loop").dump(), loop.at("enabled").get<bool>() ? "on" : "off", OwnerText(loop),
+            "encoder " + loop.at("encNo").dump() + " to decoder " + loop.at("decNo").dump() + ", mode " +
+                loop.at("mode").dump()};
+}
+
+Row OverlayRow(const ordered_json& overlay)
+{
+    return {overlay.at("overlayChn").dump(), overlay.at("enabled").get<bool>() ? "shown" : "hidden",
+            OwnerText(overlay), Details().AddQueue("queue ", overlay, "queHandle").Text()};
+}
+
+Row RemoteMouseRow(const ordered_json& mouse)
+{
+    return {mouse.at("mouseStmNo").dump(), Started(mouse), OwnerText(mouse),
+            Details().Add("of decoder ", mouse, "decStmNo").AddQueue("queue ", mouse, "queHandle").Text()};
+}
+
+Row LocalMouseRow(const ordered_json& mouse)
+{
+    Details details;
+    details.Add("attached to ", mouse, "attachId").AddQueue("queue ", mouse, "queHandle");
+    details.AddIf(mouse, "independent", "independent").AddIf(mouse, "shown", "shown");
+    return {mouse.at("localMouseStmNo").dump(), Started(mouse), OwnerText(mouse), details.Text()};
+}
+
+Row UvcRow(const ordered_json& stream)
+{
+    return {stream.at("uvcStmNo").dump(), Started(stream), OwnerText(stream),
+            Details().Add("key frames ", stream, "keyFrames").Text()};
+}
+
+Row QueueRow(const ordered_json& queue)
+{
+    return {QueueText(queue.at("queHandle").get<uint32_t>()), OwnerText(queue)};
+}
+
+Row ProcessRow(const ordered_json& process)
+{
+    return {"process " + process.dump()};
+}
+
+Row ClientRow(const ordered_json& client)
+{
+    return {Printable(client.at("procName").get<std::string>()) + '/' +
+                Printable(client.at("taskName").get<std::string>()),
+            "process " + client.at("process").dump(),
+            client.at("notificationsSent").dump() + " notifications",
+            client.at("notificationsDropped") != 0 ? client["notificationsDropped"].dump() + " dropped" : ""};
+}
+
+Row FaultRow(const ordered_json& fault)
+{
+    return {fault.at("fault").dump(), Printable(fault.at("rule").get<std::string>()),
+            "matched " + fault.at("matches").dump() + ", changed " + fault.at("hits").dump()};
+}
+
+Row WatcherRow(const ordered_json& watcher)
+{
+    return {Printable(watcher.at("procName").get<std::string>()), "process " + watcher.at("process").dump(),
+            watcher.at("lost").dump() + " messages lost"};
+}
+
+Row RequestRow(const ordered_json& request)
+{
+    Details details;
+    for (const ordered_json& result : request.at("results"))
+        details.Add(ResultText(result.at("result").get<uint32_t>()) + ": " + result.at("count").dump());
+    details.Add("others: ", request, "otherResults");
+    return {request.at("name").get<std::string>(), details.Text()};
+}
+
+/// Of texts and numbers, and of what this program does not know.
+Row PlainRow(const ordered_json& value)
+{
+    return {value.is_string() ? Printable(value.get<std::string>()) : value.dump(-1, ' ', true)};
+}
+
+/// How the entries of a section are shown.
+constexpr struct {
+    const char* name;
+    const char* title;
+    Row (*row)(const ordered_json& entry);
+} kSections[] = {
+    {"time", "Time", PlainRow},
+    {"inputs", "Inputs", InputRow},
+    {"inputEngines", "Input engines", InputEngineRow},
+    {"outputs", "Outputs", OutputRow},
+    {"outputEngines", "Output engines", OutputEngineRow},
+    {"display", "All displays", PlainRow},
+    {"filterWindows", "Filter windows", PlainRow},
+    {"encoders", "Encoders", EncoderRow},
+    {"decoders", "Decoders", DecoderRow},
+    {"loops", "Loops", LoopRow},
+    {"overlays", "Overlays", OverlayRow},
+    {"remoteMice", "Remote mice", RemoteMouseRow},
+    {"localMice", "Local mice", LocalMouseRow},
+    {"uvcUsers", "Users of UVC", ProcessRow},
+    {"uvcStreams", "UVC streams", UvcRow},
+    {"queues", "Announced queues", QueueRow},
+    {"queueServers", "Queue servers", PlainRow},
+    {"jobs", "Jobs", PlainRow},
+    {"clients", "Clients", ClientRow},
+    {"requests", "Requests", RequestRow},
+    {"faults", "Faults", FaultRow},
+    {"scenario", "Scenario", PlainRow},
+    {"watchers", "Watchers", WatcherRow},
+    {"unlistedRequests", "Requests that are not listed", PlainRow},
+};
+
+bool IsSet(const ordered_json& value)
+{
+    return value != 0 && value != false && !(value.is_structured() && value.empty());
+}
+
+void PrintSection(const std::string& name, const ordered_json& section, const ordered_json& cut)
+{
+    std::string title = name;
+    auto row = PlainRow;
+    for (const auto& known : kSections) {
+        if (name == known.name) {
+            title = known.title;
+            row = known.row;
+        }
+    }
+    Table table;
+    bool isEmpty = true;
+    for (const auto& [key, entry] : section.items()) {
+        if (section.is_object() && !IsSet(entry))
+            continue;
+        isEmpty = false;
+        table.Add(section.is_object() ? Row{key, PlainRow(entry)[0]} : row(entry));
+    }
+    if (isEmpty)
+        return;
+    if (cut.contains(name))
+        title += " (the first " + std::to_string(section.size()) + " of " + cut[name].dump() + ')';
+    PrintLine('\n' + title);
+    table.Print("  ");
+}
+
+void PrintState(const ordered_json& state)
+{
+    const ordered_json& service = state.at("service");
+    PrintLine("Service " + Printable(service.at("procName").get<std::string>()) + '/' +
+              Printable(service.at("taskName").get<std::string>()) + ", process " +
+              service.at("process").dump());
+    const ordered_json cut = state.value("cut", ordered_json::object());
+    for (const auto& [name, section] : state.items()) {
+        if (name != "service" && name != "cut" && IsSet(section))
+            PrintSection(name, section, cut);
+    }
+}
+
+int RunState(Settings& settings, const std::string& file)
+{
+    const ordered_json state = ReadState(settings, file);
+    if (settings.json)
+        PrintLine(Dump(state));
+    else
+        ShowState([&] { PrintState(state); });
+    return kDone;
+}
+
+Run Add(CLI::App& app, Settings& settings)
+{
+    auto file = std::make_shared<std::string>();
+    app.add_option("FILE", *file, "Show this one, which --json has written; - is standard input");
+    return [file, &settings] { return RunState(settings, *file); };
+}
+
+} // namespace
+
+const Command kDeviceState{"state", "Show ports, engines, channels, clients and counters",
+                           "  veskctl device state\n"
+                           "  veskctl device state --json > state.json",
+                           Add, Words::kNone};
+
+} // namespace vesk::ctl

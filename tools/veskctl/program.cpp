@@ -1,0 +1,104 @@
+// Programs that a subcommand runs.
+#include "tools/veskctl/program.h"
+
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+namespace vesk::ctl {
+
+AwaitedSignals::AwaitedSignals(std::initializer_list<int> signals)
+{
+    sigemptyset(&awaited_);
+    for (const int signal : signals)
+        sigaddset(&awaited_, signal);
+    sigprocmask(SIG_BLOCK, &awaited_, &before_);
+}
+
+siginfo_t AwaitedSignals::Take(std::chrono::milliseconds most) const
+{
+    const timespec pause{most.count() / 1000, most.count() % 1000 * 1000000};
+    siginfo_t info{};
+    if (sigtimedwait(&awaited_, &info, &pause) < 0)
+        info = {};
+    return info;
+}
+
+namespace {
+
+void BeHelper(pid_t parent)
+{
+    setpgid(0, 0);
+    prctl(PR_SET_PDEATHSIG, SIGTERM);
+    if (getppid() != parent) // it has ended meanwhile
+        _exit(1);
+    const int nothing = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    dup2(nothing, STDIN_FILENO);
+}
+
+} // namespace
+
+Program::Program(const std::vector<std::string>& words, const AwaitedSignals& signals, const Options& options)
+{
+    std::vector<char*> arguments;
+    for (const std::string& word : words)
+        arguments.push_back(const_cast<char*>(word.c_str()));
+    arguments.push_back(nullptr);
+    const pid_t self = getpid();
+    int failure[2]; // carries errno if the program cannot be executed
+    if (pipe2(failure, O_CLOEXEC) != 0 || (process_ = fork()) < 0)
+        throw Failure(kFailed, std::string("cannot start a process: ") + std::strerror(errno));
+    if (process_ == 0) {
+        sigprocmask(SIG_SETMASK, &signals.Before(), nullptr);
+        if (options.isHelper)
+            BeHelper(self);
+        if (options.output >= 0) {
+            dup2(options.output, STDOUT_FILENO);
+            dup2(options.output, STDERR_FILENO);
+        }
+        for (const auto& [name, value] : options.environment)
+            setenv(name.c_str(), value.c_str(), 1);
+        execvp(arguments[0], arguments.data());
+        const int error = errno;
+        (void)!write(failure[1], &error, sizeof error);
+        _exit(1);
+    }
+    close(failure[1]);
+    int error = 0;
+    const ssize_t got = read(failure[0], &error, sizeof error);
+    close(failure[0]);
+    if (got == sizeof error) {
+        waitpid(process_, nullptr, 0);
+        throw Failure(error == ENOENT ? kNotFound : kNotExecutable,
+                      "cannot start '" + words[0] + "': " + std::strerror(error));
+    }
+}
+
+Program::~Program()
+{
+    if (Status())
+        return;
+    kill(process_, SIGKILL);
+    waitpid(process_, nullptr, 0);
+}
+
+void Program::Signal(int signal) const
+{
+    if (!status_)
+        kill(process_, signal);
+}
+
+std::optional<int> Program::Status()
+{
+    int status = 0;
+    if (!status_ && waitpid(process_, &status, WNOHANG) == process_)
+        status_ = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+    return status_;
+}
+
+} // namespace vesk::ctl

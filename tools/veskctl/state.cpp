@@ -1,0 +1,65 @@
+// The state of the virtual service, as "device state" and "device graph" read it.
+#include "tools/veskctl/state.h"
+
+#include "tools/veskctl/exchange.h"
+
+namespace vesk::ctl {
+
+using namespace tools;
+using nlohmann::ordered_json;
+
+ordered_json ReadState(Settings& settings, const std::string& file)
+{
+    if (!file.empty())
+        return ReadJson(file);
+    Client client(settings.service, Client::Interrupt::kEndsProgram);
+    const Prepared request = Prepare(settings.Decoder(), "VESK_CONTROL_STATE", {});
+    const Call call = Perform(client, settings.Decoder(), request, VESK_VIDEO_SYNC_TIMEOUT);
+    RequireOk(call);
+    const BytesView text = BytesView(call.outcome.answer).subspan(sizeof(VeskVideoMsgHead));
+    try {
+        const auto* begin = reinterpret_cast<const char*>(text.data());
+        return ordered_json::parse(begin, begin + text.size());
+    } catch (const ordered_json::exception& error) {
+        throw Error(std::string("the service's state is malformed: ") + error.what());
+    }
+}
+
+void ShowState(const std::function<void()>& show)
+{
+    try {
+        show();
+    } catch (const ordered_json::exception& error) {
+        throw Error(std::string("this is not the state of a virtual service: ") + error.what());
+    }
+}
+
+std::string Printable(const std::string& text)
+{
+    unsigned char before = 0;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        const bool isC1 = before == 0xc2 && byte < 0xa0;
+        if (byte < ' ' || byte == 0x7f || isC1)
+            return ordered_json(text).dump(-1, ' ', true);
+        before = byte;
+    }
+    return text;
+}
+
+std::string OwnerText(const ordered_json& thing)
+{
+    const ordered_json& owner = thing.at("owner");
+    return Printable(owner.at("procName").get<std::string>()) + '[' + owner.at("process").dump() + ']';
+}
+
+std::string PictureText(const ordered_json& mode, const char* width, const char* height)
+{
+    const auto wide = mode.at(width).get<uint64_t>();
+    if (wide == 0)
+        return {};
+    const std::string size = std::to_string(wide) + 'x' + mode.at(height).dump();
+    return mode.contains("fr") ? size + " at " + mode["fr"].dump() + " fps" : size;
+}
+
+} // namespace vesk::ctl

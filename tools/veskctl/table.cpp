@@ -1,0 +1,32 @@
+// Rows of text with aligned columns.
+#include "tools/veskctl/table.h"
+
+#include "tools/veskctl/exchange.h"
+
+#include <algorithm>
+
+namespace vesk::ctl {
+
+void Table::Add(std::vector<std::string> row)
+{
+    widths_.resize(std::max(widths_.size(), row.size()));
+    for (size_t i = 0; i < row.size(); ++i)
+        widths_[i] = std::max(widths_[i], row[i].size());
+    rows_.push_back(std::move(row));
+}
+
+void Table::Print(const std::string& indent) const
+{
+    for (const std::vector<std::string>& row : rows_) {
+        std::string line = indent;
+        for (size_t i = 0; i < row.size(); ++i) {
+            line += row[i];
+            if (widths_[i] != 0 && i + 1 < row.size())
+                line.append(widths_[i] + 2 - row[i].size(), ' ');
+        }
+        line.erase(line.find_last_not_of(' ') + 1);
+        PrintLine(line);
+    }
+}
+
+} // namespace vesk::ctl

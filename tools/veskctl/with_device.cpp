@@ -1,0 +1,230 @@
+// The subcommand "with-device": runs a command with a virtual device of its own.
+#include "tools/veskctl/commands.h"
+#include "tools/veskctl/program.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+
+namespace vesk::ctl {
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+struct Options {
+    std::string device;
+    std::string scenario;
+    std::string serviceProgram;
+    std::vector<std::string> command;
+};
+
+/// A directory that only this user can enter; removed with everything in it.
+class OwnDirectory {
+public:
+    OwnDirectory() : path_((fs::temp_directory_path() / "vesk-device-XXXXXX").string())
+    {
+        if (mkdtemp(path_.data()) == nullptr)
+            throw Failure(kFailed, "cannot make " + path_ + ": " + std::strerror(errno));
+    }
+    ~OwnDirectory()
+    {
+        std::error_code ignored;
+        fs::remove_all(path_, ignored);
+    }
+    OwnDirectory(const OwnDirectory&) = delete;
+
+    const std::string& Path() const { return path_; }
+
+private:
+    std::string path_;
+};
+
+/// What the service writes to its standard output and error.
+class Log {
+public:
+    explicit Log(const std::string& directory)
+        : file_(open((directory + "/service.log").c_str(), O_RDWR | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC,
+                     0600))
+    {
+        if (file_ < 0)
+            throw Failure(kFailed, "cannot write to " + directory + ": " + std::strerror(errno));
+    }
+    ~Log() { close(file_); }
+    Log(const Log&) = delete;
+
+    int File() const { return file_; }
+
+    /// The last bytes of it, at most 64 KiB.
+    std::string Text() const
+    {
+        constexpr off_t kMost = 65536;
+        const off_t end = lseek(file_, 0, SEEK_END);
+        std::string text(static_cast<size_t>(std::min(end, kMost)), '\0');
+        const ssize_t got = pread(file_, text.data(), text.size(), std::max(off_t{0}, end - kMost));
+        text.resize(static_cast<size_t>(std::max<ssize_t>(got, 0)));
+        return text;
+    }
+
+    void Show() const { std::fprintf(stderr, "veskctl: the service's log:\n%s", Text().c_str()); }
+
+private:
+    int file_;
+};
+
+/// The service beside this program, of the build tree, or in PATH.
+std::string FindService()
+{
+    const fs::path bin = fs::read_symlink("/proc/self/exe").parent_path();
+    for (const char* place : {"vesk-video-service", "../../service/vesk-video-service"}) {
+        const std::string path = (bin / place).lexically_normal();
+        if (access(path.c_str(), X_OK) == 0)
+            return path;
+    }
+    return "vesk-video-service";
+}
+
+std::vector<std::string> ServiceCommand(const Settings& settings, const Options& options)
+{
+    const size_t slash = settings.service.find('/');
+    if (slash == std::string::npos)
+        throw Failure(kUsage, "--service " + settings.service + ": expected PROCESS/TASK");
+    std::vector<std::string> command{options.serviceProgram.empty() ? FindService() : options.serviceProgram,
+                                     "--process", settings.service.substr(0, slash), "--task",
+                                     settings.service.substr(slash + 1)};
+    if (!options.device.empty())
+        command.insert(command.end(), {"--device", options.device});
+    if (!options.scenario.empty())
+        command.insert(command.end(), {"--scenario", options.scenario});
+    return command;
+}
+
+/// The virtual service, and what becomes of it.
+class Service {
+public:
+    Service(const std::vector<std::string>& command, const AwaitedSignals& signals,
+            const std::string& directory)
+        : signals_(signals), log_(directory),
+          program_(
+              command, signals,
+              {.environment = {{"VESK_RUNTIME_DIR", directory}}, .output = log_.File(), .isHelper = true})
+    {
+    }
+
+    /// Waits until it serves. Returns the signal that ended the wait, or 0. @throw Failure
+    int AwaitServing()
+    {
+        const auto end = std::chrono::steady_clock::now() + 30s;
+        while (log_.Text().find(": serving ") == std::string::npos) {
+            const std::optional<int> status = program_.Status();
+            if (status || std::chrono::steady_clock::now() > end) {
+                log_.Show();
+                throw Failure(kNoService, status ? "the service ended with status " + std::to_string(*status)
+                                                 : "the service does not serve after 30 s");
+            }
+            if (const int signal = signals_.Take(5ms).si_signo; signal != 0 && signal != SIGCHLD)
+                return signal;
+        }
+        return 0;
+    }
+
+    /// Says once that it has ended, if it has.
+    void Check()
+    {
+        const std::optional<int> status = program_.Status();
+        if (!status || std::exchange(isKnownToHaveEnded_, true))
+            return;
+        std::fprintf(stderr, "veskctl: the service has ended before the command, with status %d\n", *status);
+    }
+
+    /// Ends it. Says so and returns false if that is not in order.
+    bool End()
+    {
+        Check();
+        if (isKnownToHaveEnded_)
+            return true;
+        program_.Signal(SIGTERM);
+        const auto end = std::chrono::steady_clock::now() + 5s;
+        std::optional<int> status;
+        while (!(status = program_.Status()) && std::chrono::steady_clock::now() < end)
+            signals_.Take(20ms);
+        if (status == kDone)
+            return true;
+        if (status)
+            std::fprintf(stderr, "veskctl: the service ended with status %d\n", *status);
+        else
+            std::fprintf(stderr, "veskctl: the service does not end; it is killed\n");
+        return false;
+    }
+
+    void ShowLog() const { log_.Show(); }
+
+private:
+    const AwaitedSignals& signals_;
+    Log log_;
+    Program program_;
+    bool isKnownToHaveEnded_ = false;
+};
+
+/// Waits for the end of the command, which gets the signals that were sent to this process alone.
+int Await(Program& command, Service& service, const AwaitedSignals& signals)
+{
+    while (true) {
+        if (const std::optional<int> status = command.Status())
+            return *status;
+        service.Check();
+        const siginfo_t info = signals.Take(1s);
+        if (info.si_signo != 0 && info.si_signo != SIGCHLD && info.si_code != SI_KERNEL)
+            command.Signal(info.si_signo);
+    }
+}
+
+int RunWithDevice(Settings& settings, const Options& options)
+{
+    const std::vector<std::string> serviceCommand = ServiceCommand(settings, options);
+    const AwaitedSignals signals{SIGCHLD, SIGINT, SIGTERM, SIGHUP, SIGQUIT};
+    const OwnDirectory directory;
+    std::optional<Service> service;
+    try {
+        service.emplace(serviceCommand, signals, directory.Path());
+    } catch (const Failure& failure) {
+        throw Failure(kNoService, failure.what());
+    }
+    if (const int signal = service->AwaitServing(); signal != 0)
+        return 128 + signal;
+    int status = kFailed;
+    {
+        Program command(options.command, signals, {.environment = {{"VESK_RUNTIME_DIR", directory.Path()}}});
+        status = Await(command, *service, signals);
+    }
+    const bool isInOrder = service->End();
+    if (status != kDone || !isInOrder)
+        service->ShowLog();
+    return status;
+}
+
+Run Add(CLI::App& app, Settings& settings)
+{
+    auto options = std::make_shared<Options>();
+    app.add_option("--device", options->device, "Description of the device, for the service");
+    app.add_option("--scenario", options->scenario, "What is to happen, for the service");
+    app.add_option("--service-program", options->serviceProgram,
+                   "The service; else vesk-video-service of this installation or in PATH");
+    app.add_option("COMMAND", options->command, "Command and its arguments")->required();
+    app.positionals_at_end(); // what follows the command belongs to it
+    return [options, &settings] { return RunWithDevice(settings, *options); };
+}
+
+} // namespace
+
+const Command kWithDevice{"with-device", "Run a command with a virtual device of its own",
+                          "  veskctl with-device my-test\n"
+                          "  veskctl with-device --device room.toml -- my-test --verbose",
+                          Add, Words::kNone};
+
+} // namespace vesk::ctl
