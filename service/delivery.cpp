@@ -18,9 +18,9 @@ Bytes DataBlockOf(const Notification& notification)
     head.msgId = static_cast<uint16_t>(notification.notifyId);
     head.ulParam1 = notification.param1;
     head.ulParam2 = notification.param2;
-    const auto headBytes = BytesOf(head);
-    Bytes data(headBytes.begin(), headBytes.end());
-    data.insert(data.end(), notification.payload.begin(), notification.payload.end());
+    Bytes data(sizeof head + notification.payload.size());
+    std::memcpy(data.data(), &head, sizeof head);
+    std::copy(notification.payload.begin(), notification.payload.end(), data.begin() + sizeof head);
     return data;
 }
 

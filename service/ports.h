@@ -143,8 +143,8 @@ protected:
             ports_.back().number = static_cast<uint32_t>(ports_.size() - 1);
         }
     }
-    Ports(Ports&&) = default;
-    Ports& operator=(Ports&&) = default;
+    Ports(Ports&&) noexcept = default;
+    Ports& operator=(Ports&&) noexcept = default;
     ~Ports() = default;
 
     const std::vector<Port>& All() const { return ports_; }

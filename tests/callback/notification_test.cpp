@@ -9,6 +9,9 @@
 #include <thread>
 #include <tuple>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 using vesk::messages::kNotifications;
 
 namespace {
@@ -289,4 +292,42 @@ TEST_F(NotificationTest, NoneIsStrandedWhileACallbackIsInstalled)
         ASSERT_EQ(s_count, 20U);
         ASSERT_TRUE(g_cbResendQueue.empty());
     }
+}
+
+// A child begins with a queue that is whole and unlocked, whatever its parent's threads are doing to it, and
+// without what its parent holds.
+TEST_F(NotificationTest, AForkedChildHoldsNothingOfItsParents)
+{
+#ifdef __SANITIZE_THREAD__
+    GTEST_SKIP() << "the sanitizer may hang in the child of a process with threads";
+#endif
+    constexpr size_t kHeld = 500;
+    Get().isQuiet = true;
+    Install(nullptr);
+    for (size_t i = 0; i < kHeld; ++i)
+        Receive(100, Bytes(8));
+    std::atomic<bool> ends = false;
+    std::thread reader([&] { // holds the lock most of the time
+        for (std::list<NorthMsgResendInfo> queue; !ends;)
+            VeskVideoGetMsgResendQ(&queue);
+    });
+    for (int round = 0; round < 20 && !HasFailure(); ++round) {
+        const pid_t child = fork();
+        if (child == 0) {
+            alarm(10);
+            Install(Record);
+            const size_t fromParent = g_delivered.size();
+            Install(nullptr);
+            Receive(100, Bytes(8));
+            Install(Record);
+            _exit(fromParent == 0 && g_delivered.size() == 1 ? 0 : 1);
+        }
+        int status = -1;
+        waitpid(child, &status, 0);
+        EXPECT_EQ(status, 0);
+    }
+    ends = true;
+    reader.join();
+    Install(Record);
+    EXPECT_EQ(g_delivered.size(), kHeld);
 }

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <filesystem>
 
 using namespace vesk::control;
 using namespace vesk::tools;
@@ -263,6 +264,16 @@ do = "notify VO_PORT_PLUG_STATE --raw 010203"
                           "do = 'fault add * delay 200 --count 1'")[0],
                   "on 27 x3 tour/1: CONTROL_TIME advanceMs=3",
                   R"(at 86400000: CONTROL_NOTIFY procName="" notifyId=100 param2=0 param1=0 rest=010203)"}));
+}
+
+TEST(ScenarioFile, Examples)
+{
+    size_t files = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(VESK_SCENARIOS_PATH)) {
+        EXPECT_EQ(ErrorOf([&] { ScenarioFromFile(Virtual(), entry.path()); }), "no error");
+        ++files;
+    }
+    EXPECT_GT(files, 0U);
 }
 
 TEST(ScenarioFile, OneThatIsWrongSaysWhere)

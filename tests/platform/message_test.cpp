@@ -299,7 +299,7 @@ FORKED_TEST(HostMessage, AnAnswerThatIsPutOffIsGivenOnceOrEndsWithItsSenderOrIts
     EXPECT_TRUE(Eventually(hasClosedTheRest));
 
     for (size_t i = 0; i < kMaxOwed; ++i)
-        clients.push_back(Connected(Raw(4, "many")));
+        clients.push_back(Connected(Raw(4, "many") + std::string(9000, 'x'))); // more than is read at once
     EXPECT_NE(OwedAnswer(7 + kMaxOwed).number, 0U); // as nothing has been left behind
     EXPECT_TRUE(gone.Give() == kBroken && ended.Give() == kBroken);
     EXPECT_TRUE(ReadMessage(Connected(Raw(4, "late")))); // is answered at once

@@ -146,3 +146,31 @@ TEST(Faults, EachAllocationFailsInTurn)
     EXPECT_GT(failed, 5U); // the sanitizers' operator new does not call malloc
     std::printf("%u allocations\n", failed);
 }
+
+// A handler that cannot put its answer off for want of memory gives it at once.
+TEST(Faults, EachAllocationOfADeferralFailsInTurn)
+{
+    static std::atomic<uint32_t> s_nth = 0, s_deferred = 0;
+    const auto putOff = [](OsMsgEnvelope* message) -> uint32_t {
+        failing_malloc::FailOnce(++s_nth);
+        const HostMsgDeferred deferred = HostMsgDefer(message);
+        EXPECT_EQ(failing_malloc::FailOnce(0), deferred == 0);
+        if (deferred == 0)
+            return HostMsgReply(message, message->data, message->dataLen);
+        ++s_deferred;
+        return HostMsgReplyDeferred(deferred, message->data, message->dataLen);
+    };
+    const RuntimeDir directory;
+    InFork([&] {
+        setenv("VESK_LOG_TARGET", "none", 1);
+        EXPECT_EQ(HostMsgSetProcName("VIDEO"), 0U);
+        EXPECT_EQ(OsMsgRegTask("VCTL", 64, putOff), 0U);
+        std::thread([] { OsMsgTaskRoutineByName("VCTL"); }).detach();
+        const VeskVideoMsgHead head{};
+        for (int i = 0; i < 4; ++i)
+            EXPECT_EQ(VeskVideoSendSyncMsgWithoutResponse(&head, nullptr, 0), 0U);
+        EXPECT_GT(s_deferred, 0U);
+        std::printf("%u put off\n", s_deferred.load());
+        _exit(testing::Test::HasFailure() ? 1 : 0);
+    });
+}

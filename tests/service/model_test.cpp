@@ -1,6 +1,7 @@
 // The virtual service's model, family by family: what it keeps, notifies and refuses, and how much it
 // carries.
 #include "service/service_fixture.h"
+#include "service/uvc.h"
 #include "vesk_host/queue.h"
 #include "vesk_video/message_list.h"
 
@@ -357,6 +358,21 @@ FORKED_TEST(Application, WhatItHeldIsFreeOnceItHasLeftOrIsDead)
     const Child left = fill(0, "EXIT; GET_VO_COUNT = 2");
     fill(1, ""); // while the first still lives; then it is dead
     FillAll(2);
+}
+
+// A process that is given the number of a dead one may have been no user at all.
+TEST(UvcModel, ADeadUserIsForgottenWhenAnotherComes)
+{
+    vesk::service::Uvc uvc;
+    Child user([] { pause(); });
+    const vesk::service::Sender dead{"dead", user.Process()}, living{"living", getpid()};
+    uint32_t stream = 0;
+    EXPECT_EQ(uvc.Init(dead), 0U);
+    EXPECT_EQ(uvc.Open(dead, &stream), 0U);
+    user.Wait(SIGKILL);
+    EXPECT_EQ(uvc.Init(living), 0U);
+    EXPECT_EQ(uvc.Open(dead, &stream), VESK_SERVICE_ERR_STATE);
+    EXPECT_EQ(uvc.Open(living, &stream), 0U);
 }
 
 FORKED_TEST(VideoService, EveryRequestRefusesPayloadsOfAnotherLengthAndUnknownNumbers)

@@ -126,6 +126,28 @@ FORKED_TEST(Application, TheLibraryStaysWhenItIsUnloaded)
     EXPECT_EQ(host.Wait(), 0);
 }
 
+// The child of an application with a receive thread is an application of its own.
+FORKED_TEST(VideoService, AForkedChildIsNotifiedUnderANameOfItsOwn)
+{
+#ifdef __SANITIZE_THREAD__
+    return; // the sanitizer allows no threads in the child of a process with threads
+#endif
+    const auto announced = [] { return Arrived(VESK_VIDEO_ON_VO_PORT_DDC_INFO_NOTIFY, 2).size(); };
+    ASSERT_EQ(announced(), 2U);
+    InFork([&] {
+        alarm(20);
+        g_name = "child";
+        g_notified.clear();
+        EXPECT_EQ(VeskVideoInit(), 0U);
+        Install();
+        EXPECT_EQ(announced(), 2U);
+        EXPECT_EQ(VeskVideoExit(), 0U);
+        _exit(testing::Test::HasFailure() ? 1 : 0);
+    });
+    EXPECT_EQ(announced(), 2U); // the child's were not for its parent
+    Play("SET_ANNOTATION_STATUS 1 2 7; ON 109 = 7");
+}
+
 FORKED_TEST(VideoService, ExitAndInitAtOnceKeepTheClientKnown)
 {
     for (size_t round = 1; round <= 50; ++round) {

@@ -19,7 +19,7 @@ struct Deferred {
 
 /**
  * Keeps what is needed to answer until it is taken. A forked child owes nothing, and its numbers go on from
- * its parent's. The lock is held by nothing that takes another: it comes after that of a connection.
+ * its parent's. A connection may be locked meanwhile; no other lock is taken here.
  *
  * @return A number that is never given again; 0 when too many answers are owed. May throw std::bad_alloc.
  */

@@ -45,7 +45,7 @@ public:
  * the one that came last, which is the loop's unless a handler is busy. Then the reader gives it a moment,
  * and after that takes in what has arrived.
  *
- * Locks are taken in the order connection, inbox.
+ * Locks are taken in the order connection, then inbox or deferred answers.
  */
 class Inbox {
 public:

@@ -20,6 +20,7 @@
  * - VESK_CONTROL_PLUG, VESK_CONTROL_UNPLUG: a source or display is plugged in, in a mode, or pulled out;
  *   clients are notified. VESK_SERVICE_ERR_STATE if it is so already.
  * - VESK_CONTROL_MODE: the mode of what is plugged in changes; clients are notified.
+ *   VESK_SERVICE_ERR_UNPLUGGED if nothing is.
  * - VESK_CONTROL_NOTIFY: a VeskControlNotification and its payload, of any length. The answer is the number
  *   of clients that it was sent to, or will be when a fault delays it. VESK_SERVICE_ERR_NUMBER if the client
  *   is not known, VESK_SERVICE_ERR_VALUE if the list has no such notification.
@@ -64,11 +65,11 @@ enum VeskControlLimit {
     VESK_CONTROL_MAX_WATCHERS = 8    /**< Tasks that watch. */
 };
 
-/** Picture of a source or display. */
+/** Picture of a source or display; VESK_SERVICE_ERR_VALUE if it is out of range. */
 typedef struct VeskControlMode {
-    uint32_t width;  /**< Pixels; 0 in a plug keeps the mode that the port has. */
-    uint32_t height; /**< Pixels. */
-    uint32_t fr;     /**< Frames per second. */
+    uint32_t width;  /**< Pixels, 1 to 16384; 0 in a plug keeps the mode that the port has. */
+    uint32_t height; /**< Pixels, 1 to 16384. */
+    uint32_t fr;     /**< Frames per second, 1 to 1000. */
 } VeskControlMode;
 VESK_VIDEO_ASSERT_SIZE(VeskControlMode, 12);
 
