@@ -55,6 +55,15 @@ public:
                   (label.empty() ? "" : ", label=" + Quoted(label)) + "];\n";
     }
 
+    /// Draws nodes in a column, the leftmost ("source") or rightmost ("sink").
+    void Align(const char* rank, const std::vector<std::string>& names)
+    {
+        edges_ += std::string("  { rank=") + rank + ';';
+        for (const std::string& name : names)
+            edges_ += ' ' + Quoted(name) + ';';
+        edges_ += " }\n";
+    }
+
     void Print(const std::string& title) const
     {
         std::string text = "digraph device {\n"
@@ -88,14 +97,18 @@ private:
     std::string edges_;
 };
 
-void AddPorts(Graph& graph, const ordered_json& ports, const std::string& kind, const char* number)
+void AddPorts(Graph& graph, const ordered_json& ports, const std::string& kind, const char* number,
+              const char* rank)
 {
+    std::vector<std::string> names;
     for (const ordered_json& port : ports) {
         const std::string picture = PictureText(port, "width", "height");
         graph.Add("", kind, port.at(number).dump(),
                   Printable(port.at("name").get<std::string>()) + (picture.empty() ? "" : '\n' + picture),
                   port.at("plugged").get<bool>() && port.at("enabled").get<bool>(), "component");
+        names.push_back(kind + ' ' + port.at(number).dump());
     }
+    graph.Align(rank, names);
 }
 
 /// Things that are only there, each with its state in the member @p running.
@@ -146,8 +159,8 @@ void ConnectOutputs(Graph& graph, const ordered_json& engines)
 void PrintGraph(const ordered_json& state)
 {
     Graph graph;
-    AddPorts(graph, state.at("inputs"), "input", "viPort");
-    AddPorts(graph, state.at("outputs"), "output", "voPort");
+    AddPorts(graph, state.at("inputs"), "input", "viPort", "source");
+    AddPorts(graph, state.at("outputs"), "output", "voPort", "sink");
     AddThings(graph, state.at("inputEngines"), "input engine", "inEngNo", "started");
     AddThings(graph, state.at("encoders"), "encoder", "encStmNo", "started");
     AddThings(graph, state.at("decoders"), "decoder", "decStmNo", "started");

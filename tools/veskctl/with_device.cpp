@@ -224,7 +224,7 @@ Run Add(CLI::App& app, Settings& settings)
 
 const Command kWithDevice{"with-device", "Run a command with a virtual device of its own",
                           "  veskctl with-device my-test\n"
-                          "  veskctl with-device --device room.toml -- my-test --verbose",
+                          "  veskctl with-device --device large_room.toml -- my-test --verbose",
                           Add, Words::kNone};
 
 } // namespace vesk::ctl
