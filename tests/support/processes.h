@@ -12,6 +12,13 @@
 
 namespace processes {
 
+/// False under sanitizers whose own locks may stay locked in the child of a process with threads.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+inline constexpr bool kThreadsMayFork = false;
+#else
+inline constexpr bool kThreadsMayFork = true;
+#endif
+
 /// A runtime directory of its own, named to this process and all that it starts; removed at the end.
 struct RuntimeDir {
     std::string path = "/tmp/vesk-test-XXXXXX";
