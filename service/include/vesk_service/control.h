@@ -6,7 +6,7 @@
  * VeskServiceResult and changes nothing.
  *
  * Times are the model's: milliseconds since the service started. They run with the clock, faster or slower
- * with --time-scale, or only by @ref VESK_CONTROL_TIME with --step.
+ * with --time-scale, or only by VESK_CONTROL_TIME with --step.
  */
 #ifndef VESK_SERVICE_CONTROL_H
 #define VESK_SERVICE_CONTROL_H
@@ -38,7 +38,7 @@
  * - VESK_CONTROL_RESET: back to the described device. All that clients have opened or created is gone, faults
  *   and scenario too, answers that are still owed are never given; clients stay known and are notified by 206
  *   and 207.
- * - VESK_CONTROL_WATCH: the task that the envelope names as its sender's is sent @ref VESK_CONTROL_ON_MESSAGE
+ * - VESK_CONTROL_WATCH: the task that the envelope names as its sender's is sent VESK_CONTROL_ON_MESSAGE
  *   from now on, or with 0 no more. VESK_SERVICE_ERR_ROOM beyond VESK_CONTROL_MAX_WATCHERS.
  * - VESK_CONTROL_TICK: something is due; the service sends it to itself and answers VESK_SERVICE_ERR_REQUEST
  *   to others.
