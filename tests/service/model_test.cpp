@@ -1,5 +1,6 @@
 // The virtual service's model, family by family: what it keeps, notifies and refuses, and how much it
 // carries.
+#include "service/device_file.h"
 #include "service/service_fixture.h"
 #include "service/uvc.h"
 #include "vesk_host/queue.h"
@@ -363,9 +364,9 @@ FORKED_TEST(Application, WhatItHeldIsFreeOnceItHasLeftOrIsDead)
 // A process that is given the number of a dead one may have been no user at all.
 TEST(UvcModel, ADeadUserIsForgottenWhenAnotherComes)
 {
-    vesk::service::Uvc uvc;
+    vesk::service::Uvc uvc(vesk::service::DefaultDevice().limits);
     Child user([] { pause(); });
-    const vesk::service::Sender dead{"dead", user.Process()}, living{"living", getpid()};
+    const vesk::service::Sender dead{"dead", "", user.Process()}, living{"living", "", getpid()};
     uint32_t stream = 0;
     EXPECT_EQ(uvc.Init(dead), 0U);
     EXPECT_EQ(uvc.Open(dead, &stream), 0U);
