@@ -10,7 +10,7 @@ namespace vesk::service {
 
 namespace {
 
-constexpr int64_t kDay = 24 * 60 * 60 * 1000;
+constexpr int64_t kDay = 86'400'000; // milliseconds
 
 /// What an effect can be about, and the range of its value.
 struct Kind {

@@ -43,118 +43,63 @@ void HostMsgCloseDeferred(HostMsgDeferred deferred)
 
 uint32_t OsMsgAsynSend(OsMsgEnvelope* sent)
 {
-    CHECK(messages::FindAnyNotification(sent->msgId) != nullptr &&
-          sent->dataLen <= VESK_VIDEO_MAX_MESSAGE_SIZE);
+    CHECK(messages::FindAnyNotification(sent->msgId) != nullptr);
+    CHECK(sent->dataLen <= VESK_VIDEO_MAX_MESSAGE_SIZE);
     return sent->dataLen % 3 == 0 ? HOST_MSG_ERR_FULL : 0;
 }
 
 namespace {
 
-constexpr uint32_t kNumbers[] = {VESK_VIDEO_MSG_INIT,         VESK_VIDEO_MSG_EXIT,
-                                 VESK_VIDEO_MSG_OPEN_VO_PORT, VESK_VIDEO_MSG_VO_START,
-                                 VESK_VIDEO_MSG_GET_VO_COUNT, VESK_VIDEO_MSG_DEC_CREATE,
-                                 VESK_CONTROL_NOTIFY,         VESK_CONTROL_FAULT_ADD,
-                                 VESK_CONTROL_FAULT_LIST,     VESK_CONTROL_FAULT_CLEAR,
-                                 VESK_CONTROL_TIME,           VESK_CONTROL_SCENARIO,
-                                 VESK_CONTROL_WATCH,          VESK_CONTROL_TICK};
-constexpr uint32_t kNotified[] = {VESK_VIDEO_ON_DISPLAY_FIRST_FRAME_NOTIFY,
-                                  VESK_VIDEO_ON_VO_PORT_PLUG_STATE_NOTIFY};
+constexpr uint16_t kNumbers[] = {
+    VESK_VIDEO_MSG_INIT, VESK_VIDEO_MSG_OPEN_VO_PORT, VESK_VIDEO_MSG_VO_CLOSE, VESK_CONTROL_UNPLUG,
+    VESK_CONTROL_NOTIFY, VESK_CONTROL_FAULT_ADD,      VESK_CONTROL_FAULT_LIST, VESK_CONTROL_FAULT_CLEAR,
+    VESK_CONTROL_TIME,   VESK_CONTROL_SCENARIO,       VESK_CONTROL_RESET,      VESK_CONTROL_WATCH,
+    VESK_CONTROL_TICK};
 
-class Maker {
-public:
-    explicit Maker(FuzzedDataProvider& input) : input_(input) {}
-
-    /// The data block of a message; scenarios do not hold others.
-    std::string Message(uint32_t number, bool isStep = false)
-    {
-        const VeskVideoMsgHead head{0, static_cast<uint16_t>(number), 0, Small(), 0, 0};
-        std::string payload;
-        if (number == VESK_CONTROL_FAULT_ADD)
-            Append(payload, Fault());
-        else if (number == VESK_CONTROL_NOTIFY)
-            Append(payload, VeskControlNotification{"", Number(), 0, Small()});
-        else if (number == VESK_CONTROL_SCENARIO && !isStep)
-            payload = Scenario();
-        else if (number == VESK_VIDEO_MSG_INIT)
-            Append(payload, VeskVideoInitInfo{"one", "VAPI"});
-        std::string message;
-        Append(message, head);
-        message += payload;
-        if (Rarely()) // a wrong byte, another length
-            message[input_.ConsumeIntegralInRange<size_t>(0, message.size() - 1)] =
-                input_.ConsumeIntegral<char>();
-        if (Rarely() || number == VESK_CONTROL_NOTIFY)
-            message.resize(message.size() + Small());
-        else if (Rarely())
-            message.resize(input_.ConsumeIntegralInRange<size_t>(0, message.size()));
-        return message;
+/// A record with some of its words changed.
+template <class Record>
+std::string Varied(FuzzedDataProvider& input, const Record& record)
+{
+    std::string bytes(reinterpret_cast<const char*>(&record), sizeof record);
+    for (int i = input.ConsumeIntegralInRange(0, 5); i > 0; --i) {
+        const auto word = input.ConsumeBool() ? input.ConsumeIntegralInRange<uint32_t>(0, 150)
+                                              : input.ConsumeIntegral<uint32_t>();
+        const size_t last = bytes.size() / sizeof word - 1;
+        std::memcpy(&bytes[input.ConsumeIntegralInRange<size_t>(0, last) * sizeof word], &word, sizeof word);
     }
+    return bytes;
+}
 
-    uint32_t Number()
-    {
-        return input_.ConsumeBool() ? input_.PickValueInArray(kNumbers) : input_.PickValueInArray(kNotified);
-    }
-
-private:
-    bool Rarely() { return input_.ConsumeIntegralInRange(0, 15) == 0; }
-    uint32_t Small() { return input_.ConsumeIntegralInRange<uint32_t>(0, 5); }
-
-    template <class Record>
-    static void Append(std::string& bytes, const Record& record)
-    {
-        bytes.append(reinterpret_cast<const char*>(&record), sizeof record);
-    }
-
-    VeskControlMatch Match()
-    {
-        VeskControlMatch match{};
-        match.kind = input_.ConsumeIntegralInRange<uint32_t>(0, 2);
-        match.number = input_.ConsumeBool() ? ~0U : Number();
-        if (input_.ConsumeBool())
-            std::strcpy(match.procName, "one");
-        match.conditions = Rarely() ? Small() : 0;
-        for (VeskControlCondition& condition : match.condition)
-            condition.size = 1;
-        match.condition[0].offset = input_.ConsumeIntegral<uint32_t>();
-        return match;
-    }
-
-    VeskControlFault Fault()
-    {
+std::string Message(FuzzedDataProvider& input, uint16_t number, bool isStep = false)
+{
+    VeskVideoMsgHead head{};
+    head.msgId = number;
+    head.ulParam1 = input.ConsumeIntegralInRange<uint32_t>(0, 5);
+    std::string payload;
+    if (number == VESK_CONTROL_FAULT_ADD) {
         VeskControlFault fault{};
-        fault.match = Match();
-        fault.effect = input_.ConsumeIntegralInRange<uint32_t>(0, 10);
-        fault.isRelative = input_.ConsumeBool() ? 1 : 0;
-        fault.value = input_.ConsumeBool() ? input_.ConsumeIntegralInRange<int64_t>(-30, 60) : 0;
-        if (Rarely())
-            fault.value = input_.ConsumeIntegral<int64_t>();
-        fault.after = Small();
-        fault.every = Small();
-        fault.count = Small();
-        fault.percent = input_.ConsumeIntegralInRange<uint32_t>(0, 100);
-        return fault;
+        fault.match.number = input.ConsumeBool() ? ~0U : input.PickValueInArray(kNumbers);
+        fault.effect = input.ConsumeIntegralInRange<uint32_t>(1, 9);
+        fault.value = fault.effect == VESK_CONTROL_EFFECT_DELAY ? 3 : 0;
+        payload = Varied(input, fault);
+    } else if (number == VESK_CONTROL_NOTIFY) {
+        payload = Varied(input, VeskControlNotification{"", VESK_VIDEO_ON_VO_PORT_PLUG_STATE_NOTIFY, 0, 0});
+        payload.resize(payload.size() + head.ulParam1);
+    } else if (number == VESK_VIDEO_MSG_INIT) {
+        payload = Varied(input, VeskVideoInitInfo{"one", "VAPI"});
     }
-
-    std::string Scenario()
-    {
-        std::string steps;
-        while (steps.size() < 20'000 && input_.ConsumeBool()) {
-            VeskControlStep step{};
-            const std::string message = Message(Number(), true);
-            step.trigger = input_.ConsumeBool() ? VESK_CONTROL_AT_TIME : VESK_CONTROL_AT_MATCH;
-            step.dataLen = static_cast<uint32_t>(message.size());
-            step.atMs = Small();
-            step.nth = Small();
-            step.match = Match();
-            Append(steps, step);
-            steps += message;
-            steps.resize((steps.size() + 7) / 8 * 8);
-        }
-        return steps;
+    while (number == VESK_CONTROL_SCENARIO && !isStep && payload.size() < 20'000 && input.ConsumeBool()) {
+        VeskControlStep step{};
+        const std::string message = Message(input, input.PickValueInArray(kNumbers), true);
+        step.trigger = input.ConsumeBool() ? VESK_CONTROL_AT_TIME : VESK_CONTROL_AT_MATCH;
+        step.dataLen = static_cast<uint32_t>(message.size());
+        step.nth = step.atMs = input.ConsumeIntegralInRange<uint64_t>(0, 3);
+        step.match.number = ~0U;
+        payload += Varied(input, step) + message;
+        payload.resize((payload.size() + 7) / 8 * 8);
     }
-
-    FuzzedDataProvider& input_;
-};
+    return std::string(reinterpret_cast<const char*>(&head), sizeof head) + payload;
+}
 
 } // namespace
 
@@ -162,28 +107,21 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
 {
     RuntimeDir();
     FuzzedDataProvider input(bytes, size);
-    Maker maker(input);
     g_owed.clear();
-    {
-        service::Service service({"VIDEO", "VCTL"}, service::DefaultDevice(), {.isStep = true});
-        service.faults.die = [] {};
-        uint64_t now = 0;
-        while (input.remaining_bytes() != 0) {
-            const uint32_t number = input.PickValueInArray(kNumbers);
-            std::string data = maker.Message(number);
-            OsMsgEnvelope envelope{};
-            envelope.type =
-                input.ConsumeIntegralInRange<uint32_t>(0, 7) != 0 ? OS_MSG_SYNCHRONOUS : OS_MSG_ASYNCHRONOUS;
-            envelope.msgId = number;
-            std::strcpy(envelope.sendProcName, input.ConsumeBool() ? "one" : "other");
-            std::strcpy(envelope.sendTaskName, "VAPI");
-            envelope.dataLen = static_cast<uint32_t>(data.size());
-            envelope.data = data.data();
-            g_outcomes = 0;
-            service.Handle(envelope);
-            CHECK(service.timeline.Now() >= now);
-            now = service.timeline.Now();
-        }
+    service::Service service({"VIDEO", "VCTL"}, service::DefaultDevice(), {.isStep = true});
+    service.faults.die = [] {};
+    for (uint64_t now = 0; input.remaining_bytes() != 0; now = service.timeline.Now()) {
+        OsMsgEnvelope envelope{};
+        envelope.msgId = input.PickValueInArray(kNumbers);
+        std::string data = Message(input, static_cast<uint16_t>(envelope.msgId));
+        envelope.type = input.ConsumeIntegralInRange(0, 7) != 0 ? OS_MSG_SYNCHRONOUS : OS_MSG_ASYNCHRONOUS;
+        std::strcpy(envelope.sendProcName, input.ConsumeBool() ? "one" : "other");
+        std::strcpy(envelope.sendTaskName, "VAPI");
+        envelope.dataLen = static_cast<uint32_t>(data.size());
+        envelope.data = data.data();
+        g_outcomes = 0;
+        service.Handle(envelope);
+        CHECK(service.timeline.Now() >= now);
     }
     return 0;
 }

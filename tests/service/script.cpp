@@ -1,7 +1,6 @@
 #include "service/service_fixture.h"
 #include "vesk_service/control_list.h"
 
-#include <cstring>
 #include <span>
 #include <sstream>
 
@@ -32,7 +31,7 @@ void Append(std::string& bytes, const std::string& token)
 std::vector<uint32_t> Words(const std::string& bytes)
 {
     std::vector<uint32_t> words((bytes.size() + 3) / 4);
-    std::memcpy(words.data(), bytes.data(), bytes.size());
+    bytes.copy(reinterpret_cast<char*>(words.data()), bytes.size());
     return words;
 }
 
