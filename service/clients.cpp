@@ -137,11 +137,16 @@ Result Clients::Add(const std::string& procName, const std::string& taskName, pi
             procName.c_str(), taskName.c_str(), known->second.process, process);
         return VESK_SERVICE_ERR_BUSY;
     }
+    Client client{taskName, process, StartOf(process)};
+    if (known != clients_.end() && known->second.start == client.start) { // it counts on when it comes again
+        client.sent = known->second.sent;
+        client.dropped = known->second.dropped;
+    }
     if (clients_.size() >= kMost)
         std::erase_if(clients_, [](const auto& entry) { return !entry.second.IsAlive(); });
     if (clients_.size() >= kMost && !IsKnown(procName))
         return VESK_SERVICE_ERR_ROOM;
-    clients_.insert_or_assign(procName, Client{taskName, process, StartOf(process)});
+    clients_.insert_or_assign(procName, std::move(client));
     Save();
     return kOk;
 }
