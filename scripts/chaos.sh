@@ -58,10 +58,12 @@ match() {
   one_of '*' 'request:*' 'notification:*' VI_START VO_START OPEN_VO_PORT ENC_CREATE SET_ENC_PARAM GET_VI_PORT INIT \
     SET_CALLBACK "INIT --app chaos-$((RANDOM % 8))" DISPLAY_FIRST_FRAME VI_PORT_PLUG_STATE VO_PORT_DDC_INFO
 }
+# The library drops notifications without a header, and DISPLAY_FIRST_FRAME of another length.
 effect() {
   case "$1" in
-    DISPLAY* | V?_PORT_* | notification*) one_of 'delay 200' 'length -4' 'length +100' 'length =0' garbage duplicate drop ;;
-    '*') one_of 'delay 100' 'length +7' garbage ;;
+    V?_PORT_*) one_of 'delay 200' 'length -4' 'length +100' garbage duplicate drop ;;
+    DISPLAY* | notification*) one_of 'delay 200' garbage duplicate drop ;;
+    '*') one_of 'delay 100' garbage ;;
     *) one_of 'result BUSY' 'result 65535' 'delay 150' no-answer close 'length -8' 'length =3' 'length +4000' garbage ;;
   esac
 }
@@ -84,6 +86,7 @@ command() {
     *) fault ;;
   esac
 }
+# What was on its way when a service died is no longer known; so only the first of twenty may let it die.
 scenario() { # SEED
   RANDOM=$1
   local step
@@ -95,7 +98,7 @@ scenario() { # SEED
       printf '[[step]]\nat = 0.%03d\ndo = "%s"\n' $((RANDOM % 400)) "$(command)"
     fi
   done
-  [ $((RANDOM % 20)) -gt 0 ] || [ "$2" = calm ] || printf '[[step]]\nat = 0.2\ndo = "fault add * die --after %d"\n' $((RANDOM % 30))
+  [ $(($1 % 20)) -ne 1 ] || [ $((RANDOM % 2)) -eq 0 ] || printf '[[step]]\nat = 0.2\ndo = "fault add * die --after %d"\n' $((RANDOM % 30))
 }
 
 # The service may die meanwhile, and is started again.
@@ -129,8 +132,8 @@ compare() {
   for i in {0..7}; do
     came=$(cat "$logs/$i.count") || { fail "chaos-$i hangs"; continue; }
     sent=$(sed -n "s|^ *chaos-$i/.* \([0-9]*\) notifications.*|\1|p" "$logs/state.txt")
-    if [ "$1" != baseline ] && [ $((came - sent)) -ne "${before[$i]}" ]; then
-      fail "chaos-$i has $((${before[$i]} - came + sent)) notifications fewer than were sent to it"
+    if [ "$1" != baseline ] && [ $((came - sent)) -ne "${before[$i]:-0}" ]; then
+      fail "chaos-$i has $((${before[$i]:-0} - came + sent)) notifications fewer than were sent to it"
     fi
     before[$i]=$((came - sent))
   done
@@ -145,17 +148,13 @@ for i in {0..7}; do
 done
 for ((run = 0; run < runs; ++run)); do
   seed=$((first + run))
-  # What was on its way when a service died is no longer known; so only the first of twenty may let it die.
-  kind=calm
-  [ $((run % 20)) -ne 0 ] || kind=any
-  scenario $seed $kind >"$logs/scenario.toml"
+  scenario $seed >"$logs/scenario.toml"
   run_scenario "$logs/scenario.toml"
-  case $((run % 20)) in
-    0) compare baseline ;;
-    19) compare all; echo "seeds $((seed - 19)) to $seed: $deaths deaths of the service, $failures failures" ;;
+  case $((seed % 20)) in
+    1) compare baseline ;;
+    0) compare all; echo "seeds $((seed - 19)) to $seed: $deaths deaths of the service, $failures failures" ;;
   esac
 done
-compare all
 for i in {0..7}; do
   kill -TERM "${pids[$i]}"
   ended "chaos-$i" "${pids[$i]}" 0

@@ -19,6 +19,7 @@ namespace {
 std::string g_name;
 volatile std::sig_atomic_t g_ends = 0, g_isHeld = 0;
 std::atomic<unsigned long> g_notified = 0;
+std::atomic<bool> g_isKnown = false; // to the service that runs
 unsigned long g_requests = 0, g_failed = 0;
 std::chrono::milliseconds g_longest{};
 
@@ -107,10 +108,16 @@ int main(int argc, char** argv)
     std::signal(SIGUSR1, [](int) { g_isHeld = 1; });
     std::signal(SIGUSR2, [](int) { g_isHeld = 0; });
     static VeskVideoCallbackInfo s_callback{};
-    s_callback.notifyCallback = [](uint32_t, void*, uint32_t) -> uint32_t { return ++g_notified, 0; };
+    s_callback.notifyCallback = [](uint32_t number, void*, uint32_t) -> uint32_t {
+        if (number == VESK_VIDEO_ON_VIDEO_ACTIVATE_NOTIFY)
+            g_isKnown = false;
+        return ++g_notified, 0;
+    };
     while (g_ends == 0) {
-        CALL(VeskVideoInit);
-        CALL(VeskVideoSetCallback, &s_callback);
+        // Without a callback most notifications are dropped, so this is not done again as long as it is
+        // known.
+        if (!g_isKnown.exchange(true))
+            g_isKnown = CALL(VeskVideoInit) && CALL(VeskVideoSetCallback, &s_callback);
         UseInput();
         UseOutput();
         UseEncoder();
