@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs the example applications against the virtual video service, one of them under the tracer, and then against its
-# recording alone. Each process logs to a file in build/demo.
+# Runs the example applications against the virtual video service, the tour under the tracer, steers the device that the
+# service plays, and then runs the tour against its recording alone. Each process logs to a file in build/demo.
 #
 #   scripts/demo.sh [--trace]     --trace logs every step of every process, not only errors
 set -euo pipefail
@@ -61,14 +61,39 @@ serve "$service"
 
 run minimal "an application in C"
 run vesk-display-tour "a first example; <- marks notifications"
-run device_tour "every family of requests"
-
-printf '\n=== vesk-display-tour, recorded by veskctl trace: the last lines of "veskctl decode", and its summary\n'
-VESK_LOG_TARGET=file:$logs/traced.log "$veskctl" trace -o "$recording" -- "$examples/vesk-display-tour" >"$logs/traced.out"
-tail -1 "$logs/traced.out"
-"$veskctl" decode "$recording" | tail -8
+printf '\n=== device_tour: every family of requests, under veskctl trace: its last lines, and the summary\n'
+VESK_LOG_TARGET=file:$logs/tour.log "$veskctl" trace --summary -- "$examples/device_tour" \
+  >"$logs/tour.out" 2>"$logs/tour.trace"
+tail -3 "$logs/tour.out"
+sed '/^request /,$d' "$logs/tour.trace" | tail -5
 echo
-"$veskctl" decode --summary "$recording" | sed -n '/^request /,$p'
+sed -n '/^request /,$p' "$logs/tour.trace" | head -12
+VESK_LOG_TARGET=file:$logs/traced.log "$veskctl" trace -o "$recording" -- "$examples/device_tour" >"$logs/traced.out"
+echo "... and recorded to $recording: $("$veskctl" decode "$recording" | wc -l) lines of veskctl decode"
+
+# Shows a command of the tool and what it prints.
+show() {
+  printf '$ veskctl %s\n' "$*"
+  "$veskctl" "$@"
+}
+export VESK_LOG_TARGET=none
+printf '\n=== the device, steered: a cable is pulled and plugged in again\n'
+"$veskctl" monitor --count 9 >"$logs/monitor.out" & # seven tell of the ports as they are
+monitor_pid=$!
+until [ "$(wc -l <"$logs/monitor.out")" -eq 7 ]; do sleep 0.1; done
+show device unplug input 0
+show device plug input 0 --mode 1920x1080@60
+wait "$monitor_pid"
+echo "an application is notified:"
+tail -2 "$logs/monitor.out"
+printf '\n=== ... and a fault is set, met, and gone\n'
+show device fault add GET_VO_COUNT result BUSY --count 1
+show call GET_VO_COUNT || true
+show call GET_VO_COUNT
+show device fault list
+printf '\n=== ... and its state\n'
+show device state | sed '/^Requests/,$d'
+"$veskctl" device reset
 
 echo
 kill -TERM "$service_pid"
@@ -77,10 +102,10 @@ service_pid=
 tail -n +2 "$service_out"
 grep -q ended "$service_out" || { echo "the service did not end properly" >&2; exit 1; }
 
-printf '\n=== vesk-display-tour without the service: veskctl serve answers as recorded\n'
+printf '\n=== device_tour without the service: veskctl serve answers as recorded\n'
 serve "$veskctl" serve --once --strict "$recording"
-VESK_LOG_TARGET=file:$logs/served.log "$examples/vesk-display-tour" >"$logs/served.out"
-tail -3 "$logs/served.out"
+VESK_LOG_TARGET=file:$logs/served.log "$examples/device_tour" >"$logs/served.out"
+tail -1 "$logs/served.out"
 wait "$service_pid" || { echo "the recording did not answer everything" >&2; exit 1; }
 service_pid=
 tail -n +2 "$service_out"
@@ -92,5 +117,6 @@ Next:
   $service &   # the service, until "kill %1"
   $examples/minimal               # or an application of yours
   $veskctl replay $recording    # the recorded requests again, compared
+  $veskctl device watch           # what all applications say, live
   scripts/test.sh                              # builds everything and runs all tests
 END

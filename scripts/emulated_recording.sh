@@ -1,0 +1,24 @@
+#!/usr/bin/env bash
+# Records the tour under AArch64 emulation and checks that the recording means the same here: it is replayed against the
+# service of the dev preset without a difference, and served back to the tour. Needs both presets built.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+native=$PWD/build/dev
+veskctl=$native/tools/veskctl/veskctl
+work=$(mktemp -d)
+recording=$work/tour.pcapng
+trap 'rm -rf "$work"' EXIT
+export VESK_LOG_TARGET=none
+
+cd build/aarch64
+"$veskctl" with-device --service-program service/vesk-video-service -- \
+  qemu-aarch64 -E VESK_TRACE_FILE="$recording" -E LD_PRELOAD="$PWD/tools/tracer/libvesk_trace.so" examples/device_tour |
+  tail -1
+"$veskctl" with-device -- "$veskctl" replay "$recording" | tail -1
+export VESK_RUNTIME_DIR=$work
+"$veskctl" serve --once --strict "$recording" >"$work/serve.out" &
+until grep -q serving "$work/serve.out"; do sleep 0.1; done
+"$native/examples/device_tour" | tail -1
+wait $!
+tail -1 "$work/serve.out"
