@@ -6,10 +6,8 @@
 #include "decoder/error.h"
 #include "decoder/file.h"
 #include "decoder/text.h"
+#include "decoder/toml.h"
 #include "decoder/words.h"
-
-#define TOML_HEADER_ONLY 1
-#include <toml++/toml.h>
 
 #include <algorithm>
 #include <cmath>

@@ -1,8 +1,8 @@
 // Descriptions of virtual devices in TOML files.
 #include "service/device_file.h"
 
+#include "decoder/toml.h"
 #include "service/default_device.h"
-#include "service/toml.h"
 
 #include <algorithm>
 #include <cerrno>
