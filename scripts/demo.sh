@@ -78,14 +78,14 @@ show() {
 }
 export VESK_LOG_TARGET=none
 printf '\n=== the device, steered: a cable is pulled and plugged in again\n'
-"$veskctl" monitor --count 9 >"$logs/monitor.out" & # seven tell of the ports as they are
+"$veskctl" monitor --count 13 >"$logs/monitor.out" & # nine tell of the ports as they are
 monitor_pid=$!
-until [ "$(wc -l <"$logs/monitor.out")" -eq 7 ]; do sleep 0.1; done
+until [ "$(wc -l <"$logs/monitor.out")" -eq 9 ]; do sleep 0.1; done
 show device unplug input 0
 show device plug input 0 --mode 1920x1080@60
 wait "$monitor_pid"
 echo "an application is notified:"
-tail -2 "$logs/monitor.out"
+tail -4 "$logs/monitor.out"
 printf '\n=== ... and a fault is set, met, and gone\n'
 show device fault add GET_VO_COUNT result BUSY --count 1
 show call GET_VO_COUNT || true
