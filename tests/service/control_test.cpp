@@ -447,6 +447,39 @@ FORKED_TEST(Stepped, ARuleEndsTheServiceBeforeItServes)
     Arrived(VESK_VIDEO_ON_VIDEO_ACTIVATE_NOTIFY);
 }
 
+// What the library makes of each fault for its caller, and that its next call is served.
+FORKED_TEST(VideoService, AnApplicationsCallReturnsWhateverHappens)
+{
+    const VeskControlMatch all = Of(kCount, "test-app");
+    const struct {
+        VeskControlFault rule;
+        uint32_t result;
+        int leastMs = 0;
+    } cases[] = {
+        {Rule(all, kResult, VESK_SERVICE_ERR_BUSY), VESK_SERVICE_ERR_BUSY},
+        {Rule(all, kDelay, 300), VESK_VIDEO_OK, 299}, // the model counts whole milliseconds
+        {Rule(all, kClose), VESK_VIDEO_ERR_FAILURE},
+        {Rule(all, kLength, 0), VESK_VIDEO_ERR_FAILURE},
+        {Rule(all, kLength, -1, true), VESK_VIDEO_ERR_FAILURE},
+        {Rule(all, kLength, 100, true), VESK_VIDEO_ERR_FAILURE},
+        {Rule(all, VESK_CONTROL_EFFECT_GARBAGE), 0xab74}, // what the first random bytes say
+        {Rule(all, VESK_CONTROL_EFFECT_NO_ANSWER), VESK_VIDEO_ERR_FAILURE, VESK_VIDEO_SYNC_TIMEOUT},
+    };
+    for (const auto& expected : cases) {
+        SCOPED_TRACE(&expected - cases);
+        Add(expected.rule);
+        uint32_t count = 0;
+        const auto begin = std::chrono::steady_clock::now();
+        const uint32_t result = VeskVideoGetVoCount(&count);
+        const auto passed = std::chrono::steady_clock::now() - begin;
+        EXPECT_EQ(result, expected.result);
+        EXPECT_GE(passed, std::chrono::milliseconds(expected.leastMs));
+        EXPECT_LT(passed, std::chrono::milliseconds(expected.leastMs + 2000));
+        EXPECT_EQ(Steer(VESK_CONTROL_FAULT_CLEAR).Result(), 0);
+        EXPECT_EQ(Number(VeskVideoGetVoCount), 2U);
+    }
+}
+
 // With the clock, nothing else wakes the service up.
 struct FastClock : VideoService {
     FastClock() : VideoService("--time-scale", "100") {}
