@@ -245,7 +245,7 @@ try {
 std::string ConditionText(const Decoder& decoder, const Subject& subject, const Listing& listing,
                           const VeskControlCondition& condition)
 {
-    constexpr size_t kFurthest = 65536; // what is beyond is not worth decoding a message of that size
+    constexpr size_t kFurthest = 8192; // what is beyond is not worth decoding a message of that size
     const auto* bytes = reinterpret_cast<const std::byte*>(condition.bytes);
     const Piece piece{condition.offset,
                       {bytes, bytes + std::min<size_t>(condition.size, sizeof condition.bytes)}};
@@ -254,8 +254,10 @@ std::string ConditionText(const Decoder& decoder, const Subject& subject, const 
     if (piece.offset < kFurthest && !isAmbiguous) {
         const Bytes data = MessageWith(decoder, listing, piece);
         for (const Field& field : decoder.Decode({listing.direction, listing.number, data}).fields) {
+            if (field.offset != piece.offset)
+                continue;
             Assignment assignment{field.path, PlainValue(decoder, field, piece.bytes.size())};
-            if (field.offset == piece.offset && StandsFor(decoder, listing, assignment, piece))
+            if (StandsFor(decoder, listing, assignment, piece))
                 return assignment.path + '=' + assignment.value;
         }
     }

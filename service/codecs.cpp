@@ -140,6 +140,15 @@ Result Codecs::StopEncoder(Encoder& encoder)
     return result;
 }
 
+// One that runs is stopped, which may end an overload.
+Result Codecs::DeleteEncoder(Encoder& encoder)
+{
+    if (encoder.isStarted)
+        StopEncoder(encoder);
+    encoders.Erase(encoder);
+    return kOk;
+}
+
 size_t Codecs::RunningEncoders()
 {
     const auto& all = encoders.All();

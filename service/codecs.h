@@ -68,6 +68,7 @@ public:
     Result ModifyFrameRate(Encoder&, Argument<"frameRate">);
     Result StartEncoder(Encoder&);
     Result StopEncoder(Encoder&);
+    Result DeleteEncoder(Encoder&);
     Result GetEncodeCapability(VeskVideoEncodeCapability*);
 
     Result CreateDecoder(const Sender&, uint32_t* decStmNo);

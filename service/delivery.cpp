@@ -100,10 +100,10 @@ try {
         return false;
     }
     const auto send = [this, procName, notifyId, copies = effects.copies](std::span<const std::byte> block) {
-        bool isSent = false;
-        for (uint32_t copy = 0; copy < copies; ++copy)
-            isSent |= clients.Send(procName, notifyId, block) == 0;
-        return isSent;
+        uint32_t sent = 0; // a receiver that is full is not tried again
+        while (sent < copies && clients.Send(procName, notifyId, block) == 0)
+            ++sent;
+        return sent != 0;
     };
     if (effects.delayMs == 0)
         return send(data);

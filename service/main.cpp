@@ -10,8 +10,10 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cmath>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <thread>
 
@@ -115,7 +117,10 @@ try {
     auto* const scale = app.add_option("--time-scale", clock.scale,
                                        "How many times faster than the clock the model's time runs")
                             ->capture_default_str()
-                            ->check(CLI::Range(0.001, 1000.0));
+                            ->check(CLI::Range(0.001, 1000.0))
+                            ->check([](const std::string& text) { // which lets "nan" pass
+                                return std::isnan(std::strtod(text.c_str(), nullptr)) ? "nan" : "";
+                            });
     app.add_flag("--step", clock.isStep, "Move the model's time by command only")->excludes(scale);
     app.add_option("--scenario", scenarioFile, "File of steps to run from the start (TOML)");
     CLI11_PARSE(app, argc, argv);

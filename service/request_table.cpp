@@ -81,7 +81,7 @@ constexpr Row kRows[] = {
     ServedAt<VESK_VIDEO_MSG_VO_WINDOW_DESTROY, OutputEngines, &Outputs::DestroyWindow>(),
 
     Served<VESK_VIDEO_MSG_ENC_CREATE, &Codecs::CreateEncoder>(),
-    Erased<VESK_VIDEO_MSG_ENC_DELETE, Encoders>(),
+    ServedAt<VESK_VIDEO_MSG_ENC_DELETE, Encoders, &Codecs::DeleteEncoder>(),
     ServedAt<VESK_VIDEO_MSG_SET_ENC_PARAM, Encoders, &Codecs::SetEncoderParam>(),
     Attached<VESK_VIDEO_MSG_SET_ENC_QUE_HANDLE, Encoders, &Encoder::queId>(),
     Read<VESK_VIDEO_MSG_GET_ENC_PARAM, Encoders, &Encoder::param>(),

@@ -92,6 +92,7 @@ Effects Service::Meet(const MessageView& message)
 // What needs memory is done first: once a thing has been created, its creator is told.
 void Service::Handle(OsMsgEnvelope& message)
 {
+    notifications_.TakeAll(); // of a request that failed for want of memory
     timeline.RunDue();
     const std::string text = MessageText(message);
     const Sender sender = SenderOf(message);
