@@ -25,6 +25,12 @@ struct Command {
     Build (*add)(CLI::App& app);
 };
 
+/// Without it, -1 would be a very large number.
+std::string CheckUnsigned(const std::string& text)
+{
+    return text.starts_with('-') ? "expected a number from 0, not " + text : std::string();
+}
+
 VeskControlMode ParseMode(const std::string& text)
 {
     const size_t x = text.find('x');
@@ -134,7 +140,8 @@ Build AddNotify(CLI::App& app)
     app.add_option("FIELD=VALUE", options->fields, "Arguments and payload fields by name");
     app.add_option("--to", options->application, "Application; all of them if it is not given");
     app.add_option("--raw", options->raw, "Payload in hexadecimal, sent as it is");
-    app.add_option("--length", options->length, "Bytes of the payload: it is cut off, or followed by zeros");
+    app.add_option("--length", options->length, "Bytes of the payload: it is cut off, or followed by zeros")
+        ->check(CheckUnsigned);
     return [options](const Decoder& decoder) { return Notify(decoder, *options); };
 }
 
@@ -151,12 +158,13 @@ Build AddFaultAdd(CLI::App& app)
                        EffectHelp())
         ->required();
     app.add_option("--app", options.application, "Only messages from or to this application");
-    app.add_option("--after", options.after, "Let so many matches pass first");
-    app.add_option("--every", options.every, "Of the others, change only each so-many-th");
-    app.add_option("--count", options.count, "End after so many changes");
+    app.add_option("--after", options.after, "Let so many matches pass first")->check(CheckUnsigned);
+    app.add_option("--every", options.every, "Of the others, change only each so-many-th")
+        ->check(CheckUnsigned);
+    app.add_option("--count", options.count, "End after so many changes")->check(CheckUnsigned);
     app.add_option("--percent", options.percent, "Chance of each change that is left, 1 to 100")
         ->check(CLI::Range(1, 100));
-    app.add_option("--seed", options.seed, "Of the rule's chances and random bytes");
+    app.add_option("--seed", options.seed, "Of the rule's chances and random bytes")->check(CheckUnsigned);
     return [given](const Decoder& decoder) {
         return MakeMessage(VESK_CONTROL_FAULT_ADD, {},
                            {BytesOf(FaultOf(decoder, given->words, given->options))});

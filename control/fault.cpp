@@ -57,9 +57,9 @@ const Effect& EffectNamed(const std::string& name)
 
 void StoreLength(VeskControlFault& fault, const std::string& text)
 {
-    const std::optional<uint64_t> bytes = ParseNumber(std::string_view(text).substr(1));
-    if (std::string_view("+-=").find(text[0]) == std::string_view::npos || !bytes ||
-        *bytes > VESK_VIDEO_MAX_MESSAGE_SIZE)
+    const bool hasSign = !text.empty() && std::string_view("+-=").find(text[0]) != std::string_view::npos;
+    const std::optional<uint64_t> bytes = ParseNumber(std::string_view(text).substr(hasSign ? 1 : 0));
+    if (!hasSign || !bytes || *bytes > VESK_VIDEO_MAX_MESSAGE_SIZE)
         throw Error("length " + text + ": expected +N, -N or =N bytes, of at most " +
                     std::to_string(VESK_VIDEO_MAX_MESSAGE_SIZE));
     fault.isRelative = text[0] != '=';

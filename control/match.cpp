@@ -68,7 +68,9 @@ Subject SubjectOf(std::string_view text, uint32_t unsaidKind)
         number = notification->number;
     if (!number)
         RefuseUnknown(name, said);
-    if (messages::IsControl(static_cast<uint32_t>(std::min<uint64_t>(*number, kAnyNumber))))
+    if (*number >= kAnyNumber)
+        throw Error(std::string(text) + ": expected a number up to " + std::to_string(kAnyNumber - 1));
+    if (messages::IsControl(static_cast<uint32_t>(*number)))
         throw Error(std::string(text) + ": control messages are never matched");
     const bool isOneKind = (request == nullptr) != (notification == nullptr);
     const uint32_t listedKind = request != nullptr ? VESK_CONTROL_OF_REQUEST : VESK_CONTROL_OF_NOTIFICATION;
@@ -181,10 +183,11 @@ void RequireOneKind(const Subject& subject, const std::string& text)
 {
     const auto* request = messages::FindRequest(subject.number);
     const auto* notification = messages::FindNotification(subject.number);
+    const std::string number = std::to_string(subject.number);
     if (subject.kind == VESK_CONTROL_ANY && request != nullptr && notification != nullptr)
         throw Error(text + " is the request " + std::string(ShortName(request->name)) +
                     " and the notification " + std::string(ShortName(notification->name)) +
-                    "; expected a name, request:" + text + " or notification:" + text + " before fields");
+                    "; expected a name, request:" + number + " or notification:" + number + " before fields");
 }
 
 void AddCondition(VeskControlMatch& match, const Piece& piece, const Assignment& assignment)

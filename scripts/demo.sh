@@ -30,8 +30,10 @@ VESK_RUNTIME_DIR=$(mktemp -d)
 export VESK_RUNTIME_DIR
 service_out=$VESK_RUNTIME_DIR/service.out
 service_pid=
+monitor_pid=
 finish() {
   local status=$?
+  [ -z "$monitor_pid" ] || kill "$monitor_pid" 2>/dev/null || true
   [ -z "$service_pid" ] || { kill "$service_pid" && wait "$service_pid"; } 2>/dev/null || true
   rm -rf "$VESK_RUNTIME_DIR"
   [ $status -eq 0 ] || echo "the demonstration failed; see $logs/*.log" >&2
@@ -81,10 +83,11 @@ export VESK_LOG_TARGET=none
 printf '\n=== the device, steered: a cable is pulled and plugged in again\n'
 "$veskctl" monitor --count 13 >"$logs/monitor.out" & # nine tell of the ports as they are
 monitor_pid=$!
-until [ "$(wc -l <"$logs/monitor.out")" -eq 9 ]; do sleep 0.1; done
+until [ "$(wc -l <"$logs/monitor.out")" -ge 9 ] || ! kill -0 "$monitor_pid" 2>/dev/null; do sleep 0.1; done
 show device unplug input 0
 show device plug input 0 --mode 1920x1080@60
 wait "$monitor_pid"
+monitor_pid=
 echo "an application is notified:"
 tail -4 "$logs/monitor.out"
 printf '\n=== ... and a fault is set, met, and gone\n'

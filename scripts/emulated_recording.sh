@@ -8,7 +8,12 @@ native=$PWD/build/dev
 veskctl=$native/tools/veskctl/veskctl
 work=$(mktemp -d)
 recording=$work/tour.pcapng
-trap 'rm -rf "$work"' EXIT
+server=
+finish() {
+  [ -z "$server" ] || kill "$server" 2>/dev/null || true
+  rm -rf "$work"
+}
+trap finish EXIT
 export VESK_LOG_TARGET=none
 
 cd build/aarch64
@@ -18,7 +23,9 @@ cd build/aarch64
 "$veskctl" with-device -- "$veskctl" replay "$recording" | tail -1
 export VESK_RUNTIME_DIR=$work
 "$veskctl" serve --once --strict "$recording" >"$work/serve.out" &
-until grep -q serving "$work/serve.out"; do sleep 0.1; done
+server=$!
+until grep -q serving "$work/serve.out" || ! kill -0 "$server" 2>/dev/null; do sleep 0.1; done
 "$native/examples/device_tour" | tail -1
-wait $!
+wait "$server"
+server=
 tail -1 "$work/serve.out"

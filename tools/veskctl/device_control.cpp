@@ -3,6 +3,7 @@
 #include "control/fault.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
+#include "tools/veskctl/state.h"
 
 #include <cinttypes>
 #include <cstring>
@@ -36,8 +37,8 @@ void PrintFaults(const Decoder& decoder, const Bytes& answer, bool asJson)
             rows.push_back(
                 {{"fault", state.fault}, {"matches", state.matches}, {"hits", state.hits}, {"rule", rule}});
         else
-            std::printf("%u  %s  (matched %" PRIu64 ", changed %" PRIu64 ")\n", state.fault, rule.c_str(),
-                        state.matches, state.hits);
+            std::printf("%u  %s  (matched %" PRIu64 ", changed %" PRIu64 ")\n", state.fault,
+                        Printable(rule).c_str(), state.matches, state.hits);
     }
     if (asJson)
         PrintLine(Dump(rows));

@@ -129,6 +129,14 @@ ordered_json ArrivedJson(const Decoded& notification, const Arrived& arrived)
     return json;
 }
 
+bool IsShallow(int depth, ordered_json::parse_event_t, ordered_json&)
+{
+    constexpr int kDeepest = 100;
+    if (depth > kDeepest)
+        throw Error("the JSON is nested more than " + std::to_string(kDeepest) + " deep");
+    return true;
+}
+
 ordered_json ReadJson(const std::string& path)
 {
     std::ifstream file;
@@ -138,7 +146,7 @@ ordered_json ReadJson(const std::string& path)
             throw Error(path + ": " + std::strerror(errno));
     }
     try {
-        return ordered_json::parse(path == "-" ? std::cin : file);
+        return ordered_json::parse(path == "-" ? std::cin : file, IsShallow);
     } catch (const ordered_json::exception& error) {
         throw Error(path + ": " + error.what());
     }

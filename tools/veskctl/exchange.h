@@ -44,6 +44,10 @@ tools::Decoded DecodeArrived(const tools::Decoder& decoder, const Arrived& arriv
 /// A notification with the time of its arrival, in seconds since 1970.
 nlohmann::ordered_json ArrivedJson(const tools::Decoded& notification, const Arrived& arrived);
 
+/// For the JSON parser: refuses what is nested so deeply that a recursive function could not bear it.
+/// @throw Error
+bool IsShallow(int depth, nlohmann::ordered_json::parse_event_t event, nlohmann::ordered_json& parsed);
+
 /// Reads a JSON document; - is standard input. @throw Error
 nlohmann::ordered_json ReadJson(const std::string& path);
 

@@ -15,8 +15,12 @@ namespace vesk::ctl {
 AwaitedSignals::AwaitedSignals(std::initializer_list<int> signals)
 {
     sigemptyset(&awaited_);
-    for (const int signal : signals)
+    for (const int signal : signals) {
         sigaddset(&awaited_, signal);
+        if (signal ==
+            SIGCHLD) // ignored, as some daemons leave it, it would take the statuses of children along
+            std::signal(signal, SIG_DFL);
+    }
     sigprocmask(SIG_BLOCK, &awaited_, &before_);
 }
 
@@ -55,6 +59,7 @@ Program::Program(const std::vector<std::string>& words, const AwaitedSignals& si
         throw Failure(kFailed, std::string("cannot start a process: ") + std::strerror(errno));
     if (process_ == 0) {
         sigprocmask(SIG_SETMASK, &signals.Before(), nullptr);
+        std::signal(SIGPIPE, SIG_DFL);
         if (options.isHelper)
             BeHelper(self);
         if (options.output >= 0) {

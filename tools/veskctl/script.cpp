@@ -99,7 +99,9 @@ std::string Session::Substitute(std::string_view& rest) const
 {
     std::string name;
     if (rest.starts_with('{')) {
-        const size_t end = std::min(rest.find('}'), rest.size() - 1);
+        const size_t end = rest.find('}');
+        if (end == rest.npos)
+            throw Error('$' + std::string(rest) + ": expected }");
         name = rest.substr(1, end - 1);
         rest.remove_prefix(end + 1);
     } else {

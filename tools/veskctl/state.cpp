@@ -19,7 +19,7 @@ ordered_json ReadState(Settings& settings, const std::string& file)
     const BytesView text = BytesView(call.outcome.answer).subspan(sizeof(VeskVideoMsgHead));
     try {
         const auto* begin = reinterpret_cast<const char*>(text.data());
-        return ordered_json::parse(begin, begin + text.size());
+        return ordered_json::parse(begin, begin + text.size(), IsShallow);
     } catch (const ordered_json::exception& error) {
         throw Error(std::string("the service's state is malformed: ") + error.what());
     }

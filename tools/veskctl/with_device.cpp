@@ -188,6 +188,7 @@ int RunWithDevice(Settings& settings, const Options& options)
 {
     const std::vector<std::string> serviceCommand = ServiceCommand(settings, options);
     const AwaitedSignals signals{SIGCHLD, SIGINT, SIGTERM, SIGHUP, SIGQUIT};
+    std::signal(SIGPIPE, SIG_IGN); // the directory must go, whoever reads what is said
     const OwnDirectory directory;
     std::optional<Service> service;
     try {
