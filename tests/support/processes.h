@@ -16,7 +16,7 @@ namespace processes {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 inline constexpr bool kThreadsMayFork = false;
 #else
-inline constexpr bool kThreadsMayFork = true;
+inline constexpr bool kThreadsMayFork = *VESK_EMULATOR == '\0'; // whose own threads do not outlive a fork
 #endif
 
 /// A runtime directory of its own, named to this process and all that it starts; removed at the end.
