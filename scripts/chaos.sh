@@ -77,7 +77,8 @@ fault() {
   echo "fault add $match $effect $options --after $((RANDOM % 20))"
 }
 command() {
-  local port="$(one_of input output) $((RANDOM % 2))"
+  local port
+  port="$(one_of input output) $((RANDOM % 2))"
   case $((RANDOM % 8)) in
     0) echo "unplug $port" ;;
     1) echo "plug $port --mode 1280x720@30" ;;
@@ -89,9 +90,9 @@ command() {
 # What was on its way when a service died is no longer known; so only the first of twenty may let it die.
 scenario() { # SEED
   RANDOM=$1
-  local step
+  local steps=$((3 + RANDOM % 8))
   printf '[[step]]\nat = 0\ndo = "fault clear"\n'
-  for step in $(seq $((3 + RANDOM % 8))); do
+  while [ $((steps--)) -gt 0 ]; do
     if [ $((RANDOM % 3)) -eq 0 ]; then
       printf '[[step]]\non = "%s"\nnth = %d\ndo = "%s"\n' "$(one_of VO_START VI_START ENC_START INIT)" $((1 + RANDOM % 9)) "$(command)"
     else
@@ -120,7 +121,7 @@ signal_all() { for pid in "${pids[@]}"; do kill "-$1" "$pid" || fail "an applica
 
 # compare [baseline]: holds all applications up and compares what has come with what the service has sent
 compare() {
-  device fault clear >/dev/null && device scenario --end >/dev/null || fail "the service does not answer"
+  { device fault clear && device scenario --end; } >/dev/null || fail "the service does not answer"
   rm -f "$logs"/*.count
   signal_all USR1
   for _ in $(seq 300); do

@@ -81,6 +81,7 @@ show() {
 }
 export VESK_LOG_TARGET=none
 printf '\n=== the device, steered: a cable is pulled and plugged in again\n'
+: >"$logs/monitor.out"
 "$veskctl" monitor --count 13 >"$logs/monitor.out" & # nine tell of the ports as they are
 monitor_pid=$!
 until [ "$(wc -l <"$logs/monitor.out")" -ge 9 ] || ! kill -0 "$monitor_pid" 2>/dev/null; do sleep 0.1; done
