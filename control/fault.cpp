@@ -4,9 +4,9 @@
 #include "control/match.h"
 #include "decoder/error.h"
 #include "decoder/words.h"
+#include "vesk_service/control_list.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace vesk::control {
 
@@ -14,39 +14,19 @@ using namespace tools;
 
 namespace {
 
-constexpr uint64_t kLongestDelayMs = 86'400'000; // a day
+using messages::ControlValue;
+using messages::kControlEffects;
+using Effect = messages::ControlEffect;
 
-enum class Takes { kNothing, kResult, kMilliseconds, kLength };
-
-struct Effect {
-    VeskControlEffect number;
-    std::string_view name;
-    VeskControlKind kind; ///< Of the messages that it fits.
-    Takes takes = Takes::kNothing;
-    bool needsAnswer = true; ///< A request that is never answered does not have it.
-};
-
-constexpr Effect kEffects[] = {
-    {VESK_CONTROL_EFFECT_RESULT, "result", VESK_CONTROL_OF_REQUEST, Takes::kResult, false},
-    {VESK_CONTROL_EFFECT_DELAY, "delay", VESK_CONTROL_ANY, Takes::kMilliseconds},
-    {VESK_CONTROL_EFFECT_NO_ANSWER, "no-answer", VESK_CONTROL_OF_REQUEST},
-    {VESK_CONTROL_EFFECT_CLOSE, "close", VESK_CONTROL_OF_REQUEST},
-    {VESK_CONTROL_EFFECT_LENGTH, "length", VESK_CONTROL_ANY, Takes::kLength},
-    {VESK_CONTROL_EFFECT_GARBAGE, "garbage", VESK_CONTROL_ANY},
-    {VESK_CONTROL_EFFECT_DUPLICATE, "duplicate", VESK_CONTROL_OF_NOTIFICATION},
-    {VESK_CONTROL_EFFECT_DROP, "drop", VESK_CONTROL_OF_NOTIFICATION},
-    {VESK_CONTROL_EFFECT_DIE, "die", VESK_CONTROL_ANY, Takes::kNothing, false},
-};
-
-std::string ValueHelp(Takes takes)
+std::string ValueHelp(ControlValue value)
 {
     constexpr const char* kHelp[] = {"", " CODE", " MS", " +N|-N|=N"};
-    return kHelp[static_cast<size_t>(takes)];
+    return kHelp[static_cast<size_t>(value)];
 }
 
 const Effect& EffectNamed(const std::string& name)
 {
-    for (const Effect& effect : kEffects) {
+    for (const Effect& effect : kControlEffects) {
         if (effect.name == name)
             return effect;
     }
@@ -68,15 +48,16 @@ void StoreLength(VeskControlFault& fault, const std::string& text)
 
 void StoreValue(VeskControlFault& fault, const Effect& effect, const std::string& text)
 {
-    if (effect.takes == Takes::kResult) {
+    if (effect.value == ControlValue::kResult) {
         const std::optional<uint32_t> code = FindResult(text);
         if (!code || *code > UINT16_MAX)
             throw Error("result " + text + ": expected a result code or its name");
         fault.value = *code;
-    } else if (effect.takes == Takes::kMilliseconds) {
+    } else if (effect.value == ControlValue::kMilliseconds) {
         const std::optional<uint64_t> ms = ParseNumber(text);
-        if (!ms || *ms > kLongestDelayMs)
-            throw Error("delay " + text + ": expected milliseconds, 0 to " + std::to_string(kLongestDelayMs));
+        if (!ms || *ms > VESK_CONTROL_MAX_DELAY_MS)
+            throw Error("delay " + text + ": expected milliseconds, 0 to " +
+                        std::to_string(VESK_CONTROL_MAX_DELAY_MS));
         fault.value = static_cast<int64_t>(*ms);
     } else {
         StoreLength(fault, text);
@@ -86,11 +67,11 @@ void StoreValue(VeskControlFault& fault, const Effect& effect, const std::string
 std::string ValueText(const Effect& effect, const VeskControlFault& fault)
 {
     const std::string number = std::to_string(fault.value);
-    if (effect.takes == Takes::kResult) {
+    if (effect.value == ControlValue::kResult) {
         const std::string_view name = ResultName(static_cast<uint32_t>(fault.value));
         return name.empty() ? number : std::string(name);
     }
-    if (effect.takes == Takes::kLength)
+    if (effect.value == ControlValue::kLength)
         return fault.isRelative == 0 ? '=' + number : fault.value < 0 ? number : '+' + number;
     return number;
 }
@@ -103,7 +84,7 @@ void RequireFitting(const Effect& effect, const VeskControlMatch& match, const s
         throw Error(name + " is an effect of " + (isForRequests ? "requests" : "notifications") + "; " +
                     subject + " is a " + (isForRequests ? "notification" : "request"));
     const messages::Request* request = messages::FindRequest(match.number);
-    if (effect.needsAnswer && match.kind == VESK_CONTROL_OF_REQUEST && request != nullptr &&
+    if (effect.isOfAnswer && match.kind == VESK_CONTROL_OF_REQUEST && request != nullptr &&
         request->answer.kind == messages::Kind::kUnanswered)
         throw Error(name + " is about answers; " + subject + " is asynchronous and has none");
 }
@@ -113,7 +94,7 @@ void RequireFitting(const Effect& effect, const VeskControlMatch& match, const s
 std::vector<std::string_view> EffectNames()
 {
     std::vector<std::string_view> names;
-    for (const Effect& effect : kEffects)
+    for (const Effect& effect : kControlEffects)
         names.push_back(effect.name);
     return names;
 }
@@ -121,8 +102,8 @@ std::vector<std::string_view> EffectNames()
 std::string EffectHelp()
 {
     std::string help;
-    for (const Effect& effect : kEffects)
-        help += (help.empty() ? "" : ", ") + std::string(effect.name) + ValueHelp(effect.takes);
+    for (const Effect& effect : kControlEffects)
+        help += (help.empty() ? "" : ", ") + std::string(effect.name) + ValueHelp(effect.value);
     return help;
 }
 
@@ -139,8 +120,8 @@ VeskControlFault FaultOf(const Decoder& decoder, const std::vector<std::string>&
     RequireFitting(effect, fault.match, words[0]);
     fault.effect = effect.number;
     const std::vector<std::string> values(matchEnd + 1, words.end());
-    if (values.size() != (effect.takes == Takes::kNothing ? 0 : 1))
-        throw Error("expected " + std::string(effect.name) + ValueHelp(effect.takes) + ", not " +
+    if (values.size() != (effect.value == ControlValue::kNone ? 0 : 1))
+        throw Error("expected " + std::string(effect.name) + ValueHelp(effect.value) + ", not " +
                     JoinWords({matchEnd, words.end()}));
     if (!values.empty())
         StoreValue(fault, effect, values[0]);
@@ -154,19 +135,15 @@ VeskControlFault FaultOf(const Decoder& decoder, const std::vector<std::string>&
 
 std::string FaultText(const Decoder& decoder, const VeskControlFault& fault)
 {
-    const auto* effect = std::find_if(std::begin(kEffects), std::end(kEffects), [&](const Effect& known) {
-        return static_cast<uint32_t>(known.number) == fault.effect;
-    });
-    const bool isKnown = effect != std::end(kEffects);
+    const Effect* effect = messages::FindControlEffect(fault.effect);
+    const bool isKnown = effect != nullptr;
     std::vector<std::string> words =
         MatchWords(decoder, fault.match, isKnown ? effect->kind : VESK_CONTROL_ANY);
     words.push_back(isKnown ? std::string(effect->name) : "effect-" + std::to_string(fault.effect));
-    if (isKnown && effect->takes != Takes::kNothing)
+    if (isKnown && effect->value != ControlValue::kNone)
         words.push_back(ValueText(*effect, fault));
-    const char* application = fault.match.procName;
-    const size_t length = strnlen(application, sizeof fault.match.procName);
-    if (length != 0)
-        words.insert(words.end(), {"--app", std::string(application, length)});
+    if (const std::string application = TextIn(fault.match.procName); !application.empty())
+        words.insert(words.end(), {"--app", application});
     const std::pair<const char*, uint64_t> numbers[] = {{"--after", fault.after},
                                                         {"--every", fault.every},
                                                         {"--count", fault.count},

@@ -16,7 +16,7 @@ using namespace tools;
 
 namespace {
 
-constexpr uint32_t kAnyNumber = UINT32_MAX;
+constexpr uint32_t kAnyNumber = VESK_CONTROL_ANY_NUMBER;
 constexpr size_t kHeadSize = sizeof(VeskVideoMsgHead);
 
 constexpr std::string_view kKindPrefixes[] = {"any:", "request:", "notification:"}; // by VeskControlKind

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
 #include <span>
 #include <string>
 #include <string_view>
@@ -11,6 +12,13 @@ namespace vesk::tools {
 
 using Bytes = std::vector<std::byte>;
 using BytesView = std::span<const std::byte>;
+
+/// The text in a field, up to its NUL or to its end.
+template <size_t size>
+std::string TextIn(const char (&field)[size])
+{
+    return {field, strnlen(field, size)};
+}
 
 /// "0102ff".
 std::string Hex(BytesView bytes);

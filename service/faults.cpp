@@ -2,6 +2,7 @@
 #include "service/faults.h"
 
 #include "service/log.h"
+#include "vesk_service/control_list.h"
 
 #include <cinttypes>
 #include <iterator>
@@ -10,47 +11,25 @@ namespace vesk::service {
 
 namespace {
 
-constexpr int64_t kDay = 86'400'000; // milliseconds
-
-/// What an effect can be about, and the range of its value.
-struct Kind {
-    const char* name;
-    VeskControlKind messages;
-    int64_t least;
-    int64_t most;
-};
-
-constexpr Kind kKinds[] = {
-    // by VeskControlEffect
-    {},
-    {"result", VESK_CONTROL_OF_REQUEST, 0, UINT16_MAX},
-    {"delay", VESK_CONTROL_ANY, 0, kDay},
-    {"no answer", VESK_CONTROL_OF_REQUEST, 0, 0},
-    {"close", VESK_CONTROL_OF_REQUEST, 0, 0},
-    {"length", VESK_CONTROL_ANY, 0, VESK_VIDEO_MAX_MESSAGE_SIZE},
-    {"garbage", VESK_CONTROL_ANY, 0, 0},
-    {"duplicate", VESK_CONTROL_OF_NOTIFICATION, 0, 0},
-    {"drop", VESK_CONTROL_OF_NOTIFICATION, 0, 0},
-    {"die", VESK_CONTROL_ANY, 0, 0},
-};
+using Effect = messages::ControlEffect;
 
 bool IsUsable(const VeskControlFault& rule)
 {
-    if (!IsValid(rule.match) || rule.effect == 0 || rule.effect >= std::size(kKinds) || rule.percent > 100 ||
-        rule.reserved != 0 || rule.isRelative > (rule.effect == VESK_CONTROL_EFFECT_LENGTH ? 1 : 0))
+    const Effect* effect = messages::FindControlEffect(rule.effect);
+    if (!IsValid(rule.match) || effect == nullptr || rule.percent > 100 || rule.reserved != 0 ||
+        rule.isRelative > (rule.effect == VESK_CONTROL_EFFECT_LENGTH ? 1 : 0))
         return false;
-    const Kind& kind = kKinds[rule.effect];
-    const bool isFitting = kind.messages == VESK_CONTROL_ANY || rule.match.kind == VESK_CONTROL_ANY ||
-                           rule.match.kind == kind.messages;
-    return isFitting && rule.value >= (rule.isRelative != 0 ? -kind.most : kind.least) &&
-           rule.value <= kind.most;
+    const bool isFitting = effect->kind == VESK_CONTROL_ANY || rule.match.kind == VESK_CONTROL_ANY ||
+                           rule.match.kind == effect->kind;
+    const int64_t most = effect->HighestValue();
+    return isFitting && rule.value >= (rule.isRelative != 0 ? -most : 0) && rule.value <= most;
 }
 
 void LogHit(uint32_t fault, const VeskControlFault& rule, const MessageView& message)
 {
-    const Kind& kind = kKinds[rule.effect];
-    std::string effect = kind.name;
-    if (kind.most != 0)
+    const Effect& known = *messages::FindControlEffect(rule.effect);
+    std::string effect = known.name;
+    if (known.HighestValue() != 0)
         effect += (rule.isRelative != 0 && rule.value >= 0 ? " +" : " ") + std::to_string(rule.value);
     LOG(kInfo, "fault %u (%s) hits %s", fault, effect.c_str(), TextOf(message).c_str());
 }
@@ -84,13 +63,20 @@ Result Faults::Add(const VeskControlFault& rule, uint32_t* fault)
     return kOk;
 }
 
-Result Faults::List(std::vector<std::byte>* states)
+Result Faults::List(Bytes* states)
 {
-    for (const auto& [number, rule] : rules_) {
-        const auto state = BytesOf(rule.state);
-        states->insert(states->end(), state.begin(), state.end());
-    }
+    const std::vector<VeskControlFaultState> all = States();
+    const auto bytes = std::as_bytes(std::span(all));
+    states->assign(bytes.begin(), bytes.end());
     return kOk;
+}
+
+std::vector<VeskControlFaultState> Faults::States() const
+{
+    std::vector<VeskControlFaultState> states;
+    for (const auto& [number, rule] : rules_)
+        states.push_back(rule.state);
+    return states;
 }
 
 Result Faults::Clear(Argument<"fault"> fault)
@@ -109,7 +95,7 @@ void Faults::Reset()
 bool Faults::Rule::Hits(const MessageView& message)
 {
     const VeskControlFault& rule = state.rule;
-    const VeskControlKind only = kKinds[rule.effect].messages;
+    const VeskControlKind only = messages::FindControlEffect(rule.effect)->kind;
     if ((only != VESK_CONTROL_ANY && only != message.kind) || !Matches(rule.match, message) ||
         ++state.matches <= rule.after || (rule.count != 0 && state.hits == rule.count))
         return false;

@@ -44,7 +44,8 @@ public:
     static constexpr int kExitStatus = 3; ///< Of a service that a rule has ended.
 
     Result Add(const VeskControlFault&, uint32_t* fault);
-    Result List(std::vector<std::byte>* states);
+    Result List(Bytes* states);
+    std::vector<VeskControlFaultState> States() const;
     Result Clear(Argument<"fault">);
     void Reset();
 

@@ -10,7 +10,7 @@ namespace vesk::service {
 
 namespace {
 
-constexpr uint32_t kAnyNumber = 0xffffffff;
+constexpr uint32_t kAnyNumber = VESK_CONTROL_ANY_NUMBER;
 
 template <class Listed>
 const char* NameOf(const Listed* listed)

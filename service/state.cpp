@@ -9,7 +9,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstring>
 
 namespace vesk::service {
 
@@ -374,12 +373,8 @@ ordered_json State::DescribeRequests()
 
 ordered_json State::DescribeFaults()
 {
-    Bytes states;
-    service_.faults.List(&states);
     ordered_json list = ordered_json::array();
-    for (size_t at = 0; at < states.size(); at += sizeof(VeskControlFaultState)) {
-        VeskControlFaultState state;
-        std::memcpy(&state, &states[at], sizeof state);
+    for (const VeskControlFaultState& state : service_.faults.States()) {
         list.push_back({{"fault", state.fault},
                         {"matches", state.matches},
                         {"hits", state.hits},

@@ -59,11 +59,15 @@ enum VeskControlDirection { VESK_CONTROL_INPUT = 0, VESK_CONTROL_OUTPUT = 1 };
 
 /** Limits. */
 enum VeskControlLimit {
-    VESK_CONTROL_MAX_CONDITIONS = 8, /**< Of one match. */
-    VESK_CONTROL_MAX_FAULTS = 256,   /**< Rules at a time. */
-    VESK_CONTROL_MAX_STEPS = 4096,   /**< Of a scenario. */
-    VESK_CONTROL_MAX_WATCHERS = 8    /**< Tasks that watch. */
+    VESK_CONTROL_MAX_CONDITIONS = 8,     /**< Of one match. */
+    VESK_CONTROL_MAX_FAULTS = 256,       /**< Rules at a time. */
+    VESK_CONTROL_MAX_STEPS = 4096,       /**< Of a scenario. */
+    VESK_CONTROL_MAX_WATCHERS = 8,       /**< Tasks that watch. */
+    VESK_CONTROL_MAX_DELAY_MS = 86400000 /**< Of a fault; a day. */
 };
+
+/** In a match: any message number. */
+#define VESK_CONTROL_ANY_NUMBER 0xffffffffU
 
 /** Picture of a source or display; VESK_SERVICE_ERR_VALUE if it is out of range. */
 typedef struct VeskControlMode {
@@ -96,7 +100,7 @@ VESK_VIDEO_ASSERT_SIZE(VeskControlCondition, 64);
 /** A choice of messages. Control messages are never matched. */
 typedef struct VeskControlMatch {
     uint32_t kind;       /**< A VeskControlKind. */
-    uint32_t number;     /**< Message number; 0xffffffff: any. */
+    uint32_t number;     /**< Message number, or @ref VESK_CONTROL_ANY_NUMBER. */
     char procName[16];   /**< Application that sends or receives it; empty: any. */
     uint32_t conditions; /**< Used entries of the next field. */
     uint32_t reserved;   /**< 0. */

@@ -37,6 +37,56 @@ inline constexpr Notification kControlNotifications[] = {
 #include "vesk_service/control.def"
 };
 
+/** What the value of an effect is. */
+enum class ControlValue { kNone, kResult, kMilliseconds, kLength };
+
+/** An effect of faults. */
+struct ControlEffect {
+    VeskControlEffect number; /**< As in a rule. */
+    const char* name;         /**< In the words of people. */
+    VeskControlKind kind;     /**< Of the messages that it fits. */
+    ControlValue value;       /**< What its value is. */
+    bool isOfAnswer;          /**< Of requests, only those that are answered can have it. */
+
+    /** The highest value; a relative length may also be as far below 0. */
+    constexpr int64_t HighestValue() const
+    {
+        switch (value) {
+        case ControlValue::kResult:
+            return UINT16_MAX;
+        case ControlValue::kMilliseconds:
+            return VESK_CONTROL_MAX_DELAY_MS;
+        case ControlValue::kLength:
+            return VESK_VIDEO_MAX_MESSAGE_SIZE;
+        default:
+            return 0;
+        }
+    }
+};
+
+/** All effects. */
+inline constexpr ControlEffect kControlEffects[] = {
+    {VESK_CONTROL_EFFECT_RESULT, "result", VESK_CONTROL_OF_REQUEST, ControlValue::kResult, false},
+    {VESK_CONTROL_EFFECT_DELAY, "delay", VESK_CONTROL_ANY, ControlValue::kMilliseconds, true},
+    {VESK_CONTROL_EFFECT_NO_ANSWER, "no-answer", VESK_CONTROL_OF_REQUEST, ControlValue::kNone, true},
+    {VESK_CONTROL_EFFECT_CLOSE, "close", VESK_CONTROL_OF_REQUEST, ControlValue::kNone, true},
+    {VESK_CONTROL_EFFECT_LENGTH, "length", VESK_CONTROL_ANY, ControlValue::kLength, true},
+    {VESK_CONTROL_EFFECT_GARBAGE, "garbage", VESK_CONTROL_ANY, ControlValue::kNone, true},
+    {VESK_CONTROL_EFFECT_DUPLICATE, "duplicate", VESK_CONTROL_OF_NOTIFICATION, ControlValue::kNone, true},
+    {VESK_CONTROL_EFFECT_DROP, "drop", VESK_CONTROL_OF_NOTIFICATION, ControlValue::kNone, true},
+    {VESK_CONTROL_EFFECT_DIE, "die", VESK_CONTROL_ANY, ControlValue::kNone, false},
+};
+
+/** Finds an effect by its number; null if there is none. */
+constexpr const ControlEffect* FindControlEffect(uint32_t number)
+{
+    for (const ControlEffect& effect : kControlEffects) {
+        if (effect.number == number)
+            return &effect;
+    }
+    return nullptr;
+}
+
 /** True for a control message's number. */
 constexpr bool IsControl(uint32_t number)
 {
