@@ -1,15 +1,16 @@
 // Descriptions of virtual devices in TOML files.
 #include "service/device_file.h"
 
+#include "decoder/decoder.h"
+#include "decoder/error.h"
 #include "decoder/toml.h"
 #include "service/default_device.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <concepts>
 #include <cstring>
 #include <fstream>
-#include <limits>
+#include <span>
 #include <tuple>
 #include <utility>
 
@@ -52,12 +53,26 @@ public:
     }
 
     /// Each of these leaves @p value as it is when the key is not there.
-    template <std::integral Number>
-    void Read(const char* key, Number& value, int64_t least = Lowest<Number>(),
-              int64_t most = Highest<Number>())
+    void Read(const char* key, uint32_t& value, int64_t least = 0, int64_t most = UINT32_MAX)
     {
         if (const toml::node* node = Find(key))
-            value = static_cast<Number>(NumberIn(*node, PathOf(key), least, most));
+            value = static_cast<uint32_t>(NumberIn(*node, PathOf(key), least, most));
+    }
+
+    /// Reads the numbers of a record, whose keys are the names of its fields.
+    void ReadFields(const tools::RecordType& type, std::span<std::byte> record)
+    {
+        for (const tools::RecordField& field : type.fields) {
+            const toml::node* node = field.isFiller ? nullptr : Find(field.name.c_str());
+            if (node == nullptr)
+                continue;
+            const bool isSigned = field.kind == tools::ElementKind::kSigned;
+            const size_t bits =
+                std::min<size_t>(field.size * 8 - (isSigned ? 1 : 0), 63); // of TOML's numbers
+            const int64_t most = INT64_MAX >> (63 - bits);
+            const int64_t value = NumberIn(*node, PathOf(field.name), isSigned ? -most - 1 : 0, most);
+            std::memcpy(&record[field.offset], &value, field.size); // its lowest bytes come first
+        }
     }
 
     void Read(const char* key, bool& value)
@@ -147,22 +162,6 @@ public:
     }
 
 private:
-    template <class Number>
-    static constexpr int64_t Lowest()
-    {
-        return std::numeric_limits<Number>::min();
-    }
-
-    /// TOML's numbers end there.
-    template <class Number>
-    static constexpr int64_t Highest()
-    {
-        constexpr int64_t kMost = std::numeric_limits<int64_t>::max();
-        return std::in_range<int64_t>(std::numeric_limits<Number>::max())
-                   ? static_cast<int64_t>(std::numeric_limits<Number>::max())
-                   : kMost;
-    }
-
     const toml::node* Find(const char* key)
     {
         keys_.emplace_back(key);
@@ -212,7 +211,7 @@ private:
     [[noreturn]] void Fail(const toml::source_region& at, const std::string& path,
                            const std::string& what) const
     {
-        throw DeviceFileError(file_ + ':' + std::to_string(at.begin.line) + ": " + path + ": " + what);
+        throw tools::Error(file_ + ':' + std::to_string(at.begin.line) + ": " + path + ": " + what);
     }
 
     const std::string& file_;
@@ -325,79 +324,19 @@ void ReadDecode(Table& table, DecodeDescription& codec, const std::vector<Decode
     table.Read("tile", codec.isTile);
 }
 
-// The keys are the names of the records' fields; what the interface leaves opaque is 0.
-
-void ReadInputParam(Table& table, VeskVideoViPortParam& param)
-{
-    table.Read("param0", param.param0);
-    table.Read("param1", param.param1);
-    table.Read("param2", param.param2);
-    table.Read("param3", param.param3);
-    table.Read("param4", param.param4);
-    table.Read("param5", param.param5);
-    table.Read("param6", param.param6);
-    table.Read("param7", param.param7);
-    table.Read("param8", param.param8);
-    table.Read("param9", param.param9);
-}
-
-void ReadOutputParam(Table& table, VeskVideoVoPortParam& param)
-{
-    table.Read("param0", param.param0);
-    table.Read("param1", param.param1);
-    table.Read("param2", param.param2);
-    table.Read("param3", param.param3);
-    table.Read("param4", param.param4);
-    table.Read("param5", param.param5);
-    table.Read("param6", param.param6);
-    table.Read("param7", param.param7);
-    table.Read("param8", param.param8);
-}
-
-void ReadEncoderParam(Table& table, VeskVideoEncParam& param)
-{
-    table.Read("codcType", param.codcType);
-    table.Read("pt", param.pt);
-    table.Read("w", param.w);
-    table.Read("h", param.h);
-    table.Read("fr", param.fr);
-    table.Read("br", param.br);
-    table.Read("secType", param.secType);
-    table.Read("stmType", param.stmType);
-    table.Read("effect", param.effect);
-    table.Read("isDtFmtCfg", param.isDtFmtCfg);
-    table.Read("dtFmtCap", param.dtFmtCap);
-}
-
-void ReadEncoderParamEx(Table& table, VeskVideoEncParamEx& param)
-{
-    table.Read("exParam0", param.exParam0);
-    table.Read("exParam1", param.exParam1);
-    table.Read("exParam2", param.exParam2);
-    table.Read("exParam3", param.exParam3);
-    table.Read("exParam4", param.exParam4);
-    table.Read("exParam5", param.exParam5);
-    table.Read("exParam6", param.exParam6);
-}
-
-void ReadDecoderParam(Table& table, VeskVideoDecParam& param)
-{
-    table.Read("codecType", param.codecType);
-    table.Read("payloadType", param.payloadType);
-    table.Read("w", param.w);
-    table.Read("h", param.h);
-    table.Read("secType", param.secType);
-    table.Read("strmTyp", param.strmTyp);
-    table.Read("transType", param.transType);
-}
-
 void ReadDefaults(Table& table, DefaultParameters& defaults)
 {
-    table.ReadTable("input", [&](Table& input) { ReadInputParam(input, defaults.input); });
-    table.ReadTable("output", [&](Table& output) { ReadOutputParam(output, defaults.output); });
-    table.ReadTable("encoder", [&](Table& encoder) { ReadEncoderParam(encoder, defaults.encoder); });
-    table.ReadTable("encoder_ex", [&](Table& encoder) { ReadEncoderParamEx(encoder, defaults.encoderEx); });
-    table.ReadTable("decoder", [&](Table& decoder) { ReadDecoderParam(decoder, defaults.decoder); });
+    static const tools::Decoder s_decoder;
+    const auto read = [&](const char* key, const char* type, auto& record) {
+        table.ReadTable(key, [&](Table& fields) {
+            fields.ReadFields(*s_decoder.Records().Find(type), std::as_writable_bytes(std::span(&record, 1)));
+        });
+    };
+    read("input", "VeskVideoViPortParam", defaults.input);
+    read("output", "VeskVideoVoPortParam", defaults.output);
+    read("encoder", "VeskVideoEncParam", defaults.encoder);
+    read("encoder_ex", "VeskVideoEncParamEx", defaults.encoderEx);
+    read("decoder", "VeskVideoDecParam", defaults.decoder);
 }
 
 std::string ReadFile(const std::string& path)
@@ -408,10 +347,10 @@ std::string ReadFile(const std::string& path)
     std::string text(kMost + 1, '\0');
     file.read(text.data(), static_cast<std::streamsize>(text.size()));
     if (file.bad() || (file.fail() && !file.eof()))
-        throw DeviceFileError(path + ": cannot be read: " + strerror(errno));
+        throw tools::Error(path + ": cannot be read: " + strerror(errno));
     text.resize(static_cast<size_t>(file.gcount()));
     if (text.size() > kMost)
-        throw DeviceFileError(path + ": expected at most " + std::to_string(kMost) + " bytes");
+        throw tools::Error(path + ": expected at most " + std::to_string(kMost) + " bytes");
     return text;
 }
 
@@ -431,8 +370,8 @@ try {
     table.End();
     return device;
 } catch (const toml::parse_error& error) {
-    throw DeviceFileError(file + ':' + std::to_string(error.source().begin.line) + ": " +
-                          std::string(error.description()));
+    throw tools::Error(file + ':' + std::to_string(error.source().begin.line) + ": " +
+                       std::string(error.description()));
 }
 
 const DeviceDescription& DefaultDevice()

@@ -129,10 +129,7 @@ try {
         scenario = vesk::control::ScenarioFromFile(vesk::tools::Decoder(), scenarioFile).data;
     return Run(self, deviceFile.empty() ? DefaultDevice() : ReadDevice(deviceFile), std::move(clock),
                scenario);
-} catch (const DeviceFileError& error) {
-    std::fprintf(stderr, "%s\n", error.what());
-    return 2;
-} catch (const vesk::tools::Error& error) {
+} catch (const vesk::tools::Error& error) { // a file that is wrong
     std::fprintf(stderr, "%s\n", error.what());
     return 2;
 } catch (const std::exception& error) { // out of memory, or no thread can be started

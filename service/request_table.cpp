@@ -178,7 +178,7 @@ constexpr Row kRows[] = {
     Served<VESK_CONTROL_TICK, &Service::Tick>(),
 };
 
-consteval size_t RowsOf(VeskVideoRequest request)
+consteval size_t RowsOf(uint32_t request)
 {
     return static_cast<size_t>(std::count_if(std::begin(kRows), std::end(kRows), [request](const Row& row) {
         return row.listed.number == request;
@@ -187,6 +187,8 @@ consteval size_t RowsOf(VeskVideoRequest request)
 
 #define VESK_REQUEST(name, ...) static_assert(RowsOf(name) == 1, #name " needs exactly one row");
 #include "vesk_video/messages.def"
+#define VESK_CONTROL_REQUEST(name, ...) static_assert(RowsOf(name) == 1, #name " needs exactly one row");
+#include "vesk_service/control.def"
 
 } // namespace
 
