@@ -2,9 +2,9 @@
 #include "control/commands.h"
 #include "control/fault.h"
 #include "control/scenario_file.h"
-#include "decoder/error.h"
 #include "decoder/text.h"
 #include "decoder/words.h"
+#include "support/error_of.h"
 
 #include <gtest/gtest.h>
 
@@ -25,16 +25,6 @@ const Decoder& Virtual()
 Bytes DataOf(const std::string& words)
 {
     return ControlMessageOf(Virtual(), SplitWords(words)).data;
-}
-
-std::string ErrorOf(const std::function<void()>& body)
-{
-    try {
-        body();
-    } catch (const Error& error) {
-        return error.what();
-    }
-    return "no error";
 }
 
 VeskControlFault FaultOf(const Bytes& data)

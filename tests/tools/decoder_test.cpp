@@ -1,7 +1,7 @@
 // Messages to fields and back, whatever their length and contents.
-#include "decoder/error.h"
 #include "decoder/filter.h"
 #include "decoder/text.h"
+#include "support/error_of.h"
 
 #include <gtest/gtest.h>
 
@@ -27,16 +27,6 @@ std::vector<Assignment> Assignments(const std::string& text)
     for (std::string word; words >> word;)
         assignments.push_back(ParseAssignment(word));
     return assignments;
-}
-
-std::string ErrorOf(const std::function<void()>& body)
-{
-    try {
-        body();
-    } catch (const Error& error) {
-        return error.what();
-    }
-    return "no error";
 }
 
 /// Calls @p body for every message that is known, in each direction.

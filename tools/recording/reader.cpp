@@ -20,11 +20,6 @@ constexpr uint32_t kMaxBlock = kMaxData + 65536;
 constexpr size_t kMaxInterfaces = 65536;
 constexpr size_t kMinBlock = 12; ///< Type, size, and the size again.
 
-std::string Text(const char* text, size_t size)
-{
-    return {text, strnlen(text, size)};
-}
-
 } // namespace
 
 tools::Message Event::Message() const
@@ -265,7 +260,7 @@ Event Reader::ReadEvent(BytesView packet) const
     event.isSynchronous = (head.flags & kSynchronous) != 0;
     event.process = head.process;
     event.thread = head.thread;
-    event.program = Text(head.program, sizeof head.program);
+    event.program = tools::TextIn(head.program);
     event.exchange = head.exchange;
     event.monotonicNs = head.monotonicNs;
     event.durationNs = head.durationNs;
@@ -273,10 +268,10 @@ Event Reader::ReadEvent(BytesView packet) const
     event.number = head.number;
     event.dataLen = head.dataLen;
     event.timeoutMs = head.timeoutMs;
-    event.sendProcName = Text(head.sendProcName, sizeof head.sendProcName);
-    event.sendTaskName = Text(head.sendTaskName, sizeof head.sendTaskName);
-    event.recvProcName = Text(head.recvProcName, sizeof head.recvProcName);
-    event.recvTaskName = Text(head.recvTaskName, sizeof head.recvTaskName);
+    event.sendProcName = tools::TextIn(head.sendProcName);
+    event.sendTaskName = tools::TextIn(head.sendTaskName);
+    event.recvProcName = tools::TextIn(head.recvProcName);
+    event.recvTaskName = tools::TextIn(head.recvTaskName);
     event.data.assign(data.begin(), data.end());
     return event;
 }

@@ -105,16 +105,20 @@ std::string OwnProcessName()
     return "veskctl-" + std::to_string(getpid());
 }
 
-Client::Client(const std::string& service, Interrupt interrupt)
+ServiceName ParseService(const std::string& text)
 {
-    const size_t slash = service.find('/');
-    serviceProcess_ = service.substr(0, slash);
-    serviceTask_ = slash == service.npos ? "" : service.substr(slash + 1);
-    for (const std::string& name : {serviceProcess_, serviceTask_}) {
+    const size_t slash = text.find('/');
+    ServiceName service{text.substr(0, slash), slash == text.npos ? "" : text.substr(slash + 1)};
+    for (const std::string& name : {service.process, service.task}) {
         if (name.empty() || name.size() >= VESK_VIDEO_NAME_SIZE)
             throw Failure(kUsage,
-                          "--service " + service + ": expected PROCESS/TASK, of at most 15 characters each");
+                          "--service " + text + ": expected PROCESS/TASK, of at most 15 characters each");
     }
+    return service;
+}
+
+Client::Client(const std::string& service, Interrupt interrupt) : service_(ParseService(service))
+{
     if (interrupt == Interrupt::kEndsWait) // before the first thread starts
         HandleInterrupts();
     OsMsgRegLogFunc(OnReport);
@@ -167,8 +171,8 @@ Outcome Client::Send(uint32_t number, BytesView data, bool isAnswered, uint32_t 
     envelope.msgId = number;
     CopyName(envelope.sendProcName, OwnProcessName());
     CopyName(envelope.sendTaskName, kOwnTaskName);
-    CopyName(envelope.recvProcName, serviceProcess_);
-    CopyName(envelope.recvTaskName, serviceTask_);
+    CopyName(envelope.recvProcName, service_.process);
+    CopyName(envelope.recvTaskName, service_.task);
     Bytes copy(data.begin(), data.end());
     envelope.data = copy.data();
     envelope.dataLen = static_cast<uint32_t>(copy.size());

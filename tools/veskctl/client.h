@@ -15,6 +15,15 @@ using Clock = std::chrono::steady_clock;
 std::string OwnProcessName();
 inline constexpr char kOwnTaskName[] = "VAPI";
 
+/// Where a service is found.
+struct ServiceName {
+    std::string process;
+    std::string task;
+};
+
+/// Reads "VIDEO/VCTL". @throw Failure if it is not that
+ServiceName ParseService(const std::string& text);
+
 /// A notification as it arrived.
 struct Arrived {
     uint32_t number;
@@ -62,8 +71,7 @@ public:
     bool IsInterrupted() const;
 
 private:
-    std::string serviceProcess_;
-    std::string serviceTask_;
+    ServiceName service_;
     bool isAnnounced_ = false;
 };
 

@@ -19,18 +19,11 @@ struct Options {
     uint64_t count = 0;
 };
 
-template <size_t size>
-std::string NameIn(const char (&field)[size])
-{
-    return {field, strnlen(field, size)};
-}
-
 /// Events of a recording as the application would have made it.
 class Watched {
 public:
-    Watched(Transcript& transcript, const std::string& service)
-        : transcript_(transcript), serviceProcess_(service.substr(0, service.find('/'))),
-          serviceTask_(service.substr(service.find('/') + 1))
+    Watched(Transcript& transcript, ServiceName service)
+        : transcript_(transcript), service_(std::move(service))
     {
     }
 
@@ -67,7 +60,7 @@ private:
         event.isSent = true;
         event.isSynchronous = seen.isSynchronous != 0;
         event.process = seen.process;
-        event.program = NameIn(seen.procName);
+        event.program = TextIn(seen.procName);
         event.exchange = seen.exchange;
         event.realtimeNs = seen.realtimeNs;
         event.monotonicNs = seen.monotonicNs;
@@ -76,9 +69,9 @@ private:
         event.number = seen.number;
         event.dataLen = seen.dataLen;
         event.sendProcName = event.program;
-        event.sendTaskName = NameIn(seen.taskName);
-        event.recvProcName = serviceProcess_;
-        event.recvTaskName = serviceTask_;
+        event.sendTaskName = TextIn(seen.taskName);
+        event.recvProcName = service_.process;
+        event.recvTaskName = service_.task;
         return event;
     }
 
@@ -95,8 +88,7 @@ private:
     }
 
     Transcript& transcript_;
-    std::string serviceProcess_;
-    std::string serviceTask_;
+    ServiceName service_;
     uint64_t lost_ = 0;
     uint64_t lastNotification_ = uint64_t{1} << 52U; ///< Not to be taken for an exchange of the service.
 };
@@ -118,7 +110,7 @@ int RunWatch(Settings& settings, const Options& options)
 {
     Transcript transcript(settings, options.shown, stdout);
     Client client(settings.service, Client::Interrupt::kEndsWait);
-    Watched watched(transcript, settings.service);
+    Watched watched(transcript, ParseService(settings.service));
     Switch(client, settings, true);
     while (options.count == 0 || transcript.Shown() < options.count) {
         const std::optional<Arrived> arrived = client.Next(std::nullopt);

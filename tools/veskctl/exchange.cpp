@@ -1,13 +1,12 @@
 // Requests and notifications as the subcommands send, receive and show them.
 #include "tools/veskctl/exchange.h"
 
+#include "decoder/file.h"
 #include "vesk_service/control_list.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
 #include <iostream>
 
 namespace vesk::ctl {
@@ -139,14 +138,9 @@ bool IsShallow(int depth, ordered_json::parse_event_t, ordered_json&)
 
 ordered_json ReadJson(const std::string& path)
 {
-    std::ifstream file;
-    if (path != "-") {
-        file.open(path);
-        if (!file)
-            throw Error(path + ": " + std::strerror(errno));
-    }
     try {
-        return ordered_json::parse(path == "-" ? std::cin : file, IsShallow);
+        return path == "-" ? ordered_json::parse(std::cin, IsShallow)
+                           : ordered_json::parse(FileContents(path), IsShallow);
     } catch (const ordered_json::exception& error) {
         throw Error(path + ": " + error.what());
     }

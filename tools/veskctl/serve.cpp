@@ -28,12 +28,6 @@ struct Options {
 };
 
 template <size_t size>
-std::string NameIn(const char (&field)[size])
-{
-    return {field, strnlen(field, size)};
-}
-
-template <size_t size>
 void CopyName(char (&field)[size], const std::string& name)
 {
     std::copy_n(name.c_str(), std::min(name.size(), size), field);
@@ -76,7 +70,8 @@ struct Application {
 class Server {
 public:
     Server(Settings& settings, const Options& options, const Conversation& conversation)
-        : settings_(settings), options_(options), conversation_(conversation), decoder_(settings.Decoder()),
+        : settings_(settings), service_(ParseService(settings.service)), options_(options),
+          conversation_(conversation), decoder_(settings.Decoder()),
           turnsOf_(conversation.participants.size()), taken_(conversation.participants.size()),
           isUsed_(conversation.turns.size())
     {
@@ -146,8 +141,8 @@ private:
         const auto [entry, isNew] = applications_.try_emplace(process);
         Application& application = entry->second;
         if (isNew) {
-            application.procName = NameIn(message.sendProcName);
-            application.taskName = NameIn(message.sendTaskName);
+            application.procName = TextIn(message.sendProcName);
+            application.taskName = TextIn(message.sendTaskName);
             application.part = PartFor(application.procName);
             ++taken_[application.part];
         }
@@ -175,8 +170,8 @@ private:
         if (data.size() != sizeof(VeskVideoMsgHead) + sizeof info)
             return;
         std::memcpy(&info, data.data() + sizeof(VeskVideoMsgHead), sizeof info);
-        application.procName = NameIn(info.procName);
-        application.taskName = NameIn(info.taskName);
+        application.procName = TextIn(info.procName);
+        application.taskName = TextIn(info.taskName);
     }
 
     /// The recorded request that equals this one: the next of the application's own part, else its last one
@@ -236,11 +231,10 @@ private:
     void Notify(const Application& application, const Event& notification)
     {
         Bytes data = application.toLive.Translate(decoder_, notification.Message());
-        const size_t slash = settings_.service.find('/');
         OsMsgEnvelope envelope{};
         envelope.msgId = notification.number;
-        CopyName(envelope.sendProcName, settings_.service.substr(0, slash));
-        CopyName(envelope.sendTaskName, settings_.service.substr(slash + 1));
+        CopyName(envelope.sendProcName, service_.process);
+        CopyName(envelope.sendTaskName, service_.task);
         CopyName(envelope.recvProcName, application.procName);
         CopyName(envelope.recvTaskName, application.taskName);
         envelope.data = data.data();
@@ -272,7 +266,7 @@ private:
     {
         ++unknown_;
         Complain("not in the recording", message.msgId, live,
-                 NameIn(message.sendProcName) + '[' + std::to_string(process) + ']', "");
+                 TextIn(message.sendProcName) + '[' + std::to_string(process) + ']', "");
         if (message.type != OS_MSG_SYNCHRONOUS)
             return;
         VeskVideoMsgHead head{};
@@ -299,6 +293,7 @@ private:
     }
 
     Settings& settings_;
+    const ServiceName service_;
     const Options& options_;
     const Conversation& conversation_;
     const Decoder& decoder_;
@@ -338,14 +333,12 @@ int RunServe(Settings& settings, const Options& options)
     sigaddset(&signals, SIGINT);
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 
-    const size_t slash = settings.service.find('/');
-    const std::string process = settings.service.substr(0, slash);
-    const std::string task = slash == std::string::npos ? "" : settings.service.substr(slash + 1);
-    if (task.empty() || HostMsgSetProcName(process.c_str()) != 0)
+    const ServiceName service = ParseService(settings.service);
+    if (HostMsgSetProcName(service.process.c_str()) != 0)
         throw Failure(kUsage, "--service " + settings.service +
                                   ": expected PROCESS/TASK, of at most 15 characters each");
     constexpr uint32_t kQueueDepth = 1024;
-    if (const uint32_t result = OsMsgRegTask(task.c_str(), kQueueDepth, HandleMessage); result != 0)
+    if (const uint32_t result = OsMsgRegTask(service.task.c_str(), kQueueDepth, HandleMessage); result != 0)
         throw Failure(kFailed, settings.service + " cannot be served: " + ResultText(result));
     std::thread waiter([&] {
         constexpr timespec kPause{0, 100000000};
@@ -353,12 +346,12 @@ int RunServe(Settings& settings, const Options& options)
             if (options.endsWithLast && server.HasNoMore())
                 break;
         }
-        HostMsgEndTask(task.c_str());
+        HostMsgEndTask(service.task.c_str());
     });
     if (!settings.json)
         PrintLine("veskctl: serving " + settings.service + " as recorded in " + options.file + ": " +
                   std::to_string(conversation.turns.size()) + " requests");
-    OsMsgTaskRoutineByName(task.c_str());
+    OsMsgTaskRoutineByName(service.task.c_str());
     waiter.join();
     return server.Finish();
 }

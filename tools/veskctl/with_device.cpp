@@ -1,4 +1,5 @@
 // The subcommand "with-device": runs a command with a virtual device of its own.
+#include "tools/veskctl/client.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/program.h"
 
@@ -91,12 +92,9 @@ std::string FindService()
 
 std::vector<std::string> ServiceCommand(const Settings& settings, const Options& options)
 {
-    const size_t slash = settings.service.find('/');
-    if (slash == std::string::npos)
-        throw Failure(kUsage, "--service " + settings.service + ": expected PROCESS/TASK");
+    const ServiceName service = ParseService(settings.service);
     std::vector<std::string> command{options.serviceProgram.empty() ? FindService() : options.serviceProgram,
-                                     "--process", settings.service.substr(0, slash), "--task",
-                                     settings.service.substr(slash + 1)};
+                                     "--process", service.process, "--task", service.task};
     if (!options.device.empty())
         command.insert(command.end(), {"--device", options.device});
     if (!options.scenario.empty())
