@@ -42,8 +42,8 @@ enum class ControlValue { kNone, kResult, kMilliseconds, kLength };
 
 /** An effect of faults. */
 struct ControlEffect {
-    VeskControlEffect number; /**< As in a rule. */
     const char* name;         /**< In the words of people. */
+    VeskControlEffect number; /**< As in a rule. */
     VeskControlKind kind;     /**< Of the messages that it fits. */
     ControlValue value;       /**< What its value is. */
     bool isOfAnswer;          /**< Of requests, only those that are answered can have it. */
@@ -66,15 +66,15 @@ struct ControlEffect {
 
 /** All effects. */
 inline constexpr ControlEffect kControlEffects[] = {
-    {VESK_CONTROL_EFFECT_RESULT, "result", VESK_CONTROL_OF_REQUEST, ControlValue::kResult, false},
-    {VESK_CONTROL_EFFECT_DELAY, "delay", VESK_CONTROL_ANY, ControlValue::kMilliseconds, true},
-    {VESK_CONTROL_EFFECT_NO_ANSWER, "no-answer", VESK_CONTROL_OF_REQUEST, ControlValue::kNone, true},
-    {VESK_CONTROL_EFFECT_CLOSE, "close", VESK_CONTROL_OF_REQUEST, ControlValue::kNone, true},
-    {VESK_CONTROL_EFFECT_LENGTH, "length", VESK_CONTROL_ANY, ControlValue::kLength, true},
-    {VESK_CONTROL_EFFECT_GARBAGE, "garbage", VESK_CONTROL_ANY, ControlValue::kNone, true},
-    {VESK_CONTROL_EFFECT_DUPLICATE, "duplicate", VESK_CONTROL_OF_NOTIFICATION, ControlValue::kNone, true},
-    {VESK_CONTROL_EFFECT_DROP, "drop", VESK_CONTROL_OF_NOTIFICATION, ControlValue::kNone, true},
-    {VESK_CONTROL_EFFECT_DIE, "die", VESK_CONTROL_ANY, ControlValue::kNone, false},
+    {"result", VESK_CONTROL_EFFECT_RESULT, VESK_CONTROL_OF_REQUEST, ControlValue::kResult, false},
+    {"delay", VESK_CONTROL_EFFECT_DELAY, VESK_CONTROL_ANY, ControlValue::kMilliseconds, true},
+    {"no-answer", VESK_CONTROL_EFFECT_NO_ANSWER, VESK_CONTROL_OF_REQUEST, ControlValue::kNone, true},
+    {"close", VESK_CONTROL_EFFECT_CLOSE, VESK_CONTROL_OF_REQUEST, ControlValue::kNone, true},
+    {"length", VESK_CONTROL_EFFECT_LENGTH, VESK_CONTROL_ANY, ControlValue::kLength, true},
+    {"garbage", VESK_CONTROL_EFFECT_GARBAGE, VESK_CONTROL_ANY, ControlValue::kNone, true},
+    {"duplicate", VESK_CONTROL_EFFECT_DUPLICATE, VESK_CONTROL_OF_NOTIFICATION, ControlValue::kNone, true},
+    {"drop", VESK_CONTROL_EFFECT_DROP, VESK_CONTROL_OF_NOTIFICATION, ControlValue::kNone, true},
+    {"die", VESK_CONTROL_EFFECT_DIE, VESK_CONTROL_ANY, ControlValue::kNone, false},
 };
 
 /** Finds an effect by its number; null if there is none. */
