@@ -408,6 +408,7 @@ FORKED_TEST(HostMessage, ATaskThatDoesNotKeepUpLosesNothing)
         EXPECT_EQ(Ask("self", 2, "", 5000, "again").result, uint32_t{HOST_MSG_ERR_BROKEN}); // unanswered
         EXPECT_EQ(s_handled, 3U);
     }
+    EXPECT_EQ(Ask("self").data, "question");
     OsMsgTaskRoutineByName("task"); // is run already: returns at once
     OsMsgTaskRoutineByName(nullptr);
     EXPECT_EQ(OsMsgRegTask("task", 4, Echo), 0U); // another handler, and the same name

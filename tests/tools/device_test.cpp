@@ -208,7 +208,7 @@ TEST_F(WithDeviceTest, PassesSignalsOnAndEndsTheService)
     }
     // Nobody is left to remove the directory, but the service ends.
     Child killed =
-        Start(VESK_VESKCTL_PATH, "with-device", "sh", "-c", "echo $VESK_RUNTIME_DIR; exec sleep 60");
+        Start(VESK_VESKCTL_PATH, "with-device", "sh", "-c", "echo $VESK_RUNTIME_DIR; exec sleep 5 >&- 2>&-");
     killed.ExpectOutput("\n");
     const auto files = std::filesystem::directory_iterator(directory.path);
     const std::string own = files->path();

@@ -28,32 +28,30 @@ Connection::Connection(UniqueFd socket, pid_t peer, std::string endpoint, std::s
 
 bool Connection::Start()
 {
-    const std::lock_guard guard(lock_);
     number_ = inbox_->Watch(socket_.Get(), kReadable, shared_from_this());
     return number_ != 0;
 }
 
 void Connection::OnReady(uint32_t events)
 {
-    const std::lock_guard guard(lock_);
     hasUnread_ = true;
     isAbandoned_ = isAbandoned_ || (events & (EPOLLHUP | EPOLLERR)) != 0;
     hasHungUp_ = hasHungUp_ || isAbandoned_ || (events & EPOLLRDHUP) != 0;
     if ((events & EPOLLOUT) != 0)
-        FlushLocked();
+        Flush();
     if (owesAnswer_ && isAbandoned_)
-        CloseLocked();
+        Drop();
     else
-        ReadLocked();
+        Read();
 }
 
-void Connection::ReadLocked()
+void Connection::Read()
 {
     try {
-        Read();
+        ReadSome();
     } catch (const std::exception& error) {
         Lose(error);
-        CloseLocked();
+        Drop();
     }
 }
 
@@ -61,24 +59,22 @@ void Connection::Lose(const std::exception& error)
 {
     Report(kReportError, "%s: a message of process %d is lost: %s", endpoint_.c_str(), peer_, error.what());
     if (head_.Envelope().type == OS_MSG_SYNCHRONOUS)
-        CloseLocked(); // its sender need not wait
+        Drop(); // its sender need not wait
 }
 
-void Connection::Read()
+void Connection::ReadSome()
 {
     // A peer that never stops sending must not starve the others.
     constexpr int kReadsAtOnce = 64;
     for (int reads = 0; socket_.IsOpen() && !owesAnswer_ && (hasUnread_ || !early_.empty()); ++reads) {
-        if (!inbox_->HasRoom(number_))
+        if (!inbox_->HasRoom() || reads == kReadsAtOnce) {
+            inbox_->CallAgain(number_);
             return;
+        }
         if (!early_.empty()) {
             const std::vector<std::byte> bytes = std::exchange(early_, {});
             Feed(bytes.data(), bytes.size());
             continue;
-        }
-        if (reads == kReadsAtOnce) {
-            inbox_->CallAgain(number_, EPOLLIN);
-            return;
         }
         // The data that is arriving goes where it belongs, what follows it to a buffer.
         std::byte buffer[8192];
@@ -101,7 +97,7 @@ void Connection::Read()
         if (got <= 0) {
             if (received_ != 0)
                 Report(kReportError, "%s: a message broke off after %zu bytes", endpoint_.c_str(), received_);
-            CloseLocked();
+            Drop();
             return;
         }
         // Less than there was room for is all there is: what comes later is told of again.
@@ -138,7 +134,7 @@ void Connection::Feed(const std::byte* bytes, size_t count)
         bytes += taken;
         count -= taken;
         if (received_ == sizeof head_ && isHead && !TakeHead())
-            CloseLocked();
+            Drop();
         else
             DeliverIfComplete();
     }
@@ -187,7 +183,7 @@ void Connection::DeliverIfComplete()
 
 bool Connection::Answer(const OsMsgEnvelope& answer, uint64_t sequence)
 {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard guard(inbox_->Lock());
     if (!socket_.IsOpen() || !owesAnswer_)
         return false;
     FrameWriter writer(answer, sequence);
@@ -201,36 +197,36 @@ bool Connection::Answer(const OsMsgEnvelope& answer, uint64_t sequence)
     } catch (const std::exception& error) {
         Report(kReportError, "%s: an answer to process %d is lost: %s", endpoint_.c_str(), peer_,
                error.what());
-        CloseLocked(); // its sender need not wait
+        Drop(); // its sender need not wait
         return false;
     }
     if (progress == FrameWriter::Progress::kBroken) {
-        CloseLocked();
+        Drop();
         return false;
     }
     owesAnswer_ = false;
-    ReadLocked();
+    Read();
     return true;
 }
 
 uint64_t Connection::Defer(const OsMsgEnvelope& request, uint64_t sequence)
 {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard guard(inbox_->Lock());
     const uint64_t number = KeepDeferred({shared_from_this(), request, sequence});
     deferred_ = number;
     if (isAbandoned_)
-        CloseLocked();
+        Drop();
     return number;
 }
 
-void Connection::FlushLocked()
+void Connection::Flush()
 {
     if (unsent_.empty())
         return;
     const ssize_t sent = send(socket_.Get(), unsent_.data(), unsent_.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
     if (sent < 0) {
         if (errno != EAGAIN && errno != EINTR)
-            CloseLocked();
+            Drop();
         return;
     }
     unsent_.erase(unsent_.begin(), unsent_.begin() + sent);
@@ -242,11 +238,11 @@ void Connection::FlushLocked()
 
 void Connection::Close()
 {
-    const std::lock_guard guard(lock_);
-    CloseLocked();
+    const std::lock_guard guard(inbox_->Lock());
+    Drop();
 }
 
-void Connection::CloseLocked()
+void Connection::Drop()
 {
     if (deferred_ != 0)
         TakeDeferred(std::exchange(deferred_, 0));

@@ -6,7 +6,6 @@
 
 #include <exception>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -14,13 +13,14 @@ namespace vesk::host {
 
 /**
  * While a sender waits for its answer nothing more is handed on from its connection, so that a connection
- * never has more than one message and one answer in hand.
+ * never has more than one message and one answer in hand. Guarded by the inbox's lock, which the functions
+ * take that any thread may call.
  */
 class Connection : public Watched, public std::enable_shared_from_this<Connection> {
 public:
     Connection(UniqueFd socket, pid_t peer, std::string endpoint, std::shared_ptr<Inbox> inbox);
 
-    /// Has the inbox watch it. False, with errno set, when that fails.
+    /// Has the inbox, whose lock is held, watch it. False, with errno set, when that fails.
     bool Start();
 
     void OnReady(uint32_t events) override;
@@ -38,16 +38,15 @@ public:
     void Close() override;
 
 private:
-    void ReadLocked();
     void Read();
+    void ReadSome();
     void Feed(const std::byte* bytes, size_t count);
     bool TakeHead();
     void DeliverIfComplete();
     void Lose(const std::exception& error);
-    void FlushLocked();
-    void CloseLocked();
+    void Flush();
+    void Drop();
 
-    std::mutex lock_;
     UniqueFd socket_;
     uint64_t number_ = 0; // of the inbox
     const pid_t peer_;

@@ -12,8 +12,7 @@ namespace vesk::host {
 struct Outgoing {
     EndpointNames to = {};
     UniqueFd socket = {};
-    uint32_t receiveTimeoutMs = 0; // that the socket is set to; 0 for none
-    bool isPooled = false;         // was used before: its peer may have gone
+    bool isPooled = false; // was used before: its peer may have gone
 };
 
 /**

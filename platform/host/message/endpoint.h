@@ -8,6 +8,7 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -26,7 +27,7 @@ struct EndpointNames {
     char task[16] = {};
 
     static EndpointNames ReceiverOf(const OsMsgEnvelope& envelope);
-    bool operator==(const EndpointNames&) const = default;
+    bool operator==(const EndpointNames& other) const { return std::memcmp(this, &other, sizeof other) == 0; }
 };
 
 /// Connects to an endpoint of this user. Without a deadline it never waits. Logs the reason on failure.

@@ -4,17 +4,16 @@
 #include "platform/os_msg.h"
 #include "process/unique_fd.h"
 
+#include <sys/epoll.h>
 #include <sys/types.h>
 
-#include <condition_variable>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <map>
 #include <memory>
 #include <mutex>
-#include <string>
-#include <vector>
 
 namespace vesk::host {
 
@@ -34,7 +33,7 @@ class Watched {
 public:
     virtual ~Watched() = default;
 
-    /// Takes in what has arrived. Called by the loop's thread or the reader's.
+    /// Takes in what has arrived. Called with the inbox's lock held, by the loop's thread or the reader's.
     virtual void OnReady(uint32_t events) = 0;
     virtual void Close() = 0;
 };
@@ -42,10 +41,11 @@ public:
 /**
  * The thread that runs the task's loop waits for the sockets itself, so that no other thread wakes up between
  * a message and its handler. A reader waits for the same epoll set: of two waiting threads the kernel wakes
- * the one that came last, which is the loop's unless a handler is busy. Then the reader gives it a moment,
- * and after that takes in what has arrived.
+ * the one that came last, which is the loop's unless a handler is busy. What the reader is woken for it takes
+ * in, and then leaves the sockets to the loop for a moment.
  *
- * Locks are taken in the order connection, then inbox or deferred answers.
+ * One lock guards the inbox and the sockets that it watches. The lock of the deferred answers may be taken
+ * under it.
  */
 class Inbox {
 public:
@@ -57,19 +57,6 @@ public:
     /// How many messages may wait. Their bytes are bounded as well.
     void SetDepth(uint32_t depth);
 
-    /// Watches a socket, edge-triggered, until it is forgotten. Returns its number, 0 on failure with errno.
-    uint64_t Watch(int fd, uint32_t events, std::shared_ptr<Watched> watched);
-    void Change(int fd, uint32_t events, uint64_t number);
-    void Forget(uint64_t number);
-
-    /// Has a socket's OnReady called again, after those of the others that are ready.
-    void CallAgain(uint64_t number, uint32_t events);
-
-    /// False when no more messages may wait; the socket's OnReady is called as soon as they may.
-    bool HasRoom(uint64_t number);
-
-    void Push(std::unique_ptr<Message> message);
-
     /// The loop's side: waits for the next message; null when the inbox has ended.
     std::unique_ptr<Message> Next();
 
@@ -79,31 +66,46 @@ public:
     /// Closes all sockets, drops what waits, and has the loop and the reader return.
     void End();
 
+    /// To be held while the functions below are called.
+    std::mutex& Lock() { return lock_; }
+
+    /// Watches a socket, edge-triggered, until it is forgotten. Returns its number, 0 on failure with errno.
+    uint64_t Watch(int fd, uint32_t events, std::shared_ptr<Watched> watched);
+    void Change(int fd, uint32_t events, uint64_t number);
+    void Forget(uint64_t number) { entries_.erase(number); }
+
+    /// Has a socket's OnReady called again once no message waits.
+    void CallAgain(uint64_t number);
+
+    /// False when no more messages may wait.
+    bool HasRoom() const;
+
+    void Push(std::unique_ptr<Message> message);
+
 private:
     struct Entry {
         std::shared_ptr<Watched> watched;
-        uint32_t events = 0; // not zero while its number is in ready_
-        bool isStalled = false;
+        bool isToBeCalled = false;
     };
     using Guard = std::unique_lock<std::mutex>;
+    using Events = std::array<epoll_event, 16>;
 
-    void NoteLocked(uint64_t number, uint32_t events);
-    void HandleReadyLocked(Guard& guard);
-    void WakeLoopLocked();
+    int Wait(Guard& guard, Events& events, int timeoutMs);
+    void Handle(const Events& events, int count);
+    void CallThoseToBeCalled();
+    void WakeLoop();
 
     UniqueFd epoll_;
     UniqueFd wake_; // an eventfd that ends the loop's wait
     std::mutex lock_;
     std::map<uint64_t, Entry> entries_;
     uint64_t lastNumber_ = 0;
-    std::vector<uint64_t> ready_; // never allocates: has room for all entries
-    bool hasStalled_ = false;
+    bool areSomeToBeCalled_ = false;
     std::deque<std::unique_ptr<Message>> waiting_;
     size_t waitingBytes_ = 0;
     uint32_t depth_ = 1;
     bool loopWaits_ = false;
     bool loopIsWoken_ = false; // and has not resumed yet
-    std::condition_variable loopResumed_;
     bool hasEnded_ = false;
 };
 

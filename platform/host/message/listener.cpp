@@ -24,7 +24,7 @@ Listener::Listener(ServedEndpoint served, std::string endpoint, std::shared_ptr<
 
 bool Listener::Start(const std::shared_ptr<Listener>& listener)
 {
-    const std::lock_guard guard(listener->lock_);
+    const std::lock_guard guard(listener->inbox_->Lock());
     listener->number_ = listener->inbox_->Watch(listener->served_.socket.Get(), EPOLLIN, listener);
     if (listener->number_ != 0)
         return true;
@@ -41,10 +41,9 @@ void Listener::OnReady(uint32_t)
 {
     // Connections that keep coming must not starve the others.
     constexpr int kAcceptedAtOnce = 64;
-    const std::lock_guard guard(lock_);
     for (int count = 0; served_.socket.IsOpen(); ++count) {
         if (count == kAcceptedAtOnce) {
-            inbox_->CallAgain(number_, EPOLLIN);
+            inbox_->CallAgain(number_);
             return;
         }
         if (UniqueFd accepted = Accept(); accepted.IsOpen())
@@ -82,14 +81,17 @@ void Listener::Receive(UniqueFd connection)
 
 void Listener::Close()
 {
-    const std::lock_guard guard(lock_);
-    if (!served_.socket.IsOpen())
+    ServedEndpoint served;
+    {
+        const std::lock_guard guard(inbox_->Lock());
+        inbox_->Forget(number_);
+        served = std::exchange(served_, {});
+        spare_.Close();
+    }
+    if (!served.socket.IsOpen())
         return;
-    inbox_->Forget(number_);
-    RemoveEndpoint(endpoint_, served_);
-    shutdown(served_.socket.Get(), SHUT_RDWR);
-    served_.socket.Close();
-    spare_.Close();
+    RemoveEndpoint(endpoint_, served);
+    shutdown(served.socket.Get(), SHUT_RDWR);
 }
 
 } // namespace vesk::host

@@ -23,9 +23,8 @@ private:
     UniqueFd Accept() const;
     void Receive(UniqueFd connection);
 
-    std::mutex lock_;
-    ServedEndpoint served_;
-    uint64_t number_ = 0; // of the inbox
+    ServedEndpoint served_; // this and the rest are guarded by the inbox's lock
+    uint64_t number_ = 0;   // of the inbox
     const std::string endpoint_;
     const std::shared_ptr<Inbox> inbox_;
     UniqueFd spare_; // given up to accept, and so to refuse, a connection when no other descriptor is left

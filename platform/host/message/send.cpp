@@ -120,17 +120,7 @@ uint32_t Send(const OsMsgEnvelope* envelope, uint32_t type, uint64_t sequence,
 /// Reads the answer to one request.
 class AnswerReader {
 public:
-    AnswerReader(Outgoing& connection, const Deadline& deadline, uint32_t timeoutMs)
-        : socket_(connection.socket.Get()), deadline_(deadline)
-    {
-        // Mostly nothing has taken time so far, and the socket's own time-out saves a poll().
-        mayBlock_ = timeoutMs != 0 && deadline.Milliseconds() == static_cast<int64_t>(timeoutMs);
-        if (!mayBlock_ || connection.receiveTimeoutMs == timeoutMs)
-            return;
-        const timeval wait{timeoutMs / 1000, timeoutMs % 1000 * 1000L};
-        mayBlock_ = setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &wait, sizeof wait) == 0;
-        connection.receiveTimeoutMs = mayBlock_ ? timeoutMs : 0;
-    }
+    AnswerReader(int socket, const Deadline& deadline) : socket_(socket), deadline_(deadline) {}
 
     /// Returns 0 or a HostMsgResult. The answer to an earlier request, given twice, is passed over.
     uint32_t Read(uint32_t msgId, uint64_t sequence, Answer& answer)
@@ -195,23 +185,22 @@ private:
 
     uint32_t Receive(std::byte* target, size_t size, size_t& got)
     {
-        for (;;) {
-            const ssize_t result = recv(socket_, target, size, mayBlock_ ? 0 : MSG_DONTWAIT);
-            mayBlock_ = false; // from now on only what is left of the time
+        // To wait in recv() saves a system call and costs a thread switch: the kernel ends that wait as well,
+        // for a moment, when the peer has taken the request off its socket.
+        while (WaitFor(socket_, POLLIN, deadline_)) {
+            const ssize_t result = recv(socket_, target, size, MSG_DONTWAIT);
             if (result > 0) {
                 got = static_cast<size_t>(result);
                 return 0;
             }
             if (result == 0 || (errno != EAGAIN && errno != EINTR))
                 return HOST_MSG_ERR_BROKEN;
-            if (!WaitFor(socket_, POLLIN, deadline_))
-                return HOST_MSG_ERR_TIMEOUT;
         }
+        return HOST_MSG_ERR_TIMEOUT;
     }
 
     const int socket_;
     const Deadline& deadline_;
-    bool mayBlock_ = false;
     std::byte buffer_[8192];
     std::span<const std::byte> buffered_;
 };
@@ -234,7 +223,7 @@ uint32_t OsMsgSynSend(OsMsgEnvelope* envelope, OsMsgEnvelope** response, uint32_
         if (error != 0)
             return error;
         Answer answer(nullptr, &std::free);
-        error = AnswerReader(connection, deadline, timeoutMs).Read(envelope->msgId, sequence, answer);
+        error = AnswerReader(connection.socket.Get(), deadline).Read(envelope->msgId, sequence, answer);
         if (error != 0) {
             // A connection that failed is never used again: a late answer is lost with it.
             Report(kReportError, "message %u: %s %s", envelope->msgId, Receiver(*envelope).c_str(),
