@@ -739,6 +739,7 @@ FORKED_TEST(HostMessage, WithoutDescriptorsItFailsAtOnceAndWorksAgainWithThem)
     const Served task("task", Echo);
     EXPECT_EQ(Ask("peer").data, "question");
     leave(0);
+    EXPECT_EQ(Ask("peer", 5, "x", 5000, "task", "late").result, 0U); // and is not served under that name
     int status = 0;
     if (const pid_t client = fork(); client == 0) {
         setrlimit(RLIMIT_NOFILE, &before);
@@ -750,6 +751,12 @@ FORKED_TEST(HostMessage, WithoutDescriptorsItFailsAtOnceAndWorksAgainWithThem)
     setrlimit(RLIMIT_NOFILE, &before);
     Expect(Ask("peer").result, 0, "peer.task: no descriptor left for a connection");
     InFork([] { EXPECT_EQ(Ask("peer").data, "question"); });
+    const auto isServed = [&] { return access(directory.File("late.task").c_str(), F_OK) == 0; };
+    EXPECT_FALSE(isServed());
+    EXPECT_TRUE(Eventually([&] {
+        Tell("peer", 5, "x", "task", "late");
+        return isServed();
+    }));
 }
 
 FORKED_TEST(HostMessage, SignalsDoNotMoveADeadline)

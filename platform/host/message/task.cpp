@@ -35,16 +35,20 @@ Message* InHand(const OsMsgEnvelope* envelope)
     return isInHand ? t_inHand : nullptr;
 }
 
-struct Task {
-    enum class Name { kBeingServed, kServed, kFailed };
+/// What came of serving a task under a process name.
+struct Attempt {
+    uint32_t error = 0; // none while it is under way, and once it has succeeded
+    Deadline::Clock::time_point repeat = Deadline::Clock::time_point::max(); // not before then
+};
 
+struct Task {
     explicit Task(const char* taskName) : name(taskName) {}
 
     const std::string name;
     const std::shared_ptr<Inbox> inbox = std::make_shared<Inbox>();
     std::atomic<MessageHandler> handler = nullptr;
     std::atomic<bool> isRun = false;
-    std::map<std::string, Name, std::less<>> processNames;
+    std::map<std::string, Attempt, std::less<>> attempts; // by process name
 };
 
 /// All tasks of the process.
@@ -79,19 +83,31 @@ uint32_t Serve(const Task& task, const std::string& procName)
     return Listener::Start(listener) ? 0 : uint32_t{HOST_MSG_ERR_SYSTEM};
 }
 
-/// Serves a task under a process name unless that was tried before. Returns 0 or a HostMsgResult.
+/// True for what may be over by the next message, such as a full table of descriptors.
+bool MayPass(uint32_t error)
+{
+    return error == HOST_MSG_ERR_SYSTEM || error == HOST_MSG_ERR_DIRECTORY;
+}
+
+/// Serves a task under a process name unless that has been tried. Returns 0 or the HostMsgResult of the last
+/// attempt.
 uint32_t Bind(Task& task, const std::string& procName)
 {
+    constexpr std::chrono::seconds kPause(1);
     Registry& registry = g_registry.Get();
     {
         const std::lock_guard guard(registry.lock);
-        if (!task.processNames.emplace(procName, Task::Name::kBeingServed).second)
-            return 0;
+        const auto [attempt, isFirst] = task.attempts.try_emplace(procName);
+        if (!isFirst && Deadline::Clock::now() < attempt->second.repeat)
+            return attempt->second.error;
+        attempt->second = {};
     }
-    const uint32_t error = Contained([&] { return Serve(task, procName); });
+    Attempt attempt{.error = Contained([&] { return Serve(task, procName); })};
+    if (MayPass(attempt.error))
+        attempt.repeat = Deadline::Clock::now() + kPause;
     const std::lock_guard guard(registry.lock);
-    task.processNames[procName] = error == 0 ? Task::Name::kServed : Task::Name::kFailed;
-    return error;
+    task.attempts[procName] = attempt;
+    return attempt.error;
 }
 
 void EndAllTasks()
@@ -160,7 +176,7 @@ void RunLoop(Task& task)
 
 void BindTasksUnder(std::string_view procName)
 {
-    // Mostly this thread has done so before, and no task has come since.
+    // Mostly this thread has done so before, with an outcome that lasts, and no task has come since.
     thread_local uint64_t t_registrations = 0;
     thread_local char t_procName[16];
     const uint64_t registrations = g_registrations;
@@ -172,8 +188,11 @@ void BindTasksUnder(std::string_view procName)
         const std::lock_guard guard(registry.lock);
         tasks = registry.tasks;
     }
+    bool doesLast = true;
     for (const auto& [name, task] : tasks)
-        Bind(*task, std::string(procName));
+        doesLast = !MayPass(Bind(*task, std::string(procName))) && doesLast;
+    if (!doesLast)
+        return;
     t_registrations = registrations;
     std::memset(t_procName, 0, sizeof t_procName);
     procName.copy(t_procName, sizeof t_procName);
@@ -217,8 +236,7 @@ uint32_t OsMsgRegTask(const char* taskName, uint32_t queueDepth, uint32_t (*msgP
             task = registry.tasks.try_emplace(taskName, task).first->second;
             task->handler = msgProc;
             task->inbox->SetDepth(queueDepth);
-            std::erase_if(task->processNames,
-                          [](const auto& name) { return name.second == Task::Name::kFailed; });
+            std::erase_if(task->attempts, [](const auto& attempt) { return attempt.second.error != 0; });
             procName = registry.procName;
         }
         ++g_registrations;

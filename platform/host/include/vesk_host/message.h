@@ -30,7 +30,8 @@ enum HostMsgResult {
 /**
  * Names this process. Tasks registered from then on are bound at once, so that OsMsgRegTask says
  * whether the name was free; without a name they are bound when the first message leaves, under the
- * name that it gives as its sender.
+ * name that it gives as its sender. What fails for want of descriptors or the like is logged, and tried
+ * again with the first message after a second.
  *
  * @param procName  NUL-terminated, 1 to 15 characters; copied.
  * @return 0, or HOST_MSG_ERR_ARGUMENT.
