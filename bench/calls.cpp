@@ -70,11 +70,11 @@ private:
     std::vector<std::jthread> threads_;
 };
 
-} // namespace
-
-Table CallTable(bool quick)
+Table CallsBetween(int callerCpu, int serverCpu, const std::string& where, bool quick)
 {
-    Table table{"One call: time, as a multiple of a raw socket pair's", {"request/answer, bytes"}, {}};
+    const OnCpu here(callerCpu);
+    Table table{
+        "One call, " + where + ": time, as a multiple of a raw socket pair's", {"request/answer, bytes"}, {}};
     for (const Way& way : CallWays())
         table.columns.emplace_back(way.name);
     table.columns.emplace_back("raw socket, µs");
@@ -84,7 +84,10 @@ Table CallTable(bool quick)
         std::vector<std::function<void()>> turns;
         const int calls = CallsInTurn(sizes);
         for (const Way& way : CallWays()) {
-            exchanges.push_back(std::make_unique<Exchange>(way, sizes));
+            {
+                const OnCpu there(serverCpu);
+                exchanges.push_back(std::make_unique<Exchange>(way, sizes));
+            }
             turns.emplace_back([&caller = (*exchanges.back())[0], calls] {
                 for (int call = 0; call < calls; ++call)
                     caller.Call();
@@ -100,20 +103,43 @@ Table CallTable(bool quick)
     return table;
 }
 
+} // namespace
+
+Table CallTable(bool quick)
+{
+    const int cpu = Cpus().front();
+    return CallsBetween(cpu, cpu, "both ends on one CPU", quick);
+}
+
+Table DistantCallTable(bool quick)
+{
+    const std::vector<int> cpus = Cpus();
+    if (cpus.size() == 1)
+        return {};
+    return CallsBetween(cpus.front(), cpus.back(), "each end on a CPU of its own", quick);
+}
+
 Table ThreadTable(bool quick)
 {
-    Table table{"Several threads at 24/24 bytes: calls per second of one host server, and of as many raw "
-                "socket pairs",
-                {"threads", "host library", "raw sockets", "host library/raw sockets"},
-                {}};
+    Table table{
+        "Several threads at 24/24 bytes: calls per second of one host server, and of as many raw socket "
+        "pairs, served by a thread each or all by one",
+        {"threads", "host library", "raw sockets, a thread each", "raw sockets, one thread",
+         "host library/a thread each", "host library/one thread"},
+        {}};
     constexpr Sizes kSizes{24, 24};
     for (const int threads : {1, 2, 4, 8, 16}) {
-        Crew raw(kRawWay, kSizes, threads), host(kHostWay, kSizes, threads);
-        const auto seconds = Interleave({[&] { host.TakeTurn(); }, [&] { raw.TakeTurn(); }}, quick ? 9 : 61);
-        const double calls = threads * kCallsInTurn;
-        table.rows.push_back({threads, std::lround(calls / Median(seconds[0])),
-                              std::lround(calls / Median(seconds[1])),
-                              Rounded(MedianRatio(seconds[1], seconds[0]), 2)});
+        Crew host(kHostWay, kSizes, threads), raw(kRawWay, kSizes, threads),
+            rawByOne(kRawByOneWay, kSizes, threads);
+        const auto seconds =
+            Interleave({[&] { host.TakeTurn(); }, [&] { raw.TakeTurn(); }, [&] { rawByOne.TakeTurn(); }},
+                       quick ? 9 : 61);
+        nlohmann::json row{threads};
+        for (const auto& way : seconds)
+            row.push_back(std::lround(threads * kCallsInTurn / Median(way)));
+        for (const auto& yardstick : {seconds[1], seconds[2]})
+            row.push_back(Rounded(MedianRatio(yardstick, seconds[0]), 2));
+        table.rows.push_back(row);
     }
     return table;
 }

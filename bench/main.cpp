@@ -32,12 +32,15 @@ struct RuntimeDir {
 void PrintTables(bool quick, bool asJson, bool withSystemCalls)
 {
     const RuntimeDir directory;
-    std::vector<Table (*)(bool)> makers{CallTable, ThreadTable, OwedTable, NotificationTable, OwnShareTable};
+    std::vector<Table (*)(bool)> makers{CallTable, DistantCallTable,  ThreadTable,
+                                        OwedTable, NotificationTable, OwnShareTable};
     if (withSystemCalls)
         makers.push_back(SystemCallTable);
     nlohmann::json tables = nlohmann::json::array();
     for (Table (*make)(bool) : makers) {
         const Table table = make(quick);
+        if (table.rows.empty())
+            continue;
         if (asJson)
             tables.push_back(table);
         else

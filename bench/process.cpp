@@ -51,6 +51,33 @@ pid_t Start(const std::vector<std::string>& command, const std::vector<int>& kep
     _exit(127);
 }
 
+OnCpu::OnCpu(int cpu)
+{
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    CPU_SET(cpu, &set);
+    if (sched_getaffinity(0, sizeof before_, &before_) != 0 || sched_setaffinity(0, sizeof set, &set) != 0)
+        Fail("cannot run on CPU " + std::to_string(cpu) + ": " + strerror(errno));
+}
+
+OnCpu::~OnCpu()
+{
+    sched_setaffinity(0, sizeof before_, &before_);
+}
+
+std::vector<int> Cpus()
+{
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    sched_getaffinity(0, sizeof set, &set);
+    std::vector<int> cpus;
+    for (int cpu = 0; cpu < CPU_SETSIZE; ++cpu) {
+        if (CPU_ISSET(cpu, &set))
+            cpus.push_back(cpu);
+    }
+    return cpus;
+}
+
 void Join(pid_t process)
 {
     int status = 0;

@@ -3,6 +3,7 @@
 
 #include "bench/way.h"
 
+#include <sched.h>
 #include <sys/types.h>
 
 namespace vesk::bench {
@@ -10,6 +11,21 @@ namespace vesk::bench {
 /// Runs @p command, in which the word "self" stands for this program. The process inherits the descriptors
 /// @p kept, and @p output as its standard output unless that is -1; it does not outlive this one.
 pid_t Start(const std::vector<std::string>& command, const std::vector<int>& kept, int output = -1);
+
+/// While it lives, this thread and the processes that it starts run on one CPU alone.
+class OnCpu {
+public:
+    explicit OnCpu(int cpu);
+    ~OnCpu();
+    OnCpu(const OnCpu&) = delete;
+    OnCpu& operator=(const OnCpu&) = delete;
+
+private:
+    cpu_set_t before_{};
+};
+
+/// The CPUs that this thread may run on.
+std::vector<int> Cpus();
 
 /// Waits for a process to end; throws when it has failed.
 void Join(pid_t process);

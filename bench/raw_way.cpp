@@ -1,9 +1,11 @@
-// The yardstick: a bare exchange of the same bytes over a stream socket pair.
+// The yardsticks: a bare exchange of the same bytes over a stream socket pair.
 #include "bench/socket.h"
 #include "bench/way.h"
 
+#include <iterator>
 #include <thread>
 
+#include <sys/epoll.h>
 #include <unistd.h>
 
 namespace vesk::bench {
@@ -21,6 +23,33 @@ void ServeRaw(const std::vector<Address>& addresses, Sizes sizes)
                 Send(socket, answer.data(), answer.size());
         });
     }
+}
+
+/// One thread waits for all sockets, as a service's does.
+void ServeRawByOneThread(const std::vector<Address>& addresses, Sizes sizes)
+{
+    const int epoll = epoll_create1(EPOLL_CLOEXEC);
+    for (const Address& address : addresses) {
+        epoll_event event{};
+        event.events = EPOLLIN | EPOLLRDHUP | EPOLLET;
+        event.data.fd = std::stoi(address);
+        epoll_ctl(epoll, EPOLL_CTL_ADD, event.data.fd, &event);
+    }
+    std::vector<char> request(sizes.request), answer(sizes.answer);
+    for (size_t left = addresses.size(); left != 0;) {
+        epoll_event events[16];
+        const int count = epoll_wait(epoll, events, std::size(events), -1);
+        for (int i = 0; i < count; ++i) {
+            const int socket = events[i].data.fd;
+            if (Receive(socket, request.data(), request.size())) {
+                Send(socket, answer.data(), answer.size());
+            } else {
+                close(socket);
+                --left;
+            }
+        }
+    }
+    close(epoll);
 }
 
 class RawCaller : public Caller {
@@ -45,11 +74,14 @@ private:
     std::vector<char> request_, answer_;
 };
 
+std::unique_ptr<Caller> Open(const Address& address, Sizes sizes)
+{
+    return std::make_unique<RawCaller>(address, sizes);
+}
+
 } // namespace
 
-const Way kRawWay = {"raw socket", true, ServeRaw,
-                     [](const Address& address, Sizes sizes) -> std::unique_ptr<Caller> {
-                         return std::make_unique<RawCaller>(address, sizes);
-                     }};
+const Way kRawWay = {"raw socket", true, ServeRaw, Open};
+const Way kRawByOneWay = {"raw socket, one serving thread", true, ServeRawByOneThread, Open};
 
 } // namespace vesk::bench

@@ -22,7 +22,10 @@ void Print(const Table& table);
 double Rounded(double number, int decimals);
 
 // The tables. A quick one makes fewer rounds.
+/// With both ends on one CPU: what the work costs.
 Table CallTable(bool quick);
+/// With each end on a CPU of its own: mostly what it costs to wake up a CPU. Empty when there is only one.
+Table DistantCallTable(bool quick);
 Table ThreadTable(bool quick);
 Table OwedTable(bool quick);
 Table NotificationTable(bool quick);

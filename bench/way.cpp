@@ -30,7 +30,7 @@ const Way& FindWay(const std::string& name)
         if (name == way.name)
             return way;
     }
-    for (const Way* way : {&kOwingHostWay, &kRawNotifications, &kHostNotifications}) {
+    for (const Way* way : {&kRawByOneWay, &kOwingHostWay, &kRawNotifications, &kHostNotifications}) {
         if (name == way->name)
             return *way;
     }
