@@ -50,7 +50,7 @@ public:
     void AppendRest(std::vector<std::byte>& bytes) const;
 
 private:
-    std::array<std::byte, 1024> begin_; // the head and, when that fits, all of the data: one piece is cheaper
+    std::array<std::byte, 8192> begin_; // the head and, when that fits, all of the data: one piece is cheaper
     std::array<iovec, 2> parts_;        // to send than two
     bool hasBegun_ = false;
 };

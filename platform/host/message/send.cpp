@@ -126,12 +126,14 @@ public:
     uint32_t Read(uint32_t msgId, uint64_t sequence, Answer& answer)
     {
         FrameHead head;
-        do {
-            if (deadline_.HasPassed())
-                return HOST_MSG_ERR_TIMEOUT; // to a peer that never stops sending as well
+        for (;;) {
             if (const uint32_t error = ReadFrame(head, answer); error != 0)
                 return error;
-        } while (head.sequence < sequence);
+            if (head.sequence >= sequence)
+                break;
+            if (deadline_.HasPassed())
+                return HOST_MSG_ERR_TIMEOUT; // to a peer that never stops sending as well
+        }
         if (head.sequence != sequence || answer->msgId != msgId || !buffered_.empty())
             return HOST_MSG_ERR_MALFORMED;
         return 0;
