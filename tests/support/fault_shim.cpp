@@ -7,9 +7,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
@@ -31,8 +33,15 @@ struct Fault {
     std::atomic<unsigned> calls = 0;
 };
 
-Fault g_faults[16];
+Fault g_faults[32];
 std::atomic<unsigned> g_count, g_active, g_random;
+/// Edge-triggered sockets: a short count would be taken for all that there is.
+std::atomic<bool> g_isWatched[4096];
+
+std::atomic<bool>& IsWatched(int fd)
+{
+    return g_isWatched[static_cast<unsigned>(fd) % std::size(g_isWatched)];
+}
 
 __attribute__((constructor)) void Begin()
 {
@@ -134,9 +143,7 @@ unsigned FaultCount()
 
 ssize_t recv(int fd, void* data, size_t size, int flags)
 {
-    // A stream socket that is asked without waiting gives all it has.
-    return Fails("recv", (flags & MSG_DONTWAIT) == 0 ? &size : nullptr) ? -1
-                                                                        : NEXT(recv)(fd, data, size, flags);
+    return Fails("recv", IsWatched(fd) ? nullptr : &size) ? -1 : NEXT(recv)(fd, data, size, flags);
 }
 
 ssize_t recvmsg(int fd, msghdr* message, int flags)
@@ -175,12 +182,26 @@ int accept4(int fd, sockaddr* address, socklen_t* length, int flags)
 
 int socket(int domain, int type, int protocol) noexcept
 {
-    return Fails("socket") ? -1 : NEXT(socket)(domain, type, protocol);
+    const int fd = Fails("socket") ? -1 : NEXT(socket)(domain, type, protocol);
+    if (fd >= 0)
+        IsWatched(fd) = false;
+    return fd;
 }
 
 int epoll_ctl(int epoll, int operation, int fd, epoll_event* event) noexcept
 {
+    IsWatched(fd) = true;
     return Fails("epoll_ctl") ? -1 : NEXT(epoll_ctl)(epoll, operation, fd, event);
+}
+
+int epoll_wait(int epoll, epoll_event* events, int count, int timeout)
+{
+    return Fails("epoll_wait") ? -1 : NEXT(epoll_wait)(epoll, events, count, timeout);
+}
+
+int poll(pollfd* sockets, nfds_t count, int timeout)
+{
+    return Fails("poll") ? -1 : NEXT(poll)(sockets, count, timeout);
 }
 
 int epoll_create1(int flags) noexcept
