@@ -15,11 +15,15 @@ quietly cmake --preset fuzz
 quietly cmake --build --preset fuzz --parallel "$(nproc)"
 
 run() {
-  local name=$1 log=$3/$1.log status=0
+  local name=$1 log=$3/$1.log status=0 examples=()
+  case $name in # texts that chance would not write
+    device_file) examples=(service/devices) ;;
+    scenario_file) examples=(service/scenarios) ;;
+  esac
   mkdir -p "$3/corpus/$name" "$3/failed"
   "$3/tests/fuzz/fuzz_$name" -max_total_time="$2" -timeout=15 -rss_limit_mb=1024 -max_len=8192 \
-    -artifact_prefix="$3/failed/$name-" -print_final_stats=1 -close_fd_mask=1 "$3/corpus/$name" >"$log" 2>&1 ||
-    status=$?
+    -artifact_prefix="$3/failed/$name-" -print_final_stats=1 -close_fd_mask=1 \
+    "$3/corpus/$name" "${examples[@]}" >"$log" 2>&1 || status=$?
   [ $status -eq 0 ] || tail -n 60 "$log" >&2
   echo "$name: $(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -n 1) inputs," \
     "$(find "$3/corpus/$name" -type f | wc -l) kept, status $status"

@@ -50,15 +50,17 @@ fail() { echo "soak: $*" >&2; failures=$((failures + 1)); }
 
 # with_faults COMMAND...: in place of this shell
 with_faults() { exec env LD_PRELOAD="$preload" VESK_FAULTS="${faults:+seed=$seed $faults}" "$@"; }
+serves() { grep -qs serving "$logs/service.out"; }
 # It may fail to start, with status 1: the next one has other faults.
 start_service() {
   local status
   while true; do
     seed=$((seed + 1)) status=0
+    rm -f "$logs/service.out" # which says that the one before is serving
     with_faults "$build/service/vesk-video-service" >"$logs/service.out" 2>>"$logs/service.log" &
     service=$!
-    while [ -d "/proc/$service" ] && ! grep -q serving "$logs/service.out"; do sleep 0.1; done
-    if grep -q serving "$logs/service.out"; then return; fi
+    while [ -d "/proc/$service" ] && ! serves; do sleep 0.1; done
+    if serves; then return; fi
     wait "$service" || status=$?
     [ $status -eq 1 ] || { fail "service ended with status $status as it started"; return; }
   done

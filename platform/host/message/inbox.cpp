@@ -102,7 +102,8 @@ int Inbox::Wait(Guard& guard, Events& events, int timeoutMs)
 void Inbox::Handle(const Events& events, int count)
 {
     for (const epoll_event& event : std::span(events).first(static_cast<size_t>(count))) {
-        const auto entry = entries_.find(event.data.u64);
+        const uint64_t number = event.data.u64; // which is not aligned where the record is packed
+        const auto entry = entries_.find(number);
         if (entry == entries_.end())
             continue;
         const std::shared_ptr<Watched> watched = entry->second.watched; // it may have itself forgotten
