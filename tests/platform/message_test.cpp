@@ -424,6 +424,29 @@ FORKED_TEST(HostMessage, ATaskThatDoesNotKeepUpLosesNothing)
               std::string::npos);
 }
 
+FORKED_TEST(HostMessage, ASenderWithoutEndDoesNotStarveTheOthers)
+{
+    const Child flooded = Prepared(
+        [] {
+            HostMsgSetProcName("peer");
+            const Handler takeTime = [](OsMsgEnvelope* message) -> uint32_t {
+                usleep(2000);
+                return message->type == OS_MSG_SYNCHRONOUS ? Echo(message) : 0;
+            };
+            EXPECT_EQ(OsMsgRegTask("task", 8, takeTime), 0U);
+        },
+        [] { OsMsgTaskRoutineByName("task"); });
+    const auto flood = [] {
+        OsMsgRegLogFunc([](uint32_t, const char*) {});
+        for (;;)
+            Tell("peer");
+    };
+    const Child floods[] = {Child(flood), Child(flood)};
+    usleep(100000);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(Ask("peer").data, "question");
+}
+
 FORKED_TEST(HostMessage, AStoppedReceiverNeverBlocksTheSender)
 {
     Child peer = Serve();

@@ -72,7 +72,7 @@ void Inbox::CallAgain(uint64_t number)
 
 bool Inbox::HasRoom() const
 {
-    return waiting_.size() < depth_ && waitingBytes_ < kMaxWaitingBytes;
+    return !areSomeToBeCalled_ && waiting_.size() < depth_ && waitingBytes_ < kMaxWaitingBytes;
 }
 
 void Inbox::Push(std::unique_ptr<Message> message)
@@ -113,10 +113,19 @@ void Inbox::Handle(const Events& events, int count)
 
 void Inbox::CallThoseToBeCalled()
 {
-    for (auto next = entries_.begin(); next != entries_.end();) {
-        Entry& entry = next++->second;
+    // In turn, so that one that fills the queue each time does not starve the others.
+    auto next = entries_.upper_bound(lastCalled_);
+    for (size_t left = entries_.size(); left != 0 && !entries_.empty(); --left) {
+        if (!HasRoom()) {
+            areSomeToBeCalled_ = true;
+            return;
+        }
+        if (next == entries_.end())
+            next = entries_.begin();
+        auto& [number, entry] = *next++;
         if (!std::exchange(entry.isToBeCalled, false))
             continue;
+        lastCalled_ = number;
         const std::shared_ptr<Watched> watched = entry.watched;
         watched->OnReady(EPOLLIN);
     }

@@ -77,7 +77,7 @@ public:
     /// Has a socket's OnReady called again once no message waits.
     void CallAgain(uint64_t number);
 
-    /// False when no more messages may wait.
+    /// False when no more messages may wait, or other sockets are to be called first.
     bool HasRoom() const;
 
     void Push(std::unique_ptr<Message> message);
@@ -101,6 +101,7 @@ private:
     std::map<uint64_t, Entry> entries_;
     uint64_t lastNumber_ = 0;
     bool areSomeToBeCalled_ = false;
+    uint64_t lastCalled_ = 0; // of those to be called
     std::deque<std::unique_ptr<Message>> waiting_;
     size_t waitingBytes_ = 0;
     uint32_t depth_ = 1;
