@@ -85,7 +85,9 @@ bool IsClientName(std::string_view name)
 bool Clients::Client::IsAlive() const
 {
     const uint64_t now = StartOf(process);
-    return now == start || now == kUnknownStart;
+    // One that was dead already when its request was handled has no start either.
+    const bool isGone = process > 0 && now == 0;
+    return !isGone && (now == start || now == kUnknownStart || start == kUnknownStart);
 }
 
 std::string Clients::FileName() const

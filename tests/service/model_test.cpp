@@ -1,8 +1,10 @@
 // The virtual service's model, family by family: what it keeps, notifies and refuses, and how much it
 // carries.
+#include "service/clients.h"
 #include "service/device_file.h"
 #include "service/service_fixture.h"
 #include "service/uvc.h"
+#include "service/watchers.h"
 #include "vesk_host/queue.h"
 #include "vesk_video/message_list.h"
 
@@ -374,6 +376,19 @@ TEST(UvcModel, ADeadUserIsForgottenWhenAnotherComes)
     EXPECT_EQ(uvc.Init(living), 0U);
     EXPECT_EQ(uvc.Open(dead, &stream), VESK_SERVICE_ERR_STATE);
     EXPECT_EQ(uvc.Open(living, &stream), 0U);
+}
+
+TEST(ClientsModel, ANameOfOneThatDiedBeforeItsRequestWasHandledIsFree)
+{
+    const RuntimeDir directory;
+    vesk::service::Watchers watchers({"VIDEO", "VCTL"});
+    vesk::service::Clients clients({"VIDEO", "VCTL"}, watchers);
+    Child client([] { pause(); });
+    const pid_t process = client.Process();
+    client.Wait(SIGKILL);
+    EXPECT_EQ(clients.Add("app", "VAPI", process), vesk::service::kOk);
+    EXPECT_EQ(clients.Add("app", "VAPI", getpid()), vesk::service::kOk);
+    EXPECT_EQ(clients.Add("app", "VAPI", getppid()), uint32_t{VESK_SERVICE_ERR_BUSY});
 }
 
 FORKED_TEST(VideoService, EveryRequestRefusesPayloadsOfAnotherLengthAndUnknownNumbers)
