@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Runs the virtual service and eight applications under load for a while: system calls fail at random, all are
-# ended and killed at random and started again. Ends with status 1 if one crashes or hangs, or if descriptors,
-# memory or the files in the runtime directory have grown. Logs are in build/PRESET/soak.
+# ended and killed at random and started again. Ends with status 1 if one crashes, hangs or hears nothing, or if
+# descriptors, memory or the files in the runtime directory have grown. Logs are in build/PRESET/soak.
 #
 #   scripts/soak.sh [MINUTES] [--preset PRESET]     default: 2 minutes, preset dev
 set -euo pipefail
@@ -136,6 +136,8 @@ service=0
 [ "$descriptors_after" -le $((descriptors + 2)) ] || fail "descriptors of the service: $descriptors, then $descriptors_after"
 [ "$memory_after" -le $((memory + most)) ] || fail "memory of the service: $memory KiB, then $memory_after KiB"
 diff "$logs/files.before" "$logs/files.after" || fail "the runtime directory is not as it was"
+silent=$(awk '/^[0-9 ]+$/ && $2 > 5000 && $4 == 0' "$logs"/soak-*.log | wc -l)
+[ "$silent" -eq 0 ] || fail "$silent applications heard nothing in more than 5,000 requests"
 awk '/^[0-9 ]+$/ { r += $1; q += $2; f += $3; n += $4; k += $5 }
   END { printf "%d rounds, %d requests (%d failed), %d notifications, %d forks\n", r, q, f, n, k }' "$logs"/soak-*.log
 echo "$ended ended, $killed killed, of them $service_restarts services; descriptors of the service $descriptors," \
