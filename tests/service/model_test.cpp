@@ -381,8 +381,9 @@ TEST(UvcModel, ADeadUserIsForgottenWhenAnotherComes)
 TEST(ClientsModel, ANameOfOneThatDiedBeforeItsRequestWasHandledIsFree)
 {
     const RuntimeDir directory;
-    vesk::service::Watchers watchers({"VIDEO", "VCTL"});
-    vesk::service::Clients clients({"VIDEO", "VCTL"}, watchers);
+    const vesk::service::Identity self{"VIDEO", "VCTL"};
+    vesk::service::Watchers watchers(self);
+    vesk::service::Clients clients(self, watchers);
     Child client([] { pause(); });
     const pid_t process = client.Process();
     client.Wait(SIGKILL);
