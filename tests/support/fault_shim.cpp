@@ -194,11 +194,6 @@ int epoll_ctl(int epoll, int operation, int fd, epoll_event* event) noexcept
     return Fails("epoll_ctl") ? -1 : NEXT(epoll_ctl)(epoll, operation, fd, event);
 }
 
-int epoll_wait(int epoll, epoll_event* events, int count, int timeout)
-{
-    return Fails("epoll_wait") ? -1 : NEXT(epoll_wait)(epoll, events, count, timeout);
-}
-
 int poll(pollfd* sockets, nfds_t count, int timeout)
 {
     return Fails("poll") ? -1 : NEXT(poll)(sockets, count, timeout);
