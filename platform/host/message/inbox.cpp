@@ -106,7 +106,7 @@ void Inbox::Handle(const Events& events, int count)
         const auto entry = entries_.find(number);
         if (entry == entries_.end())
             continue;
-        const std::shared_ptr<Watched> watched = entry->second.watched; // it may have itself forgotten
+        const std::shared_ptr<Watched> watched = entry->second.watched; // OnReady may forget it
         watched->OnReady(event.events);
     }
 }
