@@ -35,7 +35,7 @@ case $(sed -n 's/^VESK_SANITIZE:[^=]*=//p' "$build/CMakeCache.txt") in
     ;;
   thread) preload="$(g++ -print-file-name=libtsan.so) $preload" most=131072 ;;
 esac
-faults="recv=EINTR%20 recv=SHORT%20 recvmsg=EINTR%20 sendmsg=EINTR%20 sendmsg=SHORT%20 poll=EINTR%20"
+faults="recv=EINTR%20 send=EINTR%20 poll=EINTR%20"
 faults+=" accept4=EINTR%20 accept4=EMFILE%20 socket=EMFILE%5 epoll_ctl=ENOMEM%2 openat=EINTR%10"
 faults+=" openat=EMFILE%10 pread=EINTR%10 pwrite=ENOSPC%10 ftruncate=ENOSPC%10"
 

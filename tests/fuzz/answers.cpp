@@ -19,7 +19,7 @@ void Serve(int listener, FuzzedDataProvider* input)
         const std::string sent = input->ConsumeIntegralInRange(0, 3) != 0
                                      ? Altered(*input, request)
                                      : input->ConsumeRandomLengthString(512);
-        if (send(connection, sent.data(), sent.size(), MSG_NOSIGNAL) < 0)
+        if (!SendSplit(*input, connection, sent))
             break;
     }
     if (input == nullptr)

@@ -59,7 +59,7 @@ inline int PeerSocket(decltype(&connect) attach)
 {
     sockaddr_un address{AF_UNIX, ""};
     (RuntimeDir() + "/peer.task").copy(address.sun_path, sizeof address.sun_path - 1);
-    const int peer = socket(AF_UNIX, SOCK_STREAM, 0);
+    const int peer = socket(AF_UNIX, SOCK_SEQPACKET, 0);
     const timeval limit{10, 0};
     setsockopt(peer, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
     CHECK(attach(peer, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0);
@@ -79,6 +79,16 @@ inline std::string Altered(FuzzedDataProvider& input, std::string frame)
     if (input.ConsumeBool())
         frame.resize(input.ConsumeIntegralInRange<size_t>(0, frame.size()));
     return frame;
+}
+
+/// Sends some bytes in one packet or two. False when the peer has gone or does not read.
+inline bool SendSplit(FuzzedDataProvider& input, int socket, const std::string& bytes, int flags = 0)
+{
+    const auto first =
+        input.ConsumeBool() ? input.ConsumeIntegralInRange<size_t>(0, bytes.size()) : bytes.size();
+    const size_t rest = bytes.size() - first;
+    return send(socket, bytes.data(), first, MSG_NOSIGNAL | flags) >= 0 &&
+           (rest == 0 || send(socket, bytes.data() + first, rest, MSG_NOSIGNAL | flags) >= 0);
 }
 
 } // namespace fuzz

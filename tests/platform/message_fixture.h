@@ -145,14 +145,15 @@ struct HostMessage {
 
     const sockaddr* Address() const { return reinterpret_cast<const sockaddr*>(&address); }
 
-    /// A connection to "peer"/"task", over which @p bytes were sent.
-    UniqueFd Connected(const std::string& bytes = "") const
+    /// A connection to "peer"/"task", over which @p packets were sent.
+    UniqueFd Connected(std::initializer_list<std::string> packets = {}) const
     {
-        UniqueFd connection([] { return socket(AF_UNIX, SOCK_STREAM, 0); });
+        UniqueFd connection([] { return socket(AF_UNIX, SOCK_SEQPACKET, 0); });
         const timeval limit{10, 0};
         setsockopt(connection.Get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
         EXPECT_EQ(connect(connection.Get(), Address(), sizeof address), 0);
-        send(connection.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        for (const std::string& packet : packets)
+            send(connection.Get(), packet.data(), packet.size(), MSG_NOSIGNAL);
         return connection;
     }
 
@@ -162,7 +163,7 @@ struct HostMessage {
     {
         int listener = -1;
         const auto prepare = [&] {
-            listener = socket(AF_UNIX, SOCK_STREAM, 0);
+            listener = socket(AF_UNIX, SOCK_SEQPACKET, 0);
             EXPECT_EQ(bind(listener, Address(), sizeof address), 0);
             EXPECT_EQ(setuid(user), 0);
             EXPECT_EQ(listen(listener, backlog), 0);
@@ -196,11 +197,12 @@ inline bool IsClosedOn(const UniqueFd& connection)
 /// Reads one message whole from a raw connection. Returns its sequence, 0 when there is none.
 inline uint64_t ReadMessage(const UniqueFd& connection)
 {
-    FrameHead head;
-    if (recv(connection.Get(), &head, sizeof head, MSG_WAITALL) != sizeof head)
+    FirstPacket packet;
+    ssize_t got = recv(connection.Get(), &packet, sizeof packet, 0);
+    if (got < 0 || !packet.IsValid(static_cast<size_t>(got)))
         return 0;
-    std::string data(head.Envelope().dataLen, '\0');
-    return recv(connection.Get(), data.data(), data.size(), MSG_WAITALL) == ssize_t(data.size())
-               ? head.sequence
-               : 0;
+    std::string rest(sizeof packet.head + packet.head.Envelope().dataLen - static_cast<size_t>(got), '\0');
+    while (!rest.empty() && (got = recv(connection.Get(), rest.data(), rest.size(), 0)) > 0)
+        rest.resize(rest.size() - static_cast<size_t>(got));
+    return rest.empty() ? packet.head.sequence : 0;
 }

@@ -52,7 +52,7 @@ FORKED_TEST(HostMessage, WrongAnswersFailAtOnceAndTheNextCallWorks)
         // what the peer sends before it closes
         {"", HOST_MSG_ERR_BROKEN},
         {std::string(400, '#'), HOST_MSG_ERR_MALFORMED},
-        {Raw(0, "").substr(0, 100), HOST_MSG_ERR_BROKEN},
+        {Raw(0, "").substr(0, 100), HOST_MSG_ERR_MALFORMED},
         {Raw(100, "little"), HOST_MSG_ERR_BROKEN}, // less than announced
         {Raw(kMaxDataLen + 1, "much"), HOST_MSG_ERR_MALFORMED},
         {Raw(2, "ok", 2), HOST_MSG_ERR_MALFORMED}, // of an unknown type
@@ -118,6 +118,8 @@ FORKED_TEST(HostMessage, ALateAnswerIsNeverTakenForTheNext)
         EXPECT_EQ(Ask("peer", 5, "next").data, "next");
         usleep(100000);
     }
+    EXPECT_EQ(Ask("peer", 5, "next", 200).data, "next");
+    EXPECT_EQ(Ask("peer", 5, "slow").data, "slow"); // over a connection that had less time before
 }
 
 FORKED_TEST(HostMessage, PeersComeAndGo)
@@ -153,24 +155,63 @@ FORKED_TEST(HostMessage, AServingTaskOutlivesWhatItsClientsDo)
     Child peer = Serve();
     const std::string garbage =
         "peer.task: process " + std::to_string(getpid()) + " sent garbage, its connection is closed";
-    const std::pair<std::string, std::string> cases[] = {
-        {Raw(0, "", OS_MSG_ASYNCHRONOUS), ""},
-        {Raw(kMaxDataLen + 1, ""), garbage},
-        {Raw(0, "", 2), garbage},
-        {'x' + Raw(0, "").substr(1), garbage},
-        {Raw(1000, "some data"), "peer.task: a message broke off after 185 bytes"},
-        {Raw(0, "").substr(0, 7), "peer.task: a message broke off after 7 bytes"},
-        {Raw(4, "slow"), ""}, // gone while its answer is made
+    const struct {
+        std::string first, rest, line;
+    } cases[] = {
+        {Raw(0, "", OS_MSG_ASYNCHRONOUS), "", ""},
+        {Raw(kMaxDataLen + 1, ""), "", garbage},
+        {Raw(0, "", 2), "", garbage},
+        {'x' + Raw(0, "").substr(1), "", garbage},
+        {Raw(0, "").substr(0, 7), "", garbage},
+        {Raw(4, "surplus"), "", garbage},
+        {Raw(10000, std::string(9000, 'l')), "", garbage}, // a first packet that is too long
+        {Raw(1000, "some data"), std::string(992, 's'), garbage},
+        {Raw(1000, "some data"), "and more", "peer.task: a message broke off after 193 bytes"},
+        {Raw(4, "slow"), "", ""}, // gone while its answer is made
     };
-    for (const auto& [bytes, line] : cases) {
-        UniqueFd connection = Connected(bytes);
+    for (const auto& [first, rest, line] : cases) {
+        UniqueFd connection = Connected({first});
+        if (!rest.empty())
+            send(connection.Get(), rest.data(), rest.size(), MSG_NOSIGNAL);
         EXPECT_TRUE(line != garbage || IsClosedOn(connection));
         connection.Close();
         EXPECT_EQ(Ask("peer").data, "question");
         peer.ExpectOutput(line);
     }
-    const UniqueFd connection = Connected(Raw(4, "slow") + Raw(4, "fast")); // answered one after the other
+    const UniqueFd connection = Connected({Raw(4, "slow"), Raw(4, "fast")}); // answered one after the other
     EXPECT_TRUE(ReadMessage(connection) && ReadMessage(connection));
+}
+
+TEST(HostMessage, PacketsFitASocketsBufferAndKeptDataIsSentLater)
+{
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK, 0, ends), 0);
+    const UniqueFd from([&] { return ends[0]; }), to([&] { return ends[1]; });
+    const int size = 16384; // which the kernel doubles
+    ASSERT_EQ(setsockopt(from.Get(), SOL_SOCKET, SO_SNDBUF, &size, sizeof size), 0);
+    std::string data(kMaxDataLen, '\0'), received(kMaxDataLen, '\0');
+    for (size_t i = 0; i < data.size(); ++i)
+        data[i] = static_cast<char>(i * 2654435761U >> 24U);
+    const std::string expected = data;
+    OsMsgEnvelope envelope{};
+    envelope.data = data.data();
+    envelope.dataLen = kMaxDataLen;
+    FrameWriter begun(envelope, 1);
+    EXPECT_EQ(begun.WriteSome(from.Get()), FrameWriter::Progress::kNoRoom);
+    begun.KeepData();
+    FrameWriter writer = std::move(begun);
+    data.assign(data.size(), 'x');
+    FirstPacket first;
+    ASSERT_EQ(recv(to.Get(), &first, sizeof first, 0), ssize_t(sizeof first.head));
+    EXPECT_TRUE(first.IsValid(sizeof first.head));
+    size_t count = 0;
+    while (count < received.size() && writer.WriteSome(from.Get()) != FrameWriter::Progress::kBroken) {
+        ssize_t got = 0;
+        while ((got = recv(to.Get(), &received[count], received.size() - count, 0)) > 0)
+            count += static_cast<size_t>(got);
+    }
+    EXPECT_TRUE(received == expected);
+    EXPECT_EQ(writer.WriteSome(from.Get()), FrameWriter::Progress::kDone);
 }
 
 FORKED_TEST(HostMessage, HandlersAnswerOnceAndRightlyOrTheirSendersFailAtOnce)
@@ -250,14 +291,14 @@ FORKED_TEST(HostMessage, AnAnswerThatIsPutOffIsGivenOnceOrEndsWithItsSenderOrIts
     ASSERT_EQ(HostMsgSetProcName("peer"), 0U);
     std::optional<Served> task(std::in_place, "task", PutOff, false);
     std::vector<UniqueFd> clients;
-    Connected(Raw(4, "gone")); // before its request is read
+    Connected({Raw(4, "gone")}); // before its request is read
     size_t before = OpenDescriptors().size();
     const auto hasClosedTheRest = [&] { return OpenDescriptors().size() == before; };
     task->Start();
     const Owed gone = OwedAnswer(0);
     EXPECT_TRUE(Eventually(hasClosedTheRest));
     g_isHeld = true;
-    clients.push_back(Connected(Raw(4, "held")));
+    clients.push_back(Connected({Raw(4, "held")}));
     EXPECT_TRUE(Eventually([] { return g_isHolding.load(); }));
     HostMsgEndTask("task"); // before the handler puts it off
     EXPECT_TRUE(IsClosedOn(clients[0]));
@@ -278,7 +319,7 @@ FORKED_TEST(HostMessage, AnAnswerThatIsPutOffIsGivenOnceOrEndsWithItsSenderOrIts
         {nullptr, 1, HOST_MSG_ERR_ARGUMENT, 0},
     };
     for (size_t i = 0; i < std::size(cases); ++i) {
-        clients.push_back(Connected(Raw(4, "late")));
+        clients.push_back(Connected({Raw(4, "late")}));
         shutdown(clients[i].Get(), SHUT_WR); // and goes on waiting
         OwedAnswer(2 + i);
     }
@@ -291,7 +332,7 @@ FORKED_TEST(HostMessage, AnAnswerThatIsPutOffIsGivenOnceOrEndsWithItsSenderOrIts
         EXPECT_EQ(Ask("peer").data, "question");
     }
     clients.clear();
-    clients.push_back(Connected(Raw(4, "late") + Raw(4, "next")));
+    clients.push_back(Connected({Raw(4, "late"), Raw(4, "next")}));
     EXPECT_EQ(OwedAnswer(6).Give(), 0U);
     HostMsgCloseDeferred(OwedAnswer(7).number); // comes after the answer to the first
     EXPECT_TRUE(ReadMessage(clients[0]) && IsClosedOn(clients[0]));
@@ -299,14 +340,14 @@ FORKED_TEST(HostMessage, AnAnswerThatIsPutOffIsGivenOnceOrEndsWithItsSenderOrIts
     EXPECT_TRUE(Eventually(hasClosedTheRest));
 
     for (size_t i = 0; i < kMaxOwed; ++i)
-        clients.push_back(Connected(Raw(4, "many") + std::string(9000, 'x'))); // more than is read at once
+        clients.push_back(Connected({Raw(4, "many"), std::string(9000, 'x')})); // garbage to follow
     EXPECT_NE(OwedAnswer(7 + kMaxOwed).number, 0U); // as nothing has been left behind
     EXPECT_TRUE(gone.Give() == kBroken && ended.Give() == kBroken);
-    EXPECT_TRUE(ReadMessage(Connected(Raw(4, "late")))); // is answered at once
+    EXPECT_TRUE(ReadMessage(Connected({Raw(4, "late")}))); // is answered at once
     EXPECT_EQ(OwedAnswer(8 + kMaxOwed).number, 0U);
     clients.pop_back();
     EXPECT_TRUE(Eventually([&] { return OpenDescriptors().size() == before + 2 * (kMaxOwed - 1); }));
-    clients.push_back(Connected(Raw(4, "late")));
+    clients.push_back(Connected({Raw(4, "late")}));
     const Owed last = OwedAnswer(9 + kMaxOwed);
     EXPECT_NE(last.number, 0U);
     if (kThreadsMayFork)
@@ -658,7 +699,7 @@ FORKED_TEST(HostMessage, AnotherUserIsRefusedAtBothEnds)
         chmod(address.sun_path, 0777);
         InFork([&] {
             EXPECT_EQ(setuid(12345), 0);
-            EXPECT_TRUE(IsClosedOn(Connected(Raw(0, ""))));
+            EXPECT_TRUE(IsClosedOn(Connected({Raw(0, "")})));
         });
         peer.ExpectOutput("peer.task: a connection of another user is refused");
         EXPECT_EQ(Ask("peer").data, "question");

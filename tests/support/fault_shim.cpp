@@ -35,14 +35,6 @@ struct Fault {
 
 Fault g_faults[32];
 std::atomic<unsigned> g_count, g_active, g_random;
-/// Edge-triggered sockets: a short count would be taken for all that there is.
-std::atomic<bool> g_isWatched[4096];
-
-std::atomic<bool>& IsWatched(int fd)
-{
-    return g_isWatched[static_cast<unsigned>(fd) % std::size(g_isWatched)];
-}
-
 __attribute__((constructor)) void Begin()
 {
     SetFaults(std::getenv("VESK_FAULTS"));
@@ -81,21 +73,6 @@ bool Fails(const char* call, size_t* size = nullptr)
         *size = 1;
     return error > 0;
 }
-
-/// A message of which one byte is transferred, in case of a short count.
-struct Cut {
-    msghdr header;
-    iovec part;
-
-    Cut(const msghdr* message, size_t size) : header(*message), part(*message->msg_iov)
-    {
-        if (size != 1)
-            return;
-        part.iov_len = 1;
-        header.msg_iov = &part;
-        header.msg_iovlen = 1;
-    }
-};
 
 #define NEXT(name) reinterpret_cast<decltype(&name)>(dlsym(RTLD_NEXT, #name))
 
@@ -143,26 +120,12 @@ unsigned FaultCount()
 
 ssize_t recv(int fd, void* data, size_t size, int flags)
 {
-    return Fails("recv", IsWatched(fd) ? nullptr : &size) ? -1 : NEXT(recv)(fd, data, size, flags);
-}
-
-ssize_t recvmsg(int fd, msghdr* message, int flags)
-{
-    return Fails("recvmsg") ? -1 : NEXT(recvmsg)(fd, message, flags);
+    return Fails("recv") ? -1 : NEXT(recv)(fd, data, size, flags);
 }
 
 ssize_t send(int fd, const void* data, size_t size, int flags)
 {
-    return Fails("send", &size) ? -1 : NEXT(send)(fd, data, size, flags);
-}
-
-ssize_t sendmsg(int fd, const msghdr* message, int flags)
-{
-    size_t size = message->msg_iov->iov_len;
-    if (Fails("sendmsg", &size))
-        return -1;
-    const Cut cut(message, size);
-    return NEXT(sendmsg)(fd, &cut.header, flags);
+    return Fails("send") ? -1 : NEXT(send)(fd, data, size, flags);
 }
 
 ssize_t pread(int fd, void* data, size_t size, off_t offset)
@@ -182,15 +145,11 @@ int accept4(int fd, sockaddr* address, socklen_t* length, int flags)
 
 int socket(int domain, int type, int protocol) noexcept
 {
-    const int fd = Fails("socket") ? -1 : NEXT(socket)(domain, type, protocol);
-    if (fd >= 0)
-        IsWatched(fd) = false;
-    return fd;
+    return Fails("socket") ? -1 : NEXT(socket)(domain, type, protocol);
 }
 
 int epoll_ctl(int epoll, int operation, int fd, epoll_event* event) noexcept
 {
-    IsWatched(fd) = true;
     return Fails("epoll_ctl") ? -1 : NEXT(epoll_ctl)(epoll, operation, fd, event);
 }
 

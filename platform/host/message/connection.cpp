@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstring>
 #include <new>
+#include <span>
 #include <utility>
 
 namespace vesk::host {
@@ -36,7 +37,6 @@ void Connection::OnReady(uint32_t events)
 {
     hasUnread_ = true;
     isAbandoned_ = isAbandoned_ || (events & (EPOLLHUP | EPOLLERR)) != 0;
-    hasHungUp_ = hasHungUp_ || isAbandoned_ || (events & EPOLLRDHUP) != 0;
     if ((events & EPOLLOUT) != 0)
         Flush();
     if (owesAnswer_ && isAbandoned_)
@@ -50,15 +50,14 @@ void Connection::Read()
     try {
         ReadSome();
     } catch (const std::exception& error) {
-        Lose(error);
-        Drop();
+        Lose(error, true);
     }
 }
 
-void Connection::Lose(const std::exception& error)
+void Connection::Lose(const std::exception& error, bool isAwaited)
 {
     Report(kReportError, "%s: a message of process %d is lost: %s", endpoint_.c_str(), peer_, error.what());
-    if (head_.Envelope().type == OS_MSG_SYNCHRONOUS)
+    if (isAwaited)
         Drop(); // its sender need not wait
 }
 
@@ -66,118 +65,90 @@ void Connection::ReadSome()
 {
     // A peer that never stops sending must not starve the others.
     constexpr int kReadsAtOnce = 64;
-    for (int reads = 0; socket_.IsOpen() && !owesAnswer_ && (hasUnread_ || !early_.empty()); ++reads) {
+    for (int reads = 0; socket_.IsOpen() && !owesAnswer_ && hasUnread_; ++reads) {
         if (!inbox_->HasRoom() || reads == kReadsAtOnce) {
-            inbox_->CallAgain(number_);
+            inbox_->PutOff(number_);
             return;
         }
-        if (!early_.empty()) {
-            const std::vector<std::byte> bytes = std::exchange(early_, {});
-            Feed(bytes.data(), bytes.size());
-            continue;
-        }
-        // The data that is arriving goes where it belongs, what follows it to a buffer.
-        std::byte buffer[8192];
-        iovec parts[2] = {{nullptr, 0}, {buffer, sizeof buffer}};
-        if (arriving_ != nullptr) {
-            const size_t dataReceived = received_ - sizeof head_;
-            parts[0] = {arriving_->data.get() + dataReceived, arriving_->envelope.dataLen - dataReceived};
-        }
-        msghdr message{};
-        message.msg_iov = parts;
-        message.msg_iovlen = 2;
-        const ssize_t got = arriving_ == nullptr ? recv(socket_.Get(), buffer, sizeof buffer, MSG_DONTWAIT)
-                                                 : recvmsg(socket_.Get(), &message, MSG_DONTWAIT);
+        FirstPacket packet;
+        std::span<std::byte> target = std::as_writable_bytes(std::span(&packet, 1));
+        if (arriving_ != nullptr)
+            target = std::span(arriving_->data.get(), arriving_->envelope.dataLen).subspan(received_);
+        const ssize_t got = recv(socket_.Get(), target.data(), target.size(), MSG_DONTWAIT | MSG_TRUNC);
         if (got < 0 && errno == EINTR)
             continue;
         if (got < 0 && errno == EAGAIN) {
             hasUnread_ = false;
             return;
         }
-        if (got <= 0) {
-            if (received_ != 0)
-                Report(kReportError, "%s: a message broke off after %zu bytes", endpoint_.c_str(), received_);
+        if (got <= 0) { // an empty packet, which none of ours is, passes for the end
+            if (arriving_ != nullptr)
+                Report(kReportError, "%s: a message broke off after %zu bytes", endpoint_.c_str(),
+                       sizeof packet.head + received_);
             Drop();
             return;
         }
-        // Less than there was room for is all there is: what comes later is told of again.
-        const auto count = static_cast<size_t>(got);
-        hasUnread_ = hasHungUp_ || count == parts[0].iov_len + parts[1].iov_len;
-        const size_t direct = std::min(count, parts[0].iov_len);
-        received_ += direct;
-        DeliverIfComplete();
-        Feed(buffer, count - direct);
-    }
-}
-
-void Connection::Feed(const std::byte* bytes, size_t count)
-{
-    while (count != 0 && socket_.IsOpen()) {
-        if (owesAnswer_) {
-            early_.assign(bytes, bytes + count);
-            return;
-        }
-        if (toSkip_ != 0) {
-            const size_t skipped = std::min(toSkip_, count);
-            toSkip_ -= skipped;
-            bytes += skipped;
-            count -= skipped;
-            continue;
-        }
-        const bool isHead = arriving_ == nullptr;
-        std::byte* const target = isHead ? reinterpret_cast<std::byte*>(&head_) + received_
-                                         : arriving_->data.get() + (received_ - sizeof head_);
-        const size_t wanted = sizeof head_ + (isHead ? 0 : arriving_->envelope.dataLen) - received_;
-        const size_t taken = std::min(wanted, count);
-        std::memcpy(target, bytes, taken);
-        received_ += taken;
-        bytes += taken;
-        count -= taken;
-        if (received_ == sizeof head_ && isHead && !TakeHead())
+        const auto size = static_cast<size_t>(got); // of the packet, which may be longer than the target
+        const bool isFirst = arriving_ == nullptr && toSkip_ == 0;
+        if (!(isFirst ? Take(packet, size) : TakeRest(size))) {
+            Report(kReportError, "%s: process %d sent garbage, its connection is closed", endpoint_.c_str(),
+                   peer_);
             Drop();
-        else
-            DeliverIfComplete();
+        }
     }
 }
 
-bool Connection::TakeHead()
+bool Connection::Take(const FirstPacket& packet, size_t size)
 {
-    if (!head_.IsValid()) {
-        Report(kReportError, "%s: process %d sent garbage, its connection is closed", endpoint_.c_str(),
-               peer_);
+    if (!packet.IsValid(size))
         return false;
-    }
-    const OsMsgEnvelope envelope = head_.Envelope();
+    const OsMsgEnvelope envelope = packet.head.Envelope();
+    const size_t dataSize = size - sizeof packet.head;
     try {
         auto message = std::make_unique<Message>();
         message->envelope = envelope;
-        message->sequence = head_.sequence;
+        message->sequence = packet.head.sequence;
         message->senderProcess = peer_;
         if (envelope.dataLen != 0) {
             message->data.reset(new std::byte[envelope.dataLen]);
             message->envelope.data = message->data.get();
+            std::copy_n(packet.data.begin(), dataSize, message->data.get());
         }
         arriving_ = std::move(message);
-    } catch (const std::bad_alloc& error) {
         received_ = 0;
-        toSkip_ = envelope.dataLen;
-        Lose(error);
+        return TakeRest(dataSize);
+    } catch (const std::bad_alloc& error) {
+        Lose(error, envelope.type == OS_MSG_SYNCHRONOUS);
+        toSkip_ = envelope.dataLen - dataSize;
     }
     return true;
 }
 
-void Connection::DeliverIfComplete()
+bool Connection::TakeRest(size_t size)
 {
-    if (arriving_ == nullptr || received_ != sizeof head_ + arriving_->envelope.dataLen)
-        return;
-    received_ = 0;
+    if (toSkip_ != 0) {
+        if (size > toSkip_)
+            return false;
+        toSkip_ -= size;
+        return true;
+    }
+    if (size > arriving_->envelope.dataLen - received_)
+        return false;
+    received_ += size;
+    if (received_ == arriving_->envelope.dataLen)
+        Deliver();
+    return true;
+}
+
+void Connection::Deliver()
+{
     owesAnswer_ = arriving_->envelope.type == OS_MSG_SYNCHRONOUS;
     if (owesAnswer_)
         arriving_->from = shared_from_this();
     try {
         inbox_->Push(std::exchange(arriving_, nullptr));
     } catch (const std::bad_alloc& error) {
-        Lose(error);
+        Lose(error, owesAnswer_);
     }
 }
 
@@ -190,7 +161,8 @@ bool Connection::Answer(const OsMsgEnvelope& answer, uint64_t sequence)
     const FrameWriter::Progress progress = writer.WriteSome(socket_.Get());
     try {
         if (progress == FrameWriter::Progress::kNoRoom) {
-            writer.AppendRest(unsent_);
+            writer.KeepData();
+            unsent_ = std::make_unique<FrameWriter>(std::move(writer));
             inbox_->Change(socket_.Get(), kReadable | EPOLLOUT, number_);
             return true;
         }
@@ -205,7 +177,7 @@ bool Connection::Answer(const OsMsgEnvelope& answer, uint64_t sequence)
         return false;
     }
     owesAnswer_ = false;
-    Read();
+    inbox_->CallAgain(number_); // what follows is read when this message has been freed
     return true;
 }
 
@@ -221,19 +193,18 @@ uint64_t Connection::Defer(const OsMsgEnvelope& request, uint64_t sequence)
 
 void Connection::Flush()
 {
-    if (unsent_.empty())
+    if (unsent_ == nullptr)
         return;
-    const ssize_t sent = send(socket_.Get(), unsent_.data(), unsent_.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
-    if (sent < 0) {
-        if (errno != EAGAIN && errno != EINTR)
-            Drop();
+    const FrameWriter::Progress progress = unsent_->WriteSome(socket_.Get());
+    if (progress == FrameWriter::Progress::kNoRoom)
+        return;
+    unsent_.reset();
+    if (progress == FrameWriter::Progress::kBroken) {
+        Drop();
         return;
     }
-    unsent_.erase(unsent_.begin(), unsent_.begin() + sent);
-    if (unsent_.empty()) {
-        owesAnswer_ = false;
-        inbox_->Change(socket_.Get(), kReadable, number_);
-    }
+    owesAnswer_ = false;
+    inbox_->Change(socket_.Get(), kReadable, number_);
 }
 
 void Connection::Close()

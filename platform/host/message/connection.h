@@ -7,7 +7,6 @@
 #include <exception>
 #include <memory>
 #include <string>
-#include <vector>
 
 namespace vesk::host {
 
@@ -40,10 +39,10 @@ public:
 private:
     void Read();
     void ReadSome();
-    void Feed(const std::byte* bytes, size_t count);
-    bool TakeHead();
-    void DeliverIfComplete();
-    void Lose(const std::exception& error);
+    bool Take(const FirstPacket& packet, size_t size);
+    bool TakeRest(size_t size);
+    void Deliver();
+    void Lose(const std::exception& error, bool isAwaited);
     void Flush();
     void Drop();
 
@@ -53,17 +52,14 @@ private:
     const std::string endpoint_;
     const std::shared_ptr<Inbox> inbox_;
 
-    FrameHead head_;
-    size_t received_ = 0; // bytes of head and data of the message that is arriving
-    size_t toSkip_ = 0;   // bytes of data of one that there was no memory for
     std::unique_ptr<Message> arriving_;
+    size_t received_ = 0; // bytes of its data
+    size_t toSkip_ = 0;   // bytes of data of one that there was no memory for
     bool owesAnswer_ = false;
-    uint64_t deferred_ = 0;         // number of the last answer that was put off
-    bool hasUnread_ = false;        // there may be something to read
-    bool hasHungUp_ = false;        // and in the end there will be nothing more
-    bool isAbandoned_ = false;      // nobody will read an answer
-    std::vector<std::byte> early_;  // read, and not to be handed on before the answer is given
-    std::vector<std::byte> unsent_; // of an answer that the socket had no room for
+    uint64_t deferred_ = 0;               // number of the last answer that was put off
+    bool hasUnread_ = false;              // there may be something to read
+    bool isAbandoned_ = false;            // nobody will read an answer
+    std::unique_ptr<FrameWriter> unsent_; // an answer that the socket had no room for
 };
 
 } // namespace vesk::host

@@ -13,6 +13,7 @@ struct Outgoing {
     EndpointNames to = {};
     UniqueFd socket = {};
     bool isPooled = false; // was used before: its peer may have gone
+    int waitAtMostMs = 0;  // that a read waits; 0: for ever
 };
 
 /**

@@ -51,20 +51,12 @@ sockaddr_un AddressIn(const UniqueFd& directory, const std::string& endpoint)
     return address;
 }
 
-/// Has connect() return with EAGAIN when the deadline has passed.
-void WaitAtMost(int socket, const Deadline& deadline)
-{
-    const int milliseconds = std::max(deadline.Milliseconds(), 1);
-    const timeval wait{milliseconds / 1000, milliseconds % 1000 * 1000L};
-    setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &wait, sizeof wait);
-}
-
 /// Like connect(). Without a deadline the socket must not block.
 int Connect(const UniqueFd& socket, const sockaddr_un& address, const std::optional<Deadline>& deadline = {})
 {
     for (;;) {
         if (deadline)
-            WaitAtMost(socket.Get(), *deadline);
+            WaitAtMost(socket.Get(), SO_SNDTIMEO, std::max(deadline->Milliseconds(), 1));
         if (connect(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0)
             return 0;
         if (errno != EINTR)
@@ -78,7 +70,7 @@ int Connect(const UniqueFd& socket, const sockaddr_un& address, const std::optio
 
 UniqueFd NewSocket(int flags)
 {
-    return UniqueFd([&] { return socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | flags, 0); });
+    return UniqueFd([&] { return socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | flags, 0); });
 }
 
 uint32_t SystemFailure(const char* what, const std::string& endpoint)
@@ -137,6 +129,12 @@ EndpointNames EndpointNames::ReceiverOf(const OsMsgEnvelope& envelope)
     return names;
 }
 
+bool WaitAtMost(int socket, int option, int milliseconds)
+{
+    const timeval wait{milliseconds / 1000, milliseconds % 1000 * 1000L};
+    return setsockopt(socket, SOL_SOCKET, option, &wait, sizeof wait) == 0;
+}
+
 std::optional<pid_t> PeerOfThisUser(int socket)
 {
     ucred peer{};
@@ -188,7 +186,7 @@ uint32_t ServeEndpoint(const std::string& endpoint, ServedEndpoint& served)
     const UniqueFd probe = NewSocket(SOCK_NONBLOCK);
     if (!probe.IsOpen())
         return SystemFailure("socket", endpoint);
-    if (Connect(probe, address) == 0 || errno == EAGAIN) {
+    if (Connect(probe, address) == 0 || errno == EAGAIN || errno == EPROTOTYPE) {
         Report(kReportError, "%s is already served by process %d", endpoint.c_str(),
                PeerOfThisUser(probe.Get()).value_or(0));
         return HOST_MSG_ERR_TAKEN;

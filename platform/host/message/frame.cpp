@@ -6,14 +6,20 @@
 #include <poll.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 namespace vesk::host {
 
 namespace {
 
-constexpr uint64_t kMark = 0x3247534d4b534556; // "VESKMSG2"
+constexpr uint64_t kMark = 0x3347534d4b534556; // "VESKMSG3"
+
+// Two of them fit into a socket's buffer of the kernel's default size, so that one end writes while the other
+// reads.
+constexpr size_t kLongestPacket = 96U << 10;
 
 } // namespace
 
@@ -39,6 +45,12 @@ bool FrameHead::IsValid() const
     return mark == kMark && read.type <= OS_MSG_SYNCHRONOUS && read.dataLen <= kMaxDataLen;
 }
 
+bool FirstPacket::IsValid(size_t size) const
+{
+    return size >= sizeof head && size <= sizeof *this && head.IsValid() &&
+           size - sizeof head <= head.Envelope().dataLen;
+}
+
 bool WaitFor(int socket, short events, const Deadline& deadline)
 {
     pollfd waited{socket, events, 0};
@@ -52,49 +64,47 @@ bool WaitFor(int socket, short events, const Deadline& deadline)
     return false;
 }
 
-FrameWriter::FrameWriter(const OsMsgEnvelope& envelope, uint64_t sequence)
+FrameWriter::FrameWriter(const OsMsgEnvelope& envelope, uint64_t sequence) : longest_(kLongestPacket)
 {
-    const FrameHead head = FrameHead::Of(envelope, sequence);
-    const bool isSmall = sizeof head + envelope.dataLen <= begin_.size();
-    std::memcpy(begin_.data(), &head, sizeof head);
-    if (isSmall && envelope.dataLen != 0)
-        std::memcpy(begin_.data() + sizeof head, envelope.data, envelope.dataLen);
-    parts_[0] = {begin_.data(), sizeof head + (isSmall ? envelope.dataLen : 0)};
-    parts_[1] = {envelope.data, isSmall ? 0 : envelope.dataLen};
+    first_.head = FrameHead::Of(envelope, sequence);
+    const std::span data(static_cast<const std::byte*>(envelope.data), envelope.dataLen);
+    if (data.size() > first_.data.size()) {
+        rest_ = data;
+    } else {
+        std::copy(data.begin(), data.end(), first_.data.begin());
+        firstSize_ += data.size();
+    }
+}
+
+std::span<const std::byte> FrameWriter::NextPacket() const
+{
+    if (firstSize_ != 0)
+        return std::as_bytes(std::span(&first_, 1)).first(firstSize_);
+    return rest_.first(std::min(rest_.size(), longest_));
 }
 
 FrameWriter::Progress FrameWriter::WriteSome(int socket)
 {
-    while (parts_[0].iov_len + parts_[1].iov_len != 0) {
-        constexpr int kFlags = MSG_DONTWAIT | MSG_NOSIGNAL;
-        msghdr message{};
-        message.msg_iov = parts_.data();
-        message.msg_iovlen = parts_.size();
-        const ssize_t written = parts_[1].iov_len == 0
-                                    ? send(socket, parts_[0].iov_base, parts_[0].iov_len, kFlags)
-                                    : sendmsg(socket, &message, kFlags);
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written < 0)
+    for (;;) {
+        const std::span<const std::byte> packet = NextPacket();
+        if (packet.empty())
+            return Progress::kDone;
+        if (send(socket, packet.data(), packet.size(), MSG_DONTWAIT | MSG_NOSIGNAL) >= 0) {
+            hasBegun_ = true;
+            if (std::exchange(firstSize_, 0) == 0)
+                rest_ = rest_.subspan(packet.size());
+        } else if (errno == EMSGSIZE && longest_ > sizeof first_) {
+            longest_ /= 2; // the socket's buffer is smaller than usual
+        } else if (errno != EINTR) {
             return errno == EAGAIN ? Progress::kNoRoom : Progress::kBroken;
-        hasBegun_ = true;
-        auto left = static_cast<size_t>(written);
-        for (iovec& part : parts_) {
-            const size_t step = std::min(left, part.iov_len);
-            part.iov_base = static_cast<std::byte*>(part.iov_base) + step;
-            part.iov_len -= step;
-            left -= step;
         }
     }
-    return Progress::kDone;
 }
 
-void FrameWriter::AppendRest(std::vector<std::byte>& bytes) const
+void FrameWriter::KeepData()
 {
-    for (const iovec& part : parts_) {
-        const auto* begin = static_cast<const std::byte*>(part.iov_base);
-        bytes.insert(bytes.end(), begin, begin + part.iov_len);
-    }
+    kept_.assign(rest_.begin(), rest_.end());
+    rest_ = kept_;
 }
 
 } // namespace vesk::host

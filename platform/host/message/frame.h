@@ -1,14 +1,14 @@
-// The wire format of a message: a head of fixed size, then the data block.
+// The wire format of a message: a head of fixed size and the data block, in packets that arrive as they were
+// sent.
 #pragma once
 
 #include "message/deadline.h"
 #include "platform/os_msg.h"
 
-#include <sys/uio.h>
-
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace vesk::host {
@@ -32,12 +32,20 @@ struct FrameHead {
 };
 static_assert(sizeof(FrameHead) == 176);
 
-/// Head and data of a message as they are written; the envelope's data must outlive it.
+/// The first packet of a message. Data for which it has no room follows in packets of its own.
+struct FirstPacket {
+    FrameHead head;
+    std::array<std::byte, 8192 - sizeof(FrameHead)> data;
+
+    /// Whether @p size received bytes are a valid head and no more data than it announces.
+    bool IsValid(size_t size) const;
+};
+
+/// A message as it is written; the envelope's data must outlive it.
 class FrameWriter {
 public:
     FrameWriter(const OsMsgEnvelope& envelope, uint64_t sequence);
-    FrameWriter(const FrameWriter&) = delete;
-    FrameWriter& operator=(const FrameWriter&) = delete;
+    FrameWriter(FrameWriter&&) = default;
 
     enum class Progress { kDone, kNoRoom, kBroken };
 
@@ -46,12 +54,17 @@ public:
 
     bool HasBegun() const { return hasBegun_; }
 
-    /// Appends what is not yet written to @p bytes.
-    void AppendRest(std::vector<std::byte>& bytes) const;
+    /// Copies the data that is not yet written, which need not outlive the writer any more.
+    void KeepData();
 
 private:
-    std::array<std::byte, 8192> begin_; // the head and, when that fits, all of the data: one piece is cheaper
-    std::array<iovec, 2> parts_;        // to send than two
+    std::span<const std::byte> NextPacket() const;
+
+    FirstPacket first_;
+    size_t firstSize_ = sizeof first_.head; // 0 when it is written
+    std::span<const std::byte> rest_;       // data that follows in packets of its own
+    std::vector<std::byte> kept_;
+    size_t longest_; // of those packets
     bool hasBegun_ = false;
 };
 

@@ -51,7 +51,7 @@ uint64_t Inbox::Watch(int fd, uint32_t events, std::shared_ptr<Watched> watched)
         return 0;
     }
     const uint64_t number = ++lastNumber_;
-    entries_.try_emplace(number).first->second.watched = std::move(watched);
+    entries_.emplace(number, Entry{std::move(watched), {number}});
     if (Control(epoll_, EPOLL_CTL_ADD, fd, events | EPOLLET, number))
         return number;
     entries_.erase(number);
@@ -66,13 +66,19 @@ void Inbox::Change(int fd, uint32_t events, uint64_t number)
 void Inbox::CallAgain(uint64_t number)
 {
     if (const auto entry = entries_.find(number); entry != entries_.end())
-        areSomeToBeCalled_ = entry->second.isToBeCalled = true;
+        toBeCalled_.splice(toBeCalled_.end(), entry->second.turn);
     WakeLoop();
+}
+
+void Inbox::PutOff(uint64_t number)
+{
+    CallAgain(number);
+    areSomePutOff_ = !toBeCalled_.empty();
 }
 
 bool Inbox::HasRoom() const
 {
-    return !areSomeToBeCalled_ && waiting_.size() < depth_ && waitingBytes_ < kMaxWaitingBytes;
+    return !areSomePutOff_ && waiting_.size() < depth_ && waitingBytes_ < kMaxWaitingBytes;
 }
 
 void Inbox::Push(std::unique_ptr<Message> message)
@@ -114,28 +120,27 @@ void Inbox::Handle(const Events& events, int count)
 void Inbox::CallThoseToBeCalled()
 {
     // In turn, so that one that fills the queue each time does not starve the others.
-    auto next = entries_.upper_bound(lastCalled_);
-    for (size_t left = entries_.size(); left != 0 && !entries_.empty(); --left) {
-        if (!HasRoom()) {
-            areSomeToBeCalled_ = true;
-            return;
-        }
-        if (next == entries_.end())
-            next = entries_.begin();
-        auto& [number, entry] = *next++;
-        if (!std::exchange(entry.isToBeCalled, false))
+    std::list<uint64_t> turns = std::exchange(toBeCalled_, {});
+    areSomePutOff_ = false;
+    while (!turns.empty() && HasRoom()) {
+        const auto entry = entries_.find(turns.front());
+        if (entry == entries_.end()) {
+            turns.pop_front(); // forgotten since
             continue;
-        lastCalled_ = number;
-        const std::shared_ptr<Watched> watched = entry.watched;
+        }
+        entry->second.turn.splice(entry->second.turn.end(), turns, turns.begin());
+        const std::shared_ptr<Watched> watched = entry->second.watched;
         watched->OnReady(EPOLLIN);
     }
+    areSomePutOff_ = areSomePutOff_ || !turns.empty();
+    toBeCalled_.splice(toBeCalled_.begin(), turns);
 }
 
 std::unique_ptr<Message> Inbox::Next()
 {
     Guard guard(lock_);
     while (!hasEnded_) {
-        if (waiting_.empty() && std::exchange(areSomeToBeCalled_, false))
+        if (waiting_.empty() && !toBeCalled_.empty())
             CallThoseToBeCalled();
         if (!waiting_.empty()) {
             std::unique_ptr<Message> message = std::move(waiting_.front());
@@ -145,7 +150,7 @@ std::unique_ptr<Message> Inbox::Next()
         }
         Events events;
         loopWaits_ = true;
-        const int count = Wait(guard, events, areSomeToBeCalled_ ? 0 : -1);
+        const int count = Wait(guard, events, toBeCalled_.empty() ? -1 : 0);
         loopWaits_ = false;
         if (count < 0) {
             Report(kReportError, "waiting for messages failed: %s", strerror(errno));

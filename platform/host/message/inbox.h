@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <list>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -77,7 +78,10 @@ public:
     /// Has a socket's OnReady called again once no message waits.
     void CallAgain(uint64_t number);
 
-    /// False when no more messages may wait, or other sockets are to be called first.
+    /// Does so for one that there is no room for. Until its turn has come none has room.
+    void PutOff(uint64_t number);
+
+    /// False when no more messages may wait, or those that were put off come first.
     bool HasRoom() const;
 
     void Push(std::unique_ptr<Message> message);
@@ -85,7 +89,7 @@ public:
 private:
     struct Entry {
         std::shared_ptr<Watched> watched;
-        bool isToBeCalled = false;
+        std::list<uint64_t> turn; // its number, unless that is among those to be called
     };
     using Guard = std::unique_lock<std::mutex>;
     using Events = std::array<epoll_event, 16>;
@@ -100,8 +104,8 @@ private:
     std::mutex lock_;
     std::map<uint64_t, Entry> entries_;
     uint64_t lastNumber_ = 0;
-    bool areSomeToBeCalled_ = false;
-    uint64_t lastCalled_ = 0; // of those to be called
+    std::list<uint64_t> toBeCalled_;
+    bool areSomePutOff_ = false; // of those
     std::deque<std::unique_ptr<Message>> waiting_;
     size_t waitingBytes_ = 0;
     uint32_t depth_ = 1;

@@ -43,7 +43,7 @@ void Listener::OnReady(uint32_t)
     constexpr int kAcceptedAtOnce = 64;
     for (int count = 0; served_.socket.IsOpen(); ++count) {
         if (count == kAcceptedAtOnce) {
-            inbox_->CallAgain(number_);
+            inbox_->PutOff(number_);
             return;
         }
         if (UniqueFd accepted = Accept(); accepted.IsOpen())

@@ -14,7 +14,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <memory>
-#include <span>
+#include <utility>
 
 namespace vesk::host {
 
@@ -120,91 +120,83 @@ uint32_t Send(const OsMsgEnvelope* envelope, uint32_t type, uint64_t sequence,
 /// Reads the answer to one request.
 class AnswerReader {
 public:
-    AnswerReader(int socket, const Deadline& deadline) : socket_(socket), deadline_(deadline) {}
+    AnswerReader(Outgoing& connection, uint32_t timeoutMs, const Deadline& deadline)
+        : socket_(connection.socket.Get()), deadline_(deadline), waitFlag_(MSG_DONTWAIT)
+    {
+        // One system call instead of two when the answer comes in time and writing took none of it.
+        const int left = deadline.Milliseconds();
+        if (left == 0 || static_cast<uint32_t>(left) != timeoutMs)
+            return;
+        if (connection.waitAtMostMs == left || WaitAtMost(socket_, SO_RCVTIMEO, left)) {
+            connection.waitAtMostMs = left;
+            waitFlag_ = 0;
+        }
+    }
 
     /// Returns 0 or a HostMsgResult. The answer to an earlier request, given twice, is passed over.
     uint32_t Read(uint32_t msgId, uint64_t sequence, Answer& answer)
     {
-        FrameHead head;
+        uint64_t read = 0;
         for (;;) {
-            if (const uint32_t error = ReadFrame(head, answer); error != 0)
+            if (const uint32_t error = ReadMessage(read, answer); error != 0)
                 return error;
-            if (head.sequence >= sequence)
+            if (read >= sequence)
                 break;
             if (deadline_.HasPassed())
                 return HOST_MSG_ERR_TIMEOUT; // to a peer that never stops sending as well
         }
-        if (head.sequence != sequence || answer->msgId != msgId || !buffered_.empty())
-            return HOST_MSG_ERR_MALFORMED;
-        return 0;
+        return read == sequence && answer->msgId == msgId ? 0 : HOST_MSG_ERR_MALFORMED;
     }
 
 private:
-    uint32_t ReadFrame(FrameHead& head, Answer& answer)
+    uint32_t ReadMessage(uint64_t& sequence, Answer& answer)
     {
-        if (const uint32_t error = ReadAll(&head, sizeof head); error != 0)
+        FirstPacket packet;
+        size_t size = 0;
+        if (const uint32_t error = Receive(&packet, sizeof packet, size); error != 0)
             return error;
-        if (!head.IsValid())
+        if (!packet.IsValid(size))
             return HOST_MSG_ERR_MALFORMED;
-        const OsMsgEnvelope envelope = head.Envelope();
+        sequence = packet.head.sequence;
+        const OsMsgEnvelope envelope = packet.head.Envelope();
         answer.reset(static_cast<OsMsgEnvelope*>(std::malloc(sizeof envelope + envelope.dataLen)));
         if (answer == nullptr)
             return HOST_MSG_ERR_SYSTEM;
         *answer = envelope;
         if (envelope.dataLen == 0)
             return 0;
-        answer->data = answer.get() + 1;
-        return ReadAll(answer->data, envelope.dataLen);
-    }
-
-    /// Reads exactly @p size bytes. Returns 0, HOST_MSG_ERR_BROKEN or HOST_MSG_ERR_TIMEOUT.
-    uint32_t ReadAll(void* target, size_t size)
-    {
-        auto* position = static_cast<std::byte*>(target);
-        for (;;) {
-            const size_t taken = std::min(size, buffered_.size());
-            std::copy_n(buffered_.begin(), taken, position);
-            buffered_ = buffered_.subspan(taken);
-            position += taken;
-            size -= taken;
-            if (size == 0)
-                return 0;
-            // What is too long for the buffer goes where it belongs at once.
-            const bool isLong = size >= sizeof buffer_;
-            size_t got = 0;
-            if (const uint32_t error =
-                    Receive(isLong ? position : buffer_, isLong ? size : sizeof buffer_, got);
+        auto* const data = reinterpret_cast<std::byte*>(answer.get() + 1);
+        answer->data = data;
+        size -= sizeof packet.head;
+        std::copy_n(packet.data.begin(), size, data);
+        for (size_t received = size; received < envelope.dataLen; received += size) {
+            if (const uint32_t error = Receive(data + received, envelope.dataLen - received, size);
                 error != 0)
                 return error;
-            if (isLong) {
-                position += got;
-                size -= got;
-            } else {
-                buffered_ = {buffer_, got};
-            }
         }
+        return 0;
     }
 
-    uint32_t Receive(std::byte* target, size_t size, size_t& got)
+    /// Receives one packet. Returns 0, HOST_MSG_ERR_BROKEN, HOST_MSG_ERR_MALFORMED when it has more than
+    /// @p size bytes, or HOST_MSG_ERR_TIMEOUT.
+    uint32_t Receive(void* target, size_t size, size_t& received)
     {
-        // To wait in recv() saves a system call and costs a thread switch: the kernel ends that wait as well,
-        // for a moment, when the peer has taken the request off its socket.
-        while (WaitFor(socket_, POLLIN, deadline_)) {
-            const ssize_t result = recv(socket_, target, size, MSG_DONTWAIT);
+        do {
+            const ssize_t result =
+                recv(socket_, target, size, MSG_TRUNC | std::exchange(waitFlag_, MSG_DONTWAIT));
             if (result > 0) {
-                got = static_cast<size_t>(result);
-                return 0;
+                received = static_cast<size_t>(result);
+                return received <= size ? 0 : HOST_MSG_ERR_MALFORMED;
             }
             if (result == 0 || (errno != EAGAIN && errno != EINTR))
                 return HOST_MSG_ERR_BROKEN;
-        }
+        } while (WaitFor(socket_, POLLIN, deadline_));
         return HOST_MSG_ERR_TIMEOUT;
     }
 
     const int socket_;
     const Deadline& deadline_;
-    std::byte buffer_[8192];
-    std::span<const std::byte> buffered_;
+    int waitFlag_; // of the next recv()
 };
 
 } // namespace
@@ -225,7 +217,7 @@ uint32_t OsMsgSynSend(OsMsgEnvelope* envelope, OsMsgEnvelope** response, uint32_
         if (error != 0)
             return error;
         Answer answer(nullptr, &std::free);
-        error = AnswerReader(connection.socket.Get(), deadline).Read(envelope->msgId, sequence, answer);
+        error = AnswerReader(connection, timeoutMs, deadline).Read(envelope->msgId, sequence, answer);
         if (error != 0) {
             // A connection that failed is never used again: a late answer is lost with it.
             Report(kReportError, "message %u: %s %s", envelope->msgId, Receiver(*envelope).c_str(),
