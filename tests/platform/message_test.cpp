@@ -687,6 +687,18 @@ FORKED_TEST(HostMessage, NamesAreTakenAwayByWhoServesThemAlone)
     flock(locked.Get(), LOCK_EX);
     Expect(OsMsgRegTask("task", 8, Echo), HOST_MSG_ERR_DIRECTORY,
            "runtime directory " + directory.path + " stays locked, peer.task is not served");
+    // It is tried again a second later, also by a thread that has met the attempt under way.
+    const auto send = [] { Tell("nobody", 5, "", "task", "other"); };
+    std::jthread first(send);
+    usleep(100000);
+    send();
+    first.join();
+    flock(locked.Get(), LOCK_UN);
+    EXPECT_TRUE(Eventually([&] {
+        send();
+        return access(directory.File("other.task").c_str(), F_OK) == 0;
+    }));
+    HostMsgEndTask("task");
 }
 
 FORKED_TEST(HostMessage, AnotherUserIsRefusedAtBothEnds)

@@ -66,7 +66,7 @@ struct Registry {
 };
 
 PerProcess<Registry> g_registry;
-std::atomic<uint64_t> g_registrations = 0;
+std::atomic<uint64_t> g_changes = 0; // registrations, and failures to bind that may pass
 
 uint32_t Serve(const Task& task, const std::string& procName)
 {
@@ -107,6 +107,8 @@ uint32_t Bind(Task& task, const std::string& procName)
         attempt.repeat = Deadline::Clock::now() + kPause;
     const std::lock_guard guard(registry.lock);
     task.attempts[procName] = attempt;
+    if (MayPass(attempt.error))
+        ++g_changes; // for threads that have met the attempt under way
     return attempt.error;
 }
 
@@ -176,11 +178,11 @@ void RunLoop(Task& task)
 
 void BindTasksUnder(std::string_view procName)
 {
-    // Mostly this thread has done so before, with an outcome that lasts, and no task has come since.
-    thread_local uint64_t t_registrations = 0;
+    // Mostly this thread has done so before, with an outcome that lasts.
+    thread_local uint64_t t_changes = 0;
     thread_local char t_procName[16];
-    const uint64_t registrations = g_registrations;
-    if (procName.empty() || (t_registrations == registrations && NameText(t_procName) == procName))
+    const uint64_t changes = g_changes;
+    if (procName.empty() || (t_changes == changes && NameText(t_procName) == procName))
         return;
     Registry& registry = g_registry.Get();
     decltype(registry.tasks) tasks;
@@ -193,7 +195,7 @@ void BindTasksUnder(std::string_view procName)
         doesLast = !MayPass(Bind(*task, std::string(procName))) && doesLast;
     if (!doesLast)
         return;
-    t_registrations = registrations;
+    t_changes = changes;
     std::memset(t_procName, 0, sizeof t_procName);
     procName.copy(t_procName, sizeof t_procName);
 }
@@ -239,7 +241,7 @@ uint32_t OsMsgRegTask(const char* taskName, uint32_t queueDepth, uint32_t (*msgP
             std::erase_if(task->attempts, [](const auto& attempt) { return attempt.second.error != 0; });
             procName = registry.procName;
         }
-        ++g_registrations;
+        ++g_changes;
         return procName.empty() ? 0 : Bind(*task, procName);
     });
 }
