@@ -69,7 +69,9 @@ inline int PeerSocket(decltype(&connect) attach)
 /// Something like @p frame, a message without data as it travels: other data, a wrong byte, cut off.
 inline std::string Altered(FuzzedDataProvider& input, std::string frame)
 {
-    const std::string data = input.ConsumeRandomLengthString(16384);
+    std::string data = input.ConsumeRandomLengthString(16384);
+    if (input.ConsumeBool()) // longer than any input of the fuzzer
+        data.append(input.ConsumeIntegralInRange<size_t>(0, 100000), 'x');
     const auto announced = input.ConsumeBool() ? static_cast<uint32_t>(data.size())
                                                : input.ConsumeIntegralInRange<uint32_t>(0, 5U << 20U);
     std::memcpy(frame.data() + frame.size() - sizeof announced, &announced, sizeof announced);
@@ -82,13 +84,14 @@ inline std::string Altered(FuzzedDataProvider& input, std::string frame)
 }
 
 /// Sends some bytes in one packet or two. False when the peer has gone or does not read.
-inline bool SendSplit(FuzzedDataProvider& input, int socket, const std::string& bytes, int flags = 0)
+inline bool SendSplit(FuzzedDataProvider& input, int socket, const std::string& bytes)
 {
+    constexpr int kFlags = MSG_NOSIGNAL | MSG_DONTWAIT;
     const auto first =
         input.ConsumeBool() ? input.ConsumeIntegralInRange<size_t>(0, bytes.size()) : bytes.size();
     const size_t rest = bytes.size() - first;
-    return send(socket, bytes.data(), first, MSG_NOSIGNAL | flags) >= 0 &&
-           (rest == 0 || send(socket, bytes.data() + first, rest, MSG_NOSIGNAL | flags) >= 0);
+    return send(socket, bytes.data(), first, kFlags) >= 0 &&
+           (rest == 0 || send(socket, bytes.data() + first, rest, kFlags) >= 0);
 }
 
 } // namespace fuzz

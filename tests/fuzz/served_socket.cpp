@@ -44,7 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
     while (input.remaining_bytes() != 0) {
         const std::string sent =
             input.ConsumeBool() ? Altered(input, frame) : input.ConsumeRandomLengthString(512);
-        if (!SendSplit(input, connection, sent, MSG_DONTWAIT))
+        if (!SendSplit(input, connection, sent))
             break;
     }
     shutdown(connection, SHUT_WR);

@@ -48,16 +48,20 @@ FORKED_TEST(HostMessage, FortyThreadsGetTheirOwnAnswersAndLeave32Connections)
 
 FORKED_TEST(HostMessage, WrongAnswersFailAtOnceAndTheNextCallWorks)
 {
-    const std::pair<std::string, uint32_t> cases[] = {
-        // what the peer sends before it closes
-        {"", HOST_MSG_ERR_BROKEN},
-        {std::string(400, '#'), HOST_MSG_ERR_MALFORMED},
-        {Raw(0, "").substr(0, 100), HOST_MSG_ERR_MALFORMED},
-        {Raw(100, "little"), HOST_MSG_ERR_BROKEN}, // less than announced
-        {Raw(kMaxDataLen + 1, "much"), HOST_MSG_ERR_MALFORMED},
-        {Raw(2, "ok", 2), HOST_MSG_ERR_MALFORMED}, // of an unknown type
-        {Raw(2, "surplus"), HOST_MSG_ERR_MALFORMED},
-        {Raw(2, "ok", OS_MSG_SYNCHRONOUS, 6), HOST_MSG_ERR_MALFORMED}, // to another message
+    const struct {
+        std::string first, rest; // what the peer sends before it closes
+        uint32_t result;
+    } cases[] = {
+        {"", "", HOST_MSG_ERR_BROKEN},
+        {std::string(400, '#'), "", HOST_MSG_ERR_MALFORMED},
+        {Raw(0, "").substr(0, 100), "", HOST_MSG_ERR_MALFORMED},
+        {Raw(100, "little"), "by little", HOST_MSG_ERR_BROKEN}, // less than announced
+        {Raw(10, "little"), "by little", HOST_MSG_ERR_MALFORMED},
+        {Raw(kMaxDataLen + 1, "much"), "", HOST_MSG_ERR_MALFORMED},
+        {Raw(2, "ok", 2), "", HOST_MSG_ERR_MALFORMED}, // of an unknown type
+        {Raw(2, "surplus"), "", HOST_MSG_ERR_MALFORMED},
+        {Raw(10000, std::string(9000, 'l')), "", HOST_MSG_ERR_MALFORMED},  // a first packet that is too long
+        {Raw(2, "ok", OS_MSG_SYNCHRONOUS, 6), "", HOST_MSG_ERR_MALFORMED}, // to another message
     };
     // Request 2n gets what case n says and loses its connection; the one after it is answered, and its
     // connection stays for the next.
@@ -66,14 +70,17 @@ FORKED_TEST(HostMessage, WrongAnswersFailAtOnceAndTheNextCallWorks)
         uint64_t sequence = 0;
         for (bool isGood = true; isGood && (sequence = ReadMessage(connection)) != 0; ++number) {
             isGood = number % 2 != 0;
-            std::string bytes = isGood ? Raw(4, "good") : cases[number / 2].first;
+            const auto& wrong = cases[number / 2];
+            std::string bytes = isGood ? Raw(4, "good") : wrong.first;
             if (bytes.size() >= sizeof(FrameHead))
                 std::memcpy(bytes.data() + offsetof(FrameHead, sequence), &sequence, sizeof sequence);
             send(connection.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+            if (!isGood && !wrong.rest.empty())
+                send(connection.Get(), wrong.rest.data(), wrong.rest.size(), MSG_NOSIGNAL);
         }
     });
-    for (const auto& [bytes, result] : cases) {
-        SCOPED_TRACE(bytes);
+    for (const auto& [first, rest, result] : cases) {
+        SCOPED_TRACE(first);
         Expect(Ask("peer").result, result,
                result == HOST_MSG_ERR_BROKEN ? "message 5: peer.task closed the connection"
                                              : "message 5: peer.task sent a malformed answer");
