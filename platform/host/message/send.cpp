@@ -123,7 +123,7 @@ public:
     AnswerReader(Outgoing& connection, uint32_t timeoutMs, const Deadline& deadline)
         : socket_(connection.socket.Get()), deadline_(deadline), waitFlag_(MSG_DONTWAIT)
     {
-        // One system call instead of two when the answer comes in time and writing took none of it.
+        // Waiting in recv() itself saves a system call, but its limit is that of the whole time-out.
         const int left = deadline.Milliseconds();
         if (left == 0 || static_cast<uint32_t>(left) != timeoutMs)
             return;
