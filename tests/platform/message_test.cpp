@@ -219,6 +219,17 @@ TEST(HostMessage, PacketsFitASocketsBufferAndKeptDataIsSentLater)
     }
     EXPECT_TRUE(received == expected);
     EXPECT_EQ(writer.WriteSome(from.Get()), FrameWriter::Progress::kDone);
+    // However full the buffer, a message that fits a packet leaves whole or not at all.
+    envelope.dataLen = 10000;
+    for (int small = 0; small < 60; ++small) {
+        for (int i = 0; i < small; ++i)
+            send(from.Get(), expected.data(), 500, 0);
+        FrameWriter next(envelope, 2);
+        const bool isDone = next.WriteSome(from.Get()) == FrameWriter::Progress::kDone;
+        EXPECT_EQ(next.HasBegun(), isDone) << small;
+        while (recv(to.Get(), received.data(), received.size(), 0) > 0) {
+        }
+    }
 }
 
 FORKED_TEST(HostMessage, HandlersAnswerOnceAndRightlyOrTheirSendersFailAtOnce)

@@ -3,7 +3,9 @@
 
 #include "vesk_host/message.h"
 
+#include <linux/sockios.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -20,6 +22,17 @@ constexpr uint64_t kMark = 0x3347534d4b534556; // "VESKMSG3"
 // Two of them fit into a socket's buffer of the kernel's default size, so that one end writes while the other
 // reads.
 constexpr size_t kLongestPacket = 96U << 10;
+
+/// Whether a packet finds room behind a head, so that a message that is refused has not begun to leave.
+bool HasRoomBehindHead(int socket)
+{
+    constexpr int kHead = 2048; // with what the kernel adds to it
+    int used = 0;
+    int size = 0;
+    socklen_t length = sizeof size;
+    return ioctl(socket, SIOCOUTQ, &used) != 0 ||
+           getsockopt(socket, SOL_SOCKET, SO_SNDBUF, &size, &length) != 0 || used + kHead < size;
+}
 
 } // namespace
 
@@ -85,6 +98,8 @@ std::span<const std::byte> FrameWriter::NextPacket() const
 
 FrameWriter::Progress FrameWriter::WriteSome(int socket)
 {
+    if (firstSize_ != 0 && !rest_.empty() && !HasRoomBehindHead(socket))
+        return Progress::kNoRoom;
     for (;;) {
         const std::span<const std::byte> packet = NextPacket();
         if (packet.empty())
