@@ -83,15 +83,19 @@ inline std::string Altered(FuzzedDataProvider& input, std::string frame)
     return frame;
 }
 
-/// Sends some bytes in one packet or two. False when the peer has gone or does not read.
+/// Sends some bytes in one packet or two, rarely with an empty one, which passes for the end, between them.
+/// False when the peer has gone or does not read.
 inline bool SendSplit(FuzzedDataProvider& input, int socket, const std::string& bytes)
 {
-    constexpr int kFlags = MSG_NOSIGNAL | MSG_DONTWAIT;
+    const auto sends = [socket](std::string_view packet) {
+        return send(socket, packet.data(), packet.size(), MSG_NOSIGNAL | MSG_DONTWAIT) >= 0;
+    };
+    const std::string_view all = bytes;
     const auto first =
-        input.ConsumeBool() ? input.ConsumeIntegralInRange<size_t>(0, bytes.size()) : bytes.size();
-    const size_t rest = bytes.size() - first;
-    return send(socket, bytes.data(), first, kFlags) >= 0 &&
-           (rest == 0 || send(socket, bytes.data() + first, rest, kFlags) >= 0);
+        input.ConsumeBool() ? input.ConsumeIntegralInRange<size_t>(1, all.size() + 1) : all.size();
+    const bool isWhole = first >= all.size();
+    return (all.empty() || sends(all.substr(0, first))) &&
+           (input.ConsumeIntegralInRange(0, 63) != 1 || sends("")) && (isWhole || sends(all.substr(first)));
 }
 
 } // namespace fuzz

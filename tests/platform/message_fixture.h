@@ -123,6 +123,11 @@ struct Served {
     ~Served() { HostMsgEndTask(task.c_str()); }
 };
 
+inline void SendPacket(const UniqueFd& connection, const std::string& packet)
+{
+    send(connection.Get(), packet.data(), packet.size(), MSG_NOSIGNAL); // which may have been closed
+}
+
 struct HostMessage {
     RuntimeDir directory;
     sockaddr_un address{AF_UNIX, ""}; // of "peer"/"task"
@@ -146,14 +151,14 @@ struct HostMessage {
     const sockaddr* Address() const { return reinterpret_cast<const sockaddr*>(&address); }
 
     /// A connection to "peer"/"task", over which @p packets were sent.
-    UniqueFd Connected(std::initializer_list<std::string> packets = {}) const
+    UniqueFd Connected(const std::vector<std::string>& packets = {}) const
     {
         UniqueFd connection([] { return socket(AF_UNIX, SOCK_SEQPACKET, 0); });
         const timeval limit{10, 0};
         setsockopt(connection.Get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
         EXPECT_EQ(connect(connection.Get(), Address(), sizeof address), 0);
         for (const std::string& packet : packets)
-            send(connection.Get(), packet.data(), packet.size(), MSG_NOSIGNAL);
+            SendPacket(connection, packet);
         return connection;
     }
 
@@ -191,7 +196,10 @@ inline std::string Raw(uint32_t dataLen, const std::string& data, uint32_t type 
 inline bool IsClosedOn(const UniqueFd& connection)
 {
     char byte;
-    return recv(connection.Get(), &byte, 1, 0) == 0 || errno == ECONNRESET;
+    ssize_t got = recv(connection.Get(), &byte, 1, 0);
+    if (got < 0 && errno == ECONNRESET) // is reported before what was sent ahead of it
+        got = recv(connection.Get(), &byte, 1, 0);
+    return got == 0;
 }
 
 /// Reads one message whole from a raw connection. Returns its sequence, 0 when there is none.

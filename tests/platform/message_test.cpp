@@ -8,6 +8,7 @@
 #include <optional>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -49,19 +50,21 @@ FORKED_TEST(HostMessage, FortyThreadsGetTheirOwnAnswersAndLeave32Connections)
 FORKED_TEST(HostMessage, WrongAnswersFailAtOnceAndTheNextCallWorks)
 {
     const struct {
-        std::string first, rest; // what the peer sends before it closes
+        std::vector<std::string> packets; // that the peer sends before it closes
         uint32_t result;
     } cases[] = {
-        {"", "", HOST_MSG_ERR_BROKEN},
-        {std::string(400, '#'), "", HOST_MSG_ERR_MALFORMED},
-        {Raw(0, "").substr(0, 100), "", HOST_MSG_ERR_MALFORMED},
-        {Raw(100, "little"), "by little", HOST_MSG_ERR_BROKEN}, // less than announced
-        {Raw(10, "little"), "by little", HOST_MSG_ERR_MALFORMED},
-        {Raw(kMaxDataLen + 1, "much"), "", HOST_MSG_ERR_MALFORMED},
-        {Raw(2, "ok", 2), "", HOST_MSG_ERR_MALFORMED}, // of an unknown type
-        {Raw(2, "surplus"), "", HOST_MSG_ERR_MALFORMED},
-        {Raw(10000, std::string(9000, 'l')), "", HOST_MSG_ERR_MALFORMED},  // a first packet that is too long
-        {Raw(2, "ok", OS_MSG_SYNCHRONOUS, 6), "", HOST_MSG_ERR_MALFORMED}, // to another message
+        {{}, HOST_MSG_ERR_BROKEN},
+        {{""}, HOST_MSG_ERR_BROKEN},
+        {{std::string(400, '#')}, HOST_MSG_ERR_MALFORMED},
+        {{Raw(0, "").substr(0, 100)}, HOST_MSG_ERR_MALFORMED},
+        {{Raw(100, "little"), "by little"}, HOST_MSG_ERR_BROKEN}, // less than announced
+        {{Raw(10, "little"), "", "more"}, HOST_MSG_ERR_BROKEN},
+        {{Raw(10, "little"), "by little"}, HOST_MSG_ERR_MALFORMED},
+        {{Raw(kMaxDataLen + 1, "much")}, HOST_MSG_ERR_MALFORMED},
+        {{Raw(2, "ok", 2)}, HOST_MSG_ERR_MALFORMED}, // of an unknown type
+        {{Raw(2, "surplus")}, HOST_MSG_ERR_MALFORMED},
+        {{Raw(10000, std::string(9000, 'l'))}, HOST_MSG_ERR_MALFORMED},  // a first packet that is too long
+        {{Raw(2, "ok", OS_MSG_SYNCHRONOUS, 6)}, HOST_MSG_ERR_MALFORMED}, // to another message
     };
     // Request 2n gets what case n says and loses its connection; the one after it is answered, and its
     // connection stays for the next.
@@ -70,17 +73,15 @@ FORKED_TEST(HostMessage, WrongAnswersFailAtOnceAndTheNextCallWorks)
         uint64_t sequence = 0;
         for (bool isGood = true; isGood && (sequence = ReadMessage(connection)) != 0; ++number) {
             isGood = number % 2 != 0;
-            const auto& wrong = cases[number / 2];
-            std::string bytes = isGood ? Raw(4, "good") : wrong.first;
-            if (bytes.size() >= sizeof(FrameHead))
-                std::memcpy(bytes.data() + offsetof(FrameHead, sequence), &sequence, sizeof sequence);
-            send(connection.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
-            if (!isGood && !wrong.rest.empty())
-                send(connection.Get(), wrong.rest.data(), wrong.rest.size(), MSG_NOSIGNAL);
+            for (std::string packet : isGood ? std::vector{Raw(4, "good")} : cases[number / 2].packets) {
+                if (packet.size() >= sizeof(FrameHead))
+                    std::memcpy(packet.data() + offsetof(FrameHead, sequence), &sequence, sizeof sequence);
+                SendPacket(connection, packet);
+            }
         }
     });
-    for (const auto& [first, rest, result] : cases) {
-        SCOPED_TRACE(first);
+    for (const auto& [packets, result] : cases) {
+        SCOPED_TRACE(packets.empty() ? "nothing" : packets[0]);
         Expect(Ask("peer").result, result,
                result == HOST_MSG_ERR_BROKEN ? "message 5: peer.task closed the connection"
                                              : "message 5: peer.task sent a malformed answer");
@@ -95,8 +96,7 @@ FORKED_TEST(HostMessage, ALateAnswerIsNeverTakenForTheNext)
             const UniqueFd connection([&] { return accept(listener, nullptr, nullptr); });
             const uint64_t first = ReadMessage(connection);
             const auto answer = [&](uint64_t sequence, const char* data) {
-                const std::string bytes = Raw(3, data, OS_MSG_SYNCHRONOUS, 5, sequence);
-                send(connection.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+                SendPacket(connection, Raw(3, data, OS_MSG_SYNCHRONOUS, 5, sequence));
             };
             answer(first, "1st");
             const uint64_t second = ReadMessage(connection);
@@ -107,14 +107,34 @@ FORKED_TEST(HostMessage, ALateAnswerIsNeverTakenForTheNext)
         EXPECT_EQ(Ask("peer").data, "2nd");
     }
     std::filesystem::remove(address.sun_path);
-    { // earlier answers without end
-        const Child peer = ServeRaw([&](int listener) {
+    // What has not been read when the time is up is not read, lest a peer that never stops sending hold its
+    // caller up: an answer that follows an earlier one, or the data of one.
+    for (const bool isEarlier : {true, false}) {
+        const Child peer = ServeRaw([isEarlier](int listener) {
             const UniqueFd connection([&] { return accept(listener, nullptr, nullptr); });
-            const std::string bytes = Raw(0, "", OS_MSG_SYNCHRONOUS, 5, 0);
-            while (send(connection.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL) > 0) {
-            }
+            const uint64_t sequence = ReadMessage(connection);
+            kill(getppid(), SIGSTOP); // the caller
+            SendPacket(connection, isEarlier ? Raw(0, "", OS_MSG_SYNCHRONOUS, 5, 0)
+                                             : Raw(2, "", OS_MSG_SYNCHRONOUS, 5, sequence));
+            SendPacket(connection, isEarlier ? Raw(2, "ok", OS_MSG_SYNCHRONOUS, 5, sequence) : "ok");
+            usleep(250000);
+            kill(getppid(), SIGCONT);
         });
         EXPECT_EQ(Ask("peer", 5, "", 200).result, uint32_t{HOST_MSG_ERR_TIMEOUT});
+        std::filesystem::remove(address.sun_path);
+    }
+    { // one comes through though its sender closes with part of the request unread
+        const Child peer = ServeRaw([](int listener) {
+            UniqueFd connection([&] { return accept(listener, nullptr, nullptr); });
+            FirstPacket request;
+            recv(connection.Get(), &request, sizeof request, 0);
+            WaitFor(connection.Get(), POLLIN, Deadline(std::chrono::seconds(10)));
+            kill(getppid(), SIGSTOP); // so that it reads only when the connection is closed
+            SendPacket(connection, Raw(4, "rude", OS_MSG_SYNCHRONOUS, 5, request.head.sequence));
+            connection.Close();
+            kill(getppid(), SIGCONT);
+        });
+        EXPECT_EQ(Ask("peer", 5, std::string(10000, 'd')).data, "rude");
     }
     std::filesystem::remove(address.sun_path);
     const Child peer = Serve();
@@ -125,7 +145,7 @@ FORKED_TEST(HostMessage, ALateAnswerIsNeverTakenForTheNext)
         EXPECT_EQ(Ask("peer", 5, "next").data, "next");
         usleep(100000);
     }
-    EXPECT_EQ(Ask("peer", 5, "next", 200).data, "next");
+    EXPECT_TRUE(Eventually([] { return Ask("peer", 5, "next", 200).data == "next"; }));
     EXPECT_EQ(Ask("peer", 5, "slow").data, "slow"); // over a connection that had less time before
 }
 
@@ -163,30 +183,40 @@ FORKED_TEST(HostMessage, AServingTaskOutlivesWhatItsClientsDo)
     const std::string garbage =
         "peer.task: process " + std::to_string(getpid()) + " sent garbage, its connection is closed";
     const struct {
-        std::string first, rest, line;
+        std::vector<std::string> packets;
+        std::string line;
+        bool isClosedOn = true;
     } cases[] = {
-        {Raw(0, "", OS_MSG_ASYNCHRONOUS), "", ""},
-        {Raw(kMaxDataLen + 1, ""), "", garbage},
-        {Raw(0, "", 2), "", garbage},
-        {'x' + Raw(0, "").substr(1), "", garbage},
-        {Raw(0, "").substr(0, 7), "", garbage},
-        {Raw(4, "surplus"), "", garbage},
-        {Raw(10000, std::string(9000, 'l')), "", garbage}, // a first packet that is too long
-        {Raw(1000, "some data"), std::string(992, 's'), garbage},
-        {Raw(1000, "some data"), "and more", "peer.task: a message broke off after 193 bytes"},
-        {Raw(4, "slow"), "", ""}, // gone while its answer is made
+        {{Raw(0, "", OS_MSG_ASYNCHRONOUS)}, "", false},
+        {{""}, ""},
+        {{Raw(1000, "some"), ""}, "peer.task: a message broke off after 180 bytes"},
+        {{Raw(1000, "some data"), "and more"}, "peer.task: a message broke off after 193 bytes", false},
+        {{Raw(kMaxDataLen + 1, "")}, garbage},
+        {{Raw(0, "", 2)}, garbage},
+        {{'x' + Raw(0, "").substr(1)}, garbage},
+        {{Raw(0, "").substr(0, 7)}, garbage},
+        {{Raw(4, "surplus")}, garbage},
+        {{Raw(10000, std::string(9000, 'l'))}, garbage}, // a first packet that is too long
+        {{Raw(1000, "some data"), std::string(992, 's')}, garbage},
+        {{Raw(4, "slow")}, "", false}, // gone while its answer is made
     };
-    for (const auto& [first, rest, line] : cases) {
-        UniqueFd connection = Connected({first});
-        if (!rest.empty())
-            send(connection.Get(), rest.data(), rest.size(), MSG_NOSIGNAL);
-        EXPECT_TRUE(line != garbage || IsClosedOn(connection));
+    for (const auto& [packets, line, isClosedOn] : cases) {
+        UniqueFd connection = Connected(packets);
+        EXPECT_TRUE(!isClosedOn || IsClosedOn(connection));
         connection.Close();
         EXPECT_EQ(Ask("peer").data, "question");
         peer.ExpectOutput(line);
     }
     const UniqueFd connection = Connected({Raw(4, "slow"), Raw(4, "fast")}); // answered one after the other
     EXPECT_TRUE(ReadMessage(connection) && ReadMessage(connection));
+    // What was sent before the connection was closed with an answer unread is taken in all the same.
+    UniqueFd hasty = Connected({Raw(4, "fast")});
+    WaitFor(hasty.Get(), POLLIN, Deadline(std::chrono::seconds(10)));
+    kill(peer.Process(), SIGSTOP);
+    SendPacket(hasty, Raw(1000, "so"));
+    hasty.Close();
+    kill(peer.Process(), SIGCONT);
+    peer.ExpectOutput("peer.task: a message broke off after 178 bytes");
 }
 
 TEST(HostMessage, PacketsFitASocketsBufferAndKeptDataIsSentLater)
@@ -525,6 +555,17 @@ FORKED_TEST(HostMessage, AStoppedReceiverNeverBlocksTheSender)
     peer.ExpectOutput("peer.task: a message broke off after ");
 }
 
+FORKED_TEST(HostMessage, ASlowReceiverGetsAMessageThatHasBegunToLeave)
+{
+    const Child peer = ServeRaw([](int listener) {
+        const UniqueFd connection([&] { return accept(listener, nullptr, nullptr); });
+        std::string data(1U << 20U, '\0');
+        while (recv(connection.Get(), data.data(), data.size(), 0) > 0)
+            usleep(15000); // never drains the socket, and reads in each moment that the sender waits
+    });
+    EXPECT_TRUE(Eventually([] { return Tell("peer", 5, std::string(400000, 'd')) == 0; }));
+}
+
 FORKED_TEST(HostMessage, AReceiverThatDoesNotAcceptNeverBlocksTheSender)
 {
     const Child peer = ServeRaw([](int) { pause(); }, 0);
@@ -534,7 +575,9 @@ FORKED_TEST(HostMessage, AReceiverThatDoesNotAcceptNeverBlocksTheSender)
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(100));
     EXPECT_EQ(Ask("peer", 5, "", 200).result, uint32_t{HOST_MSG_ERR_TIMEOUT});
     EXPECT_GT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(200));
-    InFork([] { EXPECT_EQ(BecomePeer(), uint32_t{HOST_MSG_ERR_TAKEN}); }); // full is not dead
+    InFork([] { // full is not dead
+        Expect(BecomePeer(), HOST_MSG_ERR_TAKEN, "peer.task is already served by another process");
+    });
 }
 
 FORKED_TEST(HostMessage, MessagesOfOneThreadArriveInOrderAndSignalsAreTheApplications)

@@ -75,8 +75,8 @@ void Connection::ReadSome()
         if (arriving_ != nullptr)
             target = std::span(arriving_->data.get(), arriving_->envelope.dataLen).subspan(received_);
         const ssize_t got = recv(socket_.Get(), target.data(), target.size(), MSG_DONTWAIT | MSG_TRUNC);
-        if (got < 0 && errno == EINTR)
-            continue;
+        if (got < 0 && (errno == EINTR || errno == ECONNRESET))
+            continue; // a reset is reported once, before what was sent ahead of it
         if (got < 0 && errno == EAGAIN) {
             hasUnread_ = false;
             return;

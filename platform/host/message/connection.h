@@ -1,4 +1,4 @@
-// The receiving end of a connection: reads messages off the stream, sends answers back.
+// The receiving end of a connection: takes in messages, sends answers back.
 #pragma once
 
 #include "message/frame.h"

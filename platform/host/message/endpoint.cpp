@@ -187,8 +187,9 @@ uint32_t ServeEndpoint(const std::string& endpoint, ServedEndpoint& served)
     if (!probe.IsOpen())
         return SystemFailure("socket", endpoint);
     if (Connect(probe, address) == 0 || errno == EAGAIN || errno == EPROTOTYPE) {
-        Report(kReportError, "%s is already served by process %d", endpoint.c_str(),
-               PeerOfThisUser(probe.Get()).value_or(0));
+        const std::optional<pid_t> other = PeerOfThisUser(probe.Get()); // known once connected
+        const std::string name = other ? "process " + std::to_string(*other) : "another process";
+        Report(kReportError, "%s is already served by %s", endpoint.c_str(), name.c_str());
         return HOST_MSG_ERR_TAKEN;
     }
     unlinkat(directory.Get(), endpoint.c_str(), 0);

@@ -19,8 +19,8 @@ namespace {
 
 constexpr uint64_t kMark = 0x3347534d4b534556; // "VESKMSG3"
 
-// Two of them fit into a socket's buffer of the kernel's default size, so that one end writes while the other
-// reads.
+// Measured to be the fastest: it fits a few times into a socket's buffer of the kernel's default size, so
+// that one end writes while the other reads.
 constexpr size_t kLongestPacket = 96U << 10;
 
 /// Whether a packet finds room behind a head, so that a message that is refused has not begun to leave.

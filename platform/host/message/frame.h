@@ -54,6 +54,8 @@ public:
 
     bool HasBegun() const { return hasBegun_; }
 
+    size_t BytesLeft() const { return firstSize_ + rest_.size(); }
+
     /// Copies the data that is not yet written, which need not outlive the writer any more.
     void KeepData();
 

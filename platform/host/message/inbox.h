@@ -78,10 +78,11 @@ public:
     /// Has a socket's OnReady called again once no message waits.
     void CallAgain(uint64_t number);
 
-    /// Does so for one that there is no room for. Until its turn has come none has room.
+    /// The same for a socket that has to stop reading, as there is no room or it has had its share. HasRoom()
+    /// is false until those that were put off have been called.
     void PutOff(uint64_t number);
 
-    /// False when no more messages may wait, or those that were put off come first.
+    /// Whether another message may wait, and no socket that was put off comes first.
     bool HasRoom() const;
 
     void Push(std::unique_ptr<Message> message);

@@ -83,14 +83,18 @@ const char* Words(uint32_t error)
 uint32_t Write(int socket, FrameWriter& writer, const std::optional<Deadline>& deadline)
 {
     constexpr std::chrono::milliseconds kMoment(20);
-    for (;;) {
+    for (bool hasRoom = true;;) {
+        const size_t before = writer.BytesLeft();
         const FrameWriter::Progress progress = writer.WriteSome(socket);
         if (progress != FrameWriter::Progress::kNoRoom)
             return progress == FrameWriter::Progress::kDone ? 0 : HOST_MSG_ERR_BROKEN;
-        if (!deadline && !writer.HasBegun())
+        if (deadline && !hasRoom)
+            return HOST_MSG_ERR_TIMEOUT;
+        if (!deadline && (!writer.HasBegun() || (!hasRoom && writer.BytesLeft() == before)))
             return HOST_MSG_ERR_FULL;
-        if (!WaitFor(socket, POLLOUT, deadline.value_or(Deadline(kMoment))))
-            return deadline ? HOST_MSG_ERR_TIMEOUT : HOST_MSG_ERR_FULL;
+        // There may be room for a packet all the same: the kernel reports no less than three quarters of the
+        // buffer.
+        hasRoom = WaitFor(socket, POLLOUT, deadline.value_or(Deadline(kMoment)));
     }
 }
 
@@ -123,7 +127,8 @@ public:
     AnswerReader(Outgoing& connection, uint32_t timeoutMs, const Deadline& deadline)
         : socket_(connection.socket.Get()), deadline_(deadline), waitFlag_(MSG_DONTWAIT)
     {
-        // Waiting in recv() itself saves a system call, but its limit is that of the whole time-out.
+        // Waiting in recv() itself saves a system call. The socket keeps the limit of the whole time-out from
+        // call to call, so it is done only while none of that has passed.
         const int left = deadline.Milliseconds();
         if (left == 0 || static_cast<uint32_t>(left) != timeoutMs)
             return;
@@ -141,11 +146,8 @@ public:
             if (const uint32_t error = ReadMessage(read, answer); error != 0)
                 return error;
             if (read >= sequence)
-                break;
-            if (deadline_.HasPassed())
-                return HOST_MSG_ERR_TIMEOUT; // to a peer that never stops sending as well
+                return read == sequence && answer->msgId == msgId ? 0 : HOST_MSG_ERR_MALFORMED;
         }
-        return read == sequence && answer->msgId == msgId ? 0 : HOST_MSG_ERR_MALFORMED;
     }
 
 private:
@@ -181,6 +183,8 @@ private:
     /// @p size bytes, or HOST_MSG_ERR_TIMEOUT.
     uint32_t Receive(void* target, size_t size, size_t& received)
     {
+        if (!std::exchange(isFirst_, false) && deadline_.HasPassed())
+            return HOST_MSG_ERR_TIMEOUT; // a peer may never stop sending
         do {
             const ssize_t result =
                 recv(socket_, target, size, MSG_TRUNC | std::exchange(waitFlag_, MSG_DONTWAIT));
@@ -188,7 +192,8 @@ private:
                 received = static_cast<size_t>(result);
                 return received <= size ? 0 : HOST_MSG_ERR_MALFORMED;
             }
-            if (result == 0 || (errno != EAGAIN && errno != EINTR))
+            // A peer that closed with something unread is reported before what it had sent.
+            if (result == 0 || (errno != EAGAIN && errno != EINTR && errno != ECONNRESET))
                 return HOST_MSG_ERR_BROKEN;
         } while (WaitFor(socket_, POLLIN, deadline_));
         return HOST_MSG_ERR_TIMEOUT;
@@ -196,7 +201,8 @@ private:
 
     const int socket_;
     const Deadline& deadline_;
-    int waitFlag_; // of the next recv()
+    int waitFlag_;        // of the next recv()
+    bool isFirst_ = true; // packet
 };
 
 } // namespace
