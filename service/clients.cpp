@@ -61,7 +61,7 @@ int WriteFile(const std::string& name, const std::string& text)
     const std::string draft = name + ".new";
     const int directory = HostMsgOpenRuntimeDir();
     if (directory < 0)
-        return errno;
+        return ENOENT;                     // the reason has been logged
     unlinkat(directory, draft.c_str(), 0); // whatever is there
     const int file = openat(directory, draft.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     const ssize_t written = file < 0 ? -1 : write(file, text.data(), text.size());

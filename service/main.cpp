@@ -79,22 +79,22 @@ int Run(const Identity& self, const DeviceDescription& device, Timeline::Clock c
                      self.taskName.c_str(), ret);
         return 1;
     }
-    std::thread signalWaiter([&] {
-        for (int signal = 0; sigwait(&signals, &signal) == 0 && signal == SIGALRM;)
-            SendTick(self);
-        HostMsgEndTask(self.taskName.c_str());
-    });
     service.Begin();
     if (!scenario.empty()) {
         if (const Result result = service.Execute(VESK_CONTROL_SCENARIO, scenario); result != kOk)
             LOG(kError, "the scenario is refused: %u", result);
     }
+    std::thread signalWaiter([&] {
+        for (int signal = 0; sigwait(&signals, &signal) == 0 && signal == SIGALRM;)
+            SendTick(self);
+        HostMsgEndTask(self.taskName.c_str());
+    });
     std::printf("vesk-video-service: serving %s/%s (process %d)\n", self.procName.c_str(),
                 self.taskName.c_str(), getpid());
     std::fflush(stdout);
     OsMsgTaskRoutineByName(self.taskName.c_str());
-    service.End();
     signalWaiter.join();
+    service.End();
     std::printf("vesk-video-service: ended\n");
     return 0;
 }
