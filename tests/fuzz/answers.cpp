@@ -7,7 +7,7 @@ using namespace fuzz;
 
 namespace {
 
-/// Answers one request on a connection of its own. Returns what was sent, as far as it did not fail.
+/// Answers one request on a connection of its own.
 void Serve(int listener, FuzzedDataProvider* input)
 {
     const int connection = accept(listener, nullptr, nullptr);

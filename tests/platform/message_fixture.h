@@ -145,7 +145,7 @@ struct HostMessage {
     {
         OsMsgSetLogLevel(4);
         for (const auto& [process, task] : std::set(g_peers))
-            EXPECT_NE(Tell(process, 0, "", task), 0U); // gives connections to who has ended up
+            EXPECT_NE(Tell(process, 0, "", task), 0U); // closes the connections to those that have ended
     }
 
     const sockaddr* Address() const { return reinterpret_cast<const sockaddr*>(&address); }

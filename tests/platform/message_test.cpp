@@ -541,7 +541,7 @@ FORKED_TEST(HostMessage, AStoppedReceiverNeverBlocksTheSender)
     Child peer = Serve();
     const size_t before = OpenDescriptors().size();
     kill(peer.Process(), SIGSTOP);
-    for (const auto& [size, left] : {std::pair(500U, 1U), std::pair(kMaxDataLen, 0U)}) {
+    for (const auto& [size, left] : {std::pair(kMaxDataLen, 0U), std::pair(500U, 1U)}) {
         uint32_t result = 0;
         for (int i = 0; i < 5000 && result == 0; ++i)
             result = Tell("peer", 5, std::string(size, 'd'));
@@ -561,7 +561,7 @@ FORKED_TEST(HostMessage, ASlowReceiverGetsAMessageThatHasBegunToLeave)
         const UniqueFd connection([&] { return accept(listener, nullptr, nullptr); });
         std::string data(1U << 20U, '\0');
         while (recv(connection.Get(), data.data(), data.size(), 0) > 0)
-            usleep(15000); // never drains the socket, and reads in each moment that the sender waits
+            usleep(11000); // never drains the socket, and reads in each moment that the sender waits
     });
     EXPECT_TRUE(Eventually([] { return Tell("peer", 5, std::string(400000, 'd')) == 0; }));
 }
@@ -571,8 +571,8 @@ FORKED_TEST(HostMessage, AReceiverThatDoesNotAcceptNeverBlocksTheSender)
     const Child peer = ServeRaw([](int) { pause(); }, 0);
     const UniqueFd waiting = Connected(); // and no other has room
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(Tell("peer"), uint32_t{HOST_MSG_ERR_FULL});
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(100));
+    Expect(Tell("peer"), HOST_MSG_ERR_FULL, "peer.task accepts no connection: its backlog is full");
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
     EXPECT_EQ(Ask("peer", 5, "", 200).result, uint32_t{HOST_MSG_ERR_TIMEOUT});
     EXPECT_GT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(200));
     InFork([] { // full is not dead
@@ -583,9 +583,14 @@ FORKED_TEST(HostMessage, AReceiverThatDoesNotAcceptNeverBlocksTheSender)
 FORKED_TEST(HostMessage, MessagesOfOneThreadArriveInOrderAndSignalsAreTheApplications)
 {
     static std::vector<uint32_t> s_numbers;
+    static std::atomic<bool> s_isHeld = false;
+    constexpr uint32_t kOthers = 2000;
     ASSERT_EQ(HostMsgSetProcName("self"), 0U);
     const Handler note = [](OsMsgEnvelope* message) {
-        s_numbers.push_back(message->msgId);
+        while (s_isHeld)
+            usleep(1000);
+        if (message->msgId != kOthers)
+            s_numbers.push_back(message->msgId);
         return Echo(message);
     };
     Served task("task", note, false);
@@ -601,7 +606,18 @@ FORKED_TEST(HostMessage, MessagesOfOneThreadArriveInOrderAndSignalsAreTheApplica
         EXPECT_EQ(Tell("self", 2 * i), 0U);
         EXPECT_EQ(Ask("self", 2 * i + 1).result, 0U);
     }
-    ASSERT_EQ(s_numbers.size(), 1000U);
+    s_isHeld = true;
+    for (uint32_t i = 1000; i < 1020; ++i) // more than are taken in
+        EXPECT_EQ(Tell("self", i), 0U);
+    {
+        const std::jthread other([] { EXPECT_EQ(Ask("self", kOthers).result, 0U); });
+        usleep(20000);
+        EXPECT_EQ(Tell("self", 1020), 0U);
+        usleep(20000);
+        s_isHeld = false;
+    }
+    EXPECT_EQ(Ask("self", 1021).result, 0U);
+    ASSERT_EQ(s_numbers.size(), 1022U);
     EXPECT_TRUE(std::is_sorted(s_numbers.begin(), s_numbers.end()));
     EXPECT_EQ(sigwaitinfo(&user1, nullptr), SIGUSR1);
 }
@@ -750,10 +766,13 @@ FORKED_TEST(HostMessage, NamesAreTakenAwayByWhoServesThemAlone)
            "runtime directory " + directory.path + " stays locked, peer.task is not served");
     // It is tried again a second later, also by a thread that has met the attempt under way.
     const auto send = [] { Tell("nobody", 5, "", "task", "other"); };
+    const Deadline late(std::chrono::seconds(1)); // an asynchronous message waits for a moment only
     std::jthread first(send);
-    usleep(100000);
+    usleep(20000);
     send();
     first.join();
+    EXPECT_EQ(Ask("nobody", 5, "", 10, "task", "another").result, uint32_t{HOST_MSG_ERR_ABSENT});
+    EXPECT_FALSE(late.HasPassed());
     flock(locked.Get(), LOCK_UN);
     EXPECT_TRUE(Eventually([&] {
         send();
@@ -778,8 +797,22 @@ FORKED_TEST(HostMessage, AnotherUserIsRefusedAtBothEnds)
         EXPECT_EQ(Ask("peer").data, "question");
     }
     std::filesystem::remove(address.sun_path);
-    const Child foreign = ServeRaw([](int) { pause(); }, 16, 12345);
-    Expect(Ask("peer").result, HOST_MSG_ERR_FOREIGN, "peer.task is served by another user");
+    {
+        const Child foreign = ServeRaw([](int) { pause(); }, 16, 12345);
+        Expect(Ask("peer").result, HOST_MSG_ERR_FOREIGN, "peer.task is served by another user");
+    }
+    std::filesystem::remove(address.sun_path);
+    std::filesystem::remove(directory.File(".lock"));
+    EXPECT_EQ(chown(directory.path.c_str(), 12345, 12345), 0);
+    InFork([&] { // a name stays its owner's also when that cannot be connected to
+        EXPECT_EQ(setuid(12345), 0);
+        EXPECT_EQ(BecomePeer(), 0U);
+        chmod(address.sun_path, 0);
+        InFork([] {
+            Expect(BecomePeer(), HOST_MSG_ERR_SYSTEM, "connection of peer.task failed: Permission denied");
+        });
+    });
+    EXPECT_EQ(chown(directory.path.c_str(), 0, 0), 0);
 }
 
 FORKED_TEST(HostMessage, AForkedChildStartsAfresh)
@@ -870,19 +903,32 @@ FORKED_TEST(HostMessage, WithoutDescriptorsItFailsAtOnceAndWorksAgainWithThem)
         setrlimit(RLIMIT_NOFILE, &before);
         HostMsgEndTask("task");
     }
-    const Served task("task", Echo);
+    static std::atomic<uint32_t> s_last = 0;
+    const Handler note = [](OsMsgEnvelope* message) {
+        s_last = message->msgId;
+        return message->type == OS_MSG_SYNCHRONOUS ? Echo(message) : 0;
+    };
+    const Served task("task", note);
     EXPECT_EQ(Ask("peer").data, "question");
     leave(0);
     EXPECT_EQ(Ask("peer", 5, "x", 5000, "task", "late").result, 0U); // and is not served under that name
-    int status = 0;
-    if (const pid_t client = fork(); client == 0) {
-        setrlimit(RLIMIT_NOFILE, &before);
-        _exit(Ask("peer").result == HOST_MSG_ERR_BROKEN ? 0 : 1);
-    } else {
-        waitpid(client, &status, 0);
-    }
-    EXPECT_EQ(status, 0);
+    const auto inClient = [&](const std::function<bool()>& holds) {
+        int status = 0;
+        if (const pid_t client = fork(); client == 0) {
+            setrlimit(RLIMIT_NOFILE, &before);
+            _exit(holds() ? 0 : 1);
+        } else {
+            waitpid(client, &status, 0);
+        }
+        EXPECT_EQ(status, 0);
+    };
+    inClient([] { return Ask("peer").result == HOST_MSG_ERR_BROKEN; });
+    const rlimit none{0, before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none); // nor can it be refused
+    inClient([] { return Tell("peer", 77) == 0; });
+    usleep(20000);
     setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_TRUE(Eventually([] { return s_last == 77; }));
     Expect(Ask("peer").result, 0, "peer.task: no descriptor left for a connection");
     InFork([] { EXPECT_EQ(Ask("peer").data, "question"); });
     const auto isServed = [&] { return access(directory.File("late.task").c_str(), F_OK) == 0; };

@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <new>
 #include <span>
 #include <utility>
 
@@ -35,7 +34,6 @@ bool Connection::Start()
 
 void Connection::OnReady(uint32_t events)
 {
-    hasUnread_ = true;
     isAbandoned_ = isAbandoned_ || (events & (EPOLLHUP | EPOLLERR)) != 0;
     if ((events & EPOLLOUT) != 0)
         Flush();
@@ -45,27 +43,18 @@ void Connection::OnReady(uint32_t events)
         Read();
 }
 
-void Connection::Read()
-{
-    try {
-        ReadSome();
-    } catch (const std::exception& error) {
-        Lose(error, true);
-    }
-}
-
-void Connection::Lose(const std::exception& error, bool isAwaited)
+void Connection::Lose(const std::bad_alloc& error, bool isAwaited)
 {
     Report(kReportError, "%s: a message of process %d is lost: %s", endpoint_.c_str(), peer_, error.what());
     if (isAwaited)
         Drop(); // its sender need not wait
 }
 
-void Connection::ReadSome()
+void Connection::Read()
 {
     // A peer that never stops sending must not starve the others.
     constexpr int kReadsAtOnce = 64;
-    for (int reads = 0; socket_.IsOpen() && !owesAnswer_ && hasUnread_; ++reads) {
+    for (int reads = 0; socket_.IsOpen() && !owesAnswer_; ++reads) {
         if (!inbox_->HasRoom() || reads == kReadsAtOnce) {
             inbox_->PutOff(number_);
             return;
@@ -77,10 +66,8 @@ void Connection::ReadSome()
         const ssize_t got = recv(socket_.Get(), target.data(), target.size(), MSG_DONTWAIT | MSG_TRUNC);
         if (got < 0 && (errno == EINTR || errno == ECONNRESET))
             continue; // a reset is reported once, before what was sent ahead of it
-        if (got < 0 && errno == EAGAIN) {
-            hasUnread_ = false;
+        if (got < 0 && errno == EAGAIN)
             return;
-        }
         if (got <= 0) { // an empty packet, which none of ours is, passes for the end
             if (arriving_ != nullptr)
                 Report(kReportError, "%s: a message broke off after %zu bytes", endpoint_.c_str(),

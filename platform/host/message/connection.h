@@ -4,8 +4,8 @@
 #include "message/frame.h"
 #include "message/inbox.h"
 
-#include <exception>
 #include <memory>
+#include <new>
 #include <string>
 
 namespace vesk::host {
@@ -29,8 +29,8 @@ public:
 
     /**
      * Keeps the answer to a message that came from here owed until this connection is closed. Returns the
-     * number to take it by: one that nothing is kept under when the sender has gone already, 0 when too many
-     * answers are owed. May throw std::bad_alloc.
+     * number to take it by, or 0 when too many answers are owed. When the sender has gone already, nothing is
+     * kept under that number. May throw std::bad_alloc.
      */
     uint64_t Defer(const OsMsgEnvelope& request, uint64_t sequence);
 
@@ -38,11 +38,10 @@ public:
 
 private:
     void Read();
-    void ReadSome();
     bool Take(const FirstPacket& packet, size_t size);
     bool TakeRest(size_t size);
     void Deliver();
-    void Lose(const std::exception& error, bool isAwaited);
+    void Lose(const std::bad_alloc& error, bool isAwaited);
     void Flush();
     void Drop();
 
@@ -57,7 +56,6 @@ private:
     size_t toSkip_ = 0;   // bytes of data of one that there was no memory for
     bool owesAnswer_ = false;
     uint64_t deferred_ = 0;               // number of the last answer that was put off
-    bool hasUnread_ = false;              // there may be something to read
     bool isAbandoned_ = false;            // nobody will read an answer
     std::unique_ptr<FrameWriter> unsent_; // an answer that the socket had no room for
 };

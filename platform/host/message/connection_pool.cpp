@@ -1,6 +1,8 @@
 // Connections of this process to the endpoints it sends to.
 #include "message/connection_pool.h"
 
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -21,6 +23,13 @@ bool IsSilent(const Outgoing& connection)
     return recv(connection.socket.Get(), &byte, 1, MSG_PEEK | MSG_DONTWAIT) < 0 && errno == EAGAIN;
 }
 
+/// True when the peer has taken in all that was sent.
+bool IsRead(const Outgoing& connection)
+{
+    int unread = 0;
+    return ioctl(connection.socket.Get(), SIOCOUTQ, &unread) == 0 && unread == 0;
+}
+
 } // namespace
 
 ConnectionPool::ConnectionPool()
@@ -30,25 +39,32 @@ ConnectionPool::ConnectionPool()
 
 Outgoing ConnectionPool::Take(const EndpointNames& to)
 {
+    const std::thread::id self = std::this_thread::get_id();
+    const auto isOwn = [&](const Outgoing& idle) { return idle.asyncSender == self && idle.to == to; };
+    const auto isFree = [&](const Outgoing& idle) {
+        return idle.to == to && (idle.asyncSender == std::thread::id() || IsRead(idle));
+    };
     const std::lock_guard guard(lock_);
-    for (size_t i = idle_.size(); i-- != 0;) {
-        if (idle_[i].to == to) {
-            Outgoing taken = std::move(idle_[i]);
-            idle_.erase(idle_.begin() + static_cast<long>(i));
-            taken.isPooled = true;
-            return taken;
-        }
-    }
-    return {.to = to};
+    auto found = std::find_if(idle_.rbegin(), idle_.rend(), isOwn);
+    if (found == idle_.rend())
+        found = std::find_if(idle_.rbegin(), idle_.rend(), isFree);
+    if (found == idle_.rend())
+        return {.to = to};
+    Outgoing taken = std::move(*found);
+    idle_.erase(std::next(found).base());
+    taken.isPooled = true;
+    return taken;
 }
 
 void ConnectionPool::GiveBack(Outgoing connection)
 {
     const std::lock_guard guard(lock_);
-    const auto isToTheSame = [&](const Outgoing& other) { return other.to == connection.to; };
+    const auto isFree = [&](const Outgoing& idle) {
+        return idle.to == connection.to && idle.asyncSender == std::thread::id();
+    };
     if (idle_.size() == kMaxIdle)
         idle_.erase(idle_.begin());
-    if (std::count_if(idle_.begin(), idle_.end(), isToTheSame) < kMaxIdleOfOne)
+    if (!isFree(connection) || std::count_if(idle_.begin(), idle_.end(), isFree) < kMaxIdleOfOne)
         idle_.push_back(std::move(connection));
 }
 

@@ -4,6 +4,7 @@
 #include "message/endpoint.h"
 
 #include <mutex>
+#include <thread>
 #include <vector>
 
 namespace vesk::host {
@@ -12,13 +13,14 @@ namespace vesk::host {
 struct Outgoing {
     EndpointNames to = {};
     UniqueFd socket = {};
-    bool isPooled = false; // was used before: its peer may have gone
-    int waitAtMostMs = 0;  // that a read waits; 0: for ever
+    bool isPooled = false;            // was used before: its peer may have gone
+    int waitAtMostMs = 0;             // that a read waits; 0: for ever
+    std::thread::id asyncSender = {}; // whose asynchronous messages may not have been read yet
 };
 
 /**
- * Idle connections. One is given back only between two messages. That which was given back last is taken
- * first, so that messages which one thread sends one after another arrive in order.
+ * Idle connections. One is given back only between two messages. As long as a thread's messages may be unread
+ * in one, its next message takes the same one and no other thread does, so that they arrive in order.
  */
 class ConnectionPool {
 public:

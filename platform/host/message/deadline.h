@@ -14,6 +14,8 @@ public:
 
     bool HasPassed() const { return Clock::now() >= end_; }
 
+    bool operator<(const Deadline& other) const { return end_ < other.end_; }
+
     /// Milliseconds left, rounded up, for poll().
     int Milliseconds() const
     {

@@ -81,13 +81,12 @@ uint32_t SystemFailure(const char* what, const std::string& endpoint)
 
 /// Serialises all processes that bind or remove names in the directory, until it is closed. Nobody else may
 /// open the file, so nobody else can hold the lock.
-UniqueFd LockDirectory(const UniqueFd& directory)
+UniqueFd LockDirectory(const UniqueFd& directory, const Deadline& deadline)
 {
     UniqueFd file([&] {
         return openat(directory.Get(), ".lock", O_RDONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK,
                       S_IRUSR | S_IWUSR);
     });
-    const Deadline deadline(std::chrono::seconds(2));
     while (file.IsOpen() && flock(file.Get(), LOCK_EX | LOCK_NB) != 0) {
         if (deadline.HasPassed())
             return {};
@@ -154,8 +153,10 @@ uint32_t ConnectEndpoint(const std::string& endpoint, const std::optional<Deadli
     if (!connected.IsOpen())
         return SystemFailure("socket for a connection", endpoint);
     if (Connect(connected, AddressIn(directory, endpoint), deadline) != 0) {
-        if (errno == EAGAIN)
+        if (errno == EAGAIN) {
+            Report(kReportError, "%s accepts no connection: its backlog is full", endpoint.c_str());
             return deadline ? HOST_MSG_ERR_TIMEOUT : HOST_MSG_ERR_FULL;
+        }
         if (errno != ENOENT && errno != ECONNREFUSED)
             return SystemFailure("connection", endpoint);
         Report(kReportError, "nobody serves %s in %s", endpoint.c_str(), RuntimeDirPath().c_str());
@@ -171,15 +172,17 @@ uint32_t ConnectEndpoint(const std::string& endpoint, const std::optional<Deadli
     return 0;
 }
 
-uint32_t ServeEndpoint(const std::string& endpoint, ServedEndpoint& served)
+uint32_t ServeEndpoint(const std::string& endpoint, const Deadline& deadline, ServedEndpoint& served)
 {
     const UniqueFd directory = OpenRuntimeDir();
     if (!directory.IsOpen())
         return HOST_MSG_ERR_DIRECTORY;
-    const UniqueFd lock = LockDirectory(directory);
+    const UniqueFd lock = LockDirectory(directory, deadline);
     if (!lock.IsOpen()) {
-        Report(kReportError, "runtime directory %s stays locked, %s is not served", RuntimeDirPath().c_str(),
-               endpoint.c_str());
+        const std::string what =
+            errno == EWOULDBLOCK ? "stays locked" : std::string("cannot be locked: ") + strerror(errno);
+        Report(kReportError, "runtime directory %s %s, %s is not served", RuntimeDirPath().c_str(),
+               what.c_str(), endpoint.c_str());
         return HOST_MSG_ERR_DIRECTORY;
     }
     const sockaddr_un address = AddressIn(directory, endpoint);
@@ -187,11 +190,13 @@ uint32_t ServeEndpoint(const std::string& endpoint, ServedEndpoint& served)
     if (!probe.IsOpen())
         return SystemFailure("socket", endpoint);
     if (Connect(probe, address) == 0 || errno == EAGAIN || errno == EPROTOTYPE) {
-        const std::optional<pid_t> other = PeerOfThisUser(probe.Get()); // known once connected
+        const std::optional<pid_t> other = PeerOfThisUser(probe.Get()); // told by a connected socket only
         const std::string name = other ? "process " + std::to_string(*other) : "another process";
         Report(kReportError, "%s is already served by %s", endpoint.c_str(), name.c_str());
         return HOST_MSG_ERR_TAKEN;
     }
+    if (errno != ECONNREFUSED && errno != ENOENT) // it may be served
+        return SystemFailure("connection", endpoint);
     unlinkat(directory.Get(), endpoint.c_str(), 0);
     UniqueFd listener = NewSocket(SOCK_NONBLOCK);
     if (!listener.IsOpen() ||
@@ -211,7 +216,7 @@ void RemoveEndpoint(const std::string& endpoint, const ServedEndpoint& served)
     const UniqueFd directory = OpenRuntimeDir(WhenMissing::kLeave);
     if (!directory.IsOpen())
         return;
-    const UniqueFd lock = LockDirectory(directory);
+    const UniqueFd lock = LockDirectory(directory, Deadline(std::chrono::seconds(2)));
     if (lock.IsOpen() && InodeOf(directory, endpoint) == served.inode)
         unlinkat(directory.Get(), endpoint.c_str(), 0);
 }

@@ -41,10 +41,10 @@ struct ServedEndpoint {
     ino_t inode = 0;
 };
 
-/// Serves an endpoint: listens on its name, taking it over from a process that has died. Logs the reason on
-/// failure.
+/// Serves an endpoint: listens on its name, taking it over from a process that has died. Waits until @p
+/// deadline for others that bind or remove names. Logs the reason on failure.
 /// @return 0, or a HostMsgResult.
-uint32_t ServeEndpoint(const std::string& endpoint, ServedEndpoint& served);
+uint32_t ServeEndpoint(const std::string& endpoint, const Deadline& deadline, ServedEndpoint& served);
 
 /// Removes an endpoint's name unless another process has it by now; to be called while it still listens.
 void RemoveEndpoint(const std::string& endpoint, const ServedEndpoint& served);

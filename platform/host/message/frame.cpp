@@ -23,7 +23,8 @@ constexpr uint64_t kMark = 0x3347534d4b534556; // "VESKMSG3"
 // that one end writes while the other reads.
 constexpr size_t kLongestPacket = 96U << 10;
 
-/// Whether a packet finds room behind a head, so that a message that is refused has not begun to leave.
+/// Whether a packet finds room behind a head, so that a message whose data fits one packet is refused before
+/// it has begun to leave.
 bool HasRoomBehindHead(int socket)
 {
     constexpr int kHead = 2048; // with what the kernel adds to it
@@ -105,7 +106,6 @@ FrameWriter::Progress FrameWriter::WriteSome(int socket)
         if (packet.empty())
             return Progress::kDone;
         if (send(socket, packet.data(), packet.size(), MSG_DONTWAIT | MSG_NOSIGNAL) >= 0) {
-            hasBegun_ = true;
             if (std::exchange(firstSize_, 0) == 0)
                 rest_ = rest_.subspan(packet.size());
         } else if (errno == EMSGSIZE && longest_ > sizeof first_) {

@@ -52,7 +52,7 @@ public:
     /// Writes as much as the socket takes at once, without ever raising SIGPIPE.
     Progress WriteSome(int socket);
 
-    bool HasBegun() const { return hasBegun_; }
+    bool HasBegun() const { return firstSize_ == 0; }
 
     size_t BytesLeft() const { return firstSize_ + rest_.size(); }
 
@@ -67,7 +67,6 @@ private:
     std::span<const std::byte> rest_;       // data that follows in packets of its own
     std::vector<std::byte> kept_;
     size_t longest_; // of those packets
-    bool hasBegun_ = false;
 };
 
 /// Waits for @p events on a socket. False when the deadline has passed.

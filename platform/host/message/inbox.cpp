@@ -76,6 +76,13 @@ void Inbox::PutOff(uint64_t number)
     areSomePutOff_ = !toBeCalled_.empty();
 }
 
+void Inbox::CallLater(uint64_t number)
+{
+    if (const auto entry = entries_.find(number); entry != entries_.end())
+        later_.splice(later_.end(), entry->second.turn);
+    WakeLoop();
+}
+
 bool Inbox::HasRoom() const
 {
     return !areSomePutOff_ && waiting_.size() < depth_ && waitingBytes_ < kMaxWaitingBytes;
@@ -138,6 +145,7 @@ void Inbox::CallThoseToBeCalled()
 
 std::unique_ptr<Message> Inbox::Next()
 {
+    constexpr int kWhileMs = 100;
     Guard guard(lock_);
     while (!hasEnded_) {
         if (waiting_.empty() && !toBeCalled_.empty())
@@ -150,8 +158,9 @@ std::unique_ptr<Message> Inbox::Next()
         }
         Events events;
         loopWaits_ = true;
-        const int count = Wait(guard, events, toBeCalled_.empty() ? -1 : 0);
+        const int count = Wait(guard, events, !toBeCalled_.empty() ? 0 : later_.empty() ? -1 : kWhileMs);
         loopWaits_ = false;
+        toBeCalled_.splice(toBeCalled_.end(), later_);
         if (count < 0) {
             Report(kReportError, "waiting for messages failed: %s", strerror(errno));
             break;

@@ -42,8 +42,8 @@ public:
 /**
  * The thread that runs the task's loop waits for the sockets itself, so that no other thread wakes up between
  * a message and its handler. A reader waits for the same epoll set: of two waiting threads the kernel wakes
- * the one that came last, which is the loop's unless a handler is busy. What the reader is woken for it takes
- * in, and then leaves the sockets to the loop for a moment.
+ * the one that came last, which is the loop's unless a handler is busy. The reader takes in what it is woken
+ * for, and then leaves the sockets to the loop for a moment.
  *
  * One lock guards the inbox and the sockets that it watches. The lock of the deferred answers may be taken
  * under it.
@@ -82,6 +82,9 @@ public:
     /// is false until those that were put off have been called.
     void PutOff(uint64_t number);
 
+    /// Has a socket's OnReady called again a while later.
+    void CallLater(uint64_t number);
+
     /// Whether another message may wait, and no socket that was put off comes first.
     bool HasRoom() const;
 
@@ -90,7 +93,7 @@ public:
 private:
     struct Entry {
         std::shared_ptr<Watched> watched;
-        std::list<uint64_t> turn; // its number, unless that is among those to be called
+        std::list<uint64_t> turn; // its number, unless that is in one of the lists below
     };
     using Guard = std::unique_lock<std::mutex>;
     using Events = std::array<epoll_event, 16>;
@@ -106,6 +109,7 @@ private:
     std::map<uint64_t, Entry> entries_;
     uint64_t lastNumber_ = 0;
     std::list<uint64_t> toBeCalled_;
+    std::list<uint64_t> later_;  // to be called after the loop's next wait
     bool areSomePutOff_ = false; // of those
     std::deque<std::unique_ptr<Message>> waiting_;
     size_t waitingBytes_ = 0;

@@ -17,8 +17,7 @@
 namespace vesk::host {
 
 Listener::Listener(ServedEndpoint served, std::string endpoint, std::shared_ptr<Inbox> inbox)
-    : served_(std::move(served)), endpoint_(std::move(endpoint)), inbox_(std::move(inbox)),
-      spare_([this] { return fcntl(served_.socket.Get(), F_DUPFD_CLOEXEC, 0); })
+    : served_(std::move(served)), endpoint_(std::move(endpoint)), inbox_(std::move(inbox)), spare_(Spare())
 {
 }
 
@@ -35,6 +34,11 @@ bool Listener::Start(const std::shared_ptr<Listener>& listener)
 UniqueFd Listener::Accept() const
 {
     return UniqueFd([this] { return accept4(served_.socket.Get(), nullptr, nullptr, SOCK_CLOEXEC); });
+}
+
+UniqueFd Listener::Spare() const
+{
+    return UniqueFd([this] { return fcntl(served_.socket.Get(), F_DUPFD_CLOEXEC, 0); });
 }
 
 void Listener::OnReady(uint32_t)
@@ -54,7 +58,10 @@ void Listener::OnReady(uint32_t)
             Report(kReportError, "%s: no descriptor left for a connection", endpoint_.c_str());
             spare_.Close();
             const bool isRefused = Accept().IsOpen();
-            spare_ = UniqueFd([this] { return fcntl(served_.socket.Get(), F_DUPFD_CLOEXEC, 0); });
+            const bool isOneLeft = !isRefused && errno != EAGAIN;
+            spare_ = Spare();
+            if (isOneLeft)
+                inbox_->CallLater(number_); // no event will tell of it
             if (!isRefused)
                 return;
         }

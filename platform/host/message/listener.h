@@ -21,13 +21,14 @@ public:
 
 private:
     UniqueFd Accept() const;
+    UniqueFd Spare() const;
     void Receive(UniqueFd connection);
 
     ServedEndpoint served_; // this and the rest are guarded by the inbox's lock
     uint64_t number_ = 0;   // of the inbox
     const std::string endpoint_;
     const std::shared_ptr<Inbox> inbox_;
-    UniqueFd spare_; // given up to accept, and so to refuse, a connection when no other descriptor is left
+    UniqueFd spare_; // closed when no descriptor is left, so that a connection can be accepted and so refused
 };
 
 } // namespace vesk::host

@@ -61,5 +61,10 @@ UniqueFd OpenRuntimeDir(WhenMissing whenMissing)
 
 int HostMsgOpenRuntimeDir(void)
 {
-    return vesk::host::OpenRuntimeDir().Release();
+    int directory = -1;
+    vesk::host::Contained([&] {
+        directory = vesk::host::OpenRuntimeDir().Release();
+        return 0U;
+    });
+    return directory;
 }

@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <memory>
+#include <thread>
 #include <utility>
 
 namespace vesk::host {
@@ -37,10 +38,8 @@ uint32_t Connect(const OsMsgEnvelope* envelope, const std::optional<Deadline>& d
     if (envelope == nullptr || (envelope->data == nullptr && envelope->dataLen != 0))
         return HOST_MSG_ERR_ARGUMENT;
     const EndpointNames to = EndpointNames::ReceiverOf(*envelope);
-    BindTasksUnder(NameText(envelope->sendProcName));
-    connection = {.to = to};
-    if (envelope->dataLen <= kMaxDataLen)
-        connection = g_connections->Take(to);
+    BindTasksUnder(NameText(envelope->sendProcName), deadline);
+    connection = envelope->dataLen <= kMaxDataLen ? g_connections->Take(to) : Outgoing{};
     if (connection.socket.IsOpen())
         return 0;
     const std::string endpoint = Receiver(*envelope);
@@ -70,13 +69,13 @@ const char* Words(uint32_t error)
     case HOST_MSG_ERR_FULL:
         return "is not reading";
     default:
-        return "could not be reached";
+        return "sent an answer that there is no memory for";
     }
 }
 
 /**
  * Writes a message. Without a deadline it does not wait for the receiver: it drops a message that there is no
- * room for, and one that has begun to leave when there is no room for the rest within a moment.
+ * room for, and one that has begun to leave when there is no room for its next packet within a moment.
  *
  * @return 0, HOST_MSG_ERR_BROKEN, HOST_MSG_ERR_TIMEOUT or, without a deadline, HOST_MSG_ERR_FULL.
  */
@@ -115,7 +114,7 @@ uint32_t Send(const OsMsgEnvelope* envelope, uint32_t type, uint64_t sequence,
             continue; // its peer has gone, and there may be another by now
         const char* const fate = type == OS_MSG_ASYNCHRONOUS ? " dropped" : "";
         Report(kReportError, "message %u%s: %s %s", sent.msgId, fate, Receiver(sent).c_str(), Words(error));
-        if (error == HOST_MSG_ERR_FULL && !writer.HasBegun())
+        if (error != HOST_MSG_ERR_BROKEN && !writer.HasBegun())
             g_connections->GiveBack(std::move(connection));
         return error;
     }
@@ -127,8 +126,8 @@ public:
     AnswerReader(Outgoing& connection, uint32_t timeoutMs, const Deadline& deadline)
         : socket_(connection.socket.Get()), deadline_(deadline), waitFlag_(MSG_DONTWAIT)
     {
-        // Waiting in recv() itself saves a system call. The socket keeps the limit of the whole time-out from
-        // call to call, so it is done only while none of that has passed.
+        // Waiting in recv() itself saves a system call. Its limit, which the socket keeps from call to call,
+        // is the whole time-out, so it is done only while none of that has passed.
         const int left = deadline.Milliseconds();
         if (left == 0 || static_cast<uint32_t>(left) != timeoutMs)
             return;
@@ -192,7 +191,7 @@ private:
                 received = static_cast<size_t>(result);
                 return received <= size ? 0 : HOST_MSG_ERR_MALFORMED;
             }
-            // A peer that closed with something unread is reported before what it had sent.
+            // When a peer has closed with something unread, that is reported once, before what it had sent.
             if (result == 0 || (errno != EAGAIN && errno != EINTR && errno != ECONNRESET))
                 return HOST_MSG_ERR_BROKEN;
         } while (WaitFor(socket_, POLLIN, deadline_));
@@ -230,6 +229,7 @@ uint32_t OsMsgSynSend(OsMsgEnvelope* envelope, OsMsgEnvelope** response, uint32_
                    Words(error));
             return error;
         }
+        connection.asyncSender = {}; // what it sent has been read, as this has been answered
         g_connections->GiveBack(std::move(connection));
         *response = answer.release();
         return 0;
@@ -247,8 +247,10 @@ uint32_t OsMsgAsynSend(OsMsgEnvelope* envelope)
         Outgoing connection;
         const uint32_t error =
             Send(envelope, OS_MSG_ASYNCHRONOUS, ++g_lastSequence, std::nullopt, connection);
-        if (error == 0)
+        if (error == 0) {
+            connection.asyncSender = std::this_thread::get_id();
             g_connections->GiveBack(std::move(connection));
+        }
         return error;
     });
 }

@@ -68,7 +68,7 @@ struct Registry {
 PerProcess<Registry> g_registry;
 std::atomic<uint64_t> g_changes = 0; // registrations, and failures to bind that may pass
 
-uint32_t Serve(const Task& task, const std::string& procName)
+uint32_t Serve(const Task& task, const std::string& procName, const Deadline& deadline)
 {
     const auto endpoint = EndpointName(procName, task.name);
     if (!endpoint) {
@@ -77,7 +77,7 @@ uint32_t Serve(const Task& task, const std::string& procName)
         return HOST_MSG_ERR_ARGUMENT;
     }
     ServedEndpoint served;
-    if (const uint32_t error = ServeEndpoint(*endpoint, served); error != 0)
+    if (const uint32_t error = ServeEndpoint(*endpoint, deadline, served); error != 0)
         return error;
     const auto listener = std::make_shared<Listener>(std::move(served), *endpoint, task.inbox);
     return Listener::Start(listener) ? 0 : uint32_t{HOST_MSG_ERR_SYSTEM};
@@ -91,9 +91,10 @@ bool MayPass(uint32_t error)
 
 /// Serves a task under a process name unless that has been tried. Returns 0 or the HostMsgResult of the last
 /// attempt.
-uint32_t Bind(Task& task, const std::string& procName)
+uint32_t Bind(Task& task, const std::string& procName, const std::optional<Deadline>& limit = {})
 {
     constexpr std::chrono::seconds kPause(1);
+    const Deadline longest(std::chrono::seconds(2));
     Registry& registry = g_registry.Get();
     {
         const std::lock_guard guard(registry.lock);
@@ -102,7 +103,8 @@ uint32_t Bind(Task& task, const std::string& procName)
             return attempt->second.error;
         attempt->second = {};
     }
-    Attempt attempt{.error = Contained([&] { return Serve(task, procName); })};
+    Attempt attempt{.error = Contained(
+                        [&] { return Serve(task, procName, std::min(limit.value_or(longest), longest)); })};
     if (MayPass(attempt.error))
         attempt.repeat = Deadline::Clock::now() + kPause;
     const std::lock_guard guard(registry.lock);
@@ -176,7 +178,7 @@ void RunLoop(Task& task)
 
 } // namespace
 
-void BindTasksUnder(std::string_view procName)
+void BindTasksUnder(std::string_view procName, const std::optional<Deadline>& deadline)
 {
     // Mostly this thread has done so before, with an outcome that lasts.
     thread_local uint64_t t_changes = 0;
@@ -190,9 +192,11 @@ void BindTasksUnder(std::string_view procName)
         const std::lock_guard guard(registry.lock);
         tasks = registry.tasks;
     }
+    constexpr std::chrono::milliseconds kMoment(100);
+    const Deadline limit = deadline.value_or(Deadline(kMoment));
     bool doesLast = true;
     for (const auto& [name, task] : tasks)
-        doesLast = !MayPass(Bind(*task, std::string(procName))) && doesLast;
+        doesLast = !MayPass(Bind(*task, std::string(procName), limit)) && doesLast;
     if (!doesLast)
         return;
     t_changes = changes;
@@ -237,10 +241,10 @@ uint32_t OsMsgRegTask(const char* taskName, uint32_t queueDepth, uint32_t (*msgP
             const std::lock_guard guard(registry.lock);
             task = registry.tasks.try_emplace(taskName, task).first->second;
             task->handler = msgProc;
-            task->inbox->SetDepth(queueDepth);
             std::erase_if(task->attempts, [](const auto& attempt) { return attempt.second.error != 0; });
             procName = registry.procName;
         }
+        task->inbox->SetDepth(queueDepth);
         ++g_changes;
         return procName.empty() ? 0 : Bind(*task, procName);
     });

@@ -47,7 +47,7 @@ int OpenDescriptor(const std::function<int()>& open);
 /// Closes it, unless a fork has done so already.
 void CloseDescriptor(int fd);
 
-/// Leaves it to somebody else, in whose forked children it stays open.
+/// Gives it up to another owner; forked children keep it open.
 void ForgetDescriptor(int fd);
 
 } // namespace vesk::host

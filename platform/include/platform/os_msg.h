@@ -59,7 +59,8 @@ uint32_t OsMsgSynSend(OsMsgEnvelope* envelope, OsMsgEnvelope** response, uint32_
 void OsMsgSynRespFree(OsMsgEnvelope* response);
 
 /**
- * Sends a message without waiting for the receiver. Any thread may call.
+ * Sends a message without waiting for the receiver. Any thread may call. The messages that a thread sends to
+ * one receiver, of either type, arrive in order as long as none of them fails.
  *
  * @param envelope  The message. The caller keeps it and its data; both are copied during the call.
  * @return 0 if the message was handed over, nonzero otherwise.
@@ -88,7 +89,10 @@ void OsMsgTaskRoutineByName(const char* taskName);
 /** Sets the least severe level that the message library logs: 1 information, 2 warnings, 3 errors. */
 void OsMsgSetLogLevel(uint32_t level);
 
-/** Installs the function that receives the message library's log lines; it can be called on any thread. */
+/**
+ * Installs the function that receives the message library's log lines. It can be called on any thread, and
+ * must not call the message library.
+ */
 void OsMsgRegLogFunc(void (*logFunc)(uint32_t level, const char* text));
 
 #ifdef __cplusplus

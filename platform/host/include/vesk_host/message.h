@@ -76,8 +76,7 @@ HostMsgDeferred HostMsgDefer(OsMsgEnvelope* request);
  */
 uint32_t HostMsgReplyDeferred(HostMsgDeferred deferred, const void* data, uint32_t dataLen);
 
-/** Closes the connection of a sender instead of answering it, which fails there at once; any thread may call.
- */
+/** Closes the sender's connection instead of answering: its call fails at once. Any thread may call. */
 void HostMsgCloseDeferred(HostMsgDeferred deferred);
 
 /** @return The process that sent the message that is being handled; 0 when @p message is not it. */
