@@ -21,15 +21,18 @@ constexpr uint32_t kReadable = EPOLLIN | EPOLLRDHUP;
 
 } // namespace
 
-Connection::Connection(UniqueFd socket, pid_t peer, std::string endpoint, std::shared_ptr<Inbox> inbox)
-    : socket_(std::move(socket)), peer_(peer), endpoint_(std::move(endpoint)), inbox_(std::move(inbox))
+Connection::Connection(pid_t peer, std::string endpoint, std::shared_ptr<Inbox> inbox)
+    : peer_(peer), endpoint_(std::move(endpoint)), inbox_(std::move(inbox))
 {
 }
 
-bool Connection::Start()
+bool Connection::Start(UniqueFd& socket)
 {
-    number_ = inbox_->Watch(socket_.Get(), kReadable, shared_from_this());
-    return number_ != 0;
+    number_ = inbox_->Watch(socket.Get(), kReadable, shared_from_this());
+    if (number_ == 0)
+        return false;
+    socket_ = std::move(socket);
+    return true;
 }
 
 void Connection::OnReady(uint32_t events)
@@ -56,7 +59,7 @@ void Connection::Read()
     constexpr int kReadsAtOnce = 64;
     for (int reads = 0; socket_.IsOpen() && !owesAnswer_; ++reads) {
         if (!inbox_->HasRoom() || reads == kReadsAtOnce) {
-            inbox_->PutOff(number_);
+            inbox_->PutOff(number_, isAbandoned_); // its sender may go on over another connection
             return;
         }
         FirstPacket packet;

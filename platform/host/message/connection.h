@@ -17,10 +17,11 @@ namespace vesk::host {
  */
 class Connection : public Watched, public std::enable_shared_from_this<Connection> {
 public:
-    Connection(UniqueFd socket, pid_t peer, std::string endpoint, std::shared_ptr<Inbox> inbox);
+    Connection(pid_t peer, std::string endpoint, std::shared_ptr<Inbox> inbox);
 
-    /// Has the inbox, whose lock is held, watch it. False, with errno set, when that fails.
-    bool Start();
+    /// Has the inbox, whose lock is held, watch a socket, and takes that over. False, with errno set, when
+    /// that fails. May throw std::bad_alloc.
+    bool Start(UniqueFd& socket);
 
     void OnReady(uint32_t events) override;
 

@@ -56,10 +56,10 @@ int Connect(const UniqueFd& socket, const sockaddr_un& address, const std::optio
 {
     for (;;) {
         if (deadline)
-            WaitAtMost(socket.Get(), SO_SNDTIMEO, std::max(deadline->Milliseconds(), 1));
+            WaitAtMost(socket.Get(), SO_SNDTIMEO, deadline->Milliseconds());
         if (connect(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0)
             return 0;
-        if (errno != EINTR)
+        if (errno != EINTR && (errno != EAGAIN || !deadline))
             return -1;
         if (deadline && deadline->HasPassed()) {
             errno = EAGAIN;
@@ -130,7 +130,9 @@ EndpointNames EndpointNames::ReceiverOf(const OsMsgEnvelope& envelope)
 
 bool WaitAtMost(int socket, int option, int milliseconds)
 {
-    const timeval wait{milliseconds / 1000, milliseconds % 1000 * 1000L};
+    const int limit =
+        std::max(milliseconds - milliseconds / 8, 1); // a kernel's timer is late by up to an eighth
+    const timeval wait{limit / 1000, limit % 1000 * 1000L};
     return setsockopt(socket, SOL_SOCKET, option, &wait, sizeof wait) == 0;
 }
 

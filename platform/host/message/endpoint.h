@@ -52,7 +52,8 @@ void RemoveEndpoint(const std::string& endpoint, const ServedEndpoint& served);
 /// The process at the other end when it belongs to this user, or nothing.
 std::optional<pid_t> PeerOfThisUser(int socket);
 
-/// Has what waits on a socket return with EAGAIN after a time; @p option is SO_RCVTIMEO or SO_SNDTIMEO.
+/// Has what waits on a socket return with EAGAIN, at the latest after a time, mostly a little earlier; @p
+/// option is SO_RCVTIMEO or SO_SNDTIMEO.
 bool WaitAtMost(int socket, int option, int milliseconds);
 
 } // namespace vesk::host

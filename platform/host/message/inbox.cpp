@@ -63,24 +63,27 @@ void Inbox::Change(int fd, uint32_t events, uint64_t number)
     Control(epoll_, EPOLL_CTL_MOD, fd, events | EPOLLET, number);
 }
 
-void Inbox::CallAgain(uint64_t number)
+void Inbox::PutInto(std::list<uint64_t>& list, uint64_t number, bool comesFirst)
 {
     if (const auto entry = entries_.find(number); entry != entries_.end())
-        toBeCalled_.splice(toBeCalled_.end(), entry->second.turn);
+        list.splice(comesFirst ? list.begin() : list.end(), entry->second.turn);
     WakeLoop();
 }
 
-void Inbox::PutOff(uint64_t number)
+void Inbox::CallAgain(uint64_t number)
 {
-    CallAgain(number);
+    PutInto(toBeCalled_, number);
+}
+
+void Inbox::PutOff(uint64_t number, bool comesFirst)
+{
+    PutInto(toBeCalled_, number, comesFirst);
     areSomePutOff_ = !toBeCalled_.empty();
 }
 
 void Inbox::CallLater(uint64_t number)
 {
-    if (const auto entry = entries_.find(number); entry != entries_.end())
-        later_.splice(later_.end(), entry->second.turn);
-    WakeLoop();
+    PutInto(later_, number);
 }
 
 bool Inbox::HasRoom() const
@@ -127,20 +130,19 @@ void Inbox::Handle(const Events& events, int count)
 void Inbox::CallThoseToBeCalled()
 {
     // In turn, so that one that fills the queue each time does not starve the others.
-    std::list<uint64_t> turns = std::exchange(toBeCalled_, {});
     areSomePutOff_ = false;
-    while (!turns.empty() && HasRoom()) {
-        const auto entry = entries_.find(turns.front());
+    size_t left = toBeCalled_.size();
+    for (; left != 0 && HasRoom(); --left) {
+        const auto entry = entries_.find(toBeCalled_.front());
         if (entry == entries_.end()) {
-            turns.pop_front(); // forgotten since
+            toBeCalled_.pop_front(); // forgotten since
             continue;
         }
-        entry->second.turn.splice(entry->second.turn.end(), turns, turns.begin());
+        entry->second.turn.splice(entry->second.turn.end(), toBeCalled_, toBeCalled_.begin());
         const std::shared_ptr<Watched> watched = entry->second.watched;
         watched->OnReady(EPOLLIN);
     }
-    areSomePutOff_ = areSomePutOff_ || !turns.empty();
-    toBeCalled_.splice(toBeCalled_.begin(), turns);
+    areSomePutOff_ = areSomePutOff_ || left != 0;
 }
 
 std::unique_ptr<Message> Inbox::Next()
@@ -192,17 +194,20 @@ void Inbox::TakeInWhileLoopIsBusy()
 
 void Inbox::End()
 {
-    decltype(waiting_) abandoned;
     decltype(entries_) entries;
     {
         const Guard guard(lock_);
         hasEnded_ = true;
-        abandoned.swap(waiting_);
         entries.swap(entries_);
+        waiting_.clear();
         static_cast<void>(eventfd_write(wake_.Get(), 1)); // which nobody reads any more
     }
-    for (const auto& [number, entry] : entries)
-        entry.watched->Close();
+    for (const auto& [number, entry] : entries) {
+        Contained([&entry = entry] {
+            entry.watched->Close();
+            return 0U;
+        });
+    }
 }
 
 } // namespace vesk::host

@@ -79,8 +79,8 @@ public:
     void CallAgain(uint64_t number);
 
     /// The same for a socket that has to stop reading, as there is no room or it has had its share. HasRoom()
-    /// is false until those that were put off have been called.
-    void PutOff(uint64_t number);
+    /// is false until those that were put off have been called, this one before all others or after them.
+    void PutOff(uint64_t number, bool comesFirst = false);
 
     /// Has a socket's OnReady called again a while later.
     void CallLater(uint64_t number);
@@ -100,6 +100,7 @@ private:
 
     int Wait(Guard& guard, Events& events, int timeoutMs);
     void Handle(const Events& events, int count);
+    void PutInto(std::list<uint64_t>& list, uint64_t number, bool comesFirst = false);
     void CallThoseToBeCalled();
     void WakeLoop();
 

@@ -4,20 +4,19 @@
 #include "message/connection.h"
 #include "message/report.h"
 
-#include <fcntl.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
 
 #include <cerrno>
 #include <cstring>
-#include <exception>
+#include <new>
 #include <optional>
 #include <utility>
 
 namespace vesk::host {
 
 Listener::Listener(ServedEndpoint served, std::string endpoint, std::shared_ptr<Inbox> inbox)
-    : served_(std::move(served)), endpoint_(std::move(endpoint)), inbox_(std::move(inbox)), spare_(Spare())
+    : served_(std::move(served)), endpoint_(std::move(endpoint)), inbox_(std::move(inbox))
 {
 }
 
@@ -31,16 +30,6 @@ bool Listener::Start(const std::shared_ptr<Listener>& listener)
     return false;
 }
 
-UniqueFd Listener::Accept() const
-{
-    return UniqueFd([this] { return accept4(served_.socket.Get(), nullptr, nullptr, SOCK_CLOEXEC); });
-}
-
-UniqueFd Listener::Spare() const
-{
-    return UniqueFd([this] { return fcntl(served_.socket.Get(), F_DUPFD_CLOEXEC, 0); });
-}
-
 void Listener::OnReady(uint32_t)
 {
     // Connections that keep coming must not starve the others.
@@ -50,40 +39,36 @@ void Listener::OnReady(uint32_t)
             inbox_->PutOff(number_);
             return;
         }
-        if (UniqueFd accepted = Accept(); accepted.IsOpen())
-            Receive(std::move(accepted));
-        else if (errno == EAGAIN)
+        if ((accepted_.IsOpen() || Accept()) && Receive())
+            continue;
+        if (errno == EAGAIN)
             return;
-        else if (errno != EINTR && errno != ECONNABORTED) {
-            Report(kReportError, "%s: no descriptor left for a connection", endpoint_.c_str());
-            spare_.Close();
-            const bool isRefused = Accept().IsOpen();
-            const bool isOneLeft = !isRefused && errno != EAGAIN;
-            spare_ = Spare();
-            if (isOneLeft)
-                inbox_->CallLater(number_); // no event will tell of it
-            if (!isRefused)
-                return;
+        if (errno != EINTR && errno != ECONNABORTED) {
+            Report(kReportError, "%s: a connection has to wait: %s", endpoint_.c_str(), strerror(errno));
+            inbox_->CallLater(number_); // no event tells when there is a descriptor or memory for it
+            return;
         }
     }
 }
 
-void Listener::Receive(UniqueFd connection)
+bool Listener::Accept()
 {
-    const std::optional<pid_t> peer = PeerOfThisUser(connection.Get());
-    if (!peer) {
-        Report(kReportError, "%s: a connection of another user is refused", endpoint_.c_str());
-        return;
-    }
-    try {
-        const auto incoming = std::make_shared<Connection>(std::move(connection), *peer, endpoint_, inbox_);
-        if (!incoming->Start())
-            Report(kReportError, "%s: a connection of process %d is lost: %s", endpoint_.c_str(), *peer,
-                   strerror(errno));
-    } catch (const std::exception& error) {
-        Report(kReportError, "%s: a connection of process %d is lost: %s", endpoint_.c_str(), *peer,
-               error.what());
-    }
+    accepted_ = UniqueFd([this] { return accept4(served_.socket.Get(), nullptr, nullptr, SOCK_CLOEXEC); });
+    return accepted_.IsOpen();
+}
+
+/// Starts to receive from the accepted connection. False, with errno set, when that has to wait.
+bool Listener::Receive()
+try {
+    const std::optional<pid_t> peer = PeerOfThisUser(accepted_.Get());
+    if (peer)
+        return std::make_shared<Connection>(*peer, endpoint_, inbox_)->Start(accepted_);
+    Report(kReportError, "%s: a connection of another user is refused", endpoint_.c_str());
+    accepted_.Close();
+    return true;
+} catch (const std::bad_alloc&) {
+    errno = ENOMEM;
+    return false;
 }
 
 void Listener::Close()
@@ -93,7 +78,7 @@ void Listener::Close()
         const std::lock_guard guard(inbox_->Lock());
         inbox_->Forget(number_);
         served = std::exchange(served_, {});
-        spare_.Close();
+        accepted_.Close();
     }
     if (!served.socket.IsOpen())
         return;

@@ -20,15 +20,14 @@ public:
     void Close() override;
 
 private:
-    UniqueFd Accept() const;
-    UniqueFd Spare() const;
-    void Receive(UniqueFd connection);
+    bool Accept();
+    bool Receive();
 
     ServedEndpoint served_; // this and the rest are guarded by the inbox's lock
     uint64_t number_ = 0;   // of the inbox
     const std::string endpoint_;
     const std::shared_ptr<Inbox> inbox_;
-    UniqueFd spare_; // closed when no descriptor is left, so that a connection can be accepted and so refused
+    UniqueFd accepted_; // a connection that is not watched yet
 };
 
 } // namespace vesk::host
