@@ -613,11 +613,13 @@ FORKED_TEST(HostMessage, MessagesOfOneThreadArriveInOrderAndSignalsAreTheApplica
         const std::jthread other([] { EXPECT_EQ(Ask("self", kOthers).result, 0U); });
         usleep(20000);
         EXPECT_EQ(Tell("self", 1020), 0U);
+        EXPECT_EQ(Ask("self", kOthers, "", 50).result, uint32_t{HOST_MSG_ERR_TIMEOUT});
+        EXPECT_EQ(Tell("self", 1021), 0U); // over another connection
         usleep(20000);
         s_isHeld = false;
     }
-    EXPECT_EQ(Ask("self", 1021).result, 0U);
-    ASSERT_EQ(s_numbers.size(), 1022U);
+    EXPECT_EQ(Ask("self", 1022).result, 0U);
+    ASSERT_EQ(s_numbers.size(), 1023U);
     EXPECT_TRUE(std::is_sorted(s_numbers.begin(), s_numbers.end()));
     EXPECT_EQ(sigwaitinfo(&user1, nullptr), SIGUSR1);
 }
