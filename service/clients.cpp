@@ -146,8 +146,13 @@ Result Clients::Add(const std::string& procName, const std::string& taskName, pi
     }
     if (clients_.size() >= kMost)
         std::erase_if(clients_, [](const auto& entry) { return !entry.second.IsAlive(); });
-    if (clients_.size() >= kMost && !IsKnown(procName))
+    const long own = std::count_if(clients_.begin(), clients_.end(),
+                                   [&](const auto& entry) { return entry.second.process == process; });
+    if ((own >= kMostOfAProcess || clients_.size() >= kMost) && !IsKnown(procName)) {
+        LOG(kError, "%s of process %d is not known as a client: the process has %ld names, there are %zu",
+            procName.c_str(), process, own, clients_.size());
         return VESK_SERVICE_ERR_ROOM;
+    }
     clients_.insert_or_assign(procName, std::move(client));
     Save();
     return kOk;

@@ -27,8 +27,8 @@ public:
     /// Reads the clients of an earlier run that are still alive.
     void Restore();
 
-    /// Makes a process known by a name, or refuses that with VESK_SERVICE_ERR_BUSY when another one that
-    /// lives has it, which is logged.
+    /// Makes a process known by a name. Refuses that, and logs it, with VESK_SERVICE_ERR_BUSY when another
+    /// one that lives has the name, with VESK_SERVICE_ERR_ROOM when there are too many names of it or in all.
     Result Add(const std::string& procName, const std::string& taskName, pid_t process);
     /// Forgets a name that @p process has.
     void Remove(const std::string& procName, pid_t process);
@@ -57,6 +57,7 @@ private:
     using Map = std::map<std::string, Client>;
 
     static constexpr size_t kMost = 256;
+    static constexpr long kMostOfAProcess = 16;
 
     std::string FileName() const;
     void Save();
