@@ -110,8 +110,8 @@ private:
     std::map<uint64_t, Entry> entries_;
     uint64_t lastNumber_ = 0;
     std::list<uint64_t> toBeCalled_;
-    std::list<uint64_t> later_;  // to be called after the loop's next wait
     bool areSomePutOff_ = false; // of those
+    std::list<uint64_t> later_;  // to be called after the loop's next wait
     std::deque<std::unique_ptr<Message>> waiting_;
     size_t waitingBytes_ = 0;
     uint32_t depth_ = 1;

@@ -126,8 +126,8 @@ public:
     AnswerReader(Outgoing& connection, uint32_t timeoutMs, const Deadline& deadline)
         : socket_(connection.socket.Get()), deadline_(deadline), waitFlag_(MSG_DONTWAIT)
     {
-        // Waiting in recv() itself saves a system call. Its limit, which the socket keeps from call to call,
-        // is the whole time-out, so it is done only while none of that has passed.
+        // Waiting in recv() itself saves a system call. Its limit is made for the whole time-out, as the
+        // socket keeps it from call to call, so this is done only while none of that has passed.
         const int left = deadline.Milliseconds();
         if (left == 0 || static_cast<uint32_t>(left) != timeoutMs)
             return;
