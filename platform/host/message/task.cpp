@@ -258,7 +258,7 @@ void OsMsgTaskRoutineByName(const char* taskName)
             Report(kReportError, "task '%s' is not registered", taskName != nullptr ? taskName : "");
         } else if (!task->isRun.exchange(true)) {
             Contained([&] {
-                BindMessageThread();
+                const MessageThread self;
                 StartReader(task->inbox);
                 RunLoop(*task);
                 return 0U;

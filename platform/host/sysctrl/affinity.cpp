@@ -23,22 +23,10 @@ struct Affinity {
 
 PerProcess<Affinity> g_affinity;
 
-/// Removes a message thread from the list when it ends.
-struct Listed {
-    ~Listed()
-    {
-        Affinity& affinity = g_affinity.Get();
-        const std::lock_guard guard(affinity.lock);
-        affinity.threads.erase(static_cast<uint32_t>(pthread_self()));
-    }
-};
-
 } // namespace
 
-void BindMessageThread()
+MessageThread::MessageThread()
 try {
-    static thread_local Listed listed;
-    static_cast<void>(listed);
     const pthread_t self = pthread_self();
     Affinity& affinity = g_affinity.Get();
     const std::lock_guard guard(affinity.lock);
@@ -46,6 +34,16 @@ try {
     if (const auto set = affinity.wanted.extract(static_cast<uint32_t>(self)))
         pthread_setaffinity_np(self, sizeof(cpu_set_t), &set.mapped());
 } catch (const std::exception&) { // out of memory: it stays where it is
+}
+
+MessageThread::~MessageThread()
+{
+    try {
+        Affinity& affinity = g_affinity.Get();
+        const std::lock_guard guard(affinity.lock);
+        affinity.threads.erase(static_cast<uint32_t>(pthread_self()));
+    } catch (const std::exception&) { // out of memory in a forked child, which has no list yet
+    }
 }
 
 } // namespace vesk::host

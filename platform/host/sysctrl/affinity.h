@@ -3,7 +3,13 @@
 
 namespace vesk::host {
 
-/// Applies what OsSetProcessAffinity has asked for the calling thread, and makes it known from now on.
-void BindMessageThread();
+/// The calling thread runs a message loop while this lives: it is given the CPUs that OsSetProcessAffinity
+/// has asked for or asks for meanwhile.
+class MessageThread {
+public:
+    MessageThread();
+    MessageThread(const MessageThread&) = delete;
+    ~MessageThread();
+};
 
 } // namespace vesk::host
