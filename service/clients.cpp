@@ -146,10 +146,12 @@ Result Clients::Add(const std::string& procName, const std::string& taskName, pi
     }
     if (clients_.size() >= kMost)
         std::erase_if(clients_, [](const auto& entry) { return !entry.second.IsAlive(); });
-    const long own = std::count_if(clients_.begin(), clients_.end(),
-                                   [&](const auto& entry) { return entry.second.process == process; });
+    const auto isOwn = [process](const auto& entry) { // one of another namespace has no number
+        return process > 0 && entry.second.process == process;
+    };
+    const long own = std::count_if(clients_.begin(), clients_.end(), isOwn);
     if ((own >= kMostOfAProcess || clients_.size() >= kMost) && !IsKnown(procName)) {
-        LOG(kError, "%s of process %d is not known as a client: the process has %ld names, there are %zu",
+        LOG(kError, "%s of process %d is refused as a client: the process has %ld names, the service %zu",
             procName.c_str(), process, own, clients_.size());
         return VESK_SERVICE_ERR_ROOM;
     }

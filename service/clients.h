@@ -27,8 +27,9 @@ public:
     /// Reads the clients of an earlier run that are still alive.
     void Restore();
 
-    /// Makes a process known by a name. Refuses that, and logs it, with VESK_SERVICE_ERR_BUSY when another
-    /// one that lives has the name, with VESK_SERVICE_ERR_ROOM when there are too many names of it or in all.
+    /// Makes a process known by a name. Refuses that, and logs it: with VESK_SERVICE_ERR_BUSY when another
+    /// living process has the name, with VESK_SERVICE_ERR_ROOM when this process or the service has as many
+    /// names as it may.
     Result Add(const std::string& procName, const std::string& taskName, pid_t process);
     /// Forgets a name that @p process has.
     void Remove(const std::string& procName, pid_t process);

@@ -83,8 +83,8 @@ inline std::string Altered(FuzzedDataProvider& input, std::string frame)
     return frame;
 }
 
-/// Sends some bytes in one packet or two, rarely with an empty one, which passes for the end, between them.
-/// False when the peer has gone or does not read.
+/// Sends some bytes in one packet or two, rarely with an empty one, which passes for the end, after the
+/// first. False when the peer has gone or does not read.
 inline bool SendSplit(FuzzedDataProvider& input, int socket, const std::string& bytes)
 {
     const auto sends = [socket](std::string_view packet) {

@@ -171,24 +171,35 @@ TEST(Faults, EachAllocationOfADeferralFailsInTurn)
     });
 }
 
-TEST(Faults, EachAllocationOfATasksEndFailsInTurn)
+TEST(Faults, EachAllocationAtALoopsStartAndAtItsTasksEndFailsInTurn)
 {
-    const auto answer = [](OsMsgEnvelope* message) { return HostMsgReply(message, nullptr, 0); };
-    g_shared.hasFailed = true;
-    for (size_t nth = 1; g_shared.hasFailed; ++nth) {
-        const RuntimeDir directory;
-        InFork([&] {
-            alarm(30);
-            setenv("VESK_LOG_TARGET", "none", 1);
-            EXPECT_EQ(HostMsgSetProcName("VIDEO"), 0U);
-            EXPECT_EQ(OsMsgRegTask("VCTL", 64, answer), 0U);
-            std::thread loop([] { OsMsgTaskRoutineByName("VCTL"); });
-            const VeskVideoMsgHead head{};
-            VeskVideoSendSyncMsgWithoutResponse(&head, nullptr, 0); // it runs, and has a connection
-            failing_malloc::FailOnce(nth);
-            EXPECT_EQ(HostMsgEndTask("VCTL"), 0U);
-            g_shared.hasFailed = failing_malloc::FailOnce(0);
-            loop.join();
-        });
+    const auto echo = [](OsMsgEnvelope* message) {
+        return HostMsgReply(message, message->data, message->dataLen);
+    };
+    for (const bool atEnd : {false, true}) {
+        g_shared.hasFailed = true;
+        for (size_t nth = 1; g_shared.hasFailed; ++nth) {
+            SCOPED_TRACE(nth);
+            const RuntimeDir directory;
+            InFork([&] {
+                alarm(30);
+                setenv("VESK_LOG_TARGET", "none", 1);
+                EXPECT_EQ(HostMsgSetProcName("VIDEO"), 0U);
+                EXPECT_EQ(OsMsgRegTask("VCTL", 64, echo), 0U);
+                std::thread loop([&] {
+                    failing_malloc::FailOnce(atEnd ? 0 : nth);
+                    OsMsgTaskRoutineByName("VCTL");
+                });
+                usleep(50000);
+                g_shared.hasFailed = failing_malloc::FailOnce(0);
+                const VeskVideoMsgHead head{};
+                EXPECT_EQ(VeskVideoSendSyncMsgWithoutResponse(&head, nullptr, 0), 0U);
+                failing_malloc::FailOnce(atEnd ? nth : 0);
+                EXPECT_EQ(HostMsgEndTask("VCTL"), 0U);
+                if (atEnd)
+                    g_shared.hasFailed = failing_malloc::FailOnce(0);
+                loop.join();
+            });
+        }
     }
 }

@@ -23,11 +23,12 @@ bool IsSilent(const Outgoing& connection)
     return recv(connection.socket.Get(), &byte, 1, MSG_PEEK | MSG_DONTWAIT) < 0 && errno == EAGAIN;
 }
 
-/// True when the peer has taken in all that was sent.
-bool IsRead(const Outgoing& connection)
+/// True when the peer has taken in all asynchronous messages that were sent.
+bool IsFree(const Outgoing& connection)
 {
     int unread = 0;
-    return ioctl(connection.socket.Get(), SIOCOUTQ, &unread) == 0 && unread == 0;
+    return connection.asyncSender == std::thread::id() ||
+           (ioctl(connection.socket.Get(), SIOCOUTQ, &unread) == 0 && unread == 0);
 }
 
 } // namespace
@@ -41,9 +42,7 @@ Outgoing ConnectionPool::Take(const EndpointNames& to)
 {
     const std::thread::id self = std::this_thread::get_id();
     const auto isOwn = [&](const Outgoing& idle) { return idle.asyncSender == self && idle.to == to; };
-    const auto isFree = [&](const Outgoing& idle) {
-        return idle.to == to && (idle.asyncSender == std::thread::id() || IsRead(idle));
-    };
+    const auto isFree = [&](const Outgoing& idle) { return idle.to == to && IsFree(idle); };
     const std::lock_guard guard(lock_);
     auto found = std::find_if(idle_.rbegin(), idle_.rend(), isOwn);
     if (found == idle_.rend())
@@ -59,13 +58,16 @@ Outgoing ConnectionPool::Take(const EndpointNames& to)
 void ConnectionPool::GiveBack(Outgoing connection)
 {
     const std::lock_guard guard(lock_);
-    const auto isFree = [&](const Outgoing& idle) {
-        return idle.to == connection.to && idle.asyncSender == std::thread::id();
-    };
+    const auto isToTheSame = [&](const Outgoing& idle) { return idle.to == connection.to; };
+    long same = std::count_if(idle_.begin(), idle_.end(), isToTheSame);
+    std::erase_if(idle_, [&](const Outgoing& idle) {
+        const bool isSurplus = same >= kMaxIdleOfOne && isToTheSame(idle) && IsFree(idle);
+        same -= isSurplus ? 1 : 0;
+        return isSurplus;
+    });
     if (idle_.size() == kMaxIdle)
         idle_.erase(idle_.begin());
-    if (!isFree(connection) || std::count_if(idle_.begin(), idle_.end(), isFree) < kMaxIdleOfOne)
-        idle_.push_back(std::move(connection));
+    idle_.push_back(std::move(connection));
 }
 
 void ConnectionPool::CloseDead()

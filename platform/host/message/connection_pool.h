@@ -19,8 +19,9 @@ struct Outgoing {
 };
 
 /**
- * Idle connections. One is given back only between two messages. As long as a thread's messages may be unread
- * in one, its next message takes the same one and no other thread does, so that they arrive in order.
+ * Idle connections. One is given back only between two messages. While asynchronous messages of a thread may
+ * be unread in a connection, that thread's next message takes this connection and no other thread's does, so
+ * that they arrive in order.
  */
 class ConnectionPool {
 public:

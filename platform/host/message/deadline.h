@@ -14,8 +14,6 @@ public:
 
     bool HasPassed() const { return Clock::now() >= end_; }
 
-    bool operator<(const Deadline& other) const { return end_ < other.end_; }
-
     /// Milliseconds left, rounded up, for poll().
     int Milliseconds() const
     {

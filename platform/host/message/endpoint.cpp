@@ -130,8 +130,7 @@ EndpointNames EndpointNames::ReceiverOf(const OsMsgEnvelope& envelope)
 
 bool WaitAtMost(int socket, int option, int milliseconds)
 {
-    const int limit =
-        std::max(milliseconds - milliseconds / 8, 1); // a kernel's timer is late by up to an eighth
+    const int limit = std::max(milliseconds - milliseconds / 8, 1);
     const timeval wait{limit / 1000, limit % 1000 * 1000L};
     return setsockopt(socket, SOL_SOCKET, option, &wait, sizeof wait) == 0;
 }

@@ -52,8 +52,9 @@ void RemoveEndpoint(const std::string& endpoint, const ServedEndpoint& served);
 /// The process at the other end when it belongs to this user, or nothing.
 std::optional<pid_t> PeerOfThisUser(int socket);
 
-/// Has what waits on a socket return with EAGAIN, at the latest after a time, mostly a little earlier; @p
-/// option is SO_RCVTIMEO or SO_SNDTIMEO.
+/// Limits how long a call waits on a socket before it fails with EAGAIN; @p option is SO_RCVTIMEO or
+/// SO_SNDTIMEO. The limit is cut by an eighth, by which a kernel's timer may be late. One of a few
+/// milliseconds may be exceeded by a tick or two.
 bool WaitAtMost(int socket, int option, int milliseconds);
 
 } // namespace vesk::host

@@ -75,14 +75,16 @@ void Inbox::CallAgain(uint64_t number)
     PutInto(toBeCalled_, number);
 }
 
-void Inbox::PutOff(uint64_t number, bool comesFirst)
+void Inbox::PutOff(uint64_t number, bool keepsTurn)
 {
-    PutInto(toBeCalled_, number, comesFirst);
+    PutInto(toBeCalled_, number, keepsTurn && isCalling_);
     areSomePutOff_ = !toBeCalled_.empty();
 }
 
 void Inbox::CallLater(uint64_t number)
 {
+    if (!laterIsDue_)
+        laterIsDue_.emplace(std::chrono::milliseconds(100));
     PutInto(later_, number);
 }
 
@@ -140,16 +142,22 @@ void Inbox::CallThoseToBeCalled()
         }
         entry->second.turn.splice(entry->second.turn.end(), toBeCalled_, toBeCalled_.begin());
         const std::shared_ptr<Watched> watched = entry->second.watched;
+        isCalling_ = true;
         watched->OnReady(EPOLLIN);
+        isCalling_ = false;
     }
     areSomePutOff_ = areSomePutOff_ || left != 0;
 }
 
 std::unique_ptr<Message> Inbox::Next()
 {
-    constexpr int kWhileMs = 100;
     Guard guard(lock_);
     while (!hasEnded_) {
+        if (laterIsDue_ && laterIsDue_->HasPassed()) {
+            laterIsDue_.reset();
+            toBeCalled_.splice(toBeCalled_.end(), later_);
+            areSomePutOff_ = !toBeCalled_.empty(); // lest messages that keep coming starve them
+        }
         if (waiting_.empty() && !toBeCalled_.empty())
             CallThoseToBeCalled();
         if (!waiting_.empty()) {
@@ -160,9 +168,11 @@ std::unique_ptr<Message> Inbox::Next()
         }
         Events events;
         loopWaits_ = true;
-        const int count = Wait(guard, events, !toBeCalled_.empty() ? 0 : later_.empty() ? -1 : kWhileMs);
+        const int count = Wait(guard, events,
+                               !toBeCalled_.empty() ? 0
+                               : laterIsDue_        ? laterIsDue_->Milliseconds()
+                                                    : -1);
         loopWaits_ = false;
-        toBeCalled_.splice(toBeCalled_.end(), later_);
         if (count < 0) {
             Report(kReportError, "waiting for messages failed: %s", strerror(errno));
             break;

@@ -1,6 +1,7 @@
 // What a task receives: its sockets, and the messages read from them that wait for its loop.
 #pragma once
 
+#include "message/deadline.h"
 #include "platform/os_msg.h"
 #include "process/unique_fd.h"
 
@@ -15,6 +16,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 
 namespace vesk::host {
 
@@ -79,10 +81,11 @@ public:
     void CallAgain(uint64_t number);
 
     /// The same for a socket that has to stop reading, as there is no room or it has had its share. HasRoom()
-    /// is false until those that were put off have been called, this one before all others or after them.
-    void PutOff(uint64_t number, bool comesFirst = false);
+    /// is false until those that were put off have been called. This one comes after all others, unless it
+    /// keeps a turn that it is having.
+    void PutOff(uint64_t number, bool keepsTurn = false);
 
-    /// Has a socket's OnReady called again a while later.
+    /// Has a socket's OnReady called again a tenth of a second later, when no message waits.
     void CallLater(uint64_t number);
 
     /// Whether another message may wait, and no socket that was put off comes first.
@@ -111,7 +114,9 @@ private:
     uint64_t lastNumber_ = 0;
     std::list<uint64_t> toBeCalled_;
     bool areSomePutOff_ = false; // of those
-    std::list<uint64_t> later_;  // to be called after the loop's next wait
+    bool isCalling_ = false;     // the first of those, which has left the list
+    std::list<uint64_t> later_;
+    std::optional<Deadline> laterIsDue_; // when those come to be called; set unless there are none
     std::deque<std::unique_ptr<Message>> waiting_;
     size_t waitingBytes_ = 0;
     uint32_t depth_ = 1;

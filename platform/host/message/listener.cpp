@@ -2,8 +2,10 @@
 #include "message/listener.h"
 
 #include "message/connection.h"
+#include "message/frame.h"
 #include "message/report.h"
 
+#include <poll.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
 
@@ -39,12 +41,21 @@ void Listener::OnReady(uint32_t)
             inbox_->PutOff(number_);
             return;
         }
-        if ((accepted_.IsOpen() || Accept()) && Receive())
+        if ((accepted_.IsOpen() || Accept()) && Receive()) {
+            isWaiting_ = false;
             continue;
+        }
         if (errno == EAGAIN)
             return;
-        if (errno != EINTR && errno != ECONNABORTED) {
-            Report(kReportError, "%s: a connection has to wait: %s", endpoint_.c_str(), strerror(errno));
+        if (const int error = errno; error != EINTR && error != ECONNABORTED) {
+            // A full table of descriptors fails accept4() also when no connection waits.
+            const Deadline now(std::chrono::milliseconds(0));
+            if (!accepted_.IsOpen() && !WaitFor(served_.socket.Get(), POLLIN, now)) {
+                isWaiting_ = false;
+                return;
+            }
+            if (!std::exchange(isWaiting_, true))
+                Report(kReportError, "%s: a connection has to wait: %s", endpoint_.c_str(), strerror(error));
             inbox_->CallLater(number_); // no event tells when there is a descriptor or memory for it
             return;
         }

@@ -27,7 +27,8 @@ private:
     uint64_t number_ = 0;   // of the inbox
     const std::string endpoint_;
     const std::shared_ptr<Inbox> inbox_;
-    UniqueFd accepted_; // a connection that is not watched yet
+    UniqueFd accepted_;      // a connection that is not watched yet
+    bool isWaiting_ = false; // a connection, which has been logged
 };
 
 } // namespace vesk::host

@@ -91,8 +91,8 @@ uint32_t Write(int socket, FrameWriter& writer, const std::optional<Deadline>& d
             return HOST_MSG_ERR_TIMEOUT;
         if (!deadline && (!writer.HasBegun() || (!hasRoom && writer.BytesLeft() == before)))
             return HOST_MSG_ERR_FULL;
-        // There may be room for a packet all the same: the kernel reports no less than three quarters of the
-        // buffer.
+        // poll() reports room only when three quarters of the buffer are free, so a packet may fit although
+        // the wait was in vain.
         hasRoom = WaitFor(socket, POLLOUT, deadline.value_or(Deadline(kMoment)));
     }
 }

@@ -35,6 +35,8 @@ Message* InHand(const OsMsgEnvelope* envelope)
     return isInHand ? t_inHand : nullptr;
 }
 
+constexpr std::chrono::milliseconds kLongestWait(2000); // for the directory's lock
+
 /// What came of serving a task under a process name.
 struct Attempt {
     uint32_t error = 0; // none while it is under way, and once it has succeeded
@@ -91,10 +93,9 @@ bool MayPass(uint32_t error)
 
 /// Serves a task under a process name unless that has been tried. Returns 0 or the HostMsgResult of the last
 /// attempt.
-uint32_t Bind(Task& task, const std::string& procName, const std::optional<Deadline>& limit = {})
+uint32_t Bind(Task& task, const std::string& procName, const Deadline& deadline)
 {
     constexpr std::chrono::seconds kPause(1);
-    const Deadline longest(std::chrono::seconds(2));
     Registry& registry = g_registry.Get();
     {
         const std::lock_guard guard(registry.lock);
@@ -103,8 +104,7 @@ uint32_t Bind(Task& task, const std::string& procName, const std::optional<Deadl
             return attempt->second.error;
         attempt->second = {};
     }
-    Attempt attempt{.error = Contained(
-                        [&] { return Serve(task, procName, std::min(limit.value_or(longest), longest)); })};
+    Attempt attempt{.error = Contained([&] { return Serve(task, procName, deadline); })};
     if (MayPass(attempt.error))
         attempt.repeat = Deadline::Clock::now() + kPause;
     const std::lock_guard guard(registry.lock);
@@ -192,8 +192,9 @@ void BindTasksUnder(std::string_view procName, const std::optional<Deadline>& de
         const std::lock_guard guard(registry.lock);
         tasks = registry.tasks;
     }
-    constexpr std::chrono::milliseconds kMoment(100);
-    const Deadline limit = deadline.value_or(Deadline(kMoment));
+    // Half of the time is left to the message itself.
+    const std::chrono::milliseconds wait(deadline ? deadline->Milliseconds() / 2 : 100);
+    const Deadline limit(std::min(wait, kLongestWait));
     bool doesLast = true;
     for (const auto& [name, task] : tasks)
         doesLast = !MayPass(Bind(*task, std::string(procName), limit)) && doesLast;
@@ -246,7 +247,7 @@ uint32_t OsMsgRegTask(const char* taskName, uint32_t queueDepth, uint32_t (*msgP
         }
         task->inbox->SetDepth(queueDepth);
         ++g_changes;
-        return procName.empty() ? 0 : Bind(*task, procName);
+        return procName.empty() ? 0 : Bind(*task, procName, Deadline(kLongestWait));
     });
 }
 

@@ -26,14 +26,17 @@ PerProcess<Affinity> g_affinity;
 } // namespace
 
 MessageThread::MessageThread()
-try {
-    const pthread_t self = pthread_self();
-    Affinity& affinity = g_affinity.Get();
-    const std::lock_guard guard(affinity.lock);
-    affinity.threads[static_cast<uint32_t>(self)] = self;
-    if (const auto set = affinity.wanted.extract(static_cast<uint32_t>(self)))
-        pthread_setaffinity_np(self, sizeof(cpu_set_t), &set.mapped());
-} catch (const std::exception&) { // out of memory: it stays where it is
+{
+    // Not around the whole constructor: that would throw on what it catches.
+    try {
+        const pthread_t self = pthread_self();
+        Affinity& affinity = g_affinity.Get();
+        const std::lock_guard guard(affinity.lock);
+        affinity.threads[static_cast<uint32_t>(self)] = self;
+        if (const auto set = affinity.wanted.extract(static_cast<uint32_t>(self)))
+            pthread_setaffinity_np(self, sizeof(cpu_set_t), &set.mapped());
+    } catch (const std::exception&) { // out of memory: it stays where it is
+    }
 }
 
 MessageThread::~MessageThread()

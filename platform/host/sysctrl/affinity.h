@@ -3,8 +3,8 @@
 
 namespace vesk::host {
 
-/// The calling thread runs a message loop while this lives: it is given the CPUs that OsSetProcessAffinity
-/// has asked for or asks for meanwhile.
+/// The calling thread runs a message loop while this lives: OsSetProcessAffinity binds it, whether called
+/// before or meanwhile.
 class MessageThread {
 public:
     MessageThread();

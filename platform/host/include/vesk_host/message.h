@@ -76,7 +76,8 @@ HostMsgDeferred HostMsgDefer(OsMsgEnvelope* request);
  */
 uint32_t HostMsgReplyDeferred(HostMsgDeferred deferred, const void* data, uint32_t dataLen);
 
-/** Closes the sender's connection instead of answering: its call fails at once. Any thread may call. */
+/** Closes the sender's connection instead of answering: the sender's call fails at once. Any thread may call.
+ */
 void HostMsgCloseDeferred(HostMsgDeferred deferred);
 
 /** @return The process that sent the message that is being handled; 0 when @p message is not it. */
