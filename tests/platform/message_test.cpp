@@ -530,7 +530,12 @@ FORKED_TEST(HostMessage, ASenderWithoutEndDoesNotStarveTheOthers)
         for (;;)
             Tell("peer");
     };
-    const Child floods[] = {Child(flood), Child(flood)};
+    const auto comesAndGoes = [this] {
+        const std::vector<std::string> messages(8, Raw(0, "", OS_MSG_ASYNCHRONOUS));
+        for (;; usleep(9500))
+            Connected(messages);
+    };
+    const Child floods[] = {Child(flood), Child(comesAndGoes)};
     usleep(100000);
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(Ask("peer").data, "question");
