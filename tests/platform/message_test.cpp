@@ -919,17 +919,14 @@ FORKED_TEST(HostMessage, WithoutDescriptorsItFailsAtOnceAndWorksAgainWithThem)
     EXPECT_EQ(Ask("peer").data, "question");
     leave(0);
     EXPECT_EQ(Ask("peer", 5, "x", 5000, "task", "late").result, 0U); // and is not served under that name
-    const auto inClient = [&](const std::function<bool()>& holds) {
-        int status = 0;
-        if (const pid_t client = fork(); client == 0) {
-            setrlimit(RLIMIT_NOFILE, &before);
-            _exit(holds() ? 0 : 1);
-        } else {
-            waitpid(client, &status, 0);
-        }
-        EXPECT_EQ(status, 0);
-    };
-    inClient([] { return Ask("peer", 5, "x", 100).result == HOST_MSG_ERR_TIMEOUT && Tell("peer", 77) == 0; });
+    int status = 0;
+    if (const pid_t client = fork(); client == 0) {
+        setrlimit(RLIMIT_NOFILE, &before);
+        _exit(Ask("peer", 5, "x", 100).result == HOST_MSG_ERR_TIMEOUT && Tell("peer", 77) == 0 ? 0 : 1);
+    } else {
+        waitpid(client, &status, 0);
+    }
+    EXPECT_EQ(status, 0);
     Expect(Ask("peer").result, 0, "peer.task: a connection has to wait: Too many open files");
     setrlimit(RLIMIT_NOFILE, &before);
     EXPECT_TRUE(Eventually([] { return s_isTold.load(); })); // what was accepted is not lost
