@@ -37,7 +37,7 @@ if(VESK_PLATFORM STREQUAL host)
   set(platform_include_dir ${CMAKE_INSTALL_INCLUDEDIR}/vesk_host_platform)
   install_library(vesk_host_platform ${platform_include_dir} "Stand-in for a video device's platform")
   install(DIRECTORY platform/include/platform platform/host/include/vesk_host DESTINATION ${platform_include_dir})
-  install(DIRECTORY service/include/vesk_service TYPE INCLUDE)
+  install(DIRECTORY include/vesk_service TYPE INCLUDE)
 
   set_target_properties(vesk-video-service display_tour PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries_from_bin}")
   set_target_properties(display_tour PROPERTIES OUTPUT_NAME vesk-display-tour)

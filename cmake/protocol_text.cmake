@@ -11,7 +11,7 @@ function(vesk_protocol_text directory)
   set(result_codes "")
   vesk_add_result_codes("library" include/vesk_video/common.h "VESK_VIDEO_(OK|ERR_[A-Z_]+)")
   vesk_add_result_codes("host platform" platform/host/include/vesk_host/message.h "HOST_MSG_ERR_[A-Z_]+")
-  vesk_add_result_codes("virtual service" service/include/vesk_service/virtual_service.h "VESK_SERVICE_ERR_[A-Z_]+")
+  vesk_add_result_codes("virtual service" include/vesk_service/virtual_service.h "VESK_SERVICE_ERR_[A-Z_]+")
   file(CONFIGURE OUTPUT ${directory}/decoder/result_codes.inc CONTENT "@result_codes@" @ONLY)
 endfunction()
 

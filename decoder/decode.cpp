@@ -1,13 +1,13 @@
 // From a message to names and fields.
+#include "base/error.h"
+#include "base/file.h"
 #include "decoder/decoder.h"
-#include "decoder/error.h"
-#include "decoder/file.h"
 #include "decoder/record_text.h"
 
 #include <algorithm>
 #include <cstring>
 
-namespace vesk::tools {
+namespace vesk::decoder {
 
 namespace {
 
@@ -276,4 +276,4 @@ Decoded Decoder::Decode(const Message& message) const
     return decoded;
 }
 
-} // namespace vesk::tools
+} // namespace vesk::decoder

@@ -1,7 +1,7 @@
 // Turns messages into names and fields, and back.
 #pragma once
 
-#include "decoder/bytes.h"
+#include "base/bytes.h"
 #include "decoder/names.h"
 #include "decoder/records.h"
 
@@ -9,7 +9,7 @@
 #include <variant>
 #include <vector>
 
-namespace vesk::tools {
+namespace vesk::decoder {
 
 enum class Direction { kRequest, kAnswer, kNotification };
 
@@ -136,4 +136,4 @@ private:
     Peer peer_;
 };
 
-} // namespace vesk::tools
+} // namespace vesk::decoder

@@ -1,6 +1,6 @@
 // From names and fields to a message.
+#include "base/error.h"
 #include "decoder/decoder.h"
-#include "decoder/error.h"
 
 #include <algorithm>
 #include <charconv>
@@ -8,7 +8,7 @@
 #include <limits>
 #include <set>
 
-namespace vesk::tools {
+namespace vesk::decoder {
 
 namespace {
 
@@ -484,4 +484,4 @@ Bytes Decoder::EncodeRaw(Direction direction, uint32_t number, const std::vector
     return Builder(*this, listing, assignments).BuildWith(payload);
 }
 
-} // namespace vesk::tools
+} // namespace vesk::decoder

@@ -1,14 +1,14 @@
 // Which messages a user wants to see.
 #include "decoder/filter.h"
 
-#include "decoder/error.h"
+#include "base/error.h"
 #include "decoder/text.h"
 
 #include <algorithm>
 
 #include <fnmatch.h>
 
-namespace vesk::tools {
+namespace vesk::decoder {
 
 namespace {
 
@@ -91,4 +91,4 @@ bool Filter::HasValue(const Decoded& message, const Assignment& condition) const
     });
 }
 
-} // namespace vesk::tools
+} // namespace vesk::decoder

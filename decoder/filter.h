@@ -3,7 +3,7 @@
 
 #include "decoder/decoder.h"
 
-namespace vesk::tools {
+namespace vesk::decoder {
 
 /**
  * A choice of messages by terms:
@@ -40,4 +40,4 @@ private:
     std::vector<Assignment> conditions_;
 };
 
-} // namespace vesk::tools
+} // namespace vesk::decoder

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <array>
 
-namespace vesk::tools {
+namespace vesk::decoder {
 
 namespace {
 
@@ -51,11 +51,10 @@ void NameArguments(Listing& listing, const messages::Argument (&arguments)[3])
         const messages::Argument& argument = arguments[static_cast<size_t>(field.field)];
         if (!argument.IsUsed())
             continue;
-        const std::string_view text = argument.text;
-        const bool isPointer = text.find('*') != text.npos;
+        const bool isPointer = argument.IsPointer();
         field.name = argument.Name();
         field.isListed = true;
-        field.isSigned = text.starts_with("int");
+        field.isSigned = argument.IsSigned();
         field.isHandle = isPointer || field.name.ends_with("Handle");
         if (listing.direction == Direction::kRequest && !isPointer) // the functions take 32 bits
             field.limit = std::min<uint64_t>(field.limit, UINT32_MAX);
@@ -140,4 +139,4 @@ std::string_view IdentityOf(const Field& field)
     return {};
 }
 
-} // namespace vesk::tools
+} // namespace vesk::decoder

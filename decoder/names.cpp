@@ -1,7 +1,7 @@
 // Names of messages and results, as people write and read them.
 #include "decoder/names.h"
 
-#include "decoder/error.h"
+#include "base/error.h"
 #include "vesk_service/control_list.h"
 
 #include <algorithm>
@@ -12,7 +12,7 @@
 
 #include <strings.h>
 
-namespace vesk::tools {
+namespace vesk::decoder {
 
 namespace {
 
@@ -206,4 +206,4 @@ std::optional<uint64_t> ParseNumber(std::string_view text)
     return number;
 }
 
-} // namespace vesk::tools
+} // namespace vesk::decoder

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-namespace vesk::tools {
+namespace vesk::decoder {
 
 /// "VO_START" of VESK_VIDEO_MSG_VO_START, "DISPLAY_FIRST_FRAME" of VESK_VIDEO_ON_DISPLAY_FIRST_FRAME_NOTIFY.
 std::string_view ShortName(std::string_view name);
@@ -56,4 +56,4 @@ std::optional<uint32_t> FindResult(std::string_view text);
 /// A decimal or 0x hexadecimal number that is the whole text.
 std::optional<uint64_t> ParseNumber(std::string_view text);
 
-} // namespace vesk::tools
+} // namespace vesk::decoder

@@ -1,7 +1,7 @@
 // The layouts of records, read from their description as text.
 #include "decoder/records.h"
 
-#include "decoder/error.h"
+#include "base/error.h"
 #include "vesk_video/message.h"
 
 #include <algorithm>
@@ -9,7 +9,7 @@
 #include <regex>
 #include <set>
 
-namespace vesk::tools {
+namespace vesk::decoder {
 
 namespace {
 
@@ -272,4 +272,4 @@ const RecordType* RecordSet::Shown(std::string_view name) const
     return Find(view == shownAs_.end() ? name : std::string_view(view->second));
 }
 
-} // namespace vesk::tools
+} // namespace vesk::decoder

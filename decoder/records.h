@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace vesk::tools {
+namespace vesk::decoder {
 
 struct RecordType;
 
@@ -78,4 +78,4 @@ private:
     std::map<std::string, std::string, std::less<>> shownAs_;
 };
 
-} // namespace vesk::tools
+} // namespace vesk::decoder

@@ -1,14 +1,14 @@
 // Messages as people and programs read them: a line, or JSON.
 #include "decoder/text.h"
 
-#include "decoder/error.h"
+#include "base/error.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cinttypes>
 #include <cstdio>
 
-namespace vesk::tools {
+namespace vesk::decoder {
 
 namespace {
 
@@ -284,4 +284,4 @@ std::string Dump(const ordered_json& document)
     return document.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
 }
 
-} // namespace vesk::tools
+} // namespace vesk::decoder

@@ -5,7 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
-namespace vesk::tools {
+namespace vesk::decoder {
 
 /// A value as the line shows it: "1", "-3", "0x20", "16(CAM_CTRL_QUERY)", "0.25", "\"HDMI-OUT-1\"",
 /// "01(00*63)".
@@ -44,4 +44,4 @@ Assignment ParseAssignment(std::string_view text);
 /// JSON as text on one line; invalid UTF-8 is replaced.
 std::string Dump(const nlohmann::ordered_json& document);
 
-} // namespace vesk::tools
+} // namespace vesk::decoder

@@ -14,7 +14,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
 printf '#include "%s"\n' vesk_video/vesk_video.h vesk_service/control.h |
-  "$compiler" -std=c11 -g -fno-eliminate-unused-debug-types -Iinclude -Iservice/include -x c -c -o "$work/interface.o" -
+  "$compiler" -std=c11 -g -fno-eliminate-unused-debug-types -Iinclude -x c -c -o "$work/interface.o" -
 # One line for each "struct Record {" and each "type field; /* offset size */".
 pahole "$work/interface.o" | awk '
   /^struct [A-Z]/ { record = $2; next }

@@ -1,6 +1,7 @@
 // The clients that have announced themselves, and their notifications.
 #include "service/clients.h"
 
+#include "base/envelope.h"
 #include "service/log.h"
 #include "service/process.h"
 #include "vesk_host/message.h"
@@ -78,8 +79,7 @@ int WriteFile(const std::string& name, const std::string& text)
 
 bool IsClientName(std::string_view name)
 {
-    return !name.empty() && name.size() < VESK_VIDEO_NAME_SIZE &&
-           std::none_of(name.begin(), name.end(), [](unsigned char c) { return c < ' ' || c == 0x7f; });
+    return !name.empty() && name.size() < VESK_VIDEO_NAME_SIZE && IsPrintable(name);
 }
 
 bool Clients::Client::IsAlive() const
@@ -188,14 +188,8 @@ uint32_t Clients::Send(const std::string& procName, uint32_t notifyId, std::span
     const auto client = clients_.find(procName);
     if (client == clients_.end())
         return HOST_MSG_ERR_ABSENT;
-    OsMsgEnvelope envelope{};
-    envelope.msgId = notifyId;
-    PutName(envelope.sendProcName, self_.procName);
-    PutName(envelope.sendTaskName, self_.taskName);
-    PutName(envelope.recvProcName, procName);
-    PutName(envelope.recvTaskName, client->second.taskName);
-    envelope.dataLen = static_cast<uint32_t>(data.size());
-    envelope.data = const_cast<std::byte*>(data.data()); // which is only read
+    OsMsgEnvelope envelope =
+        MakeEnvelope(notifyId, {self_.procName, self_.taskName}, {procName, client->second.taskName}, data);
     const uint32_t ret = OsMsgAsynSend(&envelope);
     ++(ret == 0 ? client->second.sent : client->second.dropped);
     LOG(kInfo, "notification %u to %s: %u", notifyId, procName.c_str(), ret);

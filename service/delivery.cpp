@@ -127,7 +127,7 @@ Result Service::SendNotification(std::span<const std::byte> payload, uint32_t* n
         return VESK_SERVICE_ERR_LENGTH;
     std::memcpy(&asked, payload.data(), sizeof asked);
     payload = payload.subspan(sizeof asked);
-    const std::string_view named = NameIn(asked.procName);
+    const std::string_view named = TextIn(asked.procName);
     const std::string procName(named.empty() ? kEveryClient : named);
     if (messages::FindNotification(asked.notifyId) == nullptr)
         return VESK_SERVICE_ERR_VALUE;

@@ -1,9 +1,10 @@
 // Descriptions of virtual devices in TOML files.
 #include "service/device_file.h"
 
+#include "base/error.h"
+#include "base/text.h"
+#include "base/toml.h"
 #include "decoder/decoder.h"
-#include "decoder/error.h"
-#include "decoder/toml.h"
 #include "service/default_device.h"
 
 #include <algorithm>
@@ -60,13 +61,13 @@ public:
     }
 
     /// Reads the numbers of a record, whose keys are the names of its fields.
-    void ReadFields(const tools::RecordType& type, std::span<std::byte> record)
+    void ReadFields(const decoder::RecordType& type, std::span<std::byte> record)
     {
-        for (const tools::RecordField& field : type.fields) {
+        for (const decoder::RecordField& field : type.fields) {
             const toml::node* node = field.isFiller ? nullptr : Find(field.name.c_str());
             if (node == nullptr)
                 continue;
-            const bool isSigned = field.kind == tools::ElementKind::kSigned;
+            const bool isSigned = field.kind == decoder::ElementKind::kSigned;
             const size_t bits =
                 std::min<size_t>(field.size * 8 - (isSigned ? 1 : 0), 63); // of TOML's numbers
             const int64_t most = INT64_MAX >> (63 - bits);
@@ -211,7 +212,7 @@ private:
     [[noreturn]] void Fail(const toml::source_region& at, const std::string& path,
                            const std::string& what) const
     {
-        throw tools::Error(file_ + ':' + std::to_string(at.begin.line) + ": " + path + ": " + what);
+        throw Error(file_ + ':' + std::to_string(at.begin.line) + ": " + path + ": " + what);
     }
 
     const std::string& file_;
@@ -239,8 +240,7 @@ void ReadPort(Table& table, Description& port, const std::vector<Description>& o
     constexpr size_t kMost = sizeof VeskServiceViPort::name - 1;
     const std::string expected = "1 to " + std::to_string(kMost) + " characters, none of control";
     port.name = table.Text("name", expected);
-    if (port.name.empty() || port.name.size() > kMost ||
-        std::any_of(port.name.begin(), port.name.end(), [](unsigned char c) { return c < ' ' || c == 0x7f; }))
+    if (port.name.empty() || port.name.size() > kMost || !IsPrintable(port.name))
         table.Refuse("name", expected);
     if (std::any_of(others.begin(), others.end(),
                     [&](const Description& other) { return other.name == port.name; }))
@@ -326,7 +326,7 @@ void ReadDecode(Table& table, DecodeDescription& codec, const std::vector<Decode
 
 void ReadDefaults(Table& table, DefaultParameters& defaults)
 {
-    static const tools::Decoder s_decoder;
+    static const decoder::Decoder s_decoder;
     const auto read = [&](const char* key, const char* type, auto& record) {
         table.ReadTable(key, [&](Table& fields) {
             fields.ReadFields(*s_decoder.Records().Find(type), std::as_writable_bytes(std::span(&record, 1)));
@@ -347,10 +347,10 @@ std::string ReadFile(const std::string& path)
     std::string text(kMost + 1, '\0');
     file.read(text.data(), static_cast<std::streamsize>(text.size()));
     if (file.bad() || (file.fail() && !file.eof()))
-        throw tools::Error(path + ": cannot be read: " + strerror(errno));
+        throw Error(path + ": cannot be read: " + strerror(errno));
     text.resize(static_cast<size_t>(file.gcount()));
     if (text.size() > kMost)
-        throw tools::Error(path + ": expected at most " + std::to_string(kMost) + " bytes");
+        throw Error(path + ": expected at most " + std::to_string(kMost) + " bytes");
     return text;
 }
 
@@ -370,8 +370,8 @@ try {
     table.End();
     return device;
 } catch (const toml::parse_error& error) {
-    throw tools::Error(file + ':' + std::to_string(error.source().begin.line) + ": " +
-                       std::string(error.description()));
+    throw Error(file + ':' + std::to_string(error.source().begin.line) + ": " +
+                std::string(error.description()));
 }
 
 const DeviceDescription& DefaultDevice()

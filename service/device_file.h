@@ -12,10 +12,10 @@ namespace vesk::service {
 const DeviceDescription& DefaultDevice();
 
 /// The device that a file's text describes; @p file is its name in errors. What it does not say is as in
-/// @p base. Throws tools::Error, "FILE:LINE: KEY: expected this, not that".
+/// @p base. Throws Error, "FILE:LINE: KEY: expected this, not that".
 DeviceDescription ParseDevice(std::string_view text, const std::string& file, DeviceDescription base);
 
-/// The device that a file describes, on the base of the default one. Throws tools::Error.
+/// The device that a file describes, on the base of the default one. Throws Error.
 DeviceDescription ReadDevice(const std::string& path);
 
 } // namespace vesk::service

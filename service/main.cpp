@@ -1,11 +1,12 @@
 // The virtual video service as a process of its own.
-#include "control/scenario_file.h"
-#include "decoder/error.h"
+#include "base/envelope.h"
+#include "base/error.h"
 #include "service/alarm.h"
 #include "service/device_file.h"
 #include "service/log.h"
 #include "service/program_text.h"
 #include "service/service.h"
+#include "steering/scenario_file.h"
 #include "vesk_host/message.h"
 
 #include <CLI/CLI.hpp>
@@ -17,6 +18,7 @@
 #include <exception>
 #include <thread>
 
+using namespace vesk;
 using namespace vesk::service;
 
 namespace {
@@ -52,13 +54,8 @@ void SendTick(const Identity& self)
 {
     VeskVideoMsgHead head{};
     head.msgId = VESK_CONTROL_TICK;
-    OsMsgEnvelope envelope{};
-    envelope.msgId = head.msgId;
-    PutName(envelope.sendProcName, self.procName);
-    PutName(envelope.recvProcName, self.procName);
-    PutName(envelope.recvTaskName, self.taskName);
-    envelope.dataLen = sizeof head;
-    envelope.data = &head;
+    OsMsgEnvelope envelope =
+        MakeEnvelope(VESK_CONTROL_TICK, {self.procName, ""}, {self.procName, self.taskName}, BytesOf(head));
     OsMsgAsynSend(&envelope);
 }
 
@@ -126,10 +123,10 @@ try {
     CLI11_PARSE(app, argc, argv);
     Bytes scenario;
     if (!scenarioFile.empty())
-        scenario = vesk::control::ScenarioFromFile(vesk::tools::Decoder(), scenarioFile).data;
+        scenario = steering::ScenarioFromFile(decoder::Decoder(), scenarioFile).data;
     return Run(self, deviceFile.empty() ? DefaultDevice() : ReadDevice(deviceFile), std::move(clock),
                scenario);
-} catch (const vesk::tools::Error& error) { // a file that is wrong
+} catch (const Error& error) { // a file that is wrong
     std::fprintf(stderr, "%s\n", error.what());
     return 2;
 } catch (const std::exception& error) { // out of memory, or no thread can be started

@@ -36,7 +36,7 @@ std::string TextOf(const MessageView& message)
 
 bool IsValid(const VeskControlMatch& match)
 {
-    const std::string_view procName = NameIn(match.procName);
+    const std::string_view procName = TextIn(match.procName);
     if (match.kind > VESK_CONTROL_OF_NOTIFICATION || match.conditions > VESK_CONTROL_MAX_CONDITIONS ||
         match.reserved != 0)
         return false;
@@ -52,7 +52,7 @@ bool IsValid(const VeskControlMatch& match)
 
 bool Matches(const VeskControlMatch& match, const MessageView& message)
 {
-    const std::string_view procName = NameIn(match.procName);
+    const std::string_view procName = TextIn(match.procName);
     if ((match.kind != VESK_CONTROL_ANY && match.kind != message.kind) ||
         (match.number != kAnyNumber && match.number != message.number) ||
         (!procName.empty() && procName != message.procName))

@@ -14,11 +14,11 @@ namespace {
 
 using messages::HeaderField;
 
-std::string ValueText(std::string_view argument, uint64_t value)
+std::string ValueText(const messages::Argument& argument, uint64_t value)
 {
-    if (argument.starts_with("int"))
+    if (argument.IsSigned())
         return std::to_string(static_cast<int32_t>(value));
-    if (argument.find('*') == std::string_view::npos)
+    if (!argument.IsPointer())
         return std::to_string(value);
     char text[20];
     std::snprintf(text, sizeof text, "0x%" PRIx64, value);
@@ -34,7 +34,7 @@ std::string ArgumentsText(const messages::Request& request, const VeskVideoMsgHe
         if (!argument.IsUsed())
             continue;
         text += text.empty() ? "" : " ";
-        text += argument.Name() + ('=' + ValueText(argument.text, ValueOf(head, field)));
+        text += argument.Name() + ('=' + ValueText(argument, ValueOf(head, field)));
     }
     return text.empty() ? text : text + ", ";
 }

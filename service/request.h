@@ -1,6 +1,8 @@
 // What the service's model is made of: requests, results, notifications.
 #pragma once
 
+#include "base/bytes.h"
+#include "base/text.h"
 #include "vesk_service/virtual_service.h"
 #include "vesk_video/message.h"
 
@@ -21,25 +23,6 @@ namespace vesk::service {
 /// 0, or a VeskServiceResult.
 using Result = uint16_t;
 inline constexpr Result kOk = 0;
-
-using Bytes = std::vector<std::byte>;
-
-template <class Record>
-std::span<const std::byte> BytesOf(const Record& record)
-{
-    return std::as_bytes(std::span(&record, 1));
-}
-
-/// The name in a NUL-padded field.
-inline std::string_view NameIn(const char (&field)[VESK_VIDEO_NAME_SIZE])
-{
-    return {field, strnlen(field, sizeof field)};
-}
-
-inline void PutName(char (&field)[VESK_VIDEO_NAME_SIZE], const std::string& name)
-{
-    std::copy_n(name.begin(), std::min(name.size(), sizeof field), field);
-}
 
 /// Who sent a request.
 struct Sender {

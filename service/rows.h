@@ -183,7 +183,7 @@ template <class Part>
 Part& PartOf(Service& service)
 {
     return Select<Part>(service, service.inputs, service.outputs, service.codecs, service.mice, service.uvc,
-                        service.overlays, service.queues, service.device, service.control, service.timeline,
+                        service.overlays, service.queues, service.device, service.cables, service.timeline,
                         service.faults, service.scenario, service.watchers, service.state);
 }
 

@@ -18,7 +18,7 @@ namespace {
 
 Sender SenderOf(const OsMsgEnvelope& message)
 {
-    return {std::string(NameIn(message.sendProcName)), std::string(NameIn(message.sendTaskName)),
+    return {std::string(TextIn(message.sendProcName)), std::string(TextIn(message.sendTaskName)),
             HostMsgSenderProcess(&message)};
 }
 
@@ -35,7 +35,7 @@ void Service::End()
     Notify({.procName = kEveryClient, .notifyId = VESK_VIDEO_ON_VIDEO_DIE_NOTIFY, .payload = {}});
 }
 
-void Service::Reset()
+Result Service::Reset()
 {
     // What needs memory comes first: without it, nothing has changed.
     Inputs describedInputs(notifications_, described_);
@@ -55,6 +55,7 @@ void Service::Reset()
     timeline.Reset();
     notifications_.Add(kEveryClient, VESK_VIDEO_ON_VIDEO_DIE_NOTIFY, {});
     notifications_.Add(kEveryClient, VESK_VIDEO_ON_VIDEO_ACTIVATE_NOTIFY, {});
+    return kOk;
 }
 
 Result Service::Serve(uint32_t number, const Sender& sender, std::span<const std::byte> data, Bytes& answer)
@@ -126,7 +127,7 @@ void Service::Handle(OsMsgEnvelope& message)
 // A process whose name is another's is served all the same, but hears nothing.
 Result Service::Init(const Sender& sender, const VeskVideoInitInfo& info)
 {
-    const std::string procName(NameIn(info.procName)), taskName(NameIn(info.taskName));
+    const std::string procName(TextIn(info.procName)), taskName(TextIn(info.taskName));
     if (!IsClientName(procName) || !IsClientName(taskName))
         return VESK_SERVICE_ERR_VALUE;
     const Result result = clients.Add(procName, taskName, sender.process);

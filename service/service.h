@@ -2,9 +2,9 @@
 #pragma once
 
 #include "platform/os_msg.h"
+#include "service/cables.h"
 #include "service/clients.h"
 #include "service/codecs.h"
-#include "service/control.h"
 #include "service/counters.h"
 #include "service/device.h"
 #include "service/device_file.h"
@@ -42,7 +42,7 @@ public:
 
     /// The device is as described again: whatever clients have opened, created or set is gone. They stay
     /// known and are notified as if the service had ended and started again.
-    void Reset();
+    Result Reset();
 
     /// Serves one message. A sender that waits gets an answer, whatever the message holds.
     void Handle(OsMsgEnvelope& message);
@@ -69,7 +69,7 @@ public:
     Overlays overlays{described_.limits};
     Queues queues{described_.limits};
     Device device{notifications_, described_};
-    Control control{*this};
+    Cables cables{*this};
     Counters counters;
     State state{*this};
 

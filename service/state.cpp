@@ -1,9 +1,9 @@
 // The whole state of the virtual service as a JSON document.
 #include "service/state.h"
 
-#include "control/fault.h"
 #include "decoder/text.h"
 #include "service/service.h"
+#include "steering/fault.h"
 #include "vesk_service/control_list.h"
 
 #include <unistd.h>
@@ -12,8 +12,8 @@
 
 namespace vesk::service {
 
+using decoder::Direction;
 using nlohmann::ordered_json;
-using tools::Direction;
 
 namespace {
 
@@ -64,12 +64,12 @@ bool IsZero(const Record& record)
 
 std::string BoundedText(ordered_json document, size_t most)
 {
-    std::string text = tools::Dump(document);
+    std::string text = decoder::Dump(document);
     while (text.size() > most) {
         size_t longest = 2; // an empty list cannot be cut
         std::string name;
         for (const auto& [key, section] : document.items()) {
-            const size_t length = section.is_array() ? tools::Dump(section).size() : 0;
+            const size_t length = section.is_array() ? decoder::Dump(section).size() : 0;
             if (length > longest) {
                 longest = length;
                 name = key;
@@ -81,7 +81,7 @@ std::string BoundedText(ordered_json document, size_t most)
             document["cut"][name] = document[name].size();
         ordered_json& list = document[name];
         list.erase(list.begin() + static_cast<ptrdiff_t>(list.size() / 2), list.end());
-        text = tools::Dump(document);
+        text = decoder::Dump(document);
     }
     return text;
 }
@@ -133,10 +133,10 @@ ordered_json State::Describe()
     };
 }
 
-const tools::Decoder& State::TheDecoder()
+const decoder::Decoder& State::TheDecoder()
 {
     if (decoder_ == nullptr)
-        decoder_ = std::make_unique<const tools::Decoder>();
+        decoder_ = std::make_unique<const decoder::Decoder>();
     return *decoder_;
 }
 
@@ -148,11 +148,11 @@ ordered_json State::FieldsOf(const Record& record)
     const auto payload = BytesOf(record);
     Bytes data(sizeof(VeskVideoMsgHead));
     data.insert(data.end(), payload.begin(), payload.end());
-    tools::Decoded message = TheDecoder().Decode({Direction::kRequest, request, data});
-    std::erase_if(message.fields, [](const tools::Field& field) {
+    decoder::Decoded message = TheDecoder().Decode({Direction::kRequest, request, data});
+    std::erase_if(message.fields, [](const decoder::Field& field) {
         return !field.IsPayload() || (field.isFiller && field.IsZero());
     });
-    return message.fields.empty() ? ordered_json::object() : tools::ToJson(message)["payload"];
+    return message.fields.empty() ? ordered_json::object() : decoder::ToJson(message)["payload"];
 }
 
 template <uint32_t request, class Record>
@@ -249,7 +249,7 @@ ordered_json State::DescribeFilterWindows()
 {
     ordered_json list = ordered_json::array();
     for (const auto& [filterParam, window] : service_.outputs.filterWindows_)
-        list.push_back({{"filterParam", filterParam}, {"window", tools::Hex(BytesOf(window))}});
+        list.push_back({{"filterParam", filterParam}, {"window", Hex(BytesOf(window))}});
     return list;
 }
 
@@ -361,10 +361,10 @@ ordered_json State::DescribeRequests()
         ordered_json results = ordered_json::array();
         for (const Counters::Tally& tally : row.Results())
             results.push_back({{"result", tally.result},
-                               {"resultName", tools::ResultName(tally.result)},
+                               {"resultName", decoder::ResultName(tally.result)},
                                {"count", tally.count}});
         list.push_back({{"number", number},
-                        {"name", tools::ShortName(messages::FindAnyRequest(number)->name)},
+                        {"name", decoder::ShortName(messages::FindAnyRequest(number)->name)},
                         {"results", std::move(results)},
                         {"otherResults", row.others}});
     }
@@ -378,7 +378,7 @@ ordered_json State::DescribeFaults()
         list.push_back({{"fault", state.fault},
                         {"matches", state.matches},
                         {"hits", state.hits},
-                        {"rule", control::FaultText(TheDecoder(), state.rule)}});
+                        {"rule", steering::FaultText(TheDecoder(), state.rule)}});
     }
     return list;
 }

@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 
-namespace vesk::tools {
+namespace vesk::decoder {
 class Decoder;
 }
 
@@ -58,7 +58,7 @@ private:
     nlohmann::ordered_json DescribeScenario();
     nlohmann::ordered_json DescribeWatchers();
 
-    const tools::Decoder& TheDecoder();
+    const decoder::Decoder& TheDecoder();
     /// The fields of a request's payload.
     template <uint32_t request, class Record>
     nlohmann::ordered_json FieldsOf(const Record& record);
@@ -67,7 +67,7 @@ private:
     void Put(nlohmann::ordered_json& entry, const char* name, const Record& record);
 
     Service& service_;
-    std::unique_ptr<const tools::Decoder> decoder_; ///< Made when it is first needed.
+    std::unique_ptr<const decoder::Decoder> decoder_; ///< Made when it is first needed.
 };
 
 } // namespace vesk::service

@@ -1,6 +1,7 @@
 // Those who watch what the service receives, answers and notifies.
 #include "service/watchers.h"
 
+#include "base/envelope.h"
 #include "service/clients.h"
 #include "service/process.h"
 #include "vesk_host/message.h"
@@ -95,8 +96,8 @@ void Watchers::Show(VeskControlMessage shown, const Sender& peer, std::span<cons
 try {
     shown.process = static_cast<uint32_t>(peer.process);
     shown.dataLen = static_cast<uint32_t>(data.size());
-    PutName(shown.procName, peer.procName);
-    PutName(shown.taskName, peer.taskName);
+    PutText(shown.procName, peer.procName);
+    PutText(shown.taskName, peer.taskName);
     shown.realtimeNs = Nanoseconds(std::chrono::system_clock::now());
     shown.monotonicNs = Nanoseconds(steady_clock::now());
 
@@ -129,14 +130,8 @@ bool Watchers::ShowTo(Watcher& watcher, Bytes& block)
     }
     std::memcpy(&block[sizeof(VeskVideoMsgHead) + offsetof(VeskControlMessage, lost)], &watcher.lost,
                 sizeof watcher.lost);
-    OsMsgEnvelope envelope{};
-    envelope.msgId = VESK_CONTROL_ON_MESSAGE;
-    PutName(envelope.sendProcName, self_.procName);
-    PutName(envelope.sendTaskName, self_.taskName);
-    PutName(envelope.recvProcName, watcher.task.procName);
-    PutName(envelope.recvTaskName, watcher.task.taskName);
-    envelope.dataLen = static_cast<uint32_t>(block.size());
-    envelope.data = block.data();
+    OsMsgEnvelope envelope = MakeEnvelope(VESK_CONTROL_ON_MESSAGE, {self_.procName, self_.taskName},
+                                          {watcher.task.procName, watcher.task.taskName}, block);
     const uint32_t ret = OsMsgAsynSend(&envelope);
     if (ret == 0)
         return true;

@@ -87,6 +87,18 @@ struct Argument {
     /** True if the field carries an argument. */
     constexpr bool IsUsed() const { return text[0] != '-'; }
 
+    /** True if it is a pointer, of which only the address travels. */
+    constexpr bool IsPointer() const
+    {
+        const char* c = text;
+        while (*c != '\0' && *c != '*')
+            ++c;
+        return *c == '*';
+    }
+
+    /** True if it is signed. */
+    constexpr bool IsSigned() const { return text[0] == 'i' && text[1] == 'n' && text[2] == 't'; }
+
     /** Name without the C type; "-" for none. */
     constexpr const char* Name() const
     {

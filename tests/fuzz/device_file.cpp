@@ -1,7 +1,7 @@
 // Any text as a device file: it describes a device within the bounds, or is refused by its name.
 #include "fuzz.h"
 
-#include "decoder/error.h"
+#include "base/error.h"
 #include "service/device_file.h"
 
 #include <algorithm>
@@ -75,7 +75,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
         CheckCodecs(device.decode);
         CHECK(device.pictures.minWidth <= device.pictures.maxWidth);
         CHECK(device.pictures.minHeight <= device.pictures.maxHeight);
-    } catch (const vesk::tools::Error& error) {
+    } catch (const vesk::Error& error) {
         CHECK(std::string_view(error.what()).starts_with("FILE:"));
     }
     return 0;

@@ -1,6 +1,6 @@
 // A recording with other bytes here and there, or any bytes, in pieces of any size; what is read of it is
 // joined.
-#include "decoder/error.h"
+#include "base/error.h"
 #include "fuzz.h"
 #include "tools/recording/exchange.h"
 #include "tools/recording/reader.h"
@@ -56,7 +56,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
                 joiner.Add(std::move(*event));
         }
         reader.Finish();
-    } catch (const vesk::tools::Error&) {
+    } catch (const vesk::Error&) {
     }
     return 0;
 }

@@ -1,15 +1,15 @@
 // Any text as a scenario; the rules of one that is read must be made by their own words again.
-#include "control/scenario_file.h"
-#include "control/commands.h"
-#include "control/fault.h"
-#include "decoder/error.h"
-#include "decoder/words.h"
+#include "steering/scenario_file.h"
+#include "base/error.h"
+#include "base/words.h"
+#include "steering/commands.h"
+#include "steering/fault.h"
 
 #include <cstdlib>
 #include <cstring>
 
-using namespace vesk::control;
-using namespace vesk::tools;
+using namespace vesk::steering;
+using namespace vesk::decoder;
 
 namespace {
 

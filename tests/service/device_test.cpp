@@ -1,5 +1,5 @@
 // Other devices than the default one: their files, and what happens to a device while it is used.
-#include "decoder/error.h"
+#include "base/error.h"
 #include "service/device_file.h"
 #include "service/service_fixture.h"
 
@@ -14,7 +14,7 @@ std::string ErrorIn(const std::string& text)
 {
     try {
         ParseDevice(text, "FILE", DefaultDevice());
-    } catch (const vesk::tools::Error& error) {
+    } catch (const vesk::Error& error) {
         return error.what() + std::string("FILE:").size();
     }
     return "";

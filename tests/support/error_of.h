@@ -1,7 +1,7 @@
 // What is wrong, in the words of the code that is tested.
 #pragma once
 
-#include "decoder/error.h"
+#include "base/error.h"
 
 #include <functional>
 #include <string>
@@ -10,7 +10,7 @@ inline std::string ErrorOf(const std::function<void()>& body)
 {
     try {
         body();
-    } catch (const vesk::tools::Error& error) {
+    } catch (const vesk::Error& error) {
         return error.what();
     }
     return "no error";

@@ -62,7 +62,7 @@ TEST_F(DeviceTest, StateAndGraphOfAUsedService)
     std::string sections;
     const auto document = ordered_json::parse(json.output);
     for (const auto& [name, section] : document.items())
-        sections += name + ' ' + vesk::tools::Dump(section) + '\n';
+        sections += name + ' ' + vesk::decoder::Dump(section) + '\n';
     EXPECT_EQ(Stable(sections), Contents(VESK_DEVICE_DATA "/state"));
     EXPECT_EQ(Stable(Shell(kVeskctl + "device state").output), Contents(VESK_DEVICE_DATA "/state.txt"));
     EXPECT_EQ(Stable(Shell(kVeskctl + "device graph").output), Contents(VESK_DEVICE_DATA "/graph.dot"));

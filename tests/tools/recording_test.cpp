@@ -1,5 +1,5 @@
 // Recordings: what is written is read, and what cannot be one is refused where it goes wrong.
-#include "decoder/error.h"
+#include "base/error.h"
 #include "support/processes.h"
 #include "tools/recording/exchange.h"
 #include "tools/recording/reader.h"
@@ -11,8 +11,8 @@
 
 using namespace processes;
 using namespace vesk::recording;
-using vesk::tools::Bytes;
-using vesk::tools::BytesView;
+using vesk::Bytes;
+using vesk::BytesView;
 
 namespace {
 
@@ -69,7 +69,7 @@ std::pair<std::vector<Event>, std::string> Read(std::string_view bytes, size_t p
                 events.push_back(std::move(*event));
         }
         reader.Finish();
-    } catch (const vesk::tools::Error& error) {
+    } catch (const vesk::Error& error) {
         return {std::move(events), error.what()};
     }
     return {std::move(events), ""};

@@ -11,7 +11,7 @@
 #include <sys/wait.h>
 
 using namespace processes;
-using namespace vesk::tools;
+using namespace vesk::decoder;
 namespace recording = vesk::recording;
 using nlohmann::ordered_json;
 

@@ -10,7 +10,7 @@
 #include <sys/wait.h>
 
 using namespace processes;
-using namespace vesk::tools;
+using namespace vesk::decoder;
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 
-using namespace vesk::tools;
+using namespace vesk::decoder;
 namespace messages = vesk::messages;
 
 namespace {

@@ -1,7 +1,7 @@
 // A recording as the exchange between applications and the service that it shows.
 #include "tools/recording/conversation.h"
 
-#include "decoder/error.h"
+#include "base/error.h"
 #include "tools/recording/reader.h"
 
 #include <algorithm>
@@ -88,7 +88,7 @@ Conversation ReadConversation(const std::string& path)
         builder.Add(std::move(event));
     Conversation conversation = builder.Take();
     if (conversation.turns.empty())
-        throw tools::Error(path + ": there is no request in the recording");
+        throw Error(path + ": there is no request in the recording");
     return conversation;
 }
 

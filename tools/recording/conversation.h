@@ -32,7 +32,7 @@ struct Conversation {
  * Reads a recording whole. Of a recording that was made on both sides, the applications' side counts.
  * Notifications that came before their receiver's first request belong to that.
  *
- * @throw tools::Error if the file cannot be read, is garbled or has no request
+ * @throw Error if the file cannot be read, is garbled or has no request
  */
 Conversation ReadConversation(const std::string& path);
 

@@ -25,14 +25,14 @@ struct Event {
     uint32_t dataLen = 0;
     uint32_t timeoutMs = 0;
     std::string sendProcName, sendTaskName, recvProcName, recvTaskName;
-    tools::Bytes data; ///< Header and payload; empty if there is no message, or its data is too long.
+    Bytes data; ///< Header and payload; empty if there is no message, or its data is too long.
     std::string comment;
 
     /// True if this is an answer, a request or a notification whose bytes are here.
     bool HasMessage() const { return kind != Kind::kNote && kind != Kind::kDone && !data.empty(); }
 
     /// For the decoder; only if it has a message. It refers to the event's data.
-    tools::Message Message() const;
+    decoder::Message Message() const;
 };
 
 } // namespace vesk::recording

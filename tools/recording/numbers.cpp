@@ -6,11 +6,11 @@
 
 namespace vesk::recording {
 
-using namespace tools;
+using namespace decoder;
 
 namespace {
 
-/// As tools::IdentityOf, and for numbers that have another name or whose kind another field tells.
+/// As decoder::IdentityOf, and for numbers that have another name or whose kind another field tells.
 std::string_view IdentityIn(const Decoded& message, const Field& field)
 {
     const std::string_view name = field.LastName();

@@ -7,11 +7,11 @@
 
 namespace vesk::recording {
 
-/// What those who create a queue tell the service about it; see tools::IdentityOf.
+/// What those who create a queue tell the service about it; see decoder::IdentityOf.
 inline constexpr std::string_view kQueueIdentity = "queHandle";
 
 /// The value of the first field with this identity; nothing if there is none.
-std::optional<uint64_t> NumberIn(const tools::Decoded& message, std::string_view identity);
+std::optional<uint64_t> NumberIn(const decoder::Decoded& message, std::string_view identity);
 
 /// Which number of one run stands for which of another.
 class Numbers {
@@ -20,10 +20,10 @@ public:
 
     /// Learns the number that the service hands out in an answer, if it does, from the same answer in both
     /// runs.
-    void LearnAnswer(const tools::Decoded& from, const tools::Decoded& to);
+    void LearnAnswer(const decoder::Decoded& from, const decoder::Decoded& to);
 
     /// The bytes of a message with all numbers translated; those that are not known stay.
-    tools::Bytes Translate(const tools::Decoder& decoder, const tools::Message& message) const;
+    Bytes Translate(const decoder::Decoder& decoder, const decoder::Message& message) const;
 
 private:
     std::map<std::pair<std::string_view, uint64_t>, uint64_t> known_;

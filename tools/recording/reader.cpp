@@ -1,7 +1,8 @@
 // Reads recordings, whole or as they grow.
 #include "tools/recording/reader.h"
 
-#include "decoder/error.h"
+#include "base/error.h"
+#include "base/text.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -12,8 +13,6 @@
 
 namespace vesk::recording {
 
-using tools::BytesView;
-
 namespace {
 
 constexpr uint32_t kMaxBlock = kMaxData + 65536;
@@ -22,9 +21,9 @@ constexpr size_t kMinBlock = 12; ///< Type, size, and the size again.
 
 } // namespace
 
-tools::Message Event::Message() const
+decoder::Message Event::Message() const
 {
-    using tools::Direction;
+    using decoder::Direction;
     return {kind == Kind::kRequest  ? Direction::kRequest
             : kind == Kind::kAnswer ? Direction::kAnswer
                                     : Direction::kNotification,
@@ -92,7 +91,7 @@ void Reader::Feed(BytesView bytes)
 
 void Reader::Fail(const std::string& what) const
 {
-    throw tools::Error("offset " + std::to_string(offset_) + ": " + what);
+    throw Error("offset " + std::to_string(offset_) + ": " + what);
 }
 
 std::optional<Event> Reader::Next()
@@ -148,12 +147,11 @@ std::optional<Event> Reader::Next()
 void Reader::Finish() const
 {
     if (used_ != pending_.size() || toSkip_ != 0)
-        throw tools::Error("offset " + std::to_string(offset_) + ": the file ends in the middle of a block");
+        throw Error("offset " + std::to_string(offset_) + ": the file ends in the middle of a block");
     if (!hasSection_)
-        throw tools::Error("the file is empty");
+        throw Error("the file is empty");
     if (events_ == 0 && foreign_ != 0)
-        throw tools::Error("none of its " + std::to_string(foreign_) +
-                           " packets is a message of the service");
+        throw Error("none of its " + std::to_string(foreign_) + " packets is a message of the service");
 }
 
 std::optional<Event> Reader::ReadBlock(uint32_t type, BytesView body)
@@ -260,7 +258,7 @@ Event Reader::ReadEvent(BytesView packet) const
     event.isSynchronous = (head.flags & kSynchronous) != 0;
     event.process = head.process;
     event.thread = head.thread;
-    event.program = tools::TextIn(head.program);
+    event.program = TextIn(head.program);
     event.exchange = head.exchange;
     event.monotonicNs = head.monotonicNs;
     event.durationNs = head.durationNs;
@@ -268,10 +266,10 @@ Event Reader::ReadEvent(BytesView packet) const
     event.number = head.number;
     event.dataLen = head.dataLen;
     event.timeoutMs = head.timeoutMs;
-    event.sendProcName = tools::TextIn(head.sendProcName);
-    event.sendTaskName = tools::TextIn(head.sendTaskName);
-    event.recvProcName = tools::TextIn(head.recvProcName);
-    event.recvTaskName = tools::TextIn(head.recvTaskName);
+    event.sendProcName = TextIn(head.sendProcName);
+    event.sendTaskName = TextIn(head.sendTaskName);
+    event.recvProcName = TextIn(head.recvProcName);
+    event.recvTaskName = TextIn(head.recvTaskName);
     event.data.assign(data.begin(), data.end());
     return event;
 }
@@ -280,7 +278,7 @@ void ReadFile(const std::string& path, const std::function<void(Event&&)>& onEve
 {
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rbe"), &std::fclose);
     if (file == nullptr)
-        throw tools::Error(path + ": " + std::strerror(errno));
+        throw Error(path + ": " + std::strerror(errno));
     try {
         Reader reader;
         std::vector<std::byte> bytes(65536);
@@ -290,10 +288,10 @@ void ReadFile(const std::string& path, const std::function<void(Event&&)>& onEve
                 onEvent(std::move(*event));
         }
         if (std::ferror(file.get()) != 0)
-            throw tools::Error(std::strerror(errno));
+            throw Error(std::strerror(errno));
         reader.Finish();
-    } catch (const tools::Error& error) {
-        throw tools::Error(path + ": " + error.what());
+    } catch (const Error& error) {
+        throw Error(path + ": " + error.what());
     }
 }
 

@@ -16,13 +16,13 @@ namespace vesk::recording {
 class Reader {
 public:
     /// Takes further bytes.
-    void Feed(tools::BytesView bytes);
+    void Feed(BytesView bytes);
 
-    /// The next event; nothing if it takes more bytes. @throw tools::Error with the offset if the recording
+    /// The next event; nothing if it takes more bytes. @throw Error with the offset if the recording
     /// is garbled or no recording at all; nothing can be read after that.
     std::optional<Event> Next();
 
-    /// To be called at the end of the file. @throw tools::Error if it ends in the middle of a block, or holds
+    /// To be called at the end of the file. @throw Error if it ends in the middle of a block, or holds
     /// packets, but none of a recording
     void Finish() const;
 
@@ -36,10 +36,10 @@ private:
     class Cursor;
 
     [[noreturn]] void Fail(const std::string& what) const;
-    std::optional<Event> ReadBlock(uint32_t type, tools::BytesView body);
-    Interface ReadInterface(tools::BytesView body) const;
-    std::optional<Event> ReadPacket(tools::BytesView body);
-    Event ReadEvent(tools::BytesView packet) const;
+    std::optional<Event> ReadBlock(uint32_t type, BytesView body);
+    Interface ReadInterface(BytesView body) const;
+    std::optional<Event> ReadPacket(BytesView body);
+    Event ReadEvent(BytesView packet) const;
     uint64_t Nanoseconds(const Interface& from, uint64_t units) const;
 
     std::vector<std::byte> pending_; ///< Bytes from offset_ on.
@@ -54,7 +54,7 @@ private:
     uint64_t foreign_ = 0;
 };
 
-/// Reads a file and calls @p onEvent for each event. @throw tools::Error that names the file if it cannot be
+/// Reads a file and calls @p onEvent for each event. @throw Error that names the file if it cannot be
 /// read or is garbled, after the events before that place
 void ReadFile(const std::string& path, const std::function<void(Event&&)>& onEvent);
 

@@ -1,8 +1,8 @@
 // A client of the video service, as an application is one.
 #include "tools/veskctl/client.h"
 
+#include "base/envelope.h"
 #include "decoder/names.h"
-#include "platform/os_msg.h"
 
 #include <algorithm>
 #include <condition_variable>
@@ -16,9 +16,6 @@
 #include <unistd.h>
 
 namespace vesk::ctl {
-
-using tools::Bytes;
-using tools::BytesView;
 
 namespace {
 
@@ -81,21 +78,15 @@ void HandleInterrupts()
     }).detach();
 }
 
-template <size_t size>
-void CopyName(char (&field)[size], const std::string& name)
-{
-    std::copy_n(name.c_str(), std::min(name.size(), size), field);
-}
-
 } // namespace
 
 Failure NoAnswer(const std::string& name, const Outcome& outcome)
 {
     const std::string reason = outcome.reason.empty() ? "" : ": " + outcome.reason;
-    const std::string text = name + " got no answer: " + tools::ResultText(outcome.platformResult) + reason;
-    if (outcome.platformResult == tools::FindResult("HOST_MSG_ERR_ABSENT"))
+    const std::string text = name + " got no answer: " + decoder::ResultText(outcome.platformResult) + reason;
+    if (outcome.platformResult == decoder::FindResult("HOST_MSG_ERR_ABSENT"))
         return {kNoService, text};
-    if (outcome.platformResult == tools::FindResult("HOST_MSG_ERR_TIMEOUT"))
+    if (outcome.platformResult == decoder::FindResult("HOST_MSG_ERR_TIMEOUT"))
         return {kTimedOut, text};
     return {kFailed, text};
 }
@@ -123,7 +114,7 @@ Client::Client(const std::string& service, Interrupt interrupt) : service_(Parse
         HandleInterrupts();
     OsMsgRegLogFunc(OnReport);
     if (const uint32_t result = OsMsgRegTask(kOwnTaskName, kQueueDepth, OnNotification); result != 0)
-        throw Failure(kFailed, "notifications cannot be received: " + tools::ResultText(result));
+        throw Failure(kFailed, "notifications cannot be received: " + decoder::ResultText(result));
     std::thread(OsMsgTaskRoutineByName, kOwnTaskName).detach();
 }
 
@@ -131,8 +122,8 @@ void Client::Announce(uint32_t timeoutMs)
 {
     VeskVideoMsgHead head{};
     VeskVideoInitInfo info{};
-    CopyName(info.procName, OwnProcessName());
-    CopyName(info.taskName, kOwnTaskName);
+    PutText(info.procName, OwnProcessName());
+    PutText(info.taskName, kOwnTaskName);
     VeskVideoCallbackInfo callback{};
     const auto send = [&](VeskVideoRequest number, const auto& record, const char* name) {
         head.msgId = static_cast<uint16_t>(number);
@@ -147,7 +138,7 @@ void Client::Announce(uint32_t timeoutMs)
         std::memcpy(&head, outcome.answer.data(), sizeof head);
         if (head.uwSubMsgID != VESK_VIDEO_OK)
             throw Failure(kRefused, std::string("the service refused ") + name + ": " +
-                                        tools::ResultText(head.uwSubMsgID));
+                                        decoder::ResultText(head.uwSubMsgID));
         head = {};
     };
     send(VESK_VIDEO_MSG_INIT, info, "INIT");
@@ -166,16 +157,9 @@ Client::~Client()
 
 Outcome Client::Send(uint32_t number, BytesView data, bool isAnswered, uint32_t timeoutMs)
 {
-    OsMsgEnvelope envelope{};
+    OsMsgEnvelope envelope =
+        MakeEnvelope(number, {OwnProcessName(), kOwnTaskName}, {service_.process, service_.task}, data);
     envelope.type = isAnswered ? OS_MSG_SYNCHRONOUS : OS_MSG_ASYNCHRONOUS;
-    envelope.msgId = number;
-    CopyName(envelope.sendProcName, OwnProcessName());
-    CopyName(envelope.sendTaskName, kOwnTaskName);
-    CopyName(envelope.recvProcName, service_.process);
-    CopyName(envelope.recvTaskName, service_.task);
-    Bytes copy(data.begin(), data.end());
-    envelope.data = copy.data();
-    envelope.dataLen = static_cast<uint32_t>(copy.size());
     {
         const std::lock_guard guard(TheInbox().lock);
         TheInbox().lastReport.clear();

@@ -27,7 +27,7 @@ ServiceName ParseService(const std::string& text);
 /// A notification as it arrived.
 struct Arrived {
     uint32_t number;
-    tools::Bytes data;
+    Bytes data;
     std::chrono::system_clock::time_point time;
 };
 
@@ -35,7 +35,7 @@ struct Arrived {
 struct Outcome {
     uint32_t platformResult; ///< 0, or why there is no answer.
     std::string reason;      ///< The platform's own words about that; may be empty.
-    tools::Bytes answer;     ///< Empty if the request is asynchronous.
+    Bytes answer;            ///< Empty if the request is asynchronous.
     std::chrono::duration<double, std::milli> duration;
 };
 
@@ -61,7 +61,7 @@ public:
 
     /// Sends a request and waits for its answer; if @p isAnswered is false, only sends it. @p data is header
     /// and payload.
-    Outcome Send(uint32_t number, tools::BytesView data, bool isAnswered, uint32_t timeoutMs);
+    Outcome Send(uint32_t number, BytesView data, bool isAnswered, uint32_t timeoutMs);
 
     /// Takes the next notification, waiting for it until @p deadline if one is given, else for ever. Nothing
     /// if there is none in time or the user interrupts.

@@ -1,8 +1,8 @@
 // What a subcommand of veskctl is.
 #pragma once
 
+#include "base/error.h"
 #include "decoder/decoder.h"
-#include "decoder/error.h"
 
 #include <CLI/CLI.hpp>
 
@@ -26,7 +26,7 @@ enum ExitStatus {
 };
 
 /// Ends the program with a status; the text follows "veskctl: " on standard error.
-struct Failure : tools::Error {
+struct Failure : Error {
     ExitStatus status;
 
     Failure(ExitStatus exitStatus, const std::string& text) : Error(text), status(exitStatus) {}
@@ -40,14 +40,14 @@ struct Settings {
     std::string service = "VIDEO/VCTL";
 
     /// Built when it is first asked for. @throw Failure if a file of records cannot be used
-    const tools::Decoder& Decoder();
+    const decoder::Decoder& Decoder();
 
 private:
-    std::shared_ptr<const tools::Decoder> decoder_;
+    std::shared_ptr<const decoder::Decoder> decoder_;
 };
 
 /// What remains to be done once the arguments are parsed. Returns an exit status; errors are thrown:
-/// Failure, or tools::Error for a failure of status 1.
+/// Failure, or Error for a failure of status 1.
 using Run = std::function<int()>;
 
 /// What the words after a subcommand name, for completion in a shell.
@@ -81,7 +81,7 @@ auto Usage(const Function& function)
         return function();
     } catch (const Failure&) {
         throw;
-    } catch (const tools::Error& error) {
+    } catch (const Error& error) {
         throw Failure(kUsage, error.what());
     }
 }

@@ -1,7 +1,7 @@
 // The hidden subcommand "complete": what can follow on a command line.
 #include "tools/veskctl/completion.h"
 
-#include "control/fault.h"
+#include "steering/fault.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
 #include "tools/veskctl/script.h"
@@ -10,7 +10,7 @@
 
 namespace vesk::ctl {
 
-using namespace tools;
+using namespace decoder;
 
 namespace {
 
@@ -101,7 +101,7 @@ List FaultCandidates(const Decoder& decoder, const List& before)
     const auto isCondition = [](const std::string& word) { return word.find('=') != word.npos; };
     if (!std::all_of(before.begin() + 1, before.end(), isCondition))
         return before.back() == "result" ? ResultNames() : List();
-    List names = Texts(control::EffectNames());
+    List names = Texts(steering::EffectNames());
     for (const List& fields : {RequestFields(decoder, before[0]), NotificationFields(decoder, before[0])})
         names.insert(names.end(), fields.begin(), fields.end());
     return names;

@@ -23,7 +23,7 @@ int RunDecode(Settings& settings, const Options& options)
     try {
         recording::ReadFile(options.file,
                             [&](recording::Event&& event) { transcript.Add(std::move(event)); });
-    } catch (const tools::Error&) { // what came before is shown
+    } catch (const Error&) { // what came before is shown
         finish();
         throw;
     }

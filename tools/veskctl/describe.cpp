@@ -8,7 +8,7 @@
 
 namespace vesk::ctl {
 
-using namespace tools;
+using namespace decoder;
 using nlohmann::ordered_json;
 
 namespace {

@@ -1,6 +1,6 @@
 // The subcommands of "device" that send one control message each.
-#include "control/commands.h"
-#include "control/fault.h"
+#include "steering/commands.h"
+#include "steering/fault.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
 #include "tools/veskctl/state.h"
@@ -10,7 +10,7 @@
 
 namespace vesk::ctl {
 
-using namespace tools;
+using namespace decoder;
 using nlohmann::ordered_json;
 
 namespace {
@@ -32,7 +32,7 @@ void PrintFaults(const Decoder& decoder, const Bytes& answer, bool asJson)
 {
     ordered_json rows = ordered_json::array();
     for (const VeskControlFaultState& state : FaultsIn(answer)) {
-        const std::string rule = control::FaultText(decoder, state.rule);
+        const std::string rule = steering::FaultText(decoder, state.rule);
         if (asJson)
             rows.push_back(
                 {{"fault", state.fault}, {"matches", state.matches}, {"hits", state.hits}, {"rule", rule}});
@@ -66,10 +66,10 @@ void PrintAnswer(const Decoded& answer)
                     number("due"), number("isStep") != 0 ? "; moves by command" : "");
 }
 
-int RunControl(Settings& settings, const control::Build& build)
+int RunControl(Settings& settings, const steering::Build& build)
 {
     const Decoder& decoder = settings.Decoder();
-    control::ControlMessage message = Usage([&] { return build(decoder); });
+    steering::ControlMessage message = Usage([&] { return build(decoder); });
     Client client(settings.service, Client::Interrupt::kEndsProgram);
     const Prepared request{message.number, true, std::move(message.data)};
     const Call call = Perform(client, decoder, request, VESK_VIDEO_SYNC_TIMEOUT);
@@ -87,7 +87,7 @@ int RunControl(Settings& settings, const control::Build& build)
 
 void DeclareControl(CLI::App& app, Settings& settings, const std::function<void(Run)>& chosen)
 {
-    control::AddControlCommands(app, [chosen, &settings](const control::Build& build) {
+    steering::AddControlCommands(app, [chosen, &settings](const steering::Build& build) {
         chosen([&settings, build] { return RunControl(settings, build); });
     });
 }

@@ -1,4 +1,5 @@
 // The subcommand "device watch": the messages of all applications as the virtual service sees them.
+#include "base/text.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
 #include "tools/veskctl/transcript.h"
@@ -8,7 +9,7 @@
 
 namespace vesk::ctl {
 
-using namespace tools;
+using namespace decoder;
 using recording::Event;
 using recording::Kind;
 

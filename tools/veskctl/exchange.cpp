@@ -1,7 +1,7 @@
 // Requests and notifications as the subcommands send, receive and show them.
 #include "tools/veskctl/exchange.h"
 
-#include "decoder/file.h"
+#include "base/file.h"
 #include "vesk_service/control_list.h"
 
 #include <algorithm>
@@ -11,7 +11,7 @@
 
 namespace vesk::ctl {
 
-using namespace tools;
+using namespace decoder;
 using nlohmann::ordered_json;
 
 namespace {

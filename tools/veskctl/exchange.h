@@ -10,22 +10,22 @@ namespace vesk::ctl {
 struct Prepared {
     uint32_t number = 0;
     bool isAnswered = true;
-    tools::Bytes data; ///< Header and payload.
+    Bytes data; ///< Header and payload.
 };
 
 /// Encodes a request that the user names. A @p raw payload is sent as it is, and the number need not be
-/// listed. INIT announces this client unless the fields name another. @throw tools::Error
-Prepared Prepare(const tools::Decoder& decoder, const std::string& name,
-                 const std::vector<tools::Assignment>& fields, const tools::Bytes* raw = nullptr);
+/// listed. INIT announces this client unless the fields name another. @throw Error
+Prepared Prepare(const decoder::Decoder& decoder, const std::string& name,
+                 const std::vector<decoder::Assignment>& fields, const Bytes* raw = nullptr);
 
 /// A request that was sent.
 struct Call {
-    tools::Decoded request;
-    std::optional<tools::Decoded> answer; ///< Nothing if the request is asynchronous or got no answer.
+    decoder::Decoded request;
+    std::optional<decoder::Decoded> answer; ///< Nothing if the request is asynchronous or got no answer.
     Outcome outcome;
 };
 
-Call Perform(Client& client, const tools::Decoder& decoder, const Prepared& request, uint32_t timeoutMs);
+Call Perform(Client& client, const decoder::Decoder& decoder, const Prepared& request, uint32_t timeoutMs);
 
 /// @throw Failure if the call got no answer, a malformed one, or a refusal
 void RequireOk(const Call& call);
@@ -34,15 +34,15 @@ void RequireOk(const Call& call);
 void RequireAnswer(const Call& call);
 
 /// "VO_START outEngNo=1 -> OK 0.31 ms"
-std::string CallLine(const tools::Decoder& decoder, const Call& call);
+std::string CallLine(const decoder::Decoder& decoder, const Call& call);
 
 /// An object with "request", "answer" and "ms"; "error" in place of an answer that did not come.
 nlohmann::ordered_json CallJson(const Call& call);
 
-tools::Decoded DecodeArrived(const tools::Decoder& decoder, const Arrived& arrived);
+decoder::Decoded DecodeArrived(const decoder::Decoder& decoder, const Arrived& arrived);
 
 /// A notification with the time of its arrival, in seconds since 1970.
-nlohmann::ordered_json ArrivedJson(const tools::Decoded& notification, const Arrived& arrived);
+nlohmann::ordered_json ArrivedJson(const decoder::Decoded& notification, const Arrived& arrived);
 
 /// For the JSON parser: refuses what is nested so deeply that a recursive function could not bear it.
 /// @throw Error

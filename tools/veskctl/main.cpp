@@ -57,12 +57,12 @@ void Declare(CLI::App& app, Settings& settings, std::span<const Command* const> 
     }
 }
 
-const tools::Decoder& Settings::Decoder()
+const decoder::Decoder& Settings::Decoder()
 {
-    using Peer = tools::Decoder::Peer;
+    using Peer = decoder::Decoder::Peer;
     const Peer whose = peer == "virtual" ? Peer::kVirtualService : Peer::kUnknown;
     if (decoder_ == nullptr)
-        decoder_ = Usage([&] { return std::make_shared<const tools::Decoder>(whose, recordFiles); });
+        decoder_ = Usage([&] { return std::make_shared<const decoder::Decoder>(whose, recordFiles); });
     return *decoder_;
 }
 

@@ -5,7 +5,7 @@
 
 namespace vesk::ctl {
 
-using namespace tools;
+using namespace decoder;
 
 namespace {
 

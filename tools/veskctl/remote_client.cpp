@@ -17,8 +17,6 @@
 namespace vesk::ctl {
 
 using nlohmann::json;
-using tools::Bytes;
-using tools::BytesView;
 
 namespace {
 

@@ -23,7 +23,7 @@ public:
     const std::string& Name() const { return name_; }
 
     /// As Client::Send.
-    Outcome Send(uint32_t number, tools::BytesView data, bool isAnswered, uint32_t timeoutMs);
+    Outcome Send(uint32_t number, BytesView data, bool isAnswered, uint32_t timeoutMs);
 
     /// As Client::Next; waits for at most so long.
     std::optional<Arrived> Next(std::chrono::milliseconds longest);

@@ -12,7 +12,7 @@
 
 namespace vesk::ctl {
 
-using namespace tools;
+using namespace decoder;
 
 namespace {
 

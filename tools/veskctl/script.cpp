@@ -1,16 +1,16 @@
 // The lines of "run": calls, waits and expectations.
 #include "tools/veskctl/script.h"
 
-#include "control/commands.h"
+#include "base/words.h"
 #include "decoder/filter.h"
-#include "decoder/words.h"
+#include "steering/commands.h"
 
 #include <algorithm>
 #include <regex>
 
 namespace vesk::ctl {
 
-using namespace tools;
+using namespace decoder;
 
 namespace {
 
@@ -34,7 +34,7 @@ Prepared PrepareCall(const Decoder& decoder, const std::vector<std::string>& wor
 {
     const std::vector<std::string> rest(words.begin() + 1, words.end());
     if (words[0] == "device") {
-        control::ControlMessage message = control::ControlMessageOf(decoder, rest);
+        steering::ControlMessage message = steering::ControlMessageOf(decoder, rest);
         return {message.number, true, std::move(message.data)};
     }
     std::vector<Assignment> fields;

@@ -31,7 +31,7 @@ class Session {
 public:
     Session(Settings& settings, Client::Interrupt interrupt, uint32_t timeoutMs);
 
-    /// @throw Failure, or tools::Error if the line cannot be understood
+    /// @throw Failure, or Error if the line cannot be understood
     void Execute(const std::string& line);
 
     /// @throw Failure if something is still expected
@@ -55,21 +55,21 @@ private:
     std::string Substitute(std::string_view& rest) const;
     void ExecuteCall(const WordList& words, const std::string& variable);
     void Judge(const Call& call);
-    void Keep(const tools::Decoded& answer, const std::string& variable);
+    void Keep(const decoder::Decoded& answer, const std::string& variable);
     void ExecuteExpect(const WordList& words, const std::string& variable);
     void ExecuteWait(WordList words);
     void ExecuteSleep(const WordList& words);
     void ExecuteCommand(const WordList& words);
-    const tools::Decoded& Show(const Arrived& arrived);
+    const decoder::Decoded& Show(const Arrived& arrived);
     std::optional<Arrived> Next(std::optional<Clock::time_point> deadline);
 
     Settings& settings_;
-    const tools::Decoder& decoder_;
+    const decoder::Decoder& decoder_;
     Client client_;
     uint32_t timeoutMs_;
     std::map<std::string, std::string> variables_;
     std::optional<Expectation> expectation_;
-    std::deque<tools::Decoded> untaken_; ///< Notifications that no wait has taken.
+    std::deque<decoder::Decoded> untaken_; ///< Notifications that no wait has taken.
 };
 
 } // namespace vesk::ctl

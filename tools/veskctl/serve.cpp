@@ -1,4 +1,5 @@
 // The subcommand "serve": stands in for the service and answers as it did in a recording.
+#include "base/envelope.h"
 #include "tools/recording/conversation.h"
 #include "tools/recording/numbers.h"
 #include "tools/veskctl/commands.h"
@@ -16,7 +17,7 @@
 
 namespace vesk::ctl {
 
-using namespace tools;
+using namespace decoder;
 using namespace recording;
 
 namespace {
@@ -27,12 +28,6 @@ struct Options {
     bool endsWithLast = false;
 };
 
-template <size_t size>
-void CopyName(char (&field)[size], const std::string& name)
-{
-    std::copy_n(name.c_str(), std::min(name.size(), size), field);
-}
-
 /// A request without what differs from one run to the next: addresses in the application's memory, the number
 /// of a queue that it has created, its name.
 Bytes Comparable(uint32_t number, Bytes data)
@@ -41,7 +36,7 @@ Bytes Comparable(uint32_t number, Bytes data)
     if (listed == nullptr || data.size() < sizeof(VeskVideoMsgHead))
         return data;
     const auto isOwn = [&](const messages::Argument& argument) {
-        return std::strchr(argument.text, '*') != nullptr ||
+        return argument.IsPointer() ||
                (number == VESK_VIDEO_MSG_CREATE_QUEUE && argument.Name() == kQueueIdentity);
     };
     VeskVideoMsgHead head;
@@ -230,15 +225,9 @@ private:
 
     void Notify(const Application& application, const Event& notification)
     {
-        Bytes data = application.toLive.Translate(decoder_, notification.Message());
-        OsMsgEnvelope envelope{};
-        envelope.msgId = notification.number;
-        CopyName(envelope.sendProcName, service_.process);
-        CopyName(envelope.sendTaskName, service_.task);
-        CopyName(envelope.recvProcName, application.procName);
-        CopyName(envelope.recvTaskName, application.taskName);
-        envelope.data = data.data();
-        envelope.dataLen = static_cast<uint32_t>(data.size());
+        const Bytes data = application.toLive.Translate(decoder_, notification.Message());
+        OsMsgEnvelope envelope = MakeEnvelope(notification.number, {service_.process, service_.task},
+                                              {application.procName, application.taskName}, data);
         OsMsgAsynSend(&envelope);
     }
 
@@ -266,7 +255,7 @@ private:
     {
         ++unknown_;
         Complain("not in the recording", message.msgId, live,
-                 TextIn(message.sendProcName) + '[' + std::to_string(process) + ']', "");
+                 std::string(TextIn(message.sendProcName)) + '[' + std::to_string(process) + ']', "");
         if (message.type != OS_MSG_SYNCHRONOUS)
             return;
         VeskVideoMsgHead head{};

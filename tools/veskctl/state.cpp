@@ -5,7 +5,7 @@
 
 namespace vesk::ctl {
 
-using namespace tools;
+using namespace decoder;
 using nlohmann::ordered_json;
 
 ordered_json ReadState(Settings& settings, const std::string& file)

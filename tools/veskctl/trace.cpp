@@ -18,8 +18,6 @@
 
 namespace vesk::ctl {
 
-using tools::BytesView;
-
 namespace {
 
 struct Options {
@@ -79,7 +77,7 @@ public:
                 while (std::optional<recording::Event> event = reader_.Next())
                     transcript.Add(std::move(*event));
             }
-        } catch (const tools::Error& error) {
+        } catch (const Error& error) {
             std::fprintf(stderr, "veskctl: %s\n", error.what());
         }
         constexpr off_t kPage = 4096;
@@ -130,7 +128,7 @@ int RunTrace(Settings& settings, const Options& options)
         try {
             recording::ReadFile(options.file,
                                 [&](recording::Event&& event) { transcript.Add(std::move(event)); });
-        } catch (const tools::Error& error) {
+        } catch (const Error& error) {
             std::fprintf(stderr, "veskctl: %s\n", error.what());
         }
     }

@@ -6,7 +6,7 @@
 
 namespace vesk::ctl {
 
-using namespace tools;
+using namespace decoder;
 using namespace recording;
 using nlohmann::ordered_json;
 

@@ -44,7 +44,7 @@ private:
     /// "12.004512 my-app[812:814] "
     std::string Origin(const recording::Event& event) const;
     void ShowNote(const recording::Event& note);
-    void Count(const recording::Exchange& exchange, const tools::Decoded& message, bool isFailed);
+    void Count(const recording::Exchange& exchange, const decoder::Decoded& message, bool isFailed);
 
     struct Tally {
         uint64_t failures = 0;
@@ -55,7 +55,7 @@ private:
     Settings& settings_;
     const TranscriptOptions& options_;
     std::FILE* out_;
-    tools::Filter filter_;
+    decoder::Filter filter_;
     recording::Joiner joiner_;
     std::optional<uint64_t> firstNs_;
     uint64_t shown_ = 0;

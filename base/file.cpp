@@ -1,14 +1,14 @@
 // Files that a user gives.
-#include "decoder/file.h"
+#include "base/file.h"
 
-#include "decoder/error.h"
+#include "base/error.h"
 
 #include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <sstream>
 
-namespace vesk::tools {
+namespace vesk {
 
 std::string FileContents(const std::string& path)
 {
@@ -21,4 +21,4 @@ std::string FileContents(const std::string& path)
     return std::move(text).str();
 }
 
-} // namespace vesk::tools
+} // namespace vesk

@@ -1,4 +1,4 @@
-// Control requests: what happens to the device from outside.
+// What is plugged into the ports.
 #pragma once
 
 #include "service/request.h"
@@ -8,14 +8,13 @@ namespace vesk::service {
 
 class Service;
 
-class Control {
+class Cables {
 public:
-    explicit Control(Service& service) : service_(service) {}
+    explicit Cables(Service& service) : service_(service) {}
 
     Result Plug(Argument<"direction">, Argument<"port">, const VeskControlMode&);
     Result Unplug(Argument<"direction">, Argument<"port">);
     Result SetMode(Argument<"direction">, Argument<"port">, const VeskControlMode&);
-    Result Reset();
 
 private:
     template <class Action>

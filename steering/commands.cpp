@@ -1,19 +1,19 @@
 // The commands that steer the virtual device: one grammar for the command line and for scenarios.
-#include "control/commands.h"
+#include "steering/commands.h"
 
-#include "control/fault.h"
-#include "control/scenario_file.h"
-#include "decoder/error.h"
+#include "base/error.h"
 #include "decoder/text.h"
+#include "steering/fault.h"
+#include "steering/scenario_file.h"
 #include "vesk_service/control_list.h"
 
 #include <algorithm>
 #include <cstring>
 #include <memory>
 
-namespace vesk::control {
+namespace vesk::steering {
 
-using namespace tools;
+using namespace decoder;
 
 namespace {
 
@@ -282,4 +282,4 @@ ControlMessage ControlMessageOf(const Decoder& decoder, const std::vector<std::s
     return build(decoder);
 }
 
-} // namespace vesk::control
+} // namespace vesk::steering

@@ -2,22 +2,21 @@
 #pragma once
 
 #include <cstddef>
-#include <cstring>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
-namespace vesk::tools {
+namespace vesk {
 
 using Bytes = std::vector<std::byte>;
 using BytesView = std::span<const std::byte>;
 
-/// The text in a field, up to its NUL or to its end.
-template <size_t size>
-std::string TextIn(const char (&field)[size])
+/// The bytes of a record.
+template <class Record>
+BytesView BytesOf(const Record& record)
 {
-    return {field, strnlen(field, size)};
+    return std::as_bytes(std::span(&record, 1));
 }
 
 /// "0102ff".
@@ -29,4 +28,4 @@ std::string FoldedHex(BytesView bytes);
 /// Reads either form; spaces between bytes are allowed. @throw Error
 Bytes ParseHex(std::string_view text);
 
-} // namespace vesk::tools
+} // namespace vesk

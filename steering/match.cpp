@@ -1,18 +1,18 @@
 // Which messages a fault or a step of a scenario is about: words to a VeskControlMatch and back.
-#include "control/match.h"
+#include "steering/match.h"
 
-#include "control/message.h"
-#include "decoder/error.h"
+#include "base/error.h"
 #include "decoder/text.h"
+#include "steering/message.h"
 #include "vesk_service/control_list.h"
 
 #include <algorithm>
 #include <cstring>
 #include <set>
 
-namespace vesk::control {
+namespace vesk::steering {
 
-using namespace tools;
+using namespace decoder;
 
 namespace {
 
@@ -302,4 +302,4 @@ std::vector<std::string> MatchWords(const Decoder& decoder, const VeskControlMat
     return words;
 }
 
-} // namespace vesk::control
+} // namespace vesk::steering

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace vesk::tools {
+namespace vesk {
 
 /// Takes the name of a variable, which follows a "$", from the start of a text and returns its value.
 using Substitute = std::function<std::string(std::string_view& rest)>;
@@ -18,4 +18,4 @@ std::vector<std::string> SplitWords(std::string_view line, const Substitute& sub
 /// The reverse: words with spaces between them, quoted where that is needed.
 std::string JoinWords(const std::vector<std::string>& words);
 
-} // namespace vesk::tools
+} // namespace vesk

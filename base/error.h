@@ -3,11 +3,11 @@
 
 #include <stdexcept>
 
-namespace vesk::tools {
+namespace vesk {
 
 /// The message is one line that names the offending value and what was expected.
 struct Error : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-} // namespace vesk::tools
+} // namespace vesk

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace vesk::control {
+namespace vesk::steering {
 
 /**
  * Reads a match, which is a subject and conditions:
@@ -21,13 +21,13 @@ namespace vesk::control {
  *
  * A number that is listed as a request and as a notification, and "*", are of the kind @p kind.
  *
- * @param application  Who sends or receives the message; empty: anybody. @throw tools::Error
+ * @param application  Who sends or receives the message; empty: anybody. @throw Error
  */
-VeskControlMatch MatchOf(const tools::Decoder& decoder, std::span<const std::string> words,
+VeskControlMatch MatchOf(const decoder::Decoder& decoder, std::span<const std::string> words,
                          const std::string& application, uint32_t kind = VESK_CONTROL_ANY);
 
 /// The words that MatchOf makes it of, without the application.
-std::vector<std::string> MatchWords(const tools::Decoder& decoder, const VeskControlMatch& match,
+std::vector<std::string> MatchWords(const decoder::Decoder& decoder, const VeskControlMatch& match,
                                     uint32_t kind = VESK_CONTROL_ANY);
 
-} // namespace vesk::control
+} // namespace vesk::steering

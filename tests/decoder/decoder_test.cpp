@@ -8,7 +8,7 @@
 #include <fstream>
 #include <sstream>
 
-using namespace vesk::tools;
+using namespace vesk::decoder;
 using enum Direction;
 
 namespace {

@@ -1,13 +1,13 @@
 // Bytes as hexadecimal text and back.
-#include "decoder/bytes.h"
+#include "base/bytes.h"
 
-#include "decoder/error.h"
+#include "base/error.h"
 #include "vesk_video/message.h"
 
 #include <algorithm>
 #include <charconv>
 
-namespace vesk::tools {
+namespace vesk {
 
 namespace {
 
@@ -96,4 +96,4 @@ Bytes ParseHex(std::string_view text)
     return bytes;
 }
 
-} // namespace vesk::tools
+} // namespace vesk

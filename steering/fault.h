@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace vesk::control {
+namespace vesk::steering {
 
 /// The options of a fault.
 struct FaultOptions {
@@ -26,11 +26,11 @@ std::vector<std::string_view> EffectNames();
 std::string EffectHelp();
 
 /// Reads a match, as MatchOf does, and the effect that follows it.
-/// @throw tools::Error also if the effect does not fit the messages
-VeskControlFault FaultOf(const tools::Decoder& decoder, const std::vector<std::string>& words,
+/// @throw Error also if the effect does not fit the messages
+VeskControlFault FaultOf(const decoder::Decoder& decoder, const std::vector<std::string>& words,
                          const FaultOptions& options);
 
 /// The words after "fault add" that make this rule: "VO_START outEngNo=1 result BUSY --count 1".
-std::string FaultText(const tools::Decoder& decoder, const VeskControlFault& fault);
+std::string FaultText(const decoder::Decoder& decoder, const VeskControlFault& fault);
 
-} // namespace vesk::control
+} // namespace vesk::steering

@@ -1,11 +1,11 @@
 // Lines of words, as a shell reads and writes them.
-#include "decoder/words.h"
+#include "base/words.h"
 
-#include "decoder/error.h"
+#include "base/error.h"
 
 #include <algorithm>
 
-namespace vesk::tools {
+namespace vesk {
 
 namespace {
 
@@ -75,4 +75,4 @@ std::string JoinWords(const std::vector<std::string>& words)
     return line;
 }
 
-} // namespace vesk::tools
+} // namespace vesk

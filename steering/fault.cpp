@@ -1,16 +1,17 @@
 // Fault rules: words to a VeskControlFault and back.
-#include "control/fault.h"
+#include "steering/fault.h"
 
-#include "control/match.h"
-#include "decoder/error.h"
-#include "decoder/words.h"
+#include "base/error.h"
+#include "base/text.h"
+#include "base/words.h"
+#include "steering/match.h"
 #include "vesk_service/control_list.h"
 
 #include <algorithm>
 
-namespace vesk::control {
+namespace vesk::steering {
 
-using namespace tools;
+using namespace decoder;
 
 namespace {
 
@@ -142,8 +143,8 @@ std::string FaultText(const Decoder& decoder, const VeskControlFault& fault)
     words.push_back(isKnown ? std::string(effect->name) : "effect-" + std::to_string(fault.effect));
     if (isKnown && effect->value != ControlValue::kNone)
         words.push_back(ValueText(*effect, fault));
-    if (const std::string application = TextIn(fault.match.procName); !application.empty())
-        words.insert(words.end(), {"--app", application});
+    if (const std::string_view application = TextIn(fault.match.procName); !application.empty())
+        words.insert(words.end(), {"--app", std::string(application)});
     const std::pair<const char*, uint64_t> numbers[] = {{"--after", fault.after},
                                                         {"--every", fault.every},
                                                         {"--count", fault.count},
@@ -156,4 +157,4 @@ std::string FaultText(const Decoder& decoder, const VeskControlFault& fault)
     return JoinWords(words);
 }
 
-} // namespace vesk::control
+} // namespace vesk::steering

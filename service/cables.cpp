@@ -1,5 +1,5 @@
-// Control requests: what happens to the device from outside.
-#include "service/control.h"
+// What is plugged into the ports.
+#include "service/cables.h"
 
 #include "service/service.h"
 
@@ -7,7 +7,7 @@ namespace vesk::service {
 
 // Does something with a port; the action takes the ports of its direction, and the port.
 template <class Action>
-Result Control::At(uint64_t direction, uint64_t port, Action action)
+Result Cables::At(uint64_t direction, uint64_t port, Action action)
 {
     const auto act = [&](auto& ports) {
         auto* found = ports.Find(port);
@@ -20,25 +20,19 @@ Result Control::At(uint64_t direction, uint64_t port, Action action)
     return VESK_SERVICE_ERR_VALUE;
 }
 
-Result Control::Plug(Argument<"direction"> direction, Argument<"port"> port, const VeskControlMode& mode)
+Result Cables::Plug(Argument<"direction"> direction, Argument<"port"> port, const VeskControlMode& mode)
 {
     return At(direction, port, [&](auto& ports, auto& plugged) { return ports.Plug(plugged, mode); });
 }
 
-Result Control::Unplug(Argument<"direction"> direction, Argument<"port"> port)
+Result Cables::Unplug(Argument<"direction"> direction, Argument<"port"> port)
 {
     return At(direction, port, [](auto& ports, auto& pulled) { return ports.Unplug(pulled); });
 }
 
-Result Control::SetMode(Argument<"direction"> direction, Argument<"port"> port, const VeskControlMode& mode)
+Result Cables::SetMode(Argument<"direction"> direction, Argument<"port"> port, const VeskControlMode& mode)
 {
     return At(direction, port, [&](auto& ports, auto& changed) { return ports.SetMode(changed, mode); });
-}
-
-Result Control::Reset()
-{
-    service_.Reset();
-    return kOk;
 }
 
 } // namespace vesk::service

@@ -1,21 +1,21 @@
 // Files of steps that the virtual device is to go through.
-#include "control/scenario_file.h"
+#include "steering/scenario_file.h"
 
-#include "control/commands.h"
-#include "control/match.h"
-#include "decoder/error.h"
-#include "decoder/file.h"
+#include "base/error.h"
+#include "base/file.h"
+#include "base/toml.h"
+#include "base/words.h"
 #include "decoder/text.h"
-#include "decoder/toml.h"
-#include "decoder/words.h"
+#include "steering/commands.h"
+#include "steering/match.h"
 
 #include <algorithm>
 #include <cmath>
 #include <sstream>
 
-namespace vesk::control {
+namespace vesk::steering {
 
-using namespace tools;
+using namespace decoder;
 
 namespace {
 
@@ -210,4 +210,4 @@ ControlMessage ScenarioFromFile(const Decoder& decoder, const std::string& path)
     return ScenarioOf(decoder, FileContents(path), path);
 }
 
-} // namespace vesk::control
+} // namespace vesk::steering

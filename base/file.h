@@ -3,9 +3,9 @@
 
 #include <string>
 
-namespace vesk::tools {
+namespace vesk {
 
 /// The contents of a file. @throw Error, which names it and the reason
 std::string FileContents(const std::string& path);
 
-} // namespace vesk::tools
+} // namespace vesk

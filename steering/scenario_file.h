@@ -1,12 +1,12 @@
 // Files of steps that the virtual device is to go through.
 #pragma once
 
-#include "control/message.h"
 #include "decoder/decoder.h"
+#include "steering/message.h"
 
 #include <string>
 
-namespace vesk::control {
+namespace vesk::steering {
 
 /**
  * Reads the TOML text of a scenario: steps, each with one line of words or several, done in their order.
@@ -21,11 +21,12 @@ namespace vesk::control {
  *     nth = 3                          # the third such message; otherwise the first
  *     do = ["fault add * delay 200 --count 1", "notify VIDEO_CAPABILITY_UPDATE"]
  *
- * @param source  Names the text in errors. @throw tools::Error "SOURCE:LINE: step[2].at: expected ..."
+ * @param source  Names the text in errors. @throw Error "SOURCE:LINE: step[2].at: expected ..."
  */
-ControlMessage ScenarioOf(const tools::Decoder& decoder, const std::string& text, const std::string& source);
+ControlMessage ScenarioOf(const decoder::Decoder& decoder, const std::string& text,
+                          const std::string& source);
 
 /// The same of a file.
-ControlMessage ScenarioFromFile(const tools::Decoder& decoder, const std::string& path);
+ControlMessage ScenarioFromFile(const decoder::Decoder& decoder, const std::string& path);
 
-} // namespace vesk::control
+} // namespace vesk::steering

@@ -1,9 +1,9 @@
 // Words that steer the virtual device, and files of them: to messages, back, and what is wrong with them.
-#include "control/commands.h"
-#include "control/fault.h"
-#include "control/scenario_file.h"
+#include "base/words.h"
 #include "decoder/text.h"
-#include "decoder/words.h"
+#include "steering/commands.h"
+#include "steering/fault.h"
+#include "steering/scenario_file.h"
 #include "support/error_of.h"
 
 #include <gtest/gtest.h>
@@ -11,8 +11,8 @@
 #include <cstring>
 #include <filesystem>
 
-using namespace vesk::control;
-using namespace vesk::tools;
+using namespace vesk::steering;
+using namespace vesk::decoder;
 
 namespace {
 
