@@ -47,6 +47,9 @@ struct Decoded {
     uint32_t result = 0;       ///< Result code of an answer.
     std::vector<Field> fields; ///< Arguments in the header first, then the payload.
     std::string problem;       ///< What is wrong with the message's length or form; empty if nothing is.
+
+    /// Its name; its number if it has none.
+    std::string Title() const { return name.empty() ? std::to_string(number) : std::string(name); }
 };
 
 /// A field and its value as text, to be encoded.

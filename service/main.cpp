@@ -1,4 +1,5 @@
 // The virtual video service as a process of its own.
+#include "base/command_line.h"
 #include "base/envelope.h"
 #include "base/error.h"
 #include "service/alarm.h"
@@ -8,8 +9,6 @@
 #include "service/service.h"
 #include "steering/scenario_file.h"
 #include "vesk_host/message.h"
-
-#include <CLI/CLI.hpp>
 
 #include <cmath>
 #include <csignal>
@@ -60,7 +59,7 @@ void SendTick(const Identity& self)
 }
 
 /// @param scenario  Data block of VESK_CONTROL_SCENARIO; empty: none.
-int Run(const Identity& self, const DeviceDescription& device, Timeline::Clock clock, const Bytes& scenario)
+int Serve(const Identity& self, const DeviceDescription& device, Timeline::Clock clock, const Bytes& scenario)
 {
     const sigset_t signals = BlockSignals();
     Alarm alarm;
@@ -96,6 +95,12 @@ int Run(const Identity& self, const DeviceDescription& device, Timeline::Clock c
     return 0;
 }
 
+/// For a number that must be in a range, which lets "nan" pass.
+std::string RefuseNan(const std::string& text)
+{
+    return std::isnan(std::strtod(text.c_str(), nullptr)) ? "nan" : "";
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -104,28 +109,50 @@ try {
     std::string deviceFile;
     Timeline::Clock clock;
     std::string scenarioFile;
-    CLI::App app("Virtual video service: serves the requests of libvesk_video_interface without the device.\n"
-                 "SIGTERM or SIGINT ends it.");
-    app.footer(kEnvironmentHelp);
-    app.set_version_flag("--version", kVersion);
-    app.add_option("--process", self.procName, "Process name of the service")->capture_default_str();
-    app.add_option("--task", self.taskName, "Task name of the service")->capture_default_str();
-    app.add_option("--device", deviceFile, "File that describes the device to serve (TOML)");
-    auto* const scale = app.add_option("--time-scale", clock.scale,
-                                       "How many times faster than the clock the model's time runs")
-                            ->capture_default_str()
-                            ->check(CLI::Range(0.001, 1000.0))
-                            ->check([](const std::string& text) { // which lets "nan" pass
-                                return std::isnan(std::strtod(text.c_str(), nullptr)) ? "nan" : "";
-                            });
-    app.add_flag("--step", clock.isStep, "Move the model's time by command only")->excludes(scale);
-    app.add_option("--scenario", scenarioFile, "File of steps to run from the start (TOML)");
-    CLI11_PARSE(app, argc, argv);
-    Bytes scenario;
-    if (!scenarioFile.empty())
-        scenario = steering::ScenarioFromFile(decoder::Decoder(), scenarioFile).data;
-    return Run(self, deviceFile.empty() ? DefaultDevice() : ReadDevice(deviceFile), std::move(clock),
-               scenario);
+    const CommandLine program{
+        .name = "",
+        .summary =
+            "Virtual video service: serves the requests of libvesk_video_interface without the device.\n"
+            "SIGTERM or SIGINT ends it.",
+        .footer = kEnvironmentHelp,
+        .options =
+            {
+                {.name = "--process",
+                 .place = &self.procName,
+                 .help = "Process name of the service",
+                 .showsDefault = true},
+                {.name = "--task",
+                 .place = &self.taskName,
+                 .help = "Task name of the service",
+                 .showsDefault = true},
+                {.name = "--device",
+                 .place = &deviceFile,
+                 .help = "File that describes the device to serve (TOML)"},
+                {.name = "--time-scale",
+                 .place = &clock.scale,
+                 .help = "How many times faster than the clock the model's time runs",
+                 .showsDefault = true,
+                 .range = std::pair(0.001, 1000.0),
+                 .check = RefuseNan},
+                {.name = "--step",
+                 .place = &clock.isStep,
+                 .help = "Move the model's time by command only",
+                 .excludes = "--time-scale"},
+                {.name = "--scenario",
+                 .place = &scenarioFile,
+                 .help = "File of steps to run from the start (TOML)"},
+            },
+        .run =
+            [&] {
+                Bytes scenario;
+                if (!scenarioFile.empty())
+                    scenario = steering::ScenarioFromFile(decoder::Decoder(), scenarioFile).data;
+                return Serve(self, deviceFile.empty() ? DefaultDevice() : ReadDevice(deviceFile),
+                             std::move(clock), scenario);
+            },
+        .version = kVersion,
+    };
+    return ParseProgram(program, argc, argv)();
 } catch (const Error& error) { // a file that is wrong
     std::fprintf(stderr, "%s\n", error.what());
     return 2;

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <span>
 
 namespace vesk::steering {
 
@@ -22,7 +23,7 @@ struct Command {
     const char* name;
     const char* summary;
     const char* example; ///< As a line of words.
-    Build (*add)(CLI::App& app);
+    Build (*add)(std::vector<Option>& options);
 };
 
 /// Without it, -1 would be a very large number.
@@ -60,40 +61,46 @@ struct Port {
     }
 };
 
-std::shared_ptr<Port> AddPort(CLI::App& app)
+std::shared_ptr<Port> AddPort(std::vector<Option>& options)
 {
     auto port = std::make_shared<Port>();
-    app.add_option("DIRECTION", port->direction, "input or output")
-        ->required()
-        ->check(CLI::IsMember({"input", "output"}));
-    app.add_option("PORT", port->number, "Number of the port, from 0")
-        ->required()
-        ->check(CLI::Range(uint64_t{0}, uint64_t{UINT32_MAX}));
+    options.push_back({.name = "DIRECTION",
+                       .place = &port->direction,
+                       .help = "input or output",
+                       .isRequired = true,
+                       .choices = {"input", "output"}});
+    options.push_back({.name = "PORT",
+                       .place = &port->number,
+                       .help = "Number of the port, from 0",
+                       .isRequired = true,
+                       .range = std::pair(uint64_t{0}, uint64_t{UINT32_MAX})});
     return port;
 }
 
 constexpr char kModeHelp[] = "Picture as WIDTHxHEIGHT@RATE: 1920x1080@60";
 
-Build AddPlug(CLI::App& app)
+Build AddPlug(std::vector<Option>& options)
 {
-    auto port = AddPort(app);
-    app.add_option("--mode", port->mode, std::string(kModeHelp) + "; the port's last one if it is not given");
+    auto port = AddPort(options);
+    options.push_back({.name = "--mode",
+                       .place = &port->mode,
+                       .help = std::string(kModeHelp) + "; the port's last one if it is not given"});
     return [port](const Decoder&) {
         const VeskControlMode mode = port->mode.empty() ? VeskControlMode{} : ParseMode(port->mode);
         return MakeMessage(VESK_CONTROL_PLUG, port->InHeader(), {BytesOf(mode)});
     };
 }
 
-Build AddUnplug(CLI::App& app)
+Build AddUnplug(std::vector<Option>& options)
 {
-    auto port = AddPort(app);
+    auto port = AddPort(options);
     return [port](const Decoder&) { return MakeMessage(VESK_CONTROL_UNPLUG, port->InHeader()); };
 }
 
-Build AddMode(CLI::App& app)
+Build AddMode(std::vector<Option>& options)
 {
-    auto port = AddPort(app);
-    app.add_option("MODE", port->mode, kModeHelp)->required();
+    auto port = AddPort(options);
+    options.push_back({.name = "MODE", .place = &port->mode, .help = kModeHelp, .isRequired = true});
     return [port](const Decoder&) {
         return MakeMessage(VESK_CONTROL_MODE, port->InHeader(), {BytesOf(ParseMode(port->mode))});
     };
@@ -132,85 +139,111 @@ ControlMessage Notify(const Decoder& decoder, const NotifyOptions& options)
     return MakeMessage(VESK_CONTROL_NOTIFY, {}, {BytesOf(notification), payload});
 }
 
-Build AddNotify(CLI::App& app)
+Build AddNotify(std::vector<Option>& options)
 {
-    auto options = std::make_shared<NotifyOptions>();
-    app.add_option("NAME", options->name, "Name of a notification, with or without prefix; its number")
-        ->required();
-    app.add_option("FIELD=VALUE", options->fields, "Arguments and payload fields by name");
-    app.add_option("--to", options->application, "Application; all of them if it is not given");
-    app.add_option("--raw", options->raw, "Payload in hexadecimal, sent as it is");
-    app.add_option("--length", options->length, "Bytes of the payload: it is cut off, or followed by zeros")
-        ->check(CheckUnsigned);
-    return [options](const Decoder& decoder) { return Notify(decoder, *options); };
+    auto given = std::make_shared<NotifyOptions>();
+    options = {
+        {.name = "NAME",
+         .place = &given->name,
+         .help = "Name of a notification, with or without prefix; its number",
+         .isRequired = true,
+         .names = Names::kNotification},
+        {.name = "FIELD=VALUE", .place = &given->fields, .help = "Arguments and payload fields by name"},
+        {.name = "--to", .place = &given->application, .help = "Application; all of them if it is not given"},
+        {.name = "--raw", .place = &given->raw, .help = "Payload in hexadecimal, sent as it is"},
+        {.name = "--length",
+         .place = &given->length,
+         .help = "Bytes of the payload: it is cut off, or followed by zeros",
+         .check = CheckUnsigned},
+    };
+    return [given](const Decoder& decoder) { return Notify(decoder, *given); };
 }
 
-Build AddFaultAdd(CLI::App& app)
+Build AddFaultAdd(std::vector<Option>& options)
 {
     struct Given {
         std::vector<std::string> words;
         FaultOptions options;
     };
     auto given = std::make_shared<Given>();
-    FaultOptions& options = given->options;
-    app.add_option("MATCH EFFECT", given->words,
-                   "A request or notification by name or number, or *; FIELD=VALUE of its fields; then " +
-                       EffectHelp())
-        ->required();
-    app.add_option("--app", options.application, "Only messages from or to this application");
-    app.add_option("--after", options.after, "Let so many matches pass first")->check(CheckUnsigned);
-    app.add_option("--every", options.every, "Of the others, change only each so-many-th")
-        ->check(CheckUnsigned);
-    app.add_option("--count", options.count, "End after so many changes")->check(CheckUnsigned);
-    app.add_option("--percent", options.percent, "Chance of each change that is left, 1 to 100")
-        ->check(CLI::Range(1, 100));
-    app.add_option("--seed", options.seed, "Of the rule's chances and random bytes")->check(CheckUnsigned);
+    FaultOptions& fault = given->options;
+    options = {
+        {.name = "MATCH EFFECT",
+         .place = &given->words,
+         .help = "A request or notification by name or number, or *; FIELD=VALUE of its fields; then " +
+                 EffectHelp(),
+         .isRequired = true,
+         .names = Names::kFault},
+        {.name = "--app", .place = &fault.application, .help = "Only messages from or to this application"},
+        {.name = "--after",
+         .place = &fault.after,
+         .help = "Let this many matches pass first",
+         .check = CheckUnsigned},
+        {.name = "--every",
+         .place = &fault.every,
+         .help = "Of the others, change only every Nth",
+         .check = CheckUnsigned},
+        {.name = "--count",
+         .place = &fault.count,
+         .help = "Stop after this many changes",
+         .check = CheckUnsigned},
+        {.name = "--percent",
+         .place = &fault.percent,
+         .help = "Chance of each change that is left, 1 to 100",
+         .range = std::pair(1, 100)},
+        {.name = "--seed",
+         .place = &fault.seed,
+         .help = "Of the rule's chances and random bytes",
+         .check = CheckUnsigned},
+    };
     return [given](const Decoder& decoder) {
         return MakeMessage(VESK_CONTROL_FAULT_ADD, {},
                            {BytesOf(FaultOf(decoder, given->words, given->options))});
     };
 }
 
-Build AddFaultList(CLI::App&)
+/// A command of its name alone.
+template <VeskControlRequest request>
+Build AddNothing(std::vector<Option>&)
 {
-    return [](const Decoder&) { return MakeMessage(VESK_CONTROL_FAULT_LIST, {}); };
+    return [](const Decoder&) { return MakeMessage(request, {}); };
 }
 
 /// A command whose one argument is an optional number, 0 if it is not given.
 template <VeskControlRequest request>
-Build AddNumber(CLI::App& app, const char* name, const char* summary, uint64_t lowest)
+Build AddNumber(std::vector<Option>& options, const char* name, const char* help, uint64_t lowest)
 {
     auto number = std::make_shared<uint64_t>(0);
-    app.add_option(name, *number, summary)->check(CLI::Range(lowest, uint64_t{UINT32_MAX}));
+    options.push_back({.name = name,
+                       .place = number.get(),
+                       .help = help,
+                       .range = std::pair(lowest, uint64_t{UINT32_MAX})});
     return [number](const Decoder&) { return MakeMessage(request, {.param1 = *number}); };
 }
 
-Build AddFaultClear(CLI::App& app)
+Build AddFaultClear(std::vector<Option>& options)
 {
-    return AddNumber<VESK_CONTROL_FAULT_CLEAR>(app, "FAULT", "Number of the rule; all if it is not given", 1);
+    return AddNumber<VESK_CONTROL_FAULT_CLEAR>(options, "FAULT", "Number of the rule; all if it is not given",
+                                               1);
 }
 
-Build AddTime(CLI::App& app)
+Build AddTime(std::vector<Option>& options)
 {
-    return AddNumber<VESK_CONTROL_TIME>(app, "MS", "Milliseconds to move on; without, only the time is told",
-                                        0);
+    return AddNumber<VESK_CONTROL_TIME>(options, "MS",
+                                        "Milliseconds to move on; without, only the time is told", 0);
 }
 
-Build AddReset(CLI::App&)
-{
-    return [](const Decoder&) { return MakeMessage(VESK_CONTROL_RESET, {}); };
-}
-
-Build AddScenario(CLI::App& app)
+Build AddScenario(std::vector<Option>& options)
 {
     struct Given {
         std::string file;
         bool ends = false;
     };
     auto given = std::make_shared<Given>();
-    auto* file = app.add_option("FILE", given->file, "File of steps, in TOML");
-    auto* end = app.add_flag("--end", given->ends, "End the scenario that runs");
-    file->excludes(end);
+    options = {
+        {.name = "FILE", .place = &given->file, .help = "File of steps, in TOML", .excludes = "--end"},
+        {.name = "--end", .place = &given->ends, .help = "End the scenario that runs"},
+    };
     return [given](const Decoder& decoder) {
         if (given->ends)
             return MakeMessage(VESK_CONTROL_SCENARIO, {});
@@ -229,57 +262,60 @@ constexpr Command kCommands[] = {
     {"time", "Tell the device's time, or move it on", "time 250", AddTime},
     {"scenario", "Run the steps of a file", "scenario cable.toml", AddScenario},
     {"reset", "Go back to the described device: everything opened, faults and scenario are gone", "reset",
-     AddReset},
+     AddNothing<VESK_CONTROL_RESET>},
 };
 
 constexpr Command kFaultCommands[] = {
     {"add", "Add a rule: what happens to which messages",
      "fault add VO_START outEngNo=1 result BUSY --count 2", AddFaultAdd},
-    {"list", "List the rules, and how often each has matched", "fault list", AddFaultList},
+    {"list", "List the rules, and how often each has matched", "fault list",
+     AddNothing<VESK_CONTROL_FAULT_LIST>},
     {"clear", "Take a rule away, or all", "fault clear 1", AddFaultClear},
 };
 
-void AddCommands(CLI::App& app, std::span<const Command> commands, const std::function<void(Build)>& given)
+std::vector<CommandLine> Describe(std::span<const Command> commands, const Perform& perform)
 {
+    std::vector<CommandLine> lines;
     for (const Command& command : commands) {
-        CLI::App* subcommand = app.add_subcommand(command.name, command.summary);
-        subcommand->footer(std::string("Example:\n  ") + command.example);
-        subcommand->callback([given, build = command.add(*subcommand)] { given(build); });
+        CommandLine line{.name = command.name,
+                         .summary = command.summary,
+                         .footer = std::string("Example:\n  ") + command.example};
+        line.run = [perform, build = command.add(line.options)] { return perform(build); };
+        lines.push_back(std::move(line));
     }
+    return lines;
 }
 
 } // namespace
 
-void AddControlCommands(CLI::App& app, const std::function<void(Build)>& given)
+std::vector<CommandLine> ControlCommands(const Perform& perform)
 {
-    AddCommands(app, kCommands, given);
-    CLI::App* fault =
-        app.add_subcommand("fault", "Let requests fail, answers come late, notifications get lost");
-    fault->require_subcommand(1);
-    AddCommands(*fault, kFaultCommands, given);
+    std::vector<CommandLine> lines = Describe(kCommands, perform);
+    lines.push_back({.name = "fault",
+                     .summary = "Let requests fail, answers come late, notifications get lost",
+                     .commands = Describe(kFaultCommands, perform)});
+    return lines;
 }
 
 ControlMessage ControlMessageOf(const Decoder& decoder, const std::vector<std::string>& words)
 {
-    Build build;
-    CLI::App app;
-    app.set_help_flag();
-    app.require_subcommand(1);
-    AddControlCommands(app, [&](Build given) { build = std::move(given); });
+    ControlMessage message{};
+    const CommandLine commands{.name = "",
+                               .summary = "",
+                               .commands = ControlCommands([&](const Build& build) {
+                                   message = build(decoder);
+                                   return 0;
+                               }),
+                               .hasHelp = false};
     if (words.empty())
         throw Error("expected a command");
-    std::vector<std::string> names;
-    for (const CLI::App* command : app.get_subcommands(nullptr))
-        names.push_back(command->get_name());
+    std::vector<std::string_view> names;
+    for (const CommandLine& command : commands.commands)
+        names.push_back(command.name);
     if (std::find(names.begin(), names.end(), words[0]) == names.end())
-        throw Error("there is no command '" + words[0] + "'" +
-                    Nearest(words[0], {names.begin(), names.end()}));
-    try {
-        app.parse(std::vector<std::string>(words.rbegin(), words.rend())); // it takes them from the end
-    } catch (const CLI::ParseError& error) {
-        throw Error(error.what());
-    }
-    return build(decoder);
+        throw Error("there is no command '" + words[0] + "'" + Nearest(words[0], names));
+    ParseWords(commands, words)();
+    return message;
 }
 
 } // namespace vesk::steering

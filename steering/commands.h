@@ -1,13 +1,11 @@
 // The commands that steer the virtual device: one grammar for the command line and for scenarios.
 #pragma once
 
+#include "base/command_line.h"
 #include "decoder/decoder.h"
 #include "steering/message.h"
 
-#include <CLI/CLI.hpp>
-
 #include <functional>
-#include <span>
 #include <string>
 #include <vector>
 
@@ -17,9 +15,11 @@ namespace vesk::steering {
 /// @throw Error if a name or value in them cannot be used
 using Build = std::function<ControlMessage(const decoder::Decoder& decoder)>;
 
-/// Declares the commands as subcommands of @p app. The one that is given is passed to @p given while the
-/// command line is parsed.
-void AddControlCommands(CLI::App& app, const std::function<void(Build)>& given);
+/// What is done with the command that was given. Returns an exit status.
+using Perform = std::function<int(const Build& build)>;
+
+/// The commands as subcommands of a program.
+std::vector<CommandLine> ControlCommands(const Perform& perform);
 
 /// The message of a line of words. @throw Error
 ControlMessage ControlMessageOf(const decoder::Decoder& decoder, const std::vector<std::string>& words);

@@ -1,6 +1,8 @@
 // The subcommand "call": sends one request and shows its answer.
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
+#include "tools/veskctl/json.h"
+#include "tools/veskctl/output.h"
 #include "vesk_service/control_list.h"
 
 namespace vesk::ctl {
@@ -57,27 +59,39 @@ int RunCall(Settings& settings, const Options& options)
     return kDone;
 }
 
-Run Add(CLI::App& app, Settings& settings)
-{
-    auto options = std::make_shared<Options>();
-    app.add_option("NAME", options->name,
-                   "Name of a request, with or without prefix; its function; its number")
-        ->required();
-    app.add_option("FIELD=VALUE", options->fields,
-                   "Arguments and payload fields by name, as 'veskctl describe NAME' lists them");
-    app.add_option("--from", options->jsonFile, "JSON file with fields; - is standard input");
-    app.add_option("--raw", options->raw, "Payload in hexadecimal, sent as it is");
-    app.add_option("--timeout", options->timeoutMs, "Milliseconds to wait for the answer")
-        ->capture_default_str();
-    return [options, &settings] { return RunCall(settings, *options); };
-}
-
 } // namespace
 
-const Command kCall{"call", "Send one request and show its answer",
-                    "  veskctl call OPEN_VO_PORT voPort=0\n"
-                    "  veskctl call VeskVideoEncoderSetParam encStmNo=1 w=1920 h=1080\n"
-                    "  veskctl call SET_VO_SRC outEngNo=1 picNum=1 'subPic[0].inputId=2'",
-                    Add, Words::kRequest};
+CommandLine CallCommand(Settings& settings)
+{
+    auto options = std::make_shared<Options>();
+    return {
+        .name = "call",
+        .summary = "Send one request and show its answer",
+        .footer = "Example:\n"
+                  "  veskctl call OPEN_VO_PORT voPort=0\n"
+                  "  veskctl call VeskVideoEncoderSetParam encStmNo=1 w=1920 h=1080\n"
+                  "  veskctl call SET_VO_SRC outEngNo=1 picNum=1 'subPic[0].inputId=2'",
+        .options =
+            {
+                {.name = "NAME",
+                 .place = &options->name,
+                 .help = "Name of a request, with or without prefix; its function; its number",
+                 .isRequired = true,
+                 .names = Names::kRequest},
+                {.name = "FIELD=VALUE",
+                 .place = &options->fields,
+                 .help = "Arguments and payload fields by name, as 'veskctl describe NAME' lists them"},
+                {.name = "--from",
+                 .place = &options->jsonFile,
+                 .help = "JSON file with fields; - is standard input"},
+                {.name = "--raw", .place = &options->raw, .help = "Payload in hexadecimal, sent as it is"},
+                {.name = "--timeout",
+                 .place = &options->timeoutMs,
+                 .help = "Milliseconds to wait for the answer",
+                 .showsDefault = true},
+            },
+        .run = [options, &settings] { return RunCall(settings, *options); },
+    };
+}
 
 } // namespace vesk::ctl

@@ -1,7 +1,9 @@
 // A client of the video service, as an application is one.
 #pragma once
 
-#include "tools/veskctl/command.h"
+#include "base/bytes.h"
+#include "tools/veskctl/failure.h"
+#include "vesk_video/vesk_video.h"
 
 #include <chrono>
 #include <optional>

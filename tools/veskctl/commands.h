@@ -1,30 +1,36 @@
-// The subcommands; each is defined in the source of its name.
+// The subcommands; each is described in the source of its name. Settings outlive the descriptions.
 #pragma once
 
-#include "tools/veskctl/command.h"
+#include "base/command_line.h"
+#include "tools/veskctl/failure.h"
+#include "tools/veskctl/settings.h"
 
 namespace vesk::ctl {
 
-extern const Command kList;
-extern const Command kDescribe;
-extern const Command kCall;
-extern const Command kRun;
-extern const Command kMonitor;
-extern const Command kWait;
-extern const Command kTrace;
-extern const Command kDecode;
-extern const Command kReplay;
-extern const Command kDevice;
-extern const Command kServe;      ///< Only with the host platform, which lets a program be the service.
-extern const Command kWithDevice; ///< Likewise.
-extern const Command kComplete;
+/// The whole program.
+CommandLine DescribeTool(Settings& settings);
+
+CommandLine ListCommand(Settings& settings);
+CommandLine DescribeCommand(Settings& settings);
+CommandLine CallCommand(Settings& settings);
+CommandLine RunCommand(Settings& settings);
+CommandLine MonitorCommand(Settings& settings);
+CommandLine WaitCommand(Settings& settings);
+CommandLine TraceCommand(Settings& settings);
+CommandLine DecodeCommand(Settings& settings);
+CommandLine ReplayCommand(Settings& settings);
+CommandLine DeviceCommand(Settings& settings);
+CommandLine
+ServeCommand(Settings& settings); ///< Only with the host platform, which lets a program be the service.
+CommandLine WithDeviceCommand(Settings& settings); ///< Likewise.
+CommandLine CompleteCommand(Settings& settings);
 
 // Subcommands of "device".
-extern const Command kDeviceState;
-extern const Command kDeviceGraph;
-extern const Command kDeviceWatch;
+CommandLine DeviceStateCommand(Settings& settings);
+CommandLine DeviceGraphCommand(Settings& settings);
+CommandLine DeviceWatchCommand(Settings& settings);
 
-/// Declares the subcommands of "device" that send one control message each; see control/commands.h.
-void DeclareControl(CLI::App& app, Settings& settings, const std::function<void(Run)>& chosen);
+/// Those of "device" that send one control message each; see steering/commands.h.
+std::vector<CommandLine> DeviceControlCommands(Settings& settings);
 
 } // namespace vesk::ctl

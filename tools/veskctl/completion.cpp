@@ -4,9 +4,11 @@
 #include "steering/fault.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
+#include "tools/veskctl/output.h"
 #include "tools/veskctl/script.h"
 
 #include <algorithm>
+#include <map>
 
 namespace vesk::ctl {
 
@@ -107,40 +109,44 @@ List FaultCandidates(const Decoder& decoder, const List& before)
     return names;
 }
 
-/// What can follow a subcommand, given the words before that are no options.
-List Candidates(const Decoder& decoder, Words words, const List& before)
+/// Values that can follow @p before, the words so far, where the first names something.
+List Candidates(const Decoder& decoder, Names names, const List& before)
 {
-    if (words == Words::kRequest && !before.empty())
-        return RequestFields(decoder, before[0]);
-    if (words == Words::kNotification && !before.empty())
-        return NotificationFields(decoder, before[0]);
-    if (words == Words::kFault)
+    switch (names) {
+    case Names::kRequest:
+        return before.empty() ? Texts(RequestNames()) : RequestFields(decoder, before[0]);
+    case Names::kNotification:
+        return before.empty() ? Texts(NotificationNames()) : NotificationFields(decoder, before[0]);
+    case Names::kMessage:
+        return MessageNames();
+    case Names::kResult:
+        return before.empty() ? ResultNames() : Texts(RequestNames());
+    case Names::kFault:
         return FaultCandidates(decoder, before);
-    if (!before.empty())
-        return {};
-    switch (words) {
-    case Words::kDirection:
-        return {"input", "output"};
-    case Words::kRequest:
-        return Texts(RequestNames());
-    case Words::kNotification:
-        return Texts(NotificationNames());
-    case Words::kAnything:
-        return Everything(decoder);
-    case Words::kLists:
-        return {"requests", "notifications", "records", "results"};
+    case Names::kAnything:
+        return before.empty() ? Everything(decoder) : List();
     default:
         return {};
     }
 }
 
-/// Names of the options of a program or subcommand that are shown, "--timeout".
-void AddOptions(const CLI::App& app, List& names)
+/// Values that the arguments of a program or subcommand can have after those before.
+List ArgumentCandidates(const Decoder& decoder, const CommandLine& line, const List& before)
 {
-    for (const CLI::Option* option : app.get_options()) {
-        for (const std::string& name : option->get_lnames())
-            names.push_back("--" + name);
+    std::vector<const Option*> arguments;
+    for (const Option& option : line.options) {
+        if (option.IsArgument())
+            arguments.push_back(&option);
     }
+    if (before.size() < arguments.size() && !arguments[before.size()]->choices.empty())
+        return arguments[before.size()]->choices;
+    return arguments.empty() ? List() : Candidates(decoder, arguments[0]->names, before);
+}
+
+/// "--output" of "-o,--output".
+std::string LongName(const Option& option)
+{
+    return option.name.substr(std::min(option.name.find("--"), option.name.size()));
 }
 
 List StartingWith(List names, const std::string& start)
@@ -151,70 +157,51 @@ List StartingWith(List names, const std::string& start)
     return names;
 }
 
-/// What follows the subcommands of "device" that control/commands.h declares.
-constexpr std::pair<std::string_view, Words> kDeviceWords[] = {
-    {"device plug", Words::kDirection},  {"device unplug", Words::kDirection},
-    {"device mode", Words::kDirection},  {"device notify", Words::kNotification},
-    {"device fault add", Words::kFault},
-};
-
-Words WordsAfter(const std::string& path)
-{
-    for (const Command* command : Commands()) {
-        if (path == command->name)
-            return command->words;
-    }
-    for (const auto& [known, words] : kDeviceWords) {
-        if (path == known)
-            return words;
-    }
-    return Words::kNone;
-}
-
-/// The subcommands of an app that are shown.
-std::vector<CLI::App*> Subcommands(CLI::App& app)
-{
-    return app.get_subcommands([](const CLI::App* subcommand) { return !subcommand->get_group().empty(); });
-}
-
 } // namespace
 
 List Complete(const List& words)
 {
     Settings settings;
-    Run run;
-    CLI::App app("", "veskctl");
-    Declare(app, settings, run);
+    const CommandLine program = DescribeTool(settings);
     const std::string& last = words.back();
-    List options;
-    AddOptions(app, options);
-    CLI::App* at = &app;
-    std::string path;
+    std::map<std::string, const Option*> options{{"--help", nullptr}, {"--version", nullptr}};
+    const auto addOptions = [&](const CommandLine& line) {
+        for (const Option& option : line.options) {
+            if (!option.IsArgument())
+                options.emplace(LongName(option), &option);
+        }
+    };
+    addOptions(program);
+    const CommandLine* at = &program;
     List before; // what follows the subcommands and is no option
     for (auto word = words.begin(); word != words.end() - 1; ++word) {
         if (word->starts_with('-'))
             continue;
-        const std::vector<CLI::App*> known = Subcommands(*at);
-        const auto named = std::find_if(known.begin(), known.end(),
-                                        [&](const CLI::App* one) { return one->get_name() == *word; });
-        if (named == known.end()) {
+        const auto named = std::find_if(at->commands.begin(), at->commands.end(),
+                                        [&](const CommandLine& one) { return one.name == *word; });
+        if (named == at->commands.end()) {
             before.push_back(*word);
             continue;
         }
-        at = *named;
-        AddOptions(*at, options);
-        path += (path.empty() ? "" : " ") + *word;
+        at = &*named;
+        addOptions(*at);
     }
-    if (last.starts_with('-'))
-        return StartingWith(options, last);
-    if (words.size() > 1 && words.end()[-2] == "--match")
-        return StartingWith(MessageNames(), last);
-    List names = Candidates(settings.Decoder(), WordsAfter(path), before);
-    for (const CLI::App* subcommand : Subcommands(*at)) {
-        if (before.empty())
-            names.push_back(subcommand->get_name());
+    List names;
+    const auto valued = options.find(words.size() > 1 ? words.end()[-2] : "");
+    if (last.starts_with('-')) {
+        for (const auto& [name, option] : options)
+            names.push_back(name);
+    } else if (valued != options.end() && valued->second != nullptr &&
+               valued->second->names != Names::kNothing) {
+        names = Candidates(settings.Decoder(), valued->second->names, {});
+    } else {
+        names = ArgumentCandidates(settings.Decoder(), *at, before);
+        for (const CommandLine& command : at->commands) {
+            if (before.empty() && !command.summary.empty())
+                names.push_back(command.name);
+        }
     }
-    return StartingWith(names, last);
+    return StartingWith(std::move(names), last);
 }
 
 List CompletePrompt(const List& words)
@@ -224,21 +211,18 @@ List CompletePrompt(const List& words)
     const std::string& last = words.back();
     if (words.size() == 1) {
         List names = Texts(RequestNames());
-        names.insert(names.end(), std::begin(kVerbs), std::end(kVerbs));
-        return StartingWith(names, last);
+        for (const Session::Verb& verb : Session::Verbs())
+            names.emplace_back(verb.name);
+        return StartingWith(std::move(names), last);
     }
-    const List before(words.begin() + 1, words.end() - 1);
-    if (words[0] == "device")
-        return Complete(words);
-    if (words[0] == "wait")
-        return StartingWith(Candidates(decoder, Words::kNotification, before), last);
-    if (words[0] == "describe")
-        return StartingWith(Candidates(decoder, Words::kAnything, before), last);
-    if (words[0] == "list")
-        return StartingWith(Candidates(decoder, Words::kLists, before), last);
-    if (words[0] == "expect")
-        return StartingWith(before.empty() ? ResultNames() : Texts(RequestNames()), last);
-    return StartingWith(Candidates(decoder, Words::kRequest, {words.begin(), words.end() - 1}), last);
+    for (const Session::Verb& verb : Session::Verbs()) {
+        if (words[0] != verb.name)
+            continue;
+        return verb.names ? StartingWith(
+                                Candidates(decoder, *verb.names, {words.begin() + 1, words.end() - 1}), last)
+                          : Complete(words);
+    }
+    return StartingWith(Candidates(decoder, Names::kRequest, {words.begin(), words.end() - 1}), last);
 }
 
 namespace {
@@ -250,15 +234,20 @@ int RunComplete(const List& words)
     return kDone;
 }
 
-Run Add(CLI::App& app, Settings&)
-{
-    auto words = std::make_shared<List>();
-    app.add_option("WORD", *words, "Words after veskctl; the last one is to be completed");
-    return [words] { return RunComplete(*words); };
-}
-
 } // namespace
 
-const Command kComplete{"complete", "", "  veskctl complete -- call VO_", Add, Words::kNone};
+CommandLine CompleteCommand(Settings&)
+{
+    auto words = std::make_shared<List>();
+    return {
+        .name = "complete",
+        .summary = "",
+        .footer = "Example:\n  veskctl complete -- call VO_",
+        .options = {{.name = "WORD",
+                     .place = words.get(),
+                     .help = "Words after veskctl; the last one is to be completed"}},
+        .run = [words] { return RunComplete(*words); },
+    };
+}
 
 } // namespace vesk::ctl

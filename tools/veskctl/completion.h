@@ -1,7 +1,8 @@
 // What can follow on a command line: for the shell and for the prompt.
 #pragma once
 
-#include "tools/veskctl/command.h"
+#include <string>
+#include <vector>
 
 namespace vesk::ctl {
 

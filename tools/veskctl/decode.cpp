@@ -31,19 +31,24 @@ int RunDecode(Settings& settings, const Options& options)
     return kDone;
 }
 
-Run AddDecode(CLI::App& app, Settings& settings)
-{
-    auto options = std::make_shared<Options>();
-    app.add_option("FILE", options->file, "Recording (pcapng)")->required();
-    AddTranscriptOptions(app, options->shown);
-    return [options, &settings] { return RunDecode(settings, *options); };
-}
-
 } // namespace
 
-const Command kDecode{"decode", "Print a recording of messages",
-                      "  veskctl decode tour.pcapng\n"
-                      "  veskctl decode tour.pcapng --match 'VO_*' --match result=BUSY --slow 5 --json",
-                      AddDecode, Words::kNone};
+CommandLine DecodeCommand(Settings& settings)
+{
+    auto options = std::make_shared<Options>();
+    CommandLine line{
+        .name = "decode",
+        .summary = "Print a recording of messages",
+        .footer = "Example:\n"
+                  "  veskctl decode tour.pcapng\n"
+                  "  veskctl decode tour.pcapng --match 'VO_*' --match result=BUSY --slow 5 --json",
+        .options =
+            {{.name = "FILE", .place = &options->file, .help = "Recording (pcapng)", .isRequired = true}},
+        .run = [options, &settings] { return RunDecode(settings, *options); },
+    };
+    for (Option& option : TranscriptOptionsOf(options->shown))
+        line.options.push_back(std::move(option));
+    return line;
+}
 
 } // namespace vesk::ctl

@@ -2,7 +2,10 @@
 #include "decoder/text.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
+#include "tools/veskctl/output.h"
 #include "vesk_service/control_list.h"
+
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 
@@ -228,21 +231,25 @@ int RunDescribe(Settings& settings, const std::string& name)
     return kDone;
 }
 
-Run Add(CLI::App& app, Settings& settings)
-{
-    auto name = std::make_shared<std::string>();
-    app.add_option("NAME", *name, "Request, notification, record, function, result code, or a number")
-        ->required();
-    return [name, &settings] { return RunDescribe(settings, *name); };
-}
-
 } // namespace
 
-const Command kDescribe{"describe",
-                        "Show what a message or a record consists of, and what a result code means",
-                        "  veskctl describe VO_START\n"
-                        "  veskctl describe VeskVideoEncoderSetParam --json\n"
-                        "  veskctl describe 0x204",
-                        Add, Words::kAnything};
+CommandLine DescribeCommand(Settings& settings)
+{
+    auto name = std::make_shared<std::string>();
+    return {
+        .name = "describe",
+        .summary = "Show what a message or a record consists of, and what a result code means",
+        .footer = "Example:\n"
+                  "  veskctl describe VO_START\n"
+                  "  veskctl describe VeskVideoEncoderSetParam --json\n"
+                  "  veskctl describe 0x204",
+        .options = {{.name = "NAME",
+                     .place = name.get(),
+                     .help = "Request, notification, record, function, result code, or a number",
+                     .isRequired = true,
+                     .names = Names::kAnything}},
+        .run = [name, &settings] { return RunDescribe(settings, *name); },
+    };
+}
 
 } // namespace vesk::ctl

@@ -3,7 +3,10 @@
 #include "steering/fault.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
+#include "tools/veskctl/output.h"
 #include "tools/veskctl/state.h"
+
+#include <nlohmann/json.hpp>
 
 #include <cinttypes>
 #include <cstring>
@@ -85,11 +88,10 @@ int RunControl(Settings& settings, const steering::Build& build)
 
 } // namespace
 
-void DeclareControl(CLI::App& app, Settings& settings, const std::function<void(Run)>& chosen)
+std::vector<CommandLine> DeviceControlCommands(Settings& settings)
 {
-    steering::AddControlCommands(app, [chosen, &settings](const steering::Build& build) {
-        chosen([&settings, build] { return RunControl(settings, build); });
-    });
+    return steering::ControlCommands(
+        [&settings](const steering::Build& build) { return RunControl(settings, build); });
 }
 
 } // namespace vesk::ctl

@@ -1,7 +1,10 @@
 // The subcommand "device graph": how pictures run through the virtual device, as a graph for Graphviz.
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
+#include "tools/veskctl/output.h"
 #include "tools/veskctl/state.h"
+
+#include <nlohmann/json.hpp>
 
 #include <map>
 #include <set>
@@ -185,23 +188,28 @@ void PrintGraph(const ordered_json& state)
                 Printable(service.at("taskName").get<std::string>()));
 }
 
-Run Add(CLI::App& app, Settings& settings)
-{
-    auto file = std::make_shared<std::string>();
-    app.add_option("FILE", *file,
-                   "Draw this state, which 'device state --json' has written; - is standard input");
-    return [file, &settings] {
-        const ordered_json state = ReadState(settings, *file);
-        ShowState([&] { PrintGraph(state); });
-        return kDone;
-    };
-}
-
 } // namespace
 
-const Command kDeviceGraph{"graph", "Draw how pictures run through the device, in Graphviz's language",
-                           "  veskctl device graph | dot -Tsvg > device.svg\n"
-                           "  veskctl device graph state.json",
-                           Add, Words::kNone};
+CommandLine DeviceGraphCommand(Settings& settings)
+{
+    auto file = std::make_shared<std::string>();
+    return {
+        .name = "graph",
+        .summary = "Draw how pictures run through the device, in Graphviz's language",
+        .footer = "Example:\n"
+                  "  veskctl device graph | dot -Tsvg > device.svg\n"
+                  "  veskctl device graph state.json",
+        .options = {{.name = "FILE",
+                     .place = file.get(),
+                     .help =
+                         "Draw this state, which 'device state --json' has written; - is standard input"}},
+        .run =
+            [file, &settings] {
+                const ordered_json state = ReadState(settings, *file);
+                ShowState([&] { PrintGraph(state); });
+                return kDone;
+            },
+    };
+}
 
 } // namespace vesk::ctl

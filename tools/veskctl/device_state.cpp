@@ -2,8 +2,11 @@
 #include "decoder/text.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
+#include "tools/veskctl/output.h"
 #include "tools/veskctl/state.h"
 #include "tools/veskctl/table.h"
+
+#include <nlohmann/json.hpp>
 
 namespace vesk::ctl {
 
@@ -323,18 +326,22 @@ int RunState(Settings& settings, const std::string& file)
     return kDone;
 }
 
-Run Add(CLI::App& app, Settings& settings)
-{
-    auto file = std::make_shared<std::string>();
-    app.add_option("FILE", *file, "Show this one, which --json has written; - is standard input");
-    return [file, &settings] { return RunState(settings, *file); };
-}
-
 } // namespace
 
-const Command kDeviceState{"state", "Show ports, engines, channels, clients and counters",
-                           "  veskctl device state\n"
-                           "  veskctl device state --json > state.json",
-                           Add, Words::kNone};
+CommandLine DeviceStateCommand(Settings& settings)
+{
+    auto file = std::make_shared<std::string>();
+    return {
+        .name = "state",
+        .summary = "Show ports, engines, channels, clients and counters",
+        .footer = "Example:\n"
+                  "  veskctl device state\n"
+                  "  veskctl device state --json > state.json",
+        .options = {{.name = "FILE",
+                     .place = file.get(),
+                     .help = "Show this one, which --json has written; - is standard input"}},
+        .run = [file, &settings] { return RunState(settings, *file); },
+    };
+}
 
 } // namespace vesk::ctl

@@ -2,6 +2,7 @@
 #include "base/text.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
+#include "tools/veskctl/output.h"
 #include "tools/veskctl/transcript.h"
 #include "vesk_service/control_list.h"
 
@@ -135,19 +136,21 @@ int RunWatch(Settings& settings, const Options& options)
     return kDone;
 }
 
-Run Add(CLI::App& app, Settings& settings)
-{
-    auto options = std::make_shared<Options>();
-    AddTranscriptOptions(app, options->shown);
-    app.add_option("--count", options->count, "End after so many messages");
-    return [options, &settings] { return RunWatch(settings, *options); };
-}
-
 } // namespace
 
-const Command kDeviceWatch{"watch", "Show the messages of all applications as they pass",
-                           "  veskctl device watch                     # until Ctrl-C\n"
-                           "  veskctl device watch --match 'VO_*' --slow 5 --summary",
-                           Add, Words::kNone};
+CommandLine DeviceWatchCommand(Settings& settings)
+{
+    auto options = std::make_shared<Options>();
+    CommandLine line{.name = "watch",
+                     .summary = "Show the messages of all applications as they pass",
+                     .footer = "Example:\n"
+                               "  veskctl device watch                     # until Ctrl-C\n"
+                               "  veskctl device watch --match 'VO_*' --slow 5 --summary",
+                     .options = TranscriptOptionsOf(options->shown),
+                     .run = [options, &settings] { return RunWatch(settings, *options); }};
+    line.options.push_back(
+        {.name = "--count", .place = &options->count, .help = "Stop after this many messages"});
+    return line;
+}
 
 } // namespace vesk::ctl

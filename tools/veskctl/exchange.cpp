@@ -1,13 +1,13 @@
 // Requests and notifications as the subcommands send, receive and show them.
 #include "tools/veskctl/exchange.h"
 
-#include "base/file.h"
 #include "vesk_service/control_list.h"
+
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <iostream>
 
 namespace vesk::ctl {
 
@@ -25,11 +25,6 @@ std::vector<Assignment> WithOwnName(std::vector<Assignment> fields)
             fields.push_back(own);
     }
     return fields;
-}
-
-std::string NameOf(const Decoded& message)
-{
-    return message.name.empty() ? std::to_string(message.number) : std::string(message.name);
 }
 
 } // namespace
@@ -66,7 +61,7 @@ Call Perform(Client& client, const Decoder& decoder, const Prepared& request, ui
 void RequireAnswer(const Call& call)
 {
     if (call.outcome.platformResult != 0)
-        throw NoAnswer(NameOf(call.request), call.outcome);
+        throw NoAnswer(call.request.Title(), call.outcome);
 }
 
 void RequireOk(const Call& call)
@@ -77,8 +72,8 @@ void RequireOk(const Call& call)
     if (const uint32_t result = call.answer->result; result != VESK_VIDEO_OK) {
         if (result == VESK_SERVICE_ERR_REQUEST && messages::IsControl(call.request.number))
             throw Failure(kRefused, "the service cannot be steered this way: it does not know " +
-                                        NameOf(call.request) + ": " + ResultText(result));
-        std::string text = "the service refused " + NameOf(call.request) + ": " + ResultText(result);
+                                        call.request.Title() + ": " + ResultText(result));
+        std::string text = "the service refused " + call.request.Title() + ": " + ResultText(result);
         for (const ResultCode& known : ResultCodes()) {
             if (known.code == result)
                 text += ": " + std::string(known.meaning);
@@ -86,7 +81,7 @@ void RequireOk(const Call& call)
         throw Failure(kRefused, text);
     }
     if (!call.answer->problem.empty())
-        throw Failure(kFailed, NameOf(call.request) + " got a malformed answer: " + call.answer->problem);
+        throw Failure(kFailed, call.request.Title() + " got a malformed answer: " + call.answer->problem);
 }
 
 std::string CallLine(const Decoder& decoder, const Call& call)
@@ -126,30 +121,6 @@ ordered_json ArrivedJson(const Decoded& notification, const Arrived& arrived)
     ordered_json json{{"time", std::chrono::duration<double>(arrived.time.time_since_epoch()).count()}};
     json.update(ToJson(notification));
     return json;
-}
-
-bool IsShallow(int depth, ordered_json::parse_event_t, ordered_json&)
-{
-    constexpr int kDeepest = 100;
-    if (depth > kDeepest)
-        throw Error("the JSON is nested more than " + std::to_string(kDeepest) + " deep");
-    return true;
-}
-
-ordered_json ReadJson(const std::string& path)
-{
-    try {
-        return path == "-" ? ordered_json::parse(std::cin, IsShallow)
-                           : ordered_json::parse(FileContents(path), IsShallow);
-    } catch (const ordered_json::exception& error) {
-        throw Error(path + ": " + error.what());
-    }
-}
-
-void PrintLine(const std::string& line)
-{
-    std::printf("%s\n", line.c_str());
-    std::fflush(stdout);
 }
 
 } // namespace vesk::ctl

@@ -4,6 +4,8 @@
 #include "decoder/text.h"
 #include "tools/veskctl/client.h"
 
+#include <nlohmann/json_fwd.hpp>
+
 namespace vesk::ctl {
 
 /// A request that is ready to be sent.
@@ -43,15 +45,5 @@ decoder::Decoded DecodeArrived(const decoder::Decoder& decoder, const Arrived& a
 
 /// A notification with the time of its arrival, in seconds since 1970.
 nlohmann::ordered_json ArrivedJson(const decoder::Decoded& notification, const Arrived& arrived);
-
-/// For the JSON parser: refuses what is nested so deeply that a recursive function could not bear it.
-/// @throw Error
-bool IsShallow(int depth, nlohmann::ordered_json::parse_event_t event, nlohmann::ordered_json& parsed);
-
-/// Reads a JSON document; - is standard input. @throw Error
-nlohmann::ordered_json ReadJson(const std::string& path);
-
-/// Prints one line and makes it visible at once.
-void PrintLine(const std::string& line);
 
 } // namespace vesk::ctl

@@ -2,8 +2,11 @@
 #include "decoder/text.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
+#include "tools/veskctl/output.h"
 #include "tools/veskctl/table.h"
 #include "vesk_service/control_list.h"
+
+#include <nlohmann/json.hpp>
 
 namespace vesk::ctl {
 
@@ -109,19 +112,23 @@ int RunList(Settings& settings, const std::string& what)
     return kDone;
 }
 
-Run Add(CLI::App& app, Settings& settings)
-{
-    auto what = std::make_shared<std::string>();
-    app.add_option("WHAT", *what, "requests, notifications, records or results; all if it is not given")
-        ->check(CLI::IsMember({"requests", "notifications", "records", "results"}));
-    return [what, &settings] { return RunList(settings, *what); };
-}
-
 } // namespace
 
-const Command kList{"list", "List requests, notifications, records and result codes",
-                    "  veskctl list requests\n"
-                    "  veskctl list results --json",
-                    Add, Words::kLists};
+CommandLine ListCommand(Settings& settings)
+{
+    auto what = std::make_shared<std::string>();
+    return {
+        .name = "list",
+        .summary = "List requests, notifications, records and result codes",
+        .footer = "Example:\n"
+                  "  veskctl list requests\n"
+                  "  veskctl list results --json",
+        .options = {{.name = "WHAT",
+                     .place = what.get(),
+                     .help = "requests, notifications, records or results; all if it is not given",
+                     .choices = {"requests", "notifications", "records", "results"}}},
+        .run = [what, &settings] { return RunList(settings, *what); },
+    };
+}
 
 } // namespace vesk::ctl

@@ -2,6 +2,7 @@
 #include "decoder/filter.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
+#include "tools/veskctl/output.h"
 
 namespace vesk::ctl {
 
@@ -68,37 +69,56 @@ int RunWait(Settings& settings, const Options& options)
     throw Failure(kTimedOut, "no such notification within " + std::to_string(options.timeoutMs) + " ms");
 }
 
-Run AddMonitor(CLI::App& app, Settings& settings)
+} // namespace
+
+CommandLine MonitorCommand(Settings& settings)
 {
     auto options = std::make_shared<Options>();
-    app.add_option("--match", options->terms,
-                   "Only this notification, pattern or FIELD=VALUE; may be repeated")
-        ->allow_extra_args(false);
-    app.add_option("--count", options->count, "End after so many notifications");
-    app.add_option("--timeout", options->timeoutMs, "End after so many milliseconds");
-    return [options, &settings] { return RunMonitor(settings, *options); };
+    return {
+        .name = "monitor",
+        .summary = "Show the notifications that the service sends to this client",
+        .footer = "Example:\n"
+                  "  veskctl monitor                      # until Ctrl-C\n"
+                  "  veskctl monitor --match '*PLUG*' --match port=1 --count 2 --json",
+        .options =
+            {
+                {.name = "--match",
+                 .place = &options->terms,
+                 .help = "Only this notification, pattern or FIELD=VALUE; may be repeated",
+                 .isOneEach = true,
+                 .names = Names::kMessage},
+                {.name = "--count", .place = &options->count, .help = "Stop after this many notifications"},
+                {.name = "--timeout",
+                 .place = &options->timeoutMs,
+                 .help = "Stop after this many milliseconds"},
+            },
+        .run = [options, &settings] { return RunMonitor(settings, *options); },
+    };
 }
 
-Run AddWait(CLI::App& app, Settings& settings)
+CommandLine WaitCommand(Settings& settings)
 {
     auto options = std::make_shared<Options>();
     options->timeoutMs = 5000;
-    app.add_option("EVENT", options->terms, "Notification to wait for, and FIELD=VALUE that it must have")
-        ->required();
-    app.add_option("--timeout", options->timeoutMs, "Milliseconds to wait; 0: without limit")
-        ->capture_default_str();
-    return [options, &settings] { return RunWait(settings, *options); };
+    return {
+        .name = "wait",
+        .summary = "Wait for one notification",
+        .footer = "Example:\n"
+                  "  veskctl wait VO_PORT_PLUG_STATE port=1 val=1 --timeout 10000",
+        .options =
+            {
+                {.name = "EVENT",
+                 .place = &options->terms,
+                 .help = "Notification to wait for, and FIELD=VALUE that it must have",
+                 .isRequired = true,
+                 .names = Names::kNotification},
+                {.name = "--timeout",
+                 .place = &options->timeoutMs,
+                 .help = "Milliseconds to wait; 0: without limit",
+                 .showsDefault = true},
+            },
+        .run = [options, &settings] { return RunWait(settings, *options); },
+    };
 }
-
-} // namespace
-
-const Command kMonitor{"monitor", "Show the notifications that the service sends to this client",
-                       "  veskctl monitor                      # until Ctrl-C\n"
-                       "  veskctl monitor --match '*PLUG*' --match port=1 --count 2 --json",
-                       AddMonitor, Words::kNone};
-
-const Command kWait{"wait", "Wait for one notification",
-                    "  veskctl wait VO_PORT_PLUG_STATE port=1 val=1 --timeout 10000", AddWait,
-                    Words::kNotification};
 
 } // namespace vesk::ctl

@@ -1,13 +1,15 @@
 // Programs that a subcommand runs.
 #pragma once
 
-#include "tools/veskctl/command.h"
+#include "tools/veskctl/failure.h"
 
 #include <chrono>
 #include <csignal>
 #include <initializer_list>
 #include <optional>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include <sys/types.h>
 

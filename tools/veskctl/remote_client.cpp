@@ -4,6 +4,8 @@
 
 #include "vesk_video/messages.h"
 
+#include <nlohmann/json.hpp>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>

@@ -3,7 +3,7 @@
 
 #include "tools/veskctl/client.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <sys/types.h>
 

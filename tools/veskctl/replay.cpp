@@ -5,7 +5,10 @@
 #include "tools/recording/numbers.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
+#include "tools/veskctl/output.h"
 #include "tools/veskctl/remote_client.h"
+
+#include <nlohmann/json.hpp>
 
 #include <cstring>
 #include <deque>
@@ -342,29 +345,41 @@ private:
     uint64_t differences_ = 0;
 };
 
-Run AddReplay(CLI::App& app, Settings& settings)
-{
-    auto options = std::make_shared<Options>();
-    app.add_option("FILE", options->file, "Recording (pcapng)")->required();
-    app.add_option("--speed", options->speed,
-                   "Pauses between requests: original, fast (none), or so many times as fast")
-        ->capture_default_str();
-    app.add_option("--match", options->terms,
-                   "Compare only messages of this name, pattern, number or FIELD=VALUE; may be repeated")
-        ->allow_extra_args(false);
-    app.add_option("--wait", options->waitMs, "Milliseconds to wait for a recorded notification")
-        ->capture_default_str();
-    return [options, &settings] {
-        const Conversation conversation = ReadConversation(options->file);
-        return Replay(settings, *options, conversation).Run();
-    };
-}
-
 } // namespace
 
-const Command kReplay{"replay", "Send recorded requests again and compare what comes back",
-                      "  veskctl replay tour.pcapng\n"
-                      "  veskctl replay tour.pcapng --speed original --match 'VO_*' --json",
-                      AddReplay, Words::kNone};
+CommandLine ReplayCommand(Settings& settings)
+{
+    auto options = std::make_shared<Options>();
+    return {
+        .name = "replay",
+        .summary = "Send recorded requests again and compare what comes back",
+        .footer = "Example:\n"
+                  "  veskctl replay tour.pcapng\n"
+                  "  veskctl replay tour.pcapng --speed original --match 'VO_*' --json",
+        .options =
+            {
+                {.name = "FILE", .place = &options->file, .help = "Recording (pcapng)", .isRequired = true},
+                {.name = "--speed",
+                 .place = &options->speed,
+                 .help = "Pauses between requests: original, fast (none), or a factor: 2 is twice as fast",
+                 .showsDefault = true},
+                {.name = "--match",
+                 .place = &options->terms,
+                 .help =
+                     "Compare only messages of this name, pattern, number or FIELD=VALUE; may be repeated",
+                 .isOneEach = true,
+                 .names = Names::kMessage},
+                {.name = "--wait",
+                 .place = &options->waitMs,
+                 .help = "Milliseconds to wait for a recorded notification",
+                 .showsDefault = true},
+            },
+        .run =
+            [options, &settings] {
+                const Conversation conversation = ReadConversation(options->file);
+                return Replay(settings, *options, conversation).Run();
+            },
+    };
+}
 
 } // namespace vesk::ctl

@@ -64,7 +64,7 @@ void RunAtTerminal(Settings& settings, const Options& options)
     RunPrompt([&](const std::string& line) {
         try {
             if (line == "help")
-                std::fputs(kLineHelp, stdout);
+                std::fputs(LineHelp().c_str(), stdout);
             else
                 session.Execute(line);
         } catch (const Error& error) {
@@ -87,30 +87,39 @@ int RunRun(Settings& settings, const Options& options)
     return RunScript(settings, options, file, options.file);
 }
 
-Run Add(CLI::App& app, Settings& settings)
-{
-    auto options = std::make_shared<Options>();
-    app.add_option("FILE", options->file,
-                   "File of lines; - is standard input. Without it, a prompt at a terminal");
-    app.add_flag("-k,--keep-going", options->keepsGoing, "Go on after a line that fails");
-    app.add_option("--timeout", options->timeoutMs, "Milliseconds to wait for each answer or notification")
-        ->capture_default_str();
-    return [options, &settings] { return RunRun(settings, *options); };
-}
-
-const std::string s_example = std::string("  veskctl run script.vesk\n"
-                                          "  veskctl run - <<'END'\n"
-                                          "  $engine = OPEN_VO_PORT voPort=0\n"
-                                          "  SET_DEFAULT_IMAGE imageParam1=0 imageParam2=0 text=/image.png\n"
-                                          "  VO_START outEngNo=$engine\n"
-                                          "  wait DISPLAY_FIRST_FRAME portName=HDMI-OUT-1\n"
-                                          "  expect STATE VO_START outEngNo=$engine\n"
-                                          "  END\n\nLines:\n") +
-                              kLineHelp;
-
 } // namespace
 
-const Command kRun{"run", "Make many calls as one client: a script, or a prompt", s_example.c_str(), Add,
-                   Words::kNone};
+CommandLine RunCommand(Settings& settings)
+{
+    auto options = std::make_shared<Options>();
+    return {
+        .name = "run",
+        .summary = "Make many calls as one client: a script, or a prompt",
+        .footer = "Example:\n"
+                  "  veskctl run script.vesk\n"
+                  "  veskctl run - <<'END'\n"
+                  "  $engine = OPEN_VO_PORT voPort=0\n"
+                  "  SET_DEFAULT_IMAGE imageParam1=0 imageParam2=0 text=/image.png\n"
+                  "  VO_START outEngNo=$engine\n"
+                  "  wait DISPLAY_FIRST_FRAME portName=HDMI-OUT-1\n"
+                  "  expect STATE VO_START outEngNo=$engine\n"
+                  "  END\n\nLines:\n" +
+                  LineHelp(),
+        .options =
+            {
+                {.name = "FILE",
+                 .place = &options->file,
+                 .help = "File of lines; - is standard input. Without it, a prompt at a terminal"},
+                {.name = "-k,--keep-going",
+                 .place = &options->keepsGoing,
+                 .help = "Go on after a line that fails"},
+                {.name = "--timeout",
+                 .place = &options->timeoutMs,
+                 .help = "Milliseconds to wait for each answer or notification",
+                 .showsDefault = true},
+            },
+        .run = [options, &settings] { return RunRun(settings, *options); },
+    };
+}
 
 } // namespace vesk::ctl

@@ -4,9 +4,11 @@
 #include "base/words.h"
 #include "decoder/filter.h"
 #include "steering/commands.h"
+#include "tools/veskctl/commands.h"
+#include "tools/veskctl/output.h"
 
 #include <algorithm>
-#include <regex>
+#include <cctype>
 
 namespace vesk::ctl {
 
@@ -15,6 +17,17 @@ using namespace decoder;
 namespace {
 
 constexpr size_t kMostUntaken = 10000;
+
+bool IsBlank(char c)
+{
+    return c == ' ' || c == '\t';
+}
+
+/// True for what the name of a variable consists of.
+bool IsOfName(char c)
+{
+    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
+}
 
 bool IsAssignment(const std::string& word)
 {
@@ -29,18 +42,23 @@ uint32_t ParseMilliseconds(const std::string& text)
     return static_cast<uint32_t>(*number);
 }
 
-/// "NAME FIELD=VALUE ..." or "device WORDS"
-Prepared PrepareCall(const Decoder& decoder, const std::vector<std::string>& words)
+/// Takes "$name =" from the start of a line and returns the name. Nothing if the line begins otherwise.
+std::optional<std::string> TakeVariable(std::string_view& line)
 {
-    const std::vector<std::string> rest(words.begin() + 1, words.end());
-    if (words[0] == "device") {
-        steering::ControlMessage message = steering::ControlMessageOf(decoder, rest);
-        return {message.number, true, std::move(message.data)};
-    }
-    std::vector<Assignment> fields;
-    for (const std::string& word : rest)
-        fields.push_back(ParseAssignment(word));
-    return Prepare(decoder, words[0], fields);
+    const auto skip = [](std::string_view text, bool (*isSkipped)(char)) {
+        const auto end = std::find_if_not(text.begin(), text.end(), isSkipped);
+        return text.substr(static_cast<size_t>(end - text.begin()));
+    };
+    const std::string_view start = skip(line, IsBlank);
+    if (!start.starts_with('$'))
+        return std::nullopt;
+    const std::string_view afterName = skip(start.substr(1), IsOfName);
+    const std::string_view name = start.substr(1, start.size() - afterName.size() - 1);
+    const std::string_view afterBlanks = skip(afterName, IsBlank);
+    if (name.empty() || !afterBlanks.starts_with('=') || skip(afterBlanks.substr(1), IsBlank).empty())
+        return std::nullopt;
+    line = afterBlanks.substr(1);
+    return std::string(name);
 }
 
 Clock::time_point After(uint32_t milliseconds)
@@ -57,35 +75,61 @@ Session::Session(Settings& settings, Client::Interrupt interrupt, uint32_t timeo
     client_.Announce(timeoutMs);
 }
 
+std::span<const Session::Verb> Session::Verbs()
+{
+    static constexpr Verb kVerbs[] = {
+        {"call",
+         "  [call] NAME [FIELD=VALUE ...]      send a request; it must succeed unless something else is "
+         "expected\n",
+         &Session::ExecuteCall, true, Names::kRequest},
+        {"", "  $name = NAME [FIELD=VALUE ...]     also keep the number that it answers; $name stands for it "
+             "afterwards\n"},
+        {"expect",
+         "  expect CODE [FIELD=VALUE ...] [NAME ...]  what the call, here or on a later line, must answer\n",
+         &Session::ExecuteExpect, true, Names::kResult},
+        {"wait",
+         "  wait EVENT [FIELD=VALUE ...] [timeout=MS] wait for a notification that no earlier wait has "
+         "taken\n",
+         &Session::ExecuteWait, false, Names::kNotification},
+        {"sleep", "  sleep MS                           let time pass\n", &Session::ExecuteSleep, false,
+         Names::kNothing},
+        {"device",
+         "  device WORDS                       steer the virtual device, as 'veskctl device' does with one "
+         "message\n",
+         &Session::ExecuteDevice, true},
+        {"list", "  list ..., describe NAME            as on the command line\n", &Session::ExecuteCommand},
+        {"describe", "", &Session::ExecuteCommand},
+        {"", "  # comment\n"
+             "Each field of an answer also stands for itself afterwards: $outEngNo, ${[0].port}.\n"
+             "Values with spaces are quoted, as in a shell.\n"},
+    };
+    return kVerbs;
+}
+
+std::string LineHelp()
+{
+    std::string help;
+    for (const Session::Verb& verb : Session::Verbs())
+        help += verb.help;
+    return help;
+}
+
 void Session::Execute(const std::string& line)
 {
-    static const std::regex s_keeping(R"(\s*\$(\w+)\s*=\s*(.+))");
-    std::smatch match;
-    std::string variable;
-    const bool isKeeping = std::regex_match(line, match, s_keeping);
-    if (isKeeping)
-        variable = match[1];
-    WordList words = SplitWords(isKeeping ? match[2].str() : line,
-                                [this](std::string_view& rest) { return Substitute(rest); });
+    std::string_view rest = line;
+    const std::optional<std::string> variable = TakeVariable(rest);
+    WordList words = SplitWords(rest, [this](std::string_view& name) { return Substitute(name); });
     ShowArrived();
     if (words.empty())
         return;
-    const std::string verb = words[0];
-    if (verb == "call")
-        words.erase(words.begin());
-    if (words.empty())
-        throw Error("call: expected the name of a request");
-    if (verb == "expect")
-        ExecuteExpect(words, variable);
-    else if (isKeeping || verb == "device" ||
-             std::find(std::begin(kVerbs), std::end(kVerbs), words[0]) == std::end(kVerbs))
-        ExecuteCall(words, variable);
-    else if (verb == "wait")
-        ExecuteWait(words);
-    else if (verb == "sleep")
-        ExecuteSleep(words);
-    else
-        ExecuteCommand(words);
+    for (const Verb& verb : Verbs()) {
+        if (words[0] != verb.name || verb.execute == nullptr || (variable && !verb.canKeep))
+            continue;
+        if (verb.names)
+            words.erase(words.begin());
+        return (this->*verb.execute)(words, variable.value_or(""));
+    }
+    ExecuteCall(words, variable.value_or(""));
 }
 
 void Session::Finish() const
@@ -105,8 +149,7 @@ std::string Session::Substitute(std::string_view& rest) const
         name = rest.substr(1, end - 1);
         rest.remove_prefix(end + 1);
     } else {
-        const auto end = std::find_if_not(rest.begin(), rest.end(),
-                                          [](unsigned char c) { return std::isalnum(c) != 0 || c == '_'; });
+        const auto end = std::find_if_not(rest.begin(), rest.end(), IsOfName);
         name.assign(rest.begin(), end);
         rest.remove_prefix(name.size());
     }
@@ -122,7 +165,23 @@ std::string Session::Substitute(std::string_view& rest) const
 
 void Session::ExecuteCall(const WordList& words, const std::string& variable)
 {
-    const Call call = Perform(client_, decoder_, PrepareCall(decoder_, words), timeoutMs_);
+    if (words.empty())
+        throw Error("call: expected the name of a request");
+    std::vector<Assignment> fields;
+    for (size_t i = 1; i < words.size(); ++i)
+        fields.push_back(ParseAssignment(words[i]));
+    Send(Prepare(decoder_, words[0], fields), variable);
+}
+
+void Session::ExecuteDevice(const WordList& words, const std::string& variable)
+{
+    steering::ControlMessage message = steering::ControlMessageOf(decoder_, {words.begin() + 1, words.end()});
+    Send({message.number, true, std::move(message.data)}, variable);
+}
+
+void Session::Send(const Prepared& request, const std::string& variable)
+{
+    const Call call = Perform(client_, decoder_, request, timeoutMs_);
     PrintLine(settings_.json ? Dump(CallJson(call)) : CallLine(decoder_, call));
     Judge(call);
     if (call.answer)
@@ -165,32 +224,32 @@ void Session::Keep(const Decoded& answer, const std::string& variable)
 
 void Session::ExecuteExpect(const WordList& words, const std::string& variable)
 {
-    if (words.size() < 2)
+    if (words.empty())
         throw Error("expect: expected a result code");
-    const std::optional<uint32_t> code = FindResult(words[1]);
+    const std::optional<uint32_t> code = FindResult(words[0]);
     if (!code)
-        throw Error("expect " + words[1] + ": there is no such result code");
-    auto call = std::find_if_not(words.begin() + 2, words.end(), IsAssignment);
-    expectation_ = Expectation{*code, {words.begin() + 2, call}};
+        throw Error("expect " + words[0] + ": there is no such result code");
+    auto call = std::find_if_not(words.begin() + 1, words.end(), IsAssignment);
+    expectation_ = Expectation{*code, {words.begin() + 1, call}};
     if (call != words.end() && *call == "call")
         ++call;
     if (call != words.end())
         ExecuteCall({call, words.end()}, variable);
 }
 
-void Session::ExecuteWait(WordList words)
+void Session::ExecuteWait(const WordList& words, const std::string&)
 {
     uint32_t timeoutMs = timeoutMs_;
-    words.erase(words.begin());
-    std::erase_if(words, [&](const std::string& word) {
+    WordList terms = words;
+    std::erase_if(terms, [&](const std::string& word) {
         if (!word.starts_with("timeout="))
             return false;
         timeoutMs = ParseMilliseconds(word.substr(word.find('=') + 1));
         return true;
     });
-    if (words.empty())
+    if (terms.empty())
         throw Error("wait: expected the name of a notification");
-    const Filter filter = Filter::OfNotifications(decoder_, words);
+    const Filter filter = Filter::OfNotifications(decoder_, terms);
     const Clock::time_point deadline = After(timeoutMs);
     const auto isWanted = [&](const Decoded& notification) { return filter.Matches(notification); };
     while (true) {
@@ -201,35 +260,24 @@ void Session::ExecuteWait(WordList words)
         }
         if (!Next(deadline))
             throw Failure(kTimedOut,
-                          "no notification '" + words[0] + "' within " + std::to_string(timeoutMs) + " ms");
+                          "no notification '" + terms[0] + "' within " + std::to_string(timeoutMs) + " ms");
     }
 }
 
-void Session::ExecuteSleep(const WordList& words)
+void Session::ExecuteSleep(const WordList& words, const std::string&)
 {
-    if (words.size() != 2)
+    if (words.size() != 1)
         throw Error("sleep: expected a number of milliseconds");
-    const Clock::time_point deadline = After(ParseMilliseconds(words[1]));
+    const Clock::time_point deadline = After(ParseMilliseconds(words[0]));
     while (Next(deadline)) {
     }
 }
 
 /// A subcommand that sends nothing.
-void Session::ExecuteCommand(const WordList& words)
+void Session::ExecuteCommand(const WordList& words, const std::string&)
 {
     Settings settings = settings_;
-    Run run;
-    CLI::App app("", "veskctl");
-    Declare(app, settings, run);
-    try {
-        app.parse(WordList(words.rbegin(), words.rend())); // it takes them from the end
-    } catch (const CLI::CallForHelp&) {
-        PrintLine(app.help());
-        return;
-    } catch (const CLI::ParseError& error) {
-        throw Error(error.what());
-    }
-    run();
+    ParseWords(DescribeTool(settings), words)();
 }
 
 void Session::ShowArrived()

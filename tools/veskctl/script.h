@@ -1,35 +1,32 @@
 // The lines of "run": calls, waits and expectations.
 #pragma once
 
+#include "base/command_line.h"
 #include "tools/veskctl/exchange.h"
+#include "tools/veskctl/settings.h"
 
 #include <deque>
 #include <map>
 
 namespace vesk::ctl {
 
-/// Words that begin a line, besides names of requests.
-inline constexpr const char* kVerbs[] = {"call", "describe", "device", "expect", "list", "sleep", "wait"};
-
-/// What "run --help", the prompt's "help" and the manual page say about lines.
-inline constexpr char kLineHelp[] =
-    "  [call] NAME [FIELD=VALUE ...]      send a request; it must succeed unless something else is expected\n"
-    "  $name = NAME [FIELD=VALUE ...]     also keep the number that it answers; $name stands for it "
-    "afterwards\n"
-    "  expect CODE [FIELD=VALUE ...] [NAME ...]  what the call, here or on a later line, must answer\n"
-    "  wait EVENT [FIELD=VALUE ...] [timeout=MS] wait for a notification that no earlier wait has taken\n"
-    "  sleep MS                           let time pass\n"
-    "  device WORDS                       steer the virtual device, as 'veskctl device' does with one "
-    "message\n"
-    "  list ..., describe NAME            as on the command line\n"
-    "  # comment\n"
-    "Each field of an answer also stands for itself afterwards: $outEngNo, ${[0].port}.\n"
-    "Values with spaces are quoted, as in a shell.\n";
-
 /// Executes one line after another over one client.
 class Session {
 public:
     Session(Settings& settings, Client::Interrupt interrupt, uint32_t timeoutMs);
+
+    using WordList = std::vector<std::string>;
+
+    /// What a line can begin with.
+    struct Verb {
+        const char* name; ///< Empty in a row that is only for the help.
+        const char* help; ///< Lines of it.
+        void (Session::*execute)(const WordList& words, const std::string& variable) = nullptr;
+        bool canKeep = false; ///< It can follow "$name =".
+        /// What the words after it name. Nothing: all words are as on the command line.
+        std::optional<Names> names{};
+    };
+    static std::span<const Verb> Verbs();
 
     /// @throw Failure, or Error if the line cannot be understood
     void Execute(const std::string& line);
@@ -44,8 +41,6 @@ public:
     void ShowArrived();
 
 private:
-    using WordList = std::vector<std::string>;
-
     /// What the next call must answer.
     struct Expectation {
         uint32_t code;
@@ -53,14 +48,15 @@ private:
     };
 
     std::string Substitute(std::string_view& rest) const;
-    void ExecuteCall(const WordList& words, const std::string& variable);
+    void Send(const Prepared& request, const std::string& variable);
     void Judge(const Call& call);
     void Keep(const decoder::Decoded& answer, const std::string& variable);
+    void ExecuteCall(const WordList& words, const std::string& variable);
+    void ExecuteDevice(const WordList& words, const std::string& variable);
     void ExecuteExpect(const WordList& words, const std::string& variable);
-    void ExecuteWait(WordList words);
-    void ExecuteSleep(const WordList& words);
-    void ExecuteCommand(const WordList& words);
-    const decoder::Decoded& Show(const Arrived& arrived);
+    void ExecuteWait(const WordList& words, const std::string& variable);
+    void ExecuteSleep(const WordList& words, const std::string& variable);
+    void ExecuteCommand(const WordList& words, const std::string& variable);
     std::optional<Arrived> Next(std::optional<Clock::time_point> deadline);
 
     Settings& settings_;
@@ -71,5 +67,8 @@ private:
     std::optional<Expectation> expectation_;
     std::deque<decoder::Decoded> untaken_; ///< Notifications that no wait has taken.
 };
+
+/// What "run --help" and the prompt's "help" say about lines.
+std::string LineHelp();
 
 } // namespace vesk::ctl

@@ -4,6 +4,7 @@
 #include "tools/recording/numbers.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
+#include "tools/veskctl/output.h"
 #include "vesk_host/message.h"
 #include "vesk_service/virtual_service.h"
 
@@ -345,20 +346,29 @@ int RunServe(Settings& settings, const Options& options)
     return server.Finish();
 }
 
-Run AddServe(CLI::App& app, Settings& settings)
-{
-    auto options = std::make_shared<Options>();
-    app.add_option("FILE", options->file, "Recording (pcapng)")->required();
-    app.add_flag("--strict", options->isStrict, "Requests must also come in the recorded order");
-    app.add_flag("--once", options->endsWithLast, "End when the last application has left");
-    return [options, &settings] { return RunServe(settings, *options); };
-}
-
 } // namespace
 
-const Command kServe{"serve", "Stand in for the service and answer as it did in a recording",
-                     "  veskctl serve tour.pcapng --once & sleep 1; vesk-display-tour; wait $!\n"
-                     "  veskctl serve tour.pcapng --strict                 # until Ctrl-C",
-                     AddServe, Words::kNone};
+CommandLine ServeCommand(Settings& settings)
+{
+    auto options = std::make_shared<Options>();
+    return {
+        .name = "serve",
+        .summary = "Stand in for the service and answer as it did in a recording",
+        .footer = "Example:\n"
+                  "  veskctl serve tour.pcapng --once & sleep 1; vesk-display-tour; wait $!\n"
+                  "  veskctl serve tour.pcapng --strict                 # until Ctrl-C",
+        .options =
+            {
+                {.name = "FILE", .place = &options->file, .help = "Recording (pcapng)", .isRequired = true},
+                {.name = "--strict",
+                 .place = &options->isStrict,
+                 .help = "Requests must also come in the recorded order"},
+                {.name = "--once",
+                 .place = &options->endsWithLast,
+                 .help = "End when the last application has left"},
+            },
+        .run = [options, &settings] { return RunServe(settings, *options); },
+    };
+}
 
 } // namespace vesk::ctl

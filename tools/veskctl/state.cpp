@@ -2,6 +2,9 @@
 #include "tools/veskctl/state.h"
 
 #include "tools/veskctl/exchange.h"
+#include "tools/veskctl/json.h"
+
+#include <nlohmann/json.hpp>
 
 namespace vesk::ctl {
 
@@ -17,12 +20,8 @@ ordered_json ReadState(Settings& settings, const std::string& file)
     const Call call = Perform(client, settings.Decoder(), request, VESK_VIDEO_SYNC_TIMEOUT);
     RequireOk(call);
     const BytesView text = BytesView(call.outcome.answer).subspan(sizeof(VeskVideoMsgHead));
-    try {
-        const auto* begin = reinterpret_cast<const char*>(text.data());
-        return ordered_json::parse(begin, begin + text.size(), IsShallow);
-    } catch (const ordered_json::exception& error) {
-        throw Error(std::string("the service's state is malformed: ") + error.what());
-    }
+    return ParseJson({reinterpret_cast<const char*>(text.data()), text.size()},
+                     "the service's state is malformed");
 }
 
 void ShowState(const std::function<void()>& show)

@@ -1,9 +1,11 @@
 // The state of the virtual service, as "device state" and "device graph" read it.
 #pragma once
 
-#include "tools/veskctl/command.h"
+#include "tools/veskctl/settings.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
+
+#include <functional>
 
 namespace vesk::ctl {
 

@@ -1,7 +1,7 @@
 // Rows of text with aligned columns.
 #include "tools/veskctl/table.h"
 
-#include "tools/veskctl/exchange.h"
+#include "tools/veskctl/output.h"
 
 #include <algorithm>
 

@@ -137,21 +137,33 @@ int RunTrace(Settings& settings, const Options& options)
     return *status;
 }
 
-Run AddTrace(CLI::App& app, Settings& settings)
-{
-    auto options = std::make_shared<Options>();
-    app.add_option("-o,--output", options->file, "Record to this file (pcapng) instead of showing messages");
-    app.add_option("APP", options->application, "Application and its arguments, after --")->required();
-    AddTranscriptOptions(app, options->shown);
-    return [options, &settings] { return RunTrace(settings, *options); };
-}
-
 } // namespace
 
-const Command kTrace{"trace", "Run an application and show or record its messages",
-                     "  veskctl trace -- vesk-display-tour my-tour      # messages on standard error\n"
-                     "  veskctl trace --match 'VO_*' --slow 5 --summary -- vesk-display-tour\n"
-                     "  veskctl trace -o tour.pcapng -- vesk-display-tour",
-                     AddTrace, Words::kNone};
+CommandLine TraceCommand(Settings& settings)
+{
+    auto options = std::make_shared<Options>();
+    CommandLine line{
+        .name = "trace",
+        .summary = "Run an application and show or record its messages",
+        .footer = "Example:\n"
+                  "  veskctl trace -- vesk-display-tour my-tour      # messages on standard error\n"
+                  "  veskctl trace --match 'VO_*' --slow 5 --summary -- vesk-display-tour\n"
+                  "  veskctl trace -o tour.pcapng -- vesk-display-tour",
+        .options =
+            {
+                {.name = "-o,--output",
+                 .place = &options->file,
+                 .help = "Record to this file (pcapng) instead of showing messages"},
+                {.name = "APP",
+                 .place = &options->application,
+                 .help = "Application and its arguments, after --",
+                 .isRequired = true},
+            },
+        .run = [options, &settings] { return RunTrace(settings, *options); },
+    };
+    for (Option& option : TranscriptOptionsOf(options->shown))
+        line.options.push_back(std::move(option));
+    return line;
+}
 
 } // namespace vesk::ctl

@@ -1,6 +1,10 @@
 // Recorded messages as "trace" and "decode" show them.
 #include "tools/veskctl/transcript.h"
 
+#include "tools/veskctl/failure.h"
+
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <cinttypes>
 
@@ -15,11 +19,6 @@ namespace {
 double Milliseconds(uint64_t ns)
 {
     return static_cast<double>(ns) / 1e6;
-}
-
-std::string NameOf(const Decoded& message)
-{
-    return message.name.empty() ? std::to_string(message.number) : std::string(message.name);
 }
 
 /// What became of a message. No words for a notification that was handled: its duration says it.
@@ -76,14 +75,22 @@ ordered_json ExchangeJson(const Exchange& exchange, const Decoded& message, cons
 
 } // namespace
 
-void AddTranscriptOptions(CLI::App& app, TranscriptOptions& options)
+std::vector<Option> TranscriptOptionsOf(TranscriptOptions& options)
 {
-    app.add_option("--match", options.terms,
-                   "Only messages of this name, pattern, number or FIELD=VALUE; may be repeated")
-        ->allow_extra_args(false);
-    app.add_option("--slow", options.slowMs, "Only what took at least so many milliseconds")
-        ->check(CLI::NonNegativeNumber);
-    app.add_flag("--summary", options.hasSummary, "At the end, calls, failures and times by request");
+    return {
+        {.name = "--match",
+         .place = &options.terms,
+         .help = "Only messages of this name, pattern, number or FIELD=VALUE; may be repeated",
+         .isOneEach = true,
+         .names = Names::kMessage},
+        {.name = "--slow",
+         .place = &options.slowMs,
+         .help = "Only what took at least this many milliseconds",
+         .range = NonNegative{}},
+        {.name = "--summary",
+         .place = &options.hasSummary,
+         .help = "At the end, calls, failures and times by request"},
+    };
 }
 
 Transcript::Transcript(Settings& settings, const TranscriptOptions& options, std::FILE* out)
@@ -143,7 +150,7 @@ void Transcript::Show(const Exchange& exchange)
     }
     const char* direction = begin.isSent ? (begin.kind == Kind::kNotification ? "-> " : "") : "<- ";
     std::fprintf(out_, "%s%s%s%s%s\n", Origin(begin).c_str(), direction,
-                 begin.kind == Kind::kAnswer ? (NameOf(message) + " -> ").c_str() : "",
+                 begin.kind == Kind::kAnswer ? (message.Title() + " -> ").c_str() : "",
                  Line(decoder, message).c_str(), Ending(exchange, decoder, answered).c_str());
 }
 
@@ -164,7 +171,7 @@ void Transcript::Count(const Exchange& exchange, const Decoded& message, bool is
 {
     if (!options_.hasSummary || exchange.begin.kind != Kind::kRequest)
         return;
-    Tally& tally = tallies_[NameOf(message)];
+    Tally& tally = tallies_[message.Title()];
     tally.failures += isFailed ? 1 : 0;
     if (exchange.end)
         tally.durationsNs.push_back(exchange.end->durationNs);

@@ -1,10 +1,11 @@
 // Recorded messages as "trace" and "decode" show them.
 #pragma once
 
+#include "base/command_line.h"
 #include "decoder/filter.h"
 #include "decoder/text.h"
 #include "tools/recording/exchange.h"
-#include "tools/veskctl/command.h"
+#include "tools/veskctl/settings.h"
 
 #include <cstdio>
 #include <map>
@@ -18,8 +19,8 @@ struct TranscriptOptions {
     bool hasSummary = false;
 };
 
-/// Declares --match, --slow and --summary.
-void AddTranscriptOptions(CLI::App& app, TranscriptOptions& options);
+/// --match, --slow and --summary.
+std::vector<Option> TranscriptOptionsOf(TranscriptOptions& options);
 
 /// Shows messages, each when what became of it is known, and sums up.
 class Transcript {

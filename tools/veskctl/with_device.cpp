@@ -207,23 +207,36 @@ int RunWithDevice(Settings& settings, const Options& options)
     return status;
 }
 
-Run Add(CLI::App& app, Settings& settings)
-{
-    auto options = std::make_shared<Options>();
-    app.add_option("--device", options->device, "Description of the device, for the service");
-    app.add_option("--scenario", options->scenario, "What is to happen, for the service");
-    app.add_option("--service-program", options->serviceProgram,
-                   "The service; else vesk-video-service of this installation or in PATH");
-    app.add_option("COMMAND", options->command, "Command and its arguments")->required();
-    app.positionals_at_end(); // what follows the command belongs to it
-    return [options, &settings] { return RunWithDevice(settings, *options); };
-}
-
 } // namespace
 
-const Command kWithDevice{"with-device", "Run a command with a virtual device of its own",
-                          "  veskctl with-device my-test\n"
-                          "  veskctl with-device --device large_room.toml -- my-test --verbose",
-                          Add, Words::kNone};
+CommandLine WithDeviceCommand(Settings& settings)
+{
+    auto options = std::make_shared<Options>();
+    return {
+        .name = "with-device",
+        .summary = "Run a command with a virtual device of its own",
+        .footer = "Example:\n"
+                  "  veskctl with-device my-test\n"
+                  "  veskctl with-device --device large_room.toml -- my-test --verbose",
+        .options =
+            {
+                {.name = "--device",
+                 .place = &options->device,
+                 .help = "Description of the device, for the service"},
+                {.name = "--scenario",
+                 .place = &options->scenario,
+                 .help = "What is to happen, for the service"},
+                {.name = "--service-program",
+                 .place = &options->serviceProgram,
+                 .help = "The service; else vesk-video-service of this installation or in PATH"},
+                {.name = "COMMAND",
+                 .place = &options->command,
+                 .help = "Command and its arguments",
+                 .isRequired = true},
+            },
+        .run = [options, &settings] { return RunWithDevice(settings, *options); },
+        .endsWithArguments = true,
+    };
+}
 
 } // namespace vesk::ctl

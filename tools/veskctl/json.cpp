@@ -1,0 +1,43 @@
+// JSON that users and services give.
+#include "tools/veskctl/json.h"
+
+#include "base/error.h"
+#include "base/file.h"
+
+#include <nlohmann/json.hpp>
+
+#include <iostream>
+#include <iterator>
+
+namespace vesk::ctl {
+
+using nlohmann::ordered_json;
+
+namespace {
+
+bool IsShallow(int depth, ordered_json::parse_event_t, ordered_json&)
+{
+    constexpr int kDeepest = 100;
+    if (depth > kDeepest)
+        throw Error("the JSON is nested more than " + std::to_string(kDeepest) + " deep");
+    return true;
+}
+
+} // namespace
+
+ordered_json ParseJson(std::string_view text, const std::string& failure)
+{
+    try {
+        return ordered_json::parse(text, IsShallow);
+    } catch (const ordered_json::exception& error) {
+        throw Error(failure + ": " + error.what());
+    }
+}
+
+ordered_json ReadJson(const std::string& path)
+{
+    using Bytes = std::istreambuf_iterator<char>;
+    return ParseJson(path == "-" ? std::string(Bytes(std::cin), Bytes()) : FileContents(path), path);
+}
+
+} // namespace vesk::ctl

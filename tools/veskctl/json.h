@@ -1,0 +1,18 @@
+// JSON that users and services give.
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <string>
+#include <string_view>
+
+namespace vesk::ctl {
+
+/// @param failure  What an error says before the reason. @throw Error, also for what is nested so deeply that
+/// a recursive function could not bear it
+nlohmann::ordered_json ParseJson(std::string_view text, const std::string& failure);
+
+/// Reads a document from a file; - is standard input. @throw Error
+nlohmann::ordered_json ReadJson(const std::string& path);
+
+} // namespace vesk::ctl
