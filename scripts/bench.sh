@@ -4,7 +4,7 @@
 #   scripts/bench.sh [--quick] [--json] [--syscalls]     --syscalls also counts system calls, with strace
 set -euo pipefail
 cd "$(dirname "$0")/.."
-. scripts/packages.sh
+. scripts/steps.sh
 
 for option in "$@"; do
   case "$option" in
@@ -16,6 +16,5 @@ done
 install_packages
 install_benchmark_packages
 
-quietly cmake --preset release
-quietly cmake --build --preset release --target vesk_bench
+build release vesk_bench
 exec build/release/bench/vesk_bench "$@"

@@ -8,7 +8,7 @@
 # A run's scenario depends on its seed only: RUNS 1 with a seed repeats it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-. scripts/packages.sh
+. scripts/steps.sh
 
 runs=100 first=1 preset=asan
 while [ $# -gt 0 ]; do
@@ -21,8 +21,7 @@ while [ $# -gt 0 ]; do
   shift
 done
 install_packages
-quietly cmake --preset "$preset"
-quietly cmake --build --preset "$preset" --parallel "$(nproc)" --target vesk-video-service veskctl steered_application
+build "$preset" vesk-video-service veskctl steered_application
 build=build/$preset logs=build/$preset/chaos
 rm -rf "$logs"
 mkdir -p "$logs"

@@ -5,7 +5,7 @@
 #   scripts/demo.sh [--trace]     --trace logs every step of every process, not only errors
 set -euo pipefail
 cd "$(dirname "$0")/.."
-. scripts/packages.sh
+. scripts/steps.sh
 
 case "${1:-}" in
   "") ;;
@@ -21,8 +21,7 @@ recording=$logs/tour.pcapng
 
 install_packages
 echo "Building the library, the virtual service, the tools and the examples ..."
-quietly cmake --preset release
-quietly cmake --build --preset release --target vesk-video-service display_tour device_tour minimal veskctl
+build release vesk-video-service display_tour device_tour minimal veskctl
 
 rm -rf "$logs"
 mkdir -p "$logs"

@@ -2,7 +2,7 @@
 # Builds the reference in build/docs/html. Fails if anything public is undocumented.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-. scripts/packages.sh
+. scripts/steps.sh
 install_packages doxygen graphviz
 mkdir -p build/docs
 version=$(sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)

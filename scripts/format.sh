@@ -2,7 +2,7 @@
 # Formats all C and C++ sources. With --check, only reports what is not formatted and fails if there is any.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-. scripts/packages.sh
+. scripts/steps.sh
 install_packages clang-format-14
 
 mode=(-i)

@@ -5,14 +5,13 @@
 #   scripts/fuzz.sh [SECONDS] [TARGET]     SECONDS for each target, 60 by default; all targets by default
 set -euo pipefail
 cd "$(dirname "$0")/.."
-. scripts/packages.sh
+. scripts/steps.sh
 
 seconds=${1:-60}
 [[ $seconds =~ ^[1-9][0-9]*$ ]] || { echo "usage: $0 [SECONDS] [TARGET]" >&2; exit 2; }
 folder=build/fuzz
 install_packages clang-14 libclang-rt-14-dev
-quietly cmake --preset fuzz
-quietly cmake --build --preset fuzz --parallel "$(nproc)"
+build fuzz
 
 run() {
   local name=$1 log=$3/$1.log status=0 examples=()

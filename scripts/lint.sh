@@ -5,13 +5,12 @@
 #   scripts/lint.sh [FOLDER...]     all folders with sources by default
 set -euo pipefail
 cd "$(dirname "$0")/.."
-. scripts/packages.sh
+. scripts/steps.sh
 install_packages shellcheck clang-tidy-14 clang-tools-14
 
 git ls-files -z '*.sh' .ci/run | xargs -0 shellcheck
-quietly cmake --preset dev
-quietly cmake --build --preset dev --parallel "$(nproc)" # the generated headers
-[ $# -gt 0 ] || set -- transport interface callback codec mouse uvc process_name platform service decoder control tools examples bench
+build dev # the generated headers
+[ $# -gt 0 ] || set -- transport interface callback codec mouse uvc process_name platform base decoder steering service tools examples bench
 findings=$(mktemp)
 trap 'rm -f "$findings"' EXIT
 if ! run-clang-tidy-14 -p build/dev -quiet -extra-arg=-Wno-unknown-warning-option -j"$(nproc)" \

@@ -9,7 +9,7 @@
 #                 installed example against the installed service
 set -euo pipefail
 cd "$(dirname "$0")/.."
-. scripts/packages.sh
+. scripts/steps.sh
 
 native=$(dpkg --print-architecture)
 architecture=$native list=false try=false

@@ -6,7 +6,7 @@
 #   scripts/soak.sh [MINUTES] [--preset PRESET]     default: 2 minutes, preset dev
 set -euo pipefail
 cd "$(dirname "$0")/.."
-. scripts/packages.sh
+. scripts/steps.sh
 
 minutes=2 preset=dev
 while [ $# -gt 0 ]; do
@@ -18,9 +18,7 @@ while [ $# -gt 0 ]; do
   shift
 done
 install_packages
-quietly cmake --preset "$preset"
-quietly cmake --build --preset "$preset" --parallel "$(nproc)" \
-  --target vesk-video-service soak_application vesk_fault_shim
+build "$preset" vesk-video-service soak_application vesk_fault_shim
 build=build/$preset logs=build/$preset/soak
 rm -rf "$logs"
 mkdir -p "$logs"

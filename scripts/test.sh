@@ -4,7 +4,7 @@
 #   scripts/test.sh [dev|release|asan|tsan|clang|aarch64]     default: dev
 set -euo pipefail
 cd "$(dirname "$0")/.."
-. scripts/packages.sh
+. scripts/steps.sh
 
 preset=${1:-dev}
 case "$preset" in
@@ -17,7 +17,5 @@ case "$preset" in
   *) echo "usage: $0 [dev|release|asan|tsan|clang|aarch64]" >&2; exit 2 ;;
 esac
 
-jobs=$(nproc)
-quietly cmake --preset "$preset"
-quietly cmake --build --preset "$preset" --parallel "$jobs"
-ctest --preset "$preset" --parallel "$jobs"
+build "$preset"
+step "testing $preset" ctest --preset "$preset" --parallel "$(nproc)"

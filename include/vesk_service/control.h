@@ -139,9 +139,9 @@ typedef struct VeskControlFault {
     uint32_t effect;        /**< A VeskControlEffect. */
     uint32_t isRelative;    /**< Length: 1 if the value is added to the true one, else 0. */
     int64_t value;          /**< Result code to 0xffff, milliseconds to a day, bytes to 4 MiB; else 0. */
-    uint64_t after;         /**< So many matches pass first. */
-    uint64_t every;         /**< Of the others, only each so-many-th; 0 and 1: each. */
-    uint64_t count;         /**< Ends after so many hits; 0: never. */
+    uint64_t after;         /**< This many matches pass first. */
+    uint64_t every;         /**< Of the others, only every n-th; 0 and 1: all. */
+    uint64_t count;         /**< Ends after this many hits; 0: never. */
     uint32_t percent;       /**< Chance of each that is left, 1 to 100; 0 is 100. */
     uint32_t reserved;      /**< 0. */
     uint64_t seed;          /**< Of this rule's chances and random bytes. */

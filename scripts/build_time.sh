@@ -1,0 +1,60 @@
+#!/usr/bin/env bash
+# Measures what the two commands of the README cost before anything is built: their processor time as a multiple of
+# what the compiler takes for one small source that includes CLI11, and the sources that take longest.
+#
+#   scripts/build_time.sh [--here]     in a fresh clone of HEAD; --here: in this tree, which must have no builds yet
+set -euo pipefail
+cd "$(dirname "$0")/.."
+. scripts/steps.sh
+
+case "${1:-}" in
+  "")
+    rm -rf build/build_time
+    git clone --quiet . build/build_time
+    exec build/build_time/scripts/build_time.sh --here
+    ;;
+  --here) ;;
+  *) echo "usage: $0 [--here]" >&2; exit 2 ;;
+esac
+for tree in build/release build/dev; do
+  [ ! -e $tree ] || { echo "$tree is there already; expected a tree without builds" >&2; exit 2; }
+done
+install_packages tshark
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+TIMEFORMAT='%U %S'
+# Runs a command; the processor time of it and its children, in seconds, is in the variable "seconds" then.
+measure() {
+  { time "$@" 2>&3; } 3>&2 2>"$work/time"
+  seconds=$(awk '{ print $1 + $2 }' "$work/time")
+}
+
+cat >"$work/reference.cpp" <<'END'
+#include <CLI/CLI.hpp>
+
+int main(int c, char** v) { CLI::App a; CLI11_PARSE(a, c, v); }
+END
+measure_reference() { measure g++ -std=c++20 -O2 -g -c "$work/reference.cpp" -o "$work/reference.o"; }
+
+measure_reference
+before=$seconds
+measure scripts/demo.sh
+demonstration=$seconds
+measure scripts/test.sh
+tests=$seconds
+measure_reference # the machine may have become slower or faster meanwhile
+awk -v before="$before" -v after="$seconds" -v demonstration="$demonstration" -v tests="$tests" 'BEGIN {
+  reference = (before + after) / 2
+  printf "processor time of the reference: %.1f s\n", reference
+  printf "scripts/demo.sh: %.0f s, %.1f times as much\n", demonstration, demonstration / reference
+  printf "scripts/test.sh: %.0f s, %.1f times as much\n", tests, tests / reference
+}'
+for preset in release dev; do
+  echo "the sources that take longest in $preset, in seconds:"
+  awk -F '\t' '$4 ~ /\.o$/ {
+    sub(/CMakeFiles\/[^\/]*\.dir\//, "", $4)
+    sub(/\.o$/, "", $4)
+    printf "%8.1f %s\n", ($2 - $1) / 1000, $4
+  }' build/$preset/.ninja_log | sort -rn | head -n 10 || true
+done

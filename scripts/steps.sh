@@ -1,0 +1,83 @@
+# Steps that several scripts have in common; sourced by them.
+#
+#   install_packages [PACKAGE...]   installs the packages that every build needs, and those given
+#   install_benchmark_packages      installs what benchmarks compare with, if it can be had
+#   build PRESET [TARGET...]        configures and builds a preset, or targets of it
+#   step TITLE COMMAND...           runs a command and says how long it took
+#   quietly COMMAND...              runs a command and shows its output only if it fails
+
+as_root() {
+  if [ "$(id -u)" -eq 0 ]; then
+    "$@"
+  elif command -v sudo >/dev/null; then
+    sudo "$@"
+  else
+    echo "not root and no sudo, cannot run: $*" >&2
+    return 1
+  fi
+}
+
+install_packages() {
+  local wanted=(cmake ninja-build g++ libspdlog-dev libcli11-dev nlohmann-json3-dev libtomlplusplus-dev libedit-dev
+    libgtest-dev pkg-config dwarves "$@")
+  local missing=() package
+  for package in "${wanted[@]}"; do
+    dpkg-query -W -f '${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed || missing+=("$package")
+  done
+  [ ${#missing[@]} -eq 0 ] && return 0
+  echo "installing ${missing[*]}"
+  step "apt-get update" quietly as_root apt-get update -q
+  step "apt-get install" quietly as_root env DEBIAN_FRONTEND=noninteractive \
+    apt-get install -y -q --no-install-recommends "${missing[@]}"
+}
+
+install_benchmark_packages() {
+  (install_packages libsystemd-dev) || echo "libsystemd-dev cannot be installed; sd-bus is left out" >&2
+}
+
+build() {
+  local preset=$1 targets=()
+  shift
+  [ $# -eq 0 ] || targets=(--target "$@")
+  step "configuring $preset" quietly cmake --preset "$preset"
+  step "building $preset" show_progress cmake --build --preset "$preset" --parallel "$(nproc)" "${targets[@]}"
+}
+
+# At a terminal, ninja shows on one line how far it is. Elsewhere a line does so every ten seconds.
+show_progress() {
+  if [ -t 1 ]; then
+    "$@"
+    return
+  fi
+  quietly tell_progress "$@" 3>&1
+}
+
+# Runs a build. Descriptor 3 gets the lines for people.
+tell_progress() {
+  "$@" 2>&1 | {
+    local line='' last='' next=$((SECONDS + 10))
+    while IFS= read -r -t 1 line || [ $? -gt 128 ]; do # nothing within a second
+      [ -z "$line" ] || printf '%s\n' "$line"
+      [[ $line != \[* ]] || last=$line
+      if [ -z "$last" ] || [ $SECONDS -lt $next ]; then continue; fi
+      echo "$last" >&3
+      next=$((SECONDS + 10))
+    done
+  }
+}
+
+step() {
+  local title=$1 begun=$SECONDS
+  shift
+  "$@"
+  echo "$title: $((SECONDS - begun)) s"
+}
+
+quietly() {
+  local log status=0
+  log=$(mktemp)
+  "$@" >"$log" 2>&1 || status=$?
+  [ $status -eq 0 ] || cat "$log" >&2
+  rm -f "$log"
+  return $status
+}
