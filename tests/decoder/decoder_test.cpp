@@ -8,6 +8,7 @@
 #include <fstream>
 #include <sstream>
 
+using namespace vesk;
 using namespace vesk::decoder;
 using enum Direction;
 

@@ -5,6 +5,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
+    using namespace vesk;
     using namespace vesk::decoder;
     static const Decoder& decoder = *new Decoder;
     if (size < 2)

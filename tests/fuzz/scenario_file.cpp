@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
+using namespace vesk;
 using namespace vesk::steering;
 using namespace vesk::decoder;
 

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <filesystem>
 
+using namespace vesk;
 using namespace vesk::steering;
 using namespace vesk::decoder;
 

@@ -11,6 +11,7 @@
 #include <sys/wait.h>
 
 using namespace processes;
+using namespace vesk;
 using namespace vesk::decoder;
 namespace recording = vesk::recording;
 using nlohmann::ordered_json;

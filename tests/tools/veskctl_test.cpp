@@ -10,6 +10,7 @@
 #include <sys/wait.h>
 
 using namespace processes;
+using namespace vesk;
 using namespace vesk::decoder;
 
 namespace {
