@@ -37,7 +37,8 @@ ordered_json ParseJson(std::string_view text, const std::string& failure)
 ordered_json ReadJson(const std::string& path)
 {
     using Bytes = std::istreambuf_iterator<char>;
-    return ParseJson(path == "-" ? std::string(Bytes(std::cin), Bytes()) : FileContents(path), path);
+    constexpr size_t kMost = 64U << 20U; // the largest message is many times longer as JSON
+    return ParseJson(path == "-" ? std::string(Bytes(std::cin), Bytes()) : FileContents(path, kMost), path);
 }
 
 } // namespace vesk::ctl
