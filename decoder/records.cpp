@@ -6,12 +6,14 @@
 
 #include <algorithm>
 #include <array>
-#include <regex>
+#include <charconv>
 #include <set>
 
 namespace vesk::decoder {
 
 namespace {
+
+constexpr char kSpaces[] = " \t\v\f\r\n";
 
 struct Scalar {
     std::string_view type;
@@ -28,9 +30,122 @@ constexpr std::array kScalars = {
     Scalar{"char", 1, ElementKind::kText},         Scalar{"bool", 1, ElementKind::kUnsigned},
 };
 
+bool IsDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+bool IsOfWord(char c)
+{
+    return IsDigit(c) || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_';
+}
+
+/// Takes a text apart from its start. Once something else comes than is expected, nothing fits any more.
+class Scanner {
+public:
+    explicit Scanner(std::string_view text) : rest_(text) {}
+
+    Scanner& Text(std::string_view expected)
+    {
+        Take(rest_.starts_with(expected) ? expected.size() : 0);
+        return *this;
+    }
+
+    Scanner& Word(std::string& word)
+    {
+        word = Take(CountOf(IsOfWord));
+        return *this;
+    }
+
+    /// A number of at most eight digits.
+    Scanner& Number(size_t& number)
+    {
+        const size_t digits = CountOf(IsDigit);
+        const std::string_view text = Take(digits <= 8 ? digits : 0);
+        std::from_chars(text.data(), text.data() + text.size(), number);
+        return *this;
+    }
+
+    /// All that is left. A carriage return is not part of any text.
+    Scanner& Rest(std::string& rest)
+    {
+        rest = Take(rest_.find('\r') == rest_.npos ? rest_.size() : 0);
+        return *this;
+    }
+
+    bool Fits() const { return fits_; }
+    bool FitsAll() const { return fits_ && rest_.empty(); }
+
+private:
+    size_t CountOf(bool (*isWanted)(char)) const
+    {
+        return static_cast<size_t>(std::find_if_not(rest_.begin(), rest_.end(), isWanted) - rest_.begin());
+    }
+
+    std::string_view Take(size_t count)
+    {
+        fits_ = fits_ && count != 0;
+        const std::string_view taken = rest_.substr(0, count);
+        rest_.remove_prefix(count);
+        return taken;
+    }
+
+    std::string_view rest_;
+    bool fits_ = true;
+};
+
+/// Nothing but spaces and a comment.
+bool IsBlank(std::string_view line)
+{
+    line.remove_prefix(std::min(line.find_first_not_of(kSpaces), line.size()));
+    return line.empty() || (line[0] == '#' && line.find('\r') == line.npos);
+}
+
+/// Reads "TYPE (*NAME)(...)"; of several names, the last. @return false if it is none
+bool ReadFunction(std::string_view declaration, RecordField& field)
+{
+    std::string name, arguments;
+    bool isFunction = false;
+    for (size_t at = declaration.find("(*"); at != declaration.npos; at = declaration.find("(*", at + 1)) {
+        if (Scanner(declaration.substr(at)).Text("(*").Word(name).Text(")(").Rest(arguments).Fits() &&
+            arguments.ends_with(')')) {
+            field.type = "void*";
+            field.name = name;
+            isFunction = true;
+        }
+    }
+    return isFunction;
+}
+
+/// Reads "TYPE NAME" or "TYPE NAME[COUNT]". @return false if it is none
+bool ReadVariable(std::string_view declaration, RecordField& field)
+{
+    if (declaration.ends_with(']')) {
+        const size_t bracket = std::min(declaration.rfind('['), declaration.size());
+        if (!Scanner(declaration.substr(bracket)).Text("[").Number(field.count).Text("]").FitsAll())
+            return false;
+        field.isArray = true;
+        declaration = declaration.substr(0, bracket);
+    }
+    const auto nameBegin = std::find_if_not(declaration.rbegin(), declaration.rend(), IsOfWord).base();
+    field.name = {nameBegin, declaration.end()};
+    field.type = {declaration.begin(), nameBegin};
+    field.type.erase(field.type.find_last_not_of(' ') + 1);
+    return !field.name.empty() && !field.type.empty() &&
+           (IsOfWord(field.type.back()) || field.type.back() == '*');
+}
+
+/// What can be shown as a record: another one, or a message's payload or answer.
+bool IsSubject(std::string_view text)
+{
+    std::string name;
+    return Scanner(text).Word(name).FitsAll() || Scanner(text).Word(name).Text(" payload").FitsAll() ||
+           Scanner(text).Word(name).Text(" answer").FitsAll();
+}
+
 bool IsFiller(std::string_view name)
 {
-    while (!name.empty() && name.back() >= '0' && name.back() <= '9')
+    while (!name.empty() && IsDigit(name.back()))
         name.remove_suffix(1);
     return name == "padding" || name == "reserved" || name == "serviceData" || name == "bytes";
 }
@@ -71,25 +186,33 @@ class RecordSet::Description {
 public:
     Description(RecordSet& set, const std::string& source) : set_(set), source_(source) {}
 
-    void ReadLine(const std::string& line)
+    void ReadLine(std::string_view line)
     {
-        static const std::regex s_record(R"((\w+) has (\d{1,8}) bytes)");
-        static const std::regex s_field(R"((\w+): (.*\S) at (\d{1,8}), (\d{1,8}) bytes)");
-        static const std::regex s_shown(R"((\w+|\w+ payload|\w+ answer) shown as (\w+))");
-        static const std::regex s_blank(R"(\s*(#.*)?)");
         constexpr size_t kLongestLine = 1000;
         ++line_;
         if (line.size() > kLongestLine)
             Fail("the line has more than " + std::to_string(kLongestLine) + " characters");
-        std::smatch match;
-        if (std::regex_match(line, match, s_record))
-            BeginRecord(match[1], std::stoul(match[2]));
-        else if (std::regex_match(line, match, s_field))
-            AddField(RecordOf(match[1]), match[2], std::stoul(match[3]), std::stoul(match[4]));
-        else if (std::regex_match(line, match, s_shown))
-            shown_.push_back({match[1], match[2], line_});
-        else if (!std::regex_match(line, s_blank))
-            Fail("'" + line +
+        const size_t at = std::min(line.rfind(" at "), line.size());
+        const size_t shown = std::min(line.find(" shown as "), line.size());
+        std::string name, declaration, view;
+        size_t offset = 0, size = 0;
+        if (Scanner(line).Word(name).Text(" has ").Number(size).Text(" bytes").FitsAll())
+            BeginRecord(name, size);
+        else if (Scanner(line.substr(0, at)).Word(name).Text(": ").Rest(declaration).Fits() &&
+                 declaration.find_last_of(kSpaces) != declaration.size() - 1 &&
+                 Scanner(line.substr(at))
+                     .Text(" at ")
+                     .Number(offset)
+                     .Text(", ")
+                     .Number(size)
+                     .Text(" bytes")
+                     .FitsAll())
+            AddField(RecordOf(name), declaration, offset, size);
+        else if (IsSubject(line.substr(0, shown)) &&
+                 Scanner(line.substr(shown)).Text(" shown as ").Word(view).FitsAll())
+            shown_.push_back({std::string(line.substr(0, shown)), view, line_});
+        else if (!IsBlank(line))
+            Fail("'" + std::string(line) +
                  "' is not 'RECORD has N bytes', 'RECORD: TYPE FIELD at OFFSET, N bytes' or "
                  "'NAME shown as RECORD'");
     }
@@ -152,21 +275,9 @@ private:
 
     void AddField(RecordType& record, const std::string& declaration, size_t offset, size_t size)
     {
-        static const std::regex s_plain(R"((.*[\w*]) *\b(\w+)(\[(\d{1,8})\])?)");
-        static const std::regex s_function(R"(.*\(\*(\w+)\)\(.*\))");
         RecordField field;
-        std::smatch match;
-        if (std::regex_match(declaration, match, s_function)) {
-            field.type = "void*";
-            field.name = match[1];
-        } else if (std::regex_match(declaration, match, s_plain)) {
-            field.type = match[1];
-            field.name = match[2];
-            field.isArray = match[3].matched;
-            field.count = field.isArray ? std::stoul(match[4]) : 1;
-        } else {
+        if (!ReadFunction(declaration, field) && !ReadVariable(declaration, field))
             Fail("'" + declaration + "' is no type and name");
-        }
         field.offset = offset;
         field.size = size;
         if (size == 0 || field.count == 0 || size % field.count != 0 || offset > record.size ||
@@ -254,7 +365,7 @@ void RecordSet::Read(std::string_view text, const std::string& source)
     Description description(*this, source);
     while (!text.empty()) {
         const size_t end = std::min(text.find('\n'), text.size());
-        description.ReadLine(std::string(text.substr(0, end)));
+        description.ReadLine(text.substr(0, end));
         text.remove_prefix(std::min(end + 1, text.size()));
     }
     description.Finish();
