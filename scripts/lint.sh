@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Checks the scripts with shellcheck and the sources, but not the tests, with clang-tidy (see .clang-tidy).
-# Any finding fails.
+# Checks the scripts with shellcheck, which folders include which, and the sources, but not the tests, with clang-tidy
+# (see .clang-tidy). Any finding fails.
 #
 #   scripts/lint.sh [FOLDER...]     all folders with sources by default
 set -euo pipefail
@@ -9,8 +9,16 @@ cd "$(dirname "$0")/.."
 install_packages shellcheck clang-tidy-14 clang-tools-14
 
 git ls-files -z '*.sh' .ci/run | xargs -0 shellcheck
+
+# A folder includes headers of those before it in this list.
+folders=(platform transport callback interface codec mouse uvc process_name base decoder steering service tools)
+git grep -E '^#include "[a-z_]+/' -- "${folders[@]}" | awk -F '[:/"]' -v folders="${folders[*]}" '
+  BEGIN { count = split(folders, names, " "); for (i = 1; i <= count; ++i) rank[names[i]] = i }
+  { included = $0; sub(/^[^"]*"/, "", included); sub(/\/.*/, "", included) }
+  rank[included] > rank[$1] { print "includes a folder that stands above it: " $0; found = 1 }
+  END { exit found }'
 build dev # the generated headers
-[ $# -gt 0 ] || set -- transport interface callback codec mouse uvc process_name platform base decoder steering service tools examples bench
+[ $# -gt 0 ] || set -- "${folders[@]}" examples bench
 findings=$(mktemp)
 trap 'rm -f "$findings"' EXIT
 if ! run-clang-tidy-14 -p build/dev -quiet -extra-arg=-Wno-unknown-warning-option -j"$(nproc)" \
@@ -18,4 +26,4 @@ if ! run-clang-tidy-14 -p build/dev -quiet -extra-arg=-Wno-unknown-warning-optio
   grep -v '^clang-tidy-14 ' "$findings" >&2
   exit 1
 fi
-echo "shellcheck and clang-tidy: no findings"
+echo "shellcheck, includes and clang-tidy: no findings"
