@@ -52,6 +52,8 @@ struct Name {
 template <Name name>
 class Argument {
 public:
+    static constexpr std::string_view kName = name;
+
     Argument(uint64_t value) : value_(value) {}
     operator uint64_t() const { return value_; }
 

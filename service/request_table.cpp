@@ -9,18 +9,18 @@ namespace vesk::service {
 
 namespace {
 
-using InputPorts = Things<&Service::inputs, "viPort", "port", "sourceId">;
-using InputEngines = Things<&Inputs::engines, "inEngNo">;
-using Displays = Things<&Service::outputs, "voPort", "imageParam1">;
-using OutputEngines = Things<&Outputs::engines, "outEngNo">;
-using Encoders = Things<&Codecs::encoders, "encStmNo">;
-using Decoders = Things<&Codecs::decoders, "decStmNo">;
-using Loops = Things<&Codecs::loops, "loop">;
-using UvcStreams = Things<&Uvc::streams, "uvcStmNo">;
-using RemoteMice = Things<&Mice::remote, "mouseStmNo">;
-using LocalMice = Things<&Mice::local, "localMouseStmNo">;
-using AnnouncedQueues = Things<&Queues::announced, "queHandle">;
-using OverlayChannels = Things<&Overlays::channels, "overlayChn">;
+struct InputPorts : Things<&Service::inputs, "viPort", "port", "sourceId"> {};
+struct InputEngines : Things<&Inputs::engines, "inEngNo"> {};
+struct Displays : Things<&Service::outputs, "voPort", "imageParam1"> {};
+struct OutputEngines : Things<&Outputs::engines, "outEngNo"> {};
+struct Encoders : Things<&Codecs::encoders, "encStmNo"> {};
+struct Decoders : Things<&Codecs::decoders, "decStmNo"> {};
+struct Loops : Things<&Codecs::loops, "loop"> {};
+struct UvcStreams : Things<&Uvc::streams, "uvcStmNo"> {};
+struct RemoteMice : Things<&Mice::remote, "mouseStmNo"> {};
+struct LocalMice : Things<&Mice::local, "localMouseStmNo"> {};
+struct AnnouncedQueues : Things<&Queues::announced, "queHandle"> {};
+struct OverlayChannels : Things<&Overlays::channels, "overlayChn"> {};
 
 constexpr Row kRows[] = {
     Served<VESK_VIDEO_MSG_INIT, &Service::Init>(),
@@ -180,9 +180,8 @@ constexpr Row kRows[] = {
 
 consteval size_t RowsOf(uint32_t request)
 {
-    return static_cast<size_t>(std::count_if(std::begin(kRows), std::end(kRows), [request](const Row& row) {
-        return row.listed.number == request;
-    }));
+    return static_cast<size_t>(std::count_if(std::begin(kRows), std::end(kRows),
+                                             [request](const Row& row) { return row.number == request; }));
 }
 
 #define VESK_REQUEST(name, ...) static_assert(RowsOf(name) == 1, #name " needs exactly one row");
@@ -192,11 +191,15 @@ consteval size_t RowsOf(uint32_t request)
 
 } // namespace
 
+void Append(Bytes& answer, BytesView bytes)
+{
+    answer.insert(answer.end(), bytes.begin(), bytes.end());
+}
+
 const Row* FindRow(uint32_t number)
 {
-    const Row* row = std::find_if(std::begin(kRows), std::end(kRows), [number](const Row& candidate) {
-        return candidate.listed.number == number;
-    });
+    const Row* row = std::find_if(std::begin(kRows), std::end(kRows),
+                                  [number](const Row& candidate) { return candidate.number == number; });
     return row != std::end(kRows) ? row : nullptr;
 }
 

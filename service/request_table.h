@@ -12,7 +12,9 @@ class Service;
 using ServeFunction = Result (*)(Service&, const Request&, Bytes& answer);
 
 struct Row {
-    const messages::Request& listed;
+    uint32_t number;
+    messages::Form payload;
+    messages::Form answer;
     ServeFunction serve;
 };
 

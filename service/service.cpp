@@ -68,9 +68,9 @@ Result Service::Serve(uint32_t number, const Sender& sender, std::span<const std
         return VESK_SERVICE_ERR_REQUEST;
     std::memcpy(&request.head, data.data(), sizeof request.head);
     request.payload = data.subspan(sizeof request.head);
-    if (!Fits(row->listed.payload, request.head, request.payload))
+    if (!Fits(row->payload, request.head, request.payload))
         return VESK_SERVICE_ERR_LENGTH;
-    answer.reserve(answer.size() + row->listed.answer.size);
+    answer.reserve(answer.size() + row->answer.size);
     const Result result = row->serve(*this, request, answer);
     outputs.NotifyFirstFrames();
     return result;
