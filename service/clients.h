@@ -43,20 +43,19 @@ public:
     /// Counts a notification that is not sent at all.
     void CountDropped(const std::string& procName);
 
-private:
-    friend class State;
-
     struct Client {
         std::string taskName;
         pid_t process;
-        uint64_t start;    // of the process
-        uint64_t sent = 0; // notifications
+        uint64_t start;    ///< Of the process.
+        uint64_t sent = 0; ///< Notifications.
         uint64_t dropped = 0;
 
         bool IsAlive() const;
     };
     using Map = std::map<std::string, Client>;
+    const Map& All() const { return clients_; }
 
+private:
     static constexpr size_t kMost = 256;
     static constexpr long kMostOfAProcess = 16;
 

@@ -22,29 +22,29 @@ Result Device::SetAndroidObjects(Argument<"javaVm"> javaVm)
 {
     if (javaVm == 0)
         return VESK_SERVICE_ERR_VALUE;
-    javaVm_ = javaVm;
+    jobs_.javaVm = javaVm;
     return kOk;
 }
 
 // The objects must have been set before.
 Result Device::SetAndroidProjection(Argument<"resultCode"> resultCode)
 {
-    if (javaVm_ == 0)
+    if (jobs_.javaVm == 0)
         return VESK_SERVICE_ERR_STATE;
-    projectionResult_ = resultCode;
+    jobs_.projectionResult = resultCode;
     return kOk;
 }
 
 Result Device::TakeSnapshot(const VeskVideoSnapshotParam&)
 {
-    ++snapshots_;
+    ++jobs_.snapshots;
     return kOk;
 }
 
 // Decoded at once; the notification carries the number of the wallpaper.
 Result Device::SetWallpaper(const Sender& sender, const VeskVideoWallpaperParam&)
 {
-    notifications_->Add(sender.procName, VESK_VIDEO_ON_WALLPAPER_DEC_OK_NOTIFY, {}, ++wallpapers_);
+    notifications_->Add(sender.procName, VESK_VIDEO_ON_WALLPAPER_DEC_OK_NOTIFY, {}, ++jobs_.wallpapers);
     return kOk;
 }
 

@@ -21,15 +21,19 @@ public:
     Result SetAnnotation(const Sender&, Argument<"status">);
     Result VerifyImage(const VeskVideoVerifyImageReq&);
 
-private:
-    friend class State;
+    /// What has been done and set.
+    struct Jobs {
+        uint32_t snapshots = 0;
+        uint64_t wallpapers = 0;
+        uint64_t javaVm = 0;
+        uint64_t projectionResult = 0;
+    };
+    const Jobs& Done() const { return jobs_; }
 
+private:
     Notifications* notifications_;
     const DeviceDescription* device_;
-    uint64_t javaVm_ = 0;
-    uint64_t projectionResult_ = 0;
-    uint32_t snapshots_ = 0;
-    uint64_t wallpapers_ = 0;
+    Jobs jobs_;
 };
 
 } // namespace vesk::service

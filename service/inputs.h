@@ -60,9 +60,10 @@ public:
     Result SetVirtualSource(Port&, std::string_view path);
     Result SetAppCapture(Engine&, const VeskVideoAppInParam&);
 
-private:
-    friend class State;
+    /// Paths of virtual sources, by port.
+    const std::map<uint32_t, std::string>& VirtualSources() const { return virtualSources_; }
 
+private:
     void NotifyPicture(const std::string& procName, const Port&) override;
     VeskVideoViPortInfo Describe(const Port&, const Engine*) const override;
 

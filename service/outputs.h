@@ -36,14 +36,15 @@ public:
     Result DeleteFilterWindows(Argument<"filterParam">, std::span<const VeskVideoFilterWindow>);
     Result DestroyWindow(Engine&, Argument<"winHandle">);
 
-private:
-    friend class State;
-
     struct FilterWindow {
         uint64_t filterParam;
         VeskVideoFilterWindow window;
     };
+    const std::vector<FilterWindow>& FilterWindows() const { return filterWindows_; }
+    const VeskVideoDisplayInfo& DisplayInfo() const { return displayInfo_; }
+    bool IsSrEnabled() const { return isSrEnabled_; }
 
+private:
     void NotifyPicture(const std::string& procName, const Display&) override;
     VeskVideoVoPortInfo Describe(const Display&, const Engine*) const override;
     bool IsLive(const VeskVideoSubPicParam&) const;

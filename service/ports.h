@@ -43,6 +43,7 @@ public:
     void Release(pid_t process) { engines.Release(process); }
 
     Numbered<Engine> engines{kMaxPorts};
+    const std::vector<Port>& All() const { return ports_; }
     Port* Find(uint64_t number) { return number < ports_.size() ? &ports_[number] : nullptr; }
 
     Result GetCount(uint32_t* ports)
@@ -132,8 +133,6 @@ public:
     }
 
 protected:
-    friend class State;
-
     template <class Description>
     Ports(Notifications& notifications, const std::vector<Description>& described, const Param& defaults)
         : notifications_(&notifications), defaults_(defaults)
@@ -146,8 +145,6 @@ protected:
     Ports(Ports&&) noexcept = default;
     Ports& operator=(Ports&&) noexcept = default;
     ~Ports() = default;
-
-    const std::vector<Port>& All() const { return ports_; }
 
     /// Notifies the mode of a port that is plugged in.
     virtual void NotifyPicture(const std::string& procName, const Port&) = 0;

@@ -22,11 +22,13 @@ public:
     Result Announce(const Sender&, Argument<"queHandle">);
     Result InitClient(std::string_view server);
 
-private:
-    friend class State;
+    using Names = std::set<std::string, std::less<>>;
+    /// The servers that clients have named.
+    const Names& Servers() const { return servers_; }
 
+private:
     size_t mostOwn_; // of one process
-    std::set<std::string, std::less<>> servers_;
+    Names servers_;
 };
 
 } // namespace vesk::service

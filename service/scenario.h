@@ -22,9 +22,11 @@ public:
     /// Does the steps that wait for a message, which is about to be served or sent.
     void Happened(const MessageView& message);
 
-private:
-    friend class State;
+    size_t Steps() const { return steps_.size(); }
+    /// How many of them wait for a match.
+    size_t Waiting() const { return waiting_.size(); }
 
+private:
     struct Step {
         VeskControlStep when;
         Bytes message;

@@ -23,8 +23,6 @@ namespace vesk::service {
 
 /// Not thread-safe: everything runs on the thread that runs the service's task.
 class Service {
-    friend class State;
-
     const Identity self_;
     const DeviceDescription described_;
     Notifications notifications_;
@@ -34,6 +32,8 @@ public:
         : self_(std::move(self)), described_(std::move(described)), timeline(std::move(clock))
     {
     }
+
+    const Identity& Self() const { return self_; }
 
     /// Tells the clients of an earlier run that the service is back.
     void Begin();

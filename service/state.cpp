@@ -60,6 +60,336 @@ bool IsZero(const Record& record)
     return std::all_of(bytes.begin(), bytes.end(), [](std::byte byte) { return byte == std::byte{0}; });
 }
 
+/// The document about a service.
+class Document {
+public:
+    Document(Service& service, const decoder::Decoder& decoder) : service_(service), decoder_(decoder) {}
+
+    ordered_json Describe();
+
+private:
+    ordered_json DescribeTime();
+    ordered_json DescribeInputs();
+    ordered_json DescribeInputEngines();
+    ordered_json DescribeOutputs();
+    ordered_json DescribeOutputEngines();
+    ordered_json DescribeDisplay();
+    ordered_json DescribeFilterWindows();
+    ordered_json DescribeEncoders();
+    ordered_json DescribeDecoders();
+    ordered_json DescribeLoops();
+    ordered_json DescribeOverlays();
+    ordered_json DescribeRemoteMice();
+    ordered_json DescribeLocalMice();
+    ordered_json DescribeUvcStreams();
+    ordered_json DescribeQueues();
+    ordered_json DescribeJobs();
+    ordered_json DescribeClients();
+    ordered_json DescribeRequests();
+    ordered_json DescribeFaults();
+    ordered_json DescribeScenario();
+    ordered_json DescribeWatchers();
+
+    /// The fields of a request's payload.
+    template <uint32_t request, class Record>
+    ordered_json FieldsOf(const Record& record)
+    {
+        using Payload = typename messages::RequestTypes<request>::Payload;
+        static_assert(std::is_same_v<Payload, messages::Record<Record>>,
+                      "the request carries another record");
+        const auto payload = BytesOf(record);
+        Bytes data(sizeof(VeskVideoMsgHead));
+        data.insert(data.end(), payload.begin(), payload.end());
+        decoder::Decoded message = decoder_.Decode({Direction::kRequest, request, data});
+        std::erase_if(message.fields, [](const decoder::Field& field) {
+            return !field.IsPayload() || (field.isFiller && field.IsZero());
+        });
+        return message.fields.empty() ? ordered_json::object() : decoder::ToJson(message)["payload"];
+    }
+
+    /// Adds them as a member of an entry, unless they are all 0.
+    template <uint32_t request, class Record>
+    void Put(ordered_json& entry, const char* name, const Record& record)
+    {
+        if (!IsZero(record))
+            entry[name] = FieldsOf<request>(record);
+    }
+
+    Service& service_;
+    const decoder::Decoder& decoder_;
+};
+
+ordered_json Document::Describe()
+{
+    return {
+        {"service",
+         {{"procName", service_.Self().procName},
+          {"taskName", service_.Self().taskName},
+          {"process", getpid()}}},
+        {"time", DescribeTime()},
+        {"inputs", DescribeInputs()},
+        {"inputEngines", DescribeInputEngines()},
+        {"outputs", DescribeOutputs()},
+        {"outputEngines", DescribeOutputEngines()},
+        {"display", DescribeDisplay()},
+        {"filterWindows", DescribeFilterWindows()},
+        {"encoders", DescribeEncoders()},
+        {"decoders", DescribeDecoders()},
+        {"loops", DescribeLoops()},
+        {"overlays", DescribeOverlays()},
+        {"remoteMice", DescribeRemoteMice()},
+        {"localMice", DescribeLocalMice()},
+        {"uvcUsers", service_.uvc.Users()},
+        {"uvcStreams", DescribeUvcStreams()},
+        {"queues", DescribeQueues()},
+        {"queueServers", service_.queues.Servers()},
+        {"jobs", DescribeJobs()},
+        {"clients", DescribeClients()},
+        {"requests", DescribeRequests()},
+        {"unlistedRequests", service_.counters.Unlisted()},
+        {"faults", DescribeFaults()},
+        {"scenario", DescribeScenario()},
+        {"watchers", DescribeWatchers()},
+    };
+}
+
+ordered_json Document::DescribeTime()
+{
+    VeskControlTime time{};
+    service_.timeline.Move(0, &time);
+    return {{"nowMs", time.nowMs}, {"due", time.due}, {"isStep", time.isStep != 0}};
+}
+
+ordered_json Document::DescribeInputs()
+{
+    ordered_json list = ordered_json::array();
+    for (const InputPort& port : service_.inputs.All()) {
+        ordered_json entry = PortEntry(port, "viPort");
+        entry["portType"] = port.type;
+        const auto& sources = service_.inputs.VirtualSources();
+        if (const auto source = sources.find(port.number); source != sources.end())
+            entry["virtualSource"] = source->second;
+        if (port.HasCamera()) {
+            entry["camera"] = {
+                {"pan", port.camera.pan}, {"tilt", port.camera.tilt}, {"commands", port.camera.commands}};
+            entry["tracking"] = port.isTracking;
+            entry["presets"] = ordered_json::array();
+            for (const auto& [presetId, preset] : port.presets)
+                entry["presets"].push_back(presetId);
+        }
+        Put<VESK_VIDEO_MSG_SET_VI_CUTOUT_PARAM>(entry, "eptz", port.eptz);
+        Put<VESK_VIDEO_MSG_SET_VI_PTZF_PARAM>(entry, "ptzf", port.ptzf);
+        list.push_back(std::move(entry));
+    }
+    return list;
+}
+
+ordered_json Document::DescribeInputEngines()
+{
+    return ListOf(service_.inputs.engines, "inEngNo", [this](ordered_json& entry, const InputEngine& engine) {
+        entry["viPort"] = engine.port->number;
+        entry["streams"] = engine.streams;
+        entry["queHandle"] = engine.queue.Id();
+        entry["faceQueue"] = engine.faceQueue;
+        entry["frozen"] = engine.frozen;
+        entry["frozenLength"] = engine.frozenData.size();
+        entry["eptzMoveSpeed"] = engine.eptzMoveSpeed;
+        Put<VESK_VIDEO_MSG_SET_VI_PARAM>(entry, "param", engine.param);
+        Put<VESK_VIDEO_MSG_SET_APP_CAPTURE_PARAM>(entry, "appInParam", engine.appInParam);
+        Put<VESK_VIDEO_MSG_SET_VIO_CALLBACK>(entry, "vioCallback", engine.vioCallback);
+    });
+}
+
+ordered_json Document::DescribeOutputs()
+{
+    ordered_json list = ordered_json::array();
+    for (const Display& display : service_.outputs.All()) {
+        ordered_json entry = PortEntry(display, "voPort");
+        if (!display.defaultImage.empty())
+            entry["defaultImage"] = display.defaultImage;
+        list.push_back(std::move(entry));
+    }
+    return list;
+}
+
+ordered_json Document::DescribeOutputEngines()
+{
+    return ListOf(
+        service_.outputs.engines, "outEngNo", [this](ordered_json& entry, const OutputEngine& engine) {
+            entry["voPort"] = engine.port->number;
+            entry["hasShownFrame"] = engine.hasShownFrame;
+            entry["queHandle"] = engine.queHandle;
+            Put<VESK_VIDEO_MSG_SET_VO_PARAM>(entry, "param", engine.param);
+            Put<VESK_VIDEO_MSG_SET_SCREEN_OFFSET>(entry, "offset", engine.offset);
+            ordered_json pictures = ordered_json::array();
+            if (engine.source.picNum != 0)
+                pictures = FieldsOf<VESK_VIDEO_MSG_SET_VO_SRC>(engine.source)["subPic"];
+            pictures.erase(pictures.begin() + static_cast<ptrdiff_t>(engine.source.picNum), pictures.end());
+            entry["subPic"] = std::move(pictures);
+        });
+}
+
+ordered_json Document::DescribeDisplay()
+{
+    ordered_json display{{"srEnabled", service_.outputs.IsSrEnabled()}};
+    Put<VESK_VIDEO_MSG_SET_DISPLAY_MODE>(display, "mode", service_.outputs.DisplayInfo());
+    return display;
+}
+
+ordered_json Document::DescribeFilterWindows()
+{
+    ordered_json list = ordered_json::array();
+    for (const auto& [filterParam, window] : service_.outputs.FilterWindows())
+        list.push_back({{"filterParam", filterParam}, {"window", Hex(BytesOf(window))}});
+    return list;
+}
+
+ordered_json Document::DescribeEncoders()
+{
+    return ListOf(service_.codecs.encoders, "encStmNo", [this](ordered_json& entry, const Encoder& encoder) {
+        entry["queHandle"] = encoder.queId;
+        entry["keyFrames"] = encoder.keyFrames;
+        entry["statistics"] = Statistics(encoder);
+        Put<VESK_VIDEO_MSG_SET_ENC_PARAM>(entry, "param", encoder.param);
+        Put<VESK_VIDEO_MSG_SET_ENC_PARAM_EX>(entry, "paramEx", encoder.paramEx);
+        Put<VESK_VIDEO_MSG_SET_ENC_FEC_PARAM>(entry, "fec", encoder.fec);
+    });
+}
+
+ordered_json Document::DescribeDecoders()
+{
+    return ListOf(service_.codecs.decoders, "decStmNo", [this](ordered_json& entry, const Decoder& decoder) {
+        entry["queHandle"] = decoder.queId;
+        entry["antiJitter"] = decoder.antiJitter;
+        entry["statistics"] = Statistics(decoder);
+        Put<VESK_VIDEO_MSG_SET_DEC_PARAM>(entry, "param", decoder.param);
+        Put<VESK_VIDEO_MSG_SET_DEC_PARAMEX>(entry, "paramEx", decoder.paramEx);
+    });
+}
+
+ordered_json Document::DescribeLoops()
+{
+    return ListOf(service_.codecs.loops, "loop", [](ordered_json& entry, const Loop& loop) {
+        entry["enabled"] = loop.isOn;
+        entry["encNo"] = loop.param.encNo;
+        entry["decNo"] = loop.param.decNo;
+        entry["mode"] = loop.param.mode;
+    });
+}
+
+ordered_json Document::DescribeOverlays()
+{
+    return ListOf(service_.overlays.channels, "overlayChn",
+                  [this](ordered_json& entry, const OverlayChannel& channel) {
+                      entry["enabled"] = channel.isEnabled;
+                      entry["queHandle"] = channel.queue.Id();
+                      Put<VESK_VIDEO_MSG_SET_OVERLAY_PARAM>(entry, "param", channel.param);
+                  });
+}
+
+ordered_json Document::DescribeRemoteMice()
+{
+    return ListOf(service_.mice.remote, "mouseStmNo", [this](ordered_json& entry, const RemoteMouse& mouse) {
+        entry["decStmNo"] = mouse.decStmNo;
+        entry["queHandle"] = mouse.queId;
+        Put<VESK_VIDEO_MSG_SET_REMOTE_MOUSE_BACKGRAND_AREA>(entry, "area", mouse.area);
+    });
+}
+
+ordered_json Document::DescribeLocalMice()
+{
+    return ListOf(service_.mice.local, "localMouseStmNo",
+                  [this](ordered_json& entry, const LocalMouse& mouse) {
+                      entry["attachId"] = mouse.attachId;
+                      entry["independent"] = mouse.isIndependent;
+                      entry["shown"] = mouse.isShown;
+                      entry["queHandle"] = mouse.queId;
+                      Put<VESK_VIDEO_MSG_SET_LOCAL_MOUSE_PARAM>(entry, "param", mouse.param);
+                  });
+}
+
+ordered_json Document::DescribeUvcStreams()
+{
+    return ListOf(service_.uvc.streams, "uvcStmNo", [this](ordered_json& entry, const UvcStream& stream) {
+        entry["keyFrames"] = stream.keyFrames;
+        Put<VESK_VIDEO_MSG_SET_UVC_PARAM>(entry, "param", stream.param);
+        Put<VESK_VIDEO_MSG_SET_UVC_PARAM_EX>(entry, "paramEx", stream.paramEx);
+    });
+}
+
+ordered_json Document::DescribeQueues()
+{
+    return ListOf(service_.queues.announced, "queHandle", [](ordered_json&, const Owned&) {});
+}
+
+ordered_json Document::DescribeJobs()
+{
+    const Device::Jobs& jobs = service_.device.Done();
+    return {{"snapshots", jobs.snapshots},
+            {"wallpapers", jobs.wallpapers},
+            {"javaVm", jobs.javaVm},
+            {"projectionResult", static_cast<int32_t>(jobs.projectionResult)}};
+}
+
+ordered_json Document::DescribeClients()
+{
+    ordered_json list = ordered_json::array();
+    for (const auto& [procName, client] : service_.clients.All())
+        list.push_back({{"procName", procName},
+                        {"taskName", client.taskName},
+                        {"process", client.process},
+                        {"notificationsSent", client.sent},
+                        {"notificationsDropped", client.dropped}});
+    return list;
+}
+
+ordered_json Document::DescribeRequests()
+{
+    ordered_json list = ordered_json::array();
+    for (const auto& [number, row] : service_.counters.Listed()) {
+        if (row.used == 0)
+            continue;
+        ordered_json results = ordered_json::array();
+        for (const Counters::Tally& tally : row.Results())
+            results.push_back({{"result", tally.result},
+                               {"resultName", decoder::ResultName(tally.result)},
+                               {"count", tally.count}});
+        list.push_back({{"number", number},
+                        {"name", decoder::ShortName(messages::FindAnyRequest(number)->name)},
+                        {"results", std::move(results)},
+                        {"otherResults", row.others}});
+    }
+    return list;
+}
+
+ordered_json Document::DescribeFaults()
+{
+    ordered_json list = ordered_json::array();
+    for (const VeskControlFaultState& state : service_.faults.States()) {
+        list.push_back({{"fault", state.fault},
+                        {"matches", state.matches},
+                        {"hits", state.hits},
+                        {"rule", steering::FaultText(decoder_, state.rule)}});
+    }
+    return list;
+}
+
+ordered_json Document::DescribeScenario()
+{
+    return {{"steps", service_.scenario.Steps()}, {"waitingForMatch", service_.scenario.Waiting()}};
+}
+
+ordered_json Document::DescribeWatchers()
+{
+    ordered_json list = ordered_json::array();
+    for (const auto& watcher : service_.watchers.All())
+        list.push_back({{"procName", watcher.task.procName},
+                        {"taskName", watcher.task.taskName},
+                        {"process", watcher.task.process},
+                        {"lost", watcher.lost}});
+    return list;
+}
+
 } // namespace
 
 std::string BoundedText(ordered_json document, size_t most)
@@ -91,313 +421,15 @@ State::~State() = default;
 
 Result State::Get(Bytes* document)
 {
-    const std::string text = BoundedText(Describe(), VESK_VIDEO_MAX_MESSAGE_SIZE - sizeof(VeskVideoMsgHead));
+    if (decoder_ == nullptr)
+        decoder_ = std::make_unique<const decoder::Decoder>();
+    const std::string text = BoundedText(Document(service_, *decoder_).Describe(),
+                                         VESK_VIDEO_MAX_MESSAGE_SIZE - sizeof(VeskVideoMsgHead));
     if (text.empty())
         return VESK_SERVICE_ERR_ROOM;
     const auto bytes = std::as_bytes(std::span(text));
     document->assign(bytes.begin(), bytes.end());
     return kOk;
-}
-
-ordered_json State::Describe()
-{
-    return {
-        {"service",
-         {{"procName", service_.self_.procName},
-          {"taskName", service_.self_.taskName},
-          {"process", getpid()}}},
-        {"time", DescribeTime()},
-        {"inputs", DescribeInputs()},
-        {"inputEngines", DescribeInputEngines()},
-        {"outputs", DescribeOutputs()},
-        {"outputEngines", DescribeOutputEngines()},
-        {"display", DescribeDisplay()},
-        {"filterWindows", DescribeFilterWindows()},
-        {"encoders", DescribeEncoders()},
-        {"decoders", DescribeDecoders()},
-        {"loops", DescribeLoops()},
-        {"overlays", DescribeOverlays()},
-        {"remoteMice", DescribeRemoteMice()},
-        {"localMice", DescribeLocalMice()},
-        {"uvcUsers", service_.uvc.users_},
-        {"uvcStreams", DescribeUvcStreams()},
-        {"queues", DescribeQueues()},
-        {"queueServers", service_.queues.servers_},
-        {"jobs", DescribeJobs()},
-        {"clients", DescribeClients()},
-        {"requests", DescribeRequests()},
-        {"unlistedRequests", service_.counters.Unlisted()},
-        {"faults", DescribeFaults()},
-        {"scenario", DescribeScenario()},
-        {"watchers", DescribeWatchers()},
-    };
-}
-
-const decoder::Decoder& State::TheDecoder()
-{
-    if (decoder_ == nullptr)
-        decoder_ = std::make_unique<const decoder::Decoder>();
-    return *decoder_;
-}
-
-template <uint32_t request, class Record>
-ordered_json State::FieldsOf(const Record& record)
-{
-    using Payload = typename messages::RequestTypes<request>::Payload;
-    static_assert(std::is_same_v<Payload, messages::Record<Record>>, "the request carries another record");
-    const auto payload = BytesOf(record);
-    Bytes data(sizeof(VeskVideoMsgHead));
-    data.insert(data.end(), payload.begin(), payload.end());
-    decoder::Decoded message = TheDecoder().Decode({Direction::kRequest, request, data});
-    std::erase_if(message.fields, [](const decoder::Field& field) {
-        return !field.IsPayload() || (field.isFiller && field.IsZero());
-    });
-    return message.fields.empty() ? ordered_json::object() : decoder::ToJson(message)["payload"];
-}
-
-template <uint32_t request, class Record>
-void State::Put(ordered_json& entry, const char* name, const Record& record)
-{
-    if (!IsZero(record))
-        entry[name] = FieldsOf<request>(record);
-}
-
-ordered_json State::DescribeTime()
-{
-    VeskControlTime time{};
-    service_.timeline.Move(0, &time);
-    return {{"nowMs", time.nowMs}, {"due", time.due}, {"isStep", time.isStep != 0}};
-}
-
-ordered_json State::DescribeInputs()
-{
-    ordered_json list = ordered_json::array();
-    for (const InputPort& port : service_.inputs.All()) {
-        ordered_json entry = PortEntry(port, "viPort");
-        entry["portType"] = port.type;
-        const auto source = service_.inputs.virtualSources_.find(port.number);
-        if (source != service_.inputs.virtualSources_.end())
-            entry["virtualSource"] = source->second;
-        if (port.HasCamera()) {
-            entry["camera"] = {
-                {"pan", port.camera.pan}, {"tilt", port.camera.tilt}, {"commands", port.camera.commands}};
-            entry["tracking"] = port.isTracking;
-            entry["presets"] = ordered_json::array();
-            for (const auto& [presetId, preset] : port.presets)
-                entry["presets"].push_back(presetId);
-        }
-        Put<VESK_VIDEO_MSG_SET_VI_CUTOUT_PARAM>(entry, "eptz", port.eptz);
-        Put<VESK_VIDEO_MSG_SET_VI_PTZF_PARAM>(entry, "ptzf", port.ptzf);
-        list.push_back(std::move(entry));
-    }
-    return list;
-}
-
-ordered_json State::DescribeInputEngines()
-{
-    return ListOf(service_.inputs.engines, "inEngNo", [this](ordered_json& entry, const InputEngine& engine) {
-        entry["viPort"] = engine.port->number;
-        entry["streams"] = engine.streams;
-        entry["queHandle"] = engine.queue.Id();
-        entry["faceQueue"] = engine.faceQueue;
-        entry["frozen"] = engine.frozen;
-        entry["frozenLength"] = engine.frozenData.size();
-        entry["eptzMoveSpeed"] = engine.eptzMoveSpeed;
-        Put<VESK_VIDEO_MSG_SET_VI_PARAM>(entry, "param", engine.param);
-        Put<VESK_VIDEO_MSG_SET_APP_CAPTURE_PARAM>(entry, "appInParam", engine.appInParam);
-        Put<VESK_VIDEO_MSG_SET_VIO_CALLBACK>(entry, "vioCallback", engine.vioCallback);
-    });
-}
-
-ordered_json State::DescribeOutputs()
-{
-    ordered_json list = ordered_json::array();
-    for (const Display& display : service_.outputs.All()) {
-        ordered_json entry = PortEntry(display, "voPort");
-        if (!display.defaultImage.empty())
-            entry["defaultImage"] = display.defaultImage;
-        list.push_back(std::move(entry));
-    }
-    return list;
-}
-
-ordered_json State::DescribeOutputEngines()
-{
-    return ListOf(
-        service_.outputs.engines, "outEngNo", [this](ordered_json& entry, const OutputEngine& engine) {
-            entry["voPort"] = engine.port->number;
-            entry["hasShownFrame"] = engine.hasShownFrame;
-            entry["queHandle"] = engine.queHandle;
-            Put<VESK_VIDEO_MSG_SET_VO_PARAM>(entry, "param", engine.param);
-            Put<VESK_VIDEO_MSG_SET_SCREEN_OFFSET>(entry, "offset", engine.offset);
-            ordered_json pictures = ordered_json::array();
-            if (engine.source.picNum != 0)
-                pictures = FieldsOf<VESK_VIDEO_MSG_SET_VO_SRC>(engine.source)["subPic"];
-            pictures.erase(pictures.begin() + static_cast<ptrdiff_t>(engine.source.picNum), pictures.end());
-            entry["subPic"] = std::move(pictures);
-        });
-}
-
-ordered_json State::DescribeDisplay()
-{
-    ordered_json display{{"srEnabled", service_.outputs.isSrEnabled_}};
-    Put<VESK_VIDEO_MSG_SET_DISPLAY_MODE>(display, "mode", service_.outputs.displayInfo_);
-    return display;
-}
-
-ordered_json State::DescribeFilterWindows()
-{
-    ordered_json list = ordered_json::array();
-    for (const auto& [filterParam, window] : service_.outputs.filterWindows_)
-        list.push_back({{"filterParam", filterParam}, {"window", Hex(BytesOf(window))}});
-    return list;
-}
-
-ordered_json State::DescribeEncoders()
-{
-    return ListOf(service_.codecs.encoders, "encStmNo", [this](ordered_json& entry, const Encoder& encoder) {
-        entry["queHandle"] = encoder.queId;
-        entry["keyFrames"] = encoder.keyFrames;
-        entry["statistics"] = Statistics(encoder);
-        Put<VESK_VIDEO_MSG_SET_ENC_PARAM>(entry, "param", encoder.param);
-        Put<VESK_VIDEO_MSG_SET_ENC_PARAM_EX>(entry, "paramEx", encoder.paramEx);
-        Put<VESK_VIDEO_MSG_SET_ENC_FEC_PARAM>(entry, "fec", encoder.fec);
-    });
-}
-
-ordered_json State::DescribeDecoders()
-{
-    return ListOf(service_.codecs.decoders, "decStmNo", [this](ordered_json& entry, const Decoder& decoder) {
-        entry["queHandle"] = decoder.queId;
-        entry["antiJitter"] = decoder.antiJitter;
-        entry["statistics"] = Statistics(decoder);
-        Put<VESK_VIDEO_MSG_SET_DEC_PARAM>(entry, "param", decoder.param);
-        Put<VESK_VIDEO_MSG_SET_DEC_PARAMEX>(entry, "paramEx", decoder.paramEx);
-    });
-}
-
-ordered_json State::DescribeLoops()
-{
-    return ListOf(service_.codecs.loops, "loop", [](ordered_json& entry, const Loop& loop) {
-        entry["enabled"] = loop.isOn;
-        entry["encNo"] = loop.param.encNo;
-        entry["decNo"] = loop.param.decNo;
-        entry["mode"] = loop.param.mode;
-    });
-}
-
-ordered_json State::DescribeOverlays()
-{
-    return ListOf(service_.overlays.channels, "overlayChn",
-                  [this](ordered_json& entry, const OverlayChannel& channel) {
-                      entry["enabled"] = channel.isEnabled;
-                      entry["queHandle"] = channel.queue.Id();
-                      Put<VESK_VIDEO_MSG_SET_OVERLAY_PARAM>(entry, "param", channel.param);
-                  });
-}
-
-ordered_json State::DescribeRemoteMice()
-{
-    return ListOf(service_.mice.remote, "mouseStmNo", [this](ordered_json& entry, const RemoteMouse& mouse) {
-        entry["decStmNo"] = mouse.decStmNo;
-        entry["queHandle"] = mouse.queId;
-        Put<VESK_VIDEO_MSG_SET_REMOTE_MOUSE_BACKGRAND_AREA>(entry, "area", mouse.area);
-    });
-}
-
-ordered_json State::DescribeLocalMice()
-{
-    return ListOf(service_.mice.local, "localMouseStmNo",
-                  [this](ordered_json& entry, const LocalMouse& mouse) {
-                      entry["attachId"] = mouse.attachId;
-                      entry["independent"] = mouse.isIndependent;
-                      entry["shown"] = mouse.isShown;
-                      entry["queHandle"] = mouse.queId;
-                      Put<VESK_VIDEO_MSG_SET_LOCAL_MOUSE_PARAM>(entry, "param", mouse.param);
-                  });
-}
-
-ordered_json State::DescribeUvcStreams()
-{
-    return ListOf(service_.uvc.streams, "uvcStmNo", [this](ordered_json& entry, const UvcStream& stream) {
-        entry["keyFrames"] = stream.keyFrames;
-        Put<VESK_VIDEO_MSG_SET_UVC_PARAM>(entry, "param", stream.param);
-        Put<VESK_VIDEO_MSG_SET_UVC_PARAM_EX>(entry, "paramEx", stream.paramEx);
-    });
-}
-
-ordered_json State::DescribeQueues()
-{
-    return ListOf(service_.queues.announced, "queHandle", [](ordered_json&, const Owned&) {});
-}
-
-ordered_json State::DescribeJobs()
-{
-    const Device& device = service_.device;
-    return {{"snapshots", device.snapshots_},
-            {"wallpapers", device.wallpapers_},
-            {"javaVm", device.javaVm_},
-            {"projectionResult", static_cast<int32_t>(device.projectionResult_)}};
-}
-
-ordered_json State::DescribeClients()
-{
-    ordered_json list = ordered_json::array();
-    for (const auto& [procName, client] : service_.clients.clients_)
-        list.push_back({{"procName", procName},
-                        {"taskName", client.taskName},
-                        {"process", client.process},
-                        {"notificationsSent", client.sent},
-                        {"notificationsDropped", client.dropped}});
-    return list;
-}
-
-ordered_json State::DescribeRequests()
-{
-    ordered_json list = ordered_json::array();
-    for (const auto& [number, row] : service_.counters.Listed()) {
-        if (row.used == 0)
-            continue;
-        ordered_json results = ordered_json::array();
-        for (const Counters::Tally& tally : row.Results())
-            results.push_back({{"result", tally.result},
-                               {"resultName", decoder::ResultName(tally.result)},
-                               {"count", tally.count}});
-        list.push_back({{"number", number},
-                        {"name", decoder::ShortName(messages::FindAnyRequest(number)->name)},
-                        {"results", std::move(results)},
-                        {"otherResults", row.others}});
-    }
-    return list;
-}
-
-ordered_json State::DescribeFaults()
-{
-    ordered_json list = ordered_json::array();
-    for (const VeskControlFaultState& state : service_.faults.States()) {
-        list.push_back({{"fault", state.fault},
-                        {"matches", state.matches},
-                        {"hits", state.hits},
-                        {"rule", steering::FaultText(TheDecoder(), state.rule)}});
-    }
-    return list;
-}
-
-ordered_json State::DescribeScenario()
-{
-    return {{"steps", service_.scenario.steps_.size()},
-            {"waitingForMatch", service_.scenario.waiting_.size()}};
-}
-
-ordered_json State::DescribeWatchers()
-{
-    ordered_json list = ordered_json::array();
-    for (const auto& watcher : service_.watchers.watchers_)
-        list.push_back({{"procName", watcher.task.procName},
-                        {"taskName", watcher.task.taskName},
-                        {"process", watcher.task.process},
-                        {"lost", watcher.lost}});
-    return list;
 }
 
 } // namespace vesk::service

@@ -3,7 +3,7 @@
 
 #include "service/request.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <memory>
 #include <string>
@@ -35,37 +35,6 @@ public:
     Result Get(Bytes* document);
 
 private:
-    nlohmann::ordered_json Describe();
-    nlohmann::ordered_json DescribeTime();
-    nlohmann::ordered_json DescribeInputs();
-    nlohmann::ordered_json DescribeInputEngines();
-    nlohmann::ordered_json DescribeOutputs();
-    nlohmann::ordered_json DescribeOutputEngines();
-    nlohmann::ordered_json DescribeDisplay();
-    nlohmann::ordered_json DescribeFilterWindows();
-    nlohmann::ordered_json DescribeEncoders();
-    nlohmann::ordered_json DescribeDecoders();
-    nlohmann::ordered_json DescribeLoops();
-    nlohmann::ordered_json DescribeOverlays();
-    nlohmann::ordered_json DescribeRemoteMice();
-    nlohmann::ordered_json DescribeLocalMice();
-    nlohmann::ordered_json DescribeUvcStreams();
-    nlohmann::ordered_json DescribeQueues();
-    nlohmann::ordered_json DescribeJobs();
-    nlohmann::ordered_json DescribeClients();
-    nlohmann::ordered_json DescribeRequests();
-    nlohmann::ordered_json DescribeFaults();
-    nlohmann::ordered_json DescribeScenario();
-    nlohmann::ordered_json DescribeWatchers();
-
-    const decoder::Decoder& TheDecoder();
-    /// The fields of a request's payload.
-    template <uint32_t request, class Record>
-    nlohmann::ordered_json FieldsOf(const Record& record);
-    /// Adds them as a member of an entry, unless they are all 0.
-    template <uint32_t request, class Record>
-    void Put(nlohmann::ordered_json& entry, const char* name, const Record& record);
-
     Service& service_;
     std::unique_ptr<const decoder::Decoder> decoder_; ///< Made when it is first needed.
 };

@@ -31,10 +31,11 @@ public:
     Result Deinit(const Sender&);
     Result Open(const Sender&, uint32_t* uvcStmNo);
 
-private:
-    friend class State;
+    /// Processes that have initialised it.
+    const std::set<pid_t>& Users() const { return users_; }
 
-    std::set<pid_t> users_; // processes that have initialised it
+private:
+    std::set<pid_t> users_;
 };
 
 } // namespace vesk::service

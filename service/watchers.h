@@ -33,15 +33,14 @@ public:
     void Notified(const Sender& client, uint32_t notifyId, uint32_t platformResult,
                   std::span<const std::byte> data);
 
-private:
-    friend class State;
-
     struct Watcher {
         Sender task;
         uint64_t lost = 0;
         std::chrono::steady_clock::time_point pausedUntil{};
     };
+    const std::vector<Watcher>& All() const { return watchers_; }
 
+private:
     void End(VeskControlMessageKind kind, const Exchange& exchange, uint32_t platformResult,
              std::span<const std::byte> data);
     void Show(VeskControlMessage shown, const Sender& peer, std::span<const std::byte> data);
