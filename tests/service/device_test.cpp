@@ -2,6 +2,7 @@
 #include "base/error.h"
 #include "service/device_file.h"
 #include "service/service_fixture.h"
+#include "vesk_service/control.h"
 
 #include <fstream>
 
@@ -131,23 +132,35 @@ FORKED_TEST(Application, AnotherDeviceIsServedAsItsFileSays)
     ASSERT_EQ(VeskVideoInit(), 0U);
     Install();
     Play(
-        R"(GET_VI_COUNT = 6; GET_VO_COUNT = 3; GET_CAPABILITY 0 = 0 6; GET_CAPABILITY 1 = 1 3; GET_CAPABILITY 2 = 2 6
-            GET_CAPABILITY 3 = 3 12; ON 100 = 0 @84 1; ON 101 = 0 @100 3840 2160 60; ON 100 = 1 @84 1
-            ON 101 = 1 @100 3840 2160 60; ON 100 = 2 @84 0; OPEN_VI_PORT 5 = 1; GET_VI_PORT 6 = 0 1 1 1 @52 3840 2160 60 0 'FRONT-CAMERA
-                @324 1 1 1 1 @376 1920 1080 30 0 'BACK-CAMERA @648 2 2 1 1 @700 2560 1440 60 0 'LECTERN
-                @972 3 2 0 1 @1040 'TABLE @1296 4 16 1 1 @1348 1280 720 25 0 'HALL-CAMERA-1
-                @1620 5 16 1 1 1 @1672 1280 720 25 0 'HALL-CAMERA-2
-            GET_ENCODE_CAPABILITY = 6 1 241200 8040 1920 16 1080 16 20000 42 0 0x1010100
-            GET_DECODE_CAPABILITY = 12 1 241200 1920 16 1080 16 0x10001 1 1 1 241200 1920 16 1080 16 0x10000 1 1
-            OPEN_VO_PORT 2 = 1; VO_START 1 !UNPLUGGED; GET_VO_PARAM 1 = 1920 1080)");
+        R"(GET_VI_COUNT = 6; GET_VO_COUNT = 3; GET_CAPABILITY 0 = value=6; GET_CAPABILITY 1 = type=1 value=3
+            GET_CAPABILITY 2 = type=2 value=6; GET_CAPABILITY 3 = type=3 value=12; ON VO_PORT_PLUG_STATE val=1
+            ON VO_PORT_DDC_INFO Width=3840 height=2160 fr=60; ON VO_PORT_PLUG_STATE port=1 val=1
+            ON VO_PORT_DDC_INFO port=1 Width=3840 height=2160 fr=60; ON VO_PORT_PLUG_STATE port=2
+            OPEN_VI_PORT 5 = 1
+            GET_VI_PORT 6 = [0]: portType=1 plugged=1 enabled=1 width=3840 height=2160 fr=60
+                name=FRONT-CAMERA [1]: port=1 portType=1 plugged=1 enabled=1 width=1920 height=1080 fr=30
+                name=BACK-CAMERA [2]: port=2 portType=2 plugged=1 enabled=1 width=2560 height=1440 fr=60
+                name=LECTERN [3]: port=3 portType=2 enabled=1 name=TABLE [4]: port=4 portType=16 plugged=1
+                enabled=1 width=1280 height=720 fr=25 name=HALL-CAMERA-1 [5]: port=5 portType=16 plugged=1
+                enabled=1 inEngNo=1 width=1280 height=720 fr=25 name=HALL-CAMERA-2
+            GET_ENCODE_CAPABILITY = maxChannel=6 codec[0]: support=1 blocksPs=241200 blockspf=8040
+                maxWidth=1920 minWidth=16 maxHeight=1080 minHeight=16 maxBandWidth=20000 h264MaxLevel=42
+                profiles=1,1,1
+            GET_DECODE_CAPABILITY = maxChannel=12 codec[0]: support=1 blocksPs=241200 maxWidth=1920
+                minWidth=16 maxHeight=1080 minHeight=16 isSvc=1 profiles=1,0,1 fecs=1 codec[1]: support=1
+                blocksPs=241200 maxWidth=1920 minWidth=16 maxHeight=1080 minHeight=16 profiles=1,0,1 fecs=1
+            OPEN_VO_PORT 2 = 1; VO_START 1 !UNPLUGGED; GET_VO_PARAM 1 = param0=1920 param1=1080)");
     for (uint32_t i = 1; i <= 6; ++i)
-        Play("ENC_CREATE = #; GET_ENC_PARAM # = 0 0 1280 720 30 2000; ENC_START # !STATE; SET_ENC_PARAM # < "
-             "0 0 1920 1080 30",
+        Play("ENC_CREATE = #; GET_ENC_PARAM # = w=1280 h=720 fr=30 br=2000; ENC_START # !STATE; "
+             "SET_ENC_PARAM # w=1920 "
+             "h=1080 fr=30",
              i);
     Play(
-        R"(ENC_CREATE !ROOM; ON 1 = 0; SET_ENC_PARAM 1 < 0 0 1921 1080 30 !VALUE; SET_ENC_PARAM 1 < 0 0 16 16 31 !VALUE
-            ENC_START 1; ENC_START 2; ENC_START 3; ON 2 = 3 1; ENC_START 4; ON 2 = 4 1; ENC_START 5 !ROOM; ON 1 = 5
-            ENC_START 4 !STATE; ENC_STOP 1; ENC_START 5; ON 2 = 5 1)");
+        R"(ENC_CREATE !ROOM; ON ENCODE_RESOURCE_INSUFFICIENT 0; SET_ENC_PARAM 1 w=1921 h=1080 fr=30 !VALUE
+            SET_ENC_PARAM 1 w=16 h=16 fr=31 !VALUE; ENC_START 1; ENC_START 2; ENC_START 3
+            ON ENCODE_STATUS encStmNo=3 rts=1; ENC_START 4; ON ENCODE_STATUS encStmNo=4 rts=1
+            ENC_START 5 !ROOM; ON ENCODE_RESOURCE_INSUFFICIENT 5; ENC_START 4 !STATE; ENC_STOP 1; ENC_START 5
+            ON ENCODE_STATUS encStmNo=5 rts=1)");
 }
 
 FORKED_TEST(Application, WhatHappensToPortsIsToldToEveryClient)
@@ -169,16 +182,27 @@ FORKED_TEST(Application, WhatHappensToPortsIsToldToEveryClient)
         });
     join();
     EXPECT_TRUE(Eventually([&] { return Seen() == announced; }));
-    Play(R"(UNPLUG 0 0; ON 102 = 0 @132 1; ON 102 = 1 @132 0; ON 102 = 2 @132 1; ON 102 = 0 @132 0
-            UNPLUG 0 0 !STATE; MODE 0 0 < 640 480 30 !UNPLUGGED; PLUG 0 0 < 16385 480 30 !VALUE
-            PLUG 0 0; ON 102 = 0 @132 1; PLUG 0 0 !STATE; PLUG 0 1 !VALUE; PLUG 0 1 < 1280 720 60; ON 102 = 1 @132 1
-            ON 103 = 0 @68 0 1 @176 3840 2160 30; ON 103 = 2 @68 1 16 @176 1920 1080 25
-            ON 103 = 0 @68 0 1 @176 3840 2160 30; ON 103 = 1 @68 0 2 @176 1280 720 60; ON 208
-            MODE 1 0 < 1280 720 60; MODE 1 0 < 1280 720 60; UNPLUG 1 1; PLUG 1 1
-            ON 101 = 0 @100 3840 2160 60; ON 101 = 1 @100 1920 1080 60; ON 101 = 0 @100 1280 720 60; ON 208
-            MODE 1 0 !VALUE; MODE 0 0 < 1 1 1001 !VALUE; MODE 0 3 < 1 1 1 !NUMBER; UNPLUG 2 0 !VALUE; UNPLUG 1 0x100000000 !NUMBER
-            GET_VI_PORT 2 = 0 1 1 1 @52 3840 2160 30 0 'CAMERA @324 1 2 1 1 @376 1280 720 60 0 'PC-IN
-            GET_VO_PORT 1 = 0 1 1 @32 1280 720 60 @64 'HDMI-OUT-1; RESET; ON 206; ON 207)");
+    Play(R"(CONTROL_UNPLUG 0 0; ON VI_PORT_PLUG_STATE val=1; ON VI_PORT_PLUG_STATE port=1
+            ON VI_PORT_PLUG_STATE port=2 val=1; ON VI_PORT_PLUG_STATE; CONTROL_UNPLUG 0 0 !STATE
+            CONTROL_MODE 0 0 width=640 height=480 fr=30 !UNPLUGGED
+            CONTROL_PLUG 0 0 width=16385 height=480 fr=30 !VALUE; CONTROL_PLUG 0 0
+            ON VI_PORT_PLUG_STATE val=1; CONTROL_PLUG 0 0 !STATE; CONTROL_PLUG 0 1 !VALUE
+            CONTROL_PLUG 0 1 width=1280 height=720 fr=60; ON VI_PORT_PLUG_STATE port=1 val=1
+            ON VI_PORT_PIXEL_INFO portType=1 Width=3840 height=2160 fr=30
+            ON VI_PORT_PIXEL_INFO port=2 stmNo=1 portType=16 Width=1920 height=1080 fr=25
+            ON VI_PORT_PIXEL_INFO portType=1 Width=3840 height=2160 fr=30
+            ON VI_PORT_PIXEL_INFO port=1 portType=2 Width=1280 height=720 fr=60; ON VIDEO_CAPABILITY_UPDATE
+            CONTROL_MODE 1 0 width=1280 height=720 fr=60; CONTROL_MODE 1 0 width=1280 height=720 fr=60
+            CONTROL_UNPLUG 1 1; CONTROL_PLUG 1 1; ON VO_PORT_DDC_INFO Width=3840 height=2160 fr=60
+            ON VO_PORT_DDC_INFO port=1 Width=1920 height=1080 fr=60
+            ON VO_PORT_DDC_INFO Width=1280 height=720 fr=60; ON VIDEO_CAPABILITY_UPDATE
+            CONTROL_MODE 1 0 !VALUE; CONTROL_MODE 0 0 width=1 height=1 fr=1001 !VALUE
+            CONTROL_MODE 0 3 width=1 height=1 fr=1 !NUMBER; CONTROL_UNPLUG 2 0 !VALUE
+            GET_VI_PORT 2 = [0]: portType=1 plugged=1 enabled=1 width=3840 height=2160 fr=30 name=CAMERA [1]:
+                port=1 portType=2 plugged=1 enabled=1 width=1280 height=720 fr=60 name=PC-IN
+            GET_VO_PORT 1 = [0]: plugged=1 enabled=1 width=1280 height=720 fr=60 name=HDMI-OUT-1
+            CONTROL_RESET; ON VIDEO_DIE; ON VIDEO_ACTIVATE)");
+    EXPECT_EQ(SendRaw(VESK_CONTROL_UNPLUG, 0x100000000, "", 1), uint32_t{VESK_SERVICE_ERR_NUMBER});
     const std::string seen = announced + "102 102 103 102 103 208 101 208 101 100 100 101 206 207 ";
     EXPECT_EQ(Seen(), seen);
     other.ExpectOutput(seen);
@@ -187,13 +211,16 @@ FORKED_TEST(Application, WhatHappensToPortsIsToldToEveryClient)
 FORKED_TEST(VideoService, WhatIsOpenGoesOnWhenItsPortIsPluggedInAgain)
 {
     Play(
-        R"(OPEN_VI_PORT 0 = 1; VI_START 1; EXECUT_VI_TRACKING_PARAM 1; GET_VI_AF_STATUS 1 = 1; GET_VI_PT_STATUS 1 = 1
-            UNPLUG 0 0; GET_VI_AF_STATUS 1 = 0; GET_VI_PT_STATUS 1 = 0; EXECUT_VI_TRACKING_PARAM 1 !UNPLUGGED
-            CAMERA_CONTROL 1 2 !UNPLUGGED; ON 107 = 0 2 0x209; GET_VI_PORT 1 = 0 1 0 1 1 1 @52 3840 2160 30 0 'CAMERA
-            PLUG 0 0; GET_VI_AF_STATUS 1 = 1; GET_VI_PT_STATUS 1 = 1; VI_START 1 !STATE
-            UNPLUG 0 0; VI_STOP 1; VI_START 1 !UNPLUGGED; PLUG 0 0; VI_START 1
-            OPEN_VO_PORT 1 = 1; UNPLUG 1 1; VO_START 1 !UNPLUGGED; PLUG 1 1; VO_START 1; UNPLUG 1 1; VO_START 1 !UNPLUGGED
-            VO_STOP 1; VO_DISABLE 1; VO_START 1 !DISABLED)");
+        R"(OPEN_VI_PORT 0 = 1; VI_START 1; EXECUT_VI_TRACKING_PARAM 1; GET_VI_AF_STATUS 1 = 1
+            GET_VI_PT_STATUS 1 = 1; CONTROL_UNPLUG 0 0; GET_VI_AF_STATUS 1 = 0; GET_VI_PT_STATUS 1 = 0
+            EXECUT_VI_TRACKING_PARAM 1 !UNPLUGGED; CAMERA_CONTROL 1 2 !UNPLUGGED
+            ON CAMERA_CTRL_RESULT camCtrlCmd=2 errCode=521
+            GET_VI_PORT 1 = [0]: portType=1 enabled=1 inEngNo=1 started=1 width=3840 height=2160 fr=30
+                name=CAMERA; CONTROL_PLUG 0 0; GET_VI_AF_STATUS 1 = 1; GET_VI_PT_STATUS 1 = 1
+            VI_START 1 !STATE; CONTROL_UNPLUG 0 0; VI_STOP 1; VI_START 1 !UNPLUGGED; CONTROL_PLUG 0 0
+            VI_START 1; OPEN_VO_PORT 1 = 1; CONTROL_UNPLUG 1 1; VO_START 1 !UNPLUGGED; CONTROL_PLUG 1 1
+            VO_START 1; CONTROL_UNPLUG 1 1; VO_START 1 !UNPLUGGED; VO_STOP 1; VO_DISABLE 1
+            VO_START 1 !DISABLED)");
 }
 
 FORKED_TEST(VideoService, AResetLeavesTheDescribedDeviceAndItsClients)
@@ -201,19 +228,23 @@ FORKED_TEST(VideoService, AResetLeavesTheDescribedDeviceAndItsClients)
     const uint32_t queue = Number(VeskVideoBuffCreateQueue);
     const char* const things =
         R"(OPEN_VI_PORT 0 = 1; OPEN_VO_PORT 0 = 1; ENC_CREATE = 1; DEC_CREATE = 1; OPEN_MOUSE_PORT 1 = 1
-            OPEN_LOCAL_MOUSE = 1; SET_LOOP_MODE < 1 1 1 = 1; INIT_UVC; OPEN_UVC_PORT = 0; CREATE_OVERLAY_CHANNEL_PARAM 1 7)";
+            OPEN_LOCAL_MOUSE = 1; SET_LOOP_MODE encNo=1 decNo=1 mode=1 = 1; INIT_UVC; OPEN_UVC_PORT = 0
+            CREATE_OVERLAY_CHANNEL_PARAM 1 7)";
     const char* const described =
         R"(GET_PRESET_COUNT = 0; OPEN_UVC_PORT !STATE; SET_ANDROID_MMEDIA_PROJECTION 1 1 !STATE
-            GET_VI_PORT 2 = 0 1 1 1 @52 3840 2160 30 0 'CAMERA @324 1 2 0 1 @392 'PC-IN
-            GET_VO_PORT 1 = 0 1 1 @32 3840 2160 60 @64 'HDMI-OUT-1)";
+            GET_VI_PORT 2 = [0]: portType=1 plugged=1 enabled=1 width=3840 height=2160 fr=30 name=CAMERA [1]:
+                port=1 portType=2 enabled=1 name=PC-IN
+            GET_VO_PORT 1 = [0]: plugged=1 enabled=1 width=3840 height=2160 fr=60 name=HDMI-OUT-1)";
     Play(described);
     for (int round = 0; round < 2; ++round) {
         Play(things);
         Play(
-            R"(SET_PRESET 1 < 1 5; VI_START 1; SET_DISPLAY_MODE < 2 @16 24; SET_DEFAULT_IMAGE 0 0 < '/image; SET_SR_ENABLE 1
-                SET_FILTER_WINDOW 7 1 < 1; VI_DISABLE 1; PLUG 0 1 < 640 480 30; UNPLUG 1 0; INIT_ANDROID_OBJECTS 1 0
-                RESET; ON 206; ON 207; VI_START 1 !NUMBER; SET_LOOP_START 1 1 !NUMBER; ENABLE_OVERLAY_PARAM 7 1 !NUMBER
-                DESTROY_QUEUE # !NUMBER; CREATE_QUEUE #; SET_CALLBACK)",
+            R"(SET_PRESET 1 isValid=1 presetId=5; VI_START 1; SET_DISPLAY_MODE displayMode=2 fps=24
+            SET_DEFAULT_IMAGE 0 0 text=/image; SET_SR_ENABLE 1; SET_FILTER_WINDOW 7 1 [0]: serviceData[0]=1
+            VI_DISABLE 1; CONTROL_PLUG 0 1 width=640 height=480 fr=30; CONTROL_UNPLUG 1 0
+            INIT_ANDROID_OBJECTS 1 0; CONTROL_RESET; ON VIDEO_DIE; ON VIDEO_ACTIVATE; VI_START 1 !NUMBER
+            SET_LOOP_START 1 1 !NUMBER; ENABLE_OVERLAY_PARAM 7 1 !NUMBER; DESTROY_QUEUE # !NUMBER
+            CREATE_QUEUE #; SET_CALLBACK)",
             queue);
         Play(described);
     }

@@ -27,8 +27,8 @@ struct Thing {
 const Thing kThings[] = {
     {3, "OPEN_VI_PORT #", "", "VI_START %", "VI_STOP %", "CLOSE_VI_PORT %", "!NUMBER"},
     {2, "OPEN_VO_PORT #", "", "VO_START %", "VO_STOP %", "VO_CLOSE %", "!NUMBER"},
-    {16, "ENC_CREATE", "SET_ENC_PARAM % < 0 0 16 16 60", "ENC_START %", "ENC_STOP %", "ENC_DELETE %"},
-    {16, "DEC_CREATE", "SET_DEC_PARAM % < 0 0 3840 2160", "DEC_START %", "DEC_STOP %", "DEC_DELETE %"},
+    {16, "ENC_CREATE", "SET_ENC_PARAM % w=16 h=16 fr=60", "ENC_START %", "ENC_STOP %", "ENC_DELETE %"},
+    {16, "DEC_CREATE", "SET_DEC_PARAM % w=3840 h=2160", "DEC_START %", "DEC_STOP %", "DEC_DELETE %"},
     {4, "OPEN_MOUSE_PORT 1", "MOUSE_CONNECT % 2", "MOUSE_START %", "MOUSE_STOP %", "CLOSE_MOUSE_PORT %"},
     {4, "OPEN_LOCAL_MOUSE", "", "START_LOCAL_MOUSE %", "STOP_LOCAL_MOUSE %", "CLOSE_LOCAL_MOUSE %"},
     {8, "INIT_UVC; OPEN_UVC_PORT", "SET_UVC_PARAM %", "START_UVC_STREAM %", "STOP_UVC_STREAM %",
@@ -50,7 +50,7 @@ void FillAll(uint32_t round)
             Create(thing, i, round, thing.isNumberedOn || round < 2 ? " = %" : "");
     }
     for (uint32_t i = 1; i <= 16; ++i)
-        Play("SET_LOOP_MODE < # # 1 = %", round * 16 + 2, round * 16 + i);
+        Play("SET_LOOP_MODE encNo=# decNo=# mode=1 = %", round * 16 + 2, round * 16 + i);
 }
 
 } // namespace
@@ -58,51 +58,60 @@ void FillAll(uint32_t round)
 FORKED_TEST(VideoService, EveryPortIsAnnouncedAfterInit)
 {
     EXPECT_EQ(Seen(), "100 101 100 101 102 103 102 102 103 ");
-    Play(R"(ON 100 = 0 @84 1; ON 101 = 0 @100 3840 2160 60; ON 100 = 1 @84 1; ON 101 = 1 @100 1920 1080 60
-            ON 102 = 0 @132 1; ON 103 = 0 @68 0 1 @176 3840 2160 30; ON 102 = 1 @132 0
-            ON 102 = 2 @132 1; ON 103 = 2 @68 1 16 @176 1920 1080 25)");
+    Play(R"(ON VO_PORT_PLUG_STATE val=1; ON VO_PORT_DDC_INFO Width=3840 height=2160 fr=60
+            ON VO_PORT_PLUG_STATE port=1 val=1; ON VO_PORT_DDC_INFO port=1 Width=1920 height=1080 fr=60
+            ON VI_PORT_PLUG_STATE val=1; ON VI_PORT_PIXEL_INFO portType=1 Width=3840 height=2160 fr=30
+            ON VI_PORT_PLUG_STATE port=1; ON VI_PORT_PLUG_STATE port=2 val=1
+            ON VI_PORT_PIXEL_INFO port=2 stmNo=1 portType=16 Width=1920 height=1080 fr=25)");
 }
 
 FORKED_TEST(VideoService, PortsAreDescribedFieldByField)
 {
     const uint32_t queue = Number(VeskVideoBuffCreateQueue);
-    // port, its type, plugged, enabled, engine, started, streams, frozen, length, face queue, move speed,
-    // application's task (two), width, height, rate, video I/O, name
     Play(R"(GET_VI_COUNT = 3; OPEN_VI_PORT 2 = 1; OPEN_VI_PORT 0 = 2
-            GET_VI_PORT 1 = 0 1 1 1 2 @52 3840 2160 30 0 'CAMERA
-            SET_VI_CONNECT 2 1; SET_VI_CONNECT 2 2; SET_VI_CONNECT 2 2 !STATE; ENCODER_FREEZE 2 5 < 'frozen
-            SET_CAMERA_QUEUE_ID 2 #; VI_SET_EPTZ_MOVE_SPEED 2 -5; SET_VIO_CALLBACK 2 < 50 51
-            SET_APP_CAPTURE_PARAM 2 < @256 40 30; SET_VI_CONNECT 1 9; SET_VIO_CALLBACK 1 < 60; ENCODER_FREEZE 1 1
-            GET_VI_PORT 1 = 0 1 1 1 2 0 2 5 6 # -5 40 30 3840 2160 30 50 'CAMERA
-            GET_VI_PORT 3 = 0 1 1 1 2 0 2 5 6 # -5 40 30 3840 2160 30 50 'CAMERA @324 1 2 0 1 @392 'PC-IN
-                            @648 2 16 1 1 1 0 1 1 @700 1920 1080 25 60 'NET-CAMERA
+            GET_VI_PORT 1 = [0]: portType=1 plugged=1 enabled=1 inEngNo=2 width=3840 height=2160 fr=30 name=CAMERA
+            SET_VI_CONNECT 2 1; SET_VI_CONNECT 2 2; SET_VI_CONNECT 2 2 !STATE; ENCODER_FREEZE 2 5 data=123456789abc
+            SET_CAMERA_QUEUE_ID 2 #; VI_SET_EPTZ_MOVE_SPEED 2 -5; SET_VIO_CALLBACK 2 serviceData=32
+            SET_APP_CAPTURE_PARAM 2 taskHandle=0x1e00000028; SET_VI_CONNECT 1 9; SET_VIO_CALLBACK 1 serviceData=3c
+            ENCODER_FREEZE 1 1 data=
+            GET_VI_PORT 1 = .. [0]: streams=2 frozen=5 frozenLength=6 faceQueue=# eptzMoveSpeed=-5
+                appTaskHandle=40,30 vioCallback=50
+            GET_VI_PORT 3 = .. [1]: port=1 portType=2 enabled=1 name=PC-IN [2]: port=2 portType=16 plugged=1 enabled=1
+                inEngNo=1 streams=1 frozen=1 width=1920 height=1080 fr=25 vioCallback=60 name=NET-CAMERA
             VI_START 2; SET_VI_DISCONNECT 2 1; SET_VI_DISCONNECT 2 1 !STATE
-            GET_VI_PORT 1 = 0 1 1 1 2 1 1 5 6 # -5 40 30 3840 2160 30 50 'CAMERA
+            GET_VI_PORT 3 = .. [0]: started=1 streams=1
             VI_MODIFY_INPUT 2 9; SET_VI_DISCONNECT 2 2 !STATE; SET_VI_DISCONNECT 2 9; VI_MODIFY_INPUT 2 9 !STATE
             VI_START 1; VI_DISABLE 0; VI_START 2 !DISABLED; VI_STOP 1
-            GET_VI_PORT 1 = 0 1 1 0 2 0 0 5 6 # -5 40 30 3840 2160 30 50 'CAMERA
-            CLOSE_VI_PORT 2; OPEN_VI_PORT 0 !DISABLED; VI_ENABLE 0; GET_VI_PORT 1 = 0 1 1 1 @52 3840 2160 30 0 'CAMERA
-            OPEN_VI_PORT 1 = 3; VI_START 3 !UNPLUGGED; OPEN_VI_PORT 1 !BUSY
-            GET_VI_PORT 0 !VALUE; GET_VI_PORT 4 !VALUE)",
+            GET_VI_PORT 3 = .. [0]: started=0 streams=0 enabled=0
+            CLOSE_VI_PORT 2; OPEN_VI_PORT 0 !DISABLED; VI_ENABLE 0
+            GET_VI_PORT 1 = [0]: portType=1 plugged=1 enabled=1 width=3840 height=2160 fr=30 name=CAMERA
+            OPEN_VI_PORT 1 = 3; VI_START 3 !UNPLUGGED; OPEN_VI_PORT 1 !BUSY; GET_VI_PORT 0 !VALUE; GET_VI_PORT 4 !VALUE)",
          queue);
-    // port, plugged, enabled, engine, started, offset (two), queue, width, height, rate, pictures, display
-    // mode, its rate, super resolution, filter windows, name, default image
     Play(R"(GET_VO_COUNT = 2; OPEN_VO_PORT 1 = 1; OPEN_VO_PORT 0 = 2; OPEN_VO_PORT 0 !BUSY; DEC_CREATE = 1
-            GET_VO_PORT 2 = 0 1 1 2 @32 3840 2160 60 @64 'HDMI-OUT-1
-                            @2376 1 1 1 1 @2408 1920 1080 60 @2440 'HDMI-OUT-2
-            SET_SCREEN_OFFSET 2 < -10 20; SET_VO_QUE_HANDLE 2 #; SET_DISPLAY_MODE < 2 @16 24; SET_SR_ENABLE 5
-            SET_DEFAULT_IMAGE 0 0 < '/image/that/is/at/a/place/which/is/very/long/so/long/that/it/ends/here/and/goes/on
-            SET_VO_SRC 2 < 3 @36 1 @48 7 @216 1 1 @232 8 @404 1 @416 7; SET_SCREEN_OFFSET 1 < 5 6; VO_START 2
-            SET_FILTER_WINDOW 7 3 < 1 1 2 2 3 3; DELETE_FILTER_WINDOW 8 1 < 1 1 !NUMBER
-            GET_VO_PORT 1 = 0 1 1 2 1 -10 20 # 3840 2160 60 3 2 24 1 3 'HDMI-OUT-1
-                    @128 '/image/that/is/at/a/place/which/is/very/long/so/long/that/it/en
-            VO_WINDOW_DESTROY 7 2; VO_WINDOW_DESTROY 7 2 !NUMBER; SET_DEFAULT_IMAGE 0 0 < '/image; SET_SR_ENABLE 0
-            DELETE_FILTER_WINDOW 7 3 < 2 2 1 1 9 9 !NUMBER; DELETE_FILTER_WINDOW 7 2 < 2 2 1 1; VO_START 1
-            VO_DISABLE 0; VO_START 2 !DISABLED; VO_STOP 1; SET_DISPLAY_MODE < 3 !VALUE; SET_VO_SRC 2 < 26 !VALUE
-            SET_VO_SRC 2 < 1 @36 2 !NUMBER; SET_VO_SRC 2 < 1 @32 1 3 !NUMBER; SET_VO_SRC 2 < 1 @36 3; SET_VO_SRC 2 < 1 @32 1 1
-            GET_VO_PORT 1 = 0 1 0 2 0 -10 20 # 3840 2160 60 1 2 24 0 1 'HDMI-OUT-1 @128 '/image
-            VO_CLOSE 2; OPEN_VO_PORT 0 !DISABLED; VO_ENABLE 0; OPEN_VO_PORT 0 = 3; DELETE_FILTER_WINDOW 7 1 < 3 3
-            GET_VO_PORT 1 = 0 1 1 3 @32 3840 2160 60 0 2 24 @64 'HDMI-OUT-1 @128 '/image
+            GET_VO_PORT 2 = [0]: plugged=1 enabled=1 outEngNo=2 width=3840 height=2160 fr=60 name=HDMI-OUT-1
+                [1]: port=1 plugged=1 enabled=1 outEngNo=1 width=1920 height=1080 fr=60 name=HDMI-OUT-2
+            SET_SCREEN_OFFSET 2 xOffset=-10 yOffset=20; SET_VO_QUE_HANDLE 2 #; SET_DISPLAY_MODE displayMode=2 fps=24
+            SET_SR_ENABLE 5; SET_DEFAULT_IMAGE 0 0
+                text=/image/that/is/at/a/place/which/is/very/long/so/long/that/it/ends/here/and/goes/on
+            SET_VO_SRC 2 picNum=3 subPic[0]: inputId=1 winHandle=7 subPic[1]: decFlag=1 inputId=1 winHandle=8
+                subPic[2]: inputId=1 winHandle=7
+            SET_SCREEN_OFFSET 1 xOffset=5 yOffset=6; VO_START 2
+            SET_FILTER_WINDOW 7 3 [0]: serviceData=01 [1]: serviceData=0000000002 [2]: serviceData=03
+            DELETE_FILTER_WINDOW 8 1 [0]: serviceData=01 !NUMBER
+            GET_VO_PORT 1 = [0]: plugged=1 enabled=1 outEngNo=2 started=1 xOffset=-10 yOffset=20 queHandle=# width=3840
+                height=2160 fr=60 pictures=3 displayMode=2 displayFps=24 srEnabled=1 filterWindows=3 name=HDMI-OUT-1
+                defaultImage=/image/that/is/at/a/place/which/is/very/long/so/long/that/it/en
+            VO_WINDOW_DESTROY 7 2; VO_WINDOW_DESTROY 7 2 !NUMBER; SET_DEFAULT_IMAGE 0 0 text=/image; SET_SR_ENABLE 0
+            DELETE_FILTER_WINDOW 7 3 [0]: serviceData=0000000002 [1]: serviceData=01 [2]: serviceData=0000000009 !NUMBER
+            DELETE_FILTER_WINDOW 7 2 [0]: serviceData=0000000002 [1]: serviceData=01
+            VO_START 1; VO_DISABLE 0; VO_START 2 !DISABLED; VO_STOP 1; SET_DISPLAY_MODE displayMode=3 !VALUE
+            SET_VO_SRC 2 picNum=26 !VALUE; SET_VO_SRC 2 picNum=1 subPic[0].inputId=2 !NUMBER
+            SET_VO_SRC 2 picNum=1 subPic[0]: decFlag=1 inputId=3 !NUMBER; SET_VO_SRC 2 picNum=1 subPic[0].inputId=3
+            SET_VO_SRC 2 picNum=1 subPic[0]: decFlag=1 inputId=1
+            GET_VO_PORT 1 = .. [0]: enabled=0 started=0 pictures=1 srEnabled=0 filterWindows=1 defaultImage=/image
+            VO_CLOSE 2; OPEN_VO_PORT 0 !DISABLED; VO_ENABLE 0; OPEN_VO_PORT 0 = 3
+            DELETE_FILTER_WINDOW 7 1 [0]: serviceData=03
+            GET_VO_PORT 1 = .. [0]: enabled=1 outEngNo=3 xOffset=0 yOffset=0 queHandle=0 pictures=0 filterWindows=0
             GET_VO_PORT 0 !VALUE; GET_VO_PORT 3 !VALUE)",
          queue);
 }
@@ -111,98 +120,133 @@ FORKED_TEST(VideoService, RecordsAreReadAsTheyWereSet)
 {
     Play("OPEN_VI_PORT 0; OPEN_VI_PORT 2; OPEN_VO_PORT 0; OPEN_VO_PORT 1; ENC_CREATE; ENC_CREATE; "
          "DEC_CREATE; DEC_CREATE");
-    for (const auto& [verb, sign] : {std::pair("SET_", " % <"), {"GET_", " % ="}}) { // all are set, then read
-        for (const auto* const record : {"VI_PARAM", "VO_PARAM", "ENC_PARAM", "ENC_PARAM_EX", "DEC_PARAM"}) {
+    for (const auto& [verb, sign] : {std::pair("SET_", " % "), {"GET_", " % = "}}) { // all are set, then read
+        for (const auto& [record, fields] :
+             {std::pair("VI_PARAM", "param0=3% param1=4% param2=5% param3=6% param4=7% param9=-8%"),
+              {"VO_PARAM", "param0=3% param1=4% param2=-5% param7=6% param8=7%"},
+              {"ENC_PARAM",
+               "codcType=3% pt=4% w=5% h=6% fr=2% br=7% secType=8% serviceData0=0% effect=9% dtFmtCap=1%"},
+              {"ENC_PARAM_EX", "exParam0=3% exParam1=4% exParam3=5% exParam6=6% serviceData=0%"},
+              {"DEC_PARAM",
+               "codecType=3% payloadType=4% w=5% h=6% secType=2% serviceData=0% transType=9%"}}) {
             for (const uint32_t number : {1U, 2U})
-                Play(std::string(verb) + record + sign + " 3% 4% 5% 6% 2% 7% 8% 9%", 0, number);
+                Play(std::string(verb) + record + sign + fields, 0, number);
         }
     }
     // Framing is set for a port and read by its engine.
-    Play(R"(SET_VI_CUTOUT_PARAM 0 < 1 @784 2; SET_VI_CUTOUT_PARAM 2 < 3 @784 4; SET_VI_PTZF_PARAM 0 < 5 @324 6
-            SET_VI_PTZF_PARAM 2 < 7 @324 8; GET_VI_CUTOUT_PARAM 1 = 1 @784 2; GET_VI_CUTOUT_PARAM 2 = 3 @784 4
-            GET_VI_PTZF_PARAM 1 = 5 @324 6; GET_VI_PTZF_PARAM 2 = 7 @324 8)");
+    for (const auto& [verb, last] : {std::pair("VI_CUTOUT_PARAM", "[196]"), {"VI_PTZF_PARAM", "[81]"}}) {
+        const std::string name = verb, one = " serviceData[0]=1 serviceData" + std::string(last) + "=2",
+                          two = " serviceData[0]=3 serviceData" + std::string(last) + "=4";
+        Play("SET_" + name + " 0" + one + "; SET_" + name + " 2" + two);
+        Play("GET_" + name + " 1 =" + one + "; GET_" + name + " 2 =" + two);
+    }
 }
 
 FORKED_TEST(VideoService, ChannelsAreDescribedAndCountedFieldByField)
 {
-    // started, width, height, rate, queue, key frames, error correction or anti-jitter; starts, stops,
-    // changes
     Play(R"(ENC_CREATE = 1; ENC_CREATE = 2; DEC_CREATE = 1; DEC_CREATE = 2; ENC_MODIFY_FRAME_RATE 1 60 !STATE
-            SET_ENC_PARAM 1 < 0 0 100 200 30; SET_ENC_PARAM_EX 1 < 100; SET_ENC_QUE_HANDLE 1 #; ENC_START 1
-            ENC_FORCE_KEYFRAME 1; ENC_FORCE_KEYFRAME 1; ENC_MODIFY_FRAME_RATE 1 1; ENC_STOP 1
+            SET_ENC_PARAM 1 w=100 h=200 fr=30; SET_ENC_PARAM_EX 1 exParam0=100; SET_ENC_QUE_HANDLE 1 #
+            ENC_START 1; ENC_FORCE_KEYFRAME 1; ENC_FORCE_KEYFRAME 1; ENC_MODIFY_FRAME_RATE 1 1; ENC_STOP 1
             ENC_MODIFY_FRAME_RATE 1 60; ENC_MODIFY_FRAME_RATE 1 0 !VALUE; ENC_MODIFY_FRAME_RATE 1 61 !VALUE
-            ENC_FORCE_KEYFRAME 1 !STATE; SET_ENC_FEC_PARAM 1 < 0x3f000000; ENCODER_GET_STATUS 1 = 0 100 200 60 # 2 1
-            SET_ENC_FEC_PARAM 1; SET_ENC_PARAM 2 < 0 0 3840 2160 60; ENC_START 2; SET_ENC_FEC_PARAM 2 < 0 1
-            ENCODER_GET_ALL_STATUS 3 = 1 0 100 200 60 # 2 0 2 1 3840 2160 60 0 0 1; ENCODER_GET_ALL_STATUS 1 = 1 0 100 200 60 # 2
-            ENCODER_GET_CHR_STATISTICS 1 = 1 1 4; ENCODER_GET_CHR_STATISTICS 2 = 1 0 1
-            SET_DEC_PARAM 1 < 0 0 300 400; SET_DEC_PARAMEX 1 < 1; SET_DEC_QUE_HANDLE 1 %; SET_DEC_MOVE_STATE 1 9
-            DEC_START 1; DEC_STOP 1; DEC_START 1; DECODER_GET_STATUS 1 = 1 300 400 0 % 0 9
-            SET_DEC_PARAM 2 < 0 0 16 16; DECODER_GET_ALL_STATUS 3 = 1 1 300 400 0 % 0 9 2 0 16 16
-            DECODER_GET_CHR_STATISTICS 1 = 2 1 1; DECODER_GET_CHR_STATISTICS 2 = 0 0 1)",
+            ENC_FORCE_KEYFRAME 1 !STATE; SET_ENC_FEC_PARAM 1 lossRate=0.5
+            ENCODER_GET_STATUS 1 = width=100 height=200 frameRate=60 queId=# keyFrames=2 state=1
+            SET_ENC_FEC_PARAM 1; SET_ENC_PARAM 2 w=3840 h=2160 fr=60; ENC_START 2
+            SET_ENC_FEC_PARAM 2 constLostNum=1
+            ENCODER_GET_ALL_STATUS 3 = [0]: stmNo=1 status.width=100 status.height=200 status.frameRate=60
+                status.queId=# status.keyFrames=2 [1]: stmNo=2 status.started=1 status.width=3840
+                status.height=2160 status.frameRate=60 status.state=1
+            ENCODER_GET_ALL_STATUS 1 = [0]: stmNo=1 status.width=100 status.height=200 status.frameRate=60
+                status.queId=# status.keyFrames=2; ENCODER_GET_CHR_STATISTICS 1 = starts=1 stops=1 changes=4
+            ENCODER_GET_CHR_STATISTICS 2 = starts=1 changes=1; SET_DEC_PARAM 1 w=300 h=400
+            SET_DEC_PARAMEX 1 serviceData[0]=1; SET_DEC_QUE_HANDLE 1 %; SET_DEC_MOVE_STATE 1 9; DEC_START 1
+            DEC_STOP 1; DEC_START 1; DECODER_GET_STATUS 1 = started=1 width=300 height=400 queId=% state=9
+            SET_DEC_PARAM 2 w=16 h=16
+            DECODER_GET_ALL_STATUS 3 = [0]: stmNo=1 status.started=1 status.width=300 status.height=400
+                status.queId=% status.state=9 [1]: stmNo=2 status.width=16 status.height=16
+            DECODER_GET_CHR_STATISTICS 1 = starts=2 stops=1 changes=1
+            DECODER_GET_CHR_STATISTICS 2 = changes=1)",
          Number(VeskVideoBuffCreateQueue), Number(VeskVideoBuffCreateQueue));
-    for (const char* size : {"15 16", "16 15", "3841 2160", "3840 2161"})
-        Play("SET_ENC_PARAM 1 < 0 0 " + std::string(size) + " 1 !VALUE; SET_DEC_PARAM 1 < 0 0 " + size +
-             " !VALUE");
-    // channels; support, blocks a second and a frame, greatest and least width and height, band width,
-    // levels, scalable, profiles, error correction
-    Play(R"(SET_ENC_PARAM 1 < 0 0 16 16 61 !VALUE
-            GET_ENCODE_CAPABILITY = 16 1 1944000 32400 3840 16 2160 16 50000 52 0 0x1000101 0x1000000 0
-                                       1 1944000 32400 3840 16 2160 16 50000 0 51 0x1000100 0x1000000 0
-            GET_DECODE_CAPABILITY = 16 1 1944000 3840 16 2160 16 0x10001 1 1
-                                       1 1944000 3840 16 2160 16 0x10000 1 1
-            GET_CAPABILITY 0 = 0 3; GET_CAPABILITY 1 = 1 2; GET_CAPABILITY 2 = 2 16; GET_CAPABILITY 3 = 3 16
-            GET_CAPABILITY 4 !VALUE)");
+    for (const std::string size : {"w=15 h=16", "w=16 h=15", "w=3841 h=2160", "w=3840 h=2161"})
+        Play("SET_ENC_PARAM 1 fr=1 " + size + " !VALUE; SET_DEC_PARAM 1 " + size + " !VALUE");
+    Play(R"(SET_ENC_PARAM 1 w=16 h=16 fr=61 !VALUE
+            GET_ENCODE_CAPABILITY = maxChannel=16 codec[0]: support=1 blocksPs=1944000 blockspf=32400
+                maxWidth=3840 minWidth=16 maxHeight=2160 minHeight=16 maxBandWidth=50000 h264MaxLevel=52
+                isSvc=1 profiles=1,0,1 fecs=1 codec[1]: support=1 blocksPs=1944000 blockspf=32400
+                maxWidth=3840 minWidth=16 maxHeight=2160 minHeight=16 maxBandWidth=50000 h265MaxLevel=51
+                profiles=1,0,1 fecs=1
+            GET_DECODE_CAPABILITY = maxChannel=16 codec[0]: support=1 blocksPs=1944000 maxWidth=3840
+                minWidth=16 maxHeight=2160 minHeight=16 isSvc=1 profiles=1,0,1 fecs=1 codec[1]: support=1
+                blocksPs=1944000 maxWidth=3840 minWidth=16 maxHeight=2160 minHeight=16 profiles=1,0,1 fecs=1
+            GET_CAPABILITY 0 = value=3; GET_CAPABILITY 1 = type=1 value=2; GET_CAPABILITY 2 = type=2 value=16
+            GET_CAPABILITY 3 = type=3 value=16; GET_CAPABILITY 4 !VALUE)");
 }
 
 FORKED_TEST(VideoService, CamerasMoveAndRememberPresets)
 {
     const auto move = [](const std::string& command, int times, const std::string& outcome = "") {
         for (int i = 0; i < times; ++i)
-            Play("CAMERA_CONTROL 1 " + command + (outcome.empty() ? "" : " !VALUE") + "; ON 107 = 0 " +
-                 command + ' ' + (outcome.empty() ? "0" : outcome));
+            Play("CAMERA_CONTROL 1 " + command + (outcome.empty() ? "" : " !VALUE") +
+                 "; ON CAMERA_CTRL_RESULT camCtrlCmd=" + command + outcome);
     };
-    Play("OPEN_VI_PORT 0 = 1; OPEN_VI_PORT 2 = 2; OPEN_VI_PORT 1 = 3; GET_BOUNDARY_STATE 1 = 0 0");
+    Play("OPEN_VI_PORT 0 = 1; OPEN_VI_PORT 2 = 2; OPEN_VI_PORT 1 = 3; GET_BOUNDARY_STATE 1 =");
     move("1", 9);
-    Play("GET_BOUNDARY_STATE 1 = 0 0; CAMERA_CONTROL 1 16 = -9 0 9");
+    Play("GET_BOUNDARY_STATE 1 =; CAMERA_CONTROL 1 16 = pan=-9 tilt=0 commands=9");
     move("1", 3);
     move("3", 12);
-    Play("GET_BOUNDARY_STATE 1 = -1 1; CAMERA_CONTROL 1 16 = -10 10 24");
+    Play("GET_BOUNDARY_STATE 1 = pan=-1 tilt=1; CAMERA_CONTROL 1 16 = pan=-10 tilt=10 commands=24");
     move("2", 21);
     move("4", 1);
-    Play("GET_BOUNDARY_STATE 1 = 1 0; CAMERA_CONTROL 1 16 = 10 9 46; CAMERA_CONTROL 2 16 = 0 0 0");
-    for (const auto& [command, outcome] : {std::pair("0", ""), {"22", ""}, {"-1", "0x207"}, {"23", "0x207"}})
+    Play("GET_BOUNDARY_STATE 1 = pan=1; CAMERA_CONTROL 1 16 = pan=10 tilt=9 commands=46; CAMERA_CONTROL 2 16 "
+         "= pan=0");
+    for (const auto& [command, outcome] :
+         {std::pair("0", ""), {"22", ""}, {"-1", " errCode=0x207"}, {"23", " errCode=0x207"}})
         move(command, 1, outcome);
-    Play(R"(CAMERA_CONTROL 1 16 = 10 9 48; CAMERA_CONTROL 3 1 !STATE; SET_PRESET 3 < 1 1 !STATE
-            SET_PRESET 1 < 7 7; SET_PRESET 1 < 4 4; SET_PRESET 2 < 5 5; SET_PRESET 1 < 0 5 !NUMBER; GET_PRESET_COUNT = 3
-            QUERY_PRESET 0 5 = 4 4 7 7 5 5; QUERY_PRESET 0 1 = 4 4; QUERY_PRESET 1 3 = 4 4 7 7; QUERY_PRESET 2 1 = 5 5
-            QUERY_PRESET 0 0 !VALUE; QUERY_PRESET 0 1025 !VALUE; QUERY_PRESET 0 1024 = 4 4 7 7 5 5
-            GET_VI_PT_STATUS 1 = 0; GET_VI_AF_STATUS 1 = 0; EXECUT_VI_TRACKING_PARAM 1 !STATE; VI_START 1
-            GET_VI_PT_STATUS 1 = 0; GET_VI_AF_STATUS 1 = 1; EXECUT_VI_TRACKING_PARAM 1; GET_VI_PT_STATUS 1 = 1
-            GET_VI_PT_STATUS 2 = 0; SET_VIRTUAL_VI_PARAM 2 < '/path)");
+    Play(R"(CAMERA_CONTROL 1 16 = pan=10 tilt=9 commands=48; CAMERA_CONTROL 3 1 !STATE
+            SET_PRESET 3 isValid=1 presetId=1 !STATE; SET_PRESET 1 isValid=7 presetId=7
+            SET_PRESET 1 isValid=4 presetId=4; SET_PRESET 2 isValid=5 presetId=5
+            SET_PRESET 1 presetId=5 !NUMBER; GET_PRESET_COUNT = 3
+            QUERY_PRESET 0 5 = [0]: isValid=4 presetId=4 [1]: isValid=7 presetId=7 [2]: isValid=5 presetId=5
+            QUERY_PRESET 0 1 = [0]: isValid=4 presetId=4
+            QUERY_PRESET 1 3 = [0]: isValid=4 presetId=4 [1]: isValid=7 presetId=7
+            QUERY_PRESET 2 1 = [0]: isValid=5 presetId=5; QUERY_PRESET 0 0 !VALUE; QUERY_PRESET 0 1025 !VALUE
+            QUERY_PRESET 0 1024 = [0]: isValid=4 presetId=4 [1]: isValid=7 presetId=7 [2]: isValid=5
+                presetId=5; GET_VI_PT_STATUS 1 = 0; GET_VI_AF_STATUS 1 = 0; EXECUT_VI_TRACKING_PARAM 1 !STATE
+            VI_START 1; GET_VI_PT_STATUS 1 = 0; GET_VI_AF_STATUS 1 = 1; EXECUT_VI_TRACKING_PARAM 1
+            GET_VI_PT_STATUS 1 = 1; GET_VI_PT_STATUS 2 = 0; SET_VIRTUAL_VI_PARAM 2 text=/path)");
 }
 
 FORKED_TEST(VideoService, LinksAndJobsAreNotified)
 {
     Play(
-        R"(OPEN_VI_PORT 2 = 1; OPEN_VI_PORT 0 = 2; DEC_CREATE = 1; DEC_CREATE = 2; DEC_CREATE = 3; OPEN_VO_PORT 1 = 1
-            VI_START 1; VI_START 2; SET_DEFAULT_IMAGE 1 0 < '/image; VO_START 1; ON 106 = -1 'HDMI-OUT-2 @72 1; VO_CLOSE 1; ON 108 = -1 'HDMI-OUT-2 @72 1
-            OPEN_VO_PORT 1 = 2; SET_VO_SRC 2 < 1 @36 1; VO_START 2; ON 106 = 2 'NET-CAMERA @72 2
-            VO_STOP 2; SET_VO_SRC 2 < 2 @32 5 2 @220 1; VO_START 2; VO_CLOSE 2; ON 108 = -1 'HDMI-OUT-2 @68 1 2
-            OPEN_VO_PORT 0 = 3; SET_VO_SRC 3 < 1 @36 2; VO_START 3; ON 106 = 0 'CAMERA @72 3
-            SET_WALLPAPER_INFO; SET_WALLPAPER_INFO; ON 6 = 1; ON 6 = 2; SET_ANNOTATION_STATUS 1 2 7; ON 109 = 7
-            VERYFY_IMAGE 1 !UNREACHABLE; GET_SNAPSHOT 1 2; SET_ANDROID_MMEDIA_PROJECTION 1 1 !STATE
-            INIT_ANDROID_OBJECTS 0 0 !VALUE; INIT_ANDROID_OBJECTS 1 0; SET_ANDROID_MMEDIA_PROJECTION 1 1)");
+        R"(OPEN_VI_PORT 2 = 1; OPEN_VI_PORT 0 = 2; DEC_CREATE = 1; DEC_CREATE = 2; DEC_CREATE = 3
+            OPEN_VO_PORT 1 = 1; VI_START 1; VI_START 2; SET_DEFAULT_IMAGE 1 0 text=/image; VO_START 1
+            ON DISPLAY_FIRST_FRAME viPort=-1 portName=HDMI-OUT-2 surfaceId=1; VO_CLOSE 1
+            ON DISPLAY_DESTROY_LINK viPort=-1 portName=HDMI-OUT-2 surfaceId=1; OPEN_VO_PORT 1 = 2
+            SET_VO_SRC 2 picNum=1 subPic[0]: inputId=1; VO_START 2
+            ON DISPLAY_FIRST_FRAME viPort=2 portName=NET-CAMERA surfaceId=2; VO_STOP 2
+            SET_VO_SRC 2 picNum=2 subPic[0]: decFlag=5 inputId=2 subPic[1]: inputId=1; VO_START 2; VO_CLOSE 2
+            ON DISPLAY_DESTROY_LINK viPort=-1 portName=HDMI-OUT-2 isDec=1 surfaceId=2; OPEN_VO_PORT 0 = 3
+            SET_VO_SRC 3 picNum=1 subPic[0]: inputId=2; VO_START 3
+            ON DISPLAY_FIRST_FRAME portName=CAMERA surfaceId=3; SET_WALLPAPER_INFO; SET_WALLPAPER_INFO
+            ON WALLPAPER_DEC_OK 1; ON WALLPAPER_DEC_OK 2; SET_ANNOTATION_STATUS 1 2 7
+            ON DATA_AUX_ANNOTATION_CAP_READY data=07000000; VERYFY_IMAGE 1 !UNREACHABLE; GET_SNAPSHOT 1 2
+            SET_ANDROID_MMEDIA_PROJECTION 1 1 !STATE; INIT_ANDROID_OBJECTS 0 0 !VALUE
+            INIT_ANDROID_OBJECTS 1 0; SET_ANDROID_MMEDIA_PROJECTION 1 1)");
     for (uint32_t i = 1; i <= 6; ++i)
-        Play("ENC_CREATE = #; SET_ENC_PARAM # < 0 0 16 16; ENC_START #" +
-                 std::string(i > 4 ? "; ON 2 = # 1" : ""),
+        Play("ENC_CREATE = #; SET_ENC_PARAM # w=16 h=16; ENC_START #" +
+                 std::string(i > 4 ? "; ON ENCODE_STATUS encStmNo=# rts=1" : ""),
              i);
-    Play(R"(ENC_STOP 6; ENC_STOP 1; ON 2 = 1 0; ENC_STOP 2
-            SET_LOOP_MODE < 1 2 1 = 1; SET_LOOP_MODE < 2 3 1 = 2; SET_LOOP_MODE < 3 2 1 = 3; SET_LOOP_MODE < 4 2 1 = 4
-            SET_LOOP_START 1 3; SET_LOOP_START 2 1; SET_LOOP_START 3 1; SET_LOOP_START 3 0; SET_LOOP_START 4 1; ENC_STOP 4
-            ON 0 = 3 0; ON 0 = 1 0; ON 0 = 1 0; ON 0 = 0 0; ON 0 = 1 0; ENC_DELETE 4; SET_LOOP_MODE < 99 2 1 !NUMBER
-            SET_LOOP_MODE < 1 99 1 !NUMBER; SET_DEC_PARAM 2 < 0 0 16 16; DEC_START 2; ON 4 = 2 1; ON 5 = 1
-            SET_DEC_PARAM 2 < 0 0 32 32; ON 3 = 2; SET_DEC_PARAMEX 2 < 1; ON 3 = 2; DEC_STOP 2; SET_DEC_PARAM 2 < 0 0 16 16)");
-    Play("CLOSE_VI_PORT 1; VO_CLOSE 3; ON 108 = 0 'CAMERA @72 3");
+    Play(R"(ENC_STOP 6; ENC_STOP 1; ON ENCODE_STATUS encStmNo=1; ENC_STOP 2
+            SET_LOOP_MODE encNo=1 decNo=2 mode=1 = 1; SET_LOOP_MODE encNo=2 decNo=3 mode=1 = 2
+            SET_LOOP_MODE encNo=3 decNo=2 mode=1 = 3; SET_LOOP_MODE encNo=4 decNo=2 mode=1 = 4
+            SET_LOOP_START 1 3; SET_LOOP_START 2 1; SET_LOOP_START 3 1; SET_LOOP_START 3 0; SET_LOOP_START 4 1
+            ENC_STOP 4; ON LOCAL_LOOP_STATE 3 0; ON LOCAL_LOOP_STATE 1 0; ON LOCAL_LOOP_STATE 1 0
+            ON LOCAL_LOOP_STATE 0 0; ON LOCAL_LOOP_STATE 1 0; ENC_DELETE 4
+            SET_LOOP_MODE encNo=99 decNo=2 mode=1 !NUMBER; SET_LOOP_MODE encNo=1 decNo=99 mode=1 !NUMBER
+            SET_DEC_PARAM 2 w=16 h=16; DEC_START 2; ON DECODE_STATUS decStmNo=2 state=1; ON IFREAME_REQUEST 1
+            SET_DEC_PARAM 2 w=32 h=32; ON DECODE_RECREATE_OK 2; SET_DEC_PARAMEX 2 serviceData[0]=1
+            ON DECODE_RECREATE_OK 2; DEC_STOP 2; SET_DEC_PARAM 2 w=16 h=16)");
+    Play("CLOSE_VI_PORT 1; VO_CLOSE 3; ON DISPLAY_DESTROY_LINK portName=CAMERA surfaceId=3");
     EXPECT_EQ(Seen(),
               "100 101 100 101 102 103 102 102 103 106 108 106 108 106 6 6 109 2 2 2 0 0 0 0 0 4 5 3 3 108 ");
 }
@@ -214,20 +258,23 @@ FORKED_TEST(VideoService, TheFirstFrameNeedsAPicture)
     const struct {
         const char *before, *shows, *link;
     } rows[] = {
-        {"SET_VO_SRC 1 < 1 @36 1; VI_START 1", "VO_START 1", "0 'CAMERA @72 1"},
-        {"SET_VO_SRC 1 < 1 @36 1; VO_START 1", "VI_START 1", "0 'CAMERA @72 1"},
-        {"VI_START 1; VO_START 1", "SET_VO_SRC 1 < 1 @36 1", "0 'CAMERA @72 1"},
-        {"VI_START 1; UNPLUG 0 0; SET_VO_SRC 1 < 1 @36 1; VO_START 1", "PLUG 0 0", "0 'CAMERA @72 1"},
-        {"VI_START 1; VI_DISABLE 0; VI_ENABLE 0; SET_VO_SRC 1 < 1 @36 1; VO_START 1", "VI_START 1",
-         "0 'CAMERA @72 1"},
-        {"SET_VO_SRC 1 < 1 @36 1; VO_START 1; UNPLUG 1 0; VI_START 1", "PLUG 1 0", "0 'CAMERA @72 1"},
-        {"SET_VO_SRC 1 < 2 @36 1 @216 1 1; VO_START 1; SET_DEC_PARAM 1 < 0 0 16 16", "DEC_START 1",
-         "-1 'HDMI-OUT-1 @68 1 1"},
-        {"VO_START 1; SET_DEFAULT_IMAGE 1 0 < '/image", "SET_DEFAULT_IMAGE 0 0 < '/image",
-         "-1 'HDMI-OUT-1 @72 1"},
+        {"SET_VO_SRC 1 picNum=1 subPic[0].inputId=1; VI_START 1", "VO_START 1", "portName=CAMERA"},
+        {"SET_VO_SRC 1 picNum=1 subPic[0].inputId=1; VO_START 1", "VI_START 1", "portName=CAMERA"},
+        {"VI_START 1; VO_START 1", "SET_VO_SRC 1 picNum=1 subPic[0].inputId=1", "portName=CAMERA"},
+        {"VI_START 1; CONTROL_UNPLUG 0 0; SET_VO_SRC 1 picNum=1 subPic[0].inputId=1; VO_START 1",
+         "CONTROL_PLUG 0 0", "portName=CAMERA"},
+        {"VI_START 1; VI_DISABLE 0; VI_ENABLE 0; SET_VO_SRC 1 picNum=1 subPic[0].inputId=1; VO_START 1",
+         "VI_START 1", "portName=CAMERA"},
+        {"SET_VO_SRC 1 picNum=1 subPic[0].inputId=1; VO_START 1; CONTROL_UNPLUG 1 0; VI_START 1",
+         "CONTROL_PLUG 1 0", "portName=CAMERA"},
+        {"SET_VO_SRC 1 picNum=2 subPic[0].inputId=1 subPic[1]: decFlag=1 inputId=1; VO_START 1; "
+         "SET_DEC_PARAM 1 w=16 h=16",
+         "DEC_START 1", "viPort=-1 portName=HDMI-OUT-1 isDec=1"},
+        {"VO_START 1; SET_DEFAULT_IMAGE 1 0 text=/image", "SET_DEFAULT_IMAGE 0 0 text=/image",
+         "viPort=-1 portName=HDMI-OUT-1"},
     };
     const auto shown = [] { // so far: all that was sent has arrived
-        Play("SET_ANNOTATION_STATUS 1 2 7; ON 109 = 7");
+        Play("SET_ANNOTATION_STATUS 1 2 7; ON DATA_AUX_ANNOTATION_CAP_READY data=07000000");
         return Arrived(VESK_VIDEO_ON_DISPLAY_FIRST_FRAME_NOTIFY, 0).size();
     };
     size_t frames = 0;
@@ -236,9 +283,10 @@ FORKED_TEST(VideoService, TheFirstFrameNeedsAPicture)
         Play("OPEN_VI_PORT 0 = 1; DEC_CREATE = 1; OPEN_VO_PORT 0 = 1");
         Play(row.before);
         EXPECT_EQ(shown(), frames);
-        Play(std::string(row.shows) + "; ON 106 = " + row.link + "; VO_STOP 1; VO_START 1");
+        Play(std::string(row.shows) + "; ON DISPLAY_FIRST_FRAME surfaceId=1 " + row.link +
+             "; VO_STOP 1; VO_START 1");
         EXPECT_EQ(shown(), ++frames); // once an engine
-        Play("RESET");
+        Play("CONTROL_RESET");
     }
 }
 
@@ -273,7 +321,9 @@ FORKED_TEST(VideoService, QueuesComeWithTheirOwners)
         Play(set + "#; " + set + "% !NUMBER; " + set + "0", mine, overlay);
     }
     Play("OPEN_VI_PORT 0 = 2; SET_CAMERA_QUEUE_ID 2 #; SET_CAMERA_QUEUE_ID 2 %", mine, overlay);
-    Play("GET_VI_PORT 1 = 0 1 1 1 2 @36 # @52 3840 2160 30 @68 'CAMERA", mine);
+    Play("GET_VI_PORT 1 = [0]: portType=1 plugged=1 enabled=1 inEngNo=2 faceQueue=# width=3840 height=2160 "
+         "fr=30 name=CAMERA",
+         mine);
 }
 
 FORKED_TEST(VideoService, ThingsHaveStatesAndThereIsRoomForSoMany)
@@ -294,18 +344,20 @@ FORKED_TEST(VideoService, ThingsHaveStatesAndThereIsRoomForSoMany)
         Create(thing, thing.most, 0, std::string(" ") + thing.full);
     }
     Play(R"(MOUSE_CONNECT 2 99 !NUMBER; CREATE_OVERLAY_CHANNEL_PARAM 1 3 !BUSY
-            CREATE_OVERLAY_CHANNEL_PARAM 1 0x100000000 !NUMBER; SET_UVC_PARAM 1; UVC_REQ_I_FRAME 1 !STATE
+            SET_UVC_PARAM 1; UVC_REQ_I_FRAME 1 !STATE
             START_UVC_STREAM 1; UVC_REQ_I_FRAME 1; DEINIT_UVC; STOP_UVC_STREAM 1 !NUMBER; OPEN_UVC_PORT !STATE)");
 }
 
 FORKED_TEST(VideoService, ListsHaveRoomForSoMany)
 {
     const std::tuple<uint32_t, std::string, std::string, std::string> lists[] = {
-        {64, "SET_PRESET 1 < 1 #", "SET_PRESET 1 < 0 #", ""}, // what is there already is taken, or not
-        {1024, "SET_FILTER_WINDOW 7 1 < #", "DELETE_FILTER_WINDOW 7 1 < #", " !ROOM"},
-        {64, "ADVANCE_QUE_CLIENT_INIT < 's#", "", ""},
+        {64, "SET_PRESET 1 isValid=1 presetId=#", "SET_PRESET 1 presetId=#",
+         ""}, // what is there already is taken, or not
+        {1024, "SET_FILTER_WINDOW 7 1 [0].serviceData[0]=#", "DELETE_FILTER_WINDOW 7 1 [0].serviceData[0]=#",
+         " !ROOM"},
+        {64, "ADVANCE_QUE_CLIENT_INIT text=s#", "", ""},
         {64, "SET_VI_CONNECT 1 #", "SET_VI_DISCONNECT 1 #", " !STATE"},
-        {15, "INIT < 'c# @16 'VAPI", "EXIT", ""}}; // and this application's own
+        {15, "INIT procName=c# taskName=VAPI", "EXIT", ""}}; // and this application's own
     Play("OPEN_VI_PORT 0 = 1");
     for (const auto& [most, add, remove, again] : lists) {
         for (uint32_t i = 0; i < most; ++i)
@@ -322,12 +374,12 @@ FORKED_TEST(VideoService, ListsHaveRoomForSoMany)
     for (uint32_t first = 100; first < 1600; first += 100) {
         others.push_back(Prepared([&] {
             for (uint32_t i = 0; i < 16; ++i)
-                Play("INIT < 'c# @16 'VAPI", first + i);
+                Play("INIT procName=c# taskName=VAPI", first + i);
         }));
     }
-    InFork([] { Play("INIT < 'c# @16 'VAPI !ROOM", 1700); });
+    InFork([] { Play("INIT procName=c# taskName=VAPI !ROOM", 1700); });
     others.pop_back();
-    InFork([] { Play("INIT < 'c# @16 'VAPI", 1700); });
+    InFork([] { Play("INIT procName=c# taskName=VAPI", 1700); });
 }
 
 FORKED_TEST(Application, A1024QueuesAreAnnouncedUntilACreatorEnds)
@@ -436,10 +488,20 @@ FORKED_TEST(VideoService, EveryRequestRefusesPayloadsOfAnotherLengthAndUnknownNu
         ++named;
     }
     EXPECT_GT(named, 60);
+    for (const auto& [process, task] : {std::pair<std::string, std::string>("", "VAPI"),
+                                        {"a", ""},
+                                        {"sixteen-letters!", "VAPI"},
+                                        {"a\na", "VAPI"},
+                                        {"a\x7f", "VAPI"}}) {
+        VeskVideoInitInfo info{};
+        process.copy(info.procName, sizeof info.procName);
+        task.copy(info.taskName, sizeof info.taskName);
+        const std::string payload(reinterpret_cast<const char*>(&info), sizeof info);
+        EXPECT_EQ(SendRaw(VESK_VIDEO_MSG_INIT, 0, payload), uint32_t{VESK_SERVICE_ERR_VALUE}) << process;
+    }
     Play(
-        R"(GET_PRESET_COUNT = 0; INIT < @16 'VAPI !VALUE; INIT < 'a !VALUE; INIT < 'sixteen-letters! 'VAPI !VALUE
-            INIT < 0x610a61 @16 'VAPI !VALUE; INIT < 0x7f61 @16 'VAPI !VALUE; ADVANCE_QUE_CLIENT_INIT < ' !VALUE
-            SET_CALLBACK; SET_APP_CAPTURE_PARAM 1 !VALUE; EXIT; SET_CALLBACK !STATE)"); // of nobody it knows
+        R"(GET_PRESET_COUNT = 0; ADVANCE_QUE_CLIENT_INIT text= !VALUE; SET_CALLBACK; SET_APP_CAPTURE_PARAM 1 !VALUE
+            EXIT; SET_CALLBACK !STATE)"); // of nobody it knows
     for (const auto unknown : std::initializer_list<uint16_t>{4, 2, 65535})
         EXPECT_EQ(SendRaw(unknown, 0, std::string(100000, 'x')), uint32_t{VESK_SERVICE_ERR_REQUEST});
 }

@@ -1,119 +1,144 @@
+// Plays statements: messages written with the decoder's names.
+#include "decoder/text.h"
 #include "service/service_fixture.h"
-#include "vesk_service/control_list.h"
 
-#include <span>
 #include <sstream>
 
-using namespace vesk::messages;
+using namespace vesk;
+using namespace vesk::decoder;
 
 namespace {
 
-uint32_t Code(const std::string& name)
+constexpr size_t kHead = sizeof(VeskVideoMsgHead);
+
+const Decoder& TheDecoder()
 {
-    const char* const names[] = {"REQUEST", "LENGTH", "NUMBER",    "BUSY",    "STATE",      "DISABLED",
-                                 "VALUE",   "ROOM",   "UNPLUGGED", "NOT_YET", "UNREACHABLE"};
-    return static_cast<uint32_t>(std::find(std::begin(names), std::end(names), name) - names) + 0x201;
+    static const Decoder s_decoder;
+    return s_decoder;
 }
 
-void Append(std::string& bytes, const std::string& token)
-{
-    if (token[0] == '\'') {
-        bytes += token.substr(1);
-    } else if (token[0] == '@') {
-        bytes.resize(std::stoul(token.substr(1)));
-    } else {
-        const auto word = static_cast<uint32_t>(std::stoull(token, nullptr, 0));
-        bytes.append(reinterpret_cast<const char*>(&word), sizeof word);
+/// A message as it is written down: names and values, of which the last one given counts.
+struct Written {
+    Direction direction;
+    uint32_t number;
+    std::map<std::string, std::string> fields{};
+    std::string prefix = ""; ///< Of the names that follow.
+
+    Listing Listed() const { return TheDecoder().Describe(direction, number); }
+
+    void Add(const std::string& word)
+    {
+        const size_t equals = word.find('=');
+        if (word.ends_with(':'))
+            prefix = word.substr(0, word.size() - 1) + '.';
+        else if (equals != word.npos)
+            fields[prefix + word.substr(0, equals)] = word.substr(equals + 1);
+        else
+            fields[NextArgument()] = word;
     }
-}
 
-/// Bytes as the words that records are made of, which is how a test shows them.
-std::vector<uint32_t> Words(const std::string& bytes)
-{
-    std::vector<uint32_t> words((bytes.size() + 3) / 4);
-    bytes.copy(reinterpret_cast<char*>(words.data()), bytes.size());
-    return words;
-}
+    /// Header and payload.
+    Bytes Block() const
+    {
+        std::vector<Assignment> assignments;
+        for (const auto& [path, value] : fields)
+            assignments.push_back({path, value});
+        return TheDecoder().Encode(direction, number, assignments);
+    }
 
-/// Bytes of a payload or an answer, when there is nothing wrong with it.
-size_t SizeOf(const Form& form, const VeskVideoMsgHead& head, size_t given)
-{
-    if (form.kind == Kind::kText || form.kind == Kind::kBytes)
-        return given + (form.kind == Kind::kText ? 1 : 0);
-    return form.kind == Kind::kArray ? form.size * ValueOf(head, form.count) : form.size;
-}
-
-/// A request of the interface or a control request; null if there is none of this name.
-const Request* RequestNamed(const std::string& name)
-{
-    for (const auto& [prefix, listed] : {std::pair("VESK_VIDEO_MSG_", std::span<const Request>(kRequests)),
-                                         {"VESK_CONTROL_", kControlRequests}}) {
-        for (const Request& request : listed) {
-            if (request.name == prefix + name)
-                return &request;
+private:
+    /// The first argument of the header that has no value yet; of an answer, the number that it consists of.
+    std::string NextArgument() const
+    {
+        const Listing listing = Listed();
+        for (const HeaderArgument& argument : listing.arguments) {
+            if (argument.isListed && !fields.contains(std::string(argument.name)))
+                return std::string(argument.name);
         }
+        return listing.form->name;
     }
-    return nullptr;
+};
+
+/// Compares a payload byte by byte with what follows the header of @p block, then zeros.
+void ExpectPayload(const Written& message, Bytes block, std::string_view payload)
+{
+    block.resize(std::max(block.size(), kHead + payload.size()));
+    Bytes actual = block;
+    actual.resize(kHead + payload.size());
+    std::ranges::copy(std::as_bytes(std::span(payload)), actual.begin() + kHead);
+    const auto line = [&](const Bytes& data) {
+        return Line(TheDecoder(), TheDecoder().Decode({message.direction, message.number, data}));
+    };
+    EXPECT_TRUE(actual == block) << line(actual) << "\nexpected:\n" << line(block);
+}
+
+/// An application is given a notification's payload or, if there is none, its arguments.
+void PlayNotification(const Written& message)
+{
+    static std::map<uint32_t, size_t> s_seen; // notifications, by number
+    const size_t seen = s_seen[message.number]++;
+    const std::vector<std::string> arrived = Arrived(message.number, seen + 1);
+    ASSERT_GT(arrived.size(), seen);
+    Bytes block = message.Block();
+    const Bytes head(block.begin(), block.begin() + kHead);
+    for (const HeaderArgument& argument : message.Listed().arguments) {
+        const auto at = head.begin() + static_cast<ptrdiff_t>(argument.offset);
+        if (argument.isListed)
+            block.insert(block.end(), at, at + sizeof(uint32_t));
+    }
+    ExpectPayload(message, block, arrived[seen]);
+}
+
+void PlayRequest(const Written& request, const Written* expected, uint32_t result)
+{
+    const Bytes block = request.Block();
+    const auto* const head = reinterpret_cast<const VeskVideoMsgHead*>(block.data());
+    const auto size = static_cast<uint32_t>(block.size() - kHead);
+    const void* const data = size != 0 ? block.data() + kHead : nullptr;
+    const messages::Form& form = *Written{Direction::kAnswer, request.number}.Listed().form;
+    const size_t count = form.kind == messages::Kind::kArray ? messages::ValueOf(*head, form.count) : 1;
+    const Bytes wanted = expected != nullptr ? expected->Block() : Bytes(kHead);
+    std::string answer(std::max(wanted.size() - kHead, form.size * count), '\0');
+    const auto answerSize = static_cast<uint32_t>(answer.size());
+    if (form.kind == messages::Kind::kUnanswered)
+        EXPECT_EQ(VeskVideoSendAsyncMsg(head), 0U);
+    else if (result != 0 || answer.empty())
+        EXPECT_EQ(VeskVideoSendSyncMsgWithoutResponse(head, data, size), result);
+    else
+        EXPECT_EQ(VeskVideoSendSyncMsg(head, data, size, answer.data(), answerSize), 0U);
+    if (expected != nullptr)
+        ExpectPayload(*expected, wanted, answer);
 }
 
 void PlayStatement(const std::string& statement)
 {
-    static std::map<uint32_t, size_t> s_seen; // notifications, by number
+    static std::map<uint32_t, Written> s_answers; // the last that were expected, by request
     SCOPED_TRACE(statement);
-    std::istringstream tokens(statement);
-    std::string name, token, payload, expected, *bytes = nullptr;
-    std::vector<uint64_t> arguments;
+    std::istringstream words(statement);
+    std::string word;
+    words >> word;
+    const bool isNotification = word == "ON" && words >> word;
+    const uint32_t number = isNotification ? NotificationNamed(word).number : RequestNamed(word).number;
+    Written sent{isNotification ? Direction::kNotification : Direction::kRequest, number};
+    Written answer{Direction::kAnswer, number}, *written = &sent;
     uint32_t result = 0;
-    tokens >> name;
-    while (tokens >> token) {
-        if (token == "<" || token == "=")
-            bytes = token == "<" ? &payload : &expected;
-        else if (token[0] == '!')
-            result = Code(token.substr(1));
-        else if (bytes != nullptr)
-            Append(*bytes, token);
+    while (words >> word) {
+        if (word == "=")
+            written = &answer;
+        else if (word == "..")
+            answer = s_answers.at(number);
+        else if (word[0] == '!')
+            result = FindResult(word.substr(1)).value();
         else
-            arguments.push_back(std::stoull(token, nullptr, 0));
+            written->Add(word);
     }
-    const bool isCompared = bytes == &expected;
-    if (name == "ON") {
-        const auto id = static_cast<uint32_t>(arguments.at(0));
-        const size_t seen = s_seen[id]++;
-        const std::vector<std::string> arrived = Arrived(id, seen + 1);
-        ASSERT_GT(arrived.size(), seen);
-        expected.resize(std::max(expected.size(), arrived[seen].size()));
-        EXPECT_EQ(Words(arrived[seen]), Words(expected));
-        return;
-    }
-    const Request* const found = RequestNamed(name);
-    ASSERT_NE(found, nullptr) << "is no request";
-    const Request& request = *found;
-    arguments.resize(3); // taken from the front
-    auto take = [&, at = arguments.begin()](HeaderField field) mutable {
-        return request.At(field).IsUsed() ? *at++ : 0;
-    };
-    const VeskVideoMsgHead head{0,
-                                static_cast<uint16_t>(request.number),
-                                static_cast<uint16_t>(take(HeaderField::kSubMsgID)),
-                                take(HeaderField::kParam1),
-                                static_cast<uint32_t>(take(HeaderField::kParam2)),
-                                0};
-    payload.resize(SizeOf(request.payload, head, payload.size()));
-    const void* data = payload.empty() ? nullptr : payload.data();
-    const auto size = static_cast<uint32_t>(payload.size());
-    std::string answer(SizeOf(request.answer, head, expected.size()), '\0');
-    if (request.answer.kind == Kind::kUnanswered) {
-        EXPECT_EQ(VeskVideoSendAsyncMsg(&head), 0U);
-    } else if (result != 0 || answer.empty()) {
-        EXPECT_EQ(VeskVideoSendSyncMsgWithoutResponse(&head, data, size), result);
-    } else {
-        EXPECT_EQ(
-            VeskVideoSendSyncMsg(&head, data, size, answer.data(), static_cast<uint32_t>(answer.size())), 0U);
-        expected.resize(answer.size());
-        if (isCompared) {
-            EXPECT_EQ(Words(answer), Words(expected));
-        }
-    }
+    if (isNotification)
+        return PlayNotification(sent);
+    const bool isCompared = written == &answer;
+    PlayRequest(sent, isCompared ? &answer : nullptr, result);
+    answer.prefix.clear();
+    if (isCompared)
+        s_answers.insert_or_assign(number, answer);
 }
 
 } // namespace

@@ -82,15 +82,16 @@ uint32_t Number(Function function, Arguments... arguments)
 }
 
 /**
- * Plays statements, between semicolons or on lines that begin with a name:
+ * Plays statements, between semicolons or on lines that begin with a name, with the names of the decoder:
  *
- *     VO_START 1 !STATE                        a request, its arguments, and how it is refused
- *     SET_SCREEN_OFFSET 1 < -10 20             the words of its payload; zeros follow them
- *     GET_VO_PORT 1 = 0 1 1 @64 'HDMI-OUT-1    those of its answer; @ goes on at a byte, ' begins a text
- *     ON 107 = 0 1 0                           the next notification of a number
+ *     VO_START 1 !STATE                            a request, its arguments, and how it is refused
+ *     SET_SCREEN_OFFSET 1 xOffset=-10 yOffset=20   fields of its payload; all others are 0
+ *     GET_VO_PORT 1 = [0]: plugged=1 enabled=1     those of its answer, in which X: begins the names that
+ * follow GET_VO_PORT 1 = .. [0].plugged=0             the answer that was expected last, but for some fields
+ *     ON CAMERA_CTRL_RESULT camCtrlCmd=2           the next notification of a name
  *
- * A request, also a control request, has its name of the list of messages; its arguments stand in the order
- * of the header's fields, and each # is @p index, each % @p number.
+ * A value alone is an argument in the header, in the order of its fields, or the number that an answer
+ * consists of. Each # is @p index, each % @p number.
  */
 void Play(std::string script, uint32_t index = 0, uint32_t number = 0);
 

@@ -145,7 +145,7 @@ FORKED_TEST(VideoService, AForkedChildIsNotifiedUnderANameOfItsOwn)
         _exit(testing::Test::HasFailure() ? 1 : 0);
     });
     EXPECT_EQ(announced(), 2U); // the child's were not for its parent
-    Play("SET_ANNOTATION_STATUS 1 2 7; ON 109 = 7");
+    Play("SET_ANNOTATION_STATUS 1 2 7; ON DATA_AUX_ANNOTATION_CAP_READY data=07000000");
 }
 
 FORKED_TEST(VideoService, ExitAndInitAtOnceKeepTheClientKnown)
