@@ -1,14 +1,16 @@
 // The virtual service steered and broken on command.
+#include "base/words.h"
 #include "service/service_fixture.h"
-#include "vesk_service/control_list.h"
+#include "steering/fault.h"
+#include "steering/match.h"
 
 #include <atomic>
 #include <cstring>
-#include <iomanip>
-#include <sstream>
 #include <thread>
 
-#include <sys/wait.h>
+namespace steering = vesk::steering;
+using vesk::SplitWords;
+using vesk::decoder::Decoder;
 
 namespace {
 
@@ -74,26 +76,24 @@ uint64_t Advance(uint64_t ms)
 
 constexpr uint16_t kCount = VESK_VIDEO_MSG_GET_VO_COUNT;
 constexpr uint32_t kTold = VESK_VIDEO_ON_DATA_AUX_ANNOTATION_CAP_READY_NOTIFY; // nothing else sends it here
+const std::string kTelling = "DATA_AUX_ANNOTATION_CAP_READY ";                 // its name, before conditions
 constexpr uint32_t kMost = VESK_VIDEO_MAX_MESSAGE_SIZE;
 constexpr size_t kHead = sizeof(VeskVideoMsgHead);
-constexpr auto kResult = VESK_CONTROL_EFFECT_RESULT, kDelay = VESK_CONTROL_EFFECT_DELAY,
-               kClose = VESK_CONTROL_EFFECT_CLOSE, kLength = VESK_CONTROL_EFFECT_LENGTH,
-               kDuplicate = VESK_CONTROL_EFFECT_DUPLICATE, kDrop = VESK_CONTROL_EFFECT_DROP;
 
-VeskControlMatch Of(uint32_t number, const std::string& procName = "", const std::string& begin = "")
+const Decoder& TheDecoder()
 {
-    VeskControlMatch match{VESK_CONTROL_ANY, number};
-    procName.copy(match.procName, sizeof match.procName);
-    match.conditions = begin.empty() ? 0 : 1;
-    match.condition[0] = {kHead, static_cast<uint32_t>(begin.size())};
-    std::memcpy(match.condition[0].bytes, begin.data(), begin.size());
-    return match;
+    static const Decoder s_decoder;
+    return s_decoder;
 }
 
-VeskControlFault Rule(const VeskControlMatch& match, uint32_t effect, int64_t value = 0,
-                      bool isRelative = false)
+VeskControlMatch Match(const std::string& words, const std::string& application = "")
 {
-    return {match, effect, isRelative ? 1U : 0U, value};
+    return steering::MatchOf(TheDecoder(), SplitWords(words), application);
+}
+
+VeskControlFault Rule(const std::string& words, const steering::FaultOptions& options = {})
+{
+    return steering::FaultOf(TheDecoder(), SplitWords(words), options);
 }
 
 uint32_t Add(const VeskControlFault& rule)
@@ -159,32 +159,29 @@ FORKED_TEST(Stepped, FaultsChangeAnswers)
     std::string refusal = MessageOf(kCount);
     refusal[6] = 0x34;
     refusal[7] = 0x12;
-    struct Case {
-        std::vector<VeskControlFault> rules;
+    const struct {
+        std::vector<std::string> effects;
         uint32_t platform;
         std::string data;
         uint64_t afterMs = 0;
+    } cases[] = {
+        {{"result 0x1234", "length +4"}, 0, refusal + zeros(4)},
+        {{"length =0"}, 0, ""},
+        {{"length =24"}, 0, answer.substr(0, kHead)},
+        {{"length -5"}, 0, answer.substr(0, kHead - 1)},
+        {{"length -1000", "length +4"}, 0, zeros(4)},
+        {{"length =" + std::to_string(kMost), "length +4"}, 0, answer + zeros(kMost - answer.size())},
+        {{"close"}, HOST_MSG_ERR_BROKEN, ""},
+        {{"no-answer"}, HOST_MSG_ERR_TIMEOUT, ""},
+        {{"delay 200"}, 0, answer, 200},
+        {{"delay 200", "length +4", "delay 200", "result 0x1234"}, 0, refusal + zeros(4), 400},
+        {{"delay 200", "close"}, HOST_MSG_ERR_BROKEN, "", 200},
+        {{"delay 200", "no-answer"}, HOST_MSG_ERR_TIMEOUT, ""},
     };
-    const VeskControlMatch all = Of(kCount, "caller");
-    const auto result = Rule(all, kResult, 0x1234), close = Rule(all, kClose), delay = Rule(all, kDelay, 200);
-    const auto silence = Rule(all, VESK_CONTROL_EFFECT_NO_ANSWER), longer = Rule(all, kLength, 4, true);
-    const Case cases[] = {
-        {{result, longer}, 0, refusal + zeros(4)},
-        {{Rule(all, kLength, 0)}, 0, ""},
-        {{Rule(all, kLength, kHead)}, 0, answer.substr(0, kHead)},
-        {{Rule(all, kLength, -5, true)}, 0, answer.substr(0, kHead - 1)},
-        {{Rule(all, kLength, -1000, true), longer}, 0, zeros(4)},
-        {{Rule(all, kLength, kMost), longer}, 0, answer + zeros(kMost - answer.size())},
-        {{close}, HOST_MSG_ERR_BROKEN, ""},
-        {{silence}, HOST_MSG_ERR_TIMEOUT, ""},
-        {{delay}, 0, answer, 200},
-        {{delay, longer, delay, result}, 0, refusal + zeros(4), 400},
-        {{delay, close}, HOST_MSG_ERR_BROKEN, "", 200},
-        {{delay, silence}, HOST_MSG_ERR_TIMEOUT, ""},
-    };
-    for (const Case& expected : cases) {
+    for (const auto& expected : cases) {
         SCOPED_TRACE(&expected - cases);
-        std::for_each(expected.rules.begin(), expected.rules.end(), Add);
+        for (const std::string& effect : expected.effects)
+            Add(Rule("GET_VO_COUNT " + effect, {.application = "caller"}));
         const bool isLost = expected.platform == HOST_MSG_ERR_TIMEOUT;
         std::atomic<bool> hasReturned = false;
         std::thread caller([&] {
@@ -202,7 +199,7 @@ FORKED_TEST(Stepped, FaultsChangeAnswers)
         }
         caller.join();
         EXPECT_EQ(Send("caller", MessageOf(VESK_VIDEO_MSG_GET_VI_COUNT)).data.size(), answer.size());
-        EXPECT_EQ(Steer(VESK_CONTROL_FAULT_CLEAR).Result(), 0);
+        Play("CONTROL_FAULT_CLEAR 0");
     }
 }
 
@@ -210,10 +207,10 @@ FORKED_TEST(Stepped, FaultsChangeAnswers)
 FORKED_TEST(Stepped, NotificationsKeepTheirPlaceAfterALateAnswer)
 {
     Play("OPEN_VO_PORT 0 = 1");
-    const uint32_t refused = Add(Rule(Of(VESK_VIDEO_MSG_VO_CLOSE), kResult, 0));
+    const uint32_t refused = Add(Rule("VO_CLOSE result 0"));
     Play("VO_CLOSE 1; VO_START 1");
-    EXPECT_EQ(Steer(VESK_CONTROL_FAULT_CLEAR, refused).Result(), 0);
-    Add(Rule(Of(VESK_VIDEO_MSG_VO_CLOSE), kDelay, 100));
+    Play("CONTROL_FAULT_CLEAR #", refused);
+    Add(Rule("VO_CLOSE delay 100"));
     std::thread caller(
         [] { EXPECT_EQ(Send("test-app", MessageOf(VESK_VIDEO_MSG_VO_CLOSE, 1)).Result(), 0); });
     EXPECT_TRUE(Eventually([] { return Advance(0) == 1; }));
@@ -228,42 +225,39 @@ FORKED_TEST(Stepped, NotificationsKeepTheirPlaceAfterALateAnswer)
 
 FORKED_TEST(Stepped, FaultsChangeNotifications)
 {
-    const VeskControlMatch all = Of(kTold);
-    const auto twice = Rule(all, kDuplicate), drop = Rule(all, kDrop), delay = Rule(all, kDelay, 30);
-    const auto longer = Rule(all, kLength, 2, true);
-    struct Case {
-        std::vector<VeskControlFault> rules;
+    const struct {
+        std::vector<std::string> effects; // after conditions
         std::string arrive;
         uint32_t sent = 1;
+        std::string application = "";
+    } cases[] = {
+        {{"drop"}, "xyz|", 1, "other"},
+        {{"@24=787a drop", "@24=78797a20 drop"}, "xyz|"},
+        {{"@24=7879 drop"}, "", 0, "test-app"},
+        {{"duplicate", "duplicate"}, "xyz|xyz|xyz|"},
+        {{"drop", "duplicate"}, "", 0},
+        {{"length +2", "duplicate"}, std::string("xyz\0\0|xyz\0\0|", 12)},
+        {{"length =25"}, "x|"},
+        {{"length =23"}, ""}, // the library drops it
+        {{"delay 30", "duplicate"}, "xyz|xyz|"},
     };
-    const Case cases[] = {
-        {{Rule(Of(kTold, "other"), kDrop), Rule(Of(kTold, "", "xz"), kDrop),
-          Rule(Of(kTold, "", "xyz and more"), kDrop)},
-         "xyz|"},
-        {{Rule(Of(kTold, "test-app", "xy"), kDrop)}, "", 0},
-        {{twice, twice}, "xyz|xyz|xyz|"},
-        {{drop, twice}, "", 0},
-        {{longer, twice}, std::string("xyz\0\0|xyz\0\0|", 12)},
-        {{Rule(all, kLength, kHead + 1)}, "x|"},
-        {{Rule(all, kLength, kHead - 1)}, ""}, // the library drops it
-        {{delay, twice}, "xyz|xyz|"},
-    };
-    for (size_t seen = 0; const Case& expected : cases) {
+    for (size_t seen = 0; const auto& expected : cases) {
         SCOPED_TRACE(&expected - cases);
-        std::for_each(expected.rules.begin(), expected.rules.end(), Add);
+        for (const std::string& effect : expected.effects)
+            Add(Rule(kTelling + effect, {.application = expected.application}));
         EXPECT_EQ(Notified(Notify("xyz", "test-app")), expected.sent);
         Advance(30);
-        EXPECT_EQ(Steer(VESK_CONTROL_FAULT_CLEAR).Result(), 0);
+        Play("CONTROL_FAULT_CLEAR 0");
         EXPECT_EQ(Told(seen), expected.arrive);
     }
     // What waits is bounded.
-    Add(delay);
+    Add(Rule(kTelling + "delay 30"));
     const std::string large = Notify(std::string(kMost - kHead - sizeof(VeskControlNotification), 'z'));
     for (int late = 0; late < 15; ++late)
         EXPECT_EQ(Notified(large), 1U);
     EXPECT_EQ(Notified(large), 0U);
-    Add(Rule(Of(kCount), kDelay, 30));
-    Add(Rule(Of(kCount), kLength, kMost));
+    Add(Rule("GET_VO_COUNT delay 30"));
+    Add(Rule("GET_VO_COUNT length =" + std::to_string(kMost)));
     EXPECT_EQ(Send("caller", MessageOf(kCount)).platform, HOST_MSG_ERR_BROKEN);
 }
 
@@ -281,31 +275,25 @@ FORKED_TEST(Stepped, ARuleHitsTheSameMessagesAgain)
         EXPECT_EQ(state.matches, calls);
         EXPECT_EQ(state.hits, static_cast<size_t>(std::count(hit.begin(), hit.end(), 'X')));
         EXPECT_EQ(BytesOf(state.rule), BytesOf(rule));
-        EXPECT_EQ(Steer(VESK_CONTROL_FAULT_CLEAR, fault).Result(), 0);
+        Play("CONTROL_FAULT_CLEAR #", fault);
         return hit;
     };
-    auto rule = Rule(Of(kCount), kResult, 9);
-    rule.count = 2;
-    EXPECT_EQ(hits(rule, 4), "XX..");
-    rule.after = 2;
-    rule.every = 3;
-    EXPECT_EQ(hits(rule, 12), "....X..X....");
-    rule = Rule(Of(kCount), kResult, 9);
-    rule.percent = 25;
-    const std::string chances = hits(rule, 100);
-    EXPECT_EQ(hits(rule, 100), chances);
-    rule.seed = 1;
-    EXPECT_NE(hits(rule, 100), chances);
+    const auto rule = [](const steering::FaultOptions& options) {
+        return Rule("GET_VO_COUNT result 9", options);
+    };
+    EXPECT_EQ(hits(rule({.count = 2}), 4), "XX..");
+    EXPECT_EQ(hits(rule({.after = 2, .every = 3, .count = 2}), 12), "....X..X....");
+    const std::string chances = hits(rule({.percent = 25}), 100);
+    EXPECT_EQ(hits(rule({.percent = 25}), 100), chances);
+    EXPECT_NE(hits(rule({.percent = 25, .seed = 1}), 100), chances);
     const auto count = std::count(chances.begin(), chances.end(), 'X');
     EXPECT_TRUE(count > 10 && count < 40) << chances;
 
     const auto garbage = [](uint64_t seed) {
-        VeskControlFault random = Rule(Of(kCount), VESK_CONTROL_EFFECT_GARBAGE);
-        random.seed = seed;
-        Add(random);
+        Add(Rule("GET_VO_COUNT garbage", {.seed = seed}));
         const std::string first = Send("caller", MessageOf(kCount)).data;
         const std::string second = Send("caller", MessageOf(kCount)).data;
-        Steer(VESK_CONTROL_FAULT_CLEAR);
+        Play("CONTROL_FAULT_CLEAR 0");
         EXPECT_NE(first, second);
         return first + second;
     };
@@ -317,31 +305,40 @@ FORKED_TEST(Stepped, ARuleHitsTheSameMessagesAgain)
 FORKED_TEST(Stepped, MalformedSteeringIsRefusedAndChangesNothing)
 {
     const std::string inner = MessageOf(VESK_CONTROL_FAULT_LIST);
-    const uint32_t kept = Add(Rule(Of(kTold), kDrop));
+    const uint32_t kept = Add(Rule(kTelling + "drop"));
     EXPECT_EQ(Steer(VESK_CONTROL_SCENARIO, 0, Step(At(50), inner)).Result(), 0);
-    const auto refuse = [&](const std::string& message, uint32_t refusal) {
-        EXPECT_EQ(Send("steering", message).Result(), refusal);
+    const auto expectUnchanged = [&] {
         EXPECT_EQ(Advance(0), 1U);
         EXPECT_EQ(Steer(VESK_CONTROL_FAULT_LIST).As<VeskControlFaultState>().fault, kept);
     };
-    // Fields of a rule that is right otherwise, and their 32 bits.
-    const std::map<std::string, size_t> offsets = {
-        {"kind", 0},     {"number", 4},     {"name", 8},    {"conditions", 24}, {"offset", 32},  {"size", 36},
-        {"effect", 544}, {"relative", 548}, {"value", 552}, {"high", 556},      {"percent", 584}};
-    std::istringstream rules(
-        "kind 3,number 0x4008,name 1,conditions 9,conditions 1,conditions 1 size 57,"
-        "conditions 1 offset 4194304 size 1,conditions 1 offset 0xffffffff size 2,effect 0,"
-        "effect 10,kind 1 effect 8 value 0,kind 2 effect 4 value 0,effect 4,"
-        "effect 1 value 0x10000,effect 1 high 0xffffffff,value 86400001,relative 1,percent 101,"
-        "effect 5 value 4194305,effect 5 high 0xffffffff,effect 5 relative 2,"
-        "effect 5 relative 1 high 0x80000000");
-    for (std::string fields, field; std::getline(rules, fields, ',');) {
-        SCOPED_TRACE(fields);
-        std::string message = MessageOf(VESK_CONTROL_FAULT_ADD, 0, BytesOf(Rule(Of(kCount), kDelay, 1)));
-        uint32_t value = 0;
-        for (std::istringstream words(fields); words >> field >> std::setbase(0) >> value;)
-            std::memcpy(&message[kHead + offsets.at(field)], &value, sizeof value);
-        refuse(message, VESK_SERVICE_ERR_VALUE);
+    const auto refuse = [&](const std::string& message, uint32_t refusal) {
+        EXPECT_EQ(Send("steering", message).Result(), refusal);
+        expectUnchanged();
+    };
+    for (const std::string fields : {"match.kind=3",
+                                     "match.number=0x4008",
+                                     "match.procName=\1",
+                                     "match.conditions=9",
+                                     "match.conditions=1",
+                                     "match.conditions=1 match.condition[0].size=57",
+                                     "match.conditions=1 match.condition[0]: offset=4194304 size=1",
+                                     "match.conditions=1 match.condition[0]: offset=0xffffffff size=2",
+                                     "effect=0",
+                                     "effect=10",
+                                     "match.kind=1 effect=8 value=0",
+                                     "match.kind=2 effect=4 value=0",
+                                     "effect=4",
+                                     "effect=1 value=0x10000",
+                                     "effect=1 value=-1",
+                                     "value=86400001",
+                                     "isRelative=1",
+                                     "percent=101",
+                                     "effect=5 value=4194305",
+                                     "effect=5 value=-1",
+                                     "effect=5 isRelative=2",
+                                     "effect=5 isRelative=1 value=-9223372036854775807"}) {
+        Play("CONTROL_FAULT_ADD match.number=7 effect=2 value=1 " + fields + " !VALUE");
+        expectUnchanged();
     }
     std::string many;
     for (int i = 0; i < VESK_CONTROL_MAX_STEPS; ++i)
@@ -352,8 +349,8 @@ FORKED_TEST(Stepped, MalformedSteeringIsRefusedAndChangesNothing)
           Step(At(0), inner + 'x').substr(0, sizeof(VeskControlStep) + kHead + 1),
           Step(At(0), inner + "too much"), BytesOf(VeskControlStep{0, ~0U}) + inner}},
         {VESK_SERVICE_ERR_VALUE,
-         {Step({2}, inner), Step(AtMatch(0, Of(kCount)), inner),
-          Step(AtMatch(1, Of(VESK_CONTROL_TIME)), inner), Step(At(0), MessageOf(kCount)),
+         {Step({2}, inner), Step(AtMatch(0, Match("GET_VO_COUNT")), inner),
+          Step(AtMatch(1, {VESK_CONTROL_ANY, VESK_CONTROL_TIME}), inner), Step(At(0), MessageOf(kCount)),
           Step(At(0), MessageOf(0x4abc)), Step(At(0), MessageOf(VESK_CONTROL_SCENARIO)),
           Step(At(0), MessageOf(VESK_CONTROL_WATCH, 1))}},
         {VESK_SERVICE_ERR_ROOM, {many}}};
@@ -362,15 +359,14 @@ FORKED_TEST(Stepped, MalformedSteeringIsRefusedAndChangesNothing)
         for (const std::string& last : lasts)
             refuse(MessageOf(VESK_CONTROL_SCENARIO, 0, first + last), refusal);
     }
-    refuse(MessageOf(VESK_CONTROL_FAULT_CLEAR, 99), VESK_SERVICE_ERR_NUMBER);
+    Play("CONTROL_FAULT_CLEAR 99 !NUMBER; CONTROL_TICK !REQUEST");
+    expectUnchanged();
     refuse(Notify("", "", VESK_CONTROL_ON_MESSAGE), VESK_SERVICE_ERR_VALUE);
     refuse(Notify("", "nobody"), VESK_SERVICE_ERR_NUMBER);
     refuse(Notify("").substr(0, kHead + 31), VESK_SERVICE_ERR_LENGTH);
-    refuse(MessageOf(VESK_CONTROL_TICK), VESK_SERVICE_ERR_REQUEST);
     for (int i = 1; i < VESK_CONTROL_MAX_FAULTS; ++i)
-        Add(Rule(Of(kCount), VESK_CONTROL_EFFECT_DIE));
-    EXPECT_EQ(Steer(VESK_CONTROL_FAULT_ADD, 0, BytesOf(Rule(Of(kCount), kClose))).Result(),
-              VESK_SERVICE_ERR_ROOM);
+        Add(Rule("GET_VO_COUNT die"));
+    Play("CONTROL_FAULT_ADD match.number=7 effect=4 !ROOM");
 }
 
 // Steps tell by their notification's text.
@@ -395,11 +391,11 @@ FORKED_TEST(Stepped, AScenarioRunsAtItsTimesAndMatches)
     EXPECT_EQ(Steer(VESK_CONTROL_TIME).As<VeskControlTime>().nowMs, 1042U);
 
     // Before the message is served or sent; what a step sends counts as well.
-    const std::string refuse = MessageOf(VESK_CONTROL_FAULT_ADD, 0, BytesOf(Rule(Of(kCount), kResult, 5)));
-    begin(Step(AtMatch(2, Of(kCount, "caller")), refuse) +
-          Step(AtMatch(2, Of(kCount, "caller")), Notify("hi!")) +
-          Step(AtMatch(1, Of(kTold, "test-app", "hi")), Notify("before")) +
-          Step(AtMatch(2, Of(kTold, "test-app", "hi")), Notify("not yet")));
+    const std::string refuse = MessageOf(VESK_CONTROL_FAULT_ADD, 0, BytesOf(Rule("GET_VO_COUNT result 5")));
+    begin(Step(AtMatch(2, Match("GET_VO_COUNT", "caller")), refuse) +
+          Step(AtMatch(2, Match("GET_VO_COUNT", "caller")), Notify("hi!")) +
+          Step(AtMatch(1, Match(kTelling + "@24=6869", "test-app")), Notify("before")) +
+          Step(AtMatch(2, Match(kTelling + "@24=6869", "test-app")), Notify("not yet")));
     EXPECT_EQ(Advance(0), 0U); // the earlier one is gone
     EXPECT_EQ(Send("caller", MessageOf(kCount)).Result() + Send("other", MessageOf(kCount)).Result(), 0);
     EXPECT_EQ(Told(seen), "");
@@ -409,7 +405,7 @@ FORKED_TEST(Stepped, AScenarioRunsAtItsTimesAndMatches)
     // However many of them follow from one another.
     std::string steps;
     for (uint64_t i = 1; i <= VESK_CONTROL_MAX_STEPS; ++i)
-        steps += Step(AtMatch(i, Of(kTold)), Notify("."));
+        steps += Step(AtMatch(i, Match(kTelling)), Notify("."));
     begin(steps);
     EXPECT_NE(Told(seen), "");
     begin("");
@@ -424,22 +420,23 @@ FORKED_TEST(Stepped, AScenarioRunsAtItsTimesAndMatches)
 
 FORKED_TEST(Stepped, AResetEndsWhatWasSteered)
 {
-    Add(Rule(Of(kCount), kDelay, 10));
+    Add(Rule("GET_VO_COUNT delay 10"));
     std::thread caller([] { EXPECT_EQ(Send("caller", MessageOf(kCount)).platform, HOST_MSG_ERR_BROKEN); });
     EXPECT_TRUE(Eventually([] { return Advance(0) == 1; }));
-    Steer(VESK_CONTROL_SCENARIO, 0, Step(At(5), Notify("")) + Step(AtMatch(1, Of(kCount)), Notify("")));
-    EXPECT_EQ(Steer(VESK_CONTROL_RESET).Result(), 0);
+    Steer(VESK_CONTROL_SCENARIO, 0,
+          Step(At(5), Notify("")) + Step(AtMatch(1, Match("GET_VO_COUNT")), Notify("")));
+    Play("CONTROL_RESET");
     caller.join();
     EXPECT_EQ(Advance(10), 0U);
     EXPECT_EQ(Send("caller", MessageOf(kCount)).Result(), 0);
     Arrived(VESK_VIDEO_ON_VIDEO_ACTIVATE_NOTIFY);
     EXPECT_TRUE(Seen().ends_with("206 207 ")) << Seen();
-    EXPECT_EQ(Add(Rule(Of(kCount), kClose)), 1U);
+    EXPECT_EQ(Add(Rule("GET_VO_COUNT close")), 1U);
 }
 
 FORKED_TEST(Stepped, ARuleEndsTheServiceBeforeItServes)
 {
-    Add(Rule(Of(VESK_VIDEO_MSG_DEC_CREATE), VESK_CONTROL_EFFECT_DIE));
+    Add(Rule("DEC_CREATE die"));
     EXPECT_EQ(Send("caller", MessageOf(VESK_VIDEO_MSG_DEC_CREATE)).platform, HOST_MSG_ERR_BROKEN);
     EXPECT_EQ(service.Wait(), 3);
     EXPECT_EQ(Seen().find("206"), std::string::npos);
@@ -450,24 +447,23 @@ FORKED_TEST(Stepped, ARuleEndsTheServiceBeforeItServes)
 // What the library makes of each fault for its caller, and that its next call is served.
 FORKED_TEST(VideoService, AnApplicationsCallReturnsWhateverHappens)
 {
-    const VeskControlMatch all = Of(kCount, "test-app");
     const struct {
-        VeskControlFault rule;
+        std::string effect;
         uint32_t result;
         int leastMs = 0;
     } cases[] = {
-        {Rule(all, kResult, VESK_SERVICE_ERR_BUSY), VESK_SERVICE_ERR_BUSY},
-        {Rule(all, kDelay, 300), VESK_VIDEO_OK, 299}, // the model counts whole milliseconds
-        {Rule(all, kClose), VESK_VIDEO_ERR_FAILURE},
-        {Rule(all, kLength, 0), VESK_VIDEO_ERR_FAILURE},
-        {Rule(all, kLength, -1, true), VESK_VIDEO_ERR_FAILURE},
-        {Rule(all, kLength, 100, true), VESK_VIDEO_ERR_FAILURE},
-        {Rule(all, VESK_CONTROL_EFFECT_GARBAGE), 0xab74}, // what the first random bytes say
-        {Rule(all, VESK_CONTROL_EFFECT_NO_ANSWER), VESK_VIDEO_ERR_FAILURE, VESK_VIDEO_SYNC_TIMEOUT},
+        {"result BUSY", VESK_SERVICE_ERR_BUSY},
+        {"delay 300", VESK_VIDEO_OK, 299}, // the model counts whole milliseconds
+        {"close", VESK_VIDEO_ERR_FAILURE},
+        {"length =0", VESK_VIDEO_ERR_FAILURE},
+        {"length -1", VESK_VIDEO_ERR_FAILURE},
+        {"length +100", VESK_VIDEO_ERR_FAILURE},
+        {"garbage", 0xab74}, // what the first random bytes say
+        {"no-answer", VESK_VIDEO_ERR_FAILURE, VESK_VIDEO_SYNC_TIMEOUT},
     };
     for (const auto& expected : cases) {
-        SCOPED_TRACE(&expected - cases);
-        Add(expected.rule);
+        SCOPED_TRACE(expected.effect);
+        Add(Rule("GET_VO_COUNT " + expected.effect, {.application = "test-app"}));
         uint32_t count = 0;
         const auto begin = std::chrono::steady_clock::now();
         const uint32_t result = VeskVideoGetVoCount(&count);
@@ -475,7 +471,7 @@ FORKED_TEST(VideoService, AnApplicationsCallReturnsWhateverHappens)
         EXPECT_EQ(result, expected.result);
         EXPECT_GE(passed, std::chrono::milliseconds(expected.leastMs));
         EXPECT_LT(passed, std::chrono::milliseconds(expected.leastMs + 2000));
-        EXPECT_EQ(Steer(VESK_CONTROL_FAULT_CLEAR).Result(), 0);
+        Play("CONTROL_FAULT_CLEAR 0");
         EXPECT_EQ(Number(VeskVideoGetVoCount), 2U);
     }
 }
@@ -486,8 +482,8 @@ struct FastClock : VideoService {
 };
 FORKED_TEST(FastClock, WhatIsDueIsDoneInTime)
 {
-    EXPECT_EQ(Steer(VESK_CONTROL_TIME, 1).Result(), VESK_SERVICE_ERR_STATE);
-    Add(Rule(Of(kCount), kDelay, 20'000));
+    Play("CONTROL_TIME 1 !STATE");
+    Add(Rule("GET_VO_COUNT delay 20000"));
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ(Send("caller", MessageOf(kCount)).Result(), 0);
     const auto passed = std::chrono::steady_clock::now() - begin;
@@ -538,17 +534,17 @@ FORKED_TEST(Stepped, AWatcherSeesEveryMessageOrHowManyItLost)
     const std::string answer = Send("other", MessageOf(kCount)).data;
     await(2);
     EXPECT_EQ(g_shown.lastData, answer);
-    const uint32_t late = Add(Rule(Of(kCount), kDelay, 5));
+    const uint32_t late = Add(Rule("GET_VO_COUNT delay 5"));
     std::thread caller([] { Send("other", MessageOf(kCount)); });
     await(3);
     Notified(Notify("xyz"));
     await(4);
     Advance(5);
     caller.join();
-    Steer(VESK_CONTROL_FAULT_CLEAR, late);
-    const uint32_t closed = Add(Rule(Of(kCount), kClose));
+    Play("CONTROL_FAULT_CLEAR #", late);
+    const uint32_t closed = Add(Rule("GET_VO_COUNT close"));
     Send("other", MessageOf(kCount));
-    Steer(VESK_CONTROL_FAULT_CLEAR, closed);
+    Play("CONTROL_FAULT_CLEAR #", closed);
     await(7);
     std::string seen;
     const uint64_t first = g_shown.messages[0].exchange;
