@@ -8,6 +8,7 @@
 #include "vesk_host/queue.h"
 #include "vesk_video/message_list.h"
 
+#include <bit>
 #include <thread>
 
 using namespace vesk::messages;
@@ -114,6 +115,27 @@ FORKED_TEST(VideoService, PortsAreDescribedFieldByField)
             GET_VO_PORT 1 = .. [0]: enabled=1 outEngNo=3 xOffset=0 yOffset=0 queHandle=0 pictures=0 filterWindows=0
             GET_VO_PORT 0 !VALUE; GET_VO_PORT 3 !VALUE)",
          queue);
+}
+
+// Scripts see messages as the decoder does; here the compiler says where a field lies.
+FORKED_TEST(VideoService, FieldsLieWhereTheHeadersSay)
+{
+    Play("OPEN_VI_PORT 2 = 1; OPEN_VO_PORT 1 = 1; VI_START 1");
+    VeskVideoVoMultiPicParam source{};
+    source.picNum = 1;
+    source.subPic[0].inputId = 1;
+    EXPECT_EQ(VeskVideoVoSetSrc(1, &source), 0U);
+    EXPECT_EQ(VeskVideoVoStart(1), 0U);
+    const std::string first = Arrived(VESK_VIDEO_ON_DISPLAY_FIRST_FRAME_NOTIFY).at(0);
+    ASSERT_EQ(first.size(), sizeof(VeskVideoDisplayLink));
+    const auto& link = *reinterpret_cast<const VeskVideoDisplayLink*>(first.data());
+    EXPECT_EQ(std::tuple(link.viPort, link.isDec, link.surfaceId, std::string(link.portName)),
+              std::tuple(2, 0, 1U, "NET-CAMERA"));
+    VeskVideoViPortInfo ports[3]{};
+    EXPECT_EQ(VeskVideoGetViPort(ports, 3), 0U);
+    const auto port = std::bit_cast<VeskServiceViPort>(ports[2]);
+    EXPECT_EQ(std::tuple(port.port, port.inEngNo, port.started, port.height, std::string(port.name)),
+              std::tuple(2U, 1U, 1U, 1080U, "NET-CAMERA"));
 }
 
 FORKED_TEST(VideoService, RecordsAreReadAsTheyWereSet)
