@@ -14,14 +14,14 @@ case "${1:-}" in
 esac
 
 logs=build/demo
-service=build/release/service/vesk-video-service
-examples=build/release/examples
-veskctl=build/release/tools/veskctl/veskctl
+service=build/dev/service/vesk-video-service
+examples=build/dev/examples
+veskctl=build/dev/tools/veskctl/veskctl
 recording=$logs/tour.pcapng
 
 install_packages
 echo "Building the library, the virtual service, the tools and the examples ..."
-build release vesk-video-service display_tour device_tour minimal veskctl
+build dev vesk-video-service display_tour device_tour minimal veskctl
 
 rm -rf "$logs"
 mkdir -p "$logs"
