@@ -43,13 +43,6 @@ namespace {
     throw Error(file + ':' + std::to_string(at.begin.line) + ": " + what);
 }
 
-std::shared_ptr<const toml::table> Parse(std::string_view text, const std::string& file)
-try {
-    return std::make_shared<toml::table>(toml::parse(text));
-} catch (const toml::parse_error& error) {
-    Throw(file, error.source(), std::string(error.description()));
-}
-
 /// A value as the file has it, as far as it fits into an error.
 std::string Shown(const toml::node& node)
 {
@@ -134,11 +127,10 @@ void TomlValue::Fail(const std::string& what) const
 }
 
 TomlTable::TomlTable(std::string_view text, const std::string& file)
-    : TomlValue({file, Parse(text, file), ""})
-{
+try : TomlValue({file, std::make_shared<toml::table>(toml::parse(text)), ""}) {
+} catch (const toml::parse_error& error) {
+    Throw(file, error.source(), std::string(error.description()));
 }
-
-TomlTable::TomlTable(const TomlValue& table) : TomlValue(table) {}
 
 std::optional<TomlValue> TomlTable::Find(const std::string& key)
 {

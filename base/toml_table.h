@@ -43,7 +43,7 @@ class TomlTable : public TomlValue {
 public:
     /// @param file  Names the text in errors. @throw Error
     TomlTable(std::string_view text, const std::string& file);
-    explicit TomlTable(const TomlValue& table);
+    explicit TomlTable(const TomlValue& table) : TomlValue(table) {}
 
     std::optional<TomlValue> Find(const std::string& key);
     /// Refuses a table without the key.
