@@ -209,6 +209,11 @@ std::string ValueText(const Decoder& decoder, const Field& field)
     return hex;
 }
 
+std::string NameOf(const Decoded& message)
+{
+    return message.name.empty() ? std::to_string(message.number) : std::string(message.name);
+}
+
 std::string Line(const Decoder& decoder, const Decoded& message)
 {
     std::string text;

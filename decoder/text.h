@@ -11,6 +11,9 @@ namespace vesk::decoder {
 /// "01(00*63)".
 std::string ValueText(const Decoder& decoder, const Field& field);
 
+/// The name of a message, or its number if it has none.
+std::string NameOf(const Decoded& message);
+
 /**
  * A message on one line, without line feed:
  *

@@ -100,38 +100,36 @@ private:
     std::string edges_;
 };
 
-void AddPorts(Graph& graph, const ordered_json& ports, const std::string& kind, const char* number,
-              const char* rank)
+void AddPorts(Graph& graph, const ordered_json& state, const Section& section, const char* rank)
 {
     std::vector<std::string> names;
-    for (const ordered_json& port : ports) {
+    for (const ordered_json& port : state.at(section.name)) {
         const std::string picture = PictureText(port, "width", "height");
-        graph.Add("", kind, port.at(number).dump(),
+        graph.Add("", section.kind, port.at(section.number).dump(),
                   Printable(port.at("name").get<std::string>()) + (picture.empty() ? "" : '\n' + picture),
                   port.at("plugged").get<bool>() && port.at("enabled").get<bool>(), "component");
-        names.push_back(kind + ' ' + port.at(number).dump());
+        names.push_back(section.NameIn(port));
     }
     graph.Align(rank, names);
 }
 
-/// Things that are only there, each with its state in the member @p running.
-void AddThings(Graph& graph, const ordered_json& things, const std::string& kind, const char* number,
-               const char* running)
+void AddThings(Graph& graph, const ordered_json& state, const Section& section)
 {
-    for (const ordered_json& thing : things) {
+    for (const ordered_json& thing : state.at(section.name)) {
         std::string picture;
         if (thing.contains("param") && thing["param"].contains("w"))
             picture = PictureText(thing["param"], "w", "h");
-        graph.Add(OwnerText(thing), kind, thing.at(number).dump(), picture, thing.at(running).get<bool>());
+        graph.Add(OwnerText(thing), section.kind, thing.at(section.number).dump(), picture,
+                  section.IsRunning(thing));
     }
 }
 
 void ConnectInputs(Graph& graph, const ordered_json& engines)
 {
     for (const ordered_json& engine : engines) {
-        const std::string name = "input engine " + engine.at("inEngNo").dump();
-        const bool isRunning = engine.at("started").get<bool>();
-        graph.Connect("input " + engine.at("viPort").dump(), name, "", isRunning);
+        const std::string name = kInputEngines.NameIn(engine);
+        const bool isRunning = kInputEngines.IsRunning(engine);
+        graph.Connect(kInputs.NameIn(engine), name, "", isRunning);
         for (const ordered_json& stream : engine.at("streams")) {
             graph.Add(OwnerText(engine), "stream of " + name, stream.dump(), "", isRunning, "ellipse");
             graph.Connect(name, "stream of " + name + ' ' + stream.dump(), "", isRunning);
@@ -142,46 +140,38 @@ void ConnectInputs(Graph& graph, const ordered_json& engines)
 void ConnectOutputs(Graph& graph, const ordered_json& engines)
 {
     for (const ordered_json& engine : engines) {
-        const std::string name = "output engine " + engine.at("outEngNo").dump();
-        const bool isRunning = engine.at("started").get<bool>();
+        const std::string name = kOutputEngines.NameIn(engine);
+        const bool isRunning = kOutputEngines.IsRunning(engine);
         size_t number = 0;
         for (const ordered_json& picture : engine.at("subPic")) {
             const std::string shown = std::to_string(number++);
             const ordered_json& window = picture.at("winHandle");
             graph.Add(OwnerText(engine), "picture of " + name, shown,
                       window != 0 ? "window " + window.dump() : "", isRunning, "ellipse");
-            graph.Connect((picture.at("decFlag") != 0 ? "decoder " : "input engine ") +
-                              picture.at("inputId").dump(),
-                          "picture of " + name + ' ' + shown, "", isRunning);
+            graph.Connect(SourceText(picture), "picture of " + name + ' ' + shown, "", isRunning);
             graph.Connect("picture of " + name + ' ' + shown, name, "", isRunning);
         }
-        graph.Connect(name, "output " + engine.at("voPort").dump(), "", isRunning);
+        graph.Connect(name, kOutputs.NameIn(engine), "", isRunning);
     }
 }
 
 void PrintGraph(const ordered_json& state)
 {
     Graph graph;
-    AddPorts(graph, state.at("inputs"), "input", "viPort", "source");
-    AddPorts(graph, state.at("outputs"), "output", "voPort", "sink");
-    AddThings(graph, state.at("inputEngines"), "input engine", "inEngNo", "started");
-    AddThings(graph, state.at("encoders"), "encoder", "encStmNo", "started");
-    AddThings(graph, state.at("decoders"), "decoder", "decStmNo", "started");
-    AddThings(graph, state.at("outputEngines"), "output engine", "outEngNo", "started");
-    AddThings(graph, state.at("overlays"), "overlay", "overlayChn", "enabled");
-    AddThings(graph, state.at("remoteMice"), "remote mouse", "mouseStmNo", "started");
-    AddThings(graph, state.at("localMice"), "local mouse", "localMouseStmNo", "started");
-    AddThings(graph, state.at("uvcStreams"), "UVC stream", "uvcStmNo", "started");
-    ConnectInputs(graph, state.at("inputEngines"));
-    for (const ordered_json& loop : state.at("loops"))
-        graph.Connect("encoder " + loop.at("encNo").dump(), "decoder " + loop.at("decNo").dump(),
-                      "loop " + loop.at("loop").dump(), loop.at("enabled").get<bool>());
-    ConnectOutputs(graph, state.at("outputEngines"));
-    for (const ordered_json& mouse : state.at("remoteMice")) {
-        if (mouse.at("decStmNo") != 0)
-            graph.Connect("decoder " + mouse["decStmNo"].dump(),
-                          "remote mouse " + mouse.at("mouseStmNo").dump(), "",
-                          mouse.at("started").get<bool>());
+    AddPorts(graph, state, kInputs, "source");
+    AddPorts(graph, state, kOutputs, "sink");
+    for (const Section& section : {kInputEngines, kEncoders, kDecoders, kOutputEngines, kOverlays,
+                                   kRemoteMice, kLocalMice, kUvcStreams})
+        AddThings(graph, state, section);
+    ConnectInputs(graph, state.at(kInputEngines.name));
+    for (const ordered_json& loop : state.at(kLoops.name))
+        graph.Connect(kEncoders.NameIn(loop, "encNo"), kDecoders.NameIn(loop, "decNo"), kLoops.NameIn(loop),
+                      kLoops.IsRunning(loop));
+    ConnectOutputs(graph, state.at(kOutputEngines.name));
+    for (const ordered_json& mouse : state.at(kRemoteMice.name)) {
+        if (mouse.at(kDecoders.number) != 0)
+            graph.Connect(kDecoders.NameIn(mouse), kRemoteMice.NameIn(mouse), "",
+                          kRemoteMice.IsRunning(mouse));
     }
     const ordered_json& service = state.at("service");
     graph.Print(Printable(service.at("procName").get<std::string>()) + '/' +

@@ -76,14 +76,14 @@ std::string Started(const ordered_json& thing)
     return thing.at("started").get<bool>() ? "started" : "stopped";
 }
 
-Row PortRow(const ordered_json& port, const char* number, const Details& details)
+// Rows; the number of a thing comes before its row.
+
+Row PortRow(const ordered_json& port, const Details& details)
 {
     const std::string picture = PictureText(port, "width", "height");
-    return {port.at(number).dump(),
-            Printable(port.at("name").get<std::string>()),
+    return {Printable(port.at("name").get<std::string>()),
             port.at("plugged").get<bool>() ? "plugged" : "unplugged",
-            port.at("enabled").get<bool>() ? "" : "disabled",
-            picture.empty() ? "no picture" : picture,
+            port.at("enabled").get<bool>() ? "" : "disabled", picture.empty() ? "no picture" : picture,
             details.Text()};
 }
 
@@ -99,12 +99,12 @@ Row InputRow(const ordered_json& port)
             details.Add("presets " + Numbers(port["presets"]));
     }
     details.Add("from ", port, "virtualSource");
-    return PortRow(port, "viPort", details);
+    return PortRow(port, details);
 }
 
 Row OutputRow(const ordered_json& port)
 {
-    return PortRow(port, "voPort", Details().Add("default image ", port, "defaultImage"));
+    return PortRow(port, Details().Add("default image ", port, "defaultImage"));
 }
 
 Row InputEngineRow(const ordered_json& engine)
@@ -116,16 +116,14 @@ Row InputEngineRow(const ordered_json& engine)
     if (engine.at("frozen") != 0)
         details.Add("frozen with " + engine.at("frozenLength").dump() + " bytes");
     details.Add("EPTZ speed ", engine, "eptzMoveSpeed");
-    return {engine.at("inEngNo").dump(), "input " + engine.at("viPort").dump(), Started(engine),
-            OwnerText(engine), details.Text()};
+    return {kInputs.NameIn(engine), Started(engine), OwnerText(engine), details.Text()};
 }
 
 Row OutputEngineRow(const ordered_json& engine)
 {
     Details details;
     for (const ordered_json& picture : engine.at("subPic")) {
-        std::string words = picture.at("decFlag") != 0 ? "decoder " : "input engine ";
-        words += picture.at("inputId").dump();
+        std::string words = SourceText(picture);
         if (picture.at("winHandle") != 0)
             words += " in window " + picture["winHandle"].dump();
         details.Add(words);
@@ -134,11 +132,10 @@ Row OutputEngineRow(const ordered_json& engine)
         details.Add("offset " + engine["offset"].at("xOffset").dump() + ' ' +
                     engine["offset"].at("yOffset").dump() + " pixels");
     details.AddQueue("queue ", engine, "queHandle");
-    return {engine.at("outEngNo").dump(), "output " + engine.at("voPort").dump(), Started(engine),
-            OwnerText(engine), details.Text()};
+    return {kOutputs.NameIn(engine), Started(engine), OwnerText(engine), details.Text()};
 }
 
-Row ChannelRow(const ordered_json& channel, const char* number)
+Row ChannelRow(const ordered_json& channel)
 {
     const ordered_json param = channel.value("param", ordered_json{{"w", 0}, {"h", 0}});
     const ordered_json& statistics = channel.at("statistics");
@@ -147,37 +144,27 @@ Row ChannelRow(const ordered_json& channel, const char* number)
     details.Add("key frames ", channel, "keyFrames").Add("anti-jitter ", channel, "antiJitter");
     details.Add("starts ", statistics, "starts").Add("stops ", statistics, "stops");
     details.Add("changes ", statistics, "changes");
-    return {channel.at(number).dump(), Started(channel), OwnerText(channel), PictureText(param, "w", "h"),
-            details.Text()};
-}
-
-Row EncoderRow(const ordered_json& encoder)
-{
-    return ChannelRow(encoder, "encStmNo");
-}
-
-Row DecoderRow(const ordered_json& decoder)
-{
-    return ChannelRow(decoder, "decStmNo");
+    return {Started(channel), OwnerText(channel), PictureText(param, "w", "h"), details.Text()};
 }
 
 Row LoopRow(const ordered_json& loop)
 {
-    return {loop.at("loop").dump(), loop.at("enabled").get<bool>() ? "on" : "off", OwnerText(loop),
-            "encoder " + loop.at("encNo").dump() + " to decoder " + loop.at("decNo").dump() + ", mode " +
+    return {kLoops.IsRunning(loop) ? "on" : "off", OwnerText(loop),
+            kEncoders.NameIn(loop, "encNo") + " to " + kDecoders.NameIn(loop, "decNo") + ", mode " +
                 loop.at("mode").dump()};
 }
 
 Row OverlayRow(const ordered_json& overlay)
 {
-    return {overlay.at("overlayChn").dump(), overlay.at("enabled").get<bool>() ? "shown" : "hidden",
-            OwnerText(overlay), Details().AddQueue("queue ", overlay, "queHandle").Text()};
+    return {kOverlays.IsRunning(overlay) ? "shown" : "hidden", OwnerText(overlay),
+            Details().AddQueue("queue ", overlay, "queHandle").Text()};
 }
 
 Row RemoteMouseRow(const ordered_json& mouse)
 {
-    return {mouse.at("mouseStmNo").dump(), Started(mouse), OwnerText(mouse),
-            Details().Add("of decoder ", mouse, "decStmNo").AddQueue("queue ", mouse, "queHandle").Text()};
+    return {
+        Started(mouse), OwnerText(mouse),
+        Details().Add("of decoder ", mouse, kDecoders.number).AddQueue("queue ", mouse, "queHandle").Text()};
 }
 
 Row LocalMouseRow(const ordered_json& mouse)
@@ -185,13 +172,12 @@ Row LocalMouseRow(const ordered_json& mouse)
     Details details;
     details.Add("attached to ", mouse, "attachId").AddQueue("queue ", mouse, "queHandle");
     details.AddIf(mouse, "independent", "independent").AddIf(mouse, "shown", "shown");
-    return {mouse.at("localMouseStmNo").dump(), Started(mouse), OwnerText(mouse), details.Text()};
+    return {Started(mouse), OwnerText(mouse), details.Text()};
 }
 
 Row UvcRow(const ordered_json& stream)
 {
-    return {stream.at("uvcStmNo").dump(), Started(stream), OwnerText(stream),
-            Details().Add("key frames ", stream, "keyFrames").Text()};
+    return {Started(stream), OwnerText(stream), Details().Add("key frames ", stream, "keyFrames").Text()};
 }
 
 Row QueueRow(const ordered_json& queue)
@@ -215,7 +201,7 @@ Row ClientRow(const ordered_json& client)
 
 Row FaultRow(const ordered_json& fault)
 {
-    return {fault.at("fault").dump(), Printable(fault.at("rule").get<std::string>()),
+    return {Printable(fault.at("rule").get<std::string>()),
             "matched " + fault.at("matches").dump() + ", changed " + fault.at("hits").dump()};
 }
 
@@ -241,35 +227,35 @@ Row PlainRow(const ordered_json& value)
 }
 
 /// How the entries of a section are shown.
-constexpr struct {
-    const char* name;
-    const char* title;
+struct ShownSection {
+    Section section;
     Row (*row)(const ordered_json& entry);
-} kSections[] = {
-    {"time", "Time", PlainRow},
-    {"inputs", "Inputs", InputRow},
-    {"inputEngines", "Input engines", InputEngineRow},
-    {"outputs", "Outputs", OutputRow},
-    {"outputEngines", "Output engines", OutputEngineRow},
-    {"display", "All displays", PlainRow},
-    {"filterWindows", "Filter windows", PlainRow},
-    {"encoders", "Encoders", EncoderRow},
-    {"decoders", "Decoders", DecoderRow},
-    {"loops", "Loops", LoopRow},
-    {"overlays", "Overlays", OverlayRow},
-    {"remoteMice", "Remote mice", RemoteMouseRow},
-    {"localMice", "Local mice", LocalMouseRow},
-    {"uvcUsers", "Users of UVC", ProcessRow},
-    {"uvcStreams", "UVC streams", UvcRow},
-    {"queues", "Announced queues", QueueRow},
-    {"queueServers", "Queue servers", PlainRow},
-    {"jobs", "Jobs", PlainRow},
-    {"clients", "Clients", ClientRow},
-    {"requests", "Requests", RequestRow},
-    {"faults", "Faults", FaultRow},
-    {"scenario", "Scenario", PlainRow},
-    {"watchers", "Watchers", WatcherRow},
-    {"unlistedRequests", "Requests that are not listed", PlainRow},
+};
+constexpr ShownSection kSections[] = {
+    {{"time", "Time"}, PlainRow},
+    {kInputs, InputRow},
+    {kInputEngines, InputEngineRow},
+    {kOutputs, OutputRow},
+    {kOutputEngines, OutputEngineRow},
+    {{"display", "All displays"}, PlainRow},
+    {{"filterWindows", "Filter windows"}, PlainRow},
+    {kEncoders, ChannelRow},
+    {kDecoders, ChannelRow},
+    {kLoops, LoopRow},
+    {kOverlays, OverlayRow},
+    {kRemoteMice, RemoteMouseRow},
+    {kLocalMice, LocalMouseRow},
+    {{"uvcUsers", "Users of UVC"}, ProcessRow},
+    {kUvcStreams, UvcRow},
+    {{"queues", "Announced queues"}, QueueRow},
+    {{"queueServers", "Queue servers"}, PlainRow},
+    {{"jobs", "Jobs"}, PlainRow},
+    {{"clients", "Clients"}, ClientRow},
+    {{"requests", "Requests"}, RequestRow},
+    {{"faults", "Faults", "fault", "fault"}, FaultRow},
+    {{"scenario", "Scenario"}, PlainRow},
+    {{"watchers", "Watchers"}, WatcherRow},
+    {{"unlistedRequests", "Requests that are not listed"}, PlainRow},
 };
 
 bool IsSet(const ordered_json& value)
@@ -279,24 +265,30 @@ bool IsSet(const ordered_json& value)
 
 void PrintSection(const std::string& name, const ordered_json& section, const ordered_json& cut)
 {
-    std::string title = name;
-    auto row = PlainRow;
-    for (const auto& known : kSections) {
-        if (name == known.name) {
-            title = known.title;
-            row = known.row;
-        }
+    ShownSection shown{{name.c_str(), name.c_str()}, PlainRow};
+    for (const ShownSection& known : kSections) {
+        if (name == known.section.name)
+            shown = known;
     }
+    const std::string number = shown.section.number;
     Table table;
     bool isEmpty = true;
     for (const auto& [key, entry] : section.items()) {
         if (section.is_object() && !IsSet(entry))
             continue;
         isEmpty = false;
-        table.Add(section.is_object() ? Row{key, PlainRow(entry)[0]} : row(entry));
+        if (section.is_object()) {
+            table.Add({key, PlainRow(entry)[0]});
+            continue;
+        }
+        Row row = shown.row(entry);
+        if (!number.empty())
+            row.insert(row.begin(), entry.at(number).dump());
+        table.Add(std::move(row));
     }
     if (isEmpty)
         return;
+    std::string title = shown.section.title;
     if (cut.contains(name))
         title += " (the first " + std::to_string(section.size()) + " of " + cut[name].dump() + ')';
     PrintLine('\n' + title);

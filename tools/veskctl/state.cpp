@@ -24,6 +24,16 @@ ordered_json ReadState(Settings& settings, const std::string& file)
                      "the service's state is malformed");
 }
 
+std::string Section::NameIn(const ordered_json& thing, const char* member) const
+{
+    return std::string(kind) + ' ' + thing.at(member).dump();
+}
+
+bool Section::IsRunning(const ordered_json& thing) const
+{
+    return thing.at(running).get<bool>();
+}
+
 void ShowState(const std::function<void()>& show)
 {
     try {
@@ -50,6 +60,11 @@ std::string OwnerText(const ordered_json& thing)
 {
     const ordered_json& owner = thing.at("owner");
     return Printable(owner.at("procName").get<std::string>()) + '[' + owner.at("process").dump() + ']';
+}
+
+std::string SourceText(const ordered_json& picture)
+{
+    return (picture.at("decFlag") != 0 ? kDecoders : kInputEngines).NameIn(picture, "inputId");
 }
 
 std::string PictureText(const ordered_json& mode, const char* width, const char* height)
