@@ -24,7 +24,7 @@ int CallsInTurn(Sizes sizes)
 /// The callers of an exchange, each on a thread that lives as long as they do.
 class Crew {
 public:
-    Crew(const Way& way, Sizes sizes, int size) : exchange_(way, sizes, size), gate_(size + 1)
+    Crew(const Way& way, Sizes sizes, int size) : parties_(way, sizes, size), gate_(size + 1)
     {
         for (int i = 0; i < size; ++i)
             threads_.emplace_back([this, i] { Work(static_cast<size_t>(i)); });
@@ -56,7 +56,7 @@ private:
                 return;
             try {
                 for (int call = 0; call < kCallsInTurn; ++call)
-                    exchange_[caller].Call();
+                    parties_[caller].Call();
             } catch (const std::exception&) {
                 hasFailed_ = true;
             }
@@ -64,7 +64,7 @@ private:
         }
     }
 
-    Exchange exchange_;
+    Parties parties_;
     std::barrier<> gate_;
     std::atomic<bool> isOver_ = false, hasFailed_ = false;
     std::vector<std::jthread> threads_;
@@ -80,15 +80,15 @@ Table CallsBetween(int callerCpu, int serverCpu, const std::string& where, bool 
     table.columns.emplace_back("raw socket, µs");
     for (const Sizes sizes :
          {Sizes{24, 24}, {56, 24}, {24, 2400}, {4632, 24}, {kMebibyte, 24}, {4 * kMebibyte, 24}}) {
-        std::vector<std::unique_ptr<Exchange>> exchanges;
+        std::vector<std::unique_ptr<Parties>> parties;
         std::vector<std::function<void()>> turns;
         const int calls = CallsInTurn(sizes);
         for (const Way& way : CallWays()) {
             {
                 const OnCpu there(serverCpu);
-                exchanges.push_back(std::make_unique<Exchange>(way, sizes));
+                parties.push_back(std::make_unique<Parties>(way, sizes));
             }
-            turns.emplace_back([&caller = (*exchanges.back())[0], calls] {
+            turns.emplace_back([&caller = (*parties.back())[0], calls] {
                 for (int call = 0; call < calls; ++call)
                     caller.Call();
             });
@@ -153,11 +153,11 @@ Table OwedTable(bool quick)
     const OnCpu here(Cpus().front());
     constexpr std::pair<const char*, size_t> kPercentiles[] = {{"median", 50}, {"99th percentile", 99}};
     std::vector<double> seconds[std::size(kPercentiles)][2]; // of each turn
-    std::vector<std::unique_ptr<Exchange>> exchanges;
+    std::vector<std::unique_ptr<Parties>> parties;
     std::vector<std::function<void()>> turns;
     for (const Way* way : {&kHostWay, &kOwingHostWay}) {
-        exchanges.push_back(std::make_unique<Exchange>(*way, Sizes{24, 24}));
-        turns.emplace_back([&, &caller = (*exchanges.back())[0], which = turns.size()] {
+        parties.push_back(std::make_unique<Parties>(*way, Sizes{24, 24}));
+        turns.emplace_back([&, &caller = (*parties.back())[0], which = turns.size()] {
             std::vector<double> calls(kCallsInTurn);
             for (double& call : calls)
                 call = SecondsOf([&] { caller.Call(); });

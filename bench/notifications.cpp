@@ -20,7 +20,7 @@ constexpr char kTask[] = "bench";
 constexpr uint32_t kNotification = 1, kAsk = 2, kEnd = 3;
 constexpr uint32_t kQueueDepth = 1024;
 
-struct Notification {
+struct NumberedNotification {
     uint64_t number; // from 1
     uint64_t rest[2];
 };
@@ -30,7 +30,7 @@ struct Tally {
     uint64_t received = 0, outOfOrder = 0, last = 0;
     int64_t time = 0; // of the last one, in ticks of the clock
 
-    void Count(const Notification& notification)
+    void Count(const NumberedNotification& notification)
     {
         ++received;
         if (notification.number <= last)
@@ -45,7 +45,7 @@ Tally g_tally;
 uint32_t Handle(OsMsgEnvelope* message)
 {
     if (message->msgId == kNotification) {
-        Notification notification{};
+        NumberedNotification notification{};
         if (message->dataLen == sizeof notification)
             std::memcpy(&notification, message->data, sizeof notification);
         g_tally.Count(notification);
@@ -68,7 +68,7 @@ void ServeRaw(const std::vector<Address>& addresses, Sizes)
 {
     const int socket = std::stoi(addresses.front());
     Tally tally;
-    Notification notification{};
+    NumberedNotification notification{};
     while (Receive(socket, &notification, sizeof notification)) {
         tally.Count(notification);
         tally.Stamp();
@@ -121,7 +121,7 @@ Outcome NotifyOverHost(uint64_t count)
         usleep(2000);
     }
     OsMsgEnvelope envelope = To(address, OS_MSG_ASYNCHRONOUS, kNotification);
-    Notification notification{};
+    NumberedNotification notification{};
     envelope.data = &notification;
     envelope.dataLen = sizeof notification;
     outcome.begin = Clock::now();
@@ -153,7 +153,7 @@ Outcome NotifyOverRaw(uint64_t count)
     const pid_t server = StartSide({"serve", kRawNotifications, {}}, link.server);
     const int socket = std::stoi(link.callers.front());
     Outcome outcome;
-    Notification notification{};
+    NumberedNotification notification{};
     for (notification.number = 1; notification.number <= count; ++notification.number)
         Send(socket, &notification, sizeof notification);
     shutdown(socket, SHUT_WR);

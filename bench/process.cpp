@@ -123,7 +123,7 @@ pid_t StartSide(const Side& side, const std::vector<Address>& addresses,
     return process;
 }
 
-Exchange::Exchange(const Way& way, Sizes sizes, int callers)
+Parties::Parties(const Way& way, Sizes sizes, int callers)
 {
     const Link link = MakeLink(way, callers);
     server_ = StartSide({"serve", way, sizes}, link.server);
@@ -131,7 +131,7 @@ Exchange::Exchange(const Way& way, Sizes sizes, int callers)
         callers_.push_back(way.open(address, sizes));
 }
 
-Exchange::~Exchange()
+Parties::~Parties()
 {
     callers_.front()->EndServer();
     callers_.clear();

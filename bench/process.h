@@ -49,12 +49,12 @@ pid_t StartSide(const Side& side, const std::vector<Address>& addresses,
                 const std::vector<std::string>& prefix = {});
 
 /// A server in a process of its own, and its callers in this one.
-class Exchange {
+class Parties {
 public:
-    Exchange(const Way& way, Sizes sizes, int callers = 1);
-    ~Exchange();
-    Exchange(const Exchange&) = delete;
-    Exchange& operator=(const Exchange&) = delete;
+    Parties(const Way& way, Sizes sizes, int callers = 1);
+    ~Parties();
+    Parties(const Parties&) = delete;
+    Parties& operator=(const Parties&) = delete;
 
     Caller& operator[](size_t caller) { return *callers_[caller]; }
 
