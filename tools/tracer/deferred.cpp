@@ -12,11 +12,11 @@ constexpr uint64_t kFree = 0;
 constexpr uint64_t kBusy = UINT64_MAX; ///< Belongs to the thread that has set it so.
 
 std::atomic<uint64_t> g_numbers[kSlots];
-Deferred g_deferred[kSlots];
+DeferredRequest g_deferred[kSlots];
 
 } // namespace
 
-void Keep(uint64_t number, const Deferred& deferred)
+void Keep(uint64_t number, const DeferredRequest& deferred)
 {
     for (;;) {
         size_t slot = 0; // with the lowest number: a free one, or else the oldest
@@ -36,13 +36,13 @@ void Keep(uint64_t number, const Deferred& deferred)
     }
 }
 
-Deferred Take(uint64_t number)
+DeferredRequest Take(uint64_t number)
 {
     for (size_t i = 0; i < kSlots; ++i) {
         uint64_t held = g_numbers[i].load(std::memory_order_relaxed);
         if (held != number || held == kFree || !g_numbers[i].compare_exchange_strong(held, kBusy))
             continue;
-        const Deferred deferred = g_deferred[i];
+        const DeferredRequest deferred = g_deferred[i];
         g_numbers[i] = kFree;
         return deferred;
     }

@@ -1,13 +1,13 @@
-// Requests whose handlers have put their answers off.
+// Requests whose handlers have deferred their answers.
 #pragma once
 
 #include "tools/tracer/recorder.h"
 
 namespace vesk::tracer {
 
-struct Deferred {
-    Exchange exchange;     ///< Its number is 0 if there is none.
-    OsMsgEnvelope request; ///< Its names and number.
+struct DeferredRequest {
+    TracedExchange exchange; ///< Its number is 0 if there is none.
+    OsMsgEnvelope request;   ///< Its names and number.
 };
 
 /**
@@ -15,9 +15,9 @@ struct Deferred {
  * memory. There is room for twice as many as can be owed; those that are never taken, as their senders have
  * gone, make room for others.
  */
-void Keep(uint64_t number, const Deferred& deferred);
+void Keep(uint64_t number, const DeferredRequest& deferred);
 
 /// Takes it out, for one caller.
-Deferred Take(uint64_t number);
+DeferredRequest Take(uint64_t number);
 
 } // namespace vesk::tracer

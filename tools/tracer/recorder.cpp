@@ -206,7 +206,7 @@ void WritePacket(Head& head, const Packet& packet, std::string_view comment)
 
 } // namespace
 
-Exchange Begin(const Packet& packet)
+TracedExchange Begin(const Packet& packet)
 {
     if (g_file.load(std::memory_order_relaxed) == kOff)
         return {};
@@ -216,7 +216,7 @@ Exchange Begin(const Packet& packet)
     return {head.exchange, head.monotonicNs};
 }
 
-void Continue(const Exchange& exchange, const Packet& packet, std::string_view comment)
+void Continue(const TracedExchange& exchange, const Packet& packet, std::string_view comment)
 {
     if (exchange.number == 0 || g_file.load(std::memory_order_relaxed) == kOff)
         return;

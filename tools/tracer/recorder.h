@@ -10,7 +10,7 @@
 namespace vesk::tracer {
 
 /// A message on its way, from its first packet on.
-struct Exchange {
+struct TracedExchange {
     uint64_t number = 0;      ///< 0: not recorded
     uint64_t monotonicNs = 0; ///< When it began.
 };
@@ -33,11 +33,11 @@ struct Packet {
  * VESK_TRACE_FILE had when the process started. If it cannot be written, one line on standard error says so,
  * and nothing is recorded from then on.
  */
-Exchange Begin(const Packet& packet);
+TracedExchange Begin(const Packet& packet);
 
 /// Records a further packet of an exchange, with the time that has passed; nothing if the exchange is not
 /// recorded.
-void Continue(const Exchange& exchange, const Packet& packet, std::string_view comment = {});
+void Continue(const TracedExchange& exchange, const Packet& packet, std::string_view comment = {});
 
 /// Records what is no message.
 void Note(std::string_view comment);

@@ -37,7 +37,7 @@ std::atomic<bool> g_serves = false;
 /// The message that this thread's handler has in hand.
 struct InHand {
     const OsMsgEnvelope* message = nullptr;
-    Exchange exchange;
+    TracedExchange exchange;
     bool isAnswered = false; ///< Or its answer is put off.
 };
 thread_local InHand t_inHand __attribute__((tls_model("initial-exec")));
@@ -52,7 +52,7 @@ uint32_t Handle(Handler* handler, OsMsgEnvelope* message)
     const bool isRequest = g_serves.load(std::memory_order_relaxed);
     const uint8_t flags = isSynchronous ? kSynchronous : 0;
     const OsMsgEnvelope routing = *message; // the handler may change it
-    const Exchange exchange = Begin(
+    const TracedExchange exchange = Begin(
         {isRequest ? Kind::kRequest : Kind::kNotification, flags, &routing, message->dataLen, message->data});
     const InHand before = std::exchange(t_inHand, {message, exchange, false});
     const uint32_t result = handler(message);
@@ -113,7 +113,7 @@ OsMsgEnvelope Reversed(const OsMsgEnvelope& request)
     return answer;
 }
 
-void RecordAnswer(const Deferred& answered, const void* data, uint32_t dataLen, uint32_t result,
+void RecordAnswer(const DeferredRequest& answered, const void* data, uint32_t dataLen, uint32_t result,
                   const char* function)
 {
     const OsMsgEnvelope answer = Reversed(answered.request);
@@ -142,7 +142,7 @@ VESK_TRACED uint32_t OsMsgSynSend(OsMsgEnvelope* envelope, OsMsgEnvelope** respo
         return kNoPlatform;
     if (envelope == nullptr)
         return send(envelope, response, timeoutMs);
-    const Exchange exchange =
+    const TracedExchange exchange =
         Begin({Kind::kRequest, kSent | kSynchronous, envelope, envelope->dataLen, envelope->data, timeoutMs});
     const uint32_t result = send(envelope, response, timeoutMs);
     const OsMsgEnvelope answer = Reversed(*envelope);
@@ -166,7 +166,7 @@ VESK_TRACED uint32_t OsMsgAsynSend(OsMsgEnvelope* envelope)
     if (envelope == nullptr)
         return send(envelope);
     const Kind kind = g_serves.load(std::memory_order_relaxed) ? Kind::kNotification : Kind::kRequest;
-    const Exchange exchange = Begin({kind, kSent, envelope, envelope->dataLen, envelope->data});
+    const TracedExchange exchange = Begin({kind, kSent, envelope, envelope->dataLen, envelope->data});
     const uint32_t result = send(envelope);
     Continue(exchange, {.kind = Kind::kDone, .flags = kSent, .routing = envelope, .platformResult = result},
              Refusal("OsMsgAsynSend", result).Text());
@@ -197,7 +197,7 @@ VESK_TRACED uint32_t HostMsgReply(OsMsgEnvelope* request, const void* data, uint
         return kNoPlatform;
     if (request == nullptr || request != t_inHand.message)
         return reply(request, data, dataLen);
-    const Deferred answered{t_inHand.exchange, *request};
+    const DeferredRequest answered{t_inHand.exchange, *request};
     const uint32_t result = reply(request, data, dataLen);
     t_inHand.isAnswered = true;
     RecordAnswer(answered, data, dataLen, result, "HostMsgReply");
@@ -222,7 +222,7 @@ VESK_TRACED uint32_t HostMsgReplyDeferred(HostMsgDeferred deferred, const void* 
     const auto reply = g_replyDeferred.Find(__builtin_return_address(0));
     if (reply == nullptr)
         return kNoPlatform;
-    const Deferred answered = Take(deferred);
+    const DeferredRequest answered = Take(deferred);
     const uint32_t result = reply(deferred, data, dataLen);
     RecordAnswer(answered, data, dataLen, result, "HostMsgReplyDeferred");
     return result;
@@ -233,7 +233,7 @@ VESK_TRACED void HostMsgCloseDeferred(HostMsgDeferred deferred)
     const auto close = g_closeDeferred.Find(__builtin_return_address(0));
     if (close == nullptr)
         return;
-    const Deferred closed = Take(deferred);
+    const DeferredRequest closed = Take(deferred);
     close(deferred);
     Continue(closed.exchange, {.kind = Kind::kDone, .flags = kSynchronous, .routing = &closed.request},
              "the connection was closed without an answer");
