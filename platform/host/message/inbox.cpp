@@ -129,7 +129,7 @@ void Inbox::Handle(const Events& events, int count)
     }
 }
 
-void Inbox::CallThoseToBeCalled()
+void Inbox::CallInTurn()
 {
     // In turn, so that one that fills the queue each time does not starve the others.
     areSomePutOff_ = false;
@@ -159,7 +159,7 @@ std::unique_ptr<Message> Inbox::Next()
             areSomePutOff_ = !toBeCalled_.empty(); // lest messages that keep coming starve them
         }
         if (waiting_.empty() && !toBeCalled_.empty())
-            CallThoseToBeCalled();
+            CallInTurn();
         if (!waiting_.empty()) {
             std::unique_ptr<Message> message = std::move(waiting_.front());
             waiting_.pop_front();

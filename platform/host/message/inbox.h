@@ -104,7 +104,7 @@ private:
     int Wait(Guard& guard, Events& events, int timeoutMs);
     void Handle(const Events& events, int count);
     void PutInto(std::list<uint64_t>& list, uint64_t number, bool comesFirst = false);
-    void CallThoseToBeCalled();
+    void CallInTurn();
     void WakeLoop();
 
     UniqueFd epoll_;

@@ -298,12 +298,12 @@ HostMsgDeferred HostMsgDefer(OsMsgEnvelope* request)
 uint32_t HostMsgReplyDeferred(HostMsgDeferred deferred, const void* data, uint32_t dataLen)
 {
     return Contained([&]() -> uint32_t {
-        const auto owed = TakeDeferred(deferred);
-        if (!owed)
+        const auto taken = TakeDeferred(deferred);
+        if (!taken)
             return HOST_MSG_ERR_BROKEN;
         if (data != nullptr || dataLen == 0)
-            return Answer(*owed->sender, owed->request, owed->sequence, data, dataLen);
-        owed->sender->Close();
+            return Answer(*taken->sender, taken->request, taken->sequence, data, dataLen);
+        taken->sender->Close();
         return HOST_MSG_ERR_ARGUMENT;
     });
 }
@@ -311,8 +311,8 @@ uint32_t HostMsgReplyDeferred(HostMsgDeferred deferred, const void* data, uint32
 void HostMsgCloseDeferred(HostMsgDeferred deferred)
 {
     Contained([&] {
-        if (const auto owed = TakeDeferred(deferred))
-            owed->sender->Close();
+        if (const auto taken = TakeDeferred(deferred))
+            taken->sender->Close();
         return 0U;
     });
 }
