@@ -46,25 +46,25 @@ Result Channel::Stop()
     return result;
 }
 
-VeskServiceCodecStatus Encoder::Status() const
+VeskServiceCodecStatus EncoderChannel::Status() const
 {
     const bool hasFec = fec.lossRate > 0 || fec.constLostNum != 0;
     return {isStarted ? 1U : 0U, param.w, param.h, param.fr, queId, keyFrames, hasFec ? 1U : 0U};
 }
 
-VeskServiceCodecStatus Decoder::Status() const
+VeskServiceCodecStatus DecoderChannel::Status() const
 {
     return {isStarted ? 1U : 0U, param.w, param.h, 0, queId, 0, antiJitter};
 }
 
-Result Encoder::SetParamEx(const VeskVideoEncParamEx& value)
+Result EncoderChannel::SetParamEx(const VeskVideoEncParamEx& value)
 {
     paramEx = value;
     ++statistics.changes;
     return kOk;
 }
 
-Result Encoder::ForceKeyFrame()
+Result EncoderChannel::ForceKeyFrame()
 {
     if (!isStarted)
         return VESK_SERVICE_ERR_STATE;
@@ -89,7 +89,7 @@ Result Codecs::CreateEncoder(const Sender& sender, uint32_t* encStmNo)
 {
     const Result result = encoders.Create(sender, encStmNo);
     if (result == kOk) {
-        Encoder& encoder = *encoders.Find(*encStmNo);
+        EncoderChannel& encoder = *encoders.Find(*encStmNo);
         encoder.param = device_->defaults.encoder;
         encoder.paramEx = device_->defaults.encoderEx;
     } else {
@@ -98,7 +98,7 @@ Result Codecs::CreateEncoder(const Sender& sender, uint32_t* encStmNo)
     return result;
 }
 
-Result Codecs::SetEncoderParam(Encoder& encoder, const VeskVideoEncParam& param)
+Result Codecs::SetEncoderParam(EncoderChannel& encoder, const VeskVideoEncParam& param)
 {
     if (!device_->pictures.Has(param.w, param.h) || param.fr > device_->pictures.maxFrameRate)
         return VESK_SERVICE_ERR_VALUE;
@@ -108,7 +108,7 @@ Result Codecs::SetEncoderParam(Encoder& encoder, const VeskVideoEncParam& param)
     return kOk;
 }
 
-Result Codecs::ModifyFrameRate(Encoder& encoder, Argument<"frameRate"> frameRate)
+Result Codecs::ModifyFrameRate(EncoderChannel& encoder, Argument<"frameRate"> frameRate)
 {
     if (!encoder.hasParam)
         return VESK_SERVICE_ERR_STATE;
@@ -119,7 +119,7 @@ Result Codecs::ModifyFrameRate(Encoder& encoder, Argument<"frameRate"> frameRate
     return kOk;
 }
 
-Result Codecs::StartEncoder(Encoder& encoder)
+Result Codecs::StartEncoder(EncoderChannel& encoder)
 {
     if (!encoder.isStarted && encoder.hasParam && RunningEncoders() >= device_->limits.encodersRunning) {
         notifications_->Add(encoder.owner.procName, VESK_VIDEO_ON_ENCODE_RESOURCE_INSUFFICIENT, {},
@@ -132,7 +132,7 @@ Result Codecs::StartEncoder(Encoder& encoder)
     return result;
 }
 
-Result Codecs::StopEncoder(Encoder& encoder)
+Result Codecs::StopEncoder(EncoderChannel& encoder)
 {
     const Result result = encoder.Stop();
     if (result == kOk && RunningEncoders() == device_->limits.encodersAtSpeed)
@@ -141,7 +141,7 @@ Result Codecs::StopEncoder(Encoder& encoder)
 }
 
 // One that runs is stopped, which may end an overload.
-Result Codecs::DeleteEncoder(Encoder& encoder)
+Result Codecs::DeleteEncoder(EncoderChannel& encoder)
 {
     if (encoder.isStarted)
         StopEncoder(encoder);
@@ -156,7 +156,7 @@ size_t Codecs::RunningEncoders()
         std::count_if(all.begin(), all.end(), [](const auto& entry) { return entry.second.isStarted; }));
 }
 
-void Codecs::NotifyLoad(const Encoder& encoder, bool isOverload)
+void Codecs::NotifyLoad(const EncoderChannel& encoder, bool isOverload)
 {
     const VeskVideoEncOverloadStatus status{encoder.number, isOverload ? 1U : 0U};
     notifications_->Add(encoder.owner.procName, VESK_VIDEO_ON_ENCODE_STATUS_NOTIFY, BytesOf(status));
@@ -184,7 +184,7 @@ Result Codecs::CreateDecoder(const Sender& sender, uint32_t* decStmNo)
     return result;
 }
 
-Result Codecs::SetDecoderParam(Decoder& decoder, const VeskVideoDecParam& param)
+Result Codecs::SetDecoderParam(DecoderChannel& decoder, const VeskVideoDecParam& param)
 {
     if (!device_->pictures.Has(param.w, param.h))
         return VESK_SERVICE_ERR_VALUE;
@@ -195,7 +195,7 @@ Result Codecs::SetDecoderParam(Decoder& decoder, const VeskVideoDecParam& param)
     return kOk;
 }
 
-Result Codecs::SetDecoderParamEx(Decoder& decoder, const VeskVideoDecParamEx& param)
+Result Codecs::SetDecoderParamEx(DecoderChannel& decoder, const VeskVideoDecParamEx& param)
 {
     decoder.paramEx = param;
     NotifyRecreation(decoder);
@@ -203,7 +203,7 @@ Result Codecs::SetDecoderParamEx(Decoder& decoder, const VeskVideoDecParamEx& pa
 }
 
 // New parameters need a new decoder where one runs; it is there at once, under the same number.
-void Codecs::NotifyRecreation(const Decoder& decoder)
+void Codecs::NotifyRecreation(const DecoderChannel& decoder)
 {
     if (decoder.isStarted)
         notifications_->Add(decoder.owner.procName, VESK_VIDEO_ON_DECODE_RECREATE_OK_NOTIFY, {}, 0,
@@ -211,14 +211,14 @@ void Codecs::NotifyRecreation(const Decoder& decoder)
 }
 
 // A decoder that starts needs a key frame from every encoder that is looped to it.
-Result Codecs::StartDecoder(Decoder& decoder)
+Result Codecs::StartDecoder(DecoderChannel& decoder)
 {
     if (const Result result = decoder.Start(); result != kOk)
         return result;
     notifications_->Add(decoder.owner.procName, VESK_VIDEO_ON_DECODE_STATUS_NOTIFY,
                         BytesOf(VeskServiceDecodeState{decoder.number, 1}));
     for (const auto& [number, loop] : loops.All()) {
-        const Encoder* encoder = encoders.Find(loop.param.encNo);
+        const EncoderChannel* encoder = encoders.Find(loop.param.encNo);
         if (loop.isOn && loop.param.decNo == decoder.number && encoder != nullptr)
             notifications_->Add(encoder->owner.procName, VESK_VIDEO_ON_IFREAME_REQUEST, {}, encoder->number);
     }

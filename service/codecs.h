@@ -27,7 +27,7 @@ struct Channel : Startable {
     }
 };
 
-struct Encoder : Channel {
+struct EncoderChannel : Channel {
     VeskVideoEncParam param{};
     VeskVideoEncParamEx paramEx{};
     VeskVideoEncFecParam fec{};
@@ -39,7 +39,7 @@ struct Encoder : Channel {
     Result ForceKeyFrame();
 };
 
-struct Decoder : Channel {
+struct DecoderChannel : Channel {
     VeskVideoDecParam param{};
     VeskVideoDecParamEx paramEx{};
     uint32_t antiJitter = 0;
@@ -59,22 +59,22 @@ public:
 
     void Release(pid_t process);
 
-    Numbered<Encoder> encoders;
-    Numbered<Decoder> decoders;
+    Numbered<EncoderChannel> encoders;
+    Numbered<DecoderChannel> decoders;
     Numbered<Loop> loops;
 
     Result CreateEncoder(const Sender&, uint32_t* encStmNo);
-    Result SetEncoderParam(Encoder&, const VeskVideoEncParam&);
-    Result ModifyFrameRate(Encoder&, Argument<"frameRate">);
-    Result StartEncoder(Encoder&);
-    Result StopEncoder(Encoder&);
-    Result DeleteEncoder(Encoder&);
+    Result SetEncoderParam(EncoderChannel&, const VeskVideoEncParam&);
+    Result ModifyFrameRate(EncoderChannel&, Argument<"frameRate">);
+    Result StartEncoder(EncoderChannel&);
+    Result StopEncoder(EncoderChannel&);
+    Result DeleteEncoder(EncoderChannel&);
     Result GetEncodeCapability(VeskVideoEncodeCapability*);
 
     Result CreateDecoder(const Sender&, uint32_t* decStmNo);
-    Result SetDecoderParam(Decoder&, const VeskVideoDecParam&);
-    Result SetDecoderParamEx(Decoder&, const VeskVideoDecParamEx&);
-    Result StartDecoder(Decoder&);
+    Result SetDecoderParam(DecoderChannel&, const VeskVideoDecParam&);
+    Result SetDecoderParamEx(DecoderChannel&, const VeskVideoDecParamEx&);
+    Result StartDecoder(DecoderChannel&);
     Result GetDecodeCapability(VeskVideoDecodeCapability*);
 
     template <class CodecChannel, class Record>
@@ -99,8 +99,8 @@ public:
 
 private:
     size_t RunningEncoders();
-    void NotifyLoad(const Encoder&, bool isOverload);
-    void NotifyRecreation(const Decoder&);
+    void NotifyLoad(const EncoderChannel&, bool isOverload);
+    void NotifyRecreation(const DecoderChannel&);
 
     Notifications* notifications_;
     const DeviceDescription* device_;

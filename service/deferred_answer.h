@@ -1,4 +1,4 @@
-// An answer that is put off.
+// An answer that is deferred.
 #pragma once
 
 #include "vesk_host/message.h"
@@ -9,17 +9,17 @@
 
 namespace vesk::service {
 
-/// Its sender's connection is closed unless it is given or left.
-class OwedAnswer {
+/// Its sender's connection is closed unless it is given or abandoned.
+class DeferredAnswer {
 public:
     /// @param message  The synchronous message that is being handled.
-    explicit OwedAnswer(OsMsgEnvelope& message) : deferred_(HostMsgDefer(&message)) {}
-    OwedAnswer(const OwedAnswer&) = delete;
-    OwedAnswer& operator=(const OwedAnswer&) = delete;
-    ~OwedAnswer() { Close(); }
+    explicit DeferredAnswer(OsMsgEnvelope& message) : deferred_(HostMsgDefer(&message)) {}
+    DeferredAnswer(const DeferredAnswer&) = delete;
+    DeferredAnswer& operator=(const DeferredAnswer&) = delete;
+    ~DeferredAnswer() { Close(); }
 
-    /// False when as many are owed as can be.
-    bool IsOwed() const { return deferred_ != 0; }
+    /// False when as many are deferred as can be.
+    bool IsDeferred() const { return deferred_ != 0; }
 
     /// Returns 0 or a HostMsgResult.
     uint32_t Give(std::span<const std::byte> data)
@@ -28,7 +28,7 @@ public:
                                     static_cast<uint32_t>(data.size()));
     }
     /// The sender waits until its time-out.
-    void Leave() { deferred_ = 0; }
+    void Abandon() { deferred_ = 0; }
     void Close()
     {
         if (deferred_ != 0)

@@ -1,6 +1,6 @@
 // How answers and notifications leave the service: at once, late, altered or not at all.
+#include "service/deferred_answer.h"
 #include "service/log.h"
-#include "service/owed_answer.h"
 #include "service/service.h"
 #include "vesk_service/control_list.h"
 
@@ -12,7 +12,7 @@ namespace vesk::service {
 
 namespace {
 
-Bytes DataBlockOf(const Notification& notification)
+Bytes DataBlockOf(const PendingNotification& notification)
 {
     VeskVideoMsgHead head{};
     head.msgId = static_cast<uint16_t>(notification.notifyId);
@@ -26,58 +26,59 @@ Bytes DataBlockOf(const Notification& notification)
 
 } // namespace
 
-struct Service::LateAnswer {
-    OwedAnswer owed;
+struct Service::Deferral {
+    DeferredAnswer deferred;
     std::string text; // of its request
-    Watchers::Exchange exchange;
+    Watchers::WatchedRequest request;
     bool closes;
     Bytes answer;
-    std::vector<Notification> notifications; // of its request, which follow it
+    std::vector<PendingNotification> notifications; // of its request, which follow it
 };
 
-void Service::PutOff(OsMsgEnvelope& message, const std::string& text, const Effects& effects,
-                     const Watchers::Exchange& exchange, Bytes answer)
+void Service::Defer(OsMsgEnvelope& message, const std::string& text, const Effects& effects,
+                    const Watchers::WatchedRequest& request, Bytes answer)
 {
     const bool closes = effects.fate == Effects::Fate::kClosed;
-    const std::shared_ptr<LateAnswer> late(
-        new LateAnswer{OwedAnswer(message), text, exchange, closes, std::move(answer), {}});
-    if (late->owed.IsOwed() && effects.fate == Effects::Fate::kNone) {
-        late->owed.Leave();
-        watchers.Unanswered(exchange);
+    const std::shared_ptr<Deferral> deferral(
+        new Deferral{DeferredAnswer(message), text, request, closes, std::move(answer), {}});
+    const bool isDeferred = deferral->deferred.IsDeferred();
+    if (isDeferred && effects.fate == Effects::Fate::kNone) {
+        deferral->deferred.Abandon();
+        watchers.Unanswered(request);
         return;
     }
-    late->notifications = notifications_.TakeAll();
-    size_t bytes = late->answer.size();
-    for (const Notification& notification : late->notifications)
+    deferral->notifications = notifications_.TakeAll();
+    size_t bytes = deferral->answer.size();
+    for (const PendingNotification& notification : deferral->notifications)
         bytes += sizeof notification + notification.payload.size();
-    if (late->owed.IsOwed() &&
-        timeline.Add(Timeline::Kind::kAnswer, effects.delayMs, bytes, [this, late] { GiveLate(*late); }))
+    if (isDeferred && timeline.Add(Timeline::Kind::kAnswer, effects.delayMs, bytes,
+                                   [this, deferral] { GiveDeferred(*deferral); }))
         return;
     LOG(kError, "%s: not answered, because too many answers are owed", text.c_str());
-    late->closes = true;
-    GiveLate(*late);
+    deferral->closes = true;
+    GiveDeferred(*deferral);
 }
 
-void Service::GiveLate(LateAnswer& late)
+void Service::GiveDeferred(Deferral& deferral)
 {
-    if (late.closes) {
-        late.owed.Close();
-        watchers.Unanswered(late.exchange);
+    if (deferral.closes) {
+        deferral.deferred.Close();
+        watchers.Unanswered(deferral.request);
     } else {
-        const uint32_t ret = late.owed.Give(late.answer);
-        LOG(kInfo, "%s: answered late: %u", late.text.c_str(), ret);
-        watchers.Answered(late.exchange, ret, late.answer);
+        const uint32_t ret = deferral.deferred.Give(deferral.answer);
+        LOG(kInfo, "%s: answered late: %u", deferral.text.c_str(), ret);
+        watchers.Answered(deferral.request, ret, deferral.answer);
     }
-    NotifyEach(late.notifications);
+    NotifyEach(deferral.notifications);
 }
 
-void Service::NotifyEach(const std::vector<Notification>& notifications)
+void Service::NotifyEach(const std::vector<PendingNotification>& notifications)
 {
-    for (const Notification& notification : notifications)
+    for (const PendingNotification& notification : notifications)
         Notify(notification);
 }
 
-uint32_t Service::Notify(const Notification& notification)
+uint32_t Service::Notify(const PendingNotification& notification)
 {
     if (notification.procName != kEveryClient)
         return NotifyOne(notification.procName, notification) ? 1 : 0;
@@ -87,13 +88,13 @@ uint32_t Service::Notify(const Notification& notification)
     return notified;
 }
 
-bool Service::NotifyOne(const std::string& procName, const Notification& notification)
+bool Service::NotifyOne(const std::string& procName, const PendingNotification& notification)
 try {
     if (!clients.IsKnown(procName))
         return false;
     const uint32_t notifyId = notification.notifyId;
     Bytes data = DataBlockOf(notification);
-    const Effects effects = Meet({VESK_CONTROL_OF_NOTIFICATION, notifyId, procName, data});
+    const Effects effects = Trigger({VESK_CONTROL_OF_NOTIFICATION, notifyId, procName, data});
     effects.Change(data, sizeof(VeskVideoMsgHead));
     if (effects.fate != Effects::Fate::kGiven) {
         clients.CountDropped(procName);

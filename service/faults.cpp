@@ -130,10 +130,10 @@ Effects Faults::Apply(const MessageView& message)
             effects.fate = Effects::Fate::kNone;
             break;
         case VESK_CONTROL_EFFECT_LENGTH:
-            effects.alterations.push_back({false, fault.isRelative != 0, fault.value, 0});
+            effects.alterations.push_back({.isRelative = fault.isRelative != 0, .length = fault.value});
             break;
         case VESK_CONTROL_EFFECT_GARBAGE:
-            effects.alterations.push_back({true, false, 0, rule.engine()});
+            effects.alterations.push_back({.isRandom = true, .seed = rule.engine()});
             break;
         case VESK_CONTROL_EFFECT_DUPLICATE:
             ++effects.copies;

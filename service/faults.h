@@ -21,16 +21,16 @@ struct Effects {
     Fate fate = Fate::kGiven;
     uint32_t copies = 1; ///< Of a notification.
 
-    bool IsPutOff() const { return delayMs != 0 || fate == Fate::kNone; }
+    bool IsDeferred() const { return delayMs != 0 || fate == Fate::kNone; }
 
     /// Changes an answer or notification. Of a notification only what follows the header becomes random.
     void Change(Bytes& data, size_t randomFrom) const;
 
     struct Alteration {
-        bool isRandom;
-        bool isRelative;
-        int64_t length;
-        uint64_t seed;
+        bool isRandom = false;
+        bool isRelative = false;
+        int64_t length = 0;
+        uint64_t seed = 0;
     };
     std::vector<Alteration> alterations;
 };

@@ -12,12 +12,6 @@ namespace {
 
 constexpr uint32_t kAnyNumber = VESK_CONTROL_ANY_NUMBER;
 
-template <class Listed>
-const char* NameOf(const Listed* listed)
-{
-    return listed != nullptr ? listed->name : "an unknown message";
-}
-
 std::span<const VeskControlCondition> ConditionsOf(const VeskControlMatch& match)
 {
     return {match.condition, match.conditions};
@@ -27,9 +21,12 @@ std::span<const VeskControlCondition> ConditionsOf(const VeskControlMatch& match
 
 std::string TextOf(const MessageView& message)
 {
+    const auto nameIn = [](const auto* listed) {
+        return listed != nullptr ? listed->name : "an unknown message";
+    };
     const bool isRequest = message.kind == VESK_CONTROL_OF_REQUEST;
-    std::string text = isRequest ? NameOf(messages::FindRequest(message.number))
-                                 : NameOf(messages::FindNotification(message.number));
+    std::string text = isRequest ? nameIn(messages::FindRequest(message.number))
+                                 : nameIn(messages::FindNotification(message.number));
     text += " (" + std::to_string(message.number) + (isRequest ? ") from " : ") to ");
     return text.append(message.procName);
 }

@@ -17,7 +17,7 @@ void Mice::Release(pid_t process)
 
 Result Mice::Connect(RemoteMouse& mouse, Argument<"decStmNo"> decStmNo)
 {
-    const Decoder* decoder = codecs_->decoders.Find(decStmNo);
+    const DecoderChannel* decoder = codecs_->decoders.Find(decStmNo);
     if (decoder == nullptr)
         return VESK_SERVICE_ERR_NUMBER;
     mouse.decStmNo = decoder->number;

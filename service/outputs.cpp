@@ -61,7 +61,7 @@ void Outputs::NotifyFirstFrames()
 bool Outputs::IsLive(const VeskVideoSubPicParam& picture) const
 {
     if (picture.decFlag != 0) {
-        const Decoder* decoder = codecs_->decoders.Find(picture.inputId);
+        const DecoderChannel* decoder = codecs_->decoders.Find(picture.inputId);
         return decoder != nullptr && decoder->isStarted;
     }
     const InputEngine* input = inputs_->engines.Find(picture.inputId);

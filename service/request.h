@@ -65,7 +65,7 @@ private:
 inline const std::string kEveryClient = "every known client";
 
 /// A notification; it is sent after the answer to the current request.
-struct Notification {
+struct PendingNotification {
     std::string procName;
     uint32_t notifyId = 0;
     Bytes payload;
@@ -79,10 +79,10 @@ public:
     /// One that there is no memory for is dropped and logged: the request has been served all the same.
     void Add(const std::string& procName, uint32_t notifyId, std::span<const std::byte> payload,
              uint64_t param1 = 0, uint32_t param2 = 0);
-    std::vector<Notification> TakeAll() { return std::exchange(all_, {}); }
+    std::vector<PendingNotification> TakeAll() { return std::exchange(all_, {}); }
 
 private:
-    std::vector<Notification> all_;
+    std::vector<PendingNotification> all_;
 };
 
 } // namespace vesk::service

@@ -84,7 +84,7 @@ Result Service::Execute(uint32_t number, std::span<const std::byte> data)
     return result;
 }
 
-Effects Service::Meet(const MessageView& message)
+Effects Service::Trigger(const MessageView& message)
 {
     scenario.Happened(message);
     return faults.Apply(message);
@@ -98,11 +98,11 @@ void Service::Handle(OsMsgEnvelope& message)
     const std::string text = MessageText(message);
     const Sender sender = SenderOf(message);
     const std::span data(static_cast<const std::byte*>(message.data), message.dataLen);
-    Watchers::Exchange exchange;
+    Watchers::WatchedRequest request;
     Effects effects;
     if (!messages::IsControl(message.msgId)) {
-        exchange = watchers.Arrived(message, sender);
-        effects = Meet({VESK_CONTROL_OF_REQUEST, message.msgId, sender.procName, data});
+        request = watchers.Arrived(message, sender);
+        effects = Trigger({VESK_CONTROL_OF_REQUEST, message.msgId, sender.procName, data});
     }
     VeskVideoMsgHead head{};
     head.msgId = static_cast<uint16_t>(message.msgId);
@@ -113,13 +113,13 @@ void Service::Handle(OsMsgEnvelope& message)
     std::memcpy(answer.data(), &head, sizeof head);
     effects.Change(answer, 0);
     const bool isWaiting = message.type == OS_MSG_SYNCHRONOUS;
-    if (isWaiting && effects.IsPutOff()) {
-        PutOff(message, text, effects, exchange, std::move(answer));
+    if (isWaiting && effects.IsDeferred()) {
+        Defer(message, text, effects, request, std::move(answer));
     } else if (isWaiting && effects.fate == Effects::Fate::kGiven) {
         const uint32_t ret = HostMsgReply(&message, answer.data(), static_cast<uint32_t>(answer.size()));
-        watchers.Answered(exchange, ret, answer);
+        watchers.Answered(request, ret, answer);
     } else { // the connection of a sender that waits is closed
-        watchers.Unanswered(exchange);
+        watchers.Unanswered(request);
     }
     NotifyEach(notifications_.TakeAll());
 }

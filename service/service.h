@@ -75,18 +75,18 @@ public:
 
 private:
     Result Serve(uint32_t number, const Sender&, std::span<const std::byte> data, Bytes& answer);
-    /// Has a message do what scenario and faults wait for it to do.
-    Effects Meet(const MessageView& message);
+    /// Triggers the steps of the scenario that wait for a message, and the faults that it meets.
+    Effects Trigger(const MessageView& message);
 
     // How answers and notifications leave (delivery.cpp)
-    struct LateAnswer;
-    void PutOff(OsMsgEnvelope& message, const std::string& text, const Effects&, const Watchers::Exchange&,
-                Bytes answer);
-    void GiveLate(LateAnswer&);
+    struct Deferral;
+    void Defer(OsMsgEnvelope& message, const std::string& text, const Effects&,
+               const Watchers::WatchedRequest&, Bytes answer);
+    void GiveDeferred(Deferral&);
     /// Returns how many clients it is sent to, now or later.
-    uint32_t Notify(const Notification&);
-    void NotifyEach(const std::vector<Notification>&);
-    bool NotifyOne(const std::string& procName, const Notification&);
+    uint32_t Notify(const PendingNotification&);
+    void NotifyEach(const std::vector<PendingNotification>&);
+    bool NotifyOne(const std::string& procName, const PendingNotification&);
 };
 
 } // namespace vesk::service

@@ -246,25 +246,27 @@ ordered_json Document::DescribeFilterWindows()
 
 ordered_json Document::DescribeEncoders()
 {
-    return ListOf(service_.codecs.encoders, "encStmNo", [this](ordered_json& entry, const Encoder& encoder) {
-        entry["queHandle"] = encoder.queId;
-        entry["keyFrames"] = encoder.keyFrames;
-        entry["statistics"] = Statistics(encoder);
-        Put<VESK_VIDEO_MSG_SET_ENC_PARAM>(entry, "param", encoder.param);
-        Put<VESK_VIDEO_MSG_SET_ENC_PARAM_EX>(entry, "paramEx", encoder.paramEx);
-        Put<VESK_VIDEO_MSG_SET_ENC_FEC_PARAM>(entry, "fec", encoder.fec);
-    });
+    return ListOf(service_.codecs.encoders, "encStmNo",
+                  [this](ordered_json& entry, const EncoderChannel& encoder) {
+                      entry["queHandle"] = encoder.queId;
+                      entry["keyFrames"] = encoder.keyFrames;
+                      entry["statistics"] = Statistics(encoder);
+                      Put<VESK_VIDEO_MSG_SET_ENC_PARAM>(entry, "param", encoder.param);
+                      Put<VESK_VIDEO_MSG_SET_ENC_PARAM_EX>(entry, "paramEx", encoder.paramEx);
+                      Put<VESK_VIDEO_MSG_SET_ENC_FEC_PARAM>(entry, "fec", encoder.fec);
+                  });
 }
 
 ordered_json Document::DescribeDecoders()
 {
-    return ListOf(service_.codecs.decoders, "decStmNo", [this](ordered_json& entry, const Decoder& decoder) {
-        entry["queHandle"] = decoder.queId;
-        entry["antiJitter"] = decoder.antiJitter;
-        entry["statistics"] = Statistics(decoder);
-        Put<VESK_VIDEO_MSG_SET_DEC_PARAM>(entry, "param", decoder.param);
-        Put<VESK_VIDEO_MSG_SET_DEC_PARAMEX>(entry, "paramEx", decoder.paramEx);
-    });
+    return ListOf(service_.codecs.decoders, "decStmNo",
+                  [this](ordered_json& entry, const DecoderChannel& decoder) {
+                      entry["queHandle"] = decoder.queId;
+                      entry["antiJitter"] = decoder.antiJitter;
+                      entry["statistics"] = Statistics(decoder);
+                      Put<VESK_VIDEO_MSG_SET_DEC_PARAM>(entry, "param", decoder.param);
+                      Put<VESK_VIDEO_MSG_SET_DEC_PARAMEX>(entry, "paramEx", decoder.paramEx);
+                  });
 }
 
 ordered_json Document::DescribeLoops()

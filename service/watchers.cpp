@@ -40,44 +40,46 @@ Result Watchers::Watch(const Sender& sender, Argument<"enable"> enable)
     return kOk;
 }
 
-Watchers::Exchange Watchers::Arrived(const OsMsgEnvelope& message, const Sender& sender)
+Watchers::WatchedRequest Watchers::Arrived(const OsMsgEnvelope& message, const Sender& sender)
 {
-    Exchange exchange{.number = ++lastExchange_, .msgId = message.msgId, .sender = sender, .arrived = {}};
+    WatchedRequest request{
+        .number = ++lastExchange_, .msgId = message.msgId, .sender = sender, .arrived = {}};
     if (watchers_.empty())
-        return exchange;
-    exchange.arrived = steady_clock::now();
+        return request;
+    request.arrived = steady_clock::now();
     VeskControlMessage shown{};
     shown.kind = VESK_CONTROL_SAW_REQUEST;
     shown.number = message.msgId;
     shown.isSynchronous = message.type == OS_MSG_SYNCHRONOUS ? 1 : 0;
-    shown.exchange = exchange.number;
+    shown.exchange = request.number;
     Show(shown, sender, {static_cast<const std::byte*>(message.data), message.dataLen});
-    return exchange;
+    return request;
 }
 
-void Watchers::Answered(const Exchange& exchange, uint32_t platformResult, std::span<const std::byte> data)
+void Watchers::Answered(const WatchedRequest& request, uint32_t platformResult,
+                        std::span<const std::byte> data)
 {
-    End(VESK_CONTROL_SAW_ANSWER, exchange, platformResult, data);
+    End(VESK_CONTROL_SAW_ANSWER, request, platformResult, data);
 }
 
-void Watchers::Unanswered(const Exchange& exchange)
+void Watchers::Unanswered(const WatchedRequest& request)
 {
-    End(VESK_CONTROL_SAW_NO_ANSWER, exchange, 0, {});
+    End(VESK_CONTROL_SAW_NO_ANSWER, request, 0, {});
 }
 
-void Watchers::End(VeskControlMessageKind kind, const Exchange& exchange, uint32_t platformResult,
+void Watchers::End(VeskControlMessageKind kind, const WatchedRequest& request, uint32_t platformResult,
                    std::span<const std::byte> data)
 {
-    if (watchers_.empty() || exchange.number == 0)
+    if (watchers_.empty() || request.number == 0)
         return;
     VeskControlMessage shown{};
     shown.kind = kind;
-    shown.number = exchange.msgId;
+    shown.number = request.msgId;
     shown.platformResult = platformResult;
-    shown.exchange = exchange.number;
-    if (exchange.arrived != steady_clock::time_point())
-        shown.durationNs = Nanoseconds(steady_clock::now()) - Nanoseconds(exchange.arrived);
-    Show(shown, exchange.sender, data);
+    shown.exchange = request.number;
+    if (request.arrived != steady_clock::time_point())
+        shown.durationNs = Nanoseconds(steady_clock::now()) - Nanoseconds(request.arrived);
+    Show(shown, request.sender, data);
 }
 
 void Watchers::Notified(const Sender& client, uint32_t notifyId, uint32_t platformResult,

@@ -16,7 +16,7 @@ struct Identity;
 class Watchers {
 public:
     /// A request, and what it takes to show what became of it.
-    struct Exchange {
+    struct WatchedRequest {
         uint64_t number = 0; ///< 0: it is not shown.
         uint32_t msgId = 0;
         Sender sender;
@@ -27,9 +27,9 @@ public:
 
     Result Watch(const Sender&, Argument<"enable">);
 
-    Exchange Arrived(const OsMsgEnvelope& message, const Sender& sender);
-    void Answered(const Exchange& exchange, uint32_t platformResult, std::span<const std::byte> data);
-    void Unanswered(const Exchange& exchange);
+    WatchedRequest Arrived(const OsMsgEnvelope& message, const Sender& sender);
+    void Answered(const WatchedRequest& request, uint32_t platformResult, std::span<const std::byte> data);
+    void Unanswered(const WatchedRequest& request);
     void Notified(const Sender& client, uint32_t notifyId, uint32_t platformResult,
                   std::span<const std::byte> data);
 
@@ -41,7 +41,7 @@ public:
     const std::vector<Watcher>& All() const { return watchers_; }
 
 private:
-    void End(VeskControlMessageKind kind, const Exchange& exchange, uint32_t platformResult,
+    void End(VeskControlMessageKind kind, const WatchedRequest& request, uint32_t platformResult,
              std::span<const std::byte> data);
     void Show(VeskControlMessage shown, const Sender& peer, std::span<const std::byte> data);
     /// False when it has ended.
