@@ -8,6 +8,8 @@
 #include <cinttypes>
 #include <cstdio>
 
+#include <nlohmann/json.hpp>
+
 namespace vesk::decoder {
 
 namespace {
@@ -194,7 +196,7 @@ std::string ValueText(const Decoder& decoder, const Field& field)
     if (const Bytes* bytes = std::get_if<Bytes>(&field.value))
         return FoldedHex(*bytes);
     if (const std::string* text = std::get_if<std::string>(&field.value))
-        return Dump(*text);
+        return Quoted(*text);
     if (const double* number = std::get_if<double>(&field.value))
         return FloatText(*number, field.size);
     const std::string_view name = decoder.ValueName(field.LastName(), field.value);
@@ -282,6 +284,11 @@ Assignment ParseAssignment(std::string_view text)
     if (equals == text.npos || equals == 0)
         throw Error("'" + std::string(text) + "': expected name=value");
     return {std::string(text.substr(0, equals)), std::string(text.substr(equals + 1))};
+}
+
+std::string Quoted(const std::string& text)
+{
+    return Dump(text);
 }
 
 std::string Dump(const ordered_json& document)

@@ -3,7 +3,7 @@
 
 #include "decoder/decoder.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 namespace vesk::decoder {
 
@@ -43,6 +43,9 @@ std::vector<Assignment> AssignmentsOf(const nlohmann::ordered_json& document);
 
 /// Splits "name=value". @throw Error
 Assignment ParseAssignment(std::string_view text);
+
+/// A text as JSON has it, in quotes; invalid UTF-8 is replaced.
+std::string Quoted(const std::string& text);
 
 /// JSON as text on one line; invalid UTF-8 is replaced.
 std::string Dump(const nlohmann::ordered_json& document);

@@ -2,6 +2,7 @@
 #include "decoder/text.h"
 
 #include <cstdlib>
+#include <nlohmann/json.hpp>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

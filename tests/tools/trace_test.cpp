@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <nlohmann/json.hpp>
 #include <regex>
 
 #include <sys/wait.h>

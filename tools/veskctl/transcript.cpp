@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cinttypes>
+#include <nlohmann/json.hpp>
 
 namespace vesk::ctl {
 
