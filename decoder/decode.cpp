@@ -80,9 +80,9 @@ Value LoadElement(const RecordField& field, BytesView bytes)
 }
 
 /// Takes one message apart.
-class Reader {
+class FieldReader {
 public:
-    Reader(BytesView data, Decoded& out) : data_(data), out_(out) {}
+    FieldReader(BytesView data, Decoded& out) : data_(data), out_(out) {}
 
     void ReadArgument(const HeaderArgument& argument)
     {
@@ -92,8 +92,11 @@ public:
             value = int64_t{Load<int32_t>(bytes.first(sizeof(int32_t)))};
         if (!argument.isListed && value == Value(uint64_t{0}))
             return;
-        out_.fields.push_back({std::string(argument.name), std::move(value), argument.offset, argument.size,
-                               argument.isHandle, false});
+        out_.fields.push_back({.path = std::string(argument.name),
+                               .value = std::move(value),
+                               .offset = argument.offset,
+                               .size = argument.size,
+                               .isHandle = argument.isHandle});
     }
 
     /// Reads what is there of a record; what there is of the last field is shown as bytes.
@@ -106,30 +109,48 @@ public:
     void ReadNumber(const messages::Form& form)
     {
         if (data_.size() == kHeadSize + form.size)
-            out_.fields.push_back({form.name, LoadUnsigned(Payload()), kHeadSize, form.size,
-                                   std::string_view(form.name).ends_with("Handle"), false});
+            out_.fields.push_back({.path = form.name,
+                                   .value = LoadUnsigned(Payload()),
+                                   .offset = kHeadSize,
+                                   .size = form.size,
+                                   .isHandle = std::string_view(form.name).ends_with("Handle")});
         else
-            ReadBytes("data", kHeadSize);
+            ReadBytes(kHeadSize);
     }
 
     void ReadText()
     {
         if (!Payload().empty())
-            out_.fields.push_back({"text", LoadText(Payload()), kHeadSize, Payload().size(), false, false});
+            out_.fields.push_back({.path = "text",
+                                   .value = LoadText(Payload()),
+                                   .offset = kHeadSize,
+                                   .size = Payload().size()});
     }
 
-    /// What there is from @p offset to @p end, as bytes.
-    void ReadBytes(std::string name, size_t offset, size_t end = SIZE_MAX, bool isFiller = false)
+    /// What there is from @p offset on, as bytes.
+    void ReadBytes(size_t offset) { Add({.path = "data", .value = {}}, offset, SIZE_MAX); }
+
+    /// What follows the fields of a record, up to @p end.
+    void ReadRest(const std::string& prefix, size_t offset, size_t end = SIZE_MAX)
     {
-        end = std::min(end, data_.size());
-        if (offset < end)
-            out_.fields.push_back({std::move(name), Copy(data_.subspan(offset, end - offset)), offset,
-                                   end - offset, false, isFiller});
+        Add({.path = prefix + "rest", .value = {}, .isFiller = true}, offset, end);
     }
 
     BytesView Payload() const { return data_.subspan(kHeadSize); }
 
 private:
+    /// A field of the bytes that there are.
+    void Add(Field field, size_t offset, size_t end)
+    {
+        end = std::min(end, data_.size());
+        if (offset >= end)
+            return;
+        field.offset = offset;
+        field.size = end - offset;
+        field.value = Copy(data_.subspan(offset, field.size));
+        out_.fields.push_back(std::move(field));
+    }
+
     void ReadField(const RecordField& field, const std::string& prefix, size_t offset)
     {
         const bool isOneValue = field.isOpaque || !field.isArray;
@@ -144,9 +165,12 @@ private:
             }
             const size_t present = std::min(size, data_.size() - offset);
             const BytesView bytes = data_.subspan(offset, present);
-            out_.fields.push_back({std::move(path),
-                                   present == size ? LoadElement(field, bytes) : Value(Copy(bytes)), offset,
-                                   present, field.isHandle, field.isFiller});
+            out_.fields.push_back({.path = std::move(path),
+                                   .value = present == size ? LoadElement(field, bytes) : Value(Copy(bytes)),
+                                   .offset = offset,
+                                   .size = present,
+                                   .isHandle = field.isHandle,
+                                   .isFiller = field.isFiller});
         }
     }
 
@@ -192,7 +216,7 @@ std::string Problem(const Listing& listing, const Decoded& decoded, BytesView da
     }
 }
 
-void ReadPayload(Reader& reader, const messages::Form& form, const RecordType* record)
+void ReadPayload(FieldReader& reader, const messages::Form& form, const RecordType* record)
 {
     const size_t size = reader.Payload().size();
     switch (form.kind) {
@@ -202,23 +226,23 @@ void ReadPayload(Reader& reader, const messages::Form& form, const RecordType* r
         [[fallthrough]];
     case Kind::kBytes:
         if (record == nullptr)
-            return reader.ReadBytes("data", kHeadSize);
+            return reader.ReadBytes(kHeadSize);
         reader.ReadRecord(*record, "", kHeadSize);
-        return reader.ReadBytes("rest", kHeadSize + record->size, SIZE_MAX, true);
+        return reader.ReadRest("", kHeadSize + record->size);
     case Kind::kArray:
         if (record == nullptr)
-            return reader.ReadBytes("data", kHeadSize);
+            return reader.ReadBytes(kHeadSize);
         for (size_t i = 0; i * form.size < size; ++i) {
             const size_t offset = kHeadSize + i * form.size;
             const std::string prefix = '[' + std::to_string(i) + "].";
             reader.ReadRecord(*record, prefix, offset);
-            reader.ReadBytes(prefix + "rest", offset + record->size, offset + form.size, true);
+            reader.ReadRest(prefix, offset + record->size, offset + form.size);
         }
         return;
     case Kind::kText:
         return reader.ReadText();
     default:
-        return reader.ReadBytes("data", kHeadSize);
+        return reader.ReadBytes(kHeadSize);
     }
 }
 
@@ -255,10 +279,10 @@ Decoded Decoder::Decode(const Message& message) const
     const Listing listing = Describe(message.direction, message.number);
     decoded.name = listing.name;
     decoded.function = listing.function;
-    Reader reader(message.data, decoded);
+    FieldReader reader(message.data, decoded);
     if (message.data.size() < kHeadSize) {
         decoded.problem = "a message of " + Count(message.data.size(), "byte") + " has no header";
-        reader.ReadBytes("data", 0);
+        reader.ReadBytes(0);
         return decoded;
     }
     const auto head = Load<VeskVideoMsgHead>(message.data.first(kHeadSize));
@@ -268,7 +292,7 @@ Decoded Decoder::Decode(const Message& message) const
         reader.ReadArgument(argument);
     if (listing.form == nullptr) {
         decoded.problem = "the number is not listed";
-        reader.ReadBytes("data", kHeadSize);
+        reader.ReadBytes(kHeadSize);
         return decoded;
     }
     ReadPayload(reader, *listing.form, PayloadRecord(listing));

@@ -81,9 +81,25 @@ struct Listing {
     const messages::Form* form;            ///< What follows the header.
 };
 
-/// What the number in a field identifies if a peer handed it out: "outEngNo", "encStmNo" ... Two fields with
-/// the same result hold numbers of the same kind. Empty for all other fields.
-std::string_view IdentityOf(const Field& field);
+/// Where a field lies in a message, and which values it can have.
+struct Place {
+    std::string path;      ///< Of the field in which Decode shows it; empty if it shows several.
+    std::string_view name; ///< Its last name.
+    size_t offset = 0;     ///< In the data block.
+    size_t size = 0;       ///< Bytes of all elements; the most, if it is open.
+    size_t count = 1;      ///< Elements.
+    ElementKind kind = ElementKind::kUnsigned;
+    bool isArray = false;          ///< An array as a whole, which is given as "1,2,3".
+    bool isOpaque = false;         ///< Bytes.
+    bool isOpen = false;           ///< As many bytes as there are: "data", "rest".
+    uint64_t limit = UINT64_MAX;   ///< Highest unsigned number; characters of a text.
+    size_t mostEntries = SIZE_MAX; ///< If this is the number of entries of an array.
+    std::optional<size_t> entry;   ///< Index of the entry that it is in, if the payload is an array.
+    std::string problem;           ///< Why the message has no such field; empty if it has.
+
+    /// True if some value of the field has exactly these bytes; some NaNs have none.
+    bool Holds(BytesView bytes) const;
+};
 
 /**
  * The decoder. It is immutable: any number of threads may use one.
@@ -117,6 +133,13 @@ public:
     /// be listed. Header fields that carry no argument are set by their own names, as in ulParam1=5.
     Bytes EncodeRaw(Direction direction, uint32_t number, const std::vector<Assignment>& assignments,
                     BytesView payload) const;
+
+    /// Where the field lies that an assignment with this path sets.
+    Place Locate(const Listing& listing, std::string_view path) const;
+
+    /// The bytes of a value in its place: of opaque bytes and arrays as far as they are given, of a text with
+    /// its NUL. @throw Error if there is no such place, or the value does not fit
+    Bytes EncodeValue(const Listing& listing, const Place& place, const Assignment& assignment) const;
 
     /// What the list says about a message. If it has none of this number, names are empty and the form is
     /// null.

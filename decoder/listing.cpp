@@ -3,7 +3,6 @@
 #include "vesk_service/control_list.h"
 
 #include <algorithm>
-#include <array>
 
 namespace vesk::decoder {
 
@@ -29,14 +28,6 @@ constexpr ValueWithName kNamedValues[] = {
     {"cmdType", VESK_SERVICE_CAM_RIGHT, "CAM_RIGHT", Decoder::Peer::kVirtualService},
     {"cmdType", VESK_SERVICE_CAM_UP, "CAM_UP", Decoder::Peer::kVirtualService},
     {"cmdType", VESK_SERVICE_CAM_DOWN, "CAM_DOWN", Decoder::Peer::kVirtualService},
-};
-
-/// Fields that hold a number under another name than the answer that handed it out.
-constexpr std::pair<std::string_view, std::string_view> kAliases[] = {
-    {"encNo", "encStmNo"},
-    {"decNo", "decStmNo"},
-    {"queId", "queHandle"},
-    {"faceQueue", "queHandle"},
 };
 
 constexpr HeaderArgument kFields[] = {
@@ -116,25 +107,6 @@ std::optional<uint64_t> Decoder::NamedValue(std::string_view field, std::string_
         const bool isKnown = known.peer == Peer::kUnknown || known.peer == peer_;
         if (isKnown && known.field == field && known.name == name)
             return known.value;
-    }
-    return {};
-}
-
-std::string_view IdentityOf(const Field& field)
-{
-    std::string_view name = field.LastName();
-    for (const auto& [alias, identity] : kAliases)
-        name = name == alias ? identity : name;
-    for (const messages::Request& giver : messages::kRequests) {
-        // A count or a status is answered and passed on as well, but it identifies nothing.
-        if (name != giver.answer.name || giver.answer.size != sizeof(uint32_t) || name == "count")
-            continue;
-        for (const messages::Request& taker : messages::kRequests) {
-            for (const messages::Argument& argument : taker.arguments) {
-                if (name == argument.Name())
-                    return giver.answer.name;
-            }
-        }
     }
     return {};
 }

@@ -47,6 +47,16 @@ size_t Distance(std::string_view from, std::string_view to)
     return row.back();
 }
 
+/// A number that is the whole text, in a base or form.
+template <class Number, class Format>
+std::optional<Number> Parse(std::string_view text, Format format)
+{
+    Number number{};
+    const char* end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number, format);
+    return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
+}
+
 template <class Message>
 bool HasNumber(const Message& message, std::string_view text)
 {
@@ -196,14 +206,17 @@ std::optional<uint32_t> FindResult(std::string_view text)
 std::optional<uint64_t> ParseNumber(std::string_view text)
 {
     const bool isHex = text.starts_with("0x") || text.starts_with("0X");
-    if (isHex)
-        text.remove_prefix(2);
-    uint64_t number = 0;
-    const char* end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, number, isHex ? 16 : 10);
-    if (error != std::errc() || stop != end)
-        return std::nullopt;
-    return number;
+    return isHex ? Parse<uint64_t>(text.substr(2), 16) : Parse<uint64_t>(text, 10);
+}
+
+std::optional<int64_t> ParseSigned(std::string_view text)
+{
+    return Parse<int64_t>(text, 10);
+}
+
+std::optional<double> ParseFloat(std::string_view text)
+{
+    return Parse<double>(text, std::chars_format::general);
 }
 
 } // namespace vesk::decoder

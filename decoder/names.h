@@ -56,4 +56,8 @@ std::optional<uint32_t> FindResult(std::string_view text);
 /// A decimal or 0x hexadecimal number that is the whole text.
 std::optional<uint64_t> ParseNumber(std::string_view text);
 
+/// Likewise a decimal number that may have a sign, and a floating-point number.
+std::optional<int64_t> ParseSigned(std::string_view text);
+std::optional<double> ParseFloat(std::string_view text);
+
 } // namespace vesk::decoder

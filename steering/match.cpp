@@ -105,15 +105,7 @@ Listing ListingOf(const Decoder& decoder, const Subject& subject)
 struct Piece {
     size_t offset;
     Bytes bytes;
-
-    bool operator==(const Piece&) const = default;
 };
-
-Piece Cut(BytesView data, size_t offset, size_t size)
-{
-    const BytesView bytes = data.subspan(offset, std::min(size, data.size() - offset));
-    return {offset, {bytes.begin(), bytes.end()}};
-}
 
 /// "@24=01ff"
 Piece RawPiece(const Assignment& assignment)
@@ -127,55 +119,15 @@ Piece RawPiece(const Assignment& assignment)
     return {*offset, bytes};
 }
 
-/// A message in which the field has its value, and all others are 0.
-Bytes MessageWith(const Decoder& decoder, const Listing& listing, const Assignment& field)
-{
-    if (listing.form == nullptr)
-        return decoder.EncodeRaw(listing.direction, listing.number, {field}, {});
-    std::vector<Assignment> fields{field};
-    for (const HeaderArgument& argument : listing.arguments) {
-        const bool isCount =
-            listing.form->kind == messages::Kind::kArray && argument.field == listing.form->count;
-        if (argument.isListed && !isCount && argument.name != field.path)
-            fields.push_back({std::string(argument.name), "0"});
-    }
-    if (listing.form->kind == messages::Kind::kText && field.path != "text")
-        fields.push_back({"text", ""});
-    return decoder.Encode(listing.direction, listing.number, fields);
-}
-
-/// How much of a field is given by @p value: opaque bytes as far as they go, a text with its NUL.
-size_t GivenSize(const Field& field, const std::string& value)
-{
-    size_t given = field.size;
-    if (std::holds_alternative<Bytes>(field.value))
-        given = ParseHex(value).size();
-    else if (std::holds_alternative<std::string>(field.value))
-        given = value.size() + 1;
-    return std::min(given, field.size);
-}
-
 Piece PieceOf(const Decoder& decoder, const Listing& listing, const Assignment& assignment)
 {
     if (assignment.path.starts_with('@'))
         return RawPiece(assignment);
-    const Bytes data = MessageWith(decoder, listing, assignment);
-    for (const HeaderArgument& argument : listing.arguments) {
-        if (argument.name == assignment.path) // a sign may or may not reach beyond 32 bits
-            return Cut(data, argument.offset, argument.isSigned ? sizeof(int32_t) : argument.size);
-    }
-    const Decoded decoded = decoder.Decode({listing.direction, listing.number, data});
-    for (const Field& field : decoded.fields) {
-        if (!field.IsPayload())
-            continue;
-        if (field.path == assignment.path)
-            return Cut(data, field.offset, GivenSize(field, assignment.value));
-        if (field.path == assignment.path + "[0]") { // "value=1,2,3"
-            const auto commas = std::count(assignment.value.begin(), assignment.value.end(), ',');
-            return Cut(data, field.offset, field.size * (static_cast<size_t>(commas) + 1));
-        }
-    }
-    throw Error(assignment.path + '=' + assignment.value + ": expected the value of one field");
+    const Place place = decoder.Locate(listing, assignment.path);
+    Bytes bytes = decoder.EncodeValue(listing, place, assignment);
+    if (place.path != assignment.path || (place.isOpen && bytes.empty()))
+        throw Error(assignment.path + '=' + assignment.value + ": expected the value of one field");
+    return {place.offset, std::move(bytes)};
 }
 
 /// Refuses fields of a number that two messages have.
@@ -225,24 +177,13 @@ Bytes MessageWith(const Decoder& decoder, const Listing& listing, const Piece& p
     return data;
 }
 
-/// A value as Encode takes it, of opaque bytes the first @p size.
-std::string PlainValue(const Decoder& decoder, const Field& field, size_t size)
+/// A number or a text as Encode takes it.
+std::string PlainValue(const Decoder& decoder, const Field& field)
 {
-    if (const Bytes* bytes = std::get_if<Bytes>(&field.value))
-        return FoldedHex(BytesView(*bytes).first(std::min(size, bytes->size())));
     if (const std::string* text = std::get_if<std::string>(&field.value))
         return *text;
     const std::string_view name = decoder.ValueName(field.LastName(), field.value);
     return name.empty() ? ValueText(decoder, field) : std::string(name);
-}
-
-/// True if the assignment stands for exactly these bytes.
-bool StandsFor(const Decoder& decoder, const Listing& listing, const Assignment& assignment,
-               const Piece& piece)
-try {
-    return PieceOf(decoder, listing, assignment) == piece;
-} catch (const Error&) {
-    return false;
 }
 
 std::string ConditionText(const Decoder& decoder, const Subject& subject, const Listing& listing,
@@ -259,8 +200,12 @@ std::string ConditionText(const Decoder& decoder, const Subject& subject, const 
         for (const Field& field : decoder.Decode({listing.direction, listing.number, data}).fields) {
             if (field.offset != piece.offset)
                 continue;
-            Assignment assignment{field.path, PlainValue(decoder, field, piece.bytes.size())};
-            if (StandsFor(decoder, listing, assignment, piece))
+            const Place place = decoder.Locate(listing, field.path);
+            if (place.path != field.path || place.offset != piece.offset || !place.Holds(piece.bytes))
+                continue;
+            const Assignment assignment{field.path,
+                                        place.isOpaque ? FoldedHex(piece.bytes) : PlainValue(decoder, field)};
+            if (decoder.EncodeValue(listing, place, assignment) == piece.bytes) // but for some NaNs
                 return assignment.path + '=' + assignment.value;
         }
     }

@@ -1,9 +1,11 @@
 // Messages to fields and back, whatever their length and contents.
 #include "decoder/filter.h"
+#include "decoder/identity.h"
 #include "decoder/text.h"
 #include "support/error_of.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <fstream>
 #include <sstream>
@@ -206,9 +208,10 @@ TEST(Decoder, NamesAreFoundOrTheNearestOnesSuggested)
 TEST(Decoder, NumbersThatAreHandedOutKeepTheirIdentity)
 {
     const auto identity = [](const char* path) {
-        Field field{};
-        field.path = path;
-        return IdentityOf(field);
+        Decoded message{};
+        message.fields.resize(1);
+        message.fields[0].path = path;
+        return IdentityOf(message, message.fields[0]);
     };
     EXPECT_EQ(identity("[1].outEngNo"), "outEngNo");
     EXPECT_EQ(identity("encNo"), "encStmNo");

@@ -91,7 +91,8 @@ TEST(ControlWords, BecomeMessages)
         EXPECT_EQ(Line(Virtual(), Virtual().Decode({Direction::kRequest, message.number, message.data})),
                   row.line);
     }
-    EXPECT_EQ(DataOf("notify LOCAL_LOOP_STATE action=3 result=4 --length 2").size(), 24U + 32 + 2);
+    EXPECT_EQ(DataOf("notify LOCAL_LOOP_STATE action=3 result=4 --length 2").size(),
+              sizeof(VeskVideoMsgHead) + sizeof(VeskControlNotification) + 2);
 }
 
 TEST(ControlWords, FaultsAreWhatTheyMatchAndWhatTheyDo)
@@ -158,7 +159,8 @@ TEST(ControlWords, AnyRuleBecomesTextAndEveryFieldOfEveryMessageCanBeMatched)
         const Listing listing = Virtual().Describe(direction, message.number);
         const RecordType* record = Virtual().PayloadRecord(listing);
         const size_t size = listing.form->kind == vesk::messages::Kind::kText ? 2 : listing.form->size;
-        Bytes data(24 + std::max(size, record != nullptr ? record->size : 0), std::byte{1});
+        Bytes data(sizeof(VeskVideoMsgHead) + std::max(size, record != nullptr ? record->size : 0),
+                   std::byte{1});
         for (const Field& field : Virtual().Decode({direction, message.number, data}).fields) {
             const uint32_t kind = direction == Direction::kRequest ? 1 : 2;
             VeskControlFault fault{{kind, message.number, "", 1, 0, {}}, 9, 0, 0, 0, 0, 0, 0, 0, 0};

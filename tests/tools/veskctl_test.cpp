@@ -1,9 +1,11 @@
 // veskctl from a user's side, with the virtual service as its peer.
+#include "decoder/identity.h"
 #include "decoder/text.h"
 #include "support/processes.h"
 
 #include <csignal>
 #include <fstream>
+#include <nlohmann/json.hpp>
 #include <regex>
 
 #include <pty.h>
@@ -60,13 +62,12 @@ std::string CallOf(const vesk::messages::Request& request)
         return name + ' ' + special->second;
     std::string line = (isRefused ? "expect " + special->second + ' ' : "") + request.function;
     for (const auto& argument : request.arguments) {
-        Field field{};
-        field.path = argument.Name();
+        const std::string argumentName = argument.Name();
         if (argument.IsUsed())
-            line += ' ' + field.path +
-                    (field.path == "queHandle"   ? "=0"
-                     : IdentityOf(field).empty() ? "=1"
-                                                 : "=$" + field.path);
+            line += ' ' + argumentName +
+                    (argumentName == "queHandle"                ? "=0"
+                     : IdentityOf(argumentName) != argumentName ? "=1"
+                                                                : "=$" + argumentName);
     }
     return line + (request.payload.kind == vesk::messages::Kind::kText ? " text=/x" : "");
 }

@@ -1,45 +1,19 @@
 // Numbers that differ from one run to the next: engines, streams, channels, queues.
 #include "tools/recording/numbers.h"
 
-#include <algorithm>
+#include "decoder/identity.h"
+
 #include <cstring>
 
 namespace vesk::recording {
 
 using namespace decoder;
 
-namespace {
-
-/// As decoder::IdentityOf, and for numbers that have another name or whose kind another field tells.
-std::string_view IdentityIn(const Decoded& message, const Field& field)
-{
-    const std::string_view name = field.LastName();
-    if (name == "presetSelector") // means that to the virtual service, like the next
-        return "inEngNo";
-    if (name == "surfaceId")
-        return "outEngNo";
-    if (name == "stmNo" && message.direction == Direction::kAnswer) {
-        if (message.number == VESK_VIDEO_MSG_ENCODER_GET_ALL_STATUS)
-            return "encStmNo";
-        if (message.number == VESK_VIDEO_MSG_DECODER_GET_ALL_STATUS)
-            return "decStmNo";
-    }
-    if (name == "inputId") { // of an input engine or a decoder
-        const std::string flag = field.path.substr(0, field.path.size() - name.size()) + "decFlag";
-        const auto sibling = std::find_if(message.fields.begin(), message.fields.end(),
-                                          [&](const Field& other) { return other.path == flag; });
-        return sibling != message.fields.end() && !sibling->IsZero() ? "decStmNo" : "inEngNo";
-    }
-    return IdentityOf(field);
-}
-
-} // namespace
-
 std::optional<uint64_t> NumberIn(const Decoded& message, std::string_view identity)
 {
     for (const Field& field : message.fields) {
         const uint64_t* number = std::get_if<uint64_t>(&field.value);
-        if (number != nullptr && IdentityOf(field) == identity)
+        if (number != nullptr && IdentityOf(message, field) == identity)
             return *number;
     }
     return std::nullopt;
@@ -56,9 +30,7 @@ void Numbers::LearnAnswer(const Decoded& from, const Decoded& to)
     if (listed == nullptr || *listed->answer.name == '\0' || from.result != VESK_VIDEO_OK ||
         to.result != VESK_VIDEO_OK)
         return;
-    Field handedOut{};
-    handedOut.path = listed->answer.name;
-    const std::string_view identity = IdentityOf(handedOut);
+    const std::string_view identity = IdentityOf(listed->answer.name);
     if (identity.empty())
         return;
     const std::optional<uint64_t> before = NumberIn(from, identity);
@@ -77,7 +49,7 @@ Bytes Numbers::Translate(const Decoder& decoder, const Message& message) const
         const uint64_t* number = std::get_if<uint64_t>(&field.value);
         if (number == nullptr)
             continue;
-        const auto known = known_.find({IdentityIn(decoded, field), *number});
+        const auto known = known_.find({IdentityOf(decoded, field), *number});
         if (known != known_.end()) // numbers are little-endian, like all machines that this runs on
             std::memcpy(bytes.data() + field.offset, &known->second, field.size);
     }
