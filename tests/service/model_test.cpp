@@ -103,7 +103,7 @@ FORKED_TEST(VideoService, PortsAreDescribedFieldByField)
                 height=2160 fr=60 pictures=3 displayMode=2 displayFps=24 srEnabled=1 filterWindows=3 name=HDMI-OUT-1
                 defaultImage=/image/that/is/at/a/place/which/is/very/long/so/long/that/it/en
             VO_WINDOW_DESTROY 7 2; VO_WINDOW_DESTROY 7 2 !NUMBER; SET_DEFAULT_IMAGE 0 0 text=/image; SET_SR_ENABLE 0
-            DELETE_FILTER_WINDOW 7 3 [0]: serviceData=0000000002 [1]: serviceData=01 [2]: serviceData=0000000009 !NUMBER
+            DELETE_FILTER_WINDOW 7 3 [0]: serviceData=0000000002 [1]: serviceData=01 [2]: serviceData=0300000009 !NUMBER
             DELETE_FILTER_WINDOW 7 2 [0]: serviceData=0000000002 [1]: serviceData=01
             VO_START 1; VO_DISABLE 0; VO_START 2 !DISABLED; VO_STOP 1; SET_DISPLAY_MODE displayMode=3 !VALUE
             SET_VO_SRC 2 picNum=26 !VALUE; SET_VO_SRC 2 picNum=1 subPic[0].inputId=2 !NUMBER
