@@ -6,6 +6,8 @@
 #include "steering/fault.h"
 #include "vesk_service/control_list.h"
 
+#include <nlohmann/json.hpp>
+
 #include <unistd.h>
 
 #include <algorithm>

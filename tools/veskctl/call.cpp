@@ -23,7 +23,7 @@ Prepared PrepareCall(const Decoder& decoder, const Options& options)
 {
     std::vector<Assignment> fields;
     if (!options.jsonFile.empty())
-        fields = AssignmentsOf(ReadJson(options.jsonFile));
+        fields = ReadAssignments(options.jsonFile);
     for (const std::string& field : options.fields)
         fields.push_back(ParseAssignment(field));
     if (!options.raw)
@@ -52,7 +52,7 @@ int RunCall(Settings& settings, const Options& options)
         client.Announce(options.timeoutMs);
     const Call call = Perform(client, decoder, request, options.timeoutMs);
     if (settings.json)
-        PrintLine(Dump(CallJson(call)));
+        PrintLine(CallJson(call));
     else
         Show(decoder, call);
     RequireOk(call);

@@ -105,7 +105,8 @@ void Switch(Client& client, Settings& settings, bool isOn)
 void SayLost(const Settings& settings, uint64_t lost)
 {
     if (lost != 0)
-        PrintLine(settings.json ? Dump({{"lost", lost}}) : "-- " + std::to_string(lost) + " messages lost");
+        PrintLine(settings.json ? "{\"lost\":" + std::to_string(lost) + '}'
+                                : "-- " + std::to_string(lost) + " messages lost");
 }
 
 int RunWatch(Settings& settings, const Options& options)

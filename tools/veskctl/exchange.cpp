@@ -98,7 +98,7 @@ std::string CallLine(const Decoder& decoder, const Call& call)
     return line + duration;
 }
 
-ordered_json CallJson(const Call& call)
+std::string CallJson(const Call& call)
 {
     ordered_json json{{"request", ToJson(call.request)}};
     if (call.answer)
@@ -108,7 +108,7 @@ ordered_json CallJson(const Call& call)
                          {"name", ResultName(call.outcome.platformResult)},
                          {"reason", call.outcome.reason}};
     json["ms"] = call.outcome.duration.count();
-    return json;
+    return Dump(json);
 }
 
 Decoded DecodeArrived(const Decoder& decoder, const Arrived& arrived)
@@ -116,11 +116,11 @@ Decoded DecodeArrived(const Decoder& decoder, const Arrived& arrived)
     return decoder.Decode({Direction::kNotification, arrived.number, arrived.data});
 }
 
-ordered_json ArrivedJson(const Decoded& notification, const Arrived& arrived)
+std::string ArrivedJson(const Decoded& notification, const Arrived& arrived)
 {
     ordered_json json{{"time", std::chrono::duration<double>(arrived.time.time_since_epoch()).count()}};
     json.update(ToJson(notification));
-    return json;
+    return Dump(json);
 }
 
 } // namespace vesk::ctl

@@ -4,8 +4,6 @@
 #include "decoder/text.h"
 #include "tools/veskctl/client.h"
 
-#include <nlohmann/json_fwd.hpp>
-
 namespace vesk::ctl {
 
 /// A request that is ready to be sent.
@@ -39,11 +37,11 @@ void RequireAnswer(const Call& call);
 std::string CallLine(const decoder::Decoder& decoder, const Call& call);
 
 /// An object with "request", "answer" and "ms"; "error" in place of an answer that did not come.
-nlohmann::ordered_json CallJson(const Call& call);
+std::string CallJson(const Call& call);
 
 decoder::Decoded DecodeArrived(const decoder::Decoder& decoder, const Arrived& arrived);
 
 /// A notification with the time of its arrival, in seconds since 1970.
-nlohmann::ordered_json ArrivedJson(const decoder::Decoded& notification, const Arrived& arrived);
+std::string ArrivedJson(const decoder::Decoded& notification, const Arrived& arrived);
 
 } // namespace vesk::ctl

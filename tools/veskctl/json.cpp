@@ -3,6 +3,7 @@
 
 #include "base/error.h"
 #include "base/file.h"
+#include "decoder/text.h"
 
 #include <nlohmann/json.hpp>
 
@@ -39,6 +40,11 @@ ordered_json ReadJson(const std::string& path)
     using Bytes = std::istreambuf_iterator<char>;
     constexpr size_t kMost = 64U << 20U; // the largest message is many times longer as JSON
     return ParseJson(path == "-" ? std::string(Bytes(std::cin), Bytes()) : FileContents(path, kMost), path);
+}
+
+std::vector<decoder::Assignment> ReadAssignments(const std::string& path)
+{
+    return decoder::AssignmentsOf(ReadJson(path));
 }
 
 } // namespace vesk::ctl

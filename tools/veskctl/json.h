@@ -1,10 +1,13 @@
 // JSON that users and services give.
 #pragma once
 
+#include "decoder/decoder.h"
+
 #include <nlohmann/json_fwd.hpp>
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vesk::ctl {
 
@@ -14,5 +17,8 @@ nlohmann::ordered_json ParseJson(std::string_view text, const std::string& failu
 
 /// Reads a document from a file; - is standard input. @throw Error
 nlohmann::ordered_json ReadJson(const std::string& path);
+
+/// The fields that such a document gives a message; see decoder::AssignmentsOf. @throw Error
+std::vector<decoder::Assignment> ReadAssignments(const std::string& path);
 
 } // namespace vesk::ctl

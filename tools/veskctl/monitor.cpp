@@ -19,7 +19,7 @@ struct Options {
 void Show(Settings& settings, const Decoded& notification, const Arrived& arrived, Clock::time_point begun)
 {
     if (settings.json)
-        return PrintLine(Dump(ArrivedJson(notification, arrived)));
+        return PrintLine(ArrivedJson(notification, arrived));
     const std::chrono::duration<double> elapsed = Clock::now() - begun;
     char time[32];
     std::snprintf(time, sizeof time, "%.6f ", elapsed.count());

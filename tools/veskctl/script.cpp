@@ -182,7 +182,7 @@ void Session::ExecuteDevice(const WordList& words, const std::string& variable)
 void Session::Send(const Prepared& request, const std::string& variable)
 {
     const Call call = Perform(client_, decoder_, request, timeoutMs_);
-    PrintLine(settings_.json ? Dump(CallJson(call)) : CallLine(decoder_, call));
+    PrintLine(settings_.json ? CallJson(call) : CallLine(decoder_, call));
     Judge(call);
     if (call.answer)
         Keep(*call.answer, variable);
@@ -296,8 +296,7 @@ std::optional<Arrived> Session::Next(std::optional<Clock::time_point> deadline)
         return arrived;
     }
     Decoded notification = DecodeArrived(decoder_, *arrived);
-    PrintLine(settings_.json ? Dump(ArrivedJson(notification, *arrived))
-                             : "<- " + Line(decoder_, notification));
+    PrintLine(settings_.json ? ArrivedJson(notification, *arrived) : "<- " + Line(decoder_, notification));
     untaken_.push_back(std::move(notification));
     if (untaken_.size() > kMostUntaken)
         untaken_.pop_front();

@@ -8,6 +8,8 @@
 #include "vesk_host/message.h"
 #include "vesk_service/virtual_service.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <atomic>
 #include <csignal>
