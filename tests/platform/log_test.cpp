@@ -1,11 +1,11 @@
 // The host's log sinks and their settings.
 #include "log/settings.h"
 #include "platform/os_log.h"
+#include "support/patterns.h"
 #include "support/processes.h"
 
 #include <filesystem>
 #include <map>
-#include <regex>
 #include <sstream>
 
 using namespace processes;
@@ -17,8 +17,8 @@ struct HostLog {
     /// Lines of a file without their time, process and thread, which must be there.
     std::string Written(const std::string& file) const
     {
-        const std::regex head(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} \d+:\d+ ([EWID]) )");
-        return std::regex_replace(Contents(directory.File(file)), head, "$1 ");
+        return patterns::Replaced(Contents(directory.File(file)),
+                                  R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} \d+:\d+ ([EWID]) )", "$1 ");
     }
 
     /// What a process writes to the file "log", and to stderr, when the environment says so.

@@ -1,11 +1,11 @@
 // The library, the host platform and the virtual service as separate processes.
 #include "service/service_fixture.h"
+#include "support/patterns.h"
 
 #include <atomic>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <thread>
 
 #include <sys/stat.h>
@@ -54,7 +54,7 @@ FORKED_TEST(Application, ASecondOneOfTheSameNameStillGetsAnswers)
     EXPECT_EQ(Number(VeskVideoGetVoCount), 2U);
     const std::string errors = testing::internal::GetCapturedStderr();
     const std::string line = "test-app.VAPI is already served by process " + std::to_string(first.Process());
-    EXPECT_TRUE(std::regex_match(errors, std::regex(".*" + line + "\n"))) << errors; // and no other
+    EXPECT_TRUE(patterns::IsFound(errors, "^.*" + line + "\n$")) << errors; // and no other
     const std::string sixteen(16, 'x');
     EXPECT_EQ(Start(VESK_SERVICE_PATH, "--task", "VCTL").Wait(), 1); // the name is taken
     EXPECT_EQ(Start(VESK_SERVICE_PATH, "--task", sixteen.c_str()).Wait(), 1);
@@ -175,7 +175,7 @@ FORKED_TEST(Application, ARestartIsToldToThoseStillThere)
     Install();
     const std::string clients = directory.File("VIDEO.VCTL.clients");
     const std::string self = "test/app\tVAPI\t" + std::to_string(getpid()) + '\n';
-    const auto known = [&] { return std::regex_replace(Contents(clients), std::regex("\t[0-9]+\n"), "\n"); };
+    const auto known = [&] { return patterns::Replaced(Contents(clients), "\t[0-9]+\n", "\n"); };
     EXPECT_EQ(known(), "gone\tVAPI\t" + gonePid + '\n' + self);
     service.Wait(SIGTERM);
     EXPECT_EQ(Arrived(VESK_VIDEO_ON_VIDEO_DIE_NOTIFY).size(), 1U);
@@ -221,7 +221,7 @@ FORKED_TEST(Application, RequestsAndNotificationsAreLogged)
           "VESK_VIDEO_MSG_SET_VI_CONNECT \\(14\\) from test-app.*: 515\n",
           "an unknown request \\(4\\) from test-app.*: 513\n",
           "a message without a header \\(17\\) from .*: 514\n"})
-        EXPECT_TRUE(std::regex_search(log, std::regex(line))) << line << log;
+        EXPECT_TRUE(patterns::IsFound(log, line)) << line << log;
 }
 
 // Ten restarts during ten thousand requests of eight threads. Each kind of request has an answer of its

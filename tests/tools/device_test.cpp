@@ -1,13 +1,13 @@
 // The virtual device as veskctl shows it, and commands that have one of their own.
 #include "decoder/text.h"
 #include "service/state.h"
+#include "support/patterns.h"
 #include "support/processes.h"
 
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
-#include <regex>
 
 using namespace processes;
 using nlohmann::ordered_json;
@@ -24,7 +24,7 @@ std::string Stable(std::string text)
         {"process [0-9]+", "process 1"}, {R"x(app\[[0-9]+\])x", "app[1]"},
         {"nowMs  [0-9]+", "nowMs  1"},   {R"x((uvcUsers \[)[0-9]+)x", "$011"}};
     for (const auto& [pattern, replacement] : kReplaced)
-        text = std::regex_replace(text, std::regex(pattern), replacement);
+        text = patterns::Replaced(text, pattern, replacement);
     return text;
 }
 

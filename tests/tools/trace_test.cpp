@@ -1,5 +1,6 @@
 // The tracer, "veskctl trace" and "veskctl decode", and Wireshark's view of a recording.
 #include "decoder/text.h"
+#include "support/patterns.h"
 #include "support/processes.h"
 #include "tools/recording/exchange.h"
 #include "tools/recording/reader.h"
@@ -7,7 +8,6 @@
 #include <algorithm>
 #include <fstream>
 #include <nlohmann/json.hpp>
-#include <regex>
 
 #include <sys/wait.h>
 
@@ -25,8 +25,7 @@ const std::string kTraced = VESK_EMULATOR " " VESK_TRACED_PATH;
 
 size_t Count(const std::string& text, const std::string& pattern)
 {
-    const std::regex regex(pattern);
-    return static_cast<size_t>(std::distance(std::sregex_iterator(text.begin(), text.end(), regex), {}));
+    return patterns::AllMatches(text, pattern).size();
 }
 
 struct TraceTest : testing::Test {
@@ -70,22 +69,22 @@ Messages DecodedMessages(const std::string& lines)
 /// The same from Wireshark's own description; values are "show" and, for bytes, "value".
 Messages WiresharkMessages(const std::string& pdml, Messages& raw)
 {
-    static const std::regex pattern(
+    const std::string pattern =
         "<field name=\"vesk\\.([^\"]*)\" showname=\"([^\"]*?)[:=] [^\"]*\" size=\"\\d+\" "
-        "pos=\"\\d+\" show=\"([^\"]*)\"(?: value=\"([^\"]*)\")?");
+        "pos=\"\\d+\" show=\"([^\"]*)\"(?: value=\"([^\"]*)\")?";
     Messages messages;
     std::string kind, key;
-    for (std::sregex_iterator i(pdml.begin(), pdml.end(), pattern), end; i != end; ++i) {
-        const std::string name = (*i)[1];
+    for (const std::vector<std::string>& match : patterns::AllMatches(pdml, pattern)) {
+        const std::string& name = match[1];
         if (name == "head.kind") {
-            const std::string text = i->str();
+            const std::string& text = match[0];
             kind = text.substr(text.find("Kind: ") + 6);
             kind.resize(kind.find(' '));
         } else if (name == "head.exchange") {
-            key = kind + i->str(3);
+            key = kind + match[3];
         } else if (name.rfind("head.", 0) != 0) {
-            messages[key][(*i)[2]] = (*i)[3];
-            raw[key][(*i)[2]] = (*i)[4];
+            messages[key][match[2]] = match[3];
+            raw[key][match[2]] = match[4];
         }
     }
     return messages;

@@ -1,12 +1,12 @@
 // veskctl from a user's side, with the virtual service as its peer.
 #include "decoder/identity.h"
 #include "decoder/text.h"
+#include "support/patterns.h"
 #include "support/processes.h"
 
 #include <csignal>
 #include <fstream>
 #include <nlohmann/json.hpp>
-#include <regex>
 
 #include <pty.h>
 #include <sys/wait.h>
@@ -83,7 +83,7 @@ int PhaseOf(const std::string& name)
                                        "^(?!.*(INIT|OPEN|CREATE))"};
     int phase = 0;
     for (const char* pattern : kLaterFirst) {
-        if (std::regex_search(name, std::regex(pattern)))
+        if (patterns::IsFound(name, pattern))
             return phase;
         --phase;
     }
