@@ -102,7 +102,7 @@ void RequireEntries(const Listing& listing, uint64_t count, size_t most)
 
 Bytes OpaqueBytes(const Place& place, const Assignment& assignment)
 {
-    const Bytes bytes = HexOf(assignment);
+    Bytes bytes = HexOf(assignment);
     if (bytes.size() > place.size && place.isOpen && assignment.path == "data")
         throw Error("data: expected at most " + SizeText(place.size));
     if (bytes.size() > place.size)

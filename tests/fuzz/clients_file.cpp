@@ -23,7 +23,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
     Clients read(self, watchers);
     read.Restore();
     for (const std::string& name : read.Names())
-        read.Send(name, VESK_VIDEO_ON_VIDEO_ACTIVATE_NOTIFY, BytesOf(VeskVideoMsgHead{}));
+        read.Send(name, VESK_VIDEO_ON_VIDEO_ACTIVATE_NOTIFY, vesk::BytesOf(VeskVideoMsgHead{}));
     CHECK(!read.IsKnown(""));
     const Result added = read.Add("added", "VAPI", getpid());
     CHECK(added == kOk || added == VESK_SERVICE_ERR_BUSY || added == VESK_SERVICE_ERR_ROOM);
