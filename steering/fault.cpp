@@ -67,7 +67,7 @@ void StoreValue(VeskControlFault& fault, const Effect& effect, const std::string
 
 std::string ValueText(const Effect& effect, const VeskControlFault& fault)
 {
-    const std::string number = std::to_string(fault.value);
+    std::string number = std::to_string(fault.value);
     if (effect.value == ControlValue::kResult) {
         const std::string_view name = ResultName(static_cast<uint32_t>(fault.value));
         return name.empty() ? number : std::string(name);
