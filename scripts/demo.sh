@@ -68,7 +68,7 @@ VESK_LOG_TARGET=file:$logs/tour.log "$veskctl" trace --summary -- "$examples/dev
 tail -3 "$logs/tour.out"
 sed '/^request /,$d' "$logs/tour.trace" | tail -5
 echo
-sed -n '/^request /,$p' "$logs/tour.trace" | head -12
+sed -n '/^request /,+11p' "$logs/tour.trace"
 "$veskctl" device reset # so that the recording is one of a fresh device
 VESK_LOG_TARGET=file:$logs/traced.log "$veskctl" trace -o "$recording" -- "$examples/device_tour" >"$logs/traced.out"
 echo "... and recorded to $recording: $("$veskctl" decode "$recording" | wc -l) lines of veskctl decode"
