@@ -1,12 +1,11 @@
 // The whole state of the virtual service as a JSON document.
 #include "service/state.h"
 
+#include "decoder/json.h"
 #include "decoder/text.h"
 #include "service/service.h"
 #include "steering/fault.h"
 #include "vesk_service/control_list.h"
-
-#include <nlohmann/json.hpp>
 
 #include <unistd.h>
 
@@ -15,13 +14,14 @@
 namespace vesk::service {
 
 using decoder::Direction;
+using decoder::Object;
 using nlohmann::ordered_json;
 
 namespace {
 
 ordered_json Owner(const Sender& owner)
 {
-    return {{"procName", owner.procName}, {"process", owner.process}};
+    return Object({{"procName", owner.procName}, {"process", owner.process}});
 }
 
 /// A list with an entry for each thing: its number, its owner, whether it is started if it can be, and what
@@ -31,7 +31,7 @@ ordered_json ListOf(Numbered<Thing>& things, const char* numberName, const Descr
 {
     ordered_json list = ordered_json::array();
     for (const auto& [number, thing] : things.All()) {
-        ordered_json entry{{numberName, number}, {"owner", Owner(thing.owner)}};
+        ordered_json entry = Object({{numberName, number}, {"owner", Owner(thing.owner)}});
         if constexpr (std::is_base_of_v<Startable, Thing>)
             entry["started"] = thing.isStarted;
         describe(entry, thing);
@@ -43,22 +43,24 @@ ordered_json ListOf(Numbered<Thing>& things, const char* numberName, const Descr
 template <class Port>
 ordered_json PortEntry(const Port& port, const char* numberName)
 {
-    return {{numberName, port.number},   {"name", port.name},        {"plugged", port.isPlugged},
-            {"enabled", port.isEnabled}, {"width", port.mode.width}, {"height", port.mode.height},
-            {"fr", port.mode.fr}};
+    return Object({{numberName, port.number},
+                   {"name", port.name},
+                   {"plugged", port.isPlugged},
+                   {"enabled", port.isEnabled},
+                   {"width", port.mode.width},
+                   {"height", port.mode.height},
+                   {"fr", port.mode.fr}});
 }
 
 ordered_json Statistics(const Channel& channel)
 {
-    return {{"starts", channel.statistics.starts},
-            {"stops", channel.statistics.stops},
-            {"changes", channel.statistics.changes}};
+    return Object({{"starts", channel.statistics.starts},
+                   {"stops", channel.statistics.stops},
+                   {"changes", channel.statistics.changes}});
 }
 
-template <class Record>
-bool IsZero(const Record& record)
+bool IsZero(BytesView bytes)
 {
-    const auto bytes = BytesOf(record);
     return std::all_of(bytes.begin(), bytes.end(), [](std::byte byte) { return byte == std::byte{0}; });
 }
 
@@ -93,28 +95,18 @@ private:
     ordered_json DescribeWatchers();
 
     /// The fields of a request's payload.
-    template <uint32_t request, class Record>
-    ordered_json FieldsOf(const Record& record)
-    {
-        using Payload = typename messages::RequestTypes<request>::Payload;
-        static_assert(std::is_same_v<Payload, messages::Record<Record>>,
-                      "the request carries another record");
-        const auto payload = BytesOf(record);
-        Bytes data(sizeof(VeskVideoMsgHead));
-        data.insert(data.end(), payload.begin(), payload.end());
-        decoder::Decoded message = decoder_.Decode({Direction::kRequest, request, data});
-        std::erase_if(message.fields, [](const decoder::Field& field) {
-            return !field.IsPayload() || (field.isFiller && field.IsZero());
-        });
-        return message.fields.empty() ? ordered_json::object() : decoder::ToJson(message)["payload"];
-    }
+    ordered_json FieldsOf(uint32_t request, BytesView payload);
 
     /// Adds them as a member of an entry, unless they are all 0.
     template <uint32_t request, class Record>
     void Put(ordered_json& entry, const char* name, const Record& record)
     {
-        if (!IsZero(record))
-            entry[name] = FieldsOf<request>(record);
+        using Payload = typename messages::RequestTypes<request>::Payload;
+        static_assert(std::is_same_v<Payload, messages::Record<Record>>,
+                      "the request carries another record");
+        const auto payload = BytesOf(record);
+        if (!IsZero(payload))
+            entry[name] = FieldsOf(request, payload);
     }
 
     Service& service_;
@@ -123,11 +115,10 @@ private:
 
 ordered_json Document::Describe()
 {
-    return {
-        {"service",
-         {{"procName", service_.Self().procName},
-          {"taskName", service_.Self().taskName},
-          {"process", getpid()}}},
+    return Object({
+        {"service", Object({{"procName", service_.Self().procName},
+                            {"taskName", service_.Self().taskName},
+                            {"process", getpid()}})},
         {"time", DescribeTime()},
         {"inputs", DescribeInputs()},
         {"inputEngines", DescribeInputEngines()},
@@ -152,14 +143,25 @@ ordered_json Document::Describe()
         {"faults", DescribeFaults()},
         {"scenario", DescribeScenario()},
         {"watchers", DescribeWatchers()},
-    };
+    });
+}
+
+ordered_json Document::FieldsOf(uint32_t request, BytesView payload)
+{
+    Bytes data(sizeof(VeskVideoMsgHead));
+    data.insert(data.end(), payload.begin(), payload.end());
+    decoder::Decoded message = decoder_.Decode({Direction::kRequest, request, data});
+    std::erase_if(message.fields, [](const decoder::Field& field) {
+        return !field.IsPayload() || (field.isFiller && field.IsZero());
+    });
+    return message.fields.empty() ? ordered_json::object() : decoder::ToJson(message)["payload"];
 }
 
 ordered_json Document::DescribeTime()
 {
     VeskControlTime time{};
     service_.timeline.Move(0, &time);
-    return {{"nowMs", time.nowMs}, {"due", time.due}, {"isStep", time.isStep != 0}};
+    return Object({{"nowMs", time.nowMs}, {"due", time.due}, {"isStep", time.isStep != 0}});
 }
 
 ordered_json Document::DescribeInputs()
@@ -172,8 +174,8 @@ ordered_json Document::DescribeInputs()
         if (const auto source = sources.find(port.number); source != sources.end())
             entry["virtualSource"] = source->second;
         if (port.HasCamera()) {
-            entry["camera"] = {
-                {"pan", port.camera.pan}, {"tilt", port.camera.tilt}, {"commands", port.camera.commands}};
+            entry["camera"] = Object(
+                {{"pan", port.camera.pan}, {"tilt", port.camera.tilt}, {"commands", port.camera.commands}});
             entry["tracking"] = port.isTracking;
             entry["presets"] = ordered_json::array();
             for (const auto& [presetId, preset] : port.presets)
@@ -225,7 +227,7 @@ ordered_json Document::DescribeOutputEngines()
             Put<VESK_VIDEO_MSG_SET_SCREEN_OFFSET>(entry, "offset", engine.offset);
             ordered_json pictures = ordered_json::array();
             if (engine.source.picNum != 0)
-                pictures = FieldsOf<VESK_VIDEO_MSG_SET_VO_SRC>(engine.source)["subPic"];
+                pictures = FieldsOf(VESK_VIDEO_MSG_SET_VO_SRC, BytesOf(engine.source))["subPic"];
             pictures.erase(pictures.begin() + static_cast<ptrdiff_t>(engine.source.picNum), pictures.end());
             entry["subPic"] = std::move(pictures);
         });
@@ -233,7 +235,7 @@ ordered_json Document::DescribeOutputEngines()
 
 ordered_json Document::DescribeDisplay()
 {
-    ordered_json display{{"srEnabled", service_.outputs.IsSrEnabled()}};
+    ordered_json display = Object({{"srEnabled", service_.outputs.IsSrEnabled()}});
     Put<VESK_VIDEO_MSG_SET_DISPLAY_MODE>(display, "mode", service_.outputs.DisplayInfo());
     return display;
 }
@@ -242,7 +244,7 @@ ordered_json Document::DescribeFilterWindows()
 {
     ordered_json list = ordered_json::array();
     for (const auto& [filterParam, window] : service_.outputs.FilterWindows())
-        list.push_back({{"filterParam", filterParam}, {"window", Hex(BytesOf(window))}});
+        list.push_back(Object({{"filterParam", filterParam}, {"window", Hex(BytesOf(window))}}));
     return list;
 }
 
@@ -329,21 +331,21 @@ ordered_json Document::DescribeQueues()
 ordered_json Document::DescribeJobs()
 {
     const Device::Jobs& jobs = service_.device.Done();
-    return {{"snapshots", jobs.snapshots},
-            {"wallpapers", jobs.wallpapers},
-            {"javaVm", jobs.javaVm},
-            {"projectionResult", static_cast<int32_t>(jobs.projectionResult)}};
+    return Object({{"snapshots", jobs.snapshots},
+                   {"wallpapers", jobs.wallpapers},
+                   {"javaVm", jobs.javaVm},
+                   {"projectionResult", static_cast<int32_t>(jobs.projectionResult)}});
 }
 
 ordered_json Document::DescribeClients()
 {
     ordered_json list = ordered_json::array();
     for (const auto& [procName, client] : service_.clients.All())
-        list.push_back({{"procName", procName},
-                        {"taskName", client.taskName},
-                        {"process", client.process},
-                        {"notificationsSent", client.sent},
-                        {"notificationsDropped", client.dropped}});
+        list.push_back(Object({{"procName", procName},
+                               {"taskName", client.taskName},
+                               {"process", client.process},
+                               {"notificationsSent", client.sent},
+                               {"notificationsDropped", client.dropped}}));
     return list;
 }
 
@@ -355,13 +357,13 @@ ordered_json Document::DescribeRequests()
             continue;
         ordered_json results = ordered_json::array();
         for (const Counters::Tally& tally : row.Results())
-            results.push_back({{"result", tally.result},
-                               {"resultName", decoder::ResultName(tally.result)},
-                               {"count", tally.count}});
-        list.push_back({{"number", number},
-                        {"name", decoder::ShortName(messages::FindAnyRequest(number)->name)},
-                        {"results", std::move(results)},
-                        {"otherResults", row.others}});
+            results.push_back(Object({{"result", tally.result},
+                                      {"resultName", decoder::ResultName(tally.result)},
+                                      {"count", tally.count}}));
+        list.push_back(Object({{"number", number},
+                               {"name", decoder::ShortName(messages::FindAnyRequest(number)->name)},
+                               {"results", std::move(results)},
+                               {"otherResults", row.others}}));
     }
     return list;
 }
@@ -370,27 +372,27 @@ ordered_json Document::DescribeFaults()
 {
     ordered_json list = ordered_json::array();
     for (const VeskControlFaultState& state : service_.faults.States()) {
-        list.push_back({{"fault", state.fault},
-                        {"matches", state.matches},
-                        {"hits", state.hits},
-                        {"rule", steering::FaultText(decoder_, state.rule)}});
+        list.push_back(Object({{"fault", state.fault},
+                               {"matches", state.matches},
+                               {"hits", state.hits},
+                               {"rule", steering::FaultText(decoder_, state.rule)}}));
     }
     return list;
 }
 
 ordered_json Document::DescribeScenario()
 {
-    return {{"steps", service_.scenario.Steps()}, {"waitingForMatch", service_.scenario.Waiting()}};
+    return Object({{"steps", service_.scenario.Steps()}, {"waitingForMatch", service_.scenario.Waiting()}});
 }
 
 ordered_json Document::DescribeWatchers()
 {
     ordered_json list = ordered_json::array();
     for (const auto& watcher : service_.watchers.All())
-        list.push_back({{"procName", watcher.task.procName},
-                        {"taskName", watcher.task.taskName},
-                        {"process", watcher.task.process},
-                        {"lost", watcher.lost}});
+        list.push_back(Object({{"procName", watcher.task.procName},
+                               {"taskName", watcher.task.taskName},
+                               {"process", watcher.task.process},
+                               {"lost", watcher.lost}}));
     return list;
 }
 

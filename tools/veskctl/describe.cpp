@@ -1,11 +1,10 @@
 // The subcommand "describe": what a message, a record or a result code consists of.
+#include "decoder/json.h"
 #include "decoder/text.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
 #include "tools/veskctl/output.h"
 #include "vesk_service/control_list.h"
-
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 
@@ -28,7 +27,7 @@ ordered_json DescribeArguments(const Listing& listing)
     for (const HeaderArgument& argument : listing.arguments) {
         if (!argument.isListed)
             continue;
-        ordered_json one{{"name", argument.name}, {"field", FieldName(argument.field)}};
+        ordered_json one = Object({{"name", argument.name}, {"field", FieldName(argument.field)}});
         one["type"] = argument.isSigned ? "int32_t" : argument.limit > UINT32_MAX ? "uint64_t" : "uint32_t";
         if (argument.limit == UINT16_MAX)
             one["type"] = "uint16_t";
@@ -41,15 +40,15 @@ ordered_json DescribeRecord(const RecordType& record)
 {
     ordered_json fields = ordered_json::array();
     for (const RecordField& field : record.fields) {
-        ordered_json one{
-            {"offset", field.offset}, {"size", field.size}, {"type", field.type}, {"name", field.name}};
+        ordered_json one = Object(
+            {{"offset", field.offset}, {"size", field.size}, {"type", field.type}, {"name", field.name}});
         if (field.isArray)
             one["count"] = field.count;
         if (field.record != nullptr)
             one["fields"] = DescribeRecord(*field.record)["fields"];
         fields.push_back(std::move(one));
     }
-    return {{"record", record.name}, {"size", record.size}, {"fields", std::move(fields)}};
+    return Object({{"record", record.name}, {"size", record.size}, {"fields", std::move(fields)}});
 }
 
 ordered_json DescribeForm(const Decoder& decoder, const Listing& listing)
@@ -59,17 +58,18 @@ ordered_json DescribeForm(const Decoder& decoder, const Listing& listing)
     const RecordType* record = decoder.PayloadRecord(listing);
     switch (form.kind) {
     case messages::Kind::kNone:
-        return {{"form", "none"}};
+        return Object({{"form", "none"}});
     case messages::Kind::kUnanswered:
-        return {{"form", "unanswered"}};
+        return Object({{"form", "unanswered"}});
     case messages::Kind::kText:
-        return {{"form", "text"}, {"size", form.size}};
+        return Object({{"form", "text"}, {"size", form.size}});
     case messages::Kind::kBytes:
         json["form"] = "bytes";
         break;
     case messages::Kind::kRecord:
         if (form.name[0] != '\0')
-            return {{"form", "number"}, {"size", form.size}, {"type", form.type}, {"name", form.name}};
+            return Object(
+                {{"form", "number"}, {"size", form.size}, {"type", form.type}, {"name", form.name}});
         json["form"] = "record";
         break;
     case messages::Kind::kArray:
@@ -78,7 +78,7 @@ ordered_json DescribeForm(const Decoder& decoder, const Listing& listing)
         break;
     }
     if (form.size != 0)
-        json.update({{"type", form.type}, {"size", form.size}});
+        json.update(Object({{"type", form.type}, {"size", form.size}}));
     if (record != nullptr)
         json["shown"] = DescribeRecord(*record);
     return json;
@@ -88,9 +88,9 @@ ordered_json DescribeMessage(const Decoder& decoder, Direction direction, uint32
 {
     const Listing listing = decoder.Describe(direction, number);
     const bool isRequest = direction == Direction::kRequest;
-    ordered_json json{{"kind", isRequest ? "request" : "notification"},
-                      {"name", listing.fullName},
-                      {"number", listing.number}};
+    ordered_json json = Object({{"kind", isRequest ? "request" : "notification"},
+                                {"name", listing.fullName},
+                                {"number", listing.number}});
     if (messages::IsControl(number))
         json["control"] = true;
     else if (isRequest)
@@ -111,7 +111,7 @@ ordered_json DescribeAll(const Decoder& decoder, const std::string& name)
     if (const messages::Notification* notification = FindNotification(name))
         found.push_back(DescribeMessage(decoder, Direction::kNotification, notification->number));
     if (const RecordType* record = decoder.Records().Find(name)) {
-        found.push_back({{"kind", "record"}});
+        found.push_back(Object({{"kind", "record"}}));
         found.back().update(DescribeRecord(*record));
         if (const RecordType* shown = decoder.Records().Shown(name); shown != record)
             found.back()["shown"] = DescribeRecord(*shown);
@@ -119,11 +119,11 @@ ordered_json DescribeAll(const Decoder& decoder, const std::string& name)
     const std::optional<uint32_t> code = FindResult(name);
     for (const ResultCode& result : ResultCodes()) {
         if (code == result.code)
-            found.push_back({{"kind", "result"},
-                             {"name", result.name},
-                             {"code", result.code},
-                             {"origin", result.origin},
-                             {"meaning", result.meaning}});
+            found.push_back(Object({{"kind", "result"},
+                                    {"name", result.name},
+                                    {"code", result.code},
+                                    {"origin", result.origin},
+                                    {"meaning", result.meaning}}));
     }
     return found;
 }

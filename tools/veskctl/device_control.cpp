@@ -1,12 +1,11 @@
 // The subcommands of "device" that send one control message each.
+#include "decoder/json.h"
 #include "steering/commands.h"
 #include "steering/fault.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
 #include "tools/veskctl/output.h"
 #include "tools/veskctl/state.h"
-
-#include <nlohmann/json.hpp>
 
 #include <cinttypes>
 #include <cstring>
@@ -37,8 +36,8 @@ void PrintFaults(const Decoder& decoder, const Bytes& answer, bool asJson)
     for (const VeskControlFaultState& state : FaultsIn(answer)) {
         const std::string rule = steering::FaultText(decoder, state.rule);
         if (asJson)
-            rows.push_back(
-                {{"fault", state.fault}, {"matches", state.matches}, {"hits", state.hits}, {"rule", rule}});
+            rows.push_back(Object(
+                {{"fault", state.fault}, {"matches", state.matches}, {"hits", state.hits}, {"rule", rule}}));
         else
             std::printf("%u  %s  (matched %" PRIu64 ", changed %" PRIu64 ")\n", state.fault,
                         Printable(rule).c_str(), state.matches, state.hits);

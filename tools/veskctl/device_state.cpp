@@ -1,12 +1,11 @@
 // The subcommand "device state": what the virtual service holds.
+#include "decoder/json.h"
 #include "decoder/text.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
 #include "tools/veskctl/output.h"
 #include "tools/veskctl/state.h"
 #include "tools/veskctl/table.h"
-
-#include <nlohmann/json.hpp>
 
 namespace vesk::ctl {
 
@@ -137,7 +136,7 @@ Row OutputEngineRow(const ordered_json& engine)
 
 Row ChannelRow(const ordered_json& channel)
 {
-    const ordered_json param = channel.value("param", ordered_json{{"w", 0}, {"h", 0}});
+    const ordered_json param = channel.value("param", Object({{"w", 0}, {"h", 0}}));
     const ordered_json& statistics = channel.at("statistics");
     Details details;
     details.Add("bit rate ", param, "br").AddQueue("queue ", channel, "queHandle");

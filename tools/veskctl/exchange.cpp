@@ -1,9 +1,8 @@
 // Requests and notifications as the subcommands send, receive and show them.
 #include "tools/veskctl/exchange.h"
 
+#include "decoder/json.h"
 #include "vesk_service/control_list.h"
-
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cstdio>
@@ -100,13 +99,13 @@ std::string CallLine(const Decoder& decoder, const Call& call)
 
 std::string CallJson(const Call& call)
 {
-    ordered_json json{{"request", ToJson(call.request)}};
+    ordered_json json = Object({{"request", ToJson(call.request)}});
     if (call.answer)
         json["answer"] = ToJson(*call.answer);
     else if (call.outcome.platformResult != 0)
-        json["error"] = {{"code", call.outcome.platformResult},
-                         {"name", ResultName(call.outcome.platformResult)},
-                         {"reason", call.outcome.reason}};
+        json["error"] = Object({{"code", call.outcome.platformResult},
+                                {"name", ResultName(call.outcome.platformResult)},
+                                {"reason", call.outcome.reason}});
     json["ms"] = call.outcome.duration.count();
     return Dump(json);
 }
@@ -118,7 +117,8 @@ Decoded DecodeArrived(const Decoder& decoder, const Arrived& arrived)
 
 std::string ArrivedJson(const Decoded& notification, const Arrived& arrived)
 {
-    ordered_json json{{"time", std::chrono::duration<double>(arrived.time.time_since_epoch()).count()}};
+    ordered_json json =
+        Object({{"time", std::chrono::duration<double>(arrived.time.time_since_epoch()).count()}});
     json.update(ToJson(notification));
     return Dump(json);
 }

@@ -1,12 +1,11 @@
 // The subcommand "list": what the interface offers.
+#include "decoder/json.h"
 #include "decoder/text.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
 #include "tools/veskctl/output.h"
 #include "tools/veskctl/table.h"
 #include "vesk_service/control_list.h"
-
-#include <nlohmann/json.hpp>
 
 namespace vesk::ctl {
 
@@ -30,10 +29,10 @@ ordered_json ListRequests(std::span<const messages::Request> requests)
 {
     ordered_json rows;
     for (const messages::Request& request : requests)
-        rows.push_back({{"number", uint32_t{request.number}},
-                        {"name", ShortName(request.name)},
-                        {"function", request.function},
-                        {"arguments", ArgumentNames(request)}});
+        rows.push_back(Object({{"number", uint32_t{request.number}},
+                               {"name", ShortName(request.name)},
+                               {"function", request.function},
+                               {"arguments", ArgumentNames(request)}}));
     return rows;
 }
 
@@ -41,10 +40,10 @@ ordered_json ListNotifications(std::span<const messages::Notification> notificat
 {
     ordered_json rows;
     for (const messages::Notification& notification : notifications)
-        rows.push_back({{"number", uint32_t{notification.number}},
-                        {"name", ShortName(notification.name)},
-                        {"payload", notification.payload.type},
-                        {"arguments", ArgumentNames(notification)}});
+        rows.push_back(Object({{"number", uint32_t{notification.number}},
+                               {"name", ShortName(notification.name)},
+                               {"payload", notification.payload.type},
+                               {"arguments", ArgumentNames(notification)}}));
     return rows;
 }
 
@@ -53,9 +52,9 @@ ordered_json ListRecords(const Decoder& decoder)
     ordered_json rows;
     for (const auto& [name, record] : decoder.Records().All()) {
         const RecordType* shown = decoder.Records().Shown(name);
-        rows.push_back({{"size", record.size},
-                        {"name", name},
-                        {"shownAs", shown == &record ? std::string() : shown->name}});
+        rows.push_back(Object({{"size", record.size},
+                               {"name", name},
+                               {"shownAs", shown == &record ? std::string() : shown->name}}));
     }
     return rows;
 }
@@ -64,10 +63,10 @@ ordered_json ListResults()
 {
     ordered_json rows;
     for (const ResultCode& result : ResultCodes())
-        rows.push_back({{"code", result.code},
-                        {"name", result.name},
-                        {"origin", result.origin},
-                        {"meaning", result.meaning}});
+        rows.push_back(Object({{"code", result.code},
+                               {"name", result.name},
+                               {"origin", result.origin},
+                               {"meaning", result.meaning}}));
     return rows;
 }
 

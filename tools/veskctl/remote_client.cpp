@@ -2,9 +2,8 @@
 // values in binary form, each after its length.
 #include "tools/veskctl/remote_client.h"
 
+#include "decoder/json.h"
 #include "vesk_video/messages.h"
-
-#include <nlohmann/json.hpp>
 
 #include <cerrno>
 #include <cstdio>
@@ -18,7 +17,8 @@
 
 namespace vesk::ctl {
 
-using nlohmann::json;
+using decoder::Object;
+using nlohmann::ordered_json;
 
 namespace {
 
@@ -42,15 +42,15 @@ bool Read(int socket, void* data, size_t size)
     return size == 0 || recv(socket, data, size, MSG_WAITALL) == static_cast<ssize_t>(size);
 }
 
-bool Put(int socket, const json& value)
+bool Put(int socket, const ordered_json& value)
 {
-    const std::vector<uint8_t> bytes = json::to_cbor(value);
+    const std::vector<uint8_t> bytes = ordered_json::to_cbor(value);
     const size_t size = bytes.size();
     return Write(socket, &size, sizeof size) && Write(socket, bytes.data(), size);
 }
 
 /// Nothing if the other side has ended.
-std::optional<json> Get(int socket)
+std::optional<ordered_json> Get(int socket)
 {
     size_t size = 0;
     if (!Read(socket, &size, sizeof size))
@@ -58,36 +58,36 @@ std::optional<json> Get(int socket)
     std::vector<uint8_t> bytes(size);
     if (!Read(socket, bytes.data(), size))
         return std::nullopt;
-    return json::from_cbor(bytes);
+    return ordered_json::from_cbor(bytes);
 }
 
-json Binary(BytesView bytes)
+ordered_json Binary(BytesView bytes)
 {
     const auto* data = reinterpret_cast<const uint8_t*>(bytes.data());
-    return json::binary({data, data + bytes.size()});
+    return ordered_json::binary({data, data + bytes.size()});
 }
 
-Bytes BytesOf(const json& value)
+Bytes BytesOf(const ordered_json& value)
 {
     const BytesView bytes = std::as_bytes(std::span(value.get_binary()));
     return {bytes.begin(), bytes.end()};
 }
 
-json Answer(Client& client, const json& question)
+ordered_json Answer(Client& client, const ordered_json& question)
 {
     if (question.contains("waitMs")) {
         const auto arrived =
             client.Next(Clock::now() + std::chrono::milliseconds(question["waitMs"].get<int64_t>()));
         if (!arrived)
-            return json::object();
-        return {{"number", arrived->number}, {"data", Binary(arrived->data)}};
+            return ordered_json::object();
+        return Object({{"number", arrived->number}, {"data", Binary(arrived->data)}});
     }
     const Outcome outcome = client.Send(question["number"], BytesOf(question["data"]), question["isAnswered"],
                                         question["timeoutMs"]);
-    return {{"platformResult", outcome.platformResult},
-            {"reason", outcome.reason},
-            {"answer", Binary(outcome.answer)},
-            {"ms", outcome.duration.count()}};
+    return Object({{"platformResult", outcome.platformResult},
+                   {"reason", outcome.reason},
+                   {"answer", Binary(outcome.answer)},
+                   {"ms", outcome.duration.count()}});
 }
 
 /// What the child does: answers questions until there are no more.
@@ -95,8 +95,8 @@ void Serve(int socket, const std::string& service)
 try {
     Client client(service, Client::Interrupt::kEndsProgram);
     bool mayOwn = false; // the service may hold something for this client
-    Put(socket, {{"name", OwnProcessName()}});
-    while (const std::optional<json> question = Get(socket)) {
+    Put(socket, Object({{"name", OwnProcessName()}}));
+    while (const std::optional<ordered_json> question = Get(socket)) {
         if (question->contains("number"))
             mayOwn = (*question)["number"] != VESK_VIDEO_MSG_EXIT;
         Put(socket, Answer(client, *question));
@@ -107,9 +107,9 @@ try {
         client.Send(VESK_VIDEO_MSG_EXIT, std::as_bytes(std::span(&head, 1)), false, 0);
     }
 } catch (const Failure& failure) {
-    Put(socket, {{"failure", failure.what()}, {"status", failure.status}});
+    Put(socket, Object({{"failure", failure.what()}, {"status", failure.status}}));
 } catch (const std::exception& error) {
-    Put(socket, {{"failure", error.what()}, {"status", kFailed}});
+    Put(socket, Object({{"failure", error.what()}, {"status", kFailed}}));
 }
 
 } // namespace
@@ -128,7 +128,7 @@ RemoteClient::RemoteClient(const std::string& service)
     }
     close(ends[1]);
     socket_ = ends[0];
-    const json hello = Ask(nullptr);
+    const ordered_json hello = Ask(nullptr);
     name_ = hello["name"];
 }
 
@@ -139,11 +139,11 @@ RemoteClient::~RemoteClient()
     waitpid(process_, nullptr, 0);
 }
 
-json RemoteClient::Ask(const json& question)
+ordered_json RemoteClient::Ask(const ordered_json& question)
 {
     if (!question.is_null())
         Put(socket_, question);
-    const std::optional<json> answer = Get(socket_);
+    const std::optional<ordered_json> answer = Get(socket_);
     if (!answer)
         throw Failure(kFailed, "the client's process " + std::to_string(process_) + " has ended");
     if (answer->contains("failure"))
@@ -153,15 +153,15 @@ json RemoteClient::Ask(const json& question)
 
 Outcome RemoteClient::Send(uint32_t number, BytesView data, bool isAnswered, uint32_t timeoutMs)
 {
-    const json answer = Ask(
-        {{"number", number}, {"data", Binary(data)}, {"isAnswered", isAnswered}, {"timeoutMs", timeoutMs}});
+    const ordered_json answer = Ask(Object(
+        {{"number", number}, {"data", Binary(data)}, {"isAnswered", isAnswered}, {"timeoutMs", timeoutMs}}));
     return {answer["platformResult"], answer["reason"], BytesOf(answer["answer"]),
             std::chrono::duration<double, std::milli>(answer["ms"].get<double>())};
 }
 
 std::optional<Arrived> RemoteClient::Next(std::chrono::milliseconds longest)
 {
-    const json answer = Ask({{"waitMs", longest.count()}});
+    const ordered_json answer = Ask(Object({{"waitMs", longest.count()}}));
     if (answer.empty())
         return std::nullopt;
     return Arrived{answer["number"], BytesOf(answer["data"]), std::chrono::system_clock::now()};

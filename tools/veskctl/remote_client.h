@@ -29,7 +29,7 @@ public:
     std::optional<Arrived> Next(std::chrono::milliseconds longest);
 
 private:
-    nlohmann::json Ask(const nlohmann::json& question);
+    nlohmann::ordered_json Ask(const nlohmann::ordered_json& question);
 
     int socket_ = -1;
     pid_t process_ = -1;

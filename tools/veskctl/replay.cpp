@@ -1,5 +1,6 @@
 // The subcommand "replay": sends recorded requests again and says what has become different.
 #include "decoder/filter.h"
+#include "decoder/json.h"
 #include "platform/os_queue.h"
 #include "tools/recording/conversation.h"
 #include "tools/recording/numbers.h"
@@ -7,8 +8,6 @@
 #include "tools/veskctl/exchange.h"
 #include "tools/veskctl/output.h"
 #include "tools/veskctl/remote_client.h"
-
-#include <nlohmann/json.hpp>
 
 #include <cstring>
 #include <deque>
@@ -292,16 +291,17 @@ private:
     ordered_json DifferenceJson(std::optional<size_t> turn, const Decoded& message,
                                 const Difference& difference) const
     {
-        ordered_json json{{"message", Heading(message)}};
+        ordered_json json = Object({{"message", Heading(message)}});
         if (turn) {
             const Participant& participant =
                 conversation_.participants[conversation_.turns[*turn].participant];
-            json.update(ordered_json{
-                {"request", *turn + 1}, {"program", participant.program}, {"process", participant.process}});
+            json.update(Object({{"request", *turn + 1},
+                                {"program", participant.program},
+                                {"process", participant.process}}));
         }
-        json.update(ordered_json{{"field", difference.field},
-                                 {"recorded", difference.recorded},
-                                 {"replayed", difference.replayed}});
+        json.update(Object({{"field", difference.field},
+                            {"recorded", difference.recorded},
+                            {"replayed", difference.replayed}}));
         return json;
     }
 
@@ -317,10 +317,10 @@ private:
     void Summarize() const
     {
         if (settings_.json)
-            return PrintLine(Dump({{"requests", sent_},
-                                   {"skipped", skipped_},
-                                   {"notifications", notifications_},
-                                   {"differences", differences_}}));
+            return PrintLine(Dump(Object({{"requests", sent_},
+                                          {"skipped", skipped_},
+                                          {"notifications", notifications_},
+                                          {"differences", differences_}})));
         if (skipped_ != 0)
             PrintLine(std::to_string(skipped_) + " requests are too long to have been recorded");
         PrintLine("replayed " + std::to_string(sent_) + " requests, " + std::to_string(notifications_) +

@@ -1,5 +1,6 @@
 // The subcommand "serve": stands in for the service and answers as it did in a recording.
 #include "base/envelope.h"
+#include "decoder/json.h"
 #include "tools/recording/conversation.h"
 #include "tools/recording/numbers.h"
 #include "tools/veskctl/commands.h"
@@ -7,8 +8,6 @@
 #include "tools/veskctl/output.h"
 #include "vesk_host/message.h"
 #include "vesk_service/virtual_service.h"
-
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <atomic>
@@ -115,11 +114,11 @@ public:
     {
         const auto unused = static_cast<uint64_t>(std::count(isUsed_.begin(), isUsed_.end(), false));
         if (settings_.json) {
-            PrintLine(Dump({{"requests", requests_},
-                            {"notRecorded", unknown_},
-                            {"outOfOrder", misplaced_},
-                            {"recorded", isUsed_.size()},
-                            {"unused", unused}}));
+            PrintLine(Dump(Object({{"requests", requests_},
+                                   {"notRecorded", unknown_},
+                                   {"outOfOrder", misplaced_},
+                                   {"recorded", isUsed_.size()},
+                                   {"unused", unused}})));
         } else {
             std::string text = "veskctl: requests served: " + std::to_string(requests_) +
                                ", not in the recording: " + std::to_string(unknown_);
@@ -277,9 +276,9 @@ private:
     {
         if (settings_.json)
             return PrintLine(
-                Dump({{"problem", what},
-                      {"sender", sender},
-                      {"request", ToJson(decoder_.Decode({Direction::kRequest, number, live}))}}));
+                Dump(Object({{"problem", what},
+                             {"sender", sender},
+                             {"request", ToJson(decoder_.Decode({Direction::kRequest, number, live}))}})));
         std::fprintf(stderr, "veskctl: %s: %s from %s%s\n", what, RequestLine(number, live).c_str(),
                      sender.c_str(), more.c_str());
     }

@@ -1,13 +1,11 @@
 // Recorded messages as "trace" and "decode" show them.
 #include "tools/veskctl/transcript.h"
 
+#include "decoder/json.h"
 #include "tools/veskctl/failure.h"
-
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cinttypes>
-#include <nlohmann/json.hpp>
 
 namespace vesk::ctl {
 
@@ -46,12 +44,12 @@ std::string Ending(const Exchange& exchange, const Decoder& decoder, const Decod
 
 ordered_json EventJson(const Event& event)
 {
-    return {{"time", static_cast<double>(event.realtimeNs) / 1e9},
-            {"monotonic", static_cast<double>(event.monotonicNs) / 1e9},
-            {"program", event.program},
-            {"process", event.process},
-            {"thread", event.thread},
-            {"exchange", event.exchange}};
+    return Object({{"time", static_cast<double>(event.realtimeNs) / 1e9},
+                   {"monotonic", static_cast<double>(event.monotonicNs) / 1e9},
+                   {"program", event.program},
+                   {"process", event.process},
+                   {"thread", event.thread},
+                   {"exchange", event.exchange}});
 }
 
 ordered_json ExchangeJson(const Exchange& exchange, const Decoded& message, const Decoded* answer)
@@ -69,7 +67,7 @@ ordered_json ExchangeJson(const Exchange& exchange, const Decoded& message, cons
         return json;
     const Event& end = *exchange.end;
     if (answer == nullptr && exchange.begin.isSent && end.platformResult != 0)
-        json["error"] = {{"code", end.platformResult}, {"name", ResultName(end.platformResult)}};
+        json["error"] = Object({{"code", end.platformResult}, {"name", ResultName(end.platformResult)}});
     json["ms"] = Milliseconds(end.durationNs);
     return json;
 }
@@ -197,18 +195,18 @@ void Transcript::Summarize(std::FILE* out) const
         };
         const size_t calls = sorted.size() + tally.unended;
         if (settings_.json)
-            rows.push_back({{"request", name},
-                            {"calls", calls},
-                            {"failures", tally.failures},
-                            {"medianMs", quantile(50)},
-                            {"p99Ms", quantile(99)},
-                            {"longestMs", quantile(100)}});
+            rows.push_back(Object({{"request", name},
+                                   {"calls", calls},
+                                   {"failures", tally.failures},
+                                   {"medianMs", quantile(50)},
+                                   {"p99Ms", quantile(99)},
+                                   {"longestMs", quantile(100)}}));
         else
             std::fprintf(out, "%-32s %9zu %9" PRIu64 " %10.3f %10.3f %10.3f\n", name.c_str(), calls,
                          tally.failures, quantile(50), quantile(99), quantile(100));
     }
     if (settings_.json)
-        std::fprintf(out, "%s\n", Dump({{"summary", rows}}).c_str());
+        std::fprintf(out, "%s\n", Dump(Object({{"summary", rows}})).c_str());
 }
 
 } // namespace vesk::ctl
