@@ -94,10 +94,10 @@ Table CallsBetween(int callerCpu, int serverCpu, const std::string& where, bool 
             });
         }
         const auto seconds = Interleave(turns, quick ? 15 : 151);
-        nlohmann::json row{sizes.Text()};
+        std::vector<Cell> row{sizes.Text()};
         for (const auto& way : seconds)
-            row.push_back(Rounded(MedianRatio(way, seconds.front()), 2));
-        row.push_back(Rounded(Median(seconds.front()) / calls * 1e6, 1));
+            row.emplace_back(Rounded(MedianRatio(way, seconds.front()), 2));
+        row.emplace_back(Rounded(Median(seconds.front()) / calls * 1e6, 1));
         table.rows.push_back(row);
     }
     return table;
@@ -134,11 +134,11 @@ Table ThreadTable(bool quick)
         const auto seconds =
             Interleave({[&] { host.TakeTurn(); }, [&] { raw.TakeTurn(); }, [&] { rawByOne.TakeTurn(); }},
                        quick ? 9 : 61);
-        nlohmann::json row{threads};
+        std::vector<Cell> row{threads};
         for (const auto& way : seconds)
-            row.push_back(std::lround(threads * kCallsInTurn / Median(way)));
+            row.emplace_back(std::lround(threads * kCallsInTurn / Median(way)));
         for (const auto& yardstick : {seconds[1], seconds[2]})
-            row.push_back(Rounded(MedianRatio(yardstick, seconds[0]), 2));
+            row.emplace_back(Rounded(MedianRatio(yardstick, seconds[0]), 2));
         table.rows.push_back(row);
     }
     return table;

@@ -36,18 +36,18 @@ void PrintTables(bool quick, bool asJson, bool withSystemCalls)
                                         OwedTable, NotificationTable, OwnShareTable};
     if (withSystemCalls)
         makers.push_back(SystemCallTable);
-    nlohmann::json tables = nlohmann::json::array();
+    std::vector<Table> tables;
     for (Table (*make)(bool) : makers) {
-        const Table table = make(quick);
+        Table table = make(quick);
         if (table.rows.empty())
             continue;
         if (asJson)
-            tables.push_back(table);
+            tables.push_back(std::move(table));
         else
             Print(table);
     }
     if (asJson)
-        std::cout << tables.dump(2) << '\n';
+        PrintJson(tables);
 #ifndef VESK_BENCH_BUS
     std::cerr << "sd-bus was left out: libsystemd was not found when this program was built\n";
 #endif
@@ -94,7 +94,7 @@ try {
     else if (*call)
         MakeCalls(FindWay(wayName), addresses.front(), sizes, calls);
     else if (*ownShare)
-        std::cout << nlohmann::json(MeasureOwnShare(quick)) << '\n';
+        PrintJson({MeasureOwnShare(quick)});
     else
         PrintTables(quick, asJson, withSystemCalls);
     return EXIT_SUCCESS;

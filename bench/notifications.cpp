@@ -187,14 +187,14 @@ Table NotificationTable(bool quick)
         std::sort(outcomes.begin(), outcomes.end(),
                   [](const Outcome& a, const Outcome& b) { return a.Seconds() < b.Seconds(); });
         const Outcome& middle = outcomes[outcomes.size() / 2];
-        uint64_t lost = 0, outOfOrder = 0;
+        int64_t lost = 0, outOfOrder = 0;
         for (const Outcome& outcome : outcomes) {
-            lost = std::max(lost, kCount - std::min(kCount, outcome.tally.received));
-            outOfOrder = std::max(outOfOrder, outcome.tally.outOfOrder);
+            lost = std::max(lost, static_cast<int64_t>(kCount - std::min(kCount, outcome.tally.received)));
+            outOfOrder = std::max(outOfOrder, static_cast<int64_t>(outcome.tally.outOfOrder));
         }
         const auto received = static_cast<double>(middle.tally.received);
-        table.rows.push_back({name, std::lround(received / middle.Seconds()), lost, outOfOrder, middle.full,
-                              Rounded(ratio, 2)});
+        table.rows.push_back({name, std::lround(received / middle.Seconds()), lost, outOfOrder,
+                              static_cast<int64_t>(middle.full), Rounded(ratio, 2)});
     };
     row("raw socket", raw, 1);
     row("host library", host, Median(ratios));

@@ -86,7 +86,7 @@ Table OwnShareTable(bool quick)
         text.append(part, static_cast<size_t>(size));
     close(ends[0]);
     Join(process);
-    return nlohmann::json::parse(text).get<Table>();
+    return ParseJson(text).front();
 }
 
 } // namespace vesk::bench

@@ -56,12 +56,12 @@ std::string PerCall(const Counts& few, const Counts& many, int calls)
         const auto before = few.find(name);
         return Rounded((count - (before == few.end() ? 0 : before->second)) / calls, 1);
     };
-    std::string text = nlohmann::json(perCall("total", many.at("total"))).dump(), separator = ": ";
+    std::string text = Text(perCall("total", many.at("total"))), separator = ": ";
     for (const auto& [name, count] : many) {
         const double each = perCall(name, count);
         if (name == "total" || each <= 0)
             continue;
-        text += separator + name + " " + nlohmann::json(each).dump();
+        text += separator + name + " " + Text(each);
         separator = ", ";
     }
     return text;

@@ -1,25 +1,35 @@
 // Tables of results.
 #pragma once
 
-#include <nlohmann/json.hpp>
-
+#include <cstdint>
 #include <string>
+#include <variant>
 #include <vector>
 
 namespace vesk::bench {
 
+using Cell = std::variant<std::string, int64_t, double>;
+
 struct Table {
     std::string title;
     std::vector<std::string> columns;
-    std::vector<nlohmann::json> rows; ///< Arrays of texts and numbers.
+    std::vector<std::vector<Cell>> rows;
 };
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Table, title, columns, rows)
 
 /// Prints a table in Markdown.
 void Print(const Table& table);
 
+/// Prints tables as a JSON array.
+void PrintJson(const std::vector<Table>& tables);
+
+/// What PrintJson has printed.
+std::vector<Table> ParseJson(const std::string& text);
+
 /// A number with @p decimals decimals.
 double Rounded(double number, int decimals);
+
+/// The shortest text that reads back as the same number, with at least one decimal.
+std::string Text(double number);
 
 // The tables. A quick one makes fewer rounds.
 /// With both ends on one CPU: what the work costs.

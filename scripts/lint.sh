@@ -18,7 +18,7 @@ git grep -E '^#include "[a-z_]+/' -- "${folders[@]}" | awk -F '[:/"]' -v folders
   rank[included] > rank[$1] { print "includes a folder that stands above it: " $0; found = 1 }
   END { exit found }'
 # clang-tidy cannot read headers that another compiler has precompiled.
-quietly cmake --preset dev -B build/lint -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON
+quietly cmake --preset dev -B build/lint -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON -DVESK_BUILD_BENCHMARKS=ON
 [ $# -gt 0 ] || set -- "${folders[@]}" examples bench
 findings=$(mktemp)
 trap 'rm -f "$findings"' EXIT
