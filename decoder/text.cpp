@@ -166,6 +166,14 @@ ordered_json::json_pointer Pointer(std::string_view path)
     return ordered_json::json_pointer(pointer);
 }
 
+bool IsShallow(int depth, ordered_json::parse_event_t, ordered_json&)
+{
+    constexpr int kDeepest = 100;
+    if (depth > kDeepest)
+        throw Error("the JSON is nested more than " + std::to_string(kDeepest) + " deep");
+    return true;
+}
+
 void AddAssignments(const ordered_json& value, const std::string& path, std::vector<Assignment>& assignments)
 {
     constexpr size_t kLongestPath = 1000;
@@ -256,8 +264,18 @@ ordered_json ToJson(const Decoded& message)
     return json;
 }
 
-std::vector<Assignment> AssignmentsOf(const ordered_json& document)
+ordered_json ParseJson(std::string_view text, const std::string& origin)
 {
+    try {
+        return ordered_json::parse(text, IsShallow);
+    } catch (const ordered_json::exception& error) {
+        throw Error(origin + ": " + error.what());
+    }
+}
+
+std::vector<Assignment> AssignmentsOf(std::string_view text, const std::string& origin)
+{
+    const ordered_json document = ParseJson(text, origin);
     std::vector<Assignment> assignments;
     if (!document.is_object() && !document.is_array())
         throw Error("expected a JSON object with the fields of the message, not " +

@@ -36,10 +36,14 @@ std::string FieldLines(const Decoder& decoder, const Decoded& message, const std
  */
 nlohmann::ordered_json ToJson(const Decoded& message);
 
-/// The assignments that an object stands for: "arguments" and "payload" as ToJson writes them, or fields
+/// Parses a text as JSON. @param origin  What an error says before the reason. @throw Error, also for what is
+/// nested so deeply that a recursive function could not bear it
+nlohmann::ordered_json ParseJson(std::string_view text, const std::string& origin);
+
+/// The assignments that a JSON object stands for: "arguments" and "payload" as ToJson writes them, or fields
 /// alone.
-/// @throw Error
-std::vector<Assignment> AssignmentsOf(const nlohmann::ordered_json& document);
+/// @throw Error, as ParseJson and for what is no field's value
+std::vector<Assignment> AssignmentsOf(std::string_view text, const std::string& origin);
 
 /// Splits "name=value". @throw Error
 Assignment ParseAssignment(std::string_view text);

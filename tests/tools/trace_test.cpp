@@ -58,7 +58,7 @@ Messages DecodedMessages(const std::string& lines)
                 continue;
             auto& message = messages[kind + std::to_string(json["exchange"].get<uint64_t>())];
             message["Name"] = json[kind]["name"];
-            for (const Assignment& field : AssignmentsOf(json[kind]))
+            for (const Assignment& field : AssignmentsOf(json[kind].dump(), ""))
                 message[kind == std::string("answer") && field.path == "result" ? "Result" : field.path] =
                     field.value;
         }

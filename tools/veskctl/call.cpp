@@ -1,7 +1,7 @@
 // The subcommand "call": sends one request and shows its answer.
 #include "tools/veskctl/commands.h"
+#include "tools/veskctl/document.h"
 #include "tools/veskctl/exchange.h"
-#include "tools/veskctl/json.h"
 #include "tools/veskctl/output.h"
 #include "vesk_service/control_list.h"
 
@@ -23,7 +23,7 @@ Prepared PrepareCall(const Decoder& decoder, const Options& options)
 {
     std::vector<Assignment> fields;
     if (!options.jsonFile.empty())
-        fields = ReadAssignments(options.jsonFile);
+        fields = AssignmentsOf(ReadDocument(options.jsonFile), options.jsonFile);
     for (const std::string& field : options.fields)
         fields.push_back(ParseAssignment(field));
     if (!options.raw)

@@ -1,8 +1,8 @@
 // The state of the virtual service, as "device state" and "device graph" read it.
 #include "tools/veskctl/state.h"
 
+#include "tools/veskctl/document.h"
 #include "tools/veskctl/exchange.h"
-#include "tools/veskctl/json.h"
 
 #include <nlohmann/json.hpp>
 
@@ -14,7 +14,7 @@ using nlohmann::ordered_json;
 ordered_json ReadState(Settings& settings, const std::string& file)
 {
     if (!file.empty())
-        return ReadJson(file);
+        return ParseJson(ReadDocument(file), file);
     Client client(settings.service, Client::Interrupt::kEndsProgram);
     const Prepared request = Prepare(settings.Decoder(), "VESK_CONTROL_STATE", {});
     const Call call = Perform(client, settings.Decoder(), request, VESK_VIDEO_SYNC_TIMEOUT);
