@@ -26,6 +26,7 @@ foreach(file IN LISTS FILES)
     endif()
   endif()
 endforeach()
+list(FILTER OBJECTS INCLUDE REGEX "\\.o$") # precompiled headers are in the list, too
 foreach(object IN LISTS OBJECTS)
   if(MACHINE STREQUAL aarch64)
     expect(${object} -n "branches are not protected" "AArch64 feature: BTI, PAC")
