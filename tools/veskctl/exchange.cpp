@@ -2,6 +2,7 @@
 #include "tools/veskctl/exchange.h"
 
 #include "decoder/json.h"
+#include "tools/veskctl/output.h"
 #include "vesk_service/control_list.h"
 
 #include <algorithm>
@@ -121,6 +122,20 @@ std::string ArrivedJson(const Decoded& notification, const Arrived& arrived)
         Object({{"time", std::chrono::duration<double>(arrived.time.time_since_epoch()).count()}});
     json.update(ToJson(notification));
     return Dump(json);
+}
+
+void PrintObject(const Members& members)
+{
+    ordered_json json;
+    for (const auto& [name, value] : members) {
+        if (const auto* message = std::get_if<Decoded>(&value))
+            json[name] = ToJson(*message);
+        else if (const auto* text = std::get_if<std::string>(&value))
+            json[name] = *text;
+        else
+            json[name] = std::get<uint64_t>(value);
+    }
+    PrintLine(Dump(json));
 }
 
 } // namespace vesk::ctl

@@ -44,4 +44,10 @@ decoder::Decoded DecodeArrived(const decoder::Decoder& decoder, const Arrived& a
 /// A notification with the time of its arrival, in seconds since 1970.
 std::string ArrivedJson(const decoder::Decoded& notification, const Arrived& arrived);
 
+/// The members of a JSON object, for sources that do without JSON's header.
+using Members = std::vector<std::pair<const char*, std::variant<uint64_t, std::string, decoder::Decoded>>>;
+
+/// Prints an object on one line.
+void PrintObject(const Members& members);
+
 } // namespace vesk::ctl

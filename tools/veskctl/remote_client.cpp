@@ -1,8 +1,6 @@
-// Clients of the service in processes of their own, which one program directs. Both sides exchange JSON
-// values in binary form, each after its length.
+// Clients of the service in processes of their own, which one program directs.
 #include "tools/veskctl/remote_client.h"
 
-#include "decoder/json.h"
 #include "vesk_video/messages.h"
 
 #include <cerrno>
@@ -17,8 +15,33 @@
 
 namespace vesk::ctl {
 
-using decoder::Object;
-using nlohmann::ordered_json;
+/// What both sides send: the head, then the text, then the data.
+struct Packet {
+    enum class Kind {
+        kSend,    ///< Send a request, of this number and data.
+        kNext,    ///< Wait for a notification.
+        kAnswer,  ///< The platform's result, its reason and the answer; or a notification; or the client's
+                  ///< name.
+        kNothing, ///< No notification has come.
+        kFailure  ///< Its text and status.
+    };
+    struct {
+        Kind kind = Kind::kNothing;
+        uint32_t number = 0;
+        bool isAnswered = false;
+        int64_t timeMs = 0;
+        double durationMs = 0;
+        ExitStatus status = kDone;
+        size_t textSize = 0;
+        size_t dataSize = 0;
+    } head;
+    std::string text;
+    Bytes data;
+};
+
+using std::chrono::milliseconds;
+
+using Kind = Packet::Kind;
 
 namespace {
 
@@ -42,52 +65,42 @@ bool Read(int socket, void* data, size_t size)
     return size == 0 || recv(socket, data, size, MSG_WAITALL) == static_cast<ssize_t>(size);
 }
 
-bool Put(int socket, const ordered_json& value)
+bool Put(int socket, Packet packet)
 {
-    const std::vector<uint8_t> bytes = ordered_json::to_cbor(value);
-    const size_t size = bytes.size();
-    return Write(socket, &size, sizeof size) && Write(socket, bytes.data(), size);
+    packet.head.textSize = packet.text.size();
+    packet.head.dataSize = packet.data.size();
+    return Write(socket, &packet.head, sizeof packet.head) &&
+           Write(socket, packet.text.data(), packet.text.size()) &&
+           Write(socket, packet.data.data(), packet.data.size());
 }
 
 /// Nothing if the other side has ended.
-std::optional<ordered_json> Get(int socket)
+std::optional<Packet> Get(int socket)
 {
-    size_t size = 0;
-    if (!Read(socket, &size, sizeof size))
+    Packet packet;
+    if (!Read(socket, &packet.head, sizeof packet.head))
         return std::nullopt;
-    std::vector<uint8_t> bytes(size);
-    if (!Read(socket, bytes.data(), size))
+    packet.text.resize(packet.head.textSize);
+    packet.data.resize(packet.head.dataSize);
+    if (!Read(socket, packet.text.data(), packet.text.size()) ||
+        !Read(socket, packet.data.data(), packet.data.size()))
         return std::nullopt;
-    return ordered_json::from_cbor(bytes);
+    return packet;
 }
 
-ordered_json Binary(BytesView bytes)
+Packet Answer(Client& client, const Packet& question)
 {
-    const auto* data = reinterpret_cast<const uint8_t*>(bytes.data());
-    return ordered_json::binary({data, data + bytes.size()});
-}
-
-Bytes BytesOf(const ordered_json& value)
-{
-    const BytesView bytes = std::as_bytes(std::span(value.get_binary()));
-    return {bytes.begin(), bytes.end()};
-}
-
-ordered_json Answer(Client& client, const ordered_json& question)
-{
-    if (question.contains("waitMs")) {
-        const auto arrived =
-            client.Next(Clock::now() + std::chrono::milliseconds(question["waitMs"].get<int64_t>()));
+    if (question.head.kind == Kind::kNext) {
+        const auto arrived = client.Next(Clock::now() + milliseconds(question.head.timeMs));
         if (!arrived)
-            return ordered_json::object();
-        return Object({{"number", arrived->number}, {"data", Binary(arrived->data)}});
+            return {{.kind = Kind::kNothing}, "", {}};
+        return {{.kind = Kind::kAnswer, .number = arrived->number}, "", arrived->data};
     }
-    const Outcome outcome = client.Send(question["number"], BytesOf(question["data"]), question["isAnswered"],
-                                        question["timeoutMs"]);
-    return Object({{"platformResult", outcome.platformResult},
-                   {"reason", outcome.reason},
-                   {"answer", Binary(outcome.answer)},
-                   {"ms", outcome.duration.count()}});
+    const Outcome outcome = client.Send(question.head.number, question.data, question.head.isAnswered,
+                                        static_cast<uint32_t>(question.head.timeMs));
+    return {{.kind = Kind::kAnswer, .number = outcome.platformResult, .durationMs = outcome.duration.count()},
+            outcome.reason,
+            outcome.answer};
 }
 
 /// What the child does: answers questions until there are no more.
@@ -95,10 +108,10 @@ void Serve(int socket, const std::string& service)
 try {
     Client client(service, Client::Interrupt::kEndsProgram);
     bool mayOwn = false; // the service may hold something for this client
-    Put(socket, Object({{"name", OwnProcessName()}}));
-    while (const std::optional<ordered_json> question = Get(socket)) {
-        if (question->contains("number"))
-            mayOwn = (*question)["number"] != VESK_VIDEO_MSG_EXIT;
+    Put(socket, {{.kind = Kind::kAnswer}, OwnProcessName(), {}});
+    while (const std::optional<Packet> question = Get(socket)) {
+        if (question->head.kind == Kind::kSend)
+            mayOwn = question->head.number != VESK_VIDEO_MSG_EXIT;
         Put(socket, Answer(client, *question));
     }
     if (mayOwn) {
@@ -107,9 +120,9 @@ try {
         client.Send(VESK_VIDEO_MSG_EXIT, std::as_bytes(std::span(&head, 1)), false, 0);
     }
 } catch (const Failure& failure) {
-    Put(socket, Object({{"failure", failure.what()}, {"status", failure.status}}));
+    Put(socket, {{.kind = Kind::kFailure, .status = failure.status}, failure.what(), {}});
 } catch (const std::exception& error) {
-    Put(socket, Object({{"failure", error.what()}, {"status", kFailed}}));
+    Put(socket, {{.kind = Kind::kFailure, .status = kFailed}, error.what(), {}});
 }
 
 } // namespace
@@ -128,8 +141,7 @@ RemoteClient::RemoteClient(const std::string& service)
     }
     close(ends[1]);
     socket_ = ends[0];
-    const ordered_json hello = Ask(nullptr);
-    name_ = hello["name"];
+    name_ = Receive().text;
 }
 
 RemoteClient::~RemoteClient()
@@ -139,32 +151,33 @@ RemoteClient::~RemoteClient()
     waitpid(process_, nullptr, 0);
 }
 
-ordered_json RemoteClient::Ask(const ordered_json& question)
+Packet RemoteClient::Receive() const
 {
-    if (!question.is_null())
-        Put(socket_, question);
-    const std::optional<ordered_json> answer = Get(socket_);
+    std::optional<Packet> answer = Get(socket_);
     if (!answer)
         throw Failure(kFailed, "the client's process " + std::to_string(process_) + " has ended");
-    if (answer->contains("failure"))
-        throw Failure((*answer)["status"].get<ExitStatus>(), (*answer)["failure"]);
-    return *answer;
+    if (answer->head.kind == Kind::kFailure)
+        throw Failure(answer->head.status, answer->text);
+    return std::move(*answer);
 }
 
 Outcome RemoteClient::Send(uint32_t number, BytesView data, bool isAnswered, uint32_t timeoutMs)
 {
-    const ordered_json answer = Ask(Object(
-        {{"number", number}, {"data", Binary(data)}, {"isAnswered", isAnswered}, {"timeoutMs", timeoutMs}}));
-    return {answer["platformResult"], answer["reason"], BytesOf(answer["answer"]),
-            std::chrono::duration<double, std::milli>(answer["ms"].get<double>())};
+    Put(socket_, {{.kind = Kind::kSend, .number = number, .isAnswered = isAnswered, .timeMs = timeoutMs},
+                  "",
+                  {data.begin(), data.end()}});
+    const Packet answer = Receive();
+    return {answer.head.number, answer.text, answer.data,
+            std::chrono::duration<double, std::milli>(answer.head.durationMs)};
 }
 
-std::optional<Arrived> RemoteClient::Next(std::chrono::milliseconds longest)
+std::optional<Arrived> RemoteClient::Next(milliseconds longest)
 {
-    const ordered_json answer = Ask(Object({{"waitMs", longest.count()}}));
-    if (answer.empty())
+    Put(socket_, {{.kind = Kind::kNext, .timeMs = longest.count()}, "", {}});
+    const Packet answer = Receive();
+    if (answer.head.kind == Kind::kNothing)
         return std::nullopt;
-    return Arrived{answer["number"], BytesOf(answer["data"]), std::chrono::system_clock::now()};
+    return Arrived{answer.head.number, answer.data, std::chrono::system_clock::now()};
 }
 
 } // namespace vesk::ctl

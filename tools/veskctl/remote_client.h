@@ -3,11 +3,11 @@
 
 #include "tools/veskctl/client.h"
 
-#include <nlohmann/json_fwd.hpp>
-
 #include <sys/types.h>
 
 namespace vesk::ctl {
+
+struct Packet;
 
 /// A Client in a child process. To be made before this process starts threads.
 class RemoteClient {
@@ -29,7 +29,8 @@ public:
     std::optional<Arrived> Next(std::chrono::milliseconds longest);
 
 private:
-    nlohmann::ordered_json Ask(const nlohmann::ordered_json& question);
+    /// What the child sends next. @throw Failure, also the child's
+    Packet Receive() const;
 
     int socket_ = -1;
     pid_t process_ = -1;

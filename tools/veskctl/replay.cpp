@@ -1,6 +1,5 @@
 // The subcommand "replay": sends recorded requests again and says what has become different.
 #include "decoder/filter.h"
-#include "decoder/json.h"
 #include "platform/os_queue.h"
 #include "tools/recording/conversation.h"
 #include "tools/recording/numbers.h"
@@ -17,7 +16,6 @@ namespace vesk::ctl {
 
 using namespace decoder;
 using namespace recording;
-using nlohmann::ordered_json;
 using std::chrono::milliseconds;
 
 namespace {
@@ -273,7 +271,7 @@ private:
         for (const Difference& difference : differences) {
             ++differences_;
             if (settings_.json)
-                PrintLine(Dump(DifferenceJson(turn, message, difference)));
+                PrintObject(MembersOf(turn, message, difference));
             else
                 PrintLine((turn ? Origin(*turn, message.direction) : "") + Heading(message) + ": " +
                           difference.field + " was " + difference.recorded + ", is " + difference.replayed);
@@ -288,21 +286,20 @@ private:
         return Line(decoder_, message);
     }
 
-    ordered_json DifferenceJson(std::optional<size_t> turn, const Decoded& message,
-                                const Difference& difference) const
+    Members MembersOf(std::optional<size_t> turn, const Decoded& message, const Difference& difference) const
     {
-        ordered_json json = Object({{"message", Heading(message)}});
+        Members members{{"message", Heading(message)}};
         if (turn) {
             const Participant& participant =
                 conversation_.participants[conversation_.turns[*turn].participant];
-            json.update(Object({{"request", *turn + 1},
-                                {"program", participant.program},
-                                {"process", participant.process}}));
+            members.emplace_back("request", *turn + 1);
+            members.emplace_back("program", participant.program);
+            members.emplace_back("process", static_cast<uint64_t>(participant.process));
         }
-        json.update(Object({{"field", difference.field},
-                            {"recorded", difference.recorded},
-                            {"replayed", difference.replayed}}));
-        return json;
+        members.emplace_back("field", difference.field);
+        members.emplace_back("recorded", difference.recorded);
+        members.emplace_back("replayed", difference.replayed);
+        return members;
     }
 
     /// "request 12 of my-app[812]: "
@@ -317,10 +314,10 @@ private:
     void Summarize() const
     {
         if (settings_.json)
-            return PrintLine(Dump(Object({{"requests", sent_},
-                                          {"skipped", skipped_},
-                                          {"notifications", notifications_},
-                                          {"differences", differences_}})));
+            return PrintObject({{"requests", sent_},
+                                {"skipped", skipped_},
+                                {"notifications", notifications_},
+                                {"differences", differences_}});
         if (skipped_ != 0)
             PrintLine(std::to_string(skipped_) + " requests are too long to have been recorded");
         PrintLine("replayed " + std::to_string(sent_) + " requests, " + std::to_string(notifications_) +

@@ -1,6 +1,5 @@
 // The subcommand "serve": stands in for the service and answers as it did in a recording.
 #include "base/envelope.h"
-#include "decoder/json.h"
 #include "tools/recording/conversation.h"
 #include "tools/recording/numbers.h"
 #include "tools/veskctl/commands.h"
@@ -114,11 +113,11 @@ public:
     {
         const auto unused = static_cast<uint64_t>(std::count(isUsed_.begin(), isUsed_.end(), false));
         if (settings_.json) {
-            PrintLine(Dump(Object({{"requests", requests_},
-                                   {"notRecorded", unknown_},
-                                   {"outOfOrder", misplaced_},
-                                   {"recorded", isUsed_.size()},
-                                   {"unused", unused}})));
+            PrintObject({{"requests", requests_},
+                         {"notRecorded", unknown_},
+                         {"outOfOrder", misplaced_},
+                         {"recorded", isUsed_.size()},
+                         {"unused", unused}});
         } else {
             std::string text = "veskctl: requests served: " + std::to_string(requests_) +
                                ", not in the recording: " + std::to_string(unknown_);
@@ -275,10 +274,9 @@ private:
                   const std::string& more) const
     {
         if (settings_.json)
-            return PrintLine(
-                Dump(Object({{"problem", what},
-                             {"sender", sender},
-                             {"request", ToJson(decoder_.Decode({Direction::kRequest, number, live}))}})));
+            return PrintObject({{"problem", what},
+                                {"sender", sender},
+                                {"request", decoder_.Decode({Direction::kRequest, number, live})}});
         std::fprintf(stderr, "veskctl: %s: %s from %s%s\n", what, RequestLine(number, live).c_str(),
                      sender.c_str(), more.c_str());
     }
