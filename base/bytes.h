@@ -16,7 +16,7 @@ using BytesView = std::span<const std::byte>;
 template <class Record>
 BytesView BytesOf(const Record& record)
 {
-    return std::as_bytes(std::span(&record, 1));
+    return {reinterpret_cast<const std::byte*>(&record), sizeof record};
 }
 
 /// "0102ff".

@@ -59,11 +59,6 @@ ordered_json Statistics(const Channel& channel)
                    {"changes", channel.statistics.changes}});
 }
 
-bool IsZero(BytesView bytes)
-{
-    return std::all_of(bytes.begin(), bytes.end(), [](std::byte byte) { return byte == std::byte{0}; });
-}
-
 /// The document about a service.
 class Document {
 public:
@@ -97,6 +92,8 @@ private:
     /// The fields of a request's payload.
     ordered_json FieldsOf(uint32_t request, BytesView payload);
 
+    void PutFields(ordered_json& entry, const char* name, uint32_t request, BytesView payload);
+
     /// Adds them as a member of an entry, unless they are all 0.
     template <uint32_t request, class Record>
     void Put(ordered_json& entry, const char* name, const Record& record)
@@ -104,9 +101,7 @@ private:
         using Payload = typename messages::RequestTypes<request>::Payload;
         static_assert(std::is_same_v<Payload, messages::Record<Record>>,
                       "the request carries another record");
-        const auto payload = BytesOf(record);
-        if (!IsZero(payload))
-            entry[name] = FieldsOf(request, payload);
+        PutFields(entry, name, request, BytesOf(record));
     }
 
     Service& service_;
@@ -155,6 +150,14 @@ ordered_json Document::FieldsOf(uint32_t request, BytesView payload)
         return !field.IsPayload() || (field.isFiller && field.IsZero());
     });
     return message.fields.empty() ? ordered_json::object() : decoder::ToJson(message)["payload"];
+}
+
+void Document::PutFields(ordered_json& entry, const char* name, uint32_t request, BytesView payload)
+{
+    const bool isZero =
+        std::all_of(payload.begin(), payload.end(), [](std::byte byte) { return byte == std::byte{0}; });
+    if (!isZero)
+        entry[name] = FieldsOf(request, payload);
 }
 
 ordered_json Document::DescribeTime()

@@ -71,8 +71,8 @@ TEST_F(DeviceTest, StateAndGraphOfAUsedService)
     application.Wait(SIGTERM); // it leaves nothing but what has been counted
     const auto left = ordered_json::parse(Shell(kVeskctl + "device state --json").output);
     EXPECT_EQ(left["inputEngines"].size() + left["encoders"].size() + left["clients"].size(), 0U);
-    EXPECT_EQ(left["requests"].back()["name"], "CONTROL_STATE");
-    EXPECT_EQ(left["requests"].back()["results"][0]["count"], 3);
+    EXPECT_EQ(left["requests"].back()["name"].dump(), "\"CONTROL_STATE\"");
+    EXPECT_EQ(left["requests"].back()["results"][0]["count"].dump(), "3");
 }
 
 TEST_F(DeviceTest, SavedStatesMayHoldAnything)
@@ -81,7 +81,7 @@ TEST_F(DeviceTest, SavedStatesMayHoldAnything)
     state["inputs"][0]["name"] = "a \"b\" \\N &lt; \x1b[2J\n";
     state["outputs"][0]["name"] = "\xc2\x9b";
     state["cut"]["outputs"] = 5;
-    state["unknown"] = {{{"a", 1}}};
+    state["unknown"][0]["a"] = 1;
     std::ofstream(directory.File("state")) << state;
     const Result graph = Shell(kVeskctl + "device graph - < " + directory.File("state"));
     EXPECT_NE(
@@ -111,18 +111,19 @@ TEST_F(DeviceTest, SavedStatesMayHoldAnything)
 
 TEST(State, CutsItsLongestListsToFitIntoAMessage)
 {
-    ordered_json document{{"few", {1, 2, 3}}, {"many", ordered_json::array()}, {"text", "\xff"}};
+    auto document = ordered_json::parse(R"({"few":[1,2,3],"many":[]})");
+    document["text"] = "\xff";
     for (int i = 0; i < 1000; ++i)
         document["many"].push_back(i);
     const auto whole = ordered_json::parse(vesk::service::BoundedText(document, 10000));
     EXPECT_EQ(whole["many"].size(), 1000U);
     EXPECT_FALSE(whole.contains("cut"));
-    EXPECT_EQ(whole["text"], "\xef\xbf\xbd");
+    EXPECT_EQ(whole["text"].dump(), "\"\xef\xbf\xbd\"");
     const std::string text = vesk::service::BoundedText(document, 600);
     const auto cut = ordered_json::parse(text);
     EXPECT_LE(text.size(), 600U);
     EXPECT_EQ(cut["many"].size(), 125U);
-    EXPECT_EQ(cut["cut"], ordered_json({{"many", 1000}}));
+    EXPECT_EQ(cut["cut"].dump(), R"({"many":1000})");
     EXPECT_EQ(cut["few"].size(), 3U);
     EXPECT_EQ(vesk::service::BoundedText(document, 10), "");
 }

@@ -152,7 +152,7 @@ Client::~Client()
         return;
     VeskVideoMsgHead head{};
     head.msgId = VESK_VIDEO_MSG_EXIT;
-    Send(VESK_VIDEO_MSG_EXIT, std::as_bytes(std::span(&head, 1)), false, 0);
+    Send(VESK_VIDEO_MSG_EXIT, BytesOf(head), false, 0);
 }
 
 Outcome Client::Send(uint32_t number, BytesView data, bool isAnswered, uint32_t timeoutMs)

@@ -117,7 +117,7 @@ try {
     if (mayOwn) {
         VeskVideoMsgHead head{};
         head.msgId = VESK_VIDEO_MSG_EXIT;
-        client.Send(VESK_VIDEO_MSG_EXIT, std::as_bytes(std::span(&head, 1)), false, 0);
+        client.Send(VESK_VIDEO_MSG_EXIT, BytesOf(head), false, 0);
     }
 } catch (const Failure& failure) {
     Put(socket, {{.kind = Kind::kFailure, .status = failure.status}, failure.what(), {}});
