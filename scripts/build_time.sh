@@ -35,15 +35,19 @@ int main(int c, char** v) { CLI::App a; CLI11_PARSE(a, c, v); }
 END
 measure_reference() { measure g++ -std=c++20 -O2 -g -c "$work/reference.cpp" -o "$work/reference.o"; }
 
-measure_reference
-before=$seconds
+measure_reference # three times, as the machine may become slower or faster meanwhile
+references=$seconds
 measure scripts/demo.sh
 demonstration=$seconds
+measure_reference
+references+=" $seconds"
 measure scripts/test.sh
 tests=$seconds
-measure_reference # the machine may have become slower or faster meanwhile
-awk -v before="$before" -v after="$seconds" -v demonstration="$demonstration" -v tests="$tests" 'BEGIN {
-  reference = (before + after) / 2
+measure_reference
+references+=" $seconds"
+awk -v references="$references" -v demonstration="$demonstration" -v tests="$tests" 'BEGIN {
+  count = split(references, seconds)
+  for (i in seconds) reference += seconds[i] / count
   printf "processor time of the reference: %.1f s\n", reference
   printf "scripts/demo.sh: %.0f s, %.1f times as much\n", demonstration, demonstration / reference
   printf "scripts/test.sh after it: %.0f s; both: %.1f times as much\n", tests, (demonstration + tests) / reference

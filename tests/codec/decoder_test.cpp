@@ -5,7 +5,7 @@ static const VeskVideoDecParam param{9, 96, 1920, 1080, -1, {9, 9, 9, 9}, -2, -3
 static const VeskVideoDecParam svc{10, 96, 1920, 1080, -1, {9, 9, 9, 9}, -2, -3};
 
 // clang-format off
-static const Family decoders("vesk_video_interface_codec", "function", {
+static const Family decoders("vesk_video_interface_codec", "function", [] { return Rows{
     ROW(DEC_CREATE, 40, DecoderCreate, Out)
         .Sends({}, "start|L3 %s enter.|?1 decStmNo|>T3 {%m msg[0] no[77]}\n"),
     ROW(DEC_DELETE, 41, DecoderDelete, 4).Sends({4}, "start|L3 %s: decStmNo=4."),
@@ -30,5 +30,5 @@ static const Family decoders("vesk_video_interface_codec", "function", {
         .Sends({4}, "T3 {%m start 4 }|?2 statistics|>unended"),
     ROW(SET_DEC_MOVE_STATE, 103, DecoderSetAntiJitter, 4, 255)
         .Sends({4, 255}, "start|L3 %s: decStmNo=4 enableState=255."),
-});
+}; });
 // clang-format on

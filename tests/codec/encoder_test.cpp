@@ -19,7 +19,7 @@ static VeskVideoEncParamEx ParamEx(uint32_t p0, uint32_t p1 = 2, uint32_t p2 = 4
 static const VeskVideoEncParamEx paramEx = ParamEx(50000);
 
 // clang-format off
-static const Family encoders("vesk_video_interface_codec", "function", {
+static const Family encoders("vesk_video_interface_codec", "function", [] { return Rows{
     ROW(ENC_CREATE, 30, EncoderCreate, Out).Sends({}, "start|?1 encStmNo|L3 %s enter.|>T3 {%m msg[0] 77 }\n"),
     ROW(ENC_DELETE, 31, EncoderDelete, 0xfffffffe).Sends({0xfffffffe}, "start|L3 %s: encStmNo=4294967294."),
     ROW(SET_ENC_PARAM, 32, EncoderSetParam, 4, &param)
@@ -50,7 +50,7 @@ static const Family encoders("vesk_video_interface_codec", "function", {
     ROW(SET_ENC_PARAM_EX, 135, EncoderSetParamEx, 4, &paramEx)
         .Sends({4}, "start|?2 encParam|L3 %s:encStmNo=4, 50000, 2, 4, 253, 254, 255"),
     ROW(GET_ENC_PARAM_EX, 136, EncoderGetParamEx, 4, Out).Sends({4}, "start|?2 encParam"),
-});
+}; });
 // clang-format on
 
 TEST(Encoder, ExtendedParametersHaveRanges)

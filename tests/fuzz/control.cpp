@@ -13,7 +13,7 @@ namespace {
 
 std::set<HostMsgDeferred> g_owed;
 HostMsgDeferred g_lastOwed;
-int g_outcomes; // of the message in hand: answers, and answers put off
+int g_outcomes; // of the message in hand: answers, and deferred ones
 
 } // namespace
 

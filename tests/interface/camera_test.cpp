@@ -6,7 +6,7 @@ static const std::string control =
     "T3 {%s start}\n|>T3 {%s msg[0]}\n|!T3 {%s msg[9]}\n|!L1 %s failed, inEngNo=4, ";
 
 // clang-format off
-static const Family cameras("vesk_video_interface", "invalid", {
+static const Family cameras("vesk_video_interface", "invalid", [] { return Rows{
     ROW(CAMERA_CONTROL, 147, CamControl, 4, 22, In(12), 12).Sends({4, 22}, control + "cmdType=22 ret=9"),
     ROW(CAMERA_CONTROL, 147, CamControl, 1, 23, In(12), 12).Refused(2, "L1 wrong ctrl param[23]"),
     ROW(CAMERA_CONTROL, 147, CamControl, 4, -1, nullptr, 12)
@@ -21,5 +21,5 @@ static const Family cameras("vesk_video_interface", "invalid", {
     ROW(GET_BOUNDARY_STATE, 151, CamGetBoundaryState, 65538, Out)
         .Sends({0, 0, 2}, "?1 boundaryState|L3 Get boundary state, inEngNo[65538].|>|"
         "!L1 Get boundary state result= 9|!L1 [Send Msg Fail!] ret is Invalid![0x9][0x0]"),
-});
+}; });
 // clang-format on

@@ -9,7 +9,7 @@ static const VeskVideoDecodeCapability decoders{
     4000000000, {{1, {}, 1, 2, 3, 4, 5, 1, 2, {0, 0, 0, 0, 0, 1}, {0, 0, 0}, 0}}};
 
 // clang-format off
-static const Family capabilities("vesk_video_interface", "message", {
+static const Family capabilities("vesk_video_interface", "message", [] { return Rows{
     ROW(GET_ENCODE_CAPABILITY, 98, GetEncodeCapability, Out).Sends({}, "start|L3 Get encode capability start|"
         "?1 encodeCapability|>T3 {%m msg[0]}\n|>L3 PrintVeskVideoEncodeCapability: maxChannel=0|"
         ">L3 PrintVeskVideoEncodeCapability:Codec 13: support=200, blocksPs=1, blockspf=2, maxWidth=3, "
@@ -21,5 +21,5 @@ static const Family capabilities("vesk_video_interface", "message", {
         "Codec 0: support=1, blocksPs=1, maxWidth=2, minWidth=3, maxHeight=4, minHeight=5, isSvc=1, "
         "isTile=2, profiles=[0,0,0,0,0,1], fecs=[0,0,0]|>T3 {%m msg[0]}\n", {}, BytesOf(decoders)),
     ROW(GET_CAPABILITY, 153, GetCapability, 6, Out).Sends({0, 6}, "start|?1 capability"),
-});
+}; });
 // clang-format on

@@ -11,7 +11,7 @@ static void* const vm = reinterpret_cast<void*>(0x123456789);
 static void* const context = reinterpret_cast<void*>(4294967298);
 
 // clang-format off
-static const Family sources("vesk_video_interface", "message", {
+static const Family sources("vesk_video_interface", "message", [] { return Rows{
     ROW(SET_APP_CAPTURE_PARAM, 104, SetAppCaptureParam, 4, &app).Sends({4}, "start|L3 %s: inEngNo=4.|"
         "?2 appInParam|L3 appInParam: app 1234605616436508552 1 2 3 4000000000 -5.|!B1 %s failed[9] 4."),
     ROW(SET_APP_CAPTURE_PARAM, 104, SetAppCaptureParam, 4, &noTask).Refused(2, "start|L3 %s: inEngNo=4.|"
@@ -24,5 +24,5 @@ static const Family sources("vesk_video_interface", "message", {
         "L3 %s enter.|?1 javaVm|?1 javaContext|L3 Init Android Objects|!function"),
     ROW(SET_ANDROID_MMEDIA_PROJECTION, 161, SetAndroidProjection, -1, context).Sends({UINT64_MAX, 2}, "start|"
         "L3 %s enter resultCode:4294967295.|L3 Set Android MediaProjection, resultCode=-1"),
-});
+}; });
 // clang-format on

@@ -17,7 +17,7 @@ static const std::string path(4095, 'i'), tooLong(4096, 'i');
 static constexpr size_t kBytes = 3 * sizeof(VeskVideoFilterWindow);
 
 // clang-format off
-static const Family displays("vesk_video_interface", "function", {
+static const Family displays("vesk_video_interface", "function", [] { return Rows{
     ROW(SET_VO_SRC, 25, VoSetSrc, 4, &one).Sends({4}, "start|?1 voMultiPicParam|L3 %s: outEngNo=4.|"
         "L3 %s:picNum[0] decFlag[1] inputId[2] sufaceFlag[3] winHandle[0xfedcba9876543210] colorSpace[4] "
         "bas-width[7] bas-height[8] showMode[6] mirror[5]"),
@@ -45,7 +45,7 @@ static const Family displays("vesk_video_interface", "function", {
         "L3 %s:Set displayMode [3] fps[60]|L1 displayMode [3] invalid"),
     ROW(VO_WINDOW_DESTROY, 162, VoNotifyWindowDestroyed, 1, reinterpret_cast<void*>(uintptr_t{32512}))
         .Sends({32512, 1}, "start|L3 %s: outEngNo=1 winHandle=0x7f00."),
-});
+}; });
 // clang-format on
 
 TEST(Display, EveryPictureHasItsLine)

@@ -2,7 +2,7 @@
 #include "support/request_table.h"
 
 // clang-format off
-static const Family framing("vesk_video_interface", "message", {
+static const Family framing("vesk_video_interface", "message", [] { return Rows{
     ROW(SET_VI_CUTOUT_PARAM, 63, SetViPortEptzParam, 91, In).Sends({0, 0, 91}, "start|?1 eptzParams"),
     ROW(SET_VI_CUTOUT_PARAM, 63, SetViPortEptzParam, 92, nullptr).Refused(3, "start|L1 port[92] is invalid"),
     ROW(SET_VI_PTZF_PARAM, 64, SetViPortPtzfParam, 91, In).Sends({0, 0, 91}, "start|?1 ptzfParams"),
@@ -22,5 +22,5 @@ static const Family framing("vesk_video_interface", "message", {
         "T3 {%m start 4 }\n|?1 status|>T3 Get VI port af status, inEngNo[4] result[0]|>end"),
     ROW(VI_SET_EPTZ_MOVE_SPEED, 152, ViSetEptzMoveSpeed, 4, -2).Sends({4, 0xfffffffe}, "start|"
         "L3 %s: inEngNo=4 eptzMoveSpeed=-2.|!L1 ViSetEptzMoveSpeed, inEngNo=4 result=9|!function"),
-});
+}; });
 // clang-format on

@@ -9,7 +9,7 @@ static constexpr uint32_t kPort = 0xfffffffe; // zero-extended, never sign-exten
 static const VeskVideoViPortParam param{1, 4000000000, 200, 255, {}, -1, 2, -3, 4, -5, 6};
 
 // clang-format off
-static const Family inputs("vesk_video_interface", "function", {
+static const Family inputs("vesk_video_interface", "function", [] { return Rows{
     ROW(GET_VI_COUNT, 5, GetViCount, Out).Sends({}, "start|?1 count|>T3 {%m msg[0] 77 }\n|!message"),
     ROW(GET_VI_PORT, 6, GetViPort, Out(3), 3)
         .Sends({3}, "start|?2 L1 param error, viPortInfo is null or count is 0|!message"),
@@ -35,7 +35,7 @@ static const Family inputs("vesk_video_interface", "function", {
         .Sends({4}, "L3 %s inEngNo=4 flag=0 length=16|start"),
     ROW(VI_ENABLE, 138, ViEnable, 2).Sends({2}, "L3 vi enable, viPort=2|start|L3 %s: viPort=2."),
     ROW(VI_DISABLE, 139, ViDisable, 2).Sends({2}, "start|L3 %s: viPort=2.|!B1 %s failed[9] 2."),
-});
+}; });
 // clang-format on
 
 TEST(Input, TheQueueIsWaitedFor)

@@ -8,11 +8,11 @@
 static const VeskVideoCallbackInfo forwarded{nullptr, {1, 2, 3}};
 
 // clang-format off
-static const Family lifecycle("vesk_video_interface", "message", {
+static const Family lifecycle("vesk_video_interface", "message", [] { return Rows{
     ROW(EXIT, 1, Exit).Sends({}, "L3 {%s start}\n|L3 Vesk video interface exit"),
     ROW(SET_CALLBACK, 163, SetCallback, &forwarded)
         .Sends({}, "L3 ##### %s #####|L3 set vesk video callback start|?1 info|!function"),
-});
+}; });
 // clang-format on
 
 // This program's own hook: it stands in for the application's.

@@ -7,7 +7,7 @@ static const auto snapshot = Patterned<VeskVideoSnapshotParam>([](auto& p) { p.t
 static const char* const path = "image";
 
 // clang-format off
-static const Family media("vesk_video_interface", "message", {
+static const Family media("vesk_video_interface", "message", [] { return Rows{
     ROW(SET_VIO_CALLBACK, 71, SetVioCallback, 4, In)
         .Sends({4}, "start|L3 %s: engNo=4.|?2 param|!L1 %s fail, engNo[4] result[9]|!function"),
     ROW(GET_SNAPSHOT, 72, GetSnapshot, &snapshot, 2, 3)
@@ -23,5 +23,5 @@ static const Family media("vesk_video_interface", "message", {
         .Sends({1, 0, 1}, "L3 {%m start 65537 1 }\n|>unended"),
     ROW(VERYFY_IMAGE, 142, VerifyImage, path, In).Sends({reinterpret_cast<uintptr_t>(path)}, "T3 {%m start}|"
         "L3 %s ender.|?2 filePath|?2 req|>unended|!function"),
-});
+}; });
 // clang-format on

@@ -7,7 +7,7 @@ static constexpr uint32_t kPort = 0xfffffffe; // zero-extended, never sign-exten
 static const VeskVideoVoPortParam param{1, 4000000000, -3, 4, -5, 6, -7, 8, 255, {}};
 
 // clang-format off
-static const Family outputs("vesk_video_interface", "function", {
+static const Family outputs("vesk_video_interface", "function", [] { return Rows{
     ROW(GET_VO_COUNT, 7, GetVoCount, Out).Sends({}, "start|?1 count|!message"),
     ROW(GET_VO_PORT, 8, GetVoPort, Out(2), 2).Sends({2}, "start|?1 voPortInfo|!message"),
     ROW(GET_VO_PORT, 8, GetVoPort, Out, 0).Refused(2, "start|message"),
@@ -25,5 +25,5 @@ static const Family outputs("vesk_video_interface", "function", {
     ROW(VO_ENABLE, 140, VoEnable, 1).Sends({1}, "T3 {%m start 1 }\n|L3 %s: voPort=1.|!B1 %s failed[9] 1."),
     ROW(VO_DISABLE, 141, VoDisable, 1)
         .Sends({1}, "L3 vo disable, voPort=1|start|L3 %s: voPort=1.|!B1 %s failed[9] 1."),
-});
+}; });
 // clang-format on

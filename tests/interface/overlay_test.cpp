@@ -9,7 +9,7 @@ static const auto param = Patterned<VeskVideoOverlayParam>([](auto& p) {
 });
 
 // clang-format off
-static const Family overlays("vesk_video_interface", "message", {
+static const Family overlays("vesk_video_interface", "message", [] { return Rows{
     ROW(CREATE_OVERLAY_CHANNEL_PARAM, 155, CreateOverlayChannel, 3, 65537, Out)
         .Sends({3, 0, 1}, "T3 {%m start 3 65537 }\n|?2|>unended"),
     ROW(GET_OVERLAY_QUE_HANDLE, 156, GetOverlayQueHandle, 3, Out)
@@ -19,5 +19,5 @@ static const Family overlays("vesk_video_interface", "message", {
         "4000000004 4000000005 4000000006 4000000007 0.|>unended"),
     ROW(DESTROY_OVERLAY_PARAM, 158, DestroyOverlayChannel, 3).Sends({3}, "L3 {%s start 3 }\n|>unended"),
     ROW(ENABLE_OVERLAY_PARAM, 159, EnableOverlay, 3, 1).Sends({3, 1}, "L3 {%s start 3 1 }\n|>unended"),
-});
+}; });
 // clang-format on

@@ -10,7 +10,7 @@ static std::string Shown(const std::string& name)
 }
 
 // clang-format off
-static const Family queues("vesk_video_interface", "function", {
+static const Family queues("vesk_video_interface", "function", [] { return Rows{
     ROW(ADVANCE_QUE_CLIENT_INIT, 88, AdvancedQueueClientInit, longest.c_str())
         .Sends({}, "start|?1 serverName|" + Shown(longest)),
     ROW(ADVANCE_QUE_CLIENT_INIT, 88, AdvancedQueueClientInit, tooLong.c_str())
@@ -20,7 +20,7 @@ static const Family queues("vesk_video_interface", "function", {
     ROW(ADVANCE_QUE_CLIENT_INIT, 88, AdvancedQueueClientInit, "\nabc")
         .Refused(2, "start|" + Shown("\nabc") + "|L3 param serverName has unsafe character"),
     ROW(DESTROY_QUEUE, 134, BuffDestroyQueue, 5).Sends({0, 5}, "T3 ##### %m start#####\n|L3 %s: memQueId=5."),
-});
+}; });
 // clang-format on
 
 // The only test that creates queues, whose names are counted.

@@ -4,7 +4,7 @@
 static constexpr uint32_t kWide = 65541; // travels as 5 in 16 bits
 
 // clang-format off
-static const Family mice("vesk_video_interface_mouse", "invalid", {
+static const Family mice("vesk_video_interface_mouse", "invalid", [] { return Rows{
     ROW(OPEN_MOUSE_PORT, 56, RemoteMouseOpen, 255, Out)
         .Sends({255}, "B3 send %m start|?1 mouseStmNo|>T3 {%m msg[0], mouseStmNo[77] }\n"),
     ROW(SET_MOUSE_QUE_HANDLE, 58, RemoteMouseSetQueHandle, kWide, 6)
@@ -41,5 +41,5 @@ static const Family mice("vesk_video_interface_mouse", "invalid", {
         ">T3 {VESK_VIDEO_MSG_SET_MOUSE_QUE_HANDLE msg[0], mouseStmNo[65541] }\n"),
     ROW(CLOSE_LOCAL_MOUSE, 129, LocalMouseClose, kWide)
         .Sends({0, 0, 5}, "B3 send %m start|>T3 send %m msg[0], mouseStmNo[65541] \n"),
-});
+}; });
 // clang-format on

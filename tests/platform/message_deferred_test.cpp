@@ -11,7 +11,7 @@
 namespace {
 
 /// An answer that a task of this process owes; it repeats the request.
-struct Owed {
+struct Deferred {
     HostMsgDeferred number;
     std::string data;
 
@@ -20,10 +20,10 @@ struct Owed {
         return HostMsgReplyDeferred(number, data.data(), static_cast<uint32_t>(data.size()));
     }
 };
-std::vector<Owed> g_owed; // in the order of the requests
+std::vector<Deferred> g_deferred; // in the order of the requests
 std::atomic<bool> g_isHeld = false, g_isHolding = false;
 
-uint32_t PutOff(OsMsgEnvelope* message)
+uint32_t Defer(OsMsgEnvelope* message)
 {
     const std::string data(static_cast<char*>(message->data), message->dataLen);
     if (data == "question")
@@ -34,37 +34,37 @@ uint32_t PutOff(OsMsgEnvelope* message)
     EXPECT_EQ(HostMsgReply(message, "now", 3), number != 0 ? uint32_t{HOST_MSG_ERR_ARGUMENT} : 0);
     EXPECT_EQ(HostMsgDefer(message), 0U);
     const std::lock_guard guard(g_lock);
-    g_owed.push_back({number, data});
+    g_deferred.push_back({number, data});
     return 0;
 }
 
 /// The answer to request number @p index.
-Owed OwedAnswer(size_t index)
+Deferred AnswerAt(size_t index)
 {
-    Owed owed{};
+    Deferred deferred{};
     EXPECT_TRUE(Eventually([&] {
         const std::lock_guard guard(g_lock);
-        return index < g_owed.size() && (owed = g_owed[index], true);
+        return index < g_deferred.size() && (deferred = g_deferred[index], true);
     })) << index;
-    return owed;
+    return deferred;
 }
 
 } // namespace
 
-FORKED_TEST(HostMessage, AnAnswerThatIsPutOffIsGivenOnceOrEndsWithItsSenderOrItsTask)
+FORKED_TEST(HostMessage, ADeferredAnswerIsGivenOnceOrEndsWithItsSenderOrItsTask)
 {
     constexpr uint32_t kBroken = HOST_MSG_ERR_BROKEN;
-    constexpr size_t kMaxOwed = 1024;
-    const rlimit limit{3 * kMaxOwed, 3 * kMaxOwed};
+    constexpr size_t kMaxDeferred = 1024;
+    const rlimit limit{3 * kMaxDeferred, 3 * kMaxDeferred};
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
     ASSERT_EQ(HostMsgSetProcName("peer"), 0U);
-    std::optional<Served> task(std::in_place, "task", PutOff, false);
+    std::optional<Served> task(std::in_place, "task", Defer, false);
     std::vector<UniqueFd> clients;
     Connected({Raw(4, "gone")}); // before its request is read
     size_t before = OpenDescriptors().size();
     const auto hasClosedTheRest = [&] { return OpenDescriptors().size() == before; };
     task->Start();
-    const Owed gone = OwedAnswer(0);
+    const Deferred gone = AnswerAt(0);
     EXPECT_TRUE(Eventually(hasClosedTheRest));
     g_isHeld = true;
     clients.push_back(Connected({Raw(4, "held")}));
@@ -73,8 +73,8 @@ FORKED_TEST(HostMessage, AnAnswerThatIsPutOffIsGivenOnceOrEndsWithItsSenderOrIts
     EXPECT_TRUE(IsClosedOn(clients[0]));
     clients.clear();
     g_isHeld = false;
-    task.emplace("task", PutOff);
-    const Owed ended = OwedAnswer(1);
+    task.emplace("task", Defer);
+    const Deferred ended = AnswerAt(1);
     EXPECT_EQ(Ask("peer").data, "question");
     before += 2; // over a connection that stays
     const std::string large(kMaxDataLen, 'd');
@@ -90,10 +90,10 @@ FORKED_TEST(HostMessage, AnAnswerThatIsPutOffIsGivenOnceOrEndsWithItsSenderOrIts
     for (size_t i = 0; i < std::size(cases); ++i) {
         clients.push_back(Connected({Raw(4, "late")}));
         shutdown(clients[i].Get(), SHUT_WR); // and goes on waiting
-        OwedAnswer(2 + i);
+        AnswerAt(2 + i);
     }
     for (size_t i = std::size(cases); i-- != 0;) {
-        const HostMsgDeferred number = OwedAnswer(2 + i).number;
+        const HostMsgDeferred number = AnswerAt(2 + i).number;
         EXPECT_EQ(HostMsgReplyDeferred(number, cases[i].data, cases[i].dataLen), cases[i].result) << i;
         EXPECT_EQ(HostMsgReplyDeferred(number, "", 0), kBroken) << i;
         EXPECT_EQ(ReadMessage(clients[i]), cases[i].answers) << i;
@@ -102,22 +102,22 @@ FORKED_TEST(HostMessage, AnAnswerThatIsPutOffIsGivenOnceOrEndsWithItsSenderOrIts
     }
     clients.clear();
     clients.push_back(Connected({Raw(4, "late"), Raw(4, "next")}));
-    EXPECT_EQ(OwedAnswer(6).Give(), 0U);
-    HostMsgCloseDeferred(OwedAnswer(7).number); // comes after the answer to the first
+    EXPECT_EQ(AnswerAt(6).Give(), 0U);
+    HostMsgCloseDeferred(AnswerAt(7).number); // comes after the answer to the first
     EXPECT_TRUE(ReadMessage(clients[0]) && IsClosedOn(clients[0]));
     clients.clear();
     EXPECT_TRUE(Eventually(hasClosedTheRest));
 
-    for (size_t i = 0; i < kMaxOwed; ++i)
+    for (size_t i = 0; i < kMaxDeferred; ++i)
         clients.push_back(Connected({Raw(4, "many"), std::string(9000, 'x')})); // garbage to follow
-    EXPECT_NE(OwedAnswer(7 + kMaxOwed).number, 0U); // as nothing has been left behind
+    EXPECT_NE(AnswerAt(7 + kMaxDeferred).number, 0U); // as nothing has been left behind
     EXPECT_TRUE(gone.Give() == kBroken && ended.Give() == kBroken);
     EXPECT_TRUE(ReadMessage(Connected({Raw(4, "late")}))); // is answered at once
-    EXPECT_EQ(OwedAnswer(8 + kMaxOwed).number, 0U);
+    EXPECT_EQ(AnswerAt(8 + kMaxDeferred).number, 0U);
     clients.pop_back();
-    EXPECT_TRUE(Eventually([&] { return OpenDescriptors().size() == before + 2 * (kMaxOwed - 1); }));
+    EXPECT_TRUE(Eventually([&] { return OpenDescriptors().size() == before + 2 * (kMaxDeferred - 1); }));
     clients.push_back(Connected({Raw(4, "late")}));
-    const Owed last = OwedAnswer(9 + kMaxOwed);
+    const Deferred last = AnswerAt(9 + kMaxDeferred);
     EXPECT_NE(last.number, 0U);
     if (kThreadsMayFork)
         InFork([&] { _exit(last.Give() == kBroken ? 0 : 1); }); // a child owes nothing
@@ -130,23 +130,23 @@ FORKED_TEST(HostMessage, AnAnswerThatIsPutOffIsGivenOnceOrEndsWithItsSenderOrIts
 FORKED_TEST(HostMessage, LateAnswersOfManyThreadsReachTheirOwnSenders)
 {
     ASSERT_EQ(HostMsgSetProcName("self"), 0U);
-    std::optional<Served> task(std::in_place, "task", PutOff);
+    std::optional<Served> task(std::in_place, "task", Defer);
     std::atomic<bool> ends = false;
     std::vector<std::jthread> answering, asking;
     for (int i = 0; i < 3; ++i) {
         answering.emplace_back([&] {
             for (size_t turn = 0; !ends; ++turn) {
                 std::unique_lock guard(g_lock);
-                if (g_owed.empty()) {
+                if (g_deferred.empty()) {
                     guard.unlock();
                     usleep(100);
                     continue;
                 }
-                const auto one = g_owed.begin() + static_cast<ptrdiff_t>(turn % g_owed.size());
-                const Owed owed = std::move(*one);
-                g_owed.erase(one);
+                const auto one = g_deferred.begin() + static_cast<ptrdiff_t>(turn % g_deferred.size());
+                const Deferred deferred = std::move(*one);
+                g_deferred.erase(one);
                 guard.unlock();
-                owed.Give();
+                deferred.Give();
             }
         });
     }
@@ -167,8 +167,8 @@ FORKED_TEST(HostMessage, LateAnswersOfManyThreadsReachTheirOwnSenders)
         asking.emplace_back([] { EXPECT_EQ(Ask("self", 5, "last").result, uint32_t{HOST_MSG_ERR_BROKEN}); });
     EXPECT_TRUE(Eventually([] {
         const std::lock_guard guard(g_lock);
-        return std::count_if(g_owed.begin(), g_owed.end(),
-                             [](const Owed& owed) { return owed.data == "last"; }) == 8;
+        return std::count_if(g_deferred.begin(), g_deferred.end(),
+                             [](const Deferred& deferred) { return deferred.data == "last"; }) == 8;
     }));
     task.reset();
 }

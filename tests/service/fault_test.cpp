@@ -147,7 +147,7 @@ TEST(Faults, EachAllocationFailsInTurn)
 TEST(Faults, EachAllocationOfADeferralFailsInTurn)
 {
     static std::atomic<uint32_t> s_nth = 0, s_deferred = 0;
-    const auto putOff = [](OsMsgEnvelope* message) -> uint32_t {
+    const auto defer = [](OsMsgEnvelope* message) -> uint32_t {
         failing_malloc::FailOnce(++s_nth);
         const HostMsgDeferred deferred = HostMsgDefer(message);
         EXPECT_EQ(failing_malloc::FailOnce(0), deferred == 0);
@@ -160,13 +160,13 @@ TEST(Faults, EachAllocationOfADeferralFailsInTurn)
     InFork([&] {
         setenv("VESK_LOG_TARGET", "none", 1);
         EXPECT_EQ(HostMsgSetProcName("VIDEO"), 0U);
-        EXPECT_EQ(OsMsgRegTask("VCTL", 64, putOff), 0U);
+        EXPECT_EQ(OsMsgRegTask("VCTL", 64, defer), 0U);
         std::thread([] { OsMsgTaskRoutineByName("VCTL"); }).detach();
         const VeskVideoMsgHead head{};
         for (int i = 0; i < 4; ++i)
             EXPECT_EQ(VeskVideoSendSyncMsgWithoutResponse(&head, nullptr, 0), 0U);
         EXPECT_GT(s_deferred, 0U);
-        std::printf("%u put off\n", s_deferred.load());
+        std::printf("%u deferred\n", s_deferred.load());
         _exit(testing::Test::HasFailure() ? 1 : 0);
     });
 }

@@ -19,11 +19,17 @@ const std::map<std::string, std::string> kCommonLines = {
     {"invalid", "L1 [Send Msg Fail!] retVal is Invalid![0x%d][0x0]"},
 };
 
-/// What the families have announced before main.
-std::vector<Row>& AllRows()
+struct Announced {
+    const char* source;
+    const char* form;
+    Rows (*rows)();
+};
+
+/// The families, before main.
+std::vector<Announced>& Families()
 {
-    static std::vector<Row> rows;
-    return rows;
+    static std::vector<Announced> s_families;
+    return s_families;
 }
 
 void Replace(std::string& text, const std::string& what, const std::string& with)
@@ -42,12 +48,9 @@ Bytes Pattern(size_t size, unsigned seed)
     return bytes;
 }
 
-Family::Family(const std::string& source, const std::string& form, std::vector<Row> rows)
+Family::Family(const char* source, const char* form, Rows (*rows)())
 {
-    for (Row& row : rows) {
-        row.source = source, row.form = form;
-        AllRows().push_back(std::move(row));
-    }
+    Families().push_back({source, form, rows});
 }
 
 Row Row::Sends(std::initializer_list<uint64_t> header, std::string lines, Bytes sent, Bytes filled)
@@ -133,11 +136,15 @@ void Row::Call(int nulled, uint32_t result, uint32_t returned, const std::string
 TEST(Requests, EachOverItsRow)
 {
     std::map<uint32_t, VeskVideoMsgHead> sent; // what the rows of a request have sent in its header, together
-    for (const Row& row : AllRows()) {
-        row.Drive();
-        VeskVideoMsgHead& head = sent[row.listed.number];
-        head.uwSubMsgID |= row.head.uwSubMsgID;
-        head.ulParam1 |= row.head.ulParam1, head.ulParam2 |= row.head.ulParam2;
+    for (const Announced& family : Families()) {
+        Rows rows = family.rows();
+        for (Row& row : rows) {
+            row.source = family.source, row.form = family.form;
+            row.Drive();
+            VeskVideoMsgHead& head = sent[row.listed.number];
+            head.uwSubMsgID |= row.head.uwSubMsgID;
+            head.ulParam1 |= row.head.ulParam1, head.ulParam2 |= row.head.ulParam2;
+        }
     }
     // These have tests of their own.
     std::set<uint32_t> tested{VESK_VIDEO_MSG_INIT, VESK_VIDEO_MSG_CREATE_QUEUE,

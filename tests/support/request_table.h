@@ -110,9 +110,13 @@ struct Row {
     Row(VESK_VIDEO_MSG_##message, number, "VeskVideo" #function,                                             \
         VeskVideo##function __VA_OPT__(, ) __VA_ARGS__)
 
-/// A family's rows; @p source is the source name of its module-log lines, @p form its failure form.
+using Rows = std::vector<Row>;
+
+/// A family's rows, which are made when they are driven; @p source is the source name of its module-log
+/// lines,
+/// @p form its failure form.
 struct Family {
-    Family(const std::string& source, const std::string& form, std::vector<Row> rows);
+    Family(const char* source, const char* form, Rows (*rows)());
 };
 
 /// The lines that steps stand for.

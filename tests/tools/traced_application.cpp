@@ -55,7 +55,7 @@ uint32_t ExitWith5(OsMsgEnvelope*)
 std::mutex g_lock;
 std::map<uint32_t, HostMsgDeferred> g_owed; ///< By number of the request.
 
-uint32_t PutOff(OsMsgEnvelope* message)
+uint32_t Defer(OsMsgEnvelope* message)
 {
     const std::lock_guard guard(g_lock);
     g_owed[message->msgId] = HostMsgDefer(message);
@@ -66,7 +66,7 @@ uint32_t PutOff(OsMsgEnvelope* message)
 int AnswerLate()
 {
     HostMsgSetProcName("late");
-    if (OsMsgRegTask("VAPI", 8, PutOff) != 0)
+    if (OsMsgRegTask("VAPI", 8, Defer) != 0)
         return EXIT_FAILURE;
     std::thread([] { OsMsgTaskRoutineByName("VAPI"); }).detach();
     std::vector<std::thread> threads;
