@@ -169,6 +169,10 @@ FORKED_TEST(Application, WhatHappensToPortsIsToldToEveryClient)
     const std::string announced = "100 101 100 101 102 103 102 102 103 ";
     const auto join = [] {
         EXPECT_EQ(VeskVideoInit(), 0U);
+        EXPECT_TRUE(Eventually([] { // one that came meanwhile would overtake those that are held
+            std::list<NorthMsgResendInfo> held;
+            return VeskVideoGetMsgResendQ(&held) == 0 && held.size() == 9;
+        }));
         Install();
     };
     Child other = Prepared(
