@@ -167,25 +167,17 @@ FORKED_TEST(Application, WhatHappensToPortsIsToldToEveryClient)
 {
     const Child service = StartService();
     const std::string announced = "100 101 100 101 102 103 102 102 103 ";
-    const auto join = [] {
-        EXPECT_EQ(VeskVideoInit(), 0U);
-        EXPECT_TRUE(Eventually([] { // one that came meanwhile would overtake those that are held
-            std::list<NorthMsgResendInfo> held;
-            return VeskVideoGetMsgResendQ(&held) == 0 && held.size() == 9;
-        }));
-        Install();
-    };
     Child other = Prepared(
         [&] {
             g_name = "other";
-            join();
+            Join();
         },
         [] {
             Arrived(VESK_VIDEO_ON_VIDEO_ACTIVATE_NOTIFY);
             std::printf("%s", Seen().c_str());
         });
-    join();
-    EXPECT_TRUE(Eventually([&] { return Seen() == announced; }));
+    Join();
+    EXPECT_EQ(Seen(), announced);
     Play(R"(CONTROL_UNPLUG 0 0; ON VI_PORT_PLUG_STATE val=1; ON VI_PORT_PLUG_STATE port=1
             ON VI_PORT_PLUG_STATE port=2 val=1; ON VI_PORT_PLUG_STATE; CONTROL_UNPLUG 0 0 !STATE
             CONTROL_MODE 0 0 width=640 height=480 fr=30 !UNPLUGGED

@@ -55,6 +55,16 @@ inline void Install()
     EXPECT_EQ(VeskVideoSetCallback(&info), 0U);
 }
 
+/// Becomes a client, to which the ports of the default device are announced in their order: a notification
+/// that came while the callback is installed would overtake those that are held.
+inline void Join()
+{
+    EXPECT_EQ(VeskVideoInit(), 0U);
+    std::list<NorthMsgResendInfo> held;
+    EXPECT_TRUE(Eventually([&] { return VeskVideoGetMsgResendQ(&held) == 0 && held.size() == 9; }));
+    Install();
+}
+
 template <class... Words>
 Child StartService(Words... arguments)
 {
@@ -113,10 +123,7 @@ struct VideoService : Application {
     template <class... Words>
     explicit VideoService(Words... options) : service(StartService(options...))
     {
-        EXPECT_EQ(VeskVideoInit(), 0U);
-        std::list<NorthMsgResendInfo> held; // all announcements, until there is a callback
-        EXPECT_TRUE(Eventually([&] { return VeskVideoGetMsgResendQ(&held) == 0 && held.size() == 9; }));
-        Install();
+        Join();
     }
     ~VideoService()
     {
