@@ -142,14 +142,18 @@ void ConnectOutputs(Graph& graph, const ordered_json& engines)
     for (const ordered_json& engine : engines) {
         const std::string name = kOutputEngines.NameIn(engine);
         const bool isRunning = kOutputEngines.IsRunning(engine);
+        const std::string kind = "picture of " + name;
         size_t number = 0;
         for (const ordered_json& picture : engine.at("subPic")) {
             const std::string shown = std::to_string(number++);
+            std::string node = kind;
+            node += ' ';
+            node += shown;
             const ordered_json& window = picture.at("winHandle");
-            graph.Add(OwnerText(engine), "picture of " + name, shown,
-                      window != 0 ? "window " + window.dump() : "", isRunning, "ellipse");
-            graph.Connect(SourceText(picture), "picture of " + name + ' ' + shown, "", isRunning);
-            graph.Connect("picture of " + name + ' ' + shown, name, "", isRunning);
+            graph.Add(OwnerText(engine), kind, shown, window != 0 ? "window " + window.dump() : "", isRunning,
+                      "ellipse");
+            graph.Connect(SourceText(picture), node, "", isRunning);
+            graph.Connect(node, name, "", isRunning);
         }
         graph.Connect(name, kOutputs.NameIn(engine), "", isRunning);
     }

@@ -50,6 +50,7 @@ void BeHelper(pid_t parent)
 Program::Program(const std::vector<std::string>& words, const AwaitedSignals& signals, const Options& options)
 {
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (const std::string& word : words)
         arguments.push_back(const_cast<char*>(word.c_str()));
     arguments.push_back(nullptr);

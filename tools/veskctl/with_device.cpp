@@ -83,7 +83,7 @@ std::string FindService()
 {
     const fs::path bin = fs::read_symlink("/proc/self/exe").parent_path();
     for (const char* place : {"vesk-video-service", "../../service/vesk-video-service"}) {
-        const std::string path = (bin / place).lexically_normal();
+        std::string path = (bin / place).lexically_normal();
         if (access(path.c_str(), X_OK) == 0)
             return path;
     }
