@@ -48,25 +48,18 @@ struct Unload {
 
 using Copy = std::unique_ptr<void, decltype(&std::free)>;
 
-using HeldList = std::list<NorthMsgResendInfo>; // its entries move from one to another without allocation
+using HeldList = std::list<NorthMsgResendInfo>; // an entry moves from one to another without allocation
 
-/// Takes the oldest notification off the queue; empty when there is none.
-HeldList TakeOldest()
+/// Takes the oldest notification off the queue, and the callback that it goes to; empty when there is none of
+/// either. Both at once: what is taken need never be put back, where others may have been taken meanwhile.
+HeldList TakeOldest(VeskVideoNotifyCallback& callback)
 {
     HeldList oldest;
     const std::lock_guard guard(g_lock);
-    if (!g_unload.done && !g_cbResendQueue.empty())
+    callback = VeskVideoGetCallbackPtr();
+    if (callback != nullptr && !g_unload.done && !g_cbResendQueue.empty())
         oldest.splice(oldest.begin(), g_cbResendQueue, g_cbResendQueue.begin());
     return oldest;
-}
-
-void PutBack(HeldList& oldest)
-{
-    const std::lock_guard guard(g_lock);
-    if (g_unload.done)
-        std::free(oldest.front().data);
-    else
-        g_cbResendQueue.splice(g_cbResendQueue.begin(), oldest);
 }
 
 } // namespace
@@ -96,13 +89,8 @@ VeskVideoNotifyCallback HoldUnlessCallback(uint32_t msgId, const void* data, uin
 
 void DeliverHeldNotifications()
 {
-    for (HeldList oldest = TakeOldest(); !oldest.empty(); oldest = TakeOldest()) {
-        // Looked at only now: it may have been removed since the notification was taken.
-        const VeskVideoNotifyCallback callback = VeskVideoGetCallbackPtr();
-        if (callback == nullptr) {
-            PutBack(oldest);
-            return;
-        }
+    VeskVideoNotifyCallback callback = nullptr;
+    for (HeldList oldest = TakeOldest(callback); !oldest.empty(); oldest = TakeOldest(callback)) {
         const NorthMsgResendInfo& held = oldest.front();
         const Copy data(held.data, &std::free);
         callback(held.msgId, held.data, held.dataLen);

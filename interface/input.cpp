@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 
 using namespace vesk;
 
@@ -12,6 +13,14 @@ static constexpr auto& kLogModule = log_module::kInterface;
 
 /// Refusals of the device's service after which VeskVideoViGetQueHandle does not ask again.
 static constexpr uint32_t kFinalRefusals[] = {2, 3, 7};
+
+/// A signal does not cut it short.
+static void Pause(std::chrono::microseconds left)
+{
+    const auto end = std::chrono::steady_clock::now() + left;
+    while (left.count() > 0 && usleep(static_cast<useconds_t>(left.count())) != 0)
+        left = std::chrono::ceil<std::chrono::microseconds>(end - std::chrono::steady_clock::now());
+}
 
 uint32_t VeskVideoGetViCount(uint32_t* count)
 {
@@ -98,7 +107,7 @@ uint32_t VeskVideoViModifyInput(uint32_t inEngNo, uint32_t stmNo)
 uint32_t VeskVideoViGetQueHandle(uint32_t inEngNo, uint32_t* queHandle)
 {
     constexpr int kAttempts = 20;
-    constexpr useconds_t kPause = 100000;
+    constexpr std::chrono::milliseconds kPause(100);
     TRACE(kInfo, START(VESK_VIDEO_MSG_GET_VI_QUE_HANDLE));
     LOG(kInfo, "%s: inEngNo=%u.", __func__, inEngNo);
     if (IS_NULL(queHandle))
@@ -112,7 +121,7 @@ uint32_t VeskVideoViGetQueHandle(uint32_t inEngNo, uint32_t* queHandle)
         ret = Query<VESK_VIDEO_MSG_GET_VI_QUE_HANDLE>({.ulParam1 = inEngNo}, queHandle);
         if (isFinal())
             break;
-        usleep(kPause);
+        Pause(kPause);
     }
     if (!isFinal())
         TRACE(kError, "get queHandle is fail timeout, inEngNo[%d]", inEngNo);

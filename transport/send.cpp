@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
 static constexpr auto& kLogModule = vesk::log_module::kTransport;
 
@@ -16,13 +17,9 @@ constexpr uint32_t kHeadSize = sizeof(VeskVideoMsgHead);
 constexpr uint32_t kMaxPayload = VESK_VIDEO_MAX_MESSAGE_SIZE - kHeadSize;
 
 /// One outgoing message: its envelope and its data block, which lives until the platform's send has returned.
+/// The platform may change the envelope.
 class Message {
 public:
-    Message() = default;
-    ~Message() { std::free(envelope_.data); }
-    Message(const Message&) = delete;
-    Message& operator=(const Message&) = delete;
-
     bool Address()
     {
         return memset_s(&envelope_, sizeof envelope_, 0, sizeof envelope_) == 0 &&
@@ -31,9 +28,10 @@ public:
 
     bool Allocate(uint32_t size)
     {
-        envelope_.data = std::malloc(size);
+        block_.reset(std::malloc(size));
+        envelope_.data = block_.get();
         envelope_.dataLen = size;
-        return envelope_.data != nullptr;
+        return block_ != nullptr;
     }
 
     /// Fills the data block; what follows the header is the payload.
@@ -52,6 +50,7 @@ public:
 
 private:
     OsMsgEnvelope envelope_{};
+    std::unique_ptr<void, decltype(&std::free)> block_{nullptr, &std::free};
 };
 
 /// Prepares a synchronous message with a payload of @p payloadLen bytes. Returns false when that fails.

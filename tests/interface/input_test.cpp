@@ -4,6 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <csignal>
+
+#include <sys/time.h>
 
 static constexpr uint32_t kPort = 0xfffffffe; // zero-extended, never sign-extended
 static const VeskVideoViPortParam param{1, 4000000000, 200, 255, {}, -1, 2, -3, 4, -5, 6};
@@ -52,6 +55,9 @@ TEST(Input, TheQueueIsWaitedFor)
         {{1, 1, 1, 0}, 4, 3, 0, "end"}, {{4, 2}, 2, 1, 2, "function"}, {{4, 3}, 2, 1, 3, "function"},
         // clang-format on
     };
+    std::signal(SIGALRM, [](int) {}); // signals do not shorten a pause
+    itimerval often{{0, 10000}, {0, 10000}};
+    setitimer(ITIMER_REAL, &often, nullptr);
     for (const auto& c : cases) {
         Reset();
         Get().answer = [&c](const Sent&) {
@@ -69,6 +75,8 @@ TEST(Input, TheQueueIsWaitedFor)
                   Expand("start|L3 %s: inEngNo=4.|L3 queId=44|" + c.lines, "VeskVideoViGetQueHandle",
                          "VESK_VIDEO_MSG_GET_VI_QUE_HANDLE", "vesk_video_interface", c.result));
     }
+    often = {};
+    setitimer(ITIMER_REAL, &often, nullptr);
     EXPECT_EQ(VeskVideoViGetQueHandle(4, nullptr), 1U);
     EXPECT_EQ(RequestLines().back(), "L1 vesk_video_interface VeskVideoViGetQueHandle: queHandle is NULL!");
 }

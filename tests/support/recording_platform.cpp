@@ -139,6 +139,7 @@ uint32_t OsMsgSynSend(OsMsgEnvelope* envelope, OsMsgEnvelope** response, uint32_
     if (Get().isQuiet)
         return 1;
     Keep(*envelope, timeoutMs);
+    envelope->data = nullptr; // a platform may do so
     const Answer answer = Get().answer(Get().sent.back());
     if (answer.data) {
         auto* handed = new Handed{{}, *answer.data};
@@ -159,6 +160,7 @@ void OsMsgSynRespFree(OsMsgEnvelope* response)
 uint32_t OsMsgAsynSend(OsMsgEnvelope* envelope)
 {
     Keep(*envelope, 0);
+    envelope->data = envelope; // or so
     return Called(__func__);
 }
 
