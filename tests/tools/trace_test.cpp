@@ -6,6 +6,7 @@
 #include "tools/recording/reader.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
 
@@ -166,6 +167,7 @@ TEST_F(TraceTest, ThreadsForksAndProcessesShareAFile)
 TEST_F(TraceTest, RecordsAnswersThatAreGivenLate)
 {
     EXPECT_EQ(Shell(kVeskctl + "trace -o " + file + " -- " + kTraced + " late").status, 0);
+    EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0600));
     std::map<uint32_t, std::string> ends; // of what was received, by number
     recording::Joiner joiner;
     recording::ReadFile(file, [&](recording::Event&& event) {

@@ -13,7 +13,6 @@
 #include <csignal>
 #include <cstring>
 #include <mutex>
-#include <set>
 #include <thread>
 
 namespace vesk::ctl {
@@ -56,7 +55,13 @@ Bytes Comparable(uint32_t number, Bytes data)
 struct Application {
     size_t part = 0;
     size_t position = 0; ///< Of the part's turns, the one that comes next.
-    std::set<size_t> used;
+    /// Of turns with equal requests, whether of its own part or not: how many it has been through, and the
+    /// last of them.
+    struct Progress {
+        size_t seen = 0;
+        std::optional<size_t> last;
+    };
+    std::map<std::pair<const std::vector<size_t>*, bool>, Progress> progress;
     std::string procName; ///< Where its notifications go.
     std::string taskName;
     Numbers toRecorded;
@@ -172,22 +177,21 @@ private:
 
     /// The recorded request that equals this one: the next of the application's own part, else its last one
     /// again, else the same among those of other processes.
-    std::optional<size_t> Choose(const Application& application, uint32_t number, const Bytes& data) const
+    std::optional<size_t> Choose(Application& application, uint32_t number, const Bytes& data) const
     {
         const auto same = turnsWith_.find({number, Comparable(number, data)});
         if (same == turnsWith_.end())
             return std::nullopt;
+        const std::vector<size_t>& turns = same->second;
         for (const bool isOwn : {true, false}) {
-            std::optional<size_t> last;
-            for (const size_t turn : same->second) {
-                if ((conversation_.turns[turn].participant == application.part) != isOwn)
-                    continue;
-                if (application.used.count(turn) == 0)
-                    return turn;
-                last = turn;
+            Application::Progress& progress = application.progress[{&turns, isOwn}];
+            while (progress.seen < turns.size()) {
+                const size_t turn = turns[progress.seen++];
+                if ((conversation_.turns[turn].participant == application.part) == isOwn)
+                    return progress.last = turn;
             }
-            if (last)
-                return last;
+            if (progress.last)
+                return progress.last;
         }
         return std::nullopt;
     }
@@ -197,7 +201,6 @@ private:
         const Turn& turn = conversation_.turns[index];
         if (options_.isStrict)
             CheckOrder(application, index, live);
-        application.used.insert(index);
         isUsed_[index] = true;
         if (message.msgId == VESK_VIDEO_MSG_CREATE_QUEUE)
             LearnQueue(application, turn, live);

@@ -50,7 +50,7 @@ public:
     {
         path_ = options.file.empty() ? "messages" : std::filesystem::absolute(options.file).string();
         file_ = options.file.empty() ? memfd_create("messages", MFD_CLOEXEC)
-                                     : open(path_.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+                                     : open(path_.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
         std::string command = "veskctl trace:";
         for (const std::string& word : options.application)
             command += ' ' + word;
