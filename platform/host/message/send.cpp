@@ -75,13 +75,15 @@ const char* Words(uint32_t error)
 
 /**
  * Writes a message. Without a deadline it does not wait for the receiver: it drops a message that there is no
- * room for, and one that has begun to leave when there is no room for its next packet within a moment.
+ * room for, and one that has begun to leave when the receiver takes nothing for a while or not all of it in
+ * time.
  *
  * @return 0, HOST_MSG_ERR_BROKEN, HOST_MSG_ERR_TIMEOUT or, without a deadline, HOST_MSG_ERR_FULL.
  */
 uint32_t Write(int socket, FrameWriter& writer, const std::optional<Deadline>& deadline)
 {
-    constexpr std::chrono::milliseconds kMoment(20);
+    constexpr std::chrono::milliseconds kWhile(200), kInTime(2000); // a loaded machine keeps a reader waiting
+    std::optional<Deadline> inTime;
     for (bool hasRoom = true;;) {
         const size_t before = writer.BytesLeft();
         const FrameWriter::Progress progress = writer.WriteSome(socket);
@@ -89,11 +91,16 @@ uint32_t Write(int socket, FrameWriter& writer, const std::optional<Deadline>& d
             return progress == FrameWriter::Progress::kDone ? 0 : HOST_MSG_ERR_BROKEN;
         if (deadline && !hasRoom)
             return HOST_MSG_ERR_TIMEOUT;
-        if (!deadline && (!writer.HasBegun() || (!hasRoom && writer.BytesLeft() == before)))
-            return HOST_MSG_ERR_FULL;
+        if (!deadline) {
+            const bool isStuck = !hasRoom && writer.BytesLeft() == before;
+            if (!writer.HasBegun() || isStuck || (inTime && inTime->HasPassed()))
+                return HOST_MSG_ERR_FULL;
+            if (!inTime)
+                inTime.emplace(kInTime);
+        }
         // poll() reports room only when three quarters of the buffer are free, so a packet may fit although
         // the wait was in vain.
-        hasRoom = WaitFor(socket, POLLOUT, deadline.value_or(Deadline(kMoment)));
+        hasRoom = WaitFor(socket, POLLOUT, deadline.value_or(Deadline(kWhile)));
     }
 }
 
