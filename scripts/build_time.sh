@@ -33,18 +33,19 @@ cat >"$work/reference.cpp" <<'END'
 
 int main(int c, char** v) { CLI::App a; CLI11_PARSE(a, c, v); }
 END
-measure_reference() { measure g++ -std=c++20 -O2 -g -c "$work/reference.cpp" -o "$work/reference.o"; }
+references=
+measure_reference() { # several times, as the machine may become slower or faster meanwhile
+  measure g++ -std=c++20 -O2 -g -c "$work/reference.cpp" -o "$work/reference.o"
+  references+=" $seconds"
+}
 
-measure_reference # three times, as the machine may become slower or faster meanwhile
-references=$seconds
+measure_reference
 measure scripts/demo.sh
 demonstration=$seconds
 measure_reference
-references+=" $seconds"
 measure scripts/test.sh
 tests=$seconds
 measure_reference
-references+=" $seconds"
 awk -v references="$references" -v demonstration="$demonstration" -v tests="$tests" 'BEGIN {
   count = split(references, seconds)
   for (i in seconds) reference += seconds[i] / count
