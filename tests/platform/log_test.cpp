@@ -32,7 +32,7 @@ struct HostLog {
             for (uint32_t level = 0; level <= 4; ++level)
                 ZORA_Trace(ZORA_GetVideoTracLevel(), level, "ZORA", "Function", level + 10, "error %d\n", 5);
             const uint32_t id = VeskVideoGetPrivateLogId(0);
-            VeskOmLogModuleLogRecord(1, id, "source!", 6, 21, "a\nb\tc\x1b[2J%s\x7f\n\n", "\r");
+            VeskOmLogModuleLogRecord(1, id, "source!", 6, 21, "a\nb\tc\x1b[2J%s\u009b\n\n", "\r");
             for (const uint32_t level : {2U, 3U, 4U}) // the second is too long for a file
                 VeskOmLogModuleLogRecord(level, id, "source", 6, level + 20, "%s",
                                          std::string(level == 3 ? 9000 : 3, 'x').c_str());
@@ -44,7 +44,7 @@ struct HostLog {
 FORKED_TEST(HostLog, IsSilentButForErrorsAndKeepsARecordOnALine)
 {
     const std::string expected = "E [ZORA] Function:10 error 5\nE [ZORA] Function:11 error 5\n"
-                                 "E [source] 21 a\\nb\\tc\\x1b[2J\\x0d\\x7f\n";
+                                 "E [source] 21 a\\nb\\tc\\x1b[2J\\x0d\\u009b\n";
     EXPECT_EQ(Logged({{"LOG_TARGET", target}}), expected + '|');
     EXPECT_EQ(Logged({{"LOG_TARGET", "stderr"}}), '|' + expected);
     EXPECT_EQ(Logged({{"LOG_TARGET", ""}}), '|' + expected);

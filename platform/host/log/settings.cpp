@@ -1,6 +1,8 @@
 // Reads the log sinks' settings from the environment.
 #include "log/settings.h"
 
+#include "base/text.h"
+
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
@@ -22,8 +24,8 @@ void ReadNumber(const char* variable, Number least, Number most, Number& value)
     if (error == std::errc() && stop == end && number >= least && number <= most)
         value = number;
     else
-        std::fprintf(stderr, "%s='%s' is not a number from %zu to %zu, %zu is used\n", variable, text,
-                     size_t{least}, size_t{most}, size_t{value});
+        std::fprintf(stderr, "%s='%s' is not a number from %zu to %zu, %zu is used\n", variable,
+                     Printable(text).c_str(), size_t{least}, size_t{most}, size_t{value});
 }
 
 } // namespace
@@ -43,7 +45,7 @@ LogSettings ReadLogSettings()
         else
             std::fprintf(stderr,
                          "VESK_LOG_TARGET='%s' is none of stderr, syslog, none, file:PATH; %s is used\n",
-                         target, settings.target.c_str());
+                         Printable(target).c_str(), settings.target.c_str());
     }
     return settings;
 }

@@ -1,6 +1,7 @@
 // The two log sinks of the platform layer, on spdlog.
 #include "log/sinks.h"
 
+#include "base/text.h"
 #include "log/settings.h"
 #include "platform/os_log.h"
 #include "process/fork.h"
@@ -34,7 +35,7 @@ spdlog::sink_ptr MakeSink(const LogSettings& settings)
             return std::make_shared<spdlog::sinks::rotating_file_sink_st>(path, settings.fileSize,
                                                                           settings.fileCount);
         } catch (const spdlog::spdlog_ex& error) {
-            std::fprintf(stderr, "VESK_LOG_TARGET: %s; stderr is used\n", error.what());
+            std::fprintf(stderr, "VESK_LOG_TARGET: %s; stderr is used\n", Printable(error.what()).c_str());
         }
     }
     return std::make_shared<spdlog::sinks::stderr_color_sink_st>();
@@ -81,28 +82,13 @@ __attribute__((format(printf, 1, 0))) std::string Format(const char* format, va_
     return text;
 }
 
-/// Keeps a record on one line: drops line feeds at the end of the text, escapes control characters within.
-void AppendOnOneLine(std::string& line, std::string_view text)
+/// A record stays on one line: line feeds at the end of its text are dropped, and what others have put into
+/// it is escaped.
+void Write(uint32_t level, std::string line, std::string_view text)
 {
     while (text.ends_with('\n'))
         text.remove_suffix(1);
-    for (const char c : text) {
-        if (c == '\n')
-            line += "\\n";
-        else if (c == '\t')
-            line += "\\t";
-        else if (const auto byte = static_cast<unsigned char>(c); byte < 0x20 || byte == 0x7f) {
-            char escape[5];
-            std::snprintf(escape, sizeof escape, "\\x%02x", byte);
-            line += escape;
-        } else
-            line += c;
-    }
-}
-
-void Write(uint32_t level, std::string line, std::string_view text)
-{
-    AppendOnOneLine(line, text);
+    line = Printable(line.append(text));
     Sinks& sinks = g_sinks.Get();
     const std::lock_guard guard(sinks.lock);
     sinks.logger.log(ToSpdlog(level), spdlog::string_view_t(line));
