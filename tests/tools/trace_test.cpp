@@ -193,6 +193,7 @@ TEST_F(TourTest, IsTheSameWhenNothingCanBeRecorded)
     for (const auto& [target, line] :
          {std::pair<std::string, std::string>("/dev/full", "No space left on device"),
           {directory.path, "Is a directory"},
+          {"/nowhere\x1b/\u009b", R"(/nowhere\\x1b/\\u009b: No such file)"},
           {"", "VESK_TRACE_FILE does not name a file"}}) {
         const Result tour = Shell("VESK_TRACE_FILE=" + target + " LD_PRELOAD=" VESK_TRACER_PATH " " + kTour);
         EXPECT_EQ(tour.status, 0);

@@ -1,6 +1,7 @@
 // Where the tracer's packets go: one file for all threads, and for all processes that are given its name.
 #include "tools/tracer/recorder.h"
 
+#include "base/text.h"
 #include "tools/recording/writer.h"
 #include "tools/tracer/version.h"
 
@@ -236,15 +237,20 @@ void Note(std::string_view comment)
 
 void Say(const char* format, ...)
 {
-    char line[PATH_MAX + 256] = "libvesk_trace: ";
-    const size_t begin = strlen(line);
+    char text[PATH_MAX + 256] = "";
     va_list arguments;
     va_start(arguments, format);
-    const int length = vsnprintf(line + begin, sizeof line - begin - 1, format, arguments);
+    vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
-    size_t end = begin + static_cast<size_t>(length < 0 ? 0 : length);
-    if (end > sizeof line - 2)
-        end = sizeof line - 2;
+    char line[sizeof text + 64] = "libvesk_trace: ";
+    size_t end = strlen(line);
+    Escape escape;
+    for (std::string_view rest = text; !rest.empty();) {
+        const std::string_view shown = TakePrintable(rest, escape);
+        if (end + shown.size() >= sizeof line)
+            break;
+        end += shown.copy(line + end, shown.size());
+    }
     line[end] = '\n';
     (void)!write(STDERR_FILENO, line, end + 1);
 }
