@@ -3,11 +3,14 @@
 #include "base/command_line.h"
 
 #include "base/error.h"
+#include "base/output.h"
+#include "base/text.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <cstdio>
+#include <sstream>
 
 namespace vesk {
 
@@ -100,7 +103,13 @@ Run ParseProgram(const CommandLine& program, int argc, char** argv)
     try {
         parser.app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        const int status = parser.app.exit(error) == 0 ? 0 : kUsageStatus;
+        // It may quote an argument, and goes between lines of the library's own.
+        const CLI::Error shown(error.get_name(), Printable(error.what()), error.get_exit_code());
+        std::ostringstream help;
+        std::ostringstream errors;
+        const int status = parser.app.exit(shown, help, errors) == 0 ? 0 : kUsageStatus;
+        PutLines(stdout, help.str());
+        PutLines(stderr, errors.str());
         return [status] { return status; };
     }
     return parser.chosen->run;
@@ -114,7 +123,7 @@ Run ParseWords(const CommandLine& program, const std::vector<std::string>& words
             std::vector<std::string>(words.rbegin(), words.rend())); // it takes them from the end
     } catch (const CLI::CallForHelp&) {
         return [help = parser.app.help()] {
-            std::printf("%s\n", help.c_str());
+            PutLines(stdout, help + '\n');
             std::fflush(stdout);
             return 0;
         };

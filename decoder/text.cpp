@@ -2,6 +2,7 @@
 #include "decoder/text.h"
 
 #include "base/error.h"
+#include "base/text.h"
 
 #include <algorithm>
 #include <charconv>
@@ -311,7 +312,7 @@ std::string Quoted(const std::string& text)
 
 std::string Dump(const ordered_json& document)
 {
-    return document.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+    return Printable(document.dump(-1, ' ', false, ordered_json::error_handler_t::replace));
 }
 
 } // namespace vesk::decoder

@@ -51,7 +51,7 @@ Assignment ParseAssignment(std::string_view text);
 /// A text as JSON has it, in quotes; invalid UTF-8 is replaced.
 std::string Quoted(const std::string& text);
 
-/// JSON as text on one line; invalid UTF-8 is replaced.
+/// JSON as text on one line, without characters that steer a terminal; invalid UTF-8 is replaced.
 std::string Dump(const nlohmann::ordered_json& document);
 
 } // namespace vesk::decoder

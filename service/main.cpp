@@ -2,6 +2,7 @@
 #include "base/command_line.h"
 #include "base/envelope.h"
 #include "base/error.h"
+#include "base/output.h"
 #include "service/alarm.h"
 #include "service/device_file.h"
 #include "service/log.h"
@@ -12,7 +13,6 @@
 
 #include <cmath>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <thread>
@@ -67,12 +67,13 @@ int Serve(const Identity& self, const DeviceDescription& device, Timeline::Clock
     Service service(self, device, std::move(clock));
     g_service = &service;
     if (HostMsgSetProcName(self.procName.c_str()) != 0) {
-        std::fprintf(stderr, "vesk-video-service: '%s' cannot be a process name\n", self.procName.c_str());
+        PutError("vesk-video-service", "'" + self.procName + "' cannot be a process name");
         return 2;
     }
     if (const uint32_t ret = OsMsgRegTask(self.taskName.c_str(), kQueueDepth, HandleMessage); ret != 0) {
-        std::fprintf(stderr, "vesk-video-service: %s/%s cannot be served [0x%x]\n", self.procName.c_str(),
-                     self.taskName.c_str(), ret);
+        char code[16];
+        std::snprintf(code, sizeof code, "[0x%x]", ret);
+        PutError("vesk-video-service", self.procName + '/' + self.taskName + " cannot be served " + code);
         return 1;
     }
     service.Begin();
@@ -85,13 +86,13 @@ int Serve(const Identity& self, const DeviceDescription& device, Timeline::Clock
             SendTick(self);
         HostMsgEndTask(self.taskName.c_str());
     });
-    std::printf("vesk-video-service: serving %s/%s (process %d)\n", self.procName.c_str(),
-                self.taskName.c_str(), getpid());
+    PutLine(stdout, "vesk-video-service: serving " + self.procName + '/' + self.taskName + " (process " +
+                        std::to_string(getpid()) + ')');
     std::fflush(stdout);
     OsMsgTaskRoutineByName(self.taskName.c_str());
     signalWaiter.join();
     service.End();
-    std::printf("vesk-video-service: ended\n");
+    PutLine(stdout, "vesk-video-service: ended");
     return 0;
 }
 
@@ -154,9 +155,9 @@ try {
     };
     return ParseProgram(program, argc, argv)();
 } catch (const Error& error) { // a file that is wrong
-    std::fprintf(stderr, "%s\n", error.what());
+    PutLine(stderr, error.what());
     return 2;
 } catch (const std::exception& error) { // out of memory, or no thread can be started
-    std::fprintf(stderr, "vesk-video-service: %s\n", error.what());
+    PutError("vesk-video-service", error.what());
     return 1;
 }

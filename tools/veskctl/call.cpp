@@ -40,7 +40,8 @@ void Show(const Decoder& decoder, Call call)
         fields = FieldLines(decoder, *call.answer, "  ");
         call.answer->fields.clear();
     }
-    std::printf("%s\n%s", CallLine(decoder, call).c_str(), fields.c_str());
+    PrintLine(CallLine(decoder, call));
+    PutLines(stdout, fields);
 }
 
 int RunCall(Settings& settings, const Options& options)

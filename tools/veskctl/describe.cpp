@@ -151,7 +151,8 @@ void PrintFields(const ordered_json& fields, size_t indent, size_t base)
         else if (type == "char")
             name += '[' + field["size"].dump() + ']';
         const size_t offset = base + field["offset"].get<size_t>();
-        std::printf("%*s%5zu  %-10s %s\n", static_cast<int>(indent), "", offset, type.c_str(), name.c_str());
+        PutFormatted(stdout, "%*s%5zu  %-10s %s", static_cast<int>(indent), "", offset, type.c_str(),
+                     name.c_str());
         if (field.contains("fields"))
             PrintFields(field["fields"], indent + 4, offset);
     }
@@ -175,7 +176,7 @@ void PrintForm(const char* title, const ordered_json& form)
         text = "a result code alone";
     if (kind == "unanswered")
         text = "none; the request is asynchronous";
-    std::printf("  %-10s %s\n", title, text.c_str());
+    PutFormatted(stdout, "  %-10s %s", title, text.c_str());
     if (form.contains("shown"))
         PrintFields(form["shown"]["fields"], 4, 0);
 }
@@ -184,31 +185,33 @@ void Print(const ordered_json& thing)
 {
     const std::string kind = thing["kind"];
     if (kind == "result") {
-        std::printf("%s\n  result code 0x%x of the %s\n  %s\n", thing["name"].get<std::string>().c_str(),
-                    thing["code"].get<uint32_t>(), thing["origin"].get<std::string>().c_str(),
-                    thing["meaning"].get<std::string>().c_str());
+        PutLine(stdout, thing["name"].get<std::string>());
+        PutFormatted(stdout, "  result code 0x%x of the %s", thing["code"].get<uint32_t>(),
+                     thing["origin"].get<std::string>().c_str());
+        PutLine(stdout, "  " + thing["meaning"].get<std::string>());
         return;
     }
     if (kind == "record") {
-        std::printf("%s\n  record of %zu bytes\n", thing["record"].get<std::string>().c_str(),
-                    thing["size"].get<size_t>());
+        PutLine(stdout, thing["record"].get<std::string>());
+        PutLine(stdout, "  record of " + thing["size"].dump() + " bytes");
         PrintFields(thing["fields"], 4, 0);
         if (thing.contains("shown")) {
-            std::printf("  shown as %s\n", thing["shown"]["record"].get<std::string>().c_str());
+            PutLine(stdout, "  shown as " + thing["shown"]["record"].get<std::string>());
             PrintFields(thing["shown"]["fields"], 4, 0);
         }
         return;
     }
-    std::printf("%s\n  %s %s", thing["name"].get<std::string>().c_str(), kind.c_str(),
-                thing["number"].dump().c_str());
+    PutLine(stdout, thing["name"].get<std::string>());
+    std::string line = "  " + kind + ' ' + thing["number"].dump();
     if (thing.contains("function"))
-        std::printf(", sent by %s", thing["function"].get<std::string>().c_str());
+        line += ", sent by " + thing["function"].get<std::string>();
     if (thing.contains("control"))
-        std::printf(", no part of the interface; it is between veskctl and the virtual service");
-    std::printf("\n");
+        line += ", no part of the interface; it is between veskctl and the virtual service";
+    PutLine(stdout, line);
     for (const ordered_json& argument : thing["arguments"])
-        std::printf("  %-10s %s %s\n", argument["field"].get<std::string>().c_str(),
-                    argument["type"].get<std::string>().c_str(), argument["name"].get<std::string>().c_str());
+        PutFormatted(stdout, "  %-10s %s %s", argument["field"].get<std::string>().c_str(),
+                     argument["type"].get<std::string>().c_str(),
+                     argument["name"].get<std::string>().c_str());
     PrintForm("payload", thing["payload"]);
     if (thing.contains("answer"))
         PrintForm("answer", thing["answer"]);
@@ -225,7 +228,7 @@ int RunDescribe(Settings& settings, const std::string& name)
     }
     for (size_t i = 0; i < found.size(); ++i) {
         if (i != 0)
-            std::printf("\n");
+            PutLine(stdout, "");
         Print(found[i]);
     }
     return kDone;

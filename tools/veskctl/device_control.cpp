@@ -5,7 +5,6 @@
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
 #include "tools/veskctl/output.h"
-#include "tools/veskctl/state.h"
 
 #include <cinttypes>
 #include <cstring>
@@ -39,8 +38,8 @@ void PrintFaults(const Decoder& decoder, const Bytes& answer, bool asJson)
             rows.push_back(Object(
                 {{"fault", state.fault}, {"matches", state.matches}, {"hits", state.hits}, {"rule", rule}}));
         else
-            std::printf("%u  %s  (matched %" PRIu64 ", changed %" PRIu64 ")\n", state.fault,
-                        Printable(rule).c_str(), state.matches, state.hits);
+            PutFormatted(stdout, "%u  %s  (matched %" PRIu64 ", changed %" PRIu64 ")", state.fault,
+                         rule.c_str(), state.matches, state.hits);
     }
     if (asJson)
         PrintLine(Dump(rows));
@@ -60,12 +59,13 @@ void PrintAnswer(const Decoded& answer)
 {
     const auto number = [&](const char* name) { return NumberIn(answer, name); };
     if (answer.number == VESK_CONTROL_NOTIFY)
-        std::printf("sent to %" PRIu64 " client%s\n", number("clients"), number("clients") == 1 ? "" : "s");
+        PutFormatted(stdout, "sent to %" PRIu64 " client%s", number("clients"),
+                     number("clients") == 1 ? "" : "s");
     else if (answer.number == VESK_CONTROL_FAULT_ADD)
-        std::printf("fault %" PRIu64 "\n", number("fault"));
+        PutFormatted(stdout, "fault %" PRIu64, number("fault"));
     else if (answer.number == VESK_CONTROL_TIME)
-        std::printf("%" PRIu64 " ms since the service started, %" PRIu64 " due%s\n", number("nowMs"),
-                    number("due"), number("isStep") != 0 ? "; moves by command" : "");
+        PutFormatted(stdout, "%" PRIu64 " ms since the service started, %" PRIu64 " due%s", number("nowMs"),
+                     number("due"), number("isStep") != 0 ? "; moves by command" : "");
 }
 
 int RunControl(Settings& settings, const steering::Build& build)

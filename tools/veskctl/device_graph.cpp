@@ -1,4 +1,5 @@
 // The subcommand "device graph": how pictures run through the virtual device, as a graph for Graphviz.
+#include "base/text.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
 #include "tools/veskctl/output.h"
@@ -15,29 +16,33 @@ using nlohmann::ordered_json;
 
 namespace {
 
-/// A text between quotes. A line feed in it begins another line of the label.
+/// A text as it can be between quotes.
+std::string Escaped(const std::string& text)
+{
+    std::string escaped;
+    for (const char c : Printable(text)) {
+        if (c == '&')
+            escaped += "&amp;";
+        else if (c == '"' || c == '\\')
+            escaped += {'\\', c};
+        else
+            escaped += c;
+    }
+    return escaped;
+}
+
 std::string Quoted(const std::string& text)
 {
-    std::string quoted = "\"";
-    for (const char c : text) {
-        if (c == '\n')
-            quoted += "\\n";
-        else if (c == '&')
-            quoted += "&amp;";
-        else if (c == '"' || c == '\\')
-            quoted += {'\\', c};
-        else
-            quoted += c;
-    }
-    return quoted + '"';
+    return '"' + Escaped(text) + '"';
 }
 
 /// Nodes and edges in the order in which they are added; nodes of an owner are drawn together.
 class Graph {
 public:
     /// @param kind  "encoder", which with the number makes the node's name
+    /// @param more  Further lines of its label, but for empty ones.
     void Add(const std::string& owner, const std::string& kind, const std::string& number,
-             const std::string& more, bool isRunning, const char* shape = "box")
+             const std::vector<std::string>& more, bool isRunning, const char* shape = "box")
     {
         const std::string name = kind + ' ' + number;
         known_.insert(name);
@@ -51,7 +56,7 @@ public:
     {
         for (const std::string& end : {from, to}) {
             if (known_.insert(end).second)
-                nodes_[""] += Node(end, end, "gone", "dotted", "box");
+                nodes_[""] += Node(end, end, {"gone"}, "dotted", "box");
         }
         edges_ += "  " + Quoted(from) + " -> " + Quoted(to) +
                   (isRunning ? " [style=solid" : " [style=dashed") +
@@ -84,15 +89,18 @@ public:
             text += "  subgraph cluster_" + std::to_string(cluster++) + " {\n  label=" + Quoted(owner) +
                     "; color=gray;\n" + nodes + "  }\n";
         }
-        PrintLine(text + edges_ + '}');
+        PutLines(stdout, text + edges_ + "}\n");
     }
 
 private:
-    static std::string Node(const std::string& name, const std::string& title, const std::string& more,
-                            const char* style, const char* shape)
+    static std::string Node(const std::string& name, const std::string& title,
+                            const std::vector<std::string>& more, const char* style, const char* shape)
     {
-        return "  " + Quoted(name) + " [label=" + Quoted(more.empty() ? title : title + '\n' + more) +
-               ", shape=" + shape + ", style=" + style + "];\n";
+        std::string label = Escaped(title);
+        for (const std::string& line : more)
+            label += line.empty() ? "" : "\\n" + Escaped(line);
+        return "  " + Quoted(name) + " [label=\"" + label + "\", shape=" + shape + ", style=" + style +
+               "];\n";
     }
 
     std::map<std::string, std::string> nodes_; ///< By owner; ports have none.
@@ -106,7 +114,7 @@ void AddPorts(Graph& graph, const ordered_json& state, const Section& section, c
     for (const ordered_json& port : state.at(section.name)) {
         const std::string picture = PictureText(port, "width", "height");
         graph.Add("", section.kind, port.at(section.number).dump(),
-                  Printable(port.at("name").get<std::string>()) + (picture.empty() ? "" : '\n' + picture),
+                  {port.at("name").get<std::string>(), picture},
                   port.at("plugged").get<bool>() && port.at("enabled").get<bool>(), "component");
         names.push_back(section.NameIn(port));
     }
@@ -119,7 +127,7 @@ void AddThings(Graph& graph, const ordered_json& state, const Section& section)
         std::string picture;
         if (thing.contains("param") && thing["param"].contains("w"))
             picture = PictureText(thing["param"], "w", "h");
-        graph.Add(OwnerText(thing), section.kind, thing.at(section.number).dump(), picture,
+        graph.Add(OwnerText(thing), section.kind, thing.at(section.number).dump(), {picture},
                   section.IsRunning(thing));
     }
 }
@@ -131,7 +139,7 @@ void ConnectInputs(Graph& graph, const ordered_json& engines)
         const bool isRunning = kInputEngines.IsRunning(engine);
         graph.Connect(kInputs.NameIn(engine), name, "", isRunning);
         for (const ordered_json& stream : engine.at("streams")) {
-            graph.Add(OwnerText(engine), "stream of " + name, stream.dump(), "", isRunning, "ellipse");
+            graph.Add(OwnerText(engine), "stream of " + name, stream.dump(), {}, isRunning, "ellipse");
             graph.Connect(name, "stream of " + name + ' ' + stream.dump(), "", isRunning);
         }
     }
@@ -150,8 +158,8 @@ void ConnectOutputs(Graph& graph, const ordered_json& engines)
             node += ' ';
             node += shown;
             const ordered_json& window = picture.at("winHandle");
-            graph.Add(OwnerText(engine), kind, shown, window != 0 ? "window " + window.dump() : "", isRunning,
-                      "ellipse");
+            graph.Add(OwnerText(engine), kind, shown, {window != 0 ? "window " + window.dump() : ""},
+                      isRunning, "ellipse");
             graph.Connect(SourceText(picture), node, "", isRunning);
             graph.Connect(node, name, "", isRunning);
         }
@@ -178,8 +186,7 @@ void PrintGraph(const ordered_json& state)
                           kRemoteMice.IsRunning(mouse));
     }
     const ordered_json& service = state.at("service");
-    graph.Print(Printable(service.at("procName").get<std::string>()) + '/' +
-                Printable(service.at("taskName").get<std::string>()));
+    graph.Print(service.at("procName").get<std::string>() + '/' + service.at("taskName").get<std::string>());
 }
 
 } // namespace

@@ -39,8 +39,7 @@ public:
     {
         const ordered_json value = thing.value(name, ordered_json());
         if (value.is_string())
-            return value.get<std::string>().empty() ? *this
-                                                    : Add(words + Printable(value.get<std::string>()));
+            return value.get<std::string>().empty() ? *this : Add(words + value.get<std::string>());
         return value.is_null() || value == 0 ? *this : Add(words + value.dump());
     }
 
@@ -80,8 +79,7 @@ std::string Started(const ordered_json& thing)
 Row PortRow(const ordered_json& port, const Details& details)
 {
     const std::string picture = PictureText(port, "width", "height");
-    return {Printable(port.at("name").get<std::string>()),
-            port.at("plugged").get<bool>() ? "plugged" : "unplugged",
+    return {port.at("name").get<std::string>(), port.at("plugged").get<bool>() ? "plugged" : "unplugged",
             port.at("enabled").get<bool>() ? "" : "disabled", picture.empty() ? "no picture" : picture,
             details.Text()};
 }
@@ -191,8 +189,7 @@ Row ProcessRow(const ordered_json& process)
 
 Row ClientRow(const ordered_json& client)
 {
-    return {Printable(client.at("procName").get<std::string>()) + '/' +
-                Printable(client.at("taskName").get<std::string>()),
+    return {client.at("procName").get<std::string>() + '/' + client.at("taskName").get<std::string>(),
             "process " + client.at("process").dump(),
             client.at("notificationsSent").dump() + " notifications",
             client.at("notificationsDropped") != 0 ? client["notificationsDropped"].dump() + " dropped" : ""};
@@ -200,13 +197,13 @@ Row ClientRow(const ordered_json& client)
 
 Row FaultRow(const ordered_json& fault)
 {
-    return {Printable(fault.at("rule").get<std::string>()),
+    return {fault.at("rule").get<std::string>(),
             "matched " + fault.at("matches").dump() + ", changed " + fault.at("hits").dump()};
 }
 
 Row WatcherRow(const ordered_json& watcher)
 {
-    return {Printable(watcher.at("procName").get<std::string>()), "process " + watcher.at("process").dump(),
+    return {watcher.at("procName").get<std::string>(), "process " + watcher.at("process").dump(),
             watcher.at("lost").dump() + " messages lost"};
 }
 
@@ -222,7 +219,7 @@ Row RequestRow(const ordered_json& request)
 /// Of texts and numbers, and of what this program does not know.
 Row PlainRow(const ordered_json& value)
 {
-    return {value.is_string() ? Printable(value.get<std::string>()) : value.dump(-1, ' ', true)};
+    return {value.is_string() ? value.get<std::string>() : value.dump(-1, ' ', true)};
 }
 
 /// How the entries of a section are shown.
@@ -290,16 +287,16 @@ void PrintSection(const std::string& name, const ordered_json& section, const or
     std::string title = shown.section.title;
     if (cut.contains(name))
         title += " (the first " + std::to_string(section.size()) + " of " + cut[name].dump() + ')';
-    PrintLine('\n' + title);
+    PrintLine("");
+    PrintLine(title);
     table.Print("  ");
 }
 
 void PrintState(const ordered_json& state)
 {
     const ordered_json& service = state.at("service");
-    PrintLine("Service " + Printable(service.at("procName").get<std::string>()) + '/' +
-              Printable(service.at("taskName").get<std::string>()) + ", process " +
-              service.at("process").dump());
+    PrintLine("Service " + service.at("procName").get<std::string>() + '/' +
+              service.at("taskName").get<std::string>() + ", process " + service.at("process").dump());
     const ordered_json cut = state.value("cut", ordered_json::object());
     for (const auto& [name, section] : state.items()) {
         if (name != "service" && name != "cut" && IsSet(section))

@@ -102,10 +102,13 @@ int RunList(Settings& settings, const std::string& what)
         return kDone;
     }
     for (const auto& [name, rows] : lists.items()) {
-        if (name == "controlRequests" || name == "controlNotifications")
-            PrintLine("\nno part of the interface; between veskctl and the virtual service:");
+        const bool isControl = name == "controlRequests" || name == "controlNotifications";
+        if (isControl || (what.empty() && name != "requests"))
+            PrintLine("");
+        if (isControl)
+            PrintLine("no part of the interface; between veskctl and the virtual service:");
         else if (what.empty())
-            PrintLine((name == "requests" ? "" : "\n") + name + ':');
+            PrintLine(name + ':');
         PrintRows(rows);
     }
     return kDone;

@@ -1,8 +1,7 @@
 // veskctl: shows, sends and watches the messages between applications and the video service.
 #include "tools/veskctl/commands.h"
+#include "tools/veskctl/output.h"
 #include "tools/veskctl/program_text.h"
-
-#include <cstdio>
 
 namespace vesk::ctl {
 
@@ -77,9 +76,9 @@ try {
     vesk::ctl::Settings settings;
     return vesk::ParseProgram(vesk::ctl::DescribeTool(settings), argc, argv)();
 } catch (const vesk::ctl::Failure& failure) {
-    std::fprintf(stderr, "veskctl: %s\n", failure.what());
+    vesk::ctl::PrintError(failure.what());
     return failure.status;
 } catch (const std::exception& error) {
-    std::fprintf(stderr, "veskctl: %s\n", error.what());
+    vesk::ctl::PrintError(error.what());
     return vesk::ctl::kFailed;
 }

@@ -1,14 +1,34 @@
-// What subcommands print.
+// What subcommands print, each on a line that stays one and says nothing to a terminal.
 #include "tools/veskctl/output.h"
 
-#include <cstdio>
+#include <cstdarg>
+#include <string>
 
 namespace vesk::ctl {
 
-void PrintLine(const std::string& line)
+void PrintLine(std::string_view line)
 {
-    std::printf("%s\n", line.c_str());
+    PutLine(stdout, line);
     std::fflush(stdout);
+}
+
+void PutFormatted(std::FILE* out, const char* format, ...)
+{
+    va_list values;
+    va_start(values, format);
+    va_list again;
+    va_copy(again, values);
+    const int length = std::vsnprintf(nullptr, 0, format, again);
+    va_end(again);
+    std::string line(static_cast<size_t>(length), '\0');
+    std::vsnprintf(line.data(), line.size() + 1, format, values);
+    va_end(values);
+    PutLine(out, line);
+}
+
+void PrintError(std::string_view text)
+{
+    PutError("veskctl", text);
 }
 
 } // namespace vesk::ctl

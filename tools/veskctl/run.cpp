@@ -1,5 +1,6 @@
 // The subcommand "run": many calls in one process, from a file, standard input or a prompt.
 #include "tools/veskctl/commands.h"
+#include "tools/veskctl/output.h"
 #include "tools/veskctl/prompt.h"
 #include "tools/veskctl/script.h"
 
@@ -43,7 +44,7 @@ int RunScript(Settings& settings, const Options& options, std::istream& input, c
             const Failure failure = AtLine(name, number, error);
             if (!options.keepsGoing || session.IsInterrupted())
                 throw Failure(failure);
-            std::fprintf(stderr, "veskctl: %s\n", failure.what());
+            PrintError(failure.what());
             status = status == kDone ? failure.status : status;
         }
     };
@@ -64,11 +65,11 @@ void RunAtTerminal(Settings& settings, const Options& options)
     RunPrompt([&](const std::string& line) {
         try {
             if (line == "help")
-                std::fputs(LineHelp().c_str(), stdout);
+                PutLines(stdout, LineHelp());
             else
                 session.Execute(line);
         } catch (const Error& error) {
-            std::fprintf(stderr, "%s\n", error.what());
+            PutLine(stderr, error.what());
         }
     });
 }

@@ -280,8 +280,7 @@ private:
             return PrintObject({{"problem", what},
                                 {"sender", sender},
                                 {"request", decoder_.Decode({Direction::kRequest, number, live})}});
-        std::fprintf(stderr, "veskctl: %s: %s from %s%s\n", what, RequestLine(number, live).c_str(),
-                     sender.c_str(), more.c_str());
+        PrintError(std::string(what) + ": " + RequestLine(number, live) + " from " + sender + more);
     }
 
     Settings& settings_;
@@ -308,7 +307,7 @@ uint32_t HandleMessage(OsMsgEnvelope* message)
     try {
         g_server->Handle(*message);
     } catch (const std::exception& error) { // out of memory, for example: the sender sees a failure
-        std::fprintf(stderr, "veskctl: message %u: %s\n", message->msgId, error.what());
+        PrintError("message " + std::to_string(message->msgId) + ": " + error.what());
     }
     return 0;
 }

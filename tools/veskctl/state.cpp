@@ -43,23 +43,10 @@ void ShowState(const std::function<void()>& show)
     }
 }
 
-std::string Printable(const std::string& text)
-{
-    unsigned char before = 0;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        const bool isC1 = before == 0xc2 && byte < 0xa0;
-        if (byte < ' ' || byte == 0x7f || isC1)
-            return ordered_json(text).dump(-1, ' ', true);
-        before = byte;
-    }
-    return text;
-}
-
 std::string OwnerText(const ordered_json& thing)
 {
     const ordered_json& owner = thing.at("owner");
-    return Printable(owner.at("procName").get<std::string>()) + '[' + owner.at("process").dump() + ']';
+    return owner.at("procName").get<std::string>() + '[' + owner.at("process").dump() + ']';
 }
 
 std::string SourceText(const ordered_json& picture)

@@ -43,9 +43,6 @@ inline constexpr Section kUvcStreams{"uvcStreams", "UVC streams", "UVC stream", 
 /// Calls @p show and turns members that are missing or of other types into an error that says so.
 void ShowState(const std::function<void()>& show);
 
-/// Text of a client as one that a terminal can show: in quotes and with escapes if it has to be.
-std::string Printable(const std::string& text);
-
 /// "tour[812]"
 std::string OwnerText(const nlohmann::ordered_json& thing);
 

@@ -1,6 +1,7 @@
 // Rows of text with aligned columns.
 #include "tools/veskctl/table.h"
 
+#include "base/text.h"
 #include "tools/veskctl/output.h"
 
 #include <algorithm>
@@ -10,8 +11,10 @@ namespace vesk::ctl {
 void Table::Add(std::vector<std::string> row)
 {
     widths_.resize(std::max(widths_.size(), row.size()));
-    for (size_t i = 0; i < row.size(); ++i)
+    for (size_t i = 0; i < row.size(); ++i) {
+        row[i] = Printable(row[i]); // which may be wider
         widths_[i] = std::max(widths_[i], row[i].size());
+    }
     rows_.push_back(std::move(row));
 }
 

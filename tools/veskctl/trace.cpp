@@ -2,6 +2,7 @@
 #include "tools/recording/reader.h"
 #include "tools/recording/writer.h"
 #include "tools/veskctl/commands.h"
+#include "tools/veskctl/output.h"
 #include "tools/veskctl/program.h"
 #include "tools/veskctl/program_text.h"
 #include "tools/veskctl/transcript.h"
@@ -78,7 +79,7 @@ public:
                     transcript.Add(std::move(*event));
             }
         } catch (const Error& error) {
-            std::fprintf(stderr, "veskctl: %s\n", error.what());
+            PrintError(error.what());
         }
         constexpr off_t kPage = 4096;
         if (const off_t end = offset_ / kPage * kPage; end > forgotten_) {
@@ -129,7 +130,7 @@ int RunTrace(Settings& settings, const Options& options)
             recording::ReadFile(options.file,
                                 [&](recording::Event&& event) { transcript.Add(std::move(event)); });
         } catch (const Error& error) {
-            std::fprintf(stderr, "veskctl: %s\n", error.what());
+            PrintError(error.what());
         }
     }
     transcript.Finish();

@@ -3,6 +3,7 @@
 
 #include "decoder/json.h"
 #include "tools/veskctl/failure.h"
+#include "tools/veskctl/output.h"
 
 #include <algorithm>
 #include <cinttypes>
@@ -144,13 +145,12 @@ void Transcript::Show(const Exchange& exchange)
     if (out_ == nullptr)
         return;
     if (settings_.json) {
-        std::fprintf(out_, "%s\n", Dump(ExchangeJson(exchange, message, answered)).c_str());
+        PutLine(out_, Dump(ExchangeJson(exchange, message, answered)));
         return;
     }
     const char* direction = begin.isSent ? (begin.kind == Kind::kNotification ? "-> " : "") : "<- ";
-    std::fprintf(out_, "%s%s%s%s%s\n", Origin(begin).c_str(), direction,
-                 begin.kind == Kind::kAnswer ? (message.Title() + " -> ").c_str() : "",
-                 Line(decoder, message).c_str(), Ending(exchange, decoder, answered).c_str());
+    PutLine(out_, Origin(begin) + direction + (begin.kind == Kind::kAnswer ? message.Title() + " -> " : "") +
+                      Line(decoder, message) + Ending(exchange, decoder, answered));
 }
 
 void Transcript::ShowNote(const Event& note)
@@ -160,10 +160,10 @@ void Transcript::ShowNote(const Event& note)
     if (settings_.json) {
         ordered_json json = EventJson(note);
         json["note"] = note.comment;
-        std::fprintf(out_, "%s\n", Dump(json).c_str());
+        PutLine(out_, Dump(json));
         return;
     }
-    std::fprintf(out_, "%s-- %s\n", Origin(note).c_str(), note.comment.c_str());
+    PutLine(out_, Origin(note) + "-- " + note.comment);
 }
 
 void Transcript::Count(const Exchange& exchange, const Decoded& message, bool isFailed)
@@ -184,7 +184,7 @@ void Transcript::Summarize(std::FILE* out) const
         return;
     ordered_json rows = ordered_json::array();
     if (!settings_.json)
-        std::fprintf(out, "%-32s %9s %9s %10s %10s %10s  (ms)\n", "request", "calls", "failures", "median",
+        PutFormatted(out, "%-32s %9s %9s %10s %10s %10s  (ms)", "request", "calls", "failures", "median",
                      "99%", "longest");
     for (const auto& [name, tally] : tallies_) {
         std::vector<uint64_t> sorted = tally.durationsNs;
@@ -202,11 +202,11 @@ void Transcript::Summarize(std::FILE* out) const
                                    {"p99Ms", quantile(99)},
                                    {"longestMs", quantile(100)}}));
         else
-            std::fprintf(out, "%-32s %9zu %9" PRIu64 " %10.3f %10.3f %10.3f\n", name.c_str(), calls,
+            PutFormatted(out, "%-32s %9zu %9" PRIu64 " %10.3f %10.3f %10.3f", name.c_str(), calls,
                          tally.failures, quantile(50), quantile(99), quantile(100));
     }
     if (settings_.json)
-        std::fprintf(out, "%s\n", Dump(Object({{"summary", rows}})).c_str());
+        PutLine(out, Dump(Object({{"summary", rows}})));
 }
 
 } // namespace vesk::ctl

@@ -1,6 +1,7 @@
 // The subcommand "with-device": runs a command with a virtual device of its own.
 #include "tools/veskctl/client.h"
 #include "tools/veskctl/commands.h"
+#include "tools/veskctl/output.h"
 #include "tools/veskctl/program.h"
 
 #include <fcntl.h>
@@ -72,7 +73,11 @@ public:
         return text;
     }
 
-    void Show() const { std::fprintf(stderr, "veskctl: the service's log:\n%s", Text().c_str()); }
+    void Show() const
+    {
+        PrintError("the service's log:");
+        PutLines(stderr, Text());
+    }
 
 private:
     int file_;
@@ -137,7 +142,7 @@ public:
         const std::optional<int> status = program_.Status();
         if (!status || std::exchange(isKnownToHaveEnded_, true))
             return;
-        std::fprintf(stderr, "veskctl: the service has ended before the command, with status %d\n", *status);
+        PrintError("the service has ended before the command, with status " + std::to_string(*status));
     }
 
     /// Ends it. Says so and returns false if that is not in order.
@@ -154,9 +159,9 @@ public:
         if (status == kDone)
             return true;
         if (status)
-            std::fprintf(stderr, "veskctl: the service ended with status %d\n", *status);
+            PrintError("the service ended with status " + std::to_string(*status));
         else
-            std::fprintf(stderr, "veskctl: the service does not end; it is killed\n");
+            PrintError("the service does not end; it is killed");
         return false;
     }
 
