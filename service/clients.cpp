@@ -3,7 +3,6 @@
 
 #include "base/envelope.h"
 #include "service/log.h"
-#include "service/process.h"
 #include "vesk_host/message.h"
 
 #include <fcntl.h>
@@ -82,14 +81,6 @@ bool IsClientName(std::string_view name)
     return !name.empty() && name.size() < VESK_VIDEO_NAME_SIZE && IsPrintable(name);
 }
 
-bool Clients::Client::IsAlive() const
-{
-    const uint64_t now = StartOf(process);
-    // One that was dead already when its request was handled has no start either.
-    const bool isGone = process > 0 && now == 0;
-    return !isGone && (now == start || now == kUnknownStart || start == kUnknownStart);
-}
-
 std::string Clients::FileName() const
 {
     std::string name = self_.procName + '.' + self_.taskName + ".clients";
@@ -107,11 +98,7 @@ try {
         if (!std::getline(fields, procName, '\t') || !std::getline(fields, client.taskName, '\t') ||
             !(fields >> client.process) || !IsClientName(procName) || !IsClientName(client.taskName))
             continue;
-        client.start = client.process > 0 ? StartOf(client.process) : 0;
-        uint64_t savedStart = 0; // tells the client from a later process of its number
-        const bool isAnother = fields >> savedStart && savedStart != kUnknownStart &&
-                               client.start != kUnknownStart && savedStart != client.start;
-        if (client.start != 0 && !isAnother)
+        if (client.process != 0 && client.IsAlive())
             clients_[procName] = client;
     }
 } catch (const std::exception& error) {
@@ -122,7 +109,7 @@ void Clients::Save()
 try {
     std::ostringstream text;
     for (const auto& [procName, client] : clients_)
-        text << procName << '\t' << client.taskName << '\t' << client.process << '\t' << client.start << '\n';
+        text << procName << '\t' << client.taskName << '\t' << client.process << '\n';
     const std::string name = FileName();
     const int error = WriteFile(name, text.str());
     if (std::exchange(isSaved_, error == 0) && error != 0)
@@ -131,28 +118,27 @@ try {
     LOG(kError, "the clients cannot be written: %s", error.what());
 }
 
-Result Clients::Add(const std::string& procName, const std::string& taskName, pid_t process)
+Result Clients::Add(const std::string& procName, const std::string& taskName, HostProcess process)
 {
     const auto known = clients_.find(procName);
     if (known != clients_.end() && known->second.process != process && known->second.IsAlive()) {
-        LOG(kError, "%s.%s is already served by process %d; process %d receives no notifications",
-            procName.c_str(), taskName.c_str(), known->second.process, process);
+        LOG(kError, "%s.%s is already served by process %u; process %u receives no notifications",
+            procName.c_str(), taskName.c_str(), HostProcessNumber(known->second.process),
+            HostProcessNumber(process));
         return VESK_SERVICE_ERR_BUSY;
     }
-    Client client{taskName, process, StartOf(process)};
-    if (known != clients_.end() && known->second.start == client.start) { // it counts on when it comes again
+    Client client{taskName, process};
+    if (known != clients_.end() && known->second.process == process) { // it counts on when it comes again
         client.sent = known->second.sent;
         client.dropped = known->second.dropped;
     }
     if (clients_.size() >= kMost)
         std::erase_if(clients_, [](const auto& entry) { return !entry.second.IsAlive(); });
-    const auto isOwn = [process](const auto& entry) { // one of another namespace has no number
-        return process > 0 && entry.second.process == process;
-    };
+    const auto isOwn = [process](const auto& entry) { return entry.second.process == process; };
     const long own = std::count_if(clients_.begin(), clients_.end(), isOwn);
     if ((own >= kMostOfAProcess || clients_.size() >= kMost) && !IsKnown(procName)) {
-        LOG(kError, "%s of process %d is refused as a client: the process has %ld names, the service %zu",
-            procName.c_str(), process, own, clients_.size());
+        LOG(kError, "%s of process %u is refused as a client: the process has %ld names, the service %zu",
+            procName.c_str(), HostProcessNumber(process), own, clients_.size());
         return VESK_SERVICE_ERR_ROOM;
     }
     clients_.insert_or_assign(procName, std::move(client));
@@ -160,7 +146,7 @@ Result Clients::Add(const std::string& procName, const std::string& taskName, pi
     return kOk;
 }
 
-void Clients::Remove(const std::string& procName, pid_t process)
+void Clients::Remove(const std::string& procName, HostProcess process)
 {
     const auto known = clients_.find(procName);
     if (known == clients_.end() || known->second.process != process)

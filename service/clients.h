@@ -30,9 +30,9 @@ public:
     /// Makes a process known by a name. Refuses that, and logs it: with VESK_SERVICE_ERR_BUSY when another
     /// living process has the name, with VESK_SERVICE_ERR_ROOM when this process or the service has as many
     /// names as it may.
-    Result Add(const std::string& procName, const std::string& taskName, pid_t process);
+    Result Add(const std::string& procName, const std::string& taskName, HostProcess process);
     /// Forgets a name that @p process has.
-    void Remove(const std::string& procName, pid_t process);
+    void Remove(const std::string& procName, HostProcess process);
     bool IsKnown(const std::string& procName) const { return clients_.count(procName) != 0; }
 
     std::vector<std::string> Names() const;
@@ -45,12 +45,11 @@ public:
 
     struct Client {
         std::string taskName;
-        pid_t process;
-        uint64_t start;    ///< Of the process.
+        HostProcess process;
         uint64_t sent = 0; ///< Notifications.
         uint64_t dropped = 0;
 
-        bool IsAlive() const;
+        bool IsAlive() const { return HostProcessIsAlive(process) != 0; }
     };
     using Map = std::map<std::string, Client>;
     const Map& All() const { return clients_; }

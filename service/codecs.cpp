@@ -78,7 +78,7 @@ Codecs::Codecs(Notifications& notifications, const DeviceDescription& device)
 {
 }
 
-void Codecs::Release(pid_t process)
+void Codecs::Release(HostProcess process)
 {
     encoders.Release(process);
     decoders.Release(process);

@@ -57,7 +57,7 @@ class Codecs {
 public:
     Codecs(Notifications& notifications, const DeviceDescription& device);
 
-    void Release(pid_t process);
+    void Release(HostProcess process);
 
     Numbered<EncoderChannel> encoders;
     Numbered<DecoderChannel> decoders;

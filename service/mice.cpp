@@ -9,7 +9,7 @@ Result RemoteMouse::Start()
     return decStmNo != 0 ? Startable::Start() : Result{VESK_SERVICE_ERR_STATE};
 }
 
-void Mice::Release(pid_t process)
+void Mice::Release(HostProcess process)
 {
     remote.Release(process);
     local.Release(process);

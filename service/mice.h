@@ -27,7 +27,7 @@ public:
         : remote(limits.mice), local(limits.mice), codecs_(&codecs)
     {
     }
-    void Release(pid_t process);
+    void Release(HostProcess process);
 
     Numbered<RemoteMouse> remote;
     Numbered<LocalMouse> local;

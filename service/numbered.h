@@ -1,7 +1,6 @@
 // Things of the model that clients create and name by a number.
 #pragma once
 
-#include "service/process.h"
 #include "service/request.h"
 
 #include <map>
@@ -65,21 +64,21 @@ public:
     /// Erases a thing whose owner has ended; VESK_SERVICE_ERR_BUSY while it lives.
     Result Reclaim(const Thing& thing)
     {
-        if (IsAlive(thing.owner.process))
+        if (HostProcessIsAlive(thing.owner.process) != 0)
             return VESK_SERVICE_ERR_BUSY;
         Erase(thing);
         return kOk;
     }
 
     /// Erases what a process has created.
-    void Release(pid_t process)
+    void Release(HostProcess process)
     {
         std::erase_if(things_,
                       [process](const auto& entry) { return entry.second.owner.process == process; });
     }
 
     /// How many a process has.
-    size_t CountOf(pid_t process) const
+    size_t CountOf(HostProcess process) const
     {
         return static_cast<size_t>(
             std::count_if(things_.begin(), things_.end(),
@@ -97,13 +96,12 @@ private:
     {
         if (things_.size() < most_)
             return true;
-        pid_t asked = 0; // neighbours often have the same owner
-        bool isAlive = true;
+        std::map<HostProcess, bool> isAlive; // asked once each, as an owner may have many
         std::erase_if(things_, [&](const auto& entry) {
-            const pid_t owner = entry.second.owner.process;
-            if (std::exchange(asked, owner) != owner)
-                isAlive = IsAlive(owner);
-            return !isAlive;
+            const auto [owner, isNew] = isAlive.try_emplace(entry.second.owner.process, true);
+            if (isNew)
+                owner->second = HostProcessIsAlive(owner->first) != 0;
+            return !owner->second;
         });
         return things_.size() < most_;
     }

@@ -22,7 +22,7 @@ class Overlays {
 public:
     explicit Overlays(const DeviceLimits& limits) : channels(limits.overlays) {}
 
-    void Release(pid_t process) { channels.Release(process); }
+    void Release(HostProcess process) { channels.Release(process); }
 
     Numbered<OverlayChannel> channels;
 

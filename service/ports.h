@@ -40,7 +40,7 @@ public:
         }
     }
 
-    void Release(pid_t process) { engines.Release(process); }
+    void Release(HostProcess process) { engines.Release(process); }
 
     Numbered<Engine> engines{kMaxPorts};
     const std::vector<Port>& All() const { return ports_; }

@@ -23,7 +23,8 @@ Result Queues::Announce(const Sender& sender, Argument<"queHandle"> queHandle)
         present != nullptr && announced.Reclaim(*present) != kOk)
         return kOk;
     if (announced.CountOf(sender.process) >= mostOwn_) {
-        LOG(kError, "queue %u refused: process %d has announced %zu queues", queue, sender.process, mostOwn_);
+        LOG(kError, "queue %u refused: process %u has announced %zu queues", queue,
+            HostProcessNumber(sender.process), mostOwn_);
         return VESK_SERVICE_ERR_ROOM;
     }
     return announced.CreateAt(queue, sender);

@@ -12,7 +12,7 @@ class Queues {
 public:
     explicit Queues(const DeviceLimits& limits) : announced(limits.queues), mostOwn_(limits.ownQueues) {}
 
-    void Release(pid_t process) { announced.Release(process); }
+    void Release(HostProcess process) { announced.Release(process); }
 
     Numbered<Owned> announced;
 

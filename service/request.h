@@ -3,10 +3,9 @@
 
 #include "base/bytes.h"
 #include "base/text.h"
+#include "vesk_host/message.h"
 #include "vesk_service/virtual_service.h"
 #include "vesk_video/message.h"
-
-#include <sys/types.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -28,7 +27,7 @@ inline constexpr Result kOk = 0;
 struct Sender {
     std::string procName;
     std::string taskName;
-    pid_t process = 0;
+    HostProcess process = 0;
 };
 
 /// A request whose payload has been checked.

@@ -7,8 +7,6 @@
 #include "service/request_table.h"
 #include "vesk_host/message.h"
 
-#include <unistd.h>
-
 #include <cstring>
 #include <utility>
 
@@ -19,7 +17,7 @@ namespace {
 Sender SenderOf(const OsMsgEnvelope& message)
 {
     return {std::string(TextIn(message.sendProcName)), std::string(TextIn(message.sendTaskName)),
-            HostMsgSenderProcess(&message)};
+            HostMsgSender(&message)};
 }
 
 } // namespace
@@ -142,7 +140,7 @@ Result Service::Init(const Sender& sender, const VeskVideoInitInfo& info)
 
 Result Service::Exit(const Sender& sender)
 {
-    const pid_t process = sender.process;
+    const HostProcess process = sender.process;
     outputs.Release(process);
     inputs.Release(process);
     codecs.Release(process);
@@ -163,7 +161,8 @@ Result Service::SetCallback(const Sender& sender, const VeskVideoCallbackInfo&)
 // To others than the service itself there is no such request.
 Result Service::Tick(const Sender& sender)
 {
-    return sender.process == getpid() ? kOk : Result{VESK_SERVICE_ERR_REQUEST}; // what is due is done already
+    // What is due is done already.
+    return sender.process == HostProcessSelf() ? kOk : Result{VESK_SERVICE_ERR_REQUEST};
 }
 
 } // namespace vesk::service

@@ -7,8 +7,6 @@
 #include "steering/fault.h"
 #include "vesk_service/control_list.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 
 namespace vesk::service {
@@ -21,7 +19,7 @@ namespace {
 
 ordered_json Owner(const Sender& owner)
 {
-    return Object({{"procName", owner.procName}, {"process", owner.process}});
+    return Object({{"procName", owner.procName}, {"process", HostProcessNumber(owner.process)}});
 }
 
 /// A list with an entry for each thing: its number, its owner, whether it is started if it can be, and what
@@ -113,7 +111,7 @@ ordered_json Document::Describe()
     return Object({
         {"service", Object({{"procName", service_.Self().procName},
                             {"taskName", service_.Self().taskName},
-                            {"process", getpid()}})},
+                            {"process", HostProcessNumber(HostProcessSelf())}})},
         {"time", DescribeTime()},
         {"inputs", DescribeInputs()},
         {"inputEngines", DescribeInputEngines()},
@@ -346,7 +344,7 @@ ordered_json Document::DescribeClients()
     for (const auto& [procName, client] : service_.clients.All())
         list.push_back(Object({{"procName", procName},
                                {"taskName", client.taskName},
-                               {"process", client.process},
+                               {"process", HostProcessNumber(client.process)},
                                {"notificationsSent", client.sent},
                                {"notificationsDropped", client.dropped}}));
     return list;
@@ -394,7 +392,7 @@ ordered_json Document::DescribeWatchers()
     for (const auto& watcher : service_.watchers.All())
         list.push_back(Object({{"procName", watcher.task.procName},
                                {"taskName", watcher.task.taskName},
-                               {"process", watcher.task.process},
+                               {"process", HostProcessNumber(watcher.task.process)},
                                {"lost", watcher.lost}}));
     return list;
 }

@@ -23,7 +23,7 @@ Result UvcStream::ForceKeyFrame()
     return kOk;
 }
 
-void Uvc::Release(pid_t process)
+void Uvc::Release(HostProcess process)
 {
     users_.erase(process);
     streams.Release(process);
@@ -31,7 +31,7 @@ void Uvc::Release(pid_t process)
 
 Result Uvc::Init(const Sender& sender)
 {
-    std::erase_if(users_, [](pid_t user) { return !IsAlive(user); });
+    std::erase_if(users_, [](HostProcess user) { return HostProcessIsAlive(user) == 0; });
     users_.insert(sender.process);
     return kOk;
 }

@@ -23,7 +23,7 @@ class Uvc {
 public:
     explicit Uvc(const DeviceLimits& limits) : streams(limits.uvc, 0) {}
 
-    void Release(pid_t process);
+    void Release(HostProcess process);
 
     Numbered<UvcStream> streams;
 
@@ -32,10 +32,10 @@ public:
     Result Open(const Sender&, uint32_t* uvcStmNo);
 
     /// Processes that have initialised it.
-    const std::set<pid_t>& Users() const { return users_; }
+    const std::set<HostProcess>& Users() const { return users_; }
 
 private:
-    std::set<pid_t> users_;
+    std::set<HostProcess> users_;
 };
 
 } // namespace vesk::service

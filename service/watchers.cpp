@@ -3,7 +3,6 @@
 
 #include "base/envelope.h"
 #include "service/clients.h"
-#include "service/process.h"
 #include "vesk_host/message.h"
 
 #include <cstring>
@@ -30,7 +29,7 @@ Result Watchers::Watch(const Sender& sender, Argument<"enable"> enable)
     std::erase_if(watchers_, [&](const Watcher& watcher) {
         const bool isSame =
             watcher.task.procName == sender.procName && watcher.task.taskName == sender.taskName;
-        return isSame || !IsAlive(watcher.task.process);
+        return isSame || HostProcessIsAlive(watcher.task.process) == 0;
     });
     if (enable == 0)
         return kOk;
@@ -96,7 +95,7 @@ void Watchers::Notified(const Sender& client, uint32_t notifyId, uint32_t platfo
 
 void Watchers::Show(VeskControlMessage shown, const Sender& peer, std::span<const std::byte> data)
 try {
-    shown.process = static_cast<uint32_t>(peer.process);
+    shown.process = HostProcessNumber(peer.process);
     shown.dataLen = static_cast<uint32_t>(data.size());
     PutText(shown.procName, peer.procName);
     PutText(shown.taskName, peer.taskName);
@@ -140,7 +139,7 @@ bool Watchers::ShowTo(Watcher& watcher, Bytes& block)
     ++watcher.lost;
     const auto end = steady_clock::now();
     watcher.pausedUntil = end + kPause * (end - begin);
-    return ret != HOST_MSG_ERR_ABSENT || IsAlive(watcher.task.process);
+    return ret != HOST_MSG_ERR_ABSENT || HostProcessIsAlive(watcher.task.process) != 0;
 }
 
 } // namespace vesk::service

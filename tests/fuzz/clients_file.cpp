@@ -15,7 +15,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
     std::string text;
     while (input.remaining_bytes() != 0) { // lines that are nearly right
         text += input.ConsumeRandomLengthString(20);
-        text += input.PickValueInArray({"\t", "\n", "\tVAPI\t1\n", "\tVAPI\t-1\n", "\tVAPI\t99999999999\n"});
+        text += input.PickValueInArray(
+            {"\t", "\n", "\tVAPI\t1\n", "\tVAPI\t-1\n", "\tVAPI\t99999999999999999999\n"});
     }
     std::ofstream(path, std::ios::binary) << text;
     const Identity self{"VIDEO", "VCTL"};
@@ -25,7 +26,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
     for (const std::string& name : read.Names())
         read.Send(name, VESK_VIDEO_ON_VIDEO_ACTIVATE_NOTIFY, vesk::BytesOf(VeskVideoMsgHead{}));
     CHECK(!read.IsKnown(""));
-    const Result added = read.Add("added", "VAPI", getpid());
+    const Result added = read.Add("added", "VAPI", HostProcessSelf());
     CHECK(added == kOk || added == VESK_SERVICE_ERR_BUSY || added == VESK_SERVICE_ERR_ROOM);
     Clients again(self, watchers);
     again.Restore();

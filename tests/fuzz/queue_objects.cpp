@@ -39,7 +39,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
     static const uint32_t first = QueueOfAnother();
     static const int file = [] {
         for (const auto& entry : std::filesystem::directory_iterator(RuntimeDir())) {
-            if (entry.path().filename().string().find("queues-") == 0)
+            if (entry.path().filename().string().find("process-") == 0)
                 return open(entry.path().c_str(), O_RDWR);
         }
         return -1;

@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <tuple>
 
 #include <fcntl.h>
@@ -17,8 +18,8 @@ FORKED_TEST(HostMessage, PeersComeAndGo)
     EXPECT_EQ(g_lines, std::vector<std::string>{"nobody serves peer.task in " + directory.path}); // once
     const Handler sayProcess = [](OsMsgEnvelope* message) {
         const OsMsgEnvelope other = *message;
-        const std::string text = std::to_string(HostMsgSenderProcess(message)) + ", not " +
-                                 std::to_string(HostMsgSenderProcess(&other));
+        const std::string text = std::to_string(HostProcessNumber(HostMsgSender(message))) + ", not " +
+                                 std::to_string(HostMsgSender(&other));
         return HostMsgReply(message, text.data(), static_cast<uint32_t>(text.size()));
     };
     const auto ask = [] { EXPECT_EQ(Ask("peer").data, std::to_string(getpid()) + ", not 0"); };
@@ -36,6 +37,46 @@ FORKED_TEST(HostMessage, PeersComeAndGo)
                "peer.task is already served by process " + std::to_string(peer.Process()));
     });
     ask();
+}
+
+FORKED_TEST(HostMessage, WhatKilledProcessesHaveLeftIsRemovedByTheNextThatServes)
+{
+    const Child peer = Serve();
+    const auto name = [](const char* as) { return Ask("peer", 5, "", 5000, "task", as).result; };
+    const Served inbox("inbox", Echo);
+    EXPECT_EQ(name("living"), 0U);
+    std::string left; // of its own process
+    {
+        Child killed = Prepared([&] { EXPECT_EQ(OsMsgRegTask("other", 1, Echo) + name("killed"), 0U); });
+        left = directory.File("process-" + std::to_string(killed.Process()));
+        EXPECT_EQ(access(left.c_str(), F_OK), 0);
+    }
+    EXPECT_EQ(access(directory.File("killed.other").c_str(), F_OK), 0);
+    std::ofstream(directory.File("no.socket"));
+    EXPECT_EQ(name("next"), 0U);
+    EXPECT_NE(access(left.c_str(), F_OK), 0);
+    EXPECT_NE(access(directory.File("killed.other").c_str(), F_OK), 0);
+    EXPECT_EQ(access(directory.File("no.socket").c_str(), F_OK), 0);
+    EXPECT_EQ(Ask("living", 5, "still", 5000, "inbox").data, "still");
+    EXPECT_EQ(HostProcessIsAlive(HostProcessSelf()), 1);
+}
+
+FORKED_TEST(HostMessage, AnApplicationThatClosesAllDescriptorsStaysWhoItIs)
+{
+    const Child peer = Serve([](OsMsgEnvelope* message) {
+        const HostProcess sender = HostMsgSender(message);
+        return HostMsgReply(message, &sender, sizeof sender);
+    });
+    InFork([] {
+        const HostProcess self = HostProcessSelf();
+        const std::string id(reinterpret_cast<const char*>(&self), sizeof self);
+        EXPECT_EQ(Ask("peer").data, id);
+        EXPECT_EQ(close_range(3, ~0U, 0), 0);
+        const int file = open("/dev/null", O_RDONLY | O_CLOEXEC); // takes a number that the platform had
+        EXPECT_EQ(Ask("peer").data, id);
+        EXPECT_EQ(fcntl(file, F_GETFD), FD_CLOEXEC); // and keeps it
+        InFork([&] { EXPECT_EQ(HostProcessIsAlive(self), 1); });
+    });
 }
 
 FORKED_TEST(HostMessage, ProcessesAreNamedByTheirFirstMessage)

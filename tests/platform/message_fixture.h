@@ -2,7 +2,7 @@
 #pragma once
 
 #include "message/frame.h"
-#include "process/unique_fd.h"
+#include "runtime/unique_fd.h"
 #include "support/processes.h"
 #include "vesk_host/message.h"
 
@@ -180,15 +180,16 @@ struct HostMessage {
     }
 };
 
-/// A message as it travels: @p data after a head that announces @p dataLen bytes.
+/// A message as it travels: @p data after a head that announces @p dataLen bytes. Its sender is by default a
+/// process that has ended.
 inline std::string Raw(uint32_t dataLen, const std::string& data, uint32_t type = OS_MSG_SYNCHRONOUS,
-                       uint32_t msgId = 5, uint64_t sequence = 1)
+                       uint32_t msgId = 5, uint64_t sequence = 1, HostProcess sender = 1)
 {
     OsMsgEnvelope envelope{};
     envelope.type = type;
     envelope.msgId = msgId;
     envelope.dataLen = dataLen;
-    const FrameHead head = FrameHead::Of(envelope, sequence);
+    const FrameHead head = FrameHead::Of(envelope, sequence, sender);
     return std::string(reinterpret_cast<const char*>(&head), sizeof head) + data;
 }
 

@@ -20,10 +20,13 @@ FORKED_TEST(HostMessage, AServingTaskOutlivesWhatItsClientsDo)
     } cases[] = {
         {{Raw(0, "", OS_MSG_ASYNCHRONOUS)}, "", false},
         {{""}, ""},
-        {{Raw(1000, "some"), ""}, "peer.task: a message broke off after 180 bytes"},
-        {{Raw(1000, "some data"), "and more"}, "peer.task: a message broke off after 193 bytes", false},
+        {{Raw(1000, "some"), ""}, "peer.task: a message broke off after 188 bytes"},
+        {{Raw(1000, "some data"), "and more"}, "peer.task: a message broke off after 201 bytes", false},
         {{Raw(kMaxDataLen + 1, "")}, garbage},
         {{Raw(0, "", 2)}, garbage},
+        {{Raw(0, "", OS_MSG_ASYNCHRONOUS, 5, 1, HostProcessSelf())}, "", false},
+        {{Raw(0, "", OS_MSG_ASYNCHRONOUS, 5, 1, 0)}, garbage},
+        {{Raw(0, "", OS_MSG_ASYNCHRONOUS), Raw(0, "", OS_MSG_ASYNCHRONOUS, 5, 2, 2)}, garbage},
         {{'x' + Raw(0, "").substr(1)}, garbage},
         {{Raw(0, "").substr(0, 7)}, garbage},
         {{Raw(4, "surplus")}, garbage},
@@ -38,6 +41,10 @@ FORKED_TEST(HostMessage, AServingTaskOutlivesWhatItsClientsDo)
         EXPECT_EQ(Ask("peer").data, "question");
         peer.ExpectOutput(line);
     }
+    InFork([&, another = HostProcessSelf()] { // which lives
+        EXPECT_TRUE(IsClosedOn(Connected({Raw(0, "", OS_MSG_ASYNCHRONOUS, 5, 1, another)})));
+        peer.ExpectOutput("peer.task: process " + std::to_string(getpid()) + " sent garbage");
+    });
     const UniqueFd connection = Connected({Raw(4, "slow"), Raw(4, "fast")}); // answered one after the other
     EXPECT_TRUE(ReadMessage(connection) && ReadMessage(connection));
     // What was sent before the connection was closed with an answer unread is taken in all the same.
@@ -47,7 +54,7 @@ FORKED_TEST(HostMessage, AServingTaskOutlivesWhatItsClientsDo)
     SendPacket(hasty, Raw(1000, "so"));
     hasty.Close();
     kill(peer.Process(), SIGCONT);
-    peer.ExpectOutput("peer.task: a message broke off after 178 bytes");
+    peer.ExpectOutput("peer.task: a message broke off after 186 bytes");
 }
 
 FORKED_TEST(HostMessage, ATaskThatDoesNotKeepUpLosesNothing)

@@ -447,33 +447,29 @@ FORKED_TEST(Application, WhatItHeldIsFreeOnceItHasLeftOrIsDead)
     FillAll(2);
 }
 
+constexpr HostProcess kDead = 1; // in an empty runtime directory
+
 // A process that is given the number of a dead one may have been no user at all.
-TEST(UvcModel, ADeadUserIsForgottenWhenAnotherComes)
+FORKED_TEST(Application, ADeadUserOfUvcIsForgottenWhenAnotherComes)
 {
     vesk::service::Uvc uvc(vesk::service::DefaultDevice().limits);
-    Child user([] { pause(); });
-    const vesk::service::Sender dead{"dead", "", user.Process()}, living{"living", "", getpid()};
+    const vesk::service::Sender dead{"dead", "", kDead}, living{"living", "", HostProcessSelf()};
     uint32_t stream = 0;
     EXPECT_EQ(uvc.Init(dead), 0U);
     EXPECT_EQ(uvc.Open(dead, &stream), 0U);
-    user.Wait(SIGKILL);
     EXPECT_EQ(uvc.Init(living), 0U);
     EXPECT_EQ(uvc.Open(dead, &stream), VESK_SERVICE_ERR_STATE);
     EXPECT_EQ(uvc.Open(living, &stream), 0U);
 }
 
-TEST(ClientsModel, ANameOfOneThatDiedBeforeItsRequestWasHandledIsFree)
+FORKED_TEST(Application, ANameOfOneThatDiedBeforeItsRequestWasHandledIsFree)
 {
-    const RuntimeDir directory;
     const vesk::service::Identity self{"VIDEO", "VCTL"};
     vesk::service::Watchers watchers(self);
     vesk::service::Clients clients(self, watchers);
-    Child client([] { pause(); });
-    const pid_t process = client.Process();
-    client.Wait(SIGKILL);
-    EXPECT_EQ(clients.Add("app", "VAPI", process), vesk::service::kOk);
-    EXPECT_EQ(clients.Add("app", "VAPI", getpid()), vesk::service::kOk);
-    EXPECT_EQ(clients.Add("app", "VAPI", getppid()), uint32_t{VESK_SERVICE_ERR_BUSY});
+    EXPECT_EQ(clients.Add("app", "VAPI", kDead), vesk::service::kOk);
+    EXPECT_EQ(clients.Add("app", "VAPI", HostProcessSelf()), vesk::service::kOk);
+    EXPECT_EQ(clients.Add("app", "VAPI", kDead), uint32_t{VESK_SERVICE_ERR_BUSY});
 }
 
 FORKED_TEST(VideoService, EveryRequestRefusesPayloadsOfAnotherLengthAndUnknownNumbers)

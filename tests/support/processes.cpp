@@ -136,7 +136,7 @@ std::multiset<std::string> OpenDescriptors()
         std::error_code isClosed; // meanwhile, by another thread
         const std::string target = std::filesystem::read_symlink(entry, isClosed);
         if (!isClosed && target.find("anon_inode:[event") != 0 && target.find("/proc/") != 0 &&
-            target.find("/queues-") == target.npos)
+            target.find("/process-") == target.npos)
             open.insert(target);
     }
     return open;

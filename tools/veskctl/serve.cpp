@@ -86,7 +86,7 @@ public:
 
     void Handle(OsMsgEnvelope& message)
     {
-        const int process = HostMsgSenderProcess(&message);
+        const HostProcess process = HostMsgSender(&message);
         Application& application = ApplicationOf(process, message);
         const auto* data = static_cast<const std::byte*>(message.data);
         const Bytes live(data, data + message.dataLen);
@@ -110,7 +110,7 @@ public:
     {
         const std::lock_guard guard(lock_);
         return hasBegun_ && std::all_of(applications_.begin(), applications_.end(), [](const auto& entry) {
-                   return kill(entry.first, 0) != 0 && errno == ESRCH;
+                   return HostProcessIsAlive(entry.first) == 0;
                });
     }
 
@@ -135,7 +135,7 @@ public:
     }
 
 private:
-    Application& ApplicationOf(int process, const OsMsgEnvelope& message)
+    Application& ApplicationOf(HostProcess process, const OsMsgEnvelope& message)
     {
         const std::lock_guard guard(lock_);
         hasBegun_ = true;
@@ -255,11 +255,13 @@ private:
             application.position = std::max(position, static_cast<size_t>(at - turns.begin()) + 1);
     }
 
-    void Refuse(OsMsgEnvelope& message, const Bytes& live, int process)
+    void Refuse(OsMsgEnvelope& message, const Bytes& live, HostProcess process)
     {
         ++unknown_;
         Complain("not in the recording", message.msgId, live,
-                 std::string(TextIn(message.sendProcName)) + '[' + std::to_string(process) + ']', "");
+                 std::string(TextIn(message.sendProcName)) + '[' +
+                     std::to_string(HostProcessNumber(process)) + "]",
+                 "");
         if (message.type != OS_MSG_SYNCHRONOUS)
             return;
         VeskVideoMsgHead head{};
@@ -293,7 +295,7 @@ private:
     std::vector<bool> isUsed_;                 ///< By turn.
     std::map<std::pair<uint32_t, Bytes>, std::vector<size_t>> turnsWith_; ///< By number and contents.
     std::mutex lock_; ///< Guards what the thread that waits for the end also looks at.
-    std::map<int, Application> applications_; ///< By process.
+    std::map<HostProcess, Application> applications_; ///< By process.
     bool hasBegun_ = false;
     uint64_t requests_ = 0;
     uint64_t unknown_ = 0;

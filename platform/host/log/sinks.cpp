@@ -4,7 +4,7 @@
 #include "base/text.h"
 #include "log/settings.h"
 #include "platform/os_log.h"
-#include "process/fork.h"
+#include "runtime/fork.h"
 
 #include <spdlog/logger.h>
 #include <spdlog/sinks/null_sink.h>

@@ -2,7 +2,9 @@
 #include "message/connection.h"
 
 #include "message/deferred.h"
-#include "message/report.h"
+#include "runtime/directory.h"
+#include "runtime/process.h"
+#include "runtime/report.h"
 
 #include <sys/epoll.h>
 #include <sys/socket.h>
@@ -57,6 +59,10 @@ void Connection::Read()
 {
     // A peer that never stops sending must not starve the others.
     constexpr int kReadsAtOnce = 64;
+    if (sender_ == 0 && socket_.IsOpen() && !Identify()) {
+        inbox_->CallLater(number_);
+        return;
+    }
     for (int reads = 0; socket_.IsOpen() && !owesAnswer_; ++reads) {
         if (!inbox_->HasRoom() || reads == kReadsAtOnce) {
             inbox_->PutOff(number_, isAbandoned_); // its sender may go on over another connection
@@ -88,9 +94,25 @@ void Connection::Read()
     }
 }
 
+/// Takes in which process is at the other end, unless another lives that is the one it says to be. False when
+/// there is no descriptor or memory to find out with.
+bool Connection::Identify()
+try {
+    FrameHead head;
+    if (recv(socket_.Get(), &head, sizeof head, MSG_PEEK | MSG_DONTWAIT) != ssize_t{sizeof head})
+        return true;
+    const UniqueFd directory = OpenRuntimeDir();
+    const auto holder = directory.IsOpen() ? HolderOf(directory, head.sender) : std::nullopt;
+    if (holder == peer_ || holder == kNobody) // it may have ended since
+        sender_ = head.sender;
+    return holder.has_value();
+} catch (const std::bad_alloc&) {
+    return false;
+}
+
 bool Connection::Take(const FirstPacket& packet, size_t size)
 {
-    if (!packet.IsValid(size))
+    if (!packet.IsValid(size) || packet.head.sender == 0 || packet.head.sender != sender_)
         return false;
     const OsMsgEnvelope envelope = packet.head.Envelope();
     const size_t dataSize = size - sizeof packet.head;
@@ -98,7 +120,7 @@ bool Connection::Take(const FirstPacket& packet, size_t size)
         auto message = std::make_unique<Message>();
         message->envelope = envelope;
         message->sequence = packet.head.sequence;
-        message->senderProcess = peer_;
+        message->sender = sender_;
         if (envelope.dataLen != 0) {
             message->data.reset(new std::byte[envelope.dataLen]);
             message->envelope.data = message->data.get();

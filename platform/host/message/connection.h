@@ -39,6 +39,7 @@ public:
 
 private:
     void Read();
+    bool Identify();
     bool Take(const FirstPacket& packet, size_t size);
     bool TakeRest(size_t size);
     void Deliver();
@@ -47,8 +48,9 @@ private:
     void Drop();
 
     UniqueFd socket_;
-    uint64_t number_ = 0; // of the inbox
-    const pid_t peer_;
+    uint64_t number_ = 0;    // of the inbox
+    const pid_t peer_;       // in this process's namespace; 0 when it has no number there
+    HostProcess sender_ = 0; // said by its first message
     const std::string endpoint_;
     const std::shared_ptr<Inbox> inbox_;
 

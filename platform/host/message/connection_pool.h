@@ -2,6 +2,7 @@
 #pragma once
 
 #include "message/endpoint.h"
+#include "vesk_host/message.h"
 
 #include <mutex>
 #include <thread>
@@ -13,6 +14,7 @@ namespace vesk::host {
 struct Outgoing {
     EndpointNames to = {};
     UniqueFd socket = {};
+    HostProcess sender = 0;           // what this process was when it connected
     bool isPooled = false;            // was used before: its peer may have gone
     int waitAtMostMs = 0;             // that a read waits; 0: for ever
     std::thread::id asyncSender = {}; // whose asynchronous messages may not have been read yet

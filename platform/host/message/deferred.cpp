@@ -1,7 +1,7 @@
 // The answers that this process owes.
 #include "message/deferred.h"
 
-#include "process/fork.h"
+#include "runtime/fork.h"
 
 #include <atomic>
 #include <cstddef>

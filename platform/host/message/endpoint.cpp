@@ -1,9 +1,9 @@
 // Names, connects to and serves the endpoints of one user.
 #include "message/endpoint.h"
 
-#include "message/report.h"
-#include "message/runtime_dir.h"
-#include "vesk_host/message.h"
+#include "runtime/directory.h"
+#include "runtime/process.h"
+#include "runtime/report.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -95,6 +95,20 @@ UniqueFd LockDirectory(const UniqueFd& directory, const Deadline& deadline)
     return file;
 }
 
+/// Removes the sockets and files of processes that were killed. The directory must be locked.
+void RemoveAbandoned(const UniqueFd& directory)
+{
+    // A socket of another type is refused by a living one for that very reason, and disturbs nobody.
+    const UniqueFd probe([] { return socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0); });
+    ForEachEntry(directory, [&](const dirent& entry) {
+        if (entry.d_type != DT_SOCK)
+            RemoveIfAbandoned(directory, entry.d_name);
+        else if (probe.IsOpen() && Connect(probe, AddressIn(directory, entry.d_name)) != 0 &&
+                 errno == ECONNREFUSED)
+            unlinkat(directory.Get(), entry.d_name, 0);
+    });
+}
+
 /// The number of a file, 0 when there is none.
 ino_t InodeOf(const UniqueFd& directory, const std::string& name)
 {
@@ -145,11 +159,14 @@ std::optional<pid_t> PeerOfThisUser(int socket)
 }
 
 uint32_t ConnectEndpoint(const std::string& endpoint, const std::optional<Deadline>& deadline,
-                         UniqueFd& socket)
+                         UniqueFd& socket, HostProcess& self)
 {
     const UniqueFd directory = OpenRuntimeDir();
     if (!directory.IsOpen())
         return HOST_MSG_ERR_DIRECTORY;
+    self = Self(directory).id;
+    if (self == 0)
+        return SystemFailure("file of this process for a connection", endpoint);
     UniqueFd connected = NewSocket(deadline ? 0 : SOCK_NONBLOCK);
     if (!connected.IsOpen())
         return SystemFailure("socket for a connection", endpoint);
@@ -192,13 +209,15 @@ uint32_t ServeEndpoint(const std::string& endpoint, const Deadline& deadline, Se
         return SystemFailure("socket", endpoint);
     if (Connect(probe, address) == 0 || errno == EAGAIN || errno == EPROTOTYPE) {
         const std::optional<pid_t> other = PeerOfThisUser(probe.Get()); // told by a connected socket only
-        const std::string name = other ? "process " + std::to_string(*other) : "another process";
+        const std::string name =
+            other.value_or(0) != 0 ? "process " + std::to_string(*other) : "another process";
         Report(kReportError, "%s is already served by %s", endpoint.c_str(), name.c_str());
         return HOST_MSG_ERR_TAKEN;
     }
     if (errno != ECONNREFUSED && errno != ENOENT) // it may be served
         return SystemFailure("connection", endpoint);
     unlinkat(directory.Get(), endpoint.c_str(), 0);
+    RemoveAbandoned(directory);
     UniqueFd listener = NewSocket(SOCK_NONBLOCK);
     if (!listener.IsOpen() ||
         bind(listener.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)

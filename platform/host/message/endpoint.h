@@ -3,7 +3,8 @@
 
 #include "message/deadline.h"
 #include "platform/os_msg.h"
-#include "process/unique_fd.h"
+#include "runtime/unique_fd.h"
+#include "vesk_host/message.h"
 
 #include <sys/types.h>
 
@@ -31,9 +32,9 @@ struct EndpointNames {
 };
 
 /// Connects to an endpoint of this user. Without a deadline it never waits. Logs the reason on failure.
-/// @return 0 and a blocking socket in @p socket, or a HostMsgResult.
+/// @return 0, a blocking socket in @p socket and what this process is in @p self; or a HostMsgResult.
 uint32_t ConnectEndpoint(const std::string& endpoint, const std::optional<Deadline>& deadline,
-                         UniqueFd& socket);
+                         UniqueFd& socket, HostProcess& self);
 
 /// A socket that listens, and the file that names it.
 struct ServedEndpoint {
@@ -41,15 +42,17 @@ struct ServedEndpoint {
     ino_t inode = 0;
 };
 
-/// Serves an endpoint: listens on its name, taking it over from a process that has died. Waits until @p
-/// deadline for others that bind or remove names. Logs the reason on failure.
+/// Serves an endpoint: listens on its name, taking it over from a process that has died, and removes whatever
+/// else such processes have left. Waits until @p deadline for others that bind or remove names. Logs the
+/// reason on failure.
 /// @return 0, or a HostMsgResult.
 uint32_t ServeEndpoint(const std::string& endpoint, const Deadline& deadline, ServedEndpoint& served);
 
 /// Removes an endpoint's name unless another process has it by now; to be called while it still listens.
 void RemoveEndpoint(const std::string& endpoint, const ServedEndpoint& served);
 
-/// The process at the other end when it belongs to this user, or nothing.
+/// The process at the other end when it belongs to this user, or nothing; 0 when it has no number in this
+/// process's namespace.
 std::optional<pid_t> PeerOfThisUser(int socket);
 
 /// Limits how long a call waits on a socket before it fails with EAGAIN; @p option is SO_RCVTIMEO or

@@ -4,6 +4,7 @@
 
 #include "message/deadline.h"
 #include "platform/os_msg.h"
+#include "vesk_host/message.h"
 
 #include <array>
 #include <cstddef>
@@ -15,14 +16,15 @@ namespace vesk::host {
 
 inline constexpr uint32_t kMaxDataLen = 4U << 20;
 
-/// The head: a mark that tells a frame from garbage, the number of a request that its answer repeats, then
-/// the envelope up to its pointer.
+/// The head: a mark that tells a frame from garbage, the number of a request that its answer repeats, the
+/// process that sends it (none in an answer), then the envelope up to its pointer.
 struct FrameHead {
     uint64_t mark;
     uint64_t sequence;
+    HostProcess sender;
     std::array<std::byte, offsetof(OsMsgEnvelope, data)> envelope;
 
-    static FrameHead Of(const OsMsgEnvelope& envelope, uint64_t sequence);
+    static FrameHead Of(const OsMsgEnvelope& envelope, uint64_t sequence, HostProcess sender);
 
     /// True for the right mark, a known type and an allowed length.
     bool IsValid() const;
@@ -30,7 +32,7 @@ struct FrameHead {
     /// The envelope, with a null data pointer.
     OsMsgEnvelope Envelope() const;
 };
-static_assert(sizeof(FrameHead) == 176);
+static_assert(sizeof(FrameHead) == 184);
 
 /// The first packet of a message. Data for which it has no room follows in packets of its own.
 struct FirstPacket {
@@ -44,7 +46,7 @@ struct FirstPacket {
 /// A message as it is written; the envelope's data must outlive it.
 class FrameWriter {
 public:
-    FrameWriter(const OsMsgEnvelope& envelope, uint64_t sequence);
+    FrameWriter(const OsMsgEnvelope& envelope, uint64_t sequence, HostProcess sender = 0);
     FrameWriter(FrameWriter&&) = default;
 
     enum class Progress { kDone, kNoRoom, kBroken };

@@ -1,7 +1,7 @@
 // What a task receives.
 #include "message/inbox.h"
 
-#include "message/report.h"
+#include "runtime/report.h"
 
 #include <sys/eventfd.h>
 

@@ -3,10 +3,10 @@
 
 #include "message/deadline.h"
 #include "platform/os_msg.h"
-#include "process/unique_fd.h"
+#include "runtime/unique_fd.h"
+#include "vesk_host/message.h"
 
 #include <sys/epoll.h>
-#include <sys/types.h>
 
 #include <array>
 #include <cstddef>
@@ -27,7 +27,7 @@ struct Message {
     OsMsgEnvelope envelope{};
     uint64_t sequence = 0;
     std::unique_ptr<std::byte[]> data;
-    pid_t senderProcess = 0;
+    HostProcess sender = 0;
     std::shared_ptr<Connection> from; // set when the sender waits for an answer
 };
 

@@ -3,7 +3,7 @@
 
 #include "message/connection.h"
 #include "message/frame.h"
-#include "message/report.h"
+#include "runtime/report.h"
 
 #include <poll.h>
 #include <sys/epoll.h>

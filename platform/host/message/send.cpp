@@ -1,9 +1,9 @@
 // The sending half of the message library.
 #include "message/connection_pool.h"
 #include "message/frame.h"
-#include "message/report.h"
 #include "message/task.h"
-#include "process/fork.h"
+#include "runtime/fork.h"
+#include "runtime/report.h"
 #include "vesk_host/message.h"
 
 #include <poll.h>
@@ -54,7 +54,7 @@ uint32_t Connect(const OsMsgEnvelope* envelope, const std::optional<Deadline>& d
         return HOST_MSG_ERR_TOO_LONG;
     }
     g_connections->CloseDead();
-    return ConnectEndpoint(endpoint, deadline, connection.socket);
+    return ConnectEndpoint(endpoint, deadline, connection.socket, connection.sender);
 }
 
 const char* Words(uint32_t error)
@@ -113,7 +113,7 @@ uint32_t Send(const OsMsgEnvelope* envelope, uint32_t type, uint64_t sequence,
             return error;
         OsMsgEnvelope sent = *envelope;
         sent.type = type;
-        FrameWriter writer(sent, sequence);
+        FrameWriter writer(sent, sequence, connection.sender);
         const uint32_t error = Write(connection.socket.Get(), writer, deadline);
         if (error == 0)
             return 0;

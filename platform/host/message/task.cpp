@@ -5,7 +5,7 @@
 #include "message/deferred.h"
 #include "message/endpoint.h"
 #include "message/listener.h"
-#include "message/report.h"
+#include "runtime/report.h"
 #include "sysctrl/affinity.h"
 
 #include <pthread.h>
@@ -333,8 +333,8 @@ uint32_t HostMsgEndTask(const char* taskName)
     });
 }
 
-int HostMsgSenderProcess(const OsMsgEnvelope* message)
+HostProcess HostMsgSender(const OsMsgEnvelope* message)
 {
     const Message* const inHand = InHand(message);
-    return inHand != nullptr ? inHand->senderProcess : 0;
+    return inHand != nullptr ? inHand->sender : 0;
 }

@@ -1,50 +1,37 @@
 // Buffer queues: the state of each is a record in its creator's file in the runtime directory.
 //
-// An identifier is made of the creator's process number, which names the file, and the number of the record.
-// The creator locks its file as long as it lives, so that a file that a killed process has left is told from
-// one in use. The lock is a process's own: a forked child does not inherit it, and closing any descriptor of
-// the file gives it up.
+// An identifier is made of the number of the creator, which names the file, and the number of the record. The
+// first record's place is taken by what the file begins with.
 #include "vesk_host/queue.h"
 
-#include "message/report.h"
-#include "message/runtime_dir.h"
 #include "platform/os_queue.h"
-#include "process/fork.h"
+#include "runtime/directory.h"
+#include "runtime/fork.h"
+#include "runtime/process.h"
+#include "runtime/report.h"
 
-#include <dirent.h>
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstddef>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <exception>
-#include <memory>
 #include <mutex>
 #include <string_view>
-#include <thread>
 
 namespace {
 
 using namespace vesk::host;
 
-constexpr uint32_t kNumberBits = 10;
+constexpr uint32_t kNumberBits = 32 - kProcessNumberBits;
 constexpr uint32_t kMaxQueues = (1U << kNumberBits) - 1;
+static_assert(sizeof(HostQueueState) >= sizeof(HostProcess)); // which has the place of number 0
 
 enum Failure : uint32_t { kBadArgument = 1, kExists, kNoRoom, kUnknown, kSystem };
 
-struct FileName {
-    char text[24];
-
-    explicit FileName(pid_t creator) { std::snprintf(text, sizeof text, "queues-%d", creator); }
-};
-
-pid_t CreatorOf(uint32_t queueId)
+uint32_t CreatorOf(uint32_t queueId)
 {
-    return static_cast<pid_t>(queueId >> kNumberBits);
+    return queueId >> kNumberBits;
 }
 
 off_t OffsetOf(uint32_t queueId)
@@ -52,73 +39,23 @@ off_t OffsetOf(uint32_t queueId)
     return static_cast<off_t>((queueId & kMaxQueues) * sizeof(HostQueueState));
 }
 
-/// Not open, with its errno, unless it is this user's regular file.
-UniqueFd OpenFile(int directory, const char* name, int flags)
-{
-    UniqueFd file([=] {
-        return openat(directory, name, O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | flags,
-                      S_IRUSR | S_IWUSR);
-    });
-    struct stat status {};
-    if (!file.IsOpen() || fstat(file.Get(), &status) != 0)
-        return {};
-    errno = EEXIST;
-    return S_ISREG(status.st_mode) && status.st_uid == geteuid() ? std::move(file) : UniqueFd();
-}
-
-bool Lock(int file)
-{
-    struct flock lock {};
-    lock.l_type = F_WRLCK;
-    return fcntl(file, F_SETLK, &lock) == 0;
-}
-
-/// The process that has locked a file, or -1.
-pid_t HolderOf(int file)
-{
-    struct flock lock {};
-    lock.l_type = F_WRLCK;
-    return fcntl(file, F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK ? lock.l_pid : -1;
-}
-
-/// Removes the files of processes that were killed. Each is locked meanwhile, so that a new process of the
-/// same number does not begin to use it.
-void RemoveAbandoned(int directory)
-{
-    UniqueFd listed([=] { return openat(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
-    // Not std::filesystem's iterator, which ends the process when memory runs out.
-    const std::unique_ptr<DIR, int (*)(DIR*)> entries(fdopendir(listed.Get()), closedir);
-    if (entries == nullptr)
-        return;
-    listed.Release();
-    while (const dirent* const entry = readdir(entries.get())) {
-        pid_t creator = 0;
-        if (std::sscanf(entry->d_name, "queues-%d", &creator) != 1 || creator == getpid())
-            continue;
-        const FileName name(creator);
-        const UniqueFd file = OpenFile(directory, name.text, 0);
-        if (file.IsOpen() && Lock(file.Get()))
-            unlinkat(directory, name.text, 0);
-    }
-}
-
-void RemoveFileAtExit();
-
 /// The queues that this process has created.
 class Created {
 public:
-    /// The file of this process, or -1. Stays open.
-    int File()
-    {
-        const std::lock_guard guard(lock_);
-        return file_.Get();
-    }
-
     uint32_t Create(const OsMemQueReq& request, std::string_view name, uint32_t* queueId)
     {
         const std::lock_guard guard(lock_);
-        if (!file_.IsOpen() && !Open())
+        const UniqueFd directory = OpenRuntimeDir();
+        const OwnProcess self = directory.IsOpen() ? Self(directory) : OwnProcess{};
+        if (self.id == 0) {
+            if (directory.IsOpen())
+                Report(kReportError, "queue %s cannot be created in %s: %s", request.name,
+                       RuntimeDirPath().c_str(), strerror(errno));
             return kSystem;
+        }
+        if (self.id != creator_) // its file, and so its queues, were lost
+            std::memset(names_, 0, sizeof names_);
+        creator_ = self.id;
         uint32_t number = 0;
         for (uint32_t other = kMaxQueues; other != 0; --other) {
             if (std::string_view(names_[other]) == name)
@@ -129,12 +66,12 @@ public:
         if (number == 0)
             return kNoRoom;
         HostQueueState state{};
-        state.creator = getpid();
-        state.queueId = static_cast<uint32_t>(state.creator) << kNumberBits | number;
+        state.creator = static_cast<int32_t>(NumberOf(creator_));
+        state.queueId = NumberOf(creator_) << kNumberBits | number;
         state.requestId = request.id;
         state.count = request.cnt;
         name.copy(state.name, sizeof state.name - 1);
-        if (!Write(state.queueId, state))
+        if (!Write(self.file, state.queueId, state))
             return kSystem;
         std::memcpy(names_[number], state.name, sizeof state.name);
         *queueId = state.queueId;
@@ -145,84 +82,41 @@ public:
     {
         const std::lock_guard guard(lock_);
         char* name = names_[queueId & kMaxQueues];
-        if (CreatorOf(queueId) != getpid() || *name == '\0')
+        if (CreatorOf(queueId) != NumberOf(creator_) || *name == '\0')
             return kUnknown;
         *name = '\0';
-        return Write(queueId, {}) ? 0 : uint32_t{kSystem};
-    }
-
-    void RemoveFile()
-    {
-        const std::lock_guard guard(lock_);
-        if (!file_.IsOpen())
-            return;
-        if (const UniqueFd directory = OpenRuntimeDir(WhenMissing::kLeave); directory.IsOpen())
-            unlinkat(directory.Get(), FileName(getpid()).text, 0);
+        return Write(Self().file, queueId, {}) ? 0 : uint32_t{kSystem};
     }
 
 private:
-    bool Write(uint32_t queueId, const HostQueueState& state)
+    static bool Write(int file, uint32_t queueId, const HostQueueState& state)
     {
-        return pwrite(file_.Get(), &state, sizeof state, OffsetOf(queueId)) == ssize_t{sizeof state};
-    }
-
-    /// Takes over what a killed process of the same number has left.
-    bool Open()
-    {
-        constexpr int kAttempts = 100;
-        const UniqueFd directory = OpenRuntimeDir();
-        if (!directory.IsOpen())
-            return false;
-        RemoveAbandoned(directory.Get());
-        const FileName name(getpid());
-        for (int attempt = 0; attempt < kAttempts; ++attempt) {
-            UniqueFd file = OpenFile(directory.Get(), name.text, O_CREAT);
-            if (!file.IsOpen())
-                break;
-            struct stat status {};
-            if (Lock(file.Get()) && fstat(file.Get(), &status) == 0 && status.st_nlink != 0 &&
-                ftruncate(file.Get(), 0) == 0) {
-                file_ = std::move(file);
-                std::atexit(RemoveFileAtExit);
-                return true;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(1)); // another process is removing it
-        }
-        Report(kReportError, "%s in %s cannot be used: %s", name.text, RuntimeDirPath().c_str(),
-               strerror(errno));
-        return false;
+        return pwrite(file, &state, sizeof state, OffsetOf(queueId)) == ssize_t{sizeof state};
     }
 
     std::mutex lock_;
-    UniqueFd file_;
+    HostProcess creator_ = 0;
     char names_[kMaxQueues + 1][sizeof HostQueueState::name] = {}; // by number; empty where there is none
 };
 
 PerProcess<Created> g_created;
-
-void RemoveFileAtExit()
-{
-    try {
-        g_created->RemoveFile();
-    } catch (const std::exception&) { // out of memory: the next process that creates queues removes it
-    }
-}
 
 /// The record of a living creator's queue, found by its identifier.
 class Record {
 public:
     explicit Record(uint32_t queueId) : offset_(OffsetOf(queueId))
     {
-        const pid_t creator = CreatorOf(queueId);
+        const uint32_t creator = CreatorOf(queueId);
+        const OwnProcess self = Self();
         int file = -1;
-        if (creator == getpid()) {
-            file = g_created->File();
+        if (creator == NumberOf(self.id)) {
+            file = self.file;
         } else if (const UniqueFd directory = OpenRuntimeDir(WhenMissing::kLeave); directory.IsOpen()) {
-            opened_ = OpenFile(directory.Get(), FileName(creator).text, 0);
-            if (HolderOf(opened_.Get()) == creator)
+            opened_ = OpenProcessFile(directory, creator);
+            if (HolderOf(opened_).value_or(kNobody) != kNobody)
                 file = opened_.Get();
         }
-        if (pread(file, &state_, sizeof state_, offset_) == ssize_t{sizeof state_} &&
+        if (offset_ != 0 && pread(file, &state_, sizeof state_, offset_) == ssize_t{sizeof state_} &&
             state_.queueId == queueId)
             file_ = file;
     }

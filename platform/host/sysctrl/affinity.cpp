@@ -3,7 +3,7 @@
 #include "sysctrl/affinity.h"
 
 #include "platform/os_sysctrl.h"
-#include "process/fork.h"
+#include "runtime/fork.h"
 
 #include <pthread.h>
 

@@ -80,8 +80,28 @@ uint32_t HostMsgReplyDeferred(HostMsgDeferred deferred, const void* data, uint32
  */
 void HostMsgCloseDeferred(HostMsgDeferred deferred);
 
+/**
+ * A process that uses the runtime directory. It is told from all others, past ones too, also where namespaces
+ * (containers) give each its own process numbers. 0 is none.
+ */
+typedef uint64_t HostProcess;
+
+/** @return This process; 0, after logging the reason, when it cannot use the runtime directory. */
+HostProcess HostProcessSelf(void);
+
 /** @return The process that sent the message that is being handled; 0 when @p message is not it. */
-int HostMsgSenderProcess(const OsMsgEnvelope* message);
+HostProcess HostMsgSender(const OsMsgEnvelope* message);
+
+/**
+ * @return A number that no other living process of the runtime directory has, below 2^22: its process number,
+ *         unless a process of another namespace had that already.
+ */
+uint32_t HostProcessNumber(HostProcess process);
+
+/** @return 0 when it has ended, also when nobody has waited for it yet; 1 while it lives, when that cannot be
+ *         found out, and for 0.
+ */
+int HostProcessIsAlive(HostProcess process);
 
 /**
  * Ends a task: its name is free, its loop returns after the message in hand, its clients' connections

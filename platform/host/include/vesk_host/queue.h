@@ -17,7 +17,7 @@ typedef struct HostQueueState {
     uint32_t requestId;    /**< OsMemQueReq::id. */
     uint32_t count;        /**< OsMemQueReq::cnt. */
     uint32_t isEnabled;    /**< As OsShmAdvancedActivateQueue left it; 0 at first. */
-    int32_t creator;       /**< Process that created the queue; the queue ends with it. */
+    int32_t creator;       /**< HostProcessNumber of who created the queue; the queue ends with it. */
     char name[32];         /**< NUL-terminated. */
     char peerProcName[32]; /**< As OsShmAdvancedInitQueue set it, empty before. */
 } HostQueueState;

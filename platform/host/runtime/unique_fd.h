@@ -1,7 +1,7 @@
 // A descriptor that closes itself, and is closed in a forked child.
 #pragma once
 
-#include "process/fork.h"
+#include "runtime/fork.h"
 
 #include <functional>
 #include <type_traits>

@@ -1,9 +1,12 @@
-// The directory in which the endpoints of one user live.
+// The directory in which the endpoints and processes of one user meet.
 #pragma once
 
-#include "process/unique_fd.h"
+#include "runtime/unique_fd.h"
 
+#include <functional>
 #include <string>
+
+#include <dirent.h>
 
 namespace vesk::host {
 
@@ -18,5 +21,8 @@ enum class WhenMissing { kCreate, kLeave };
  * @return Not open when it cannot be used, after logging the reason unless it is missing and to be left so.
  */
 UniqueFd OpenRuntimeDir(WhenMissing whenMissing = WhenMissing::kCreate);
+
+/// Calls @p visit for what is in the directory. May throw what that throws.
+void ForEachEntry(const UniqueFd& directory, const std::function<void(const dirent&)>& visit);
 
 } // namespace vesk::host

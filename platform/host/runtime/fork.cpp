@@ -1,5 +1,5 @@
 // Counts forks, and closes the platform's descriptors in a forked child.
-#include "process/fork.h"
+#include "runtime/fork.h"
 
 #include <pthread.h>
 #include <unistd.h>

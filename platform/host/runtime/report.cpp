@@ -1,9 +1,9 @@
 // The message library's own log lines, and the two functions of the platform layer that control them.
-#include "message/report.h"
+#include "runtime/report.h"
 
 #include "log/sinks.h"
 #include "platform/os_msg.h"
-#include "process/fork.h"
+#include "runtime/fork.h"
 
 #include <atomic>
 #include <cstdarg>

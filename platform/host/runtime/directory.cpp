@@ -1,7 +1,7 @@
-// The directory in which the endpoints of one user live.
-#include "message/runtime_dir.h"
+// The directory in which the endpoints and processes of one user meet.
+#include "runtime/directory.h"
 
-#include "message/report.h"
+#include "runtime/report.h"
 #include "vesk_host/message.h"
 
 #include <fcntl.h>
@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
 namespace vesk::host {
 
@@ -55,6 +56,18 @@ UniqueFd OpenRuntimeDir(WhenMissing whenMissing)
         return {};
     }
     return directory;
+}
+
+void ForEachEntry(const UniqueFd& directory, const std::function<void(const dirent&)>& visit)
+{
+    UniqueFd listed([&] { return openat(directory.Get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
+    // Not std::filesystem's iterator, which ends the process when memory runs out.
+    const std::unique_ptr<DIR, int (*)(DIR*)> entries(fdopendir(listed.Get()), closedir);
+    if (entries == nullptr)
+        return;
+    listed.Release();
+    while (const dirent* const entry = readdir(entries.get()))
+        visit(*entry);
 }
 
 } // namespace vesk::host

@@ -1,0 +1,239 @@
+// Who a process is to all others that share its runtime directory.
+#include "runtime/process.h"
+
+#include "runtime/directory.h"
+#include "runtime/report.h"
+
+#include <fcntl.h>
+#include <sys/random.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <mutex>
+
+namespace vesk::host {
+
+namespace {
+
+struct FileName {
+    char text[24];
+
+    explicit FileName(uint32_t number) { std::snprintf(text, sizeof text, "process-%u", number); }
+};
+
+/// Not open, with its errno, unless it is this user's regular file.
+UniqueFd OpenFile(const UniqueFd& directory, uint32_t number, int flags)
+{
+    UniqueFd file([&] {
+        return openat(directory.Get(), FileName(number).text,
+                      O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | flags, S_IRUSR | S_IWUSR);
+    });
+    struct stat status {};
+    if (!file.IsOpen() || fstat(file.Get(), &status) != 0)
+        return {};
+    errno = EEXIST;
+    return S_ISREG(status.st_mode) && status.st_uid == geteuid() ? std::move(file) : UniqueFd();
+}
+
+bool Lock(const UniqueFd& file)
+{
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    return fcntl(file.Get(), F_SETLK, &lock) == 0;
+}
+
+HostProcess IdIn(const UniqueFd& file)
+{
+    HostProcess id = 0;
+    return pread(file.Get(), &id, sizeof id, 0) == ssize_t{sizeof id} ? id : 0;
+}
+
+HostProcess NewId(uint32_t number)
+{
+    HostProcess random = 0;
+    static_cast<void>(getrandom(&random, sizeof random, 0));
+    return random << kProcessNumberBits | number;
+}
+
+uint32_t AnyNumber()
+{
+    return std::max(NumberOf(NewId(0) >> kProcessNumberBits), 1U);
+}
+
+/// Which file a descriptor or a name stands for.
+struct Place {
+    dev_t device = 0;
+    ino_t inode = 0;
+
+    explicit Place(const struct stat& status) : device(status.st_dev), inode(status.st_ino) {}
+    Place() = default;
+    bool operator==(const Place&) const = default;
+};
+
+void RemoveFileAtExit();
+
+class Process {
+public:
+    OwnProcess Get()
+    {
+        const std::lock_guard guard(lock_);
+        return {id_, file_.Get()};
+    }
+
+    OwnProcess Get(const UniqueFd& directory)
+    {
+        const std::lock_guard guard(lock_);
+        if (!IsIn(directory) && !Take(directory))
+            return {};
+        return {id_, file_.Get()};
+    }
+
+    void RemoveFile()
+    {
+        const std::lock_guard guard(lock_);
+        if (id_ == 0)
+            return;
+        if (const UniqueFd directory = OpenRuntimeDir(WhenMissing::kLeave);
+            directory.IsOpen() && IsIn(directory))
+            unlinkat(directory.Get(), FileName(NumberOf(id_)).text, 0);
+    }
+
+private:
+    /// Whether its file is still there, and open.
+    bool IsIn(const UniqueFd& directory)
+    {
+        struct stat status {};
+        if (id_ == 0)
+            return false;
+        if (fstat(file_.Get(), &status) != 0 || Place(status) != place_) {
+            file_.Release(); // the application has closed it, and may have given the number to another file
+            return false;
+        }
+        return fstatat(directory.Get(), FileName(NumberOf(id_)).text, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+               Place(status) == place_;
+    }
+
+    bool Take(const UniqueFd& directory)
+    {
+        constexpr int kAttempts = 100;
+        auto number = id_ != 0 ? NumberOf(id_) : static_cast<uint32_t>(getpid());
+        for (int attempt = 0; attempt < kAttempts; ++attempt, number = AnyNumber()) {
+            UniqueFd file = OpenFile(directory, number, O_CREAT);
+            struct stat status {};
+            // Without a link it has just been removed by another process, which took it for abandoned.
+            if (!file.IsOpen() || !Lock(file) || fstat(file.Get(), &status) != 0 || status.st_nlink == 0)
+                continue;
+            if (id_ == 0 || IdIn(file) != id_) {
+                const HostProcess id = NewId(number);
+                if (ftruncate(file.Get(), 0) != 0 ||
+                    pwrite(file.Get(), &id, sizeof id, 0) != ssize_t{sizeof id})
+                    continue;
+                id_ = id;
+            }
+            file_ = std::move(file);
+            place_ = Place(status);
+            static const int atExit = std::atexit(RemoveFileAtExit);
+            static_cast<void>(atExit);
+            return true;
+        }
+        return false;
+    }
+
+    std::mutex lock_;
+    HostProcess id_ = 0;
+    UniqueFd file_;
+    Place place_; // of the file
+};
+
+PerProcess<Process> g_process;
+
+void RemoveFileAtExit()
+{
+    Contained([] {
+        g_process->RemoveFile();
+        return 0U;
+    });
+}
+
+} // namespace
+
+OwnProcess Self()
+{
+    return g_process->Get();
+}
+
+OwnProcess Self(const UniqueFd& directory)
+{
+    return g_process->Get(directory);
+}
+
+UniqueFd OpenProcessFile(const UniqueFd& directory, uint32_t number)
+{
+    return OpenFile(directory, number, 0);
+}
+
+std::optional<pid_t> HolderOf(const UniqueFd& file)
+{
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    if (fcntl(file.Get(), F_GETLK, &lock) != 0)
+        return std::nullopt;
+    return lock.l_type != F_UNLCK ? lock.l_pid : kNobody;
+}
+
+std::optional<pid_t> HolderOf(const UniqueFd& directory, HostProcess process)
+{
+    const HostProcess self = Self().id;
+    if (NumberOf(process) == NumberOf(self)) // closing a descriptor of its file would unlock it
+        return process == self ? getpid() : kNobody;
+    const UniqueFd file = OpenProcessFile(directory, NumberOf(process));
+    if (!file.IsOpen())
+        return errno == ENOENT || errno == EEXIST ? std::optional(kNobody) : std::nullopt;
+    return IdIn(file) == process ? HolderOf(file) : kNobody;
+}
+
+void RemoveIfAbandoned(const UniqueFd& directory, const char* name)
+{
+    uint32_t number = 0;
+    if (std::sscanf(name, "process-%u", &number) != 1 || number == NumberOf(Self().id))
+        return;
+    // Locked meanwhile, so that a new process of this number does not begin to use it.
+    const UniqueFd file = OpenProcessFile(directory, number);
+    if (file.IsOpen() && Lock(file))
+        unlinkat(directory.Get(), FileName(number).text, 0);
+}
+
+} // namespace vesk::host
+
+using namespace vesk::host;
+
+HostProcess HostProcessSelf()
+{
+    HostProcess self = 0;
+    Contained([&] {
+        if (const UniqueFd directory = OpenRuntimeDir(); directory.IsOpen())
+            self = Self(directory).id;
+        return 0U;
+    });
+    return self;
+}
+
+uint32_t HostProcessNumber(HostProcess process)
+{
+    return NumberOf(process);
+}
+
+int HostProcessIsAlive(HostProcess process)
+{
+    bool isAlive = true;
+    Contained([&] {
+        const UniqueFd directory = process != 0 ? OpenRuntimeDir(WhenMissing::kLeave) : UniqueFd();
+        isAlive = !directory.IsOpen() || HolderOf(directory, process) != kNobody;
+        return 0U;
+    });
+    return isAlive ? 1 : 0;
+}
