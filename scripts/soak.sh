@@ -92,7 +92,7 @@ all_applications() { # start, or end
 }
 # A calm pass cleans up what the killed have left.
 calmly() { local faults=""; all_applications start; sleep 3; all_applications end; sleep 1; }
-files() { find "$VESK_RUNTIME_DIR" -mindepth 1 -printf '%f %y\n' | sort; }
+files() { find "$VESK_RUNTIME_DIR" -mindepth 1 -printf '%f %y\n' | sed 's/^process-[0-9]*/process/' | sort; }
 state() {
   echo "$(find "/proc/$service/fd" -mindepth 1 | wc -l) $(awk '/VmRSS/ { print $2 }' "/proc/$service/status")"
 }

@@ -39,7 +39,7 @@ FORKED_TEST(HostMessage, PeersComeAndGo)
     ask();
 }
 
-FORKED_TEST(HostMessage, WhatKilledProcessesHaveLeftIsRemovedByTheNextThatServes)
+FORKED_TEST(HostMessage, WhatKilledProcessesHaveLeftIsRemovedByTheNext)
 {
     const Child peer = Serve();
     const auto name = [](const char* as) { return Ask("peer", 5, "", 5000, "task", as).result; };
@@ -54,6 +54,7 @@ FORKED_TEST(HostMessage, WhatKilledProcessesHaveLeftIsRemovedByTheNextThatServes
     EXPECT_EQ(access(directory.File("killed.other").c_str(), F_OK), 0);
     std::ofstream(directory.File("no.socket"));
     EXPECT_EQ(name("next"), 0U);
+    InFork([] { EXPECT_NE(HostProcessSelf(), 0U); });
     EXPECT_NE(access(left.c_str(), F_OK), 0);
     EXPECT_NE(access(directory.File("killed.other").c_str(), F_OK), 0);
     EXPECT_EQ(access(directory.File("no.socket").c_str(), F_OK), 0);

@@ -10,8 +10,8 @@
 
 namespace {
 
-/// Goes on as the first process of a namespace of its own, as long as the process that it was lives. False
-/// where no namespace may be made.
+/// Goes on as the first process of a namespace of its own. The process that it was lives as long, and passes
+/// SIGTERM on as SIGKILL. False where no namespace may be made.
 bool EnterContainer()
 {
     const std::string user = std::to_string(geteuid()), group = std::to_string(getegid());
@@ -20,11 +20,13 @@ bool EnterContainer()
     std::ofstream("/proc/self/uid_map") << user + ' ' + user + " 1";
     std::ofstream("/proc/self/setgroups") << "deny";
     std::ofstream("/proc/self/gid_map") << group + ' ' + group + " 1";
-    const pid_t inside = fork();
+    static pid_t inside = 0;
+    inside = fork();
     if (inside == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         return true;
     }
+    std::signal(SIGTERM, [](int) { kill(inside, SIGKILL); });
     int status = 1;
     waitpid(inside, &status, 0);
     _exit(WIFEXITED(status) ? WEXITSTATUS(status) : 1);
@@ -48,9 +50,10 @@ void ApplicationsComeAndGo(bool isServiceInside, bool areApplicationsInside)
         });
     };
     {
-        const Child owner = application("owner", "OPEN_VI_PORT 0 = 1; VI_START 1; SET_CAMERA_QUEUE_ID 1 #");
+        Child owner = application("owner", "OPEN_VI_PORT 0 = 1; VI_START 1; SET_CAMERA_QUEUE_ID 1 #");
         const Child other = application("other", "OPEN_VI_PORT 0 !BUSY; EXIT; GET_VO_COUNT = 2");
         const Child third = application("third", "OPEN_VI_PORT 0 !BUSY; VI_START 1 !STATE");
+        owner.Wait(SIGTERM);
     }
     const Child next = application("owner", "OPEN_VI_PORT 0 = 2");
 }

@@ -95,16 +95,14 @@ UniqueFd LockDirectory(const UniqueFd& directory, const Deadline& deadline)
     return file;
 }
 
-/// Removes the sockets and files of processes that were killed. The directory must be locked.
+/// Removes the sockets of processes that were killed. The directory must be locked.
 void RemoveAbandoned(const UniqueFd& directory)
 {
     // A socket of another type is refused by a living one for that very reason, and disturbs nobody.
     const UniqueFd probe([] { return socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0); });
     ForEachEntry(directory, [&](const dirent& entry) {
-        if (entry.d_type != DT_SOCK)
-            RemoveIfAbandoned(directory, entry.d_name);
-        else if (probe.IsOpen() && Connect(probe, AddressIn(directory, entry.d_name)) != 0 &&
-                 errno == ECONNREFUSED)
+        if (entry.d_type == DT_SOCK && probe.IsOpen() &&
+            Connect(probe, AddressIn(directory, entry.d_name)) != 0 && errno == ECONNREFUSED)
             unlinkat(directory.Get(), entry.d_name, 0);
     });
 }

@@ -42,9 +42,9 @@ struct ServedEndpoint {
     ino_t inode = 0;
 };
 
-/// Serves an endpoint: listens on its name, taking it over from a process that has died, and removes whatever
-/// else such processes have left. Waits until @p deadline for others that bind or remove names. Logs the
-/// reason on failure.
+/// Serves an endpoint: listens on its name, taking it over from a process that has died, and removes the
+/// other sockets that such processes have left. Waits until @p deadline for others that bind or remove names.
+/// Logs the reason on failure.
 /// @return 0, or a HostMsgResult.
 uint32_t ServeEndpoint(const std::string& endpoint, const Deadline& deadline, ServedEndpoint& served);
 

@@ -9,7 +9,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -55,7 +57,8 @@ HostProcess IdIn(const UniqueFd& file)
 HostProcess NewId(uint32_t number)
 {
     HostProcess random = 0;
-    static_cast<void>(getrandom(&random, sizeof random, 0));
+    if (getrandom(&random, sizeof random, 0) != ssize_t{sizeof random})
+        random = static_cast<HostProcess>(std::chrono::steady_clock::now().time_since_epoch().count());
     return random << kProcessNumberBits | number;
 }
 
@@ -73,6 +76,20 @@ struct Place {
     Place() = default;
     bool operator==(const Place&) const = default;
 };
+
+/// Removes the files of processes that were killed. This one has @p own number.
+void RemoveAbandoned(const UniqueFd& directory, uint32_t own)
+{
+    ForEachEntry(directory, [&](const dirent& entry) {
+        uint32_t number = 0;
+        if (std::sscanf(entry.d_name, "process-%u", &number) != 1 || number == own)
+            return;
+        // Locked meanwhile, so that a new process of this number does not begin to use it.
+        const UniqueFd file = OpenFile(directory, number, 0);
+        if (file.IsOpen() && Lock(file))
+            unlinkat(directory.Get(), FileName(number).text, 0);
+    });
+}
 
 void RemoveFileAtExit();
 
@@ -138,6 +155,7 @@ private:
             place_ = Place(status);
             static const int atExit = std::atexit(RemoveFileAtExit);
             static_cast<void>(atExit);
+            RemoveAbandoned(directory, number);
             return true;
         }
         return false;
@@ -194,17 +212,6 @@ std::optional<pid_t> HolderOf(const UniqueFd& directory, HostProcess process)
     if (!file.IsOpen())
         return errno == ENOENT || errno == EEXIST ? std::optional(kNobody) : std::nullopt;
     return IdIn(file) == process ? HolderOf(file) : kNobody;
-}
-
-void RemoveIfAbandoned(const UniqueFd& directory, const char* name)
-{
-    uint32_t number = 0;
-    if (std::sscanf(name, "process-%u", &number) != 1 || number == NumberOf(Self().id))
-        return;
-    // Locked meanwhile, so that a new process of this number does not begin to use it.
-    const UniqueFd file = OpenProcessFile(directory, number);
-    if (file.IsOpen() && Lock(file))
-        unlinkat(directory.Get(), FileName(number).text, 0);
 }
 
 } // namespace vesk::host

@@ -26,8 +26,9 @@ struct OwnProcess {
 /// What this process is so far.
 OwnProcess Self();
 
-/// The same. It takes a number if it has none in @p directory, and takes the same one up again when the
-/// application has closed its file. Without an id, with errno set, when that fails.
+/// The same. It takes a number if it has none in @p directory, and removes the files of processes that were
+/// killed; it takes the same number up again when the application has closed its file. Without an id, with
+/// errno set, when that fails.
 OwnProcess Self(const UniqueFd& directory);
 
 inline constexpr unsigned kProcessNumberBits = 22;
@@ -47,8 +48,5 @@ inline constexpr pid_t kNobody = -1;
 
 /// The same for the process that @p process is, kNobody when it has ended.
 std::optional<pid_t> HolderOf(const UniqueFd& directory, HostProcess process);
-
-/// Removes a file if it is that of a process that was killed.
-void RemoveIfAbandoned(const UniqueFd& directory, const char* name);
 
 } // namespace vesk::host

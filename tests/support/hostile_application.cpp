@@ -1,0 +1,148 @@
+// An application for scripts/hostile.sh: requests of any kind and size under any name, from processes that
+// are killed, and garbage on raw connections, until SIGTERM. It fails when the service is gone.
+#include "base/bytes.h"
+#include "base/envelope.h"
+#include "vesk_host/message.h"
+#include "vesk_service/control_list.h"
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace vesk;
+using messages::Request;
+
+namespace {
+
+volatile std::sig_atomic_t g_ends = 0;
+std::mt19937_64 g_random;
+unsigned long g_requests = 0, g_absent = 0;
+
+/// A number below @p most.
+uint64_t Any(uint64_t most)
+{
+    return g_random() % most;
+}
+
+/// Mostly one that something might have.
+uint64_t AnyNumber()
+{
+    const uint64_t few[] = {0, 1, 2, 3, 4, Any(32), Any(0x10000), g_random()};
+    return few[Any(std::size(few))];
+}
+
+Bytes AnyBytes(size_t size)
+{
+    Bytes bytes(size);
+    if (Any(3) == 0)
+        for (std::byte& byte : bytes)
+            byte = static_cast<std::byte>(Any(Any(2) == 0 ? 4 : 256));
+    else if (Any(2) == 0)
+        for (size_t i = 0; i < size; i += 4)
+            bytes[i] = static_cast<std::byte>(Any(4));
+    return bytes;
+}
+
+const Request& AnyRequest()
+{
+    const auto& list = messages::kRequests;
+    const auto& control = messages::kControlRequests;
+    return Any(20) == 0 ? control[Any(std::size(control))] : list[Any(std::size(list))];
+}
+
+std::string AnyName()
+{
+    std::string name = "hostile-" + std::to_string(Any(1000));
+    if (Any(20) == 0)
+        name[Any(name.size())] = static_cast<char>(Any(256));
+    return name;
+}
+
+void Send()
+{
+    const Request& request = AnyRequest();
+    VeskVideoMsgHead head{};
+    head.msgId = static_cast<uint16_t>(Any(50) == 0 ? Any(0x10000) : request.number);
+    head.uwSubMsgID = static_cast<uint16_t>(AnyNumber());
+    head.ulParam1 = AnyNumber();
+    head.ulParam2 = static_cast<uint32_t>(AnyNumber());
+    size_t size = request.payload.size;
+    if (request.payload.kind == messages::Kind::kArray)
+        size *= head.ulParam1 % 8;
+    if (request.payload.kind == messages::Kind::kBytes || Any(30) == 0)
+        size = Any(Any(100) == 0 ? 4U << 20U : 5000);
+    Bytes data(sizeof head);
+    std::memcpy(data.data(), &head, sizeof head);
+    const Bytes payload = AnyBytes(size);
+    data.insert(data.end(), payload.begin(), payload.end());
+    data.resize(std::min<size_t>(data.size(), 4U << 20U));
+    if (Any(100) == 0)
+        data.resize(Any(sizeof head));
+    OsMsgEnvelope envelope = MakeEnvelope(Any(100) == 0 ? static_cast<uint32_t>(Any(0x10000)) : head.msgId,
+                                          {AnyName(), "VAPI"}, {"VIDEO", "VCTL"}, data);
+    ++g_requests;
+    uint32_t result = 0;
+    if (Any(4) == 0) {
+        result = OsMsgAsynSend(&envelope);
+    } else {
+        OsMsgEnvelope* response = nullptr;
+        result = OsMsgSynSend(&envelope, &response, 50); // a fault may have the answer come late, or never
+        OsMsgSynRespFree(response);
+    }
+    g_absent += result == HOST_MSG_ERR_ABSENT ? 1 : 0;
+}
+
+/// Garbage over a connection that is left open for a while.
+void SendGarbage()
+{
+    static std::vector<int> connections(100, -1);
+    int& connection = connections[Any(connections.size())];
+    if (connection >= 0)
+        close(connection);
+    connection = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    sockaddr_un address{AF_UNIX, ""};
+    std::snprintf(address.sun_path, sizeof address.sun_path, "%s/VIDEO.VCTL",
+                  std::getenv("VESK_RUNTIME_DIR"));
+    if (connect(connection, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+        return;
+    const Bytes garbage = AnyBytes(Any(300));
+    send(connection, garbage.data(), garbage.size(), MSG_NOSIGNAL);
+}
+
+/// Requests of a process that is killed among them.
+void SendFromOneThatIsKilled()
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        for (int i = 0; i < 200; ++i)
+            Send();
+        raise(SIGKILL);
+    }
+    waitpid(child, nullptr, 0);
+    g_requests += 200;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    g_random.seed(argc > 1 ? std::strtoull(argv[1], nullptr, 10) : 1);
+    std::signal(SIGTERM, [](int) { g_ends = 1; });
+    while (g_ends == 0) {
+        for (int i = 0; i < 100; ++i)
+            Send();
+        SendGarbage();
+        if (Any(20) == 0)
+            SendFromOneThatIsKilled();
+    }
+    std::printf("%lu requests\n", g_requests);
+    return g_absent == 0 ? 0 : 1;
+}
