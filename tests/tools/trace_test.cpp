@@ -188,6 +188,33 @@ TEST_F(TraceTest, RecordsAnswersThatAreGivenLate)
     EXPECT_EQ(ends, expected);
 }
 
+TEST_F(TraceTest, WritesToNoFileThatHasGotItsNumber)
+{
+    const struct {
+        const char* what;
+        std::string recorded, error;
+    } rows[] = {
+        {"reuse", "123", ""},
+        {"take-all", "1",
+         "libvesk_trace: cannot write " + file + ": Too many open files; nothing more is recorded\n"},
+    };
+    const std::string own = directory.File("own");
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        const Result result =
+            Shell("rm -f " + file + ' ' + own + "; VESK_TRACE_FILE=" + file +
+                  " LD_PRELOAD=" VESK_TRACER_PATH " " + kTraced + ' ' + row.what + ' ' + own);
+        EXPECT_EQ(result.status, 0);
+        EXPECT_EQ(result.output, row.error);
+        EXPECT_EQ(Contents(own), "my own");
+        std::string recorded;
+        recording::ReadFile(file, [&](const recording::Event& event) {
+            recorded += event.kind == recording::Kind::kRequest ? std::to_string(event.number) : "";
+        });
+        EXPECT_EQ(recorded, row.recorded);
+    }
+}
+
 TEST_F(TourTest, IsTheSameWhenNothingCanBeRecorded)
 {
     for (const auto& [target, line] :

@@ -9,6 +9,7 @@
 #include <pthread.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -31,6 +32,11 @@ constexpr int kUnopened = -1;
 constexpr int kOff = -2;
 
 std::atomic<int> g_file = kUnopened;
+
+/// Which file was opened, stored before its number. Threads that open it at the same time store the same.
+std::atomic<dev_t> g_device;
+std::atomic<ino_t> g_inode;
+
 std::atomic<uint64_t> g_exchanges = 0;
 char g_path[PATH_MAX]; ///< Absolute; empty if nothing is to be recorded.
 
@@ -127,17 +133,31 @@ int Open(int& file)
         return errno;
     if (!S_ISREG(status.st_mode) && !S_ISCHR(status.st_mode))
         return EINVAL;
+    g_device = status.st_dev;
+    g_inode = status.st_ino;
     if (getrlimit(RLIMIT_FSIZE, &limit) == 0 && static_cast<rlim_t>(status.st_size) >= limit.rlim_cur)
         return EFBIG; // the write would be a signal
     char text[512];
     return recording::AppendSection(file, kTracerVersion, Describe(text));
 }
 
-/// The open file, or kOff. Threads that open it at the same time do so twice, and one of them closes it.
+/// Whether a descriptor is still what was opened, and not another file that has got its number since. Asks
+/// for nothing else: a file whose times are asked for before each write takes longer to write.
+bool IsRecording(int file)
+{
+    struct statx status;
+    if (statx(file, "", AT_EMPTY_PATH, STATX_INO, &status) != 0)
+        return errno != EBADF; // a sandbox may forbid to ask
+    return makedev(status.stx_dev_major, status.stx_dev_minor) == g_device && status.stx_ino == g_inode;
+}
+
+/// The open file, or kOff. Applications close descriptors that are not their own, as daemons do: then it is
+/// opened again, and what has its number by now is left alone. Threads that open it at the same time do so
+/// twice, and one of them closes it.
 int File()
 {
     int file = g_file.load(std::memory_order_acquire);
-    if (file != kUnopened)
+    if (file == kOff || (file != kUnopened && IsRecording(file)))
         return file;
     if (g_path[0] == '\0') {
         TurnOff(0);
@@ -158,16 +178,14 @@ int File()
 void Write(const Head& head, std::span<const std::byte> data, std::string_view comment)
 {
     const uint64_t time = Now(CLOCK_REALTIME);
-    int file = File();
-    if (file == kOff)
-        return;
-    int error = recording::AppendPacket(file, time, head, data, comment);
-    if (error == EBADF) { // the application has closed descriptors that are not its own, as daemons do
-        g_file.compare_exchange_strong(file, kUnopened);
-        file = File();
+    int error = EBADF;
+    for (int i = 0; i < 2 && error == EBADF; ++i) {
+        int file = File();
         if (file == kOff)
             return;
         error = recording::AppendPacket(file, time, head, data, comment);
+        if (error == EBADF) // closed in between, or open for reading only
+            g_file.compare_exchange_strong(file, kUnopened);
     }
     if (error != 0)
         TurnOff(error);

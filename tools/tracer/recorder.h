@@ -30,8 +30,9 @@ struct Packet {
  * Records the first packet of an exchange.
  *
  * Recording takes no lock and leaves errno alone. The file is opened for the first packet, at the path that
- * VESK_TRACE_FILE had when the process started. If it cannot be written, one line on standard error says so,
- * and nothing is recorded from then on.
+ * VESK_TRACE_FILE had when the process started, and again if the application has closed it; a file that has
+ * got its number since is left alone. If it cannot be written, one line on standard error says so, and
+ * nothing is recorded from then on.
  */
 TracedExchange Begin(const Packet& packet);
 
