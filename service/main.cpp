@@ -11,11 +11,17 @@
 #include "steering/scenario_file.h"
 #include "vesk_host/message.h"
 
+#include <cxxabi.h>
+#include <unistd.h>
+
 #include <cmath>
 #include <csignal>
 #include <cstdlib>
 #include <exception>
+#include <new>
+#include <system_error>
 #include <thread>
+#include <typeinfo>
 
 using namespace vesk;
 using namespace vesk::service;
@@ -23,8 +29,32 @@ using namespace vesk::service;
 namespace {
 
 constexpr uint32_t kQueueDepth = 1024;
+constexpr int kFailed = 1;
 
 Service* g_service = nullptr;
+std::terminate_handler g_terminate = nullptr;
+
+void SayNoMemory()
+{
+    std::fputs("vesk-video-service: out of memory\n", stderr);
+}
+
+/// Ends as main does without memory, where main cannot catch that: before it begins, and in functions that
+/// let no exception pass. CLI11 allocates in both.
+void Terminate()
+{
+    const std::type_info* exception = abi::__cxa_current_exception_type();
+    if (exception == nullptr || *exception != typeid(std::bad_alloc))
+        g_terminate();
+    SayNoMemory();
+    _exit(kFailed);
+}
+
+/// The first of this program's initialisers.
+__attribute__((constructor(101))) void Prepare()
+{
+    g_terminate = std::set_terminate(Terminate);
+}
 
 uint32_t HandleMessage(OsMsgEnvelope* message)
 {
@@ -58,6 +88,17 @@ void SendTick(const Identity& self)
     OsMsgAsynSend(&envelope);
 }
 
+std::thread StartSignalWaiter(const sigset_t& signals, const Identity& self)
+try {
+    return std::thread([&] {
+        for (int signal = 0; sigwait(&signals, &signal) == 0 && signal == SIGALRM;)
+            SendTick(self);
+        HostMsgEndTask(self.taskName.c_str());
+    });
+} catch (const std::system_error& error) {
+    throw std::system_error(error.code(), "no thread can be started");
+}
+
 /// @param scenario  Data block of VESK_CONTROL_SCENARIO; empty: none.
 int Serve(const Identity& self, const DeviceDescription& device, Timeline::Clock clock, const Bytes& scenario)
 {
@@ -66,6 +107,7 @@ int Serve(const Identity& self, const DeviceDescription& device, Timeline::Clock
     clock.alarm = [&alarm](auto at) { alarm.Set(at); };
     Service service(self, device, std::move(clock));
     g_service = &service;
+<<<<<<< HEAD
     if (HostMsgSetProcName(self.procName.c_str()) != 0) {
         PutError("vesk-video-service", "'" + self.procName + "' cannot be a process name");
         return 2;
@@ -75,12 +117,26 @@ int Serve(const Identity& self, const DeviceDescription& device, Timeline::Clock
         std::snprintf(code, sizeof code, "[0x%x]", ret);
         PutError("vesk-video-service", self.procName + '/' + self.taskName + " cannot be served " + code);
         return 1;
+=======
+    uint32_t ret = HostMsgSetProcName(self.procName.c_str());
+    if (ret == HOST_MSG_ERR_ARGUMENT) {
+        std::fprintf(stderr, "vesk-video-service: '%s' cannot be a process name\n", self.procName.c_str());
+        return 2;
+    }
+    if (ret == 0)
+        ret = OsMsgRegTask(self.taskName.c_str(), kQueueDepth, HandleMessage);
+    if (ret != 0) {
+        std::fprintf(stderr, "vesk-video-service: %s/%s cannot be served [0x%x]\n", self.procName.c_str(),
+                     self.taskName.c_str(), ret);
+        return kFailed;
+>>>>>>> 7393974 (service: too little memory for its start is said in one line, with status 1)
     }
     service.Begin();
     if (!scenario.empty()) {
         if (const Result result = service.Execute(VESK_CONTROL_SCENARIO, scenario); result != kOk)
             LOG(kError, "the scenario is refused: %u", result);
     }
+<<<<<<< HEAD
     std::thread signalWaiter([&] {
         for (int signal = 0; sigwait(&signals, &signal) == 0 && signal == SIGALRM;)
             SendTick(self);
@@ -88,6 +144,11 @@ int Serve(const Identity& self, const DeviceDescription& device, Timeline::Clock
     });
     PutLine(stdout, "vesk-video-service: serving " + self.procName + '/' + self.taskName + " (process " +
                         std::to_string(getpid()) + ')');
+=======
+    std::thread signalWaiter = StartSignalWaiter(signals, self);
+    std::printf("vesk-video-service: serving %s/%s (process %d)\n", self.procName.c_str(),
+                self.taskName.c_str(), getpid());
+>>>>>>> 7393974 (service: too little memory for its start is said in one line, with status 1)
     std::fflush(stdout);
     OsMsgTaskRoutineByName(self.taskName.c_str());
     signalWaiter.join();
@@ -157,7 +218,16 @@ try {
 } catch (const Error& error) { // a file that is wrong
     PutLine(stderr, error.what());
     return 2;
+<<<<<<< HEAD
 } catch (const std::exception& error) { // out of memory, or no thread can be started
     PutError("vesk-video-service", error.what());
     return 1;
+=======
+} catch (const std::bad_alloc&) {
+    SayNoMemory();
+    return kFailed;
+} catch (const std::exception& error) { // no thread can be started, for example
+    std::fprintf(stderr, "vesk-video-service: %s\n", error.what());
+    return kFailed;
+>>>>>>> 7393974 (service: too little memory for its start is said in one line, with status 1)
 }

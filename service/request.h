@@ -61,7 +61,7 @@ private:
 };
 
 /// The name that stands for every client; no process can have one that is as long.
-inline const std::string kEveryClient = "every known client";
+inline constexpr char kEveryClient[] = "every known client";
 
 /// A notification; it is sent after the answer to the current request.
 struct PendingNotification {

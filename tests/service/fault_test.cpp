@@ -143,6 +143,70 @@ TEST(Faults, EachAllocationFailsInTurn)
     std::printf("%u allocations\n", failed);
 }
 
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // which nothing can be preloaded before
+
+/// Starts the service's program with an allocation that fails. It serves, or says in one line why not.
+bool Serves(unsigned nth, std::vector<const char*> words)
+{
+    const RuntimeDir directory;
+    const std::string output = directory.File("output");
+    words.insert(words.begin(), VESK_SERVICE_PATH);
+    words.push_back(nullptr);
+    setenv("VESK_LOG_TARGET", "none", 1);
+    Child service([&] {
+        setenv("VESK_FAULTS", ("malloc=ENOMEM@" + std::to_string(nth)).c_str(), 1);
+        setenv("LD_PRELOAD", VESK_FAULT_SHIM_PATH, 1);
+        if (freopen(output.c_str(), "w", stdout) != nullptr && dup2(STDOUT_FILENO, STDERR_FILENO) >= 0)
+            execv(words[0], const_cast<char**>(words.data()));
+        _exit(127);
+    });
+    EXPECT_TRUE(Eventually([&] { return Contents(output).find('\n') != std::string::npos; }));
+    const std::string said = "vesk-video-service: ";
+    const bool serves = Contents(output).rfind(said + "serving", 0) == 0;
+    if (serves) {
+        InFork([] {
+            for (int i = 0; i < 3; ++i)
+                Use(); // some of it in vain, if that is where memory ends
+            _exit(Works() ? 0 : 1);
+        });
+    }
+    const int status = service.Wait(serves ? SIGTERM : 0);
+    const std::string text = Contents(output);
+    if (serves)
+        EXPECT_EQ(status, 0) << text;
+    else // it may seem to the parsers that a file is wrong
+        EXPECT_TRUE(text.find('\n') == text.size() - 1 &&
+                    text.rfind(status == 1 ? said : VESK_SERVICE_DATA, 0) == 0 && status <= 2)
+            << status << ' ' << text;
+    return serves;
+}
+
+TEST(Faults, EachAllocationOfTheServicesStartFailsInTurn)
+{
+    const struct {
+        std::vector<const char*> words;
+        unsigned step;   ///< Files take thousands of allocations.
+        unsigned enough; ///< So many starts in a row that serve: its allocations are over.
+    } rows[] = {{{}, 1, 20},
+                {{"--device", VESK_SERVICE_DATA "/devices/default.toml", "--scenario",
+                  VESK_SERVICE_DATA "/scenarios/loose_cable.toml"},
+                 31,
+                 4}};
+    for (const auto& [words, step, enough] : rows) {
+        unsigned cases = 0, failed = 0;
+        for (unsigned served = 0; served < enough; ++cases) {
+            SCOPED_TRACE(1 + cases * step);
+            const bool serves = Serves(1 + cases * step, words);
+            served = serves ? served + 1 : 0;
+            failed += serves ? 0 : 1;
+        }
+        EXPECT_GT(failed, 100U);
+        std::printf("%u starts, %u of them in vain\n", cases, failed);
+    }
+}
+
+#endif
+
 // A handler that cannot put its answer off for want of memory gives it at once.
 TEST(Faults, EachAllocationOfADeferralFailsInTurn)
 {

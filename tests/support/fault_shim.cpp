@@ -80,6 +80,21 @@ bool Fails(const char* call, size_t* size = nullptr)
 
 extern "C" {
 
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // which need their own
+void* __libc_malloc(size_t size);
+void* __libc_calloc(size_t count, size_t size);
+
+void* malloc(size_t size)
+{
+    return Fails("malloc") ? nullptr : __libc_malloc(size);
+}
+
+void* calloc(size_t count, size_t size)
+{
+    return Fails("malloc") ? nullptr : __libc_calloc(count, size);
+}
+#endif
+
 void SetFaults(const char* faults)
 {
     g_active = 0;
