@@ -8,8 +8,10 @@
 #include "vesk_host/queue.h"
 
 #include <atomic>
+#include <csignal>
 #include <cstdio>
 #include <thread>
+#include <vector>
 
 #include <sys/mman.h>
 

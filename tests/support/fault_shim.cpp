@@ -84,12 +84,12 @@ extern "C" {
 void* __libc_malloc(size_t size);
 void* __libc_calloc(size_t count, size_t size);
 
-void* malloc(size_t size)
+void* malloc(size_t size) noexcept
 {
     return Fails("malloc") ? nullptr : __libc_malloc(size);
 }
 
-void* calloc(size_t count, size_t size)
+void* calloc(size_t count, size_t size) noexcept
 {
     return Fails("malloc") ? nullptr : __libc_calloc(count, size);
 }
