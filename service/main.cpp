@@ -29,6 +29,7 @@ using namespace vesk::service;
 namespace {
 
 constexpr uint32_t kQueueDepth = 1024;
+constexpr const char* kProgram = "vesk-video-service";
 constexpr int kFailed = 1;
 
 Service* g_service = nullptr;
@@ -107,48 +108,27 @@ int Serve(const Identity& self, const DeviceDescription& device, Timeline::Clock
     clock.alarm = [&alarm](auto at) { alarm.Set(at); };
     Service service(self, device, std::move(clock));
     g_service = &service;
-<<<<<<< HEAD
-    if (HostMsgSetProcName(self.procName.c_str()) != 0) {
-        PutError("vesk-video-service", "'" + self.procName + "' cannot be a process name");
-        return 2;
-    }
-    if (const uint32_t ret = OsMsgRegTask(self.taskName.c_str(), kQueueDepth, HandleMessage); ret != 0) {
-        char code[16];
-        std::snprintf(code, sizeof code, "[0x%x]", ret);
-        PutError("vesk-video-service", self.procName + '/' + self.taskName + " cannot be served " + code);
-        return 1;
-=======
     uint32_t ret = HostMsgSetProcName(self.procName.c_str());
     if (ret == HOST_MSG_ERR_ARGUMENT) {
-        std::fprintf(stderr, "vesk-video-service: '%s' cannot be a process name\n", self.procName.c_str());
+        PutError(kProgram, "'" + self.procName + "' cannot be a process name");
         return 2;
     }
+    const std::string task = self.procName + '/' + self.taskName;
     if (ret == 0)
         ret = OsMsgRegTask(self.taskName.c_str(), kQueueDepth, HandleMessage);
     if (ret != 0) {
-        std::fprintf(stderr, "vesk-video-service: %s/%s cannot be served [0x%x]\n", self.procName.c_str(),
-                     self.taskName.c_str(), ret);
+        char code[16];
+        std::snprintf(code, sizeof code, "[0x%x]", ret);
+        PutError(kProgram, task + " cannot be served " + code);
         return kFailed;
->>>>>>> 7393974 (service: too little memory for its start is said in one line, with status 1)
     }
     service.Begin();
     if (!scenario.empty()) {
         if (const Result result = service.Execute(VESK_CONTROL_SCENARIO, scenario); result != kOk)
             LOG(kError, "the scenario is refused: %u", result);
     }
-<<<<<<< HEAD
-    std::thread signalWaiter([&] {
-        for (int signal = 0; sigwait(&signals, &signal) == 0 && signal == SIGALRM;)
-            SendTick(self);
-        HostMsgEndTask(self.taskName.c_str());
-    });
-    PutLine(stdout, "vesk-video-service: serving " + self.procName + '/' + self.taskName + " (process " +
-                        std::to_string(getpid()) + ')');
-=======
+    PutLine(stdout, "vesk-video-service: serving " + task + " (process " + std::to_string(getpid()) + ')');
     std::thread signalWaiter = StartSignalWaiter(signals, self);
-    std::printf("vesk-video-service: serving %s/%s (process %d)\n", self.procName.c_str(),
-                self.taskName.c_str(), getpid());
->>>>>>> 7393974 (service: too little memory for its start is said in one line, with status 1)
     std::fflush(stdout);
     OsMsgTaskRoutineByName(self.taskName.c_str());
     signalWaiter.join();
@@ -218,16 +198,10 @@ try {
 } catch (const Error& error) { // a file that is wrong
     PutLine(stderr, error.what());
     return 2;
-<<<<<<< HEAD
-} catch (const std::exception& error) { // out of memory, or no thread can be started
-    PutError("vesk-video-service", error.what());
-    return 1;
-=======
 } catch (const std::bad_alloc&) {
     SayNoMemory();
     return kFailed;
 } catch (const std::exception& error) { // no thread can be started, for example
-    std::fprintf(stderr, "vesk-video-service: %s\n", error.what());
+    PutError(kProgram, error.what());
     return kFailed;
->>>>>>> 7393974 (service: too little memory for its start is said in one line, with status 1)
 }
