@@ -3,6 +3,7 @@
 #include "base/envelope.h"
 #include "base/error.h"
 #include "base/output.h"
+#include "base/text.h"
 #include "service/alarm.h"
 #include "service/device_file.h"
 #include "service/log.h"
@@ -127,13 +128,15 @@ int Serve(const Identity& self, const DeviceDescription& device, Timeline::Clock
         if (const Result result = service.Execute(VESK_CONTROL_SCENARIO, scenario); result != kOk)
             LOG(kError, "the scenario is refused: %u", result);
     }
-    PutLine(stdout, "vesk-video-service: serving " + task + " (process " + std::to_string(getpid()) + ')');
-    std::thread signalWaiter = StartSignalWaiter(signals, self);
+    const std::string serving =
+        Printable("vesk-video-service: serving " + task + " (process " + std::to_string(getpid()) + ')');
+    std::thread signalWaiter = StartSignalWaiter(signals, self); // nothing may be thrown from here on
+    std::puts(serving.c_str());
     std::fflush(stdout);
     OsMsgTaskRoutineByName(self.taskName.c_str());
     signalWaiter.join();
     service.End();
-    PutLine(stdout, "vesk-video-service: ended");
+    std::puts("vesk-video-service: ended");
     return 0;
 }
 
