@@ -6,6 +6,7 @@
 #include <atomic>
 #include <barrier>
 #include <cmath>
+#include <optional>
 #include <thread>
 
 namespace vesk::bench {
@@ -70,22 +71,24 @@ private:
     std::vector<std::jthread> threads_;
 };
 
-Table CallsBetween(int callerCpu, int serverCpu, const std::string& where, bool quick)
+/// A row for each of @p allSizes, a column for each of @p ways.
+Table Calls(const std::string& where, std::span<const Sizes> allSizes, std::span<const Way> ways,
+            std::optional<int> serverCpu, bool quick)
 {
-    const OnCpu here(callerCpu);
     Table table{
         "One call, " + where + ": time, as a multiple of a raw socket pair's", {"request/answer, bytes"}, {}};
-    for (const Way& way : CallWays())
+    for (const Way& way : ways)
         table.columns.emplace_back(way.name);
     table.columns.emplace_back("raw socket, µs");
-    for (const Sizes sizes :
-         {Sizes{24, 24}, {56, 24}, {24, 2400}, {4632, 24}, {kMebibyte, 24}, {4 * kMebibyte, 24}}) {
+    for (const Sizes sizes : allSizes) {
         std::vector<std::unique_ptr<Parties>> parties;
         std::vector<std::function<void()>> turns;
         const int calls = CallsInTurn(sizes);
-        for (const Way& way : CallWays()) {
+        for (const Way& way : ways) {
             {
-                const OnCpu there(serverCpu);
+                std::optional<OnCpu> there;
+                if (serverCpu)
+                    there.emplace(*serverCpu);
                 parties.push_back(std::make_unique<Parties>(way, sizes));
             }
             turns.emplace_back([&caller = (*parties.back())[0], calls] {
@@ -103,6 +106,14 @@ Table CallsBetween(int callerCpu, int serverCpu, const std::string& where, bool 
     return table;
 }
 
+Table CallsBetween(int callerCpu, int serverCpu, const std::string& where, bool quick)
+{
+    constexpr Sizes kAllSizes[] = {{24, 24},   {56, 24},        {24, 2400},
+                                   {4632, 24}, {kMebibyte, 24}, {4 * kMebibyte, 24}};
+    const OnCpu here(callerCpu);
+    return Calls(where, kAllSizes, CallWays(), serverCpu, quick);
+}
+
 } // namespace
 
 Table CallTable(bool quick)
@@ -117,6 +128,14 @@ Table DistantCallTable(bool quick)
     if (cpus.size() == 1)
         return {};
     return CallsBetween(cpus.front(), cpus.back(), "each end on a CPU of its own", quick);
+}
+
+Table LargeCallTable(bool quick)
+{
+    constexpr Sizes kLarge[] = {{kMebibyte, 24}, {4 * kMebibyte, 24}};
+    std::vector<Way> ways(CallWays().begin(), CallWays().end());
+    ways.push_back(kLibraryWay);
+    return Calls("both ends left to the scheduler", kLarge, ways, std::nullopt, quick);
 }
 
 Table ThreadTable(bool quick)

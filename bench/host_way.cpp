@@ -1,6 +1,7 @@
-// The host's message library.
+// The host's message library, alone and under the exported library.
 #include "bench/way.h"
 #include "vesk_host/message.h"
+#include "vesk_video/vesk_video.h"
 
 #include <unistd.h>
 
@@ -22,17 +23,28 @@ uint32_t Answer(OsMsgEnvelope* message)
         return HostMsgDefer(message) != 0 ? 0 : uint32_t{HOST_MSG_ERR_FULL};
     const uint32_t result = HostMsgReply(message, g_answer.data(), static_cast<uint32_t>(g_answer.size()));
     if (message->msgId == kEnd)
-        HostMsgEndTask(kTask);
+        HostMsgEndTask(message->recvTaskName);
     return result;
+}
+
+void Serve(const char* process, const char* task, Sizes sizes)
+{
+    g_answer.resize(sizes.answer);
+    HostMsgSetProcName(process);
+    if (const uint32_t result = OsMsgRegTask(task, 64, Answer); result != 0)
+        Fail("host: the server cannot register: " + std::to_string(result));
+    OsMsgTaskRoutineByName(task);
 }
 
 void ServeHost(const std::vector<Address>& addresses, Sizes sizes)
 {
-    g_answer.resize(sizes.answer);
-    HostMsgSetProcName(addresses.front().c_str());
-    if (const uint32_t result = OsMsgRegTask(kTask, 64, Answer); result != 0)
-        Fail("host: the server cannot register: " + std::to_string(result));
-    OsMsgTaskRoutineByName(kTask);
+    Serve(addresses.front().c_str(), kTask, sizes);
+}
+
+/// As the one process that the exported library knows.
+void ServeLibrary(const std::vector<Address>&, Sizes sizes)
+{
+    Serve("VIDEO", "VCTL", sizes);
 }
 
 class HostCaller : public Caller {
@@ -102,6 +114,38 @@ private:
     std::vector<std::jthread> others_;
 };
 
+/// Hands the same data over each time, which the library copies behind the header.
+class LibraryCaller : public Caller {
+public:
+    LibraryCaller(const Address&, Sizes sizes) : payload_(sizes.request - sizeof head_)
+    {
+        for (int tries = 0; Exchange() != 0 && tries < 2500; ++tries)
+            usleep(2000); // the server is still starting
+    }
+
+    void Call() override
+    {
+        if (const uint32_t result = Exchange(); result != 0)
+            Fail("library: a call failed: " + std::to_string(result));
+    }
+
+    void EndServer() override
+    {
+        head_.msgId = kEnd;
+        Exchange();
+    }
+
+private:
+    uint32_t Exchange()
+    {
+        return VeskVideoSendSyncMsgWithoutResponse(&head_, payload_.data(),
+                                                   static_cast<uint32_t>(payload_.size()));
+    }
+
+    VeskVideoMsgHead head_{0, kExchange, 0, 0, 0, 0};
+    std::vector<char> payload_;
+};
+
 template <class Kind>
 std::unique_ptr<Caller> Open(const Address& address, Sizes sizes)
 {
@@ -111,6 +155,7 @@ std::unique_ptr<Caller> Open(const Address& address, Sizes sizes)
 } // namespace
 
 const Way kHostWay = {"host library", false, ServeHost, Open<HostCaller>};
+const Way kLibraryWay = {"exported library", false, ServeLibrary, Open<LibraryCaller>};
 const Way kOwingHostWay = {"host library, 50 answers owed", false, ServeHost, Open<CallerAmongOthers>};
 
 } // namespace vesk::bench

@@ -32,7 +32,7 @@ struct RuntimeDir {
 void PrintTables(bool quick, bool asJson, bool withSystemCalls)
 {
     const RuntimeDir directory;
-    std::vector<Table (*)(bool)> makers{CallTable, DistantCallTable,  ThreadTable,
+    std::vector<Table (*)(bool)> makers{CallTable, DistantCallTable,  LargeCallTable, ThreadTable,
                                         OwedTable, NotificationTable, OwnShareTable};
     if (withSystemCalls)
         makers.push_back(SystemCallTable);

@@ -36,6 +36,7 @@ std::string Text(double number);
 Table CallTable(bool quick);
 /// With each end on a CPU of its own: mostly what it costs to wake up a CPU. Empty when there is only one.
 Table DistantCallTable(bool quick);
+Table LargeCallTable(bool quick);
 Table ThreadTable(bool quick);
 Table OwedTable(bool quick);
 Table NotificationTable(bool quick);

@@ -30,7 +30,8 @@ const Way& FindWay(const std::string& name)
         if (name == way.name)
             return way;
     }
-    for (const Way* way : {&kRawByOneWay, &kOwingHostWay, &kRawNotifications, &kHostNotifications}) {
+    for (const Way* way :
+         {&kLibraryWay, &kRawByOneWay, &kOwingHostWay, &kRawNotifications, &kHostNotifications}) {
         if (name == way->name)
             return *way;
     }

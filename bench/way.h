@@ -45,6 +45,7 @@ std::span<const Way> CallWays();
 const Way& FindWay(const std::string& name);
 
 extern const Way kRawWay, kHostWay;
+extern const Way kLibraryWay;                           ///< One server at a time.
 extern const Way kRawByOneWay;                          ///< One thread serves all callers.
 extern const Way kOwingHostWay;                         ///< The server owes 50 other callers their answers.
 extern const Way kRawNotifications, kHostNotifications; ///< Only served.

@@ -84,7 +84,7 @@ Build AddPlug(std::vector<Option>& options)
     auto port = AddPort(options);
     options.push_back({.name = "--mode",
                        .place = &port->mode,
-                       .help = std::string(kModeHelp) + "; the port's last one if it is not given"});
+                       .help = std::string(kModeHelp).append("; the port's last one if it is not given")});
     return [port](const Decoder&) {
         const VeskControlMode mode = port->mode.empty() ? VeskControlMode{} : ParseMode(port->mode);
         return MakeMessage(VESK_CONTROL_PLUG, port->InHeader(), {BytesOf(mode)});

@@ -1,8 +1,13 @@
-// Connections: how many there are, and receivers that do not read or accept.
+// Connections: how many there are, receivers that do not read or accept, and memory that both ends share.
+#include "message/shared_block.h"
 #include "platform/message_fixture.h"
 
 #include <csignal>
 #include <cstring>
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
 
 FORKED_TEST(HostMessage, FortyThreadsGetTheirOwnAnswersAndLeave32Connections)
 {
@@ -77,4 +82,58 @@ FORKED_TEST(HostMessage, ConnectionsToPeersThatHaveGoneAreClosed)
         EXPECT_EQ(Tell(name), 0U);
     }
     EXPECT_LE(OpenDescriptors().size(), before + 1);
+}
+
+FORKED_TEST(HostMessage, ALargeRequestTravelsInPacketsWhereNoMemoryCanBeShared)
+{
+    const Child peer = Serve();
+    const std::string large(kMaxDataLen, 'd');
+    InFork([&] {
+        const rlimit limit{1U << 20U, 1U << 20U};
+        EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+        EXPECT_EQ(Ask("peer", 5, large).data, large);
+    });
+}
+
+FORKED_TEST(HostMessage, MemoryThatASenderSharesIsTakenOnlyIfItIsSafe)
+{
+    Child peer = Serve();
+    constexpr int kSeals = F_SEAL_SHRINK | F_SEAL_GROW;
+    const auto head = [](DataPlace place, uint32_t size = 100000, uint32_t type = OS_MSG_SYNCHRONOUS) {
+        std::string packet = Raw(size, "", type);
+        std::memcpy(&packet[offsetof(FrameHead, place)], &place, sizeof place);
+        return packet;
+    };
+    const auto memory = [](off_t size, int seals) {
+        UniqueFd file([] { return memfd_create("test", MFD_CLOEXEC | MFD_ALLOW_SEALING); });
+        EXPECT_EQ(ftruncate(file.Get(), size) + fcntl(file.Get(), F_ADD_SEALS, seals), 0);
+        return file;
+    };
+    const std::string self = "process " + std::to_string(getpid());
+    const std::string unusable = self + " shares no memory that can be used", garbage = self + " sent";
+    for (const std::string& packet :
+         {head(DataPlace::kBlock), head(DataPlace::kNewBlock, 100000, OS_MSG_ASYNCHRONOUS),
+          head(DataPlace::kNewBlock, 0), head(DataPlace::kNewBlock) + 'd', head(DataPlace{3})}) {
+        EXPECT_TRUE(IsClosedOn(Connected({packet})));
+        peer.ExpectOutput(garbage);
+    }
+    EXPECT_TRUE(IsClosedOn(Connected({head(DataPlace::kNewBlock), "d"})));
+    const UniqueFd noMemory([] { return open("/dev/null", O_RDWR | O_CLOEXEC); });
+    const UniqueFd mayShrink = memory(100000, F_SEAL_GROW), small = memory(99999, kSeals),
+                   vast = memory(kMaxDataLen + 1, kSeals), good = memory(100000, kSeals);
+    for (const UniqueFd* file : {&noMemory, &mayShrink, &small, &vast}) {
+        const UniqueFd connection = Connected({head(DataPlace::kNewBlock)});
+        SendDescriptor(connection.Get(), *file);
+        EXPECT_TRUE(IsClosedOn(connection));
+        peer.ExpectOutput(unusable);
+    }
+    const UniqueFd connection = Connected({head(DataPlace::kNewBlock)});
+    SendDescriptor(connection.Get(), good);
+    SendPacket(connection, "d"); // it is there
+    EXPECT_EQ(ReadMessage(connection), 1U);
+    SendPacket(connection, head(DataPlace::kBlock));
+    SendPacket(connection, "d");
+    EXPECT_EQ(ReadMessage(connection), 1U);
+    SendPacket(connection, head(DataPlace::kBlock, 100001));
+    EXPECT_TRUE(IsClosedOn(connection));
 }

@@ -20,8 +20,8 @@ FORKED_TEST(HostMessage, AServingTaskOutlivesWhatItsClientsDo)
     } cases[] = {
         {{Raw(0, "", OS_MSG_ASYNCHRONOUS)}, "", false},
         {{""}, ""},
-        {{Raw(1000, "some"), ""}, "peer.task: a message broke off after 188 bytes"},
-        {{Raw(1000, "some data"), "and more"}, "peer.task: a message broke off after 201 bytes", false},
+        {{Raw(1000, "some"), ""}, "peer.task: a message broke off after 196 bytes"},
+        {{Raw(1000, "some data"), "and more"}, "peer.task: a message broke off after 209 bytes", false},
         {{Raw(kMaxDataLen + 1, "")}, garbage},
         {{Raw(0, "", 2)}, garbage},
         {{Raw(0, "", OS_MSG_ASYNCHRONOUS, 5, 1, HostProcessSelf())}, "", false},
@@ -54,7 +54,7 @@ FORKED_TEST(HostMessage, AServingTaskOutlivesWhatItsClientsDo)
     SendPacket(hasty, Raw(1000, "so"));
     hasty.Close();
     kill(peer.Process(), SIGCONT);
-    peer.ExpectOutput("peer.task: a message broke off after 186 bytes");
+    peer.ExpectOutput("peer.task: a message broke off after 194 bytes");
 }
 
 FORKED_TEST(HostMessage, ATaskThatDoesNotKeepUpLosesNothing)

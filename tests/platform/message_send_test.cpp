@@ -11,7 +11,7 @@
 FORKED_TEST(HostMessage, ExchangesUpToFourMebibytes)
 {
     const Child peer = Serve();
-    for (const size_t size : {0U, 1U, 200000U, kMaxDataLen}) {
+    for (const size_t size : {0U, 1U, 200000U, kMaxDataLen, 300000U}) {
         const std::string data(size, 'd');
         const Outcome outcome = Ask("peer", 7, data, 5000, "task", "me");
         EXPECT_TRUE(outcome.data == data) << size;

@@ -72,7 +72,12 @@ void Connection::Read()
         std::span<std::byte> target = std::as_writable_bytes(std::span(&packet, 1));
         if (arriving_ != nullptr)
             target = std::span(arriving_->data.get(), arriving_->envelope.dataLen).subspan(received_);
-        const ssize_t got = recv(socket_.Get(), target.data(), target.size(), MSG_DONTWAIT | MSG_TRUNC);
+        ssize_t got = 0;
+        UniqueFd descriptor;
+        if (arriving_ != nullptr && place_ == DataPlace::kNewBlock)
+            descriptor = ReceiveDescriptor(socket_.Get(), got);
+        else
+            got = recv(socket_.Get(), target.data(), target.size(), MSG_DONTWAIT | MSG_TRUNC);
         if (got < 0 && (errno == EINTR || errno == ECONNRESET))
             continue; // a reset is reported once, before what was sent ahead of it
         if (got < 0 && errno == EAGAIN)
@@ -86,7 +91,7 @@ void Connection::Read()
         }
         const auto size = static_cast<size_t>(got); // of the packet, which may be longer than the target
         const bool isFirst = arriving_ == nullptr && toSkip_ == 0;
-        if (!(isFirst ? Take(packet, size) : TakeRest(size))) {
+        if (!(isFirst ? Take(packet, size) : TakeRest(size, descriptor))) {
             Report(kReportError, "%s: process %d sent garbage, its connection is closed", endpoint_.c_str(),
                    peer_);
             Drop();
@@ -128,7 +133,9 @@ bool Connection::Take(const FirstPacket& packet, size_t size)
         }
         arriving_ = std::move(message);
         received_ = 0;
-        return TakeRest(dataSize);
+        place_ = packet.head.place;
+        return place_ == DataPlace::kPackets ? TakeBytes(dataSize)
+                                             : place_ == DataPlace::kNewBlock || HasBlock();
     } catch (const std::bad_alloc& error) {
         Lose(error, envelope.type == OS_MSG_SYNCHRONOUS);
         toSkip_ = envelope.dataLen - dataSize;
@@ -136,7 +143,7 @@ bool Connection::Take(const FirstPacket& packet, size_t size)
     return true;
 }
 
-bool Connection::TakeRest(size_t size)
+bool Connection::TakeRest(size_t size, const UniqueFd& descriptor)
 {
     if (toSkip_ != 0) {
         if (size > toSkip_)
@@ -144,9 +151,34 @@ bool Connection::TakeRest(size_t size)
         toSkip_ -= size;
         return true;
     }
-    if (size > arriving_->envelope.dataLen - received_)
+    if (place_ == DataPlace::kPackets)
+        return TakeBytes(size);
+    if (size != 1)
         return false;
-    received_ += size;
+    if (place_ == DataPlace::kNewBlock) {
+        place_ = DataPlace::kBlock;
+        block_ = SharedBlock::Of(descriptor, arriving_->envelope.dataLen, kMaxDataLen);
+        return HasBlock();
+    }
+    const size_t chunk = std::min<size_t>(kChunk, arriving_->envelope.dataLen - received_);
+    std::memcpy(arriving_->data.get() + received_, &block_.Bytes()[received_], chunk);
+    return TakeBytes(chunk);
+}
+
+/// Whether there is a block for what arrives. False, after logging, if not.
+bool Connection::HasBlock() const
+{
+    if (block_.Bytes().size() >= arriving_->envelope.dataLen)
+        return true;
+    Report(kReportError, "%s: process %d shares no memory that can be used", endpoint_.c_str(), peer_);
+    return false;
+}
+
+bool Connection::TakeBytes(size_t count)
+{
+    if (count > arriving_->envelope.dataLen - received_)
+        return false;
+    received_ += count;
     if (received_ == arriving_->envelope.dataLen)
         Deliver();
     return true;

@@ -3,6 +3,7 @@
 
 #include "message/frame.h"
 #include "message/inbox.h"
+#include "message/shared_block.h"
 
 #include <memory>
 #include <new>
@@ -41,7 +42,9 @@ private:
     void Read();
     bool Identify();
     bool Take(const FirstPacket& packet, size_t size);
-    bool TakeRest(size_t size);
+    bool TakeRest(size_t size, const UniqueFd& descriptor);
+    bool TakeBytes(size_t count);
+    bool HasBlock() const;
     void Deliver();
     void Lose(const std::bad_alloc& error, bool isAwaited);
     void Flush();
@@ -55,8 +58,10 @@ private:
     const std::shared_ptr<Inbox> inbox_;
 
     std::unique_ptr<Message> arriving_;
-    size_t received_ = 0; // bytes of its data
-    size_t toSkip_ = 0;   // bytes of data of one that there was no memory for
+    size_t received_ = 0;                   // bytes of its data
+    size_t toSkip_ = 0;                     // bytes of data of one that there was no memory for
+    DataPlace place_ = DataPlace::kPackets; // of its data; kNewBlock until the block has come
+    SharedBlock block_;
     bool owesAnswer_ = false;
     uint64_t deferred_ = 0;               // number of the last answer that was put off
     bool isAbandoned_ = false;            // nobody will read an answer

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "message/endpoint.h"
+#include "message/shared_block.h"
 #include "vesk_host/message.h"
 
 #include <mutex>
@@ -16,6 +17,7 @@ struct Outgoing {
     UniqueFd socket = {};
     HostProcess sender = 0;           // what this process was when it connected
     bool isPooled = false;            // was used before: its peer may have gone
+    SharedBlock block = {};           // for large requests
     int waitAtMostMs = 0;             // that a read waits; 0: for ever
     std::thread::id asyncSender = {}; // whose asynchronous messages may not have been read yet
 };

@@ -17,10 +17,6 @@ namespace {
 
 constexpr uint64_t kMark = 0x3447534d4b534556; // "VESKMSG4"
 
-// Measured to be the fastest: it fits a few times into a socket's buffer of the kernel's default size, so
-// that one end writes while the other reads.
-constexpr size_t kLongestPacket = 96U << 10;
-
 /// Whether a packet finds room behind a head, so that a message whose data fits one packet is refused before
 /// it has begun to leave.
 bool HasRoomBehindHead(int socket)
@@ -41,6 +37,7 @@ FrameHead FrameHead::Of(const OsMsgEnvelope& envelope, uint64_t sequence, HostPr
     head.mark = kMark;
     head.sequence = sequence;
     head.sender = sender;
+    head.place = DataPlace::kPackets;
     std::memcpy(head.envelope.data(), &envelope, head.envelope.size());
     return head;
 }
@@ -55,13 +52,15 @@ OsMsgEnvelope FrameHead::Envelope() const
 bool FrameHead::IsValid() const
 {
     const OsMsgEnvelope read = Envelope();
-    return mark == kMark && read.type <= OS_MSG_SYNCHRONOUS && read.dataLen <= kMaxDataLen;
+    return mark == kMark && read.type <= OS_MSG_SYNCHRONOUS && read.dataLen <= kMaxDataLen &&
+           (place == DataPlace::kPackets ||
+            (place <= DataPlace::kNewBlock && read.type == OS_MSG_SYNCHRONOUS && read.dataLen != 0));
 }
 
 bool FirstPacket::IsValid(size_t size) const
 {
     return size >= sizeof head && size <= sizeof *this && head.IsValid() &&
-           size - sizeof head <= head.Envelope().dataLen;
+           size - sizeof head <= (head.place == DataPlace::kPackets ? head.Envelope().dataLen : 0);
 }
 
 bool WaitFor(int socket, short events, const Deadline& deadline)
@@ -90,11 +89,29 @@ FrameWriter::FrameWriter(const OsMsgEnvelope& envelope, uint64_t sequence, HostP
     }
 }
 
-std::span<const std::byte> FrameWriter::NextPacket() const
+void FrameWriter::UseBlock(const SharedBlock& block, UniqueFd descriptor)
+{
+    first_.head.place = descriptor.IsOpen() ? DataPlace::kNewBlock : DataPlace::kBlock;
+    block_ = block.Bytes();
+    descriptor_ = std::move(descriptor);
+}
+
+std::span<const std::byte> FrameWriter::NextPart() const
 {
     if (firstSize_ != 0)
         return std::as_bytes(std::span(&first_, 1)).first(firstSize_);
-    return rest_.first(std::min(rest_.size(), longest_));
+    return rest_.first(std::min(rest_.size(), block_.empty() ? longest_ : kChunk));
+}
+
+ssize_t FrameWriter::Send(int socket, std::span<const std::byte> part) const
+{
+    constexpr int kFlags = MSG_DONTWAIT | MSG_NOSIGNAL;
+    if (firstSize_ != 0 || block_.empty())
+        return send(socket, part.data(), part.size(), kFlags);
+    if (descriptor_.IsOpen())
+        return SendDescriptor(socket, descriptor_);
+    std::copy(part.begin(), part.end(), block_.begin());
+    return send(socket, part.data(), 1, kFlags);
 }
 
 FrameWriter::Progress FrameWriter::WriteSome(int socket)
@@ -102,12 +119,19 @@ FrameWriter::Progress FrameWriter::WriteSome(int socket)
     if (firstSize_ != 0 && !rest_.empty() && !HasRoomBehindHead(socket))
         return Progress::kNoRoom;
     for (;;) {
-        const std::span<const std::byte> packet = NextPacket();
-        if (packet.empty())
+        const std::span<const std::byte> part = NextPart();
+        if (part.empty())
             return Progress::kDone;
-        if (send(socket, packet.data(), packet.size(), MSG_DONTWAIT | MSG_NOSIGNAL) >= 0) {
-            if (std::exchange(firstSize_, 0) == 0)
-                rest_ = rest_.subspan(packet.size());
+        if (Send(socket, part) >= 0) {
+            if (std::exchange(firstSize_, 0) != 0)
+                continue;
+            if (descriptor_.IsOpen()) {
+                descriptor_.Close();
+                continue;
+            }
+            rest_ = rest_.subspan(part.size());
+            if (!block_.empty())
+                block_ = block_.subspan(part.size());
         } else if (errno == EMSGSIZE && longest_ > sizeof first_) {
             longest_ /= 2; // the socket's buffer is smaller than usual
         } else if (errno != EINTR) {

@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <memory>
 #include <thread>
+#include <tuple>
 #include <utility>
 
 namespace vesk::host {
@@ -104,6 +105,17 @@ uint32_t Write(int socket, FrameWriter& writer, const std::optional<Deadline>& d
     }
 }
 
+/// Has the data of a large request go through the block of its connection. If there is no memory for one, it
+/// travels in packets.
+void UseBlock(uint32_t dataLen, Outgoing& connection, FrameWriter& writer)
+{
+    UniqueFd descriptor;
+    if (connection.block.Bytes().size() < dataLen)
+        std::tie(connection.block, descriptor) = SharedBlock::Make(dataLen);
+    if (!connection.block.Bytes().empty())
+        writer.UseBlock(connection.block, std::move(descriptor));
+}
+
 /// Sends a message over a connection that it finds. Returns 0 or a HostMsgResult, after logging the reason.
 uint32_t Send(const OsMsgEnvelope* envelope, uint32_t type, uint64_t sequence,
               const std::optional<Deadline>& deadline, Outgoing& connection)
@@ -114,6 +126,8 @@ uint32_t Send(const OsMsgEnvelope* envelope, uint32_t type, uint64_t sequence,
         OsMsgEnvelope sent = *envelope;
         sent.type = type;
         FrameWriter writer(sent, sequence, connection.sender);
+        if (type == OS_MSG_SYNCHRONOUS && sent.dataLen > kLongestPacket)
+            UseBlock(sent.dataLen, connection, writer);
         const uint32_t error = Write(connection.socket.Get(), writer, deadline);
         if (error == 0)
             return 0;
@@ -121,8 +135,10 @@ uint32_t Send(const OsMsgEnvelope* envelope, uint32_t type, uint64_t sequence,
             continue; // its peer has gone, and there may be another by now
         const char* const fate = type == OS_MSG_ASYNCHRONOUS ? " dropped" : "";
         Report(kReportError, "message %u%s: %s %s", sent.msgId, fate, Receiver(sent).c_str(), Words(error));
-        if (error != HOST_MSG_ERR_BROKEN && !writer.HasBegun())
+        if (error != HOST_MSG_ERR_BROKEN && !writer.HasBegun()) {
+            connection.block = {}; // its receiver may not have heard of it
             g_connections->GiveBack(std::move(connection));
+        }
         return error;
     }
 }
