@@ -68,8 +68,14 @@ std::string Printable(std::string_view text)
     std::string printable;
     printable.reserve(text.size());
     Escape escape;
-    while (!text.empty())
-        printable += TakePrintable(text, escape);
+    while (!text.empty()) {
+        const auto* const plainEnd =
+            std::find_if(text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c >= 0x7f; });
+        printable.append(text.begin(), plainEnd);
+        text.remove_prefix(static_cast<size_t>(plainEnd - text.begin()));
+        if (!text.empty())
+            printable += TakePrintable(text, escape);
+    }
     return printable;
 }
 
