@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Has four applications send the virtual service hostile requests for a while, and prints its memory and descriptors
-# every minute. Ends with status 1 if it crashes or hangs, or if memory or descriptors grow in the second half.
+# Has four applications send the virtual service hostile requests for a while, and prints its own memory and its
+# descriptors every minute. Ends with status 1 if it crashes or hangs, or if memory or descriptors grow in the second half.
 #
 #   scripts/hostile.sh [MINUTES] [--preset PRESET]     default: 10 minutes, preset release
 set -euo pipefail
@@ -8,14 +8,7 @@ cd "$(dirname "$0")/.."
 . scripts/steps.sh
 
 minutes=10 preset=release
-while [ $# -gt 0 ]; do
-  case "$1" in
-    --preset) preset=${2:?--preset needs a name}; shift ;;
-    [1-9]*) minutes=$1 ;;
-    *) echo "usage: $0 [MINUTES] [--preset PRESET]" >&2; exit 2 ;;
-  esac
-  shift
-done
+minutes_and_preset "$@"
 install_packages
 build "$preset" vesk-video-service hostile_application
 build=build/$preset
@@ -39,7 +32,7 @@ done
 memory=() descriptors=()
 for ((minute = 1; minute <= minutes; ++minute)); do
   sleep 60
-  memory+=("$(awk '/VmRSS/ { print $2 }' "/proc/$service/status")")
+  memory+=("$(awk '/RssAnon/ { print $2 }' "/proc/$service/status")")
   descriptors+=("$(find "/proc/$service/fd" -mindepth 1 | wc -l)")
   echo "minute $minute: memory ${memory[-1]} KiB, ${descriptors[-1]} descriptors," \
     "$(find "$VESK_RUNTIME_DIR" -mindepth 1 | wc -l) files"
@@ -53,8 +46,8 @@ done
 pids=()
 cat "$VESK_RUNTIME_DIR"/[1-4].out | awk '{ sum += $1 } END { print sum " requests" }'
 half=$((minutes / 2))
-[ "${memory[-1]}" -le $((${memory[half]} * 11 / 10 + 1024)) ] || fail "memory has grown from minute $((half + 1)) on"
-[ "${descriptors[-1]}" -le $((${descriptors[half]} + 50)) ] || fail "descriptors have grown from minute $((half + 1)) on"
+[ "${memory[-1]}" -le $((memory[half] * 11 / 10 + 1024)) ] || fail "memory has grown from minute $((half + 1)) on"
+[ "${descriptors[-1]}" -le $((descriptors[half] + 50)) ] || fail "descriptors have grown from minute $((half + 1)) on"
 kill -TERM "$service"
 timeout 20 tail --pid="$service" -f /dev/null || kill -ABRT "$service"
 status=0

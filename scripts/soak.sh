@@ -9,14 +9,7 @@ cd "$(dirname "$0")/.."
 . scripts/steps.sh
 
 minutes=2 preset=dev
-while [ $# -gt 0 ]; do
-  case "$1" in
-    --preset) preset=${2:?--preset needs a name}; shift ;;
-    [1-9]*) minutes=$1 ;;
-    *) echo "usage: $0 [MINUTES] [--preset PRESET]" >&2; exit 2 ;;
-  esac
-  shift
-done
+minutes_and_preset "$@"
 install_packages
 build "$preset" vesk-video-service soak_application vesk_fault_shim
 build=build/$preset logs=build/$preset/soak

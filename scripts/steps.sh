@@ -3,6 +3,7 @@
 #   install_packages [PACKAGE...]   installs the packages that every build needs, and those given
 #   install_benchmark_packages      installs what benchmarks compare with, if it can be had
 #   build PRESET [TARGET...]        configures and builds a preset, or targets of it
+#   minutes_and_preset [N] [--preset PRESET]   sets minutes and preset, which have their defaults, from arguments
 #   step TITLE COMMAND...           runs a command and says how long it took
 #   quietly COMMAND...              runs a command and shows its output only if it fails
 
@@ -41,6 +42,18 @@ build() {
   [ $# -eq 0 ] || targets=(--target "$@")
   step "configuring $preset" quietly cmake --preset "$preset"
   step "building $preset" show_progress cmake --build --preset "$preset" --parallel "$(nproc)" "${targets[@]}"
+}
+
+# shellcheck disable=SC2034 # minutes is used by those who source this
+minutes_and_preset() {
+  while [ $# -gt 0 ]; do
+    case "$1" in
+      --preset) preset=${2:?--preset needs a name}; shift ;;
+      [1-9]*) minutes=$1 ;;
+      *) echo "usage: $0 [MINUTES] [--preset PRESET]" >&2; exit 2 ;;
+    esac
+    shift
+  done
 }
 
 # At a terminal, ninja shows on one line how far it is. Elsewhere a line does so every ten seconds.

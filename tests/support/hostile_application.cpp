@@ -1,5 +1,5 @@
-// An application for scripts/hostile.sh: requests of any kind and size under any name, from processes that
-// are killed, and garbage on raw connections, until SIGTERM. It fails when the service is gone.
+// An application for scripts/hostile.sh: requests of any kind and size under any name, also from processes
+// that are killed, until SIGTERM. It fails when the service is gone.
 #include "base/bytes.h"
 #include "base/envelope.h"
 #include "vesk_host/message.h"
@@ -9,11 +9,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <random>
+#include <span>
 #include <string>
-#include <vector>
 
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -39,23 +37,14 @@ uint64_t AnyNumber()
     return few[Any(std::size(few))];
 }
 
+/// Zeros, small numbers or anything.
 Bytes AnyBytes(size_t size)
 {
     Bytes bytes(size);
-    if (Any(3) == 0)
-        for (std::byte& byte : bytes)
-            byte = static_cast<std::byte>(Any(Any(2) == 0 ? 4 : 256));
-    else if (Any(2) == 0)
-        for (size_t i = 0; i < size; i += 4)
-            bytes[i] = static_cast<std::byte>(Any(4));
+    const uint64_t most[] = {1, 4, 256};
+    for (std::byte& byte : std::span(bytes).first(size * Any(2)))
+        byte = static_cast<std::byte>(Any(most[Any(3)]));
     return bytes;
-}
-
-const Request& AnyRequest()
-{
-    const auto& list = messages::kRequests;
-    const auto& control = messages::kControlRequests;
-    return Any(20) == 0 ? control[Any(std::size(control))] : list[Any(std::size(list))];
 }
 
 std::string AnyName()
@@ -68,7 +57,9 @@ std::string AnyName()
 
 void Send()
 {
-    const Request& request = AnyRequest();
+    const std::span<const Request> list = Any(20) == 0 ? std::span<const Request>(messages::kControlRequests)
+                                                       : std::span<const Request>(messages::kRequests);
+    const Request& request = list[Any(list.size())];
     VeskVideoMsgHead head{};
     head.msgId = static_cast<uint16_t>(Any(50) == 0 ? Any(0x10000) : request.number);
     head.uwSubMsgID = static_cast<uint16_t>(AnyNumber());
@@ -79,11 +70,8 @@ void Send()
         size *= head.ulParam1 % 8;
     if (request.payload.kind == messages::Kind::kBytes || Any(30) == 0)
         size = Any(Any(100) == 0 ? 4U << 20U : 5000);
-    Bytes data(sizeof head);
+    Bytes data = AnyBytes(std::min<size_t>(sizeof head + size, 4U << 20U));
     std::memcpy(data.data(), &head, sizeof head);
-    const Bytes payload = AnyBytes(size);
-    data.insert(data.end(), payload.begin(), payload.end());
-    data.resize(std::min<size_t>(data.size(), 4U << 20U));
     if (Any(100) == 0)
         data.resize(Any(sizeof head));
     OsMsgEnvelope envelope = MakeEnvelope(Any(100) == 0 ? static_cast<uint32_t>(Any(0x10000)) : head.msgId,
@@ -98,23 +86,6 @@ void Send()
         OsMsgSynRespFree(response);
     }
     g_absent += result == HOST_MSG_ERR_ABSENT ? 1 : 0;
-}
-
-/// Garbage over a connection that is left open for a while.
-void SendGarbage()
-{
-    static std::vector<int> connections(100, -1);
-    int& connection = connections[Any(connections.size())];
-    if (connection >= 0)
-        close(connection);
-    connection = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    sockaddr_un address{AF_UNIX, ""};
-    std::snprintf(address.sun_path, sizeof address.sun_path, "%s/VIDEO.VCTL",
-                  std::getenv("VESK_RUNTIME_DIR"));
-    if (connect(connection, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
-        return;
-    const Bytes garbage = AnyBytes(Any(300));
-    send(connection, garbage.data(), garbage.size(), MSG_NOSIGNAL);
 }
 
 /// Requests of a process that is killed among them.
@@ -139,7 +110,6 @@ int main(int argc, char** argv)
     while (g_ends == 0) {
         for (int i = 0; i < 100; ++i)
             Send();
-        SendGarbage();
         if (Any(20) == 0)
             SendFromOneThatIsKilled();
     }

@@ -59,10 +59,8 @@ void Connection::Read()
 {
     // A peer that never stops sending must not starve the others.
     constexpr int kReadsAtOnce = 64;
-    if (sender_ == 0 && socket_.IsOpen() && !Identify()) {
-        inbox_->CallLater(number_);
+    if (sender_ == 0 && socket_.IsOpen() && !Identify())
         return;
-    }
     for (int reads = 0; socket_.IsOpen() && !owesAnswer_; ++reads) {
         if (!inbox_->HasRoom() || reads == kReadsAtOnce) {
             inbox_->PutOff(number_, isAbandoned_); // its sender may go on over another connection
@@ -99,19 +97,26 @@ void Connection::Read()
     }
 }
 
-/// Takes in which process is at the other end, unless another lives that is the one it says to be. False when
-/// there is no descriptor or memory to find out with.
+/// Takes from the first message which process is at the other end, unless another lives that is the one it
+/// says to be. False when that has to wait, for the message or for a descriptor or memory to find out with.
 bool Connection::Identify()
 try {
     FrameHead head;
-    if (recv(socket_.Get(), &head, sizeof head, MSG_PEEK | MSG_DONTWAIT) != ssize_t{sizeof head})
-        return true;
+    ssize_t got = 0;
+    do
+        got = recv(socket_.Get(), &head, sizeof head, MSG_PEEK | MSG_DONTWAIT);
+    while (got < 0 && (errno == EINTR || errno == ECONNRESET));
+    if (got != ssize_t{sizeof head})
+        return got >= 0 || errno != EAGAIN; // what is wrong with it is found when it is read
     const UniqueFd directory = OpenRuntimeDir();
     const auto holder = directory.IsOpen() ? HolderOf(directory, head.sender) : std::nullopt;
     if (holder == peer_ || holder == kNobody) // it may have ended since
         sender_ = head.sender;
+    if (!holder)
+        inbox_->CallLater(number_);
     return holder.has_value();
 } catch (const std::bad_alloc&) {
+    inbox_->CallLater(number_);
     return false;
 }
 

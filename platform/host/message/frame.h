@@ -22,13 +22,11 @@ inline constexpr uint32_t kMaxDataLen = 4U << 20;
 /// that one end writes while the other reads.
 inline constexpr size_t kLongestPacket = 96U << 10;
 
-/// Where the data of a message is that does not fit into its first packet.
-enum class DataPlace : uint64_t {
-    kPackets, ///< In packets that follow.
-    kBlock, ///< A request's: in the memory that both ends have mapped. A packet of one byte follows for each
-            ///< kChunk of it, once that is there, so that one end copies while the other does.
-    kNewBlock, ///< The same, but it is new: its descriptor comes first.
-};
+/// Where the data of a message is that does not fit into its first packet: in packets that follow or, a
+/// request's, in memory that both ends have mapped. Then a packet of one byte follows for each kChunk of it,
+/// once that is there, so that one end copies while the other does. Ahead of them comes the descriptor of
+/// memory that is new.
+enum class DataPlace : uint64_t { kPackets, kBlock, kNewBlock };
 inline constexpr size_t kChunk = 256U << 10;
 
 /// The head: a mark that tells a frame from garbage, the number of a request that its answer repeats, the
