@@ -98,19 +98,21 @@ FORKED_TEST(HostMessage, ALargeRequestTravelsInPacketsWhereNoMemoryCanBeShared)
 FORKED_TEST(HostMessage, MemoryThatASenderSharesIsTakenOnlyIfItIsSafe)
 {
     Child peer = Serve();
-    constexpr int kSeals = F_SEAL_SHRINK | F_SEAL_GROW;
+    constexpr int kSeals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_FUTURE_WRITE;
     const auto head = [](DataPlace place, uint32_t size = 100000, uint32_t type = OS_MSG_SYNCHRONOUS) {
         std::string packet = Raw(size, "", type);
         std::memcpy(&packet[offsetof(FrameHead, place)], &place, sizeof place);
         return packet;
     };
-    const auto memory = [](off_t size, int seals) {
+    const auto memory = [](off_t size, int seals, bool hasHoles = false) {
         UniqueFd file([] { return memfd_create("test", MFD_CLOEXEC | MFD_ALLOW_SEALING); });
-        EXPECT_EQ(ftruncate(file.Get(), size) + fcntl(file.Get(), F_ADD_SEALS, seals), 0);
+        EXPECT_EQ(hasHoles ? ftruncate(file.Get(), size) : fallocate(file.Get(), 0, 0, size), 0);
+        EXPECT_EQ(fcntl(file.Get(), F_ADD_SEALS, seals), 0);
         return file;
     };
     const std::string self = "process " + std::to_string(getpid());
-    const std::string unusable = self + " shares no memory that can be used", garbage = self + " sent";
+    const std::string unusable = "the memory that " + self + " shares cannot be used",
+                      garbage = self + " sent";
     for (const std::string& packet :
          {head(DataPlace::kBlock), head(DataPlace::kNewBlock, 100000, OS_MSG_ASYNCHRONOUS),
           head(DataPlace::kNewBlock, 0), head(DataPlace::kNewBlock) + 'd', head(DataPlace{3})}) {
@@ -120,8 +122,9 @@ FORKED_TEST(HostMessage, MemoryThatASenderSharesIsTakenOnlyIfItIsSafe)
     EXPECT_TRUE(IsClosedOn(Connected({head(DataPlace::kNewBlock), "d"})));
     const UniqueFd noMemory([] { return open("/dev/null", O_RDWR | O_CLOEXEC); });
     const UniqueFd mayShrink = memory(100000, F_SEAL_GROW), small = memory(99999, kSeals),
-                   vast = memory(kMaxDataLen + 1, kSeals), good = memory(100000, kSeals);
-    for (const UniqueFd* file : {&noMemory, &mayShrink, &small, &vast}) {
+                   vast = memory(kMaxDataLen + 1, kSeals), holed = memory(100000, kSeals, true),
+                   good = memory(100000, kSeals);
+    for (const UniqueFd* file : {&noMemory, &mayShrink, &small, &vast, &holed}) {
         const UniqueFd connection = Connected({head(DataPlace::kNewBlock)});
         SendDescriptor(connection.Get(), *file);
         EXPECT_TRUE(IsClosedOn(connection));

@@ -98,7 +98,8 @@ void Connection::Read()
 }
 
 /// Takes from the first message which process is at the other end, unless another lives that is the one it
-/// says to be. False when that has to wait, for the message or for a descriptor or memory to find out with.
+/// says to be; those that have no number in this namespace are not told apart there. False when that has to
+/// wait, for the message or for a descriptor or memory to find out with.
 bool Connection::Identify()
 try {
     FrameHead head;
@@ -163,20 +164,21 @@ bool Connection::TakeRest(size_t size, const UniqueFd& descriptor)
     if (place_ == DataPlace::kNewBlock) {
         place_ = DataPlace::kBlock;
         block_ = SharedBlock::Of(descriptor, arriving_->envelope.dataLen, kMaxDataLen);
-        return HasBlock();
+        if (HasBlock())
+            return true;
+        Report(kReportError, "%s: the memory that process %d shares cannot be used, its connection is closed",
+               endpoint_.c_str(), peer_);
+        Drop();
+        return true;
     }
     const size_t chunk = std::min<size_t>(kChunk, arriving_->envelope.dataLen - received_);
     std::memcpy(arriving_->data.get() + received_, &block_.Bytes()[received_], chunk);
     return TakeBytes(chunk);
 }
 
-/// Whether there is a block for what arrives. False, after logging, if not.
 bool Connection::HasBlock() const
 {
-    if (block_.Bytes().size() >= arriving_->envelope.dataLen)
-        return true;
-    Report(kReportError, "%s: process %d shares no memory that can be used", endpoint_.c_str(), peer_);
-    return false;
+    return block_.Bytes().size() >= arriving_->envelope.dataLen;
 }
 
 bool Connection::TakeBytes(size_t count)

@@ -11,6 +11,7 @@
 #include <sys/stat.h>
 #include <sys/un.h>
 
+#include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <cstdio>
@@ -95,13 +96,22 @@ UniqueFd LockDirectory(const UniqueFd& directory, const Deadline& deadline)
     return file;
 }
 
+/// Whether a file name can be one that EndpointName has made. The directory may have others.
+bool IsEndpointName(std::string_view name)
+{
+    const auto isEncoded = [](unsigned char c) {
+        return std::isalnum(c) != 0 || c == '-' || c == '_' || c == '%' || c == '.';
+    };
+    return std::all_of(name.begin(), name.end(), isEncoded) && std::count(name.begin(), name.end(), '.') == 1;
+}
+
 /// Removes the sockets of processes that were killed. The directory must be locked.
 void RemoveAbandoned(const UniqueFd& directory)
 {
     // A socket of another type is refused by a living one for that very reason, and disturbs nobody.
     const UniqueFd probe([] { return socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0); });
     ForEachEntry(directory, [&](const dirent& entry) {
-        if (entry.d_type == DT_SOCK && probe.IsOpen() &&
+        if (entry.d_type == DT_SOCK && IsEndpointName(entry.d_name) && probe.IsOpen() &&
             Connect(probe, AddressIn(directory, entry.d_name)) != 0 && errno == ECONNREFUSED)
             unlinkat(directory.Get(), entry.d_name, 0);
     });
@@ -164,7 +174,7 @@ uint32_t ConnectEndpoint(const std::string& endpoint, const std::optional<Deadli
         return HOST_MSG_ERR_DIRECTORY;
     self = Self(directory).id;
     if (self == 0)
-        return SystemFailure("file of this process for a connection", endpoint);
+        return HOST_MSG_ERR_SYSTEM;
     UniqueFd connected = NewSocket(deadline ? 0 : SOCK_NONBLOCK);
     if (!connected.IsOpen())
         return SystemFailure("socket for a connection", endpoint);

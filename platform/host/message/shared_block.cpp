@@ -8,7 +8,6 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/vfs.h>
-#include <unistd.h>
 
 #include <cstring>
 
@@ -16,7 +15,8 @@ namespace vesk::host {
 
 namespace {
 
-constexpr unsigned kSeals = F_SEAL_SHRINK | F_SEAL_GROW;
+/// Nobody can take its pages away, nor map it for writing any more.
+constexpr unsigned kSeals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_FUTURE_WRITE;
 
 /// A packet of one byte, and room for a descriptor.
 struct DescriptorPacket {
@@ -30,7 +30,7 @@ struct DescriptorPacket {
         message.msg_iov = &place;
         message.msg_iovlen = 1;
         message.msg_control = control;
-        message.msg_controllen = sizeof control;
+        message.msg_controllen = CMSG_LEN(sizeof(int)); // no room for a second one
     }
     DescriptorPacket(const DescriptorPacket&) = delete;
 };
@@ -39,7 +39,7 @@ struct DescriptorPacket {
 
 SharedBlock::~SharedBlock()
 {
-    if (!bytes_.empty())
+    if (!bytes_.empty() && forks_ == ForkCount())
         munmap(bytes_.data(), bytes_.size());
 }
 
@@ -61,10 +61,11 @@ std::pair<SharedBlock, UniqueFd> SharedBlock::Make(size_t size)
         return {}; // beyond it there would be a signal
     UniqueFd file([] { return memfd_create("vesk-message", MFD_CLOEXEC | MFD_ALLOW_SEALING); });
     // All of it is there before anything is written: what could not be had then would be a signal, too.
-    if (!file.IsOpen() || fallocate(file.Get(), 0, 0, static_cast<off_t>(size)) != 0 ||
-        fcntl(file.Get(), F_ADD_SEALS, kSeals) != 0)
+    if (!file.IsOpen() || fallocate(file.Get(), 0, 0, static_cast<off_t>(size)) != 0)
         return {};
     SharedBlock block = Map(file, size, PROT_READ | PROT_WRITE);
+    if (block.bytes_.empty() || fcntl(file.Get(), F_ADD_SEALS, kSeals) != 0)
+        return {};
     return {std::move(block), std::move(file)};
 }
 
@@ -76,7 +77,8 @@ SharedBlock SharedBlock::Of(const UniqueFd& file, size_t least, size_t most)
     // Huge pages, which can be sealed as well, may be wanting when they are read.
     if (seals < 0 || (static_cast<unsigned>(seals) & kSeals) != kSeals || fstatfs(file.Get(), &system) != 0 ||
         system.f_type != TMPFS_MAGIC || fstat(file.Get(), &status) != 0 ||
-        std::cmp_less(status.st_size, least) || std::cmp_greater(status.st_size, most))
+        std::cmp_less(status.st_size, least) || std::cmp_greater(status.st_size, most) ||
+        status.st_blocks * 512 < status.st_size) // it has holes
         return {};
     return Map(file, static_cast<size_t>(status.st_size), PROT_READ);
 }

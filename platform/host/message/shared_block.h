@@ -3,8 +3,8 @@
 //
 // The sender makes it for its first large request, and passes its descriptor on. It holds one request at a
 // time, until that is answered. As the sender can change it at any time, the receiver takes a copy before it
-// looks at the data; as it could shrink under the receiver, only memory that is sealed against that is
-// mapped.
+// looks at the data; as a page that is gone would be a signal, only memory that is all there, and sealed so
+// that it stays, is mapped.
 #pragma once
 
 #include "runtime/unique_fd.h"
@@ -18,10 +18,13 @@ namespace vesk::host {
 class SharedBlock {
 public:
     SharedBlock() = default;
-    SharedBlock(SharedBlock&& other) noexcept : bytes_(std::exchange(other.bytes_, {})) {}
+    SharedBlock(SharedBlock&& other) noexcept : bytes_(std::exchange(other.bytes_, {})), forks_(other.forks_)
+    {
+    }
     SharedBlock& operator=(SharedBlock&& other) noexcept
     {
         std::swap(bytes_, other.bytes_);
+        std::swap(forks_, other.forks_);
         return *this;
     }
     ~SharedBlock();
@@ -39,6 +42,7 @@ private:
     static SharedBlock Map(const UniqueFd& file, size_t size, int protection);
 
     std::span<std::byte> bytes_;
+    uint64_t forks_ = ForkCount(); // a forked child does not have it
 };
 
 /// Sends a descriptor in a packet of its own, like send().

@@ -8,11 +8,9 @@
 #include "runtime/directory.h"
 #include "runtime/fork.h"
 #include "runtime/process.h"
-#include "runtime/report.h"
 
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstddef>
 #include <cstring>
 #include <exception>
@@ -47,12 +45,8 @@ public:
         const std::lock_guard guard(lock_);
         const UniqueFd directory = OpenRuntimeDir();
         const OwnProcess self = directory.IsOpen() ? Self(directory) : OwnProcess{};
-        if (self.id == 0) {
-            if (directory.IsOpen())
-                Report(kReportError, "queue %s cannot be created in %s: %s", request.name,
-                       RuntimeDirPath().c_str(), strerror(errno));
+        if (self.id == 0)
             return kSystem;
-        }
         if (self.id != creator_) // its file, and so its queues, were lost
             std::memset(names_, 0, sizeof names_);
         creator_ = self.id;

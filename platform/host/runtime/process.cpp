@@ -6,6 +6,7 @@
 
 #include <fcntl.h>
 #include <sys/random.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,8 +15,9 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <exception>
+#include <cstring>
 #include <mutex>
+#include <thread>
 
 namespace vesk::host {
 
@@ -46,6 +48,19 @@ bool Lock(const UniqueFd& file)
     struct flock lock {};
     lock.l_type = F_WRLCK;
     return fcntl(file.Get(), F_SETLK, &lock) == 0;
+}
+
+/// Whether another process, which took it for abandoned, has removed a file.
+bool IsRemoved(const UniqueFd& file)
+{
+    struct stat status {};
+    return fstat(file.Get(), &status) != 0 || status.st_nlink == 0;
+}
+
+/// Whether a file could not be opened for lack of something.
+bool IsShort(int error)
+{
+    return error == EMFILE || error == ENFILE || error == ENOMEM || error == EINTR;
 }
 
 HostProcess IdIn(const UniqueFd& file)
@@ -86,93 +101,116 @@ void RemoveAbandoned(const UniqueFd& directory, uint32_t own)
             return;
         // Locked meanwhile, so that a new process of this number does not begin to use it.
         const UniqueFd file = OpenFile(directory, number, 0);
-        if (file.IsOpen() && Lock(file))
+        if (file.IsOpen() && Lock(file) && !IsRemoved(file))
             unlinkat(directory.Get(), FileName(number).text, 0);
     });
 }
 
-void RemoveFileAtExit();
+void LeaveAtExit();
 
 class Process {
 public:
     OwnProcess Get()
     {
         const std::lock_guard guard(lock_);
-        return {id_, file_.Get()};
+        return {id_, HasFile() ? file_.Get() : -1};
     }
 
     OwnProcess Get(const UniqueFd& directory)
     {
         const std::lock_guard guard(lock_);
-        if (!IsIn(directory) && !Take(directory))
+        if (!hasLeft_ && !IsIn(directory) && !Take(directory)) {
+            Report(kReportError, "process-%d in %s cannot be used: %s", getpid(), RuntimeDirPath().c_str(),
+                   strerror(errno));
             return {};
+        }
         return {id_, file_.Get()};
     }
 
-    void RemoveFile()
+    /// It keeps its identity for what is still to be sent.
+    void Leave()
     {
         const std::lock_guard guard(lock_);
-        if (id_ == 0)
-            return;
+        hasLeft_ = id_ != 0;
         if (const UniqueFd directory = OpenRuntimeDir(WhenMissing::kLeave);
             directory.IsOpen() && IsIn(directory))
             unlinkat(directory.Get(), FileName(NumberOf(id_)).text, 0);
     }
 
 private:
-    /// Whether its file is still there, and open.
+    /// Whether its file is open, and its descriptor has not been closed and given to another file.
+    bool HasFile() const
+    {
+        struct stat status {};
+        return id_ != 0 && fstat(file_.Get(), &status) == 0 && Place(status) == place_;
+    }
+
+    /// Whether its file is there, and locked.
     bool IsIn(const UniqueFd& directory)
     {
         struct stat status {};
-        if (id_ == 0)
-            return false;
-        if (fstat(file_.Get(), &status) != 0 || Place(status) != place_) {
-            file_.Release(); // the application has closed it, and may have given the number to another file
+        if (!HasFile()) {
+            file_.Release(); // which is the application's now, if it is open at all
             return false;
         }
         return fstatat(directory.Get(), FileName(NumberOf(id_)).text, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-               Place(status) == place_;
+               Place(status) == place_ && Lock(file_);
     }
 
     bool Take(const UniqueFd& directory)
     {
-        constexpr int kAttempts = 100;
+        constexpr int kAttempts = 20, kOfTheSame = 3;
         auto number = id_ != 0 ? NumberOf(id_) : static_cast<uint32_t>(getpid());
-        for (int attempt = 0; attempt < kAttempts; ++attempt, number = AnyNumber()) {
+        for (int attempt = 1; attempt <= kAttempts; ++attempt) {
             UniqueFd file = OpenFile(directory, number, O_CREAT);
-            struct stat status {};
-            // Without a link it has just been removed by another process, which took it for abandoned.
-            if (!file.IsOpen() || !Lock(file) || fstat(file.Get(), &status) != 0 || status.st_nlink == 0)
-                continue;
-            if (id_ == 0 || IdIn(file) != id_) {
-                const HostProcess id = NewId(number);
-                if (ftruncate(file.Get(), 0) != 0 ||
-                    pwrite(file.Get(), &id, sizeof id, 0) != ssize_t{sizeof id})
-                    continue;
-                id_ = id;
-            }
-            file_ = std::move(file);
-            place_ = Place(status);
-            static const int atExit = std::atexit(RemoveFileAtExit);
-            static_cast<void>(atExit);
-            RemoveAbandoned(directory, number);
-            return true;
+            if (!file.IsOpen() && (IsShort(errno) || errno == ENOSPC || errno == EROFS))
+                return false;
+            if (file.IsOpen() && Lock(file) && !IsRemoved(file))
+                return Begin(directory, number, std::move(file));
+            if (attempt >= kOfTheSame)
+                number = AnyNumber();
+            else
+                std::this_thread::sleep_for(std::chrono::milliseconds(1)); // it may be about to be removed
         }
         return false;
+    }
+
+    bool Begin(const UniqueFd& directory, uint32_t number, UniqueFd file)
+    {
+        struct stat status {};
+        const HostProcess id = id_ != 0 && IdIn(file) == id_ ? id_ : NewId(number);
+        rlimit limit{};
+        if (getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur < sizeof id) {
+            errno = EFBIG; // writing would be a signal
+            return false;
+        }
+        if (fstat(file.Get(), &status) != 0 || (id != id_ && ftruncate(file.Get(), 0) != 0) ||
+            pwrite(file.Get(), &id, sizeof id, 0) != ssize_t{sizeof id}) {
+            unlinkat(directory.Get(), FileName(number).text, 0);
+            return false;
+        }
+        id_ = id;
+        file_ = std::move(file);
+        place_ = Place(status);
+        static const int atExit = std::atexit(LeaveAtExit);
+        static_cast<void>(atExit);
+        RemoveAbandoned(directory, number);
+        return true;
     }
 
     std::mutex lock_;
     HostProcess id_ = 0;
     UniqueFd file_;
     Place place_; // of the file
+    bool hasLeft_ = false;
 };
 
 PerProcess<Process> g_process;
 
-void RemoveFileAtExit()
+void LeaveAtExit()
 {
     Contained([] {
-        g_process->RemoveFile();
+        g_process->Leave();
         return 0U;
     });
 }
@@ -210,7 +248,7 @@ std::optional<pid_t> HolderOf(const UniqueFd& directory, HostProcess process)
         return process == self ? getpid() : kNobody;
     const UniqueFd file = OpenProcessFile(directory, NumberOf(process));
     if (!file.IsOpen())
-        return errno == ENOENT || errno == EEXIST ? std::optional(kNobody) : std::nullopt;
+        return IsShort(errno) ? std::nullopt : std::optional(kNobody);
     return IdIn(file) == process ? HolderOf(file) : kNobody;
 }
 

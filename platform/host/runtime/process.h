@@ -3,7 +3,8 @@
 // Process numbers do not tell: in another namespace (a container) they mean other processes, or none. So a
 // process has a file in the directory, named by a number that no other living process has there, and locked
 // as long as it lives. The number is its process number unless another one has that already. The lock is a
-// process's own: a forked child does not inherit it, and closing any descriptor of the file gives it up.
+// process's own: a forked child does not inherit it, and closing any descriptor of the file gives it up. So a
+// process that closes all its descriptors has ended for others until it connects again.
 #pragma once
 
 #include "runtime/unique_fd.h"
@@ -23,12 +24,12 @@ struct OwnProcess {
     int file = -1;
 };
 
-/// What this process is so far.
+/// What this process is so far. Without a file when the application has closed that.
 OwnProcess Self();
 
 /// The same. It takes a number if it has none in @p directory, and removes the files of processes that were
-/// killed; it takes the same number up again when the application has closed its file. Without an id, with
-/// errno set, when that fails.
+/// killed; it takes the same number up again, if that is still free, when the application has closed its
+/// file. Without an id, after logging the reason, when that fails.
 OwnProcess Self(const UniqueFd& directory);
 
 inline constexpr unsigned kProcessNumberBits = 22;
