@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <cstring>
+#include <filesystem>
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -120,16 +121,29 @@ FORKED_TEST(HostMessage, MemoryThatASenderSharesIsTakenOnlyIfItIsSafe)
         peer.ExpectOutput(garbage);
     }
     EXPECT_TRUE(IsClosedOn(Connected({head(DataPlace::kNewBlock), "d"})));
+    const auto descriptors = [&] {
+        const std::filesystem::directory_iterator open("/proc/" + std::to_string(peer.Process()) + "/fd");
+        return std::distance(begin(open), end(open));
+    };
+    const auto before = descriptors();
     const UniqueFd noMemory([] { return open("/dev/null", O_RDWR | O_CLOEXEC); });
     const UniqueFd mayShrink = memory(100000, F_SEAL_GROW), small = memory(99999, kSeals),
                    vast = memory(kMaxDataLen + 1, kSeals), holed = memory(100000, kSeals, true),
                    good = memory(100000, kSeals);
     for (const UniqueFd* file : {&noMemory, &mayShrink, &small, &vast, &holed}) {
         const UniqueFd connection = Connected({head(DataPlace::kNewBlock)});
-        SendDescriptor(connection.Get(), *file);
+        alignas(cmsghdr) char control[CMSG_SPACE(2 * sizeof(int))] = {}; // twice: neither stays open there
+        const cmsghdr header{CMSG_LEN(2 * sizeof(int)), SOL_SOCKET, SCM_RIGHTS};
+        std::memcpy(control, &header, sizeof header);
+        for (const size_t at : {CMSG_LEN(0), CMSG_LEN(sizeof(int))})
+            *reinterpret_cast<int*>(control + at) = file->Get();
+        iovec byte{control, 1};
+        const msghdr message{nullptr, 0, &byte, 1, control, sizeof control, 0};
+        EXPECT_EQ(sendmsg(connection.Get(), &message, 0), 1);
         EXPECT_TRUE(IsClosedOn(connection));
         peer.ExpectOutput(unusable);
     }
+    EXPECT_EQ(descriptors(), before);
     const UniqueFd connection = Connected({head(DataPlace::kNewBlock)});
     SendDescriptor(connection.Get(), good);
     SendPacket(connection, "d"); // it is there
