@@ -41,21 +41,27 @@ void ApplicationsComeAndGo(bool isServiceInside, bool areApplicationsInside)
         execl(VESK_SERVICE_PATH, VESK_SERVICE_PATH, nullptr);
     });
     service.ExpectOutput("serving VIDEO/VCTL");
-    const auto application = [=](const char* name, const char* script) {
-        return Prepared([=] {
+    std::vector<Child> applications;
+    const auto come = [&](const char* name, const char* script) {
+        applications.push_back(Prepared([=] {
             EXPECT_TRUE(!areApplicationsInside || EnterContainer());
             g_name = name;
             Join();
             Play(script, Number(VeskVideoBuffCreateQueue));
-        });
+        }));
     };
-    {
-        Child owner = application("owner", "OPEN_VI_PORT 0 = 1; VI_START 1; SET_CAMERA_QUEUE_ID 1 #");
-        const Child other = application("other", "OPEN_VI_PORT 0 !BUSY; EXIT; GET_VO_COUNT = 2");
-        const Child third = application("third", "OPEN_VI_PORT 0 !BUSY; VI_START 1 !STATE");
-        owner.Wait(SIGTERM);
-    }
-    const Child next = application("owner", "OPEN_VI_PORT 0 = 2");
+    const auto killAll = [&] {
+        for (Child& application : applications)
+            application.Wait(SIGTERM);
+        applications.clear();
+    };
+    come("owner", "OPEN_VI_PORT 0 = 1; VI_START 1; SET_CAMERA_QUEUE_ID 1 #");
+    come("other", "OPEN_VI_PORT 0 !BUSY; EXIT; GET_VO_COUNT = 2");
+    come("third", "OPEN_VI_PORT 0 !BUSY; VI_START 1 !STATE");
+    killAll();
+    come("owner", "OPEN_VI_PORT 0 = 2");
+    killAll();
+    service.Wait(SIGTERM);
 }
 
 } // namespace
