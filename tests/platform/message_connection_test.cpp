@@ -143,7 +143,7 @@ FORKED_TEST(HostMessage, MemoryThatASenderSharesIsTakenOnlyIfItIsSafe)
         EXPECT_TRUE(IsClosedOn(connection));
         peer.ExpectOutput(unusable);
     }
-    EXPECT_EQ(descriptors(), before);
+    EXPECT_TRUE(Eventually([&] { return descriptors() == before; }));
     const UniqueFd connection = Connected({head(DataPlace::kNewBlock)});
     SendDescriptor(connection.Get(), good);
     SendPacket(connection, "d"); // it is there
