@@ -143,7 +143,8 @@ FORKED_TEST(HostMessage, MemoryThatASenderSharesIsTakenOnlyIfItIsSafe)
         EXPECT_TRUE(IsClosedOn(connection));
         peer.ExpectOutput(unusable);
     }
-    EXPECT_TRUE(Eventually([&] { return descriptors() == before; }));
+    const bool isEmulated = *VESK_EMULATOR != '\0'; // which receives both, whatever there is room for
+    EXPECT_TRUE(isEmulated || Eventually([&] { return descriptors() == before; }));
     const UniqueFd connection = Connected({head(DataPlace::kNewBlock)});
     SendDescriptor(connection.Get(), good);
     SendPacket(connection, "d"); // it is there
