@@ -23,7 +23,7 @@ trap finish EXIT
 
 "$build/service/vesk-video-service" >"$VESK_RUNTIME_DIR/service.out" &
 service=$!
-until grep -q serving "$VESK_RUNTIME_DIR/service.out"; do kill -0 $service && sleep 0.1; done
+until grep -q serving "$VESK_RUNTIME_DIR/service.out"; do kill -0 $service; sleep 0.1; done # or end here
 for seed in 1 2 3 4; do
   "$build/tests/hostile_application" "$RANDOM$seed" >"$VESK_RUNTIME_DIR/$seed.out" 2>&1 &
   pids+=($!)

@@ -73,7 +73,7 @@ public:
 
     bool HasBegun() const { return firstSize_ == 0; }
 
-    size_t BytesLeft() const { return firstSize_ + rest_.size() + (descriptor_.IsOpen() ? 1 : 0); }
+    size_t BytesLeft() const { return firstSize_ + rest_.size(); }
 
     /// Copies the data that is not yet written, which need not outlive the writer any more.
     void KeepData();
