@@ -163,10 +163,15 @@ std::vector<std::string> Clients::Names() const
     return names;
 }
 
-void Clients::CountDropped(const std::string& procName)
+void Clients::Drop(const std::string& procName, uint32_t notifyId, std::span<const std::byte> data)
 {
-    if (const auto client = clients_.find(procName); client != clients_.end())
-        ++client->second.dropped;
+    const auto known = clients_.find(procName);
+    if (known == clients_.end())
+        return;
+    Client& client = known->second;
+    ++client.dropped;
+    watchers_.Notified(VESK_CONTROL_SAW_DROPPED, {procName, client.taskName, client.process}, notifyId, 0,
+                       data);
 }
 
 uint32_t Clients::Send(const std::string& procName, uint32_t notifyId, std::span<const std::byte> data)
@@ -179,7 +184,8 @@ uint32_t Clients::Send(const std::string& procName, uint32_t notifyId, std::span
     const uint32_t ret = OsMsgAsynSend(&envelope);
     ++(ret == 0 ? client->second.sent : client->second.dropped);
     LOG(kInfo, "notification %u to %s: %u", notifyId, procName.c_str(), ret);
-    watchers_.Notified({procName, client->second.taskName, client->second.process}, notifyId, ret, data);
+    watchers_.Notified(VESK_CONTROL_SAW_NOTIFICATION,
+                       {procName, client->second.taskName, client->second.process}, notifyId, ret, data);
     if (ret == HOST_MSG_ERR_ABSENT && !client->second.IsAlive()) {
         clients_.erase(client);
         Save();

@@ -40,8 +40,8 @@ public:
     /// Sends a notification, given by its data block, if the client is still known; one that has ended is
     /// removed. Returns 0 when it was handed over.
     uint32_t Send(const std::string& procName, uint32_t notifyId, std::span<const std::byte> data);
-    /// Counts a notification that is not sent at all.
-    void CountDropped(const std::string& procName);
+    /// Counts and shows a notification that is not sent at all.
+    void Drop(const std::string& procName, uint32_t notifyId, std::span<const std::byte> data);
 
     struct Client {
         std::string taskName;

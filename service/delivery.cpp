@@ -97,7 +97,7 @@ try {
     const Effects effects = Trigger({VESK_CONTROL_OF_NOTIFICATION, notifyId, procName, data});
     effects.Change(data, sizeof(VeskVideoMsgHead));
     if (effects.fate != Effects::Fate::kGiven) {
-        clients.CountDropped(procName);
+        clients.Drop(procName, notifyId, data);
         return false;
     }
     const auto send = [this, procName, notifyId, copies = effects.copies](std::span<const std::byte> block) {
@@ -108,16 +108,15 @@ try {
     };
     if (effects.delayMs == 0)
         return send(data);
-    const size_t bytes = data.size();
-    if (timeline.Add(Timeline::Kind::kNotification, effects.delayMs, bytes,
-                     [send, data = std::move(data)] { send(data); }))
+    if (timeline.Add(Timeline::Kind::kNotification, effects.delayMs, data.size(),
+                     [send, data] { send(data); }))
         return true;
     LOG(kError, "notification %u to %s dropped: too many are late", notifyId, procName.c_str());
-    clients.CountDropped(procName);
+    clients.Drop(procName, notifyId, data);
     return false;
 } catch (const std::exception& error) {
     LOG(kError, "notification %u to %s dropped: %s", notification.notifyId, procName.c_str(), error.what());
-    clients.CountDropped(procName);
+    clients.Drop(procName, notification.notifyId, {});
     return false;
 }
 

@@ -81,13 +81,13 @@ void Watchers::End(VeskControlMessageKind kind, const WatchedRequest& request, u
     Show(shown, request.sender, data);
 }
 
-void Watchers::Notified(const Sender& client, uint32_t notifyId, uint32_t platformResult,
-                        std::span<const std::byte> data)
+void Watchers::Notified(VeskControlMessageKind kind, const Sender& client, uint32_t notifyId,
+                        uint32_t platformResult, std::span<const std::byte> data)
 {
     if (watchers_.empty())
         return;
     VeskControlMessage shown{};
-    shown.kind = VESK_CONTROL_SAW_NOTIFICATION;
+    shown.kind = kind;
     shown.number = notifyId;
     shown.platformResult = platformResult;
     Show(shown, client, data);

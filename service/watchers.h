@@ -30,8 +30,9 @@ public:
     WatchedRequest Arrived(const OsMsgEnvelope& message, const Sender& sender);
     void Answered(const WatchedRequest& request, uint32_t platformResult, std::span<const std::byte> data);
     void Unanswered(const WatchedRequest& request);
-    void Notified(const Sender& client, uint32_t notifyId, uint32_t platformResult,
-                  std::span<const std::byte> data);
+    /// @param kind  VESK_CONTROL_SAW_NOTIFICATION or VESK_CONTROL_SAW_DROPPED.
+    void Notified(VeskControlMessageKind kind, const Sender& client, uint32_t notifyId,
+                  uint32_t platformResult, std::span<const std::byte> data);
 
     struct Watcher {
         Sender task;

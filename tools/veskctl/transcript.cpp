@@ -30,6 +30,8 @@ std::string Ending(const Exchange& exchange, const Decoder& decoder, const Decod
     std::string text;
     if (answer != nullptr)
         text = " -> " + Line(decoder, *answer);
+    else if (end.kind == Kind::kDone && !end.comment.empty())
+        text = " -> " + end.comment;
     else if (exchange.begin.isSent && end.platformResult != 0)
         text = " -> no answer: " + ResultText(end.platformResult);
     else if (exchange.begin.isSynchronous)
@@ -69,6 +71,8 @@ ordered_json ExchangeJson(const Exchange& exchange, const Decoded& message, cons
     const Event& end = *exchange.end;
     if (answer == nullptr && exchange.begin.isSent && end.platformResult != 0)
         json["error"] = Object({{"code", end.platformResult}, {"name", ResultName(end.platformResult)}});
+    if (!end.comment.empty())
+        json["note"] = end.comment;
     json["ms"] = Milliseconds(end.durationNs);
     return json;
 }
