@@ -23,6 +23,9 @@ public:
     /// An exchange that has no end, oldest first, once no more events come. Nothing if there is none left.
     std::optional<Exchange> TakeOpen();
 
+    /// How many have no end yet.
+    size_t Open() const { return open_.size(); }
+
 private:
     std::list<Event> open_;
 };

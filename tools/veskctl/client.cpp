@@ -74,7 +74,7 @@ void HandleInterrupts()
             inbox.changed.notify_all();
         }
         sigwait(&signals, &signal); // the user does not want to wait for an answer either
-        std::_Exit(128 + signal);
+        std::quick_exit(128 + signal);
     }).detach();
 }
 

@@ -28,6 +28,7 @@ CommandLine CompleteCommand(Settings& settings);
 // Subcommands of "device".
 CommandLine DeviceStateCommand(Settings& settings);
 CommandLine DeviceGraphCommand(Settings& settings);
+CommandLine DeviceTopCommand(Settings& settings);
 CommandLine DeviceWatchCommand(Settings& settings);
 
 /// Those of "device" that send one control message each; see steering/commands.h.

@@ -13,7 +13,7 @@ CommandLine DeviceCommand(Settings& settings)
                                "  veskctl device unplug input 0\n"
                                "  veskctl device fault add VO_START outEngNo=1 result BUSY --count 2",
                      .commands = {DeviceStateCommand(settings), DeviceGraphCommand(settings),
-                                  DeviceWatchCommand(settings)}};
+                                  DeviceTopCommand(settings), DeviceWatchCommand(settings)}};
     for (CommandLine& command : DeviceControlCommands(settings))
         line.commands.push_back(std::move(command));
     return line;

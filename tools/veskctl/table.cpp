@@ -18,18 +18,26 @@ void Table::Add(std::vector<std::string> row)
     rows_.push_back(std::move(row));
 }
 
-void Table::Print(const std::string& indent) const
+std::vector<std::string> Table::Lines() const
 {
+    std::vector<std::string> lines;
     for (const std::vector<std::string>& row : rows_) {
-        std::string line = indent;
+        std::string line;
         for (size_t i = 0; i < row.size(); ++i) {
             line += row[i];
             if (widths_[i] != 0 && i + 1 < row.size())
                 line.append(widths_[i] + 2 - row[i].size(), ' ');
         }
         line.erase(line.find_last_not_of(' ') + 1);
-        PrintLine(line);
+        lines.push_back(std::move(line));
     }
+    return lines;
+}
+
+void Table::Print(const std::string& indent) const
+{
+    for (const std::string& line : Lines())
+        PrintLine(indent + line);
 }
 
 } // namespace vesk::ctl

@@ -11,7 +11,10 @@ class Table {
 public:
     void Add(std::vector<std::string> row);
 
-    /// Prints the rows, each after an indent. A column that is empty in all rows is left out.
+    /// The rows as lines. A column that is empty in all rows is left out.
+    std::vector<std::string> Lines() const;
+
+    /// Prints them, each after an indent.
     void Print(const std::string& indent) const;
 
 private:

@@ -1,0 +1,28 @@
+// A terminal whose lines are shown anew again and again.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace vesk::ctl {
+
+/// Standard output as a screen, until the end of this object. Then the terminal shows again what it showed
+/// before, also if the program is stopped, or ended by std::quick_exit. There is one at a time.
+class Screen {
+public:
+    /// True if standard output is a terminal that can be a screen.
+    static bool IsThere();
+
+    Screen();
+    ~Screen();
+    Screen(const Screen&) = delete;
+
+    /// Lines that fit; it changes with the terminal.
+    static size_t Height();
+
+    /// Shows lines in place of those before. What does not fit is cut off.
+    void Show(const std::vector<std::string>& lines);
+};
+
+} // namespace vesk::ctl
