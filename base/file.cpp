@@ -6,18 +6,22 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <iostream>
 
 namespace vesk {
 
 std::string FileContents(const std::string& path, size_t most)
 {
     errno = 0;
-    std::ifstream file(path, std::ios::binary);
+    std::ifstream opened;
+    if (path != "-")
+        opened.open(path, std::ios::binary);
+    std::istream& file = path == "-" ? std::cin : opened;
     std::string text;
     char part[4096];
     while (text.size() <= most && (file.read(part, sizeof part), file.gcount() > 0))
         text.append(part, static_cast<size_t>(file.gcount()));
-    if (!file.is_open() || file.bad()) // a directory can be opened, but not read
+    if (file.bad() || (&file == &opened && !opened.is_open())) // a directory can be opened, but not read
         throw Error(path + ": " + std::strerror(errno));
     if (text.size() > most)
         throw Error(path + ": expected at most " + std::to_string(most) + " bytes");

@@ -6,7 +6,8 @@
 
 namespace vesk {
 
-/// The contents of a file of at most @p most bytes. @throw Error, which names it and the reason
+/// The contents of a file of at most @p most bytes; - is standard input. @throw Error, which names it and the
+/// reason
 std::string FileContents(const std::string& path, size_t most = 1U << 20U);
 
 } // namespace vesk

@@ -5,6 +5,7 @@
 #include "service/clients.h"
 #include "vesk_host/message.h"
 
+#include <algorithm>
 #include <cstring>
 #include <exception>
 
@@ -26,12 +27,14 @@ Result Watchers::Watch(const Sender& sender, Argument<"enable"> enable)
 {
     if (!IsClientName(sender.procName) || !IsClientName(sender.taskName))
         return VESK_SERVICE_ERR_VALUE;
+    const auto isSender = [&](const Watcher& watcher) {
+        return watcher.task.procName == sender.procName && watcher.task.taskName == sender.taskName;
+    };
     std::erase_if(watchers_, [&](const Watcher& watcher) {
-        const bool isSame =
-            watcher.task.procName == sender.procName && watcher.task.taskName == sender.taskName;
-        return isSame || HostProcessIsAlive(watcher.task.process) == 0;
+        const bool isObsolete = enable == 0 || watcher.task.process != sender.process;
+        return (isSender(watcher) && isObsolete) || HostProcessIsAlive(watcher.task.process) == 0;
     });
-    if (enable == 0)
+    if (enable == 0 || std::any_of(watchers_.begin(), watchers_.end(), isSender))
         return kOk;
     if (watchers_.size() >= VESK_CONTROL_MAX_WATCHERS)
         return VESK_SERVICE_ERR_ROOM;

@@ -241,7 +241,10 @@ Build AddScenario(std::vector<Option>& options)
     };
     auto given = std::make_shared<Given>();
     options = {
-        {.name = "FILE", .place = &given->file, .help = "File of steps, in TOML", .excludes = "--end"},
+        {.name = "FILE",
+         .place = &given->file,
+         .help = "File of steps, in TOML; - is standard input",
+         .excludes = "--end"},
         {.name = "--end", .place = &given->ends, .help = "End the scenario that runs"},
     };
     return [given](const Decoder& decoder) {

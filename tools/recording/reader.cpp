@@ -11,6 +11,9 @@
 #include <memory>
 #include <utility>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace vesk::recording {
 
 namespace {
@@ -18,6 +21,13 @@ namespace {
 constexpr uint32_t kMaxBlock = kMaxData + 65536;
 constexpr size_t kMaxInterfaces = 65536;
 constexpr size_t kMinBlock = 12; ///< Type, size, and the size again.
+
+/// True if a file has become shorter than what was read of it.
+bool IsBeyondEnd(int file)
+{
+    struct stat status;
+    return fstat(file, &status) == 0 && lseek(file, 0, SEEK_CUR) > status.st_size;
+}
 
 } // namespace
 
@@ -274,22 +284,31 @@ Event Reader::ReadEvent(BytesView packet) const
     return event;
 }
 
-void ReadFile(const std::string& path, const std::function<void(Event&&)>& onEvent)
+void ReadFile(const std::string& path, const std::function<void(Event&&)>& onEvent,
+              const std::function<bool()>& awaitMore)
 {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rbe"), &std::fclose);
-    if (file == nullptr)
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> opened(
+        path == "-" ? stdin : std::fopen(path.c_str(), "rbe"), &std::fclose);
+    if (opened == nullptr)
         throw Error(path + ": " + std::strerror(errno));
+    const int file = fileno(opened.get()); // the stream itself would wait until a pipe has filled its buffer
     try {
         Reader reader;
         std::vector<std::byte> bytes(65536);
-        while (const size_t got = std::fread(bytes.data(), 1, bytes.size(), file.get())) {
-            reader.Feed(BytesView(bytes).first(got));
+        ssize_t got = 0;
+        while ((got = read(file, bytes.data(), bytes.size())) > 0 || (got == 0 && awaitMore && awaitMore())) {
+            if (got == 0 && IsBeyondEnd(file)) {
+                lseek(file, 0, SEEK_SET);
+                reader = Reader();
+            }
+            reader.Feed(BytesView(bytes).first(static_cast<size_t>(got)));
             while (std::optional<Event> event = reader.Next())
                 onEvent(std::move(*event));
         }
-        if (std::ferror(file.get()) != 0)
+        if (got < 0)
             throw Error(std::strerror(errno));
-        reader.Finish();
+        if (!awaitMore)
+            reader.Finish();
     } catch (const Error& error) {
         throw Error(path + ": " + error.what());
     }

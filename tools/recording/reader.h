@@ -54,8 +54,12 @@ private:
     uint64_t foreign_ = 0;
 };
 
-/// Reads a file and calls @p onEvent for each event. @throw Error that names the file if it cannot be
-/// read or is garbled, after the events before that place
-void ReadFile(const std::string& path, const std::function<void(Event&&)>& onEvent);
+/// Reads a file and calls @p onEvent for each event, as soon as it is there; - is standard input. @throw
+/// Error that names the file if it cannot be read or is garbled, after the events before that place
+///
+/// @param awaitMore  Called at the end; if it returns true, reading goes on with what the file has got since,
+///                   from the start if it was emptied. Null: that is the end.
+void ReadFile(const std::string& path, const std::function<void(Event&&)>& onEvent,
+              const std::function<bool()>& awaitMore = nullptr);
 
 } // namespace vesk::recording

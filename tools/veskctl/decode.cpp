@@ -1,7 +1,11 @@
-// The subcommand "decode": prints a recording.
+// The subcommand "decode": prints a recording, or messages of it into another.
 #include "tools/recording/reader.h"
 #include "tools/veskctl/commands.h"
+#include "tools/veskctl/program.h"
+#include "tools/veskctl/program_text.h"
 #include "tools/veskctl/transcript.h"
+
+#include <csignal>
 
 namespace vesk::ctl {
 
@@ -9,20 +13,36 @@ namespace {
 
 struct Options {
     std::string file;
+    std::string output;
+    bool isFollowed = false;
     TranscriptOptions shown;
 };
 
 int RunDecode(Settings& settings, const Options& options)
 {
-    Transcript transcript(settings, options.shown, stdout);
+    std::optional<recording::Output> output;
+    if (!options.output.empty())
+        output.emplace(options.output, kVersion, "veskctl decode: " + options.file);
+    Transcript transcript(settings, options.shown, output ? nullptr : stdout, output ? &*output : nullptr);
     const auto finish = [&] {
         transcript.Finish();
-        transcript.Summarize(stdout);
+        transcript.Summarize(output ? stderr : stdout);
         std::fflush(stdout);
     };
+    std::optional<AwaitedSignals> signals;
+    std::function<bool()> awaitMore;
+    if (options.isFollowed) {
+        signals.emplace(std::initializer_list<int>{SIGINT, SIGTERM});
+        awaitMore = [&] {
+            return (!output || output->IsRead()) &&
+                   signals->Take(std::chrono::milliseconds(100)).si_signo == 0;
+        };
+    }
+    if (options.isFollowed || options.file == "-") // messages show as they come
+        std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     try {
-        recording::ReadFile(options.file,
-                            [&](recording::Event&& event) { transcript.Add(std::move(event)); });
+        recording::ReadFile(
+            options.file, [&](recording::Event&& event) { transcript.Add(std::move(event)); }, awaitMore);
     } catch (const Error&) { // what came before is shown
         finish();
         throw;
@@ -41,9 +61,22 @@ CommandLine DecodeCommand(Settings& settings)
         .summary = "Print a recording of messages",
         .footer = "Example:\n"
                   "  veskctl decode tour.pcapng\n"
-                  "  veskctl decode tour.pcapng --match 'VO_*' --match result=BUSY --slow 5 --json",
+                  "  veskctl decode tour.pcapng --match 'VO_*' --match result=BUSY --slow 5 --json\n"
+                  "  veskctl device watch -o - | tee watched.pcapng | veskctl decode -",
         .options =
-            {{.name = "FILE", .place = &options->file, .help = "Recording (pcapng)", .isRequired = true}},
+            {
+                {.name = "FILE",
+                 .place = &options->file,
+                 .help = "Recording (pcapng); - is standard input",
+                 .isRequired = true},
+                {.name = "-f,--follow",
+                 .place = &options->isFollowed,
+                 .help = "Go on as the recording grows, until Ctrl-C"},
+                {.name = "-o,--output",
+                 .place = &options->output,
+                 .help = "Record these messages to another file (pcapng) instead of printing them; - is "
+                         "standard output"},
+            },
         .run = [options, &settings] { return RunDecode(settings, *options); },
     };
     for (Option& option : TranscriptOptionsOf(options->shown))

@@ -10,7 +10,6 @@
 #include "vesk_service/control.h"
 
 #include <algorithm>
-#include <cstring>
 #include <ctime>
 
 namespace vesk::ctl {
@@ -217,41 +216,12 @@ ordered_json MeasuredJson(const Options& options, const Measured& measured)
     return json;
 }
 
-/// Asks the service for its time, which tells whether it is still the one that was asked before.
-class Pulse {
-public:
-    Pulse(Client& client, Settings& settings) : client_(client), settings_(settings) {}
-
-    /// @throw Failure if the service has ended
-    void Check()
-    {
-        const Call call = Perform(client_, settings_.Decoder(),
-                                  Prepare(settings_.Decoder(), "CONTROL_TIME", {{"advanceMs", "0"}}),
-                                  VESK_VIDEO_SYNC_TIMEOUT);
-        const uint32_t result = call.outcome.platformResult;
-        VeskControlTime time{};
-        if (result != FindResult("HOST_MSG_ERR_ABSENT") && result != FindResult("HOST_MSG_ERR_BROKEN")) {
-            RequireOk(call);
-            std::memcpy(&time, call.outcome.answer.data() + sizeof(VeskVideoMsgHead), sizeof time);
-            if (std::exchange(lastMs_, time.nowMs) <= time.nowMs)
-                return;
-        }
-        throw Failure(kNoService, "the service " + settings_.service + " has ended");
-    }
-
-private:
-    Client& client_;
-    Settings& settings_;
-    uint64_t lastMs_ = 0;
-};
-
 class Top {
 public:
     Top(Settings& settings, const Options& options)
         : settings_(settings), options_(options),
           meter_(Usage([&] { return LoadMeter(settings.Decoder(), options.terms); })),
-          client_(settings.service, Client::Interrupt::kEndsWait), watch_(client_, settings),
-          pulse_(client_, settings)
+          client_(settings.service, Client::Interrupt::kEndsWait), watch_(client_, settings)
     {
     }
 
@@ -301,11 +271,12 @@ private:
             for (; now < check; now = Clock::now()) {
                 watch_.Next(
                     check, [&](recording::Event&& event) { meter_.Add(std::move(event)); },
-                    [&](uint64_t lost) { meter_.AddLost(lost); });
+                    [&](uint64_t lost, const recording::Event&) { meter_.AddLost(lost); });
                 if (client_.IsInterrupted())
                     return false;
             }
-            pulse_.Check();
+            if (!watch_.Renew())
+                throw Failure(kNoService, "the service " + settings_.service + " has ended");
             if (height_ != 0 && std::exchange(height_, Screen::Height()) != height_ && measured_.seconds != 0)
                 show();
         }
@@ -331,7 +302,6 @@ private:
     LoadMeter meter_;
     Client client_;
     Watch watch_;
-    Pulse pulse_;
     Measured measured_;
     size_t height_ = 0; ///< Of the screen; 0: there is none.
 };

@@ -355,7 +355,10 @@ CommandLine ReplayCommand(Settings& settings)
                   "  veskctl replay tour.pcapng --speed original --match 'VO_*' --json",
         .options =
             {
-                {.name = "FILE", .place = &options->file, .help = "Recording (pcapng)", .isRequired = true},
+                {.name = "FILE",
+                 .place = &options->file,
+                 .help = "Recording (pcapng); - is standard input",
+                 .isRequired = true},
                 {.name = "--speed",
                  .place = &options->speed,
                  .help = "Pauses between requests: original, fast (none), or a factor: 2 is twice as fast",

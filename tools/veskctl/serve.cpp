@@ -362,7 +362,10 @@ CommandLine ServeCommand(Settings& settings)
                   "  veskctl serve tour.pcapng --strict                 # until Ctrl-C",
         .options =
             {
-                {.name = "FILE", .place = &options->file, .help = "Recording (pcapng)", .isRequired = true},
+                {.name = "FILE",
+                 .place = &options->file,
+                 .help = "Recording (pcapng); - is standard input",
+                 .isRequired = true},
                 {.name = "--strict",
                  .place = &options->isStrict,
                  .help = "Requests must also come in the recorded order"},

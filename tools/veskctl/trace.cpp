@@ -25,6 +25,18 @@ struct Options {
     std::string file;
     std::vector<std::string> application;
     TranscriptOptions shown;
+
+    bool IsStream() const { return file == "-"; }
+    /// Whether messages are taken from the tracer as they pass.
+    bool IsLive() const { return file.empty() || IsStream(); }
+    /// What the recording says about itself.
+    std::string Comment() const
+    {
+        std::string command = "veskctl trace:";
+        for (const std::string& word : application)
+            command += ' ' + word;
+        return command;
+    }
 };
 
 /// The tracer of this installation, or of the build tree.
@@ -49,16 +61,13 @@ class RecordingFile {
 public:
     explicit RecordingFile(const Options& options)
     {
-        path_ = options.file.empty() ? "messages" : std::filesystem::absolute(options.file).string();
-        file_ = options.file.empty() ? memfd_create("messages", MFD_CLOEXEC)
-                                     : open(path_.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-        std::string command = "veskctl trace:";
-        for (const std::string& word : options.application)
-            command += ' ' + word;
-        const int error = file_ < 0 ? errno : recording::AppendSection(file_, kVersion, command);
+        path_ = options.IsLive() ? "messages" : std::filesystem::absolute(options.file).string();
+        file_ = options.IsLive() ? memfd_create("messages", MFD_CLOEXEC)
+                                 : open(path_.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+        const int error = file_ < 0 ? errno : recording::AppendSection(file_, kVersion, options.Comment());
         if (error != 0)
             throw Failure(kFailed, "cannot write " + path_ + ": " + std::strerror(error));
-        if (options.file.empty())
+        if (options.IsLive())
             path_ = "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(file_);
     }
 
@@ -67,8 +76,8 @@ public:
 
     const std::string& Path() const { return path_; }
 
-    /// Shows what has arrived since the last call, and forgets it.
-    void Drain(Transcript& transcript)
+    /// Takes what has arrived since the last call, and forgets it.
+    void Drain(const std::function<void(recording::Event&&)>& onEvent)
     {
         std::byte bytes[65536];
         try {
@@ -76,7 +85,7 @@ public:
                 offset_ += got;
                 reader_.Feed(BytesView(bytes).first(static_cast<size_t>(got)));
                 while (std::optional<recording::Event> event = reader_.Next())
-                    transcript.Add(std::move(*event));
+                    onEvent(std::move(*event));
             }
         } catch (const Error& error) {
             PrintError(error.what());
@@ -97,22 +106,30 @@ private:
 };
 
 /// What the application gets in its environment.
-Program::Options TracerOptions(const std::string& file)
+Program::Options TracerOptions(const Options& options, const std::string& file)
 {
     std::string preload = TracerPath();
     if (const char* others = std::getenv("LD_PRELOAD"); others != nullptr && *others != '\0')
         preload += ':' + std::string(others);
-    return {.environment = {{"LD_PRELOAD", preload}, {"VESK_TRACE_FILE", file}}};
+    return {.environment = {{"LD_PRELOAD", preload}, {"VESK_TRACE_FILE", file}},
+            .output = options.IsStream() ? STDERR_FILENO : -1}; // the recording has standard output to itself
 }
 
 int RunTrace(Settings& settings, const Options& options)
 {
-    const bool isLive = options.file.empty();
     // Like the application's own messages to its user, these leave its standard output alone.
-    Transcript transcript(settings, options.shown, isLive ? stderr : nullptr);
+    Transcript transcript(settings, options.shown, options.file.empty() ? stderr : nullptr);
+    std::optional<recording::Output> output;
+    if (options.IsStream())
+        output.emplace(options.file, kVersion, options.Comment());
+    const auto onEvent = [&](recording::Event&& event) {
+        if (output)
+            output->Append(event);
+        transcript.Add(std::move(event));
+    };
     RecordingFile file(options);
     const AwaitedSignals signals{SIGCHLD, SIGTERM, SIGHUP};
-    Program application(options.application, signals, TracerOptions(file.Path()));
+    Program application(options.application, signals, TracerOptions(options, file.Path()));
     // The terminal sends these to both; it is the application's to decide.
     std::signal(SIGINT, SIG_IGN);
     std::signal(SIGQUIT, SIG_IGN);
@@ -122,13 +139,12 @@ int RunTrace(Settings& settings, const Options& options)
         if (signal == SIGTERM || signal == SIGHUP)
             application.Signal(signal);
         status = application.Status();
-        if (isLive)
-            file.Drain(transcript);
+        if (options.IsLive())
+            file.Drain(onEvent);
     }
-    if (!isLive && options.shown.hasSummary) {
+    if (!options.IsLive() && options.shown.hasSummary) {
         try {
-            recording::ReadFile(options.file,
-                                [&](recording::Event&& event) { transcript.Add(std::move(event)); });
+            recording::ReadFile(options.file, onEvent);
         } catch (const Error& error) {
             PrintError(error.what());
         }
@@ -149,12 +165,15 @@ CommandLine TraceCommand(Settings& settings)
         .footer = "Example:\n"
                   "  veskctl trace -- vesk-display-tour my-tour      # messages on standard error\n"
                   "  veskctl trace --match 'VO_*' --slow 5 --summary -- vesk-display-tour\n"
-                  "  veskctl trace -o tour.pcapng -- vesk-display-tour",
+                  "  veskctl trace -o tour.pcapng -- vesk-display-tour\n"
+                  "  veskctl trace -o - -- vesk-display-tour | veskctl decode -",
         .options =
             {
                 {.name = "-o,--output",
                  .place = &options->file,
-                 .help = "Record to this file (pcapng) instead of showing messages"},
+                 .help =
+                     "Record to this file (pcapng) instead of showing messages; - is standard output, and "
+                     "the application's own goes to standard error"},
                 {.name = "APP",
                  .place = &options->application,
                  .help = "Application and its arguments, after --",

@@ -1,4 +1,4 @@
-// Recorded messages as "trace" and "decode" show them.
+// Recorded messages as "trace", "decode" and "device watch" show them, or record them.
 #include "tools/veskctl/transcript.h"
 
 #include "decoder/json.h"
@@ -97,8 +97,9 @@ std::vector<Option> TranscriptOptionsOf(TranscriptOptions& options)
     };
 }
 
-Transcript::Transcript(Settings& settings, const TranscriptOptions& options, std::FILE* out)
-    : settings_(settings), options_(options), out_(out),
+Transcript::Transcript(Settings& settings, const TranscriptOptions& options, std::FILE* out,
+                       recording::Output* output)
+    : settings_(settings), options_(options), out_(out), output_(output),
       filter_(Usage([&] { return Filter(settings.Decoder(), options.terms); }))
 {
 }
@@ -107,6 +108,8 @@ void Transcript::Add(Event&& event)
 {
     if (!firstNs_)
         firstNs_ = event.monotonicNs;
+    if (output_ != nullptr && ShowsAll())
+        output_->Append(event);
     if (const std::optional<Exchange> exchange = joiner_.Add(std::move(event)))
         Show(*exchange);
 }
@@ -142,6 +145,11 @@ void Transcript::Show(const Exchange& exchange)
     if (!filter_.Matches(message, answered) || Milliseconds(durationNs) < options_.slowMs)
         return;
     ++shown_;
+    if (output_ != nullptr && !ShowsAll()) {
+        output_->Append(begin);
+        if (exchange.end)
+            output_->Append(*exchange.end);
+    }
     const bool isAnswered =
         !begin.isSynchronous || (answered != nullptr && answered->result == VESK_VIDEO_OK);
     Count(exchange, message,
@@ -159,7 +167,7 @@ void Transcript::Show(const Exchange& exchange)
 
 void Transcript::ShowNote(const Event& note)
 {
-    if (out_ == nullptr || !options_.terms.empty() || options_.slowMs > 0 || note.comment.empty())
+    if (out_ == nullptr || !ShowsAll() || note.comment.empty())
         return;
     if (settings_.json) {
         ordered_json json = EventJson(note);

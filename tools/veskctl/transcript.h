@@ -1,10 +1,11 @@
-// Recorded messages as "trace" and "decode" show them.
+// Recorded messages as "trace", "decode" and "device watch" show them, or record them.
 #pragma once
 
 #include "base/command_line.h"
 #include "decoder/filter.h"
 #include "decoder/text.h"
 #include "tools/recording/exchange.h"
+#include "tools/recording/output.h"
 #include "tools/veskctl/settings.h"
 
 #include <cstdio>
@@ -25,9 +26,11 @@ std::vector<Option> TranscriptOptionsOf(TranscriptOptions& options);
 /// Shows messages, each when what became of it is known, and sums up.
 class Transcript {
 public:
-    /// @param out  Where lines go; null: nowhere, only the summary is of interest. @throw Failure for an
-    /// unknown name
-    Transcript(Settings& settings, const TranscriptOptions& options, std::FILE* out);
+    /// @param out     Where lines go; null: nowhere, only the summary is of interest.
+    /// @param output  Where messages are recorded, if at all: at once if all of them are of interest.
+    /// @throw Failure for an unknown name
+    Transcript(Settings& settings, const TranscriptOptions& options, std::FILE* out,
+               recording::Output* output = nullptr);
 
     void Add(recording::Event&& event);
 
@@ -45,6 +48,7 @@ private:
     /// "12.004512 my-app[812:814] "
     std::string Origin(const recording::Event& event) const;
     void ShowNote(const recording::Event& note);
+    bool ShowsAll() const { return options_.terms.empty() && options_.slowMs <= 0; }
     void Count(const recording::Exchange& exchange, const decoder::Decoded& message, bool isFailed);
 
     struct Tally {
@@ -56,6 +60,7 @@ private:
     Settings& settings_;
     const TranscriptOptions& options_;
     std::FILE* out_;
+    recording::Output* output_;
     decoder::Filter filter_;
     recording::Joiner joiner_;
     std::optional<uint64_t> firstNs_;

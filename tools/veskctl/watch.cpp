@@ -14,23 +14,29 @@ using recording::Kind;
 Watch::Watch(Client& client, Settings& settings)
     : client_(client), settings_(settings), service_(ParseService(settings.service))
 {
-    Switch(true);
+    RequireOk(Switch(true));
 }
 
 void Watch::Stop()
 {
-    Switch(false);
+    RequireOk(Switch(false));
 }
 
-void Watch::Switch(bool isOn)
+bool Watch::Renew()
+{
+    const Call call = Switch(true);
+    return call.outcome.platformResult == 0 ||
+           NoAnswer(call.request.Title(), call.outcome).status != kNoService;
+}
+
+Call Watch::Switch(bool isOn)
 {
     const Prepared request =
         Prepare(settings_.Decoder(), "VESK_CONTROL_WATCH", {{"enable", isOn ? "1" : "0"}});
-    RequireOk(Perform(client_, settings_.Decoder(), request, VESK_VIDEO_SYNC_TIMEOUT));
+    return Perform(client_, settings_.Decoder(), request, VESK_VIDEO_SYNC_TIMEOUT);
 }
 
-bool Watch::Next(std::optional<Clock::time_point> deadline, const OnEvent& onEvent,
-                 const std::function<void(uint64_t)>& onLost)
+bool Watch::Next(std::optional<Clock::time_point> deadline, const OnEvent& onEvent, const OnLost& onLost)
 {
     const std::optional<Arrived> arrived = client_.Next(deadline);
     if (!arrived)
@@ -40,10 +46,13 @@ bool Watch::Next(std::optional<Clock::time_point> deadline, const OnEvent& onEve
     if (arrived->number != VESK_CONTROL_ON_MESSAGE || data.size() < sizeof(VeskVideoMsgHead) + sizeof seen)
         return true;
     std::memcpy(&seen, data.data() + sizeof(VeskVideoMsgHead), sizeof seen);
-    if (const uint64_t before = std::exchange(lost_, seen.lost); before != lost_)
-        onLost(lost_ - before);
     const BytesView bytes = data.subspan(sizeof(VeskVideoMsgHead) + sizeof seen);
     Event event = Begin(seen);
+    // A service that has started anew counts anew.
+    if (const uint64_t before = std::exchange(lost_, seen.lost); lost_ > before)
+        onLost(lost_ - before, event);
+    else if (lost_ < before && lost_ != 0)
+        onLost(lost_, event);
     event.data.assign(bytes.begin(), bytes.end());
     switch (seen.kind) {
     case VESK_CONTROL_SAW_REQUEST:

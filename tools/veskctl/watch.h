@@ -18,15 +18,18 @@ public:
 
     void Stop();
 
+    /// Asks a silent service to go on, which may have started anew. False if there is none any more.
+    bool Renew();
+
     using OnEvent = std::function<void(recording::Event&&)>;
+    using OnLost = std::function<void(uint64_t lost, const recording::Event& next)>;
 
     /// Gives the events of the next message, for which it waits as Client::Next does; false if there is none.
     /// @param onLost  Told before them if messages before this one were lost.
-    bool Next(std::optional<Clock::time_point> deadline, const OnEvent& onEvent,
-              const std::function<void(uint64_t)>& onLost);
+    bool Next(std::optional<Clock::time_point> deadline, const OnEvent& onEvent, const OnLost& onLost);
 
 private:
-    void Switch(bool isOn);
+    Call Switch(bool isOn);
     recording::Event Begin(const VeskControlMessage& seen) const;
     void AddNotification(recording::Event& event, const OnEvent& onEvent);
 
