@@ -17,7 +17,7 @@ endfunction()
 set_target_properties(vesk_video_interface PROPERTIES EXPORT_NAME video_interface)
 install_library(vesk_video_interface ${CMAKE_INSTALL_INCLUDEDIR}
   "Client-side video interface of a video device's media stack")
-install(DIRECTORY include/vesk_video TYPE INCLUDE)
+install(DIRECTORY include/vesk_video ${VESK_GENERATED_INCLUDE_DIR}/vesk_video TYPE INCLUDE)
 
 file(RELATIVE_PATH libraries_from_bin "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
 install(TARGETS vesk_trace LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
@@ -37,7 +37,7 @@ if(VESK_PLATFORM STREQUAL host)
   set(platform_include_dir ${CMAKE_INSTALL_INCLUDEDIR}/vesk_host_platform)
   install_library(vesk_host_platform ${platform_include_dir} "Stand-in for a video device's platform")
   install(DIRECTORY platform/include/platform platform/host/include/vesk_host DESTINATION ${platform_include_dir})
-  install(DIRECTORY include/vesk_service TYPE INCLUDE)
+  install(DIRECTORY include/vesk_service ${VESK_GENERATED_INCLUDE_DIR}/vesk_service TYPE INCLUDE)
 
   set_target_properties(vesk-video-service display_tour PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries_from_bin}")
   set_target_properties(display_tour PROPERTIES OUTPUT_NAME vesk-display-tour)

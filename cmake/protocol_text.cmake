@@ -1,4 +1,7 @@
-# Puts the layouts of the records and the result codes where the tools' sources include them, below @p directory.
+include(${CMAKE_CURRENT_LIST_DIR}/request_texts.cmake)
+
+# Puts what the tools say of the protocol where their sources include it, below @p directory: the layouts of the
+# records, the host platform's result codes, and what the headers say of each request.
 function(vesk_protocol_text directory)
   set(decoder ${PROJECT_SOURCE_DIR}/decoder)
   set(records ${PROJECT_SOURCE_DIR}/abi/records.txt)
@@ -8,26 +11,9 @@ function(vesk_protocol_text directory)
   file(READ ${views} view_text)
   configure_file(${decoder}/record_text.h.in ${directory}/decoder/record_text.h @ONLY)
 
-  set(result_codes "")
-  vesk_add_result_codes("library" include/vesk_video/common.h "VESK_VIDEO_(OK|ERR_[A-Z_]+)")
-  vesk_add_result_codes("host platform" platform/host/include/vesk_host/message.h "HOST_MSG_ERR_[A-Z_]+")
-  vesk_add_result_codes("virtual service" include/vesk_service/virtual_service.h "VESK_SERVICE_ERR_[A-Z_]+")
-  file(CONFIGURE OUTPUT ${directory}/decoder/result_codes.inc CONTENT "@result_codes@" @ONLY)
-endfunction()
+  vesk_result_list(${directory}/decoder/platform_results.def
+    "host platform" platform/host/include/vesk_host/message.h "HOST_MSG_ERR_[A-Z_]+")
 
-# Appends a row for each enumerator of a header to result_codes; its comment must be on the same line.
-macro(vesk_add_result_codes origin header pattern)
-  set(path ${PROJECT_SOURCE_DIR}/${header})
-  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${path})
-  set(row "^ +(${pattern}) = (0x[0-9a-f]+|[0-9]+),? +/\\*\\*< (.+) \\*/$")
-  file(STRINGS ${path} lines REGEX "^ +${pattern} = ")
-  foreach(line IN LISTS lines)
-    if(NOT line MATCHES "${row}")
-      message(FATAL_ERROR "${header}: not an enumerator, its value and its comment: ${line}")
-    endif()
-    string(REGEX REPLACE "${row}" "\\1" name "${line}")
-    string(REGEX REPLACE "^.* = ([^ ,]+),? .*$" "\\1" code "${line}")
-    string(REGEX REPLACE "^.*/\\*\\*< (.+) \\*/$" "\\1" meaning "${line}")
-    string(APPEND result_codes "    {${code}, \"${name}\", \"${meaning}\", \"${origin}\"},\n")
-  endforeach()
-endmacro()
+  vesk_request_texts(request_texts)
+  file(CONFIGURE OUTPUT ${directory}/decoder/request_texts.inc CONTENT "@request_texts@" @ONLY)
+endfunction()

@@ -79,6 +79,8 @@ struct Listing {
     std::string_view function;             ///< Empty for notifications.
     std::vector<HeaderArgument> arguments; ///< Without uwSubMsgID in an answer, which holds the result.
     const messages::Form* form;            ///< What follows the header.
+    std::string_view summary;              ///< Of a request: what it does, in a sentence or two.
+    std::string_view needs;                ///< Of a request of the interface: what must come before it.
 };
 
 /// Where a field lies in a message, and which values it can have.

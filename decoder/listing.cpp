@@ -30,6 +30,17 @@ constexpr ValueWithName kNamedValues[] = {
     {"cmdType", VESK_SERVICE_CAM_DOWN, "CAM_DOWN", Decoder::Peer::kVirtualService},
 };
 
+/// What the headers say of a request.
+struct RequestText {
+    uint32_t request;
+    std::string_view summary;
+    std::string_view needs;
+};
+
+constexpr RequestText kRequestTexts[] = {
+#include "decoder/request_texts.inc"
+};
+
 constexpr HeaderArgument kFields[] = {
     {"uwSubMsgID", offsetof(VeskVideoMsgHead, uwSubMsgID), 2, UINT16_MAX, HeaderField::kSubMsgID},
     {"ulParam1", offsetof(VeskVideoMsgHead, ulParam1), 8, UINT64_MAX, HeaderField::kParam1},
@@ -52,11 +63,21 @@ void NameArguments(Listing& listing, const messages::Argument (&arguments)[3])
     }
 }
 
+void DescribeRequest(Listing& listing)
+{
+    for (const RequestText& text : kRequestTexts) {
+        if (text.request == listing.number) {
+            listing.summary = text.summary;
+            listing.needs = text.needs;
+        }
+    }
+}
+
 } // namespace
 
 Listing Decoder::Describe(Direction direction, uint32_t number) const
 {
-    Listing listing{direction, number, {}, {}, {}, {std::begin(kFields), std::end(kFields)}, nullptr};
+    Listing listing{direction, number, {}, {}, {}, {std::begin(kFields), std::end(kFields)}, nullptr, {}, {}};
     if (direction == Direction::kNotification) {
         if (const messages::Notification* listed = messages::FindAnyNotification(number)) {
             listing.fullName = listed->name;
@@ -67,8 +88,10 @@ Listing Decoder::Describe(Direction direction, uint32_t number) const
         listing.fullName = listed->name;
         listing.function = listed->function;
         listing.form = direction == Direction::kRequest ? &listed->payload : &listed->answer;
-        if (direction == Direction::kRequest)
+        if (direction == Direction::kRequest) {
             NameArguments(listing, listed->arguments);
+            DescribeRequest(listing);
+        }
     }
     listing.name = ShortName(listing.fullName);
     if (direction == Direction::kAnswer)

@@ -17,7 +17,11 @@ namespace vesk::decoder {
 namespace {
 
 constexpr ResultCode kResultCodes[] = {
-#include "decoder/result_codes.inc"
+#define VESK_RESULT(name, code, meaning, origin) {code, #name, meaning, origin},
+#include "decoder/platform_results.def"
+#include "vesk_service/results.def"
+#include "vesk_video/results.def"
+#undef VESK_RESULT
 };
 
 bool SameText(std::string_view a, std::string_view b)

@@ -2,6 +2,7 @@
 // notifications that have arrived.
 #pragma once
 
+#include "vesk_video/result_text.h"
 #include "vesk_video/vesk_video.h"
 
 #include <algorithm>
@@ -37,13 +38,17 @@ inline void Expect(bool asExpected, const char* what)
 inline void Step(const char* what, uint32_t result)
 {
     std::printf("%-52s -> %u\n", what, result);
+    if (result != VESK_VIDEO_OK) {
+        const VeskVideoResultText text = VeskVideoGetResultText(result);
+        std::printf("%s: %s\n", text.name, text.meaning);
+    }
     Expect(result == VESK_VIDEO_OK, what);
 }
 
 /// Prints a call and its result, which must be a refusal by the service.
 inline void Refused(const char* what, uint32_t result)
 {
-    std::printf("%-52s -> 0x%x, as it should be\n", what, result);
+    std::printf("%-52s -> 0x%x, as it should be: %s\n", what, result, VeskVideoGetResultText(result).name);
     Expect(result > VESK_VIDEO_ERR_ARGUMENT, what);
 }
 

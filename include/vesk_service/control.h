@@ -16,32 +16,35 @@
 /**
  * Control requests.
  *
- * - VESK_CONTROL_STATE: the whole state, as a JSON document in UTF-8.
- * - VESK_CONTROL_PLUG, VESK_CONTROL_UNPLUG: a source or display is plugged in, in a mode, or pulled out;
- *   clients are notified. VESK_SERVICE_ERR_STATE if it is so already.
- * - VESK_CONTROL_MODE: the mode of what is plugged in changes; clients are notified.
+ * - VESK_CONTROL_STATE: Gets the whole state, as a JSON document in UTF-8.
+ * - VESK_CONTROL_PLUG: Plugs in a source or display, in a mode; clients are notified. VESK_SERVICE_ERR_STATE
+ *   if one is plugged in already.
+ * - VESK_CONTROL_UNPLUG: Pulls a source or display out; clients are notified. VESK_SERVICE_ERR_STATE if none
+ *   is plugged in.
+ * - VESK_CONTROL_MODE: Changes the mode of what is plugged in; clients are notified.
  *   VESK_SERVICE_ERR_UNPLUGGED if nothing is.
- * - VESK_CONTROL_NOTIFY: a VeskControlNotification and its payload, of any length. The answer is the number
- *   of clients that it was sent to, or will be when a fault delays it. VESK_SERVICE_ERR_NUMBER if the client
- *   is not known, VESK_SERVICE_ERR_VALUE if the list has no such notification.
- * - VESK_CONTROL_FAULT_ADD: a fault rule; the answer is its number, from 1. VESK_SERVICE_ERR_VALUE if a field
- *   is out of range, VESK_SERVICE_ERR_ROOM beyond VESK_CONTROL_MAX_FAULTS.
- * - VESK_CONTROL_FAULT_LIST: all rules, as an array of VeskControlFaultState in the order of their numbers.
- * - VESK_CONTROL_FAULT_CLEAR: takes a rule away, or with 0 all.
- * - VESK_CONTROL_TIME: moves the model's time on by milliseconds and says what time it is then. Everything
+ * - VESK_CONTROL_NOTIFY: Sends a VeskControlNotification and its payload, of any length. The answer is the
+ *   number of clients that it was sent to, or will be when a fault delays it. VESK_SERVICE_ERR_NUMBER if the
+ *   client is not known, VESK_SERVICE_ERR_VALUE if the list has no such notification.
+ * - VESK_CONTROL_FAULT_ADD: Adds a fault rule; the answer is its number, from 1. VESK_SERVICE_ERR_VALUE if a
+ *   field is out of range, VESK_SERVICE_ERR_ROOM beyond VESK_CONTROL_MAX_FAULTS.
+ * - VESK_CONTROL_FAULT_LIST: Gets all rules, as an array of VeskControlFaultState in the order of their
+ *   numbers.
+ * - VESK_CONTROL_FAULT_CLEAR: Takes a rule away, or with 0 all.
+ * - VESK_CONTROL_TIME: Moves the model's time on by milliseconds and says what time it is then. Everything
  *   that becomes due on the way is done in order, each at its own time, before the answer. 0 only asks;
  *   VESK_SERVICE_ERR_STATE if the service was started without --step.
- * - VESK_CONTROL_SCENARIO: an array of VeskControlStep, each with its message. It replaces the scenario that
- *   runs; its times and matches count from now, and what it does at time 0 is done before the answer. Without
- *   steps it only ends the other. VESK_SERVICE_ERR_LENGTH, VESK_SERVICE_ERR_VALUE or VESK_SERVICE_ERR_ROOM if
- *   one of the steps cannot be.
- * - VESK_CONTROL_RESET: back to the described device. All that clients have opened or created is gone, faults
- *   and scenario too, answers that are still owed are never given; clients stay known and are notified by 206
- *   and 207.
- * - VESK_CONTROL_WATCH: the task that the envelope names as its sender's is sent VESK_CONTROL_ON_MESSAGE
+ * - VESK_CONTROL_SCENARIO: Starts a scenario: an array of VeskControlStep, each with its message. It replaces
+ *   the one that runs; its times and matches count from now, and what it does at time 0 is done before the
+ *   answer. Without steps it only ends the other. VESK_SERVICE_ERR_LENGTH, VESK_SERVICE_ERR_VALUE or
+ *   VESK_SERVICE_ERR_ROOM if one of the steps cannot be.
+ * - VESK_CONTROL_RESET: Goes back to the described device. All that clients have opened or created is gone,
+ *   faults and scenario too, answers that are still owed are never given; clients stay known and are notified
+ *   by 206 and 207.
+ * - VESK_CONTROL_WATCH: Has the task that the envelope names as its sender's sent VESK_CONTROL_ON_MESSAGE
  *   from now on, or with 0 no more. VESK_SERVICE_ERR_ROOM beyond VESK_CONTROL_MAX_WATCHERS.
- * - VESK_CONTROL_TICK: something is due; the service sends it to itself and answers VESK_SERVICE_ERR_REQUEST
- *   to others.
+ * - VESK_CONTROL_TICK: Tells that something is due; the service sends it to itself and answers
+ *   VESK_SERVICE_ERR_REQUEST to others.
  */
 typedef enum VeskControlRequest {
 #define VESK_CONTROL_REQUEST(name, number, ...) name = (number),

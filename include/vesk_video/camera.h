@@ -7,6 +7,9 @@
  * @defgroup cameras Cameras
  * Moves cameras by command, stores and lists presets, and reads whether a camera is at a limit.
  *
+ * Cameras are named by the engine that reads their port, so VeskVideoViOpen (@ref inputs) comes first; the
+ * engine need not be started. Presets are kept with the port and outlive the engine.
+ *
  * Threading, ownership and the common result codes: see common.h.
  * @{
  */
@@ -41,6 +44,8 @@ VESK_VIDEO_ASSERT_SIZE(VeskVideoBoundaryState, 8);
 /**
  * Sends a command to a camera. Its outcome may also be notified (VESK_VIDEO_ON_CAMERA_CTRL_RESULT_NOTIFY).
  *
+ * @pre VeskVideoViOpen has opened the engine, and its port has a camera. For all commands but the query,
+ *      the camera is plugged in.
  * @param inEngNo      Engine number.
  * @param cmdType      Command number, at most @ref VESK_VIDEO_CAM_CTRL_MAX; negative numbers are sent too.
  * @param ctrlData     Receives the answer to @ref VESK_VIDEO_CAM_CTRL_QUERY. For other commands: data to
@@ -56,6 +61,7 @@ VESK_VIDEO_API uint32_t VeskVideoCamControl(uint32_t inEngNo, int32_t cmdType, v
 /**
  * Stores a preset.
  *
+ * @pre VeskVideoViOpen has opened the engine, and its port has a camera.
  * @param engNo       Engine number; its low 16 bits are sent.
  * @param presetInfo  The preset.
  * @retval VESK_VIDEO_ERR_FAILURE  @p presetInfo is null.
@@ -66,6 +72,7 @@ VESK_VIDEO_API uint32_t VeskVideoCamSetPreset(uint32_t engNo, const VeskVideoPre
 /**
  * Gets the number of stored presets.
  *
+ * @pre VeskVideoInit has been called.
  * @param count  Receives the number.
  * @retval VESK_VIDEO_ERR_FAILURE  @p count is null.
  * @return Otherwise a common result code.
@@ -75,6 +82,7 @@ VESK_VIDEO_API uint32_t VeskVideoCamGetPresetCount(uint32_t* count);
 /**
  * Lists presets.
  *
+ * @pre If @p presetSelector is the number of an engine, VeskVideoViOpen has opened it.
  * @param presetSelector  Selects the presets to list; service-defined.
  * @param presetInfo      Receives @p presetCount entries.
  * @param presetCount     Number of entries; the service must answer with exactly this many.
@@ -88,6 +96,7 @@ VESK_VIDEO_API uint32_t VeskVideoCamQueryPreset(uint32_t presetSelector, VeskVid
 /**
  * Gets a camera's boundary state.
  *
+ * @pre VeskVideoViOpen has opened the engine.
  * @param inEngNo        Engine number; its low 16 bits are sent.
  * @param boundaryState  Receives the state.
  * @retval VESK_VIDEO_ERR_FAILURE  @p boundaryState is null.

@@ -89,6 +89,7 @@ VESK_VIDEO_ASSERT_SIZE(VeskVideoCapability, 8);
 /**
  * Gets the encoding capability of the service, and logs it.
  *
+ * @pre VeskVideoInit has been called.
  * @param encodeCapability  Receives the capability.
  * @retval VESK_VIDEO_ERR_FAILURE  @p encodeCapability is null.
  * @return Otherwise a common result code.
@@ -98,6 +99,7 @@ VESK_VIDEO_API uint32_t VeskVideoGetEncodeCapability(VeskVideoEncodeCapability* 
 /**
  * Gets the decoding capability of the service, and logs it.
  *
+ * @pre VeskVideoInit has been called.
  * @param decodeCapability  Receives the capability.
  * @retval VESK_VIDEO_ERR_FAILURE  @p decodeCapability is null.
  * @return Otherwise a common result code.
@@ -107,6 +109,7 @@ VESK_VIDEO_API uint32_t VeskVideoGetDecodeCapability(VeskVideoDecodeCapability* 
 /**
  * Gets one capability of the device.
  *
+ * @pre VeskVideoInit has been called.
  * @param capabilityType  Number of the capability; service-defined.
  * @param capability      Receives the capability.
  * @retval VESK_VIDEO_ERR_FAILURE  @p capability is null.

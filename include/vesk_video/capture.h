@@ -7,6 +7,9 @@
  * @defgroup sources Sources
  * Input sources other than cameras: files, applications and screen projection.
  *
+ * A virtual input is named by its number, and an application by the engine of an open port (@ref inputs). The
+ * objects that Android needs come before a projection.
+ *
  * Threading, ownership and the common result codes: see common.h.
  * @{
  */
@@ -35,6 +38,7 @@ VESK_VIDEO_ASSERT_OFFSET(VeskVideoAppInParam, param4, 280);
 /**
  * Sets the file that feeds a virtual input.
  *
+ * @pre VeskVideoInit has been called.
  * @param sourceId  Number of the virtual input.
  * @param filePath  Path as the service sees it, at most 4096 characters.
  * @retval VESK_VIDEO_ERR_FAILURE   @p filePath is null.
@@ -46,6 +50,7 @@ VESK_VIDEO_API uint32_t VeskVideoSetVirtualViSrc(uint32_t sourceId, const char* 
 /**
  * Makes an application the source of an engine.
  *
+ * @pre VeskVideoViOpen has opened the engine.
  * @param inEngNo     Engine number.
  * @param appInParam  The application.
  * @retval VESK_VIDEO_ERR_ARGUMENT  @p appInParam is null or its taskHandle is 0.
@@ -56,6 +61,7 @@ VESK_VIDEO_API uint32_t VeskVideoSetAppCaptureParam(uint32_t inEngNo, const Vesk
 /**
  * Passes the service the objects it needs on Android.
  *
+ * @pre VeskVideoInit has been called.
  * @param javaVm       Java virtual machine; the whole address is sent.
  * @param javaContext  Application context; only the low 32 bits of the address are sent.
  * @retval VESK_VIDEO_ERR_FAILURE  Either pointer is null.
@@ -66,6 +72,7 @@ VESK_VIDEO_API uint32_t VeskVideoSetAndroidContext(void* javaVm, void* javaConte
 /**
  * Passes the service what it needs to set up an Android media projection.
  *
+ * @pre VeskVideoSetAndroidContext has passed the objects.
  * @param resultCode      Result code that the application obtained; sent sign-extended to 64 bits.
  * @param projectionData  Data handle; only the low 32 bits of the address are sent. May be null.
  * @return A common result code.

@@ -5,7 +5,7 @@
  * @copydetails conventions
  *
  * @defgroup conventions Conventions
- * What holds for all functions: threads, ownership, result codes and service-defined values.
+ * What holds for all functions: threads, ownership, order, result codes and service-defined values.
  *
  * A function's own comment says where it differs.
  *
@@ -14,6 +14,11 @@
  *
  * **Ownership.** The caller keeps every pointer it passes; the library uses it only during the call. An
  * out-parameter is written only when the result is 0.
+ *
+ * **Order.** VeskVideoInit comes before every other request. What else must come before a request is the
+ * precondition of its function, and the group of the function lists the steps. The service holds a client to
+ * the order: a request that comes too early is refused with a code of the service. The library sends every
+ * request as it comes.
  *
  * **Common result codes.** A function's comment lists only the causes that it adds to these:
  *

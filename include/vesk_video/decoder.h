@@ -8,7 +8,7 @@
  * Decoder channels: parameters, queue, jitter protection and status.
  *
  * A channel goes through these steps: create (which returns its stream number), configure, start, stop,
- * delete. The service enforces the order; the library sends every request as it comes.
+ * delete. It cannot start before VeskVideoDecoderSetParam.
  *
  * Threading, ownership and the common result codes: see common.h.
  * @{
@@ -66,6 +66,7 @@ VESK_VIDEO_ASSERT_SIZE(VeskVideoDecChrStatistics, 112);
 /**
  * Creates a decoder channel.
  *
+ * @pre VeskVideoInit has been called.
  * @param decStmNo  Receives the stream number.
  * @retval VESK_VIDEO_ERR_FAILURE  @p decStmNo is null.
  * @return Otherwise a common result code.
@@ -75,6 +76,7 @@ VESK_VIDEO_API uint32_t VeskVideoDecoderCreate(uint32_t* decStmNo);
 /**
  * Deletes a decoder channel.
  *
+ * @pre VeskVideoDecoderCreate has created the channel.
  * @param decStmNo  Stream number.
  * @return A common result code.
  */
@@ -83,6 +85,7 @@ VESK_VIDEO_API uint32_t VeskVideoDecoderDelete(uint32_t decStmNo);
 /**
  * Sets a decoder's parameters.
  *
+ * @pre VeskVideoDecoderCreate has created the channel.
  * @param decStmNo  Stream number.
  * @param decParam  The parameters.
  * @retval VESK_VIDEO_ERR_FAILURE   @p decParam is null.
@@ -94,6 +97,7 @@ VESK_VIDEO_API uint32_t VeskVideoDecoderSetParam(uint32_t decStmNo, const VeskVi
 /**
  * Sets a decoder's extended parameters.
  *
+ * @pre VeskVideoDecoderCreate has created the channel.
  * @param decStmNo    Stream number.
  * @param decParamEx  The parameters.
  * @retval VESK_VIDEO_ERR_FAILURE  @p decParamEx is null.
@@ -104,6 +108,7 @@ VESK_VIDEO_API uint32_t VeskVideoDecoderSetParamEx(uint32_t decStmNo, const Vesk
 /**
  * Sets the queue from which a decoder reads its input.
  *
+ * @pre VeskVideoDecoderCreate has created the channel, and the queue exists.
  * @param decStmNo  Stream number.
  * @param queId     Queue identifier.
  * @return A common result code.
@@ -113,6 +118,7 @@ VESK_VIDEO_API uint32_t VeskVideoDecoderSetQueHandle(uint32_t decStmNo, uint32_t
 /**
  * Gets a decoder's parameters.
  *
+ * @pre VeskVideoDecoderCreate has created the channel.
  * @param decStmNo  Stream number.
  * @param decParam  Receives the parameters.
  * @retval VESK_VIDEO_ERR_ARGUMENT  @p decParam is null.
@@ -123,6 +129,7 @@ VESK_VIDEO_API uint32_t VeskVideoDecoderGetParam(uint32_t decStmNo, VeskVideoDec
 /**
  * Starts a decoder.
  *
+ * @pre VeskVideoDecoderSetParam has set the channel's parameters, and the channel is not started.
  * @param decStmNo  Stream number.
  * @return A common result code.
  */
@@ -131,6 +138,7 @@ VESK_VIDEO_API uint32_t VeskVideoDecoderStart(uint32_t decStmNo);
 /**
  * Stops a decoder.
  *
+ * @pre VeskVideoDecoderStart has started the channel.
  * @param decStmNo  Stream number.
  * @return A common result code.
  */
@@ -139,6 +147,7 @@ VESK_VIDEO_API uint32_t VeskVideoDecoderStop(uint32_t decStmNo);
 /**
  * Gets a decoder's status.
  *
+ * @pre VeskVideoDecoderCreate has created the channel.
  * @param decStmNo  Stream number.
  * @param status    Receives the status.
  * @retval VESK_VIDEO_ERR_ARGUMENT  @p status is null.
@@ -149,6 +158,7 @@ VESK_VIDEO_API uint32_t VeskVideoDecoderGetStatus(uint32_t decStmNo, VeskVideoDe
 /**
  * Gets the status of several decoders.
  *
+ * @pre VeskVideoInit has been called.
  * @param num     Number of entries in @p status; the service must answer with exactly this many.
  * @param status  Array of @p num entries; sent as it is, and replaced by the answer.
  * @param len     Size of @p status in bytes.
@@ -162,6 +172,7 @@ VESK_VIDEO_API uint32_t VeskVideoDecoderGetStatusInfos(uint32_t num, VeskVideoDe
 /**
  * Gets a decoder's statistics.
  *
+ * @pre VeskVideoDecoderCreate has created the channel.
  * @param decStmNo    Stream number.
  * @param statistics  Receives the statistics.
  * @retval VESK_VIDEO_ERR_ARGUMENT  @p statistics is null.
@@ -173,6 +184,7 @@ VESK_VIDEO_API uint32_t VeskVideoDecoderGetChrStatistics(uint32_t decStmNo,
 /**
  * Sets a decoder's anti-jitter state.
  *
+ * @pre VeskVideoDecoderCreate has created the channel.
  * @param decStmNo     Stream number.
  * @param enableState  State; service-defined.
  * @return A common result code.

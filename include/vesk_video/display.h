@@ -7,8 +7,11 @@
  * @defgroup displays Displays
  * What an output shows: composition, display mode, default image and filter windows.
  *
- * VeskVideoVoOpen (@ref outputs) returns the engine numbers. Threading, ownership and the common result
- * codes: see common.h.
+ * Composition and windows belong to an engine, which VeskVideoVoOpen (@ref outputs) opens; what a picture
+ * comes from is opened or created before the composition is set. All else holds for displays whether they are
+ * open or not.
+ *
+ * Threading, ownership and the common result codes: see common.h.
  * @{
  */
 #ifndef VESK_VIDEO_DISPLAY_H
@@ -81,6 +84,8 @@ VESK_VIDEO_ASSERT_SIZE(VeskVideoFilterWindow, 8);
 /**
  * Sets the pictures that an output shows.
  *
+ * @pre VeskVideoVoOpen has opened the engine, and the input engines and decoders that it is to show
+ *      exist.
  * @param outEngNo         Engine number.
  * @param voMultiPicParam  The composition; always sent whole.
  * @retval VESK_VIDEO_ERR_FAILURE   @p voMultiPicParam is null.
@@ -92,6 +97,7 @@ VESK_VIDEO_API uint32_t VeskVideoVoSetSrc(uint32_t outEngNo, const VeskVideoVoMu
 /**
  * Sets the display mode and the frame rate.
  *
+ * @pre VeskVideoInit has been called.
  * @param displayInfo  Mode and frame rate.
  * @retval VESK_VIDEO_ERR_ARGUMENT  @p displayInfo is null, or its displayMode exceeds
  *         @ref VESK_VIDEO_DISPLAY_MODE_MAX.
@@ -102,6 +108,7 @@ VESK_VIDEO_API uint32_t VeskVideoVoSetDisplayMode(const VeskVideoDisplayInfo* di
 /**
  * Sets an output's default image.
  *
+ * @pre VeskVideoInit has been called.
  * @param imageParam1  Service-defined.
  * @param imageParam2  Service-defined.
  * @param filePath     Path as the service sees it, at most 4095 characters.
@@ -114,6 +121,7 @@ VESK_VIDEO_API uint32_t VeskVideoVoSetDefaultImage(uint32_t imageParam1, uint32_
 /**
  * Switches SR on or off.
  *
+ * @pre VeskVideoInit has been called.
  * @param enable  Nonzero: on.
  * @return A common result code.
  */
@@ -122,6 +130,7 @@ VESK_VIDEO_API uint32_t VeskVideoVoSetByomSrEnable(uint8_t enable);
 /**
  * Adds filter windows.
  *
+ * @pre VeskVideoInit has been called.
  * @param filterParam  Service-defined.
  * @param windowCount  Number of entries in @p windowList.
  * @param windowList   Array of VeskVideoFilterWindow; null sends none.
@@ -135,6 +144,7 @@ VESK_VIDEO_API uint32_t VeskVideoAddFilterWindows(uint32_t filterParam, uint32_t
 /**
  * Removes filter windows.
  *
+ * @pre VeskVideoAddFilterWindows has added the windows, with the same @p filterParam.
  * @param filterParam  Service-defined.
  * @param windowCount  Number of entries in @p windowList.
  * @param windowList   Array of VeskVideoFilterWindow; null sends none.
@@ -148,6 +158,7 @@ VESK_VIDEO_API uint32_t VeskVideoDeleteFilterWindows(uint32_t filterParam, uint3
 /**
  * Tells the service that the application has destroyed a window.
  *
+ * @pre VeskVideoVoSetSrc has set a picture with this window handle.
  * @param outEngNo   Engine number.
  * @param winHandle  Handle of the window, as given in VeskVideoSubPicParam::winHandle.
  * @return A common result code.

@@ -8,7 +8,7 @@
  * Encoder channels: parameters, error correction, queue, key frames, frame rate and status.
  *
  * A channel goes through these steps: create (which returns its stream number), configure, start, stop,
- * delete. The service enforces the order; the library sends every request as it comes.
+ * delete. It cannot start before VeskVideoEncoderSetParam, and is asked for key frames while it runs.
  *
  * Threading, ownership and the common result codes: see common.h.
  * @{
@@ -92,6 +92,7 @@ VESK_VIDEO_ASSERT_SIZE(VeskVideoEncChrStatistics, 104);
 /**
  * Creates an encoder channel.
  *
+ * @pre VeskVideoInit has been called.
  * @param encStmNo  Receives the stream number.
  * @retval VESK_VIDEO_ERR_FAILURE  @p encStmNo is null.
  * @return Otherwise a common result code.
@@ -101,6 +102,7 @@ VESK_VIDEO_API uint32_t VeskVideoEncoderCreate(uint32_t* encStmNo);
 /**
  * Deletes an encoder channel.
  *
+ * @pre VeskVideoEncoderCreate has created the channel.
  * @param encStmNo  Stream number.
  * @return A common result code.
  */
@@ -109,6 +111,7 @@ VESK_VIDEO_API uint32_t VeskVideoEncoderDelete(uint32_t encStmNo);
 /**
  * Sets an encoder's parameters.
  *
+ * @pre VeskVideoEncoderCreate has created the channel.
  * @param encStmNo  Stream number.
  * @param encParam  The parameters.
  * @retval VESK_VIDEO_ERR_ARGUMENT  @p encParam is null or its codcType is @ref VESK_VIDEO_ENC_SVC_SW.
@@ -119,6 +122,7 @@ VESK_VIDEO_API uint32_t VeskVideoEncoderSetParam(uint32_t encStmNo, const VeskVi
 /**
  * Sets the queue to which an encoder writes its output.
  *
+ * @pre VeskVideoEncoderCreate has created the channel, and the queue exists.
  * @param encStmNo  Stream number.
  * @param queId     Queue identifier.
  * @return A common result code.
@@ -128,6 +132,7 @@ VESK_VIDEO_API uint32_t VeskVideoEncoderSetQueHandle(uint32_t encStmNo, uint32_t
 /**
  * Gets an encoder's parameters.
  *
+ * @pre VeskVideoEncoderCreate has created the channel.
  * @param encStmNo  Stream number.
  * @param encParam  Receives the parameters.
  * @retval VESK_VIDEO_ERR_ARGUMENT  @p encParam is null.
@@ -138,6 +143,7 @@ VESK_VIDEO_API uint32_t VeskVideoEncoderGetParam(uint32_t encStmNo, VeskVideoEnc
 /**
  * Starts an encoder.
  *
+ * @pre VeskVideoEncoderSetParam has set the channel's parameters, and the channel is not started.
  * @param encStmNo  Stream number.
  * @return A common result code.
  */
@@ -146,6 +152,7 @@ VESK_VIDEO_API uint32_t VeskVideoEncoderStart(uint32_t encStmNo);
 /**
  * Stops an encoder.
  *
+ * @pre VeskVideoEncoderStart has started the channel.
  * @param encStmNo  Stream number.
  * @return A common result code.
  */
@@ -154,6 +161,7 @@ VESK_VIDEO_API uint32_t VeskVideoEncoderStop(uint32_t encStmNo);
 /**
  * Sets an encoder's forward error correction parameters.
  *
+ * @pre VeskVideoEncoderCreate has created the channel.
  * @param encStmNo  Stream number.
  * @param fecParam  The parameters.
  * @retval VESK_VIDEO_ERR_ARGUMENT  @p fecParam is null.
@@ -164,6 +172,7 @@ VESK_VIDEO_API uint32_t VeskVideoEncoderSetFecParam(uint32_t encStmNo, const Ves
 /**
  * Gets an encoder's status.
  *
+ * @pre VeskVideoEncoderCreate has created the channel.
  * @param encStmNo  Stream number.
  * @param status    Receives the status.
  * @retval VESK_VIDEO_ERR_ARGUMENT  @p status is null.
@@ -174,6 +183,7 @@ VESK_VIDEO_API uint32_t VeskVideoEncoderGetStatus(uint32_t encStmNo, VeskVideoEn
 /**
  * Gets the status of several encoders.
  *
+ * @pre VeskVideoInit has been called.
  * @param num     Number of entries in @p status; the service must answer with exactly this many.
  * @param status  Array of @p num entries; sent as it is, and replaced by the answer.
  * @param len     Size of @p status in bytes.
@@ -187,6 +197,7 @@ VESK_VIDEO_API uint32_t VeskVideoEncoderGetStatusInfos(uint32_t num, VeskVideoEn
 /**
  * Gets an encoder's statistics.
  *
+ * @pre VeskVideoEncoderCreate has created the channel.
  * @param encStmNo    Stream number.
  * @param statistics  Receives the statistics.
  * @retval VESK_VIDEO_ERR_ARGUMENT  @p statistics is null.
@@ -198,6 +209,7 @@ VESK_VIDEO_API uint32_t VeskVideoEncoderGetChrStatistics(uint32_t encStmNo,
 /**
  * Requests a key frame from an encoder.
  *
+ * @pre VeskVideoEncoderStart has started the channel.
  * @param encStmNo  Stream number.
  * @return A common result code.
  */
@@ -206,6 +218,7 @@ VESK_VIDEO_API uint32_t VeskVideoEncoderForceKeyFrame(uint32_t encStmNo);
 /**
  * Changes an encoder's frame rate.
  *
+ * @pre VeskVideoEncoderSetParam has set the channel's parameters.
  * @param encStmNo   Stream number; its low 16 bits are sent.
  * @param frameRate  Frames per second.
  * @return A common result code.
@@ -215,6 +228,7 @@ VESK_VIDEO_API uint32_t VeskVideoEncoderModifyFrameRate(uint32_t encStmNo, uint3
 /**
  * Sets an encoder's extended parameters.
  *
+ * @pre VeskVideoEncoderCreate has created the channel.
  * @param encStmNo  Stream number.
  * @param encParam  The parameters.
  * @retval VESK_VIDEO_ERR_ARGUMENT  @p encParam is null or a field is out of its range.
@@ -225,6 +239,7 @@ VESK_VIDEO_API uint32_t VeskVideoEncoderSetParamEx(uint32_t encStmNo, const Vesk
 /**
  * Gets an encoder's extended parameters.
  *
+ * @pre VeskVideoEncoderCreate has created the channel.
  * @param encStmNo  Stream number.
  * @param encParam  Receives the parameters.
  * @retval VESK_VIDEO_ERR_ARGUMENT  @p encParam is null.

@@ -7,6 +7,9 @@
  * @defgroup framing Framing
  * Electronic and mechanical framing of an input, and the status of its camera.
  *
+ * The setters name a port, which need not be open. The getters, tracking and the move speed name the engine
+ * that VeskVideoViOpen (@ref inputs) returns; tracking also needs it started.
+ *
  * Threading, ownership and the common result codes: see common.h.
  * @{
  */
@@ -36,6 +39,7 @@ VESK_VIDEO_ASSERT_SIZE(VeskVideoPtzfParams, 328);
 /**
  * Sets the electronic framing of a port.
  *
+ * @pre VeskVideoInit has been called. The port need not be open.
  * @param port        Port number, at most @ref VESK_VIDEO_VI_PORT_MAX.
  * @param eptzParams  The parameters.
  * @retval VESK_VIDEO_ERR_PORT_INVALID  @p port is too high; checked first.
@@ -47,6 +51,7 @@ VESK_VIDEO_API uint32_t VeskVideoSetViPortEptzParam(uint32_t port, const VeskVid
 /**
  * Sets pan, tilt, zoom and focus of a port.
  *
+ * @pre VeskVideoInit has been called. The port need not be open.
  * @param port        Port number, at most @ref VESK_VIDEO_VI_PORT_MAX.
  * @param ptzfParams  The parameters.
  * @retval VESK_VIDEO_ERR_PORT_INVALID  @p port is too high; checked first.
@@ -58,6 +63,7 @@ VESK_VIDEO_API uint32_t VeskVideoSetViPortPtzfParam(uint32_t port, const VeskVid
 /**
  * Gets the electronic framing of an input.
  *
+ * @pre VeskVideoViOpen has opened the engine.
  * @param inEngNo     Engine number; its low 16 bits are sent.
  * @param eptzParams  Receives the parameters.
  * @retval VESK_VIDEO_ERR_FAILURE  @p eptzParams is null.
@@ -68,6 +74,7 @@ VESK_VIDEO_API uint32_t VeskVideoGetViPortEptzParam(uint32_t inEngNo, VeskVideoE
 /**
  * Gets pan, tilt, zoom and focus of an input.
  *
+ * @pre VeskVideoViOpen has opened the engine.
  * @param inEngNo     Engine number; its low 16 bits are sent.
  * @param ptzfParams  Receives the parameters.
  * @retval VESK_VIDEO_ERR_ARGUMENT  @p ptzfParams is null.
@@ -78,6 +85,7 @@ VESK_VIDEO_API uint32_t VeskVideoGetViPortPtzfParam(uint32_t inEngNo, VeskVideoP
 /**
  * Runs tracking once.
  *
+ * @pre VeskVideoViStart has started the engine, and its port has a camera that is plugged in.
  * @param inEngNo  Engine number; its low 16 bits are sent.
  * @return A common result code.
  */
@@ -86,6 +94,7 @@ VESK_VIDEO_API uint32_t VeskVideoExecutViPortTrackingParam(uint32_t inEngNo);
 /**
  * Gets a camera's pan and tilt status.
  *
+ * @pre VeskVideoViOpen has opened the engine.
  * @param inEngNo  Engine number; its low 16 bits are sent.
  * @param status   Receives the status; service-defined.
  * @retval VESK_VIDEO_ERR_FAILURE  @p status is null.
@@ -96,6 +105,7 @@ VESK_VIDEO_API uint32_t VeskVideoGetViPortPtStatus(uint32_t inEngNo, uint8_t* st
 /**
  * Gets a camera's autofocus status.
  *
+ * @pre VeskVideoViOpen has opened the engine.
  * @param inEngNo  Engine number; its low 16 bits are sent.
  * @param status   Receives the status; service-defined.
  * @retval VESK_VIDEO_ERR_FAILURE  @p status is null.
@@ -106,6 +116,7 @@ VESK_VIDEO_API uint32_t VeskVideoGetViPortAFStatus(uint32_t inEngNo, uint8_t* st
 /**
  * Sets the speed of electronic framing movements.
  *
+ * @pre VeskVideoViOpen has opened the engine.
  * @param inEngNo        Engine number.
  * @param eptzMoveSpeed  Speed; service-defined.
  * @return A common result code.

@@ -8,7 +8,8 @@
  * Input ports: cameras and other inputs, and the input engines that read them.
  *
  * An input goes through these steps: open a port (which returns its engine number), set parameters, connect
- * streams, start, stop, close. The service enforces the order; the library sends every request as it comes.
+ * streams, start, stop, close. To start, it needs its port enabled and a source plugged in; its queue exists
+ * from then on.
  *
  * Threading, ownership and the common result codes: see common.h.
  * @{
@@ -48,6 +49,7 @@ VESK_VIDEO_ASSERT_OFFSET(VeskVideoViPortParam, param4, 12);
 /**
  * Gets the number of input ports.
  *
+ * @pre VeskVideoInit has been called.
  * @param count  Receives the number.
  * @retval VESK_VIDEO_ERR_FAILURE  @p count is null.
  * @return Otherwise a common result code.
@@ -57,6 +59,7 @@ VESK_VIDEO_API uint32_t VeskVideoGetViCount(uint32_t* count);
 /**
  * Gets the descriptions of the input ports.
  *
+ * @pre There are at least @p count ports; VeskVideoGetViCount says how many.
  * @param viPortInfo  Receives @p count entries.
  * @param count       Number of entries; the service must answer with exactly this many.
  * @retval VESK_VIDEO_ERR_ARGUMENT  @p viPortInfo is null or @p count is 0.
@@ -67,6 +70,7 @@ VESK_VIDEO_API uint32_t VeskVideoGetViPort(VeskVideoViPortInfo* viPortInfo, uint
 /**
  * Opens an input port.
  *
+ * @pre The port is enabled, and no running process has it open.
  * @param viPort   Port number.
  * @param inEngNo  Receives the number of the engine that reads the port.
  * @retval VESK_VIDEO_ERR_FAILURE  @p inEngNo is null.
@@ -75,8 +79,9 @@ VESK_VIDEO_API uint32_t VeskVideoGetViPort(VeskVideoViPortInfo* viPortInfo, uint
 VESK_VIDEO_API uint32_t VeskVideoViOpen(uint32_t viPort, uint32_t* inEngNo);
 
 /**
- * Gets an engine's parameters.
+ * Gets an input engine's parameters.
  *
+ * @pre VeskVideoViOpen has opened the engine.
  * @param inEngNo      Engine number.
  * @param viPortParam  Receives the parameters.
  * @retval VESK_VIDEO_ERR_FAILURE  @p viPortParam is null.
@@ -85,8 +90,9 @@ VESK_VIDEO_API uint32_t VeskVideoViOpen(uint32_t viPort, uint32_t* inEngNo);
 VESK_VIDEO_API uint32_t VeskVideoViGetParam(uint32_t inEngNo, VeskVideoViPortParam* viPortParam);
 
 /**
- * Sets an engine's parameters.
+ * Sets an input engine's parameters.
  *
+ * @pre VeskVideoViOpen has opened the engine.
  * @param inEngNo      Engine number.
  * @param viPortParam  The parameters.
  * @retval VESK_VIDEO_ERR_FAILURE  @p viPortParam is null.
@@ -95,8 +101,9 @@ VESK_VIDEO_API uint32_t VeskVideoViGetParam(uint32_t inEngNo, VeskVideoViPortPar
 VESK_VIDEO_API uint32_t VeskVideoViSetParam(uint32_t inEngNo, const VeskVideoViPortParam* viPortParam);
 
 /**
- * Connects an engine to a stream.
+ * Connects an input engine to a stream.
  *
+ * @pre VeskVideoViOpen has opened the engine, and it is not connected to the stream yet.
  * @param inEngNo  Engine number.
  * @param stmNo    Stream number.
  * @return A common result code.
@@ -104,8 +111,9 @@ VESK_VIDEO_API uint32_t VeskVideoViSetParam(uint32_t inEngNo, const VeskVideoViP
 VESK_VIDEO_API uint32_t VeskVideoViConnect(uint32_t inEngNo, uint32_t stmNo);
 
 /**
- * Disconnects an engine from a stream.
+ * Disconnects an input engine from a stream.
  *
+ * @pre The engine is connected to the stream, by VeskVideoViConnect or VeskVideoViModifyInput.
  * @param inEngNo  Engine number.
  * @param stmNo    Stream number.
  * @return A common result code.
@@ -113,8 +121,9 @@ VESK_VIDEO_API uint32_t VeskVideoViConnect(uint32_t inEngNo, uint32_t stmNo);
 VESK_VIDEO_API uint32_t VeskVideoViDisconnect(uint32_t inEngNo, uint32_t stmNo);
 
 /**
- * Switches an engine to another stream.
+ * Switches an input engine to another stream.
  *
+ * @pre VeskVideoViConnect has connected the engine to some stream.
  * @param inEngNo  Engine number.
  * @param stmNo    Stream number.
  * @return A common result code.
@@ -122,11 +131,12 @@ VESK_VIDEO_API uint32_t VeskVideoViDisconnect(uint32_t inEngNo, uint32_t stmNo);
 VESK_VIDEO_API uint32_t VeskVideoViModifyInput(uint32_t inEngNo, uint32_t stmNo);
 
 /**
- * Gets the shared-memory queue that carries an engine's frames.
+ * Gets the shared-memory queue that carries an input engine's frames.
  *
  * Waits until the queue exists: a request that fails is repeated after a pause of 100 ms, up to 20 requests
  * in all. The results 2, 3 and 7 end the wait at once.
  *
+ * @pre VeskVideoViStart has started the engine.
  * @param inEngNo    Engine number.
  * @param queHandle  Receives the queue identifier.
  * @retval VESK_VIDEO_ERR_FAILURE  @p queHandle is null.
@@ -135,8 +145,9 @@ VESK_VIDEO_API uint32_t VeskVideoViModifyInput(uint32_t inEngNo, uint32_t stmNo)
 VESK_VIDEO_API uint32_t VeskVideoViGetQueHandle(uint32_t inEngNo, uint32_t* queHandle);
 
 /**
- * Freezes or unfreezes the picture of an engine.
+ * Freezes or unfreezes the picture of an input engine.
  *
+ * @pre VeskVideoViOpen has opened the engine.
  * @param inEngNo  Engine number.
  * @param flag     Service-defined.
  * @param data     Service-defined data, or null for none.
@@ -146,24 +157,28 @@ VESK_VIDEO_API uint32_t VeskVideoViGetQueHandle(uint32_t inEngNo, uint32_t* queH
 VESK_VIDEO_API uint32_t VeskVideoViFreeze(uint32_t inEngNo, uint8_t flag, const void* data, uint32_t length);
 
 /**
- * Closes an engine; its number becomes invalid.
+ * Closes an input engine; its number becomes invalid.
  *
+ * @pre VeskVideoViOpen has opened the engine.
  * @param inEngNo  Engine number.
  * @return A common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoViClose(uint32_t inEngNo);
 
 /**
- * Starts an engine.
+ * Starts an input engine.
  *
+ * @pre VeskVideoViOpen has opened the engine, and it is not started. Its port is enabled, and a source is
+ *      plugged in.
  * @param inEngNo  Engine number.
  * @return A common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoViStart(uint32_t inEngNo);
 
 /**
- * Stops an engine.
+ * Stops an input engine.
  *
+ * @pre VeskVideoViStart has started the engine.
  * @param inEngNo  Engine number.
  * @return A common result code.
  */
@@ -172,6 +187,7 @@ VESK_VIDEO_API uint32_t VeskVideoViStop(uint32_t inEngNo);
 /**
  * Enables an input port.
  *
+ * @pre VeskVideoInit has been called.
  * @param viPort  Port number.
  * @return A common result code.
  */
@@ -180,6 +196,7 @@ VESK_VIDEO_API uint32_t VeskVideoViEnable(uint32_t viPort);
 /**
  * Disables an input port.
  *
+ * @pre VeskVideoInit has been called.
  * @param viPort  Port number.
  * @return A common result code.
  */
@@ -188,6 +205,7 @@ VESK_VIDEO_API uint32_t VeskVideoViDisable(uint32_t viPort);
 /**
  * Sets the queue for the face data of an input; does not wait for an answer.
  *
+ * @pre VeskVideoViOpen has opened the engine, and the queue exists.
  * @param inEngNo  Engine number; its low 16 bits are sent.
  * @param queId    Queue identifier.
  * @return See VeskVideoSendAsyncMsg.

@@ -35,6 +35,7 @@ VESK_VIDEO_ASSERT_OFFSET(VeskVideoInitInfo, taskName, 16);
  * receive task cannot be registered, that is logged and the call goes on: requests then work, but no
  * notifications arrive.
  *
+ * @pre The video service is running.
  * @return A common result code (common.h).
  */
 VESK_VIDEO_API uint32_t VeskVideoInit(void);
@@ -47,6 +48,7 @@ VESK_VIDEO_API uint32_t VeskVideoInit(void);
  * task keeps running: notifications 100 to 103 that still arrive are held for the next callback, all others
  * are dropped.
  *
+ * @pre VeskVideoInit has been called.
  * @return See VeskVideoSendAsyncMsg.
  */
 VESK_VIDEO_API uint32_t VeskVideoExit(void);

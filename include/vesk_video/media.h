@@ -7,8 +7,10 @@
  * @defgroup media_jobs Media jobs
  * Snapshots, stream loops, wallpapers, annotation, image verification and video I/O callbacks.
  *
- * The outcome of some of them is notified later. Threading, ownership and the common result codes: see
- * common.h.
+ * The outcome of some of them is notified later. A loop needs its encoder and its decoder, is set up, and is
+ * then switched on and off. The record of a video I/O callback needs an open engine (@ref inputs).
+ *
+ * Threading, ownership and the common result codes: see common.h.
  * @{
  */
 #ifndef VESK_VIDEO_MEDIA_H
@@ -57,6 +59,7 @@ VESK_VIDEO_ASSERT_SIZE(VeskVideoVioCallbackParam, 16);
 /**
  * Takes a snapshot.
  *
+ * @pre VeskVideoInit has been called.
  * @param param   What to take the snapshot of.
  * @param value2  Service-defined; sent as ulParam2.
  * @param value3  Service-defined; sent as ulParam1.
@@ -69,6 +72,7 @@ VESK_VIDEO_API uint32_t VeskVideoGetSnapshot(const VeskVideoSnapshotParam* param
 /**
  * Sets up a local loop between an encoder and a decoder.
  *
+ * @pre VeskVideoEncoderCreate and VeskVideoDecoderCreate have created the two channels.
  * @param encNo       Encoder stream number.
  * @param decNo       Decoder stream number.
  * @param mode        Loop mode; service-defined.
@@ -82,6 +86,7 @@ VESK_VIDEO_API uint32_t VeskVideoSetStreamLoop(uint32_t encNo, uint32_t decNo, u
 /**
  * Switches a loop on or off. VESK_VIDEO_ON_LOCAL_LOOP_STATE_NOTIFY reports the outcome.
  *
+ * @pre VeskVideoSetStreamLoop has set up the loop.
  * @param loop    Loop number; its low 16 bits are sent.
  * @param enable  Nonzero: on.
  * @return A common result code.
@@ -91,6 +96,7 @@ VESK_VIDEO_API uint32_t VeskVideoSetStreamLoopEnable(uint32_t loop, uint8_t enab
 /**
  * Sets the dynamic wallpaper. VESK_VIDEO_ON_WALLPAPER_DEC_OK_NOTIFY reports that it has been decoded.
  *
+ * @pre VeskVideoInit has been called.
  * @param wallpaperParam  The wallpaper.
  * @retval VESK_VIDEO_ERR_ARGUMENT  @p wallpaperParam is null.
  * @return Otherwise a common result code.
@@ -101,6 +107,7 @@ VESK_VIDEO_API uint32_t VeskVideoSetDynamicWallpapersStm(const VeskVideoWallpape
  * Sets the annotation status. VESK_VIDEO_ON_DATA_AUX_ANNOTATION_CAP_READY_NOTIFY reports that annotation is
  * ready.
  *
+ * @pre VeskVideoInit has been called.
  * @param value1  Service-defined; its low 16 bits are sent.
  * @param value2  Service-defined.
  * @param status  Status; service-defined.
@@ -113,6 +120,7 @@ VESK_VIDEO_API uint32_t VeskVideoSetAnnotationStatus(uint32_t value1, uint32_t v
  *
  * The path is sent as an address, not as text, so only a service in the same address space can read it.
  *
+ * @pre VeskVideoInit has been called. The service shares the memory of the application.
  * @param filePath  Path of the image.
  * @param req       What to verify.
  * @retval VESK_VIDEO_ERR_ARGUMENT  @p filePath or @p req is null.
@@ -123,6 +131,7 @@ VESK_VIDEO_API uint32_t VeskVideoVerifyImage(const char* filePath, const VeskVid
 /**
  * Registers a video I/O callback record for an engine.
  *
+ * @pre VeskVideoViOpen has opened the engine.
  * @param engNo  Engine number.
  * @param param  The record.
  * @retval VESK_VIDEO_ERR_ARGUMENT  @p param is null.

@@ -8,7 +8,7 @@
  * Streams of remote and local mouse pointers.
  *
  * A stream goes through these steps: open (which returns its number), set queue and parameters, connect or
- * attach, start, stop, close. The service enforces the order; the library sends every request as it comes.
+ * attach, start, stop, close. A remote one cannot start before it is connected to a decoder.
  *
  * Threading, ownership and the common result codes: see common.h.
  * @{
@@ -35,6 +35,7 @@ VESK_VIDEO_ASSERT_SIZE(VeskVideoLocalMouseParam, 8);
 /**
  * Opens a remote mouse stream.
  *
+ * @pre VeskVideoInit has been called.
  * @param openParam   Service-defined.
  * @param mouseStmNo  Receives the stream number.
  * @retval VESK_VIDEO_ERR_FAILURE  @p mouseStmNo is null.
@@ -45,6 +46,7 @@ VESK_VIDEO_API uint32_t VeskVideoRemoteMouseOpen(uint8_t openParam, uint32_t* mo
 /**
  * Sets the queue of a remote mouse stream.
  *
+ * @pre VeskVideoRemoteMouseOpen has opened the stream, and the queue exists.
  * @param mouseStmNo  Stream number; its low 16 bits are sent.
  * @param queId       Queue identifier.
  * @return A common result code.
@@ -54,6 +56,8 @@ VESK_VIDEO_API uint32_t VeskVideoRemoteMouseSetQueHandle(uint32_t mouseStmNo, ui
 /**
  * Connects a remote mouse stream to a decoder.
  *
+ * @pre VeskVideoRemoteMouseOpen has opened the stream, and VeskVideoDecoderCreate has created the
+ *      decoder.
  * @param mouseStmNo  Stream number; its low 16 bits are sent.
  * @param decStmNo    Decoder stream number.
  * @return A common result code.
@@ -63,6 +67,7 @@ VESK_VIDEO_API uint32_t VeskVideoRemoteMouseConnect(uint32_t mouseStmNo, uint32_
 /**
  * Starts a remote mouse stream.
  *
+ * @pre VeskVideoRemoteMouseConnect has connected the stream to a decoder, and the stream is not started.
  * @param mouseStmNo  Stream number; its low 16 bits are sent.
  * @return A common result code.
  */
@@ -71,6 +76,7 @@ VESK_VIDEO_API uint32_t VeskVideoRemoteMouseStart(uint32_t mouseStmNo);
 /**
  * Stops a remote mouse stream.
  *
+ * @pre VeskVideoRemoteMouseStart has started the stream.
  * @param mouseStmNo  Stream number; its low 16 bits are sent.
  * @return A common result code.
  */
@@ -79,6 +85,7 @@ VESK_VIDEO_API uint32_t VeskVideoRemoteMouseStop(uint32_t mouseStmNo);
 /**
  * Closes a remote mouse stream.
  *
+ * @pre VeskVideoRemoteMouseOpen has opened the stream.
  * @param mouseStmNo  Stream number; its low 16 bits are sent.
  * @return A common result code.
  */
@@ -87,6 +94,7 @@ VESK_VIDEO_API uint32_t VeskVideoRemoteMouseClose(uint32_t mouseStmNo);
 /**
  * Sets the background area of a remote mouse stream.
  *
+ * @pre VeskVideoRemoteMouseOpen has opened the stream.
  * @param mouseStmNo  Stream number.
  * @param area        The area.
  * @retval VESK_VIDEO_ERR_FAILURE  @p area is null.
@@ -98,6 +106,7 @@ VESK_VIDEO_API uint32_t VeskVideoRemoteMouseSetBackgroundArea(uint32_t mouseStmN
 /**
  * Opens a local mouse stream.
  *
+ * @pre VeskVideoInit has been called.
  * @param localMouseStmNo  Receives the stream number.
  * @retval VESK_VIDEO_ERR_FAILURE  @p localMouseStmNo is null.
  * @return Otherwise a common result code.
@@ -107,6 +116,7 @@ VESK_VIDEO_API uint32_t VeskVideoLocalMouseOpen(uint32_t* localMouseStmNo);
 /**
  * Starts a local mouse stream.
  *
+ * @pre VeskVideoLocalMouseOpen has opened the stream, and it is not started.
  * @param mouseStmNo  Stream number; its low 16 bits are sent.
  * @return A common result code.
  */
@@ -115,6 +125,7 @@ VESK_VIDEO_API uint32_t VeskVideoLocalMouseStart(uint32_t mouseStmNo);
 /**
  * Stops a local mouse stream.
  *
+ * @pre VeskVideoLocalMouseStart has started the stream.
  * @param mouseStmNo  Stream number; its low 16 bits are sent.
  * @return A common result code.
  */
@@ -123,6 +134,7 @@ VESK_VIDEO_API uint32_t VeskVideoLocalMouseStop(uint32_t mouseStmNo);
 /**
  * Sets whether a local mouse stream is independent.
  *
+ * @pre VeskVideoLocalMouseOpen has opened the stream.
  * @param mouseStmNo   Stream number.
  * @param independent  Nonzero: independent.
  * @return A common result code.
@@ -132,6 +144,7 @@ VESK_VIDEO_API uint32_t VeskVideoLocalMouseSetIndependent(uint32_t mouseStmNo, u
 /**
  * Sets the parameters of a local mouse stream.
  *
+ * @pre VeskVideoLocalMouseOpen has opened the stream.
  * @param mouseStmNo  Stream number.
  * @param param       The parameters; null sends none.
  * @return A common result code.
@@ -142,6 +155,7 @@ VESK_VIDEO_API uint32_t VeskVideoLocalMouseSetParam(uint32_t mouseStmNo,
 /**
  * Attaches a local mouse stream to a target.
  *
+ * @pre VeskVideoLocalMouseOpen has opened the stream.
  * @param mouseStmNo  Stream number.
  * @param attachId    Number of the target; service-defined.
  * @return A common result code.
@@ -151,6 +165,7 @@ VESK_VIDEO_API uint32_t VeskVideoLocalMouseAttach(uint32_t mouseStmNo, uint32_t 
 /**
  * Shows or hides a local pointer.
  *
+ * @pre VeskVideoLocalMouseOpen has opened the stream.
  * @param mouseStmNo  Stream number.
  * @param enable      Nonzero: shown.
  * @return A common result code.
@@ -160,6 +175,7 @@ VESK_VIDEO_API uint32_t VeskVideoLocalMouseShowEnable(uint32_t mouseStmNo, uint8
 /**
  * Sets the queue of a local mouse stream.
  *
+ * @pre VeskVideoLocalMouseOpen has opened the stream, and the queue exists.
  * @param mouseStmNo  Stream number; its low 16 bits are sent.
  * @param queId       Queue identifier.
  * @return A common result code.
@@ -169,6 +185,7 @@ VESK_VIDEO_API uint32_t VeskVideoLocalMouseSetQueHandle(uint32_t mouseStmNo, uin
 /**
  * Closes a local mouse stream.
  *
+ * @pre VeskVideoLocalMouseOpen has opened the stream.
  * @param mouseStmNo  Stream number; its low 16 bits are sent.
  * @return A common result code.
  */

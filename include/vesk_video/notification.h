@@ -176,7 +176,7 @@ VESK_VIDEO_ASSERT_OFFSET(VeskVideoCamCtrlResult, errCode, 8);
 extern VESK_VIDEO_API VeskVideoNotifyCallback g_veskVideoCallBackPtr;
 
 /**
- * Installs the application's callback, or sends a callback record to the service.
+ * Installs the application's callback or, if the record has none, sends the record to the service.
  *
  * If @p info contains a callback, it replaces the installed one. Held notifications are then delivered to
  * it on the calling thread, oldest first, before the call returns. Meanwhile the receive thread may already
@@ -186,6 +186,7 @@ extern VESK_VIDEO_API VeskVideoNotifyCallback g_veskVideoCallBackPtr;
  * If @p info contains no callback, the record is sent to the service (VESK_VIDEO_MSG_SET_CALLBACK). The
  * installed callback and the held notifications do not change.
  *
+ * @pre VeskVideoInit has been called.
  * @param info  The record; read only during the call.
  * @retval VESK_VIDEO_OK           The callback was installed, or the service accepted the record.
  * @retval VESK_VIDEO_ERR_FAILURE  @p info is null.

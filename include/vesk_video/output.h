@@ -8,7 +8,7 @@
  * Output ports: displays, and the output engines that drive them.
  *
  * An output goes through these steps: open a port (which returns its engine number), set parameters, offset
- * and queue, start, stop, close. The service enforces the order; the library sends every request as it comes.
+ * and queue, start, stop, close. To start, it needs its port enabled and a display plugged in.
  *
  * Threading, ownership and the common result codes: see common.h.
  * @{
@@ -54,6 +54,7 @@ VESK_VIDEO_ASSERT_OFFSET(VeskVideoScreenOffset, yOffset, 4);
 /**
  * Gets the number of output ports.
  *
+ * @pre VeskVideoInit has been called.
  * @param count  Receives the number.
  * @retval VESK_VIDEO_ERR_FAILURE  @p count is null.
  * @return Otherwise a common result code.
@@ -63,6 +64,7 @@ VESK_VIDEO_API uint32_t VeskVideoGetVoCount(uint32_t* count);
 /**
  * Gets the descriptions of the output ports.
  *
+ * @pre There are at least @p count ports; VeskVideoGetVoCount says how many.
  * @param voPortInfo  Receives @p count entries.
  * @param count       Number of entries; the service must answer with exactly this many.
  * @retval VESK_VIDEO_ERR_FAILURE   @p voPortInfo is null.
@@ -74,6 +76,7 @@ VESK_VIDEO_API uint32_t VeskVideoGetVoPort(VeskVideoVoPortInfo* voPortInfo, uint
 /**
  * Opens an output port.
  *
+ * @pre The port is enabled, and no running process has it open.
  * @param voPort    Port number.
  * @param outEngNo  Receives the number of the engine that drives the port.
  * @retval VESK_VIDEO_ERR_FAILURE  @p outEngNo is null.
@@ -82,8 +85,9 @@ VESK_VIDEO_API uint32_t VeskVideoGetVoPort(VeskVideoVoPortInfo* voPortInfo, uint
 VESK_VIDEO_API uint32_t VeskVideoVoOpen(uint32_t voPort, uint32_t* outEngNo);
 
 /**
- * Sets an engine's parameters.
+ * Sets an output engine's parameters.
  *
+ * @pre VeskVideoVoOpen has opened the engine.
  * @param outEngNo     Engine number.
  * @param voPortParam  The parameters.
  * @retval VESK_VIDEO_ERR_FAILURE  @p voPortParam is null.
@@ -92,8 +96,9 @@ VESK_VIDEO_API uint32_t VeskVideoVoOpen(uint32_t voPort, uint32_t* outEngNo);
 VESK_VIDEO_API uint32_t VeskVideoVoSetParam(uint32_t outEngNo, const VeskVideoVoPortParam* voPortParam);
 
 /**
- * Gets an engine's parameters.
+ * Gets an output engine's parameters.
  *
+ * @pre VeskVideoVoOpen has opened the engine.
  * @param outEngNo     Engine number.
  * @param voPortParam  Receives the parameters.
  * @retval VESK_VIDEO_ERR_FAILURE  @p voPortParam is null.
@@ -104,6 +109,7 @@ VESK_VIDEO_API uint32_t VeskVideoVoGetParam(uint32_t outEngNo, VeskVideoVoPortPa
 /**
  * Sets the offset of the picture on the screen.
  *
+ * @pre VeskVideoVoOpen has opened the engine.
  * @param outEngNo  Engine number.
  * @param xOffset   Offset to the right; may be negative. The unit is service-defined.
  * @param yOffset   Offset downwards, likewise.
@@ -112,8 +118,9 @@ VESK_VIDEO_API uint32_t VeskVideoVoGetParam(uint32_t outEngNo, VeskVideoVoPortPa
 VESK_VIDEO_API uint32_t VeskVideoVoSetOffset(uint32_t outEngNo, int32_t xOffset, int32_t yOffset);
 
 /**
- * Sets the shared-memory queue from which an engine reads its frames.
+ * Sets the shared-memory queue from which an output engine reads its frames.
  *
+ * @pre VeskVideoVoOpen has opened the engine, and the queue exists.
  * @param outEngNo   Engine number.
  * @param queHandle  Queue identifier.
  * @return A common result code.
@@ -121,24 +128,28 @@ VESK_VIDEO_API uint32_t VeskVideoVoSetOffset(uint32_t outEngNo, int32_t xOffset,
 VESK_VIDEO_API uint32_t VeskVideoVoSetQueHandle(uint32_t outEngNo, uint32_t queHandle);
 
 /**
- * Starts an engine.
+ * Starts an output engine.
  *
+ * @pre VeskVideoVoOpen has opened the engine, and it is not started. Its port is enabled, and a display
+ *      is plugged in.
  * @param outEngNo  Engine number.
  * @return A common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoVoStart(uint32_t outEngNo);
 
 /**
- * Stops an engine.
+ * Stops an output engine.
  *
+ * @pre VeskVideoVoStart has started the engine.
  * @param outEngNo  Engine number.
  * @return A common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoVoStop(uint32_t outEngNo);
 
 /**
- * Closes an engine; its number becomes invalid.
+ * Closes an output engine; its number becomes invalid.
  *
+ * @pre VeskVideoVoOpen has opened the engine.
  * @param outEngNo  Engine number.
  * @return A common result code.
  */
@@ -147,6 +158,7 @@ VESK_VIDEO_API uint32_t VeskVideoVoClose(uint32_t outEngNo);
 /**
  * Enables an output port.
  *
+ * @pre VeskVideoInit has been called.
  * @param voPort  Port number.
  * @return A common result code.
  */
@@ -155,6 +167,7 @@ VESK_VIDEO_API uint32_t VeskVideoVoEnable(uint32_t voPort);
 /**
  * Disables an output port.
  *
+ * @pre VeskVideoInit has been called.
  * @param voPort  Port number.
  * @return A common result code.
  */

@@ -7,6 +7,9 @@
  * @defgroup overlays Overlays
  * Overlay channels: graphics on top of the video.
  *
+ * A channel goes through these steps: create it under a number of the application's choice, set its
+ * parameters, show or hide it, destroy it. It has no picture to show or hide before its parameters are set.
+ *
  * Threading, ownership and the common result codes: see common.h.
  * @{
  */
@@ -33,6 +36,7 @@ VESK_VIDEO_ASSERT_OFFSET(VeskVideoOverlayParam, serviceData, 36);
 /**
  * Creates an overlay channel.
  *
+ * @pre No running process has a channel of this number.
  * @param overlayChn  Channel number of the application's choice.
  * @param value       Service-defined; its low 16 bits are sent.
  * @param out         Receives a service-defined number.
@@ -44,6 +48,7 @@ VESK_VIDEO_API uint32_t VeskVideoCreateOverlayChannel(uint32_t overlayChn, uint3
 /**
  * Gets the buffer queue of an overlay channel.
  *
+ * @pre VeskVideoCreateOverlayChannel has created the channel.
  * @param overlayChn  Channel number.
  * @param handle      Receives the queue identifier.
  * @retval VESK_VIDEO_ERR_ARGUMENT  @p handle is null.
@@ -54,6 +59,7 @@ VESK_VIDEO_API uint32_t VeskVideoGetOverlayQueHandle(uint32_t overlayChn, uint32
 /**
  * Sets an overlay channel's parameters.
  *
+ * @pre VeskVideoCreateOverlayChannel has created the channel.
  * @param overlayChn    Channel number.
  * @param overlayParam  The parameters.
  * @retval VESK_VIDEO_ERR_FAILURE  @p overlayParam is null.
@@ -65,6 +71,7 @@ VESK_VIDEO_API uint32_t VeskVideoSetOverlayParam(uint32_t overlayChn,
 /**
  * Destroys an overlay channel.
  *
+ * @pre VeskVideoCreateOverlayChannel has created the channel.
  * @param overlayChn  Channel number.
  * @return A common result code.
  */
@@ -73,6 +80,7 @@ VESK_VIDEO_API uint32_t VeskVideoDestroyOverlayChannel(uint32_t overlayChn);
 /**
  * Shows or hides an overlay.
  *
+ * @pre VeskVideoSetOverlayParam has set the channel's parameters.
  * @param overlayChn  Channel number.
  * @param enable      Nonzero: shown.
  * @return A common result code.

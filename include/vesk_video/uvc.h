@@ -8,7 +8,8 @@
  * USB video class streams: initialised together, then opened, configured and started one by one.
  *
  * A stream goes through these steps: initialise, open (which returns its number), set parameters, start,
- * stop, close, deinitialise. The service enforces the order; the library sends every request as it comes.
+ * stop, close, deinitialise. It cannot start before VeskVideoUvcSetStmParam; the extended parameters are
+ * optional. Deinitialising closes what is still open.
  *
  * Threading, ownership and the common result codes: see common.h.
  * @{
@@ -39,6 +40,7 @@ VESK_VIDEO_ASSERT_SIZE(VeskVideoUvcParamEx, 24);
 /**
  * Initialises UVC in the service; does not wait for an answer.
  *
+ * @pre VeskVideoInit has been called.
  * @retval VESK_VIDEO_OK           The request was sent.
  * @retval VESK_VIDEO_ERR_FAILURE  It could not be sent.
  */
@@ -47,6 +49,7 @@ VESK_VIDEO_API uint32_t VeskVideoUvcInit(void);
 /**
  * Deinitialises UVC in the service; does not wait for an answer.
  *
+ * @pre VeskVideoUvcInit has been called.
  * @retval VESK_VIDEO_OK           The request was sent.
  * @retval VESK_VIDEO_ERR_FAILURE  It could not be sent.
  */
@@ -55,6 +58,7 @@ VESK_VIDEO_API uint32_t VeskVideoUvcDeinit(void);
 /**
  * Opens a UVC stream.
  *
+ * @pre This process has called VeskVideoUvcInit.
  * @param uvcStmNo  Receives the stream number.
  * @retval VESK_VIDEO_OK           The stream is open.
  * @retval VESK_VIDEO_ERR_FAILURE  @p uvcStmNo is null, the exchange failed, or the service refused.
@@ -62,8 +66,9 @@ VESK_VIDEO_API uint32_t VeskVideoUvcDeinit(void);
 VESK_VIDEO_API uint32_t VeskVideoUvcOpen(uint32_t* uvcStmNo);
 
 /**
- * Sets a stream's parameters.
+ * Sets a UVC stream's parameters.
  *
+ * @pre VeskVideoUvcOpen has opened the stream.
  * @param uvcStmNo  Stream number.
  * @param uvcParam  The parameters.
  * @retval VESK_VIDEO_ERR_FAILURE  @p uvcParam is null.
@@ -72,8 +77,9 @@ VESK_VIDEO_API uint32_t VeskVideoUvcOpen(uint32_t* uvcStmNo);
 VESK_VIDEO_API uint32_t VeskVideoUvcSetStmParam(uint32_t uvcStmNo, const VeskVideoUvcParam* uvcParam);
 
 /**
- * Sets a stream's extended parameters.
+ * Sets a UVC stream's extended parameters.
  *
+ * @pre VeskVideoUvcOpen has opened the stream.
  * @param uvcStmNo  Stream number.
  * @param uvcParam  The parameters.
  * @retval VESK_VIDEO_ERR_FAILURE  @p uvcParam is null.
@@ -82,32 +88,36 @@ VESK_VIDEO_API uint32_t VeskVideoUvcSetStmParam(uint32_t uvcStmNo, const VeskVid
 VESK_VIDEO_API uint32_t VeskVideoUvcSetStmParamEx(uint32_t uvcStmNo, const VeskVideoUvcParamEx* uvcParam);
 
 /**
- * Starts a stream.
+ * Starts a UVC stream.
  *
+ * @pre VeskVideoUvcSetStmParam has set the stream's parameters, and the stream is not started.
  * @param uvcStmNo  Stream number.
  * @return A common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoUvcStartStream(uint32_t uvcStmNo);
 
 /**
- * Stops a stream.
+ * Stops a UVC stream.
  *
+ * @pre VeskVideoUvcStartStream has started the stream.
  * @param uvcStmNo  Stream number.
  * @return A common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoUvcStopStream(uint32_t uvcStmNo);
 
 /**
- * Closes a stream.
+ * Closes a UVC stream.
  *
+ * @pre VeskVideoUvcOpen has opened the stream.
  * @param uvcStmNo  Stream number.
  * @return A common result code.
  */
 VESK_VIDEO_API uint32_t VeskVideoUvcClose(uint32_t uvcStmNo);
 
 /**
- * Requests a key frame from a stream.
+ * Requests a key frame from a UVC stream.
  *
+ * @pre VeskVideoUvcStartStream has started the stream.
  * @param uvcStmNo  Stream number, at most @ref VESK_VIDEO_UVC_STM_MAX.
  * @retval VESK_VIDEO_OK              The service accepted the request.
  * @retval VESK_VIDEO_ERR_UVC_STREAM  @p uvcStmNo is too high.

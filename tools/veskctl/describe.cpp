@@ -1,4 +1,5 @@
-// The subcommand "describe": what a message, a record or a result code consists of.
+// The subcommand "describe": what a message does and consists of, a record's fields, what a result code
+// means.
 #include "decoder/json.h"
 #include "decoder/text.h"
 #include "tools/veskctl/commands.h"
@@ -95,6 +96,10 @@ ordered_json DescribeMessage(const Decoder& decoder, Direction direction, uint32
         json["control"] = true;
     else if (isRequest)
         json["function"] = listing.function;
+    if (!listing.summary.empty())
+        json["summary"] = listing.summary;
+    if (!listing.needs.empty())
+        json["needs"] = listing.needs;
     json["arguments"] = DescribeArguments(listing);
     json["payload"] = DescribeForm(decoder, listing);
     if (isRequest)
@@ -208,6 +213,10 @@ void Print(const ordered_json& thing)
     if (thing.contains("control"))
         line += ", no part of the interface; it is between veskctl and the virtual service";
     PutLine(stdout, line);
+    if (thing.contains("summary"))
+        PutLine(stdout, "  " + thing["summary"].get<std::string>());
+    if (thing.contains("needs"))
+        PutFormatted(stdout, "  %-10s %s", "needs", thing["needs"].get<std::string>().c_str());
     for (const ordered_json& argument : thing["arguments"])
         PutFormatted(stdout, "  %-10s %s %s", argument["field"].get<std::string>().c_str(),
                      argument["type"].get<std::string>().c_str(),
@@ -241,7 +250,7 @@ CommandLine DescribeCommand(Settings& settings)
     auto name = std::make_shared<std::string>();
     return {
         .name = "describe",
-        .summary = "Show what a message or a record consists of, and what a result code means",
+        .summary = "Show what a message does and consists of, a record's fields, or what a result code means",
         .footer = "Example:\n"
                   "  veskctl describe VO_START\n"
                   "  veskctl describe VeskVideoEncoderSetParam --json\n"
