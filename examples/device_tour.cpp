@@ -1,5 +1,6 @@
-// A tour of every family of requests against the virtual service: it reads back what it sets, waits for the
-// notifications of what it does, and closes everything again. Exits with status 0 if all was as expected.
+// A tour of all requests against the virtual service: it makes each at least once, reads back what it sets,
+// waits for the notifications of what it does, and closes everything again. One request can only be refused
+// there: VeskVideoVerifyImage, whose path travels as an address. Exits with status 0 if all was as expected.
 //
 //     device_tour [PROCESS-NAME [INPUT [OUTPUT]]]
 //
@@ -74,6 +75,9 @@ uint32_t OpenCamera(uint32_t port)
 {
     Heading("A camera: opened, framed, moved, preset stored");
     uint32_t engine = 0, queue = 0;
+    Step("VeskVideoViDisable", VeskVideoViDisable(port));
+    Refused("VeskVideoViOpen disabled", VeskVideoViOpen(port, &engine));
+    Step("VeskVideoViEnable", VeskVideoViEnable(port));
     Step("VeskVideoViOpen", VeskVideoViOpen(port, &engine));
     const VeskVideoViPortParam wanted{1, 2, 3, 4, {}, -5, 6, -7, 8, -9, 10};
     VeskVideoViPortParam param{};
@@ -201,11 +205,21 @@ void LoopCodecs(uint32_t queue, uint32_t& encoder, uint32_t& decoder)
     Expect(encStatistics.serviceData[0] == 1 && decStatistics.serviceData[0] == 1, "each was started once");
 }
 
-void ComposePicture(uint32_t port, uint32_t input, uint32_t decoder)
+void ComposePicture(uint32_t port, uint32_t queue, uint32_t input, uint32_t decoder)
 {
     Heading("A picture composed on a display");
     uint32_t engine = 0;
+    Step("VeskVideoVoDisable", VeskVideoVoDisable(port));
+    Refused("VeskVideoVoOpen disabled", VeskVideoVoOpen(port, &engine));
+    Step("VeskVideoVoEnable", VeskVideoVoEnable(port));
     Step("VeskVideoVoOpen", VeskVideoVoOpen(port, &engine));
+    const VeskVideoVoPortParam wanted{1920, 1080, 60, -1, 2, -3, 4, -5, 1, {}};
+    VeskVideoVoPortParam param{};
+    Step("VeskVideoVoSetParam", VeskVideoVoSetParam(engine, &wanted));
+    Step("VeskVideoVoGetParam", VeskVideoVoGetParam(engine, &param));
+    Expect(Same(wanted, param), "output parameters are read back as they were set");
+    Step("VeskVideoVoSetOffset", VeskVideoVoSetOffset(engine, 16, -9));
+    Step("VeskVideoVoSetQueHandle", VeskVideoVoSetQueHandle(engine, queue));
     VeskVideoVoMultiPicParam source{};
     source.picNum = 2;
     source.subPic[0].inputId = input;
@@ -230,9 +244,11 @@ void ComposePicture(uint32_t port, uint32_t input, uint32_t decoder)
     std::vector<VeskVideoVoPortInfo> outputs(port + 1);
     Step("VeskVideoGetVoPort", VeskVideoGetVoPort(outputs.data(), port + 1));
     const auto described = As<VeskServiceVoPort>(outputs[port]);
-    Expect(described.outEngNo == engine && described.pictures == 1 && described.displayMode == 2 &&
+    Expect(described.outEngNo == engine && described.xOffset == 16 && described.yOffset == -9 &&
+               described.queHandle == queue && described.pictures == 1 && described.displayMode == 2 &&
                described.srEnabled == 1 && std::string(described.defaultImage) == "/media/default.png",
            "the output's description says all that was set");
+    Step("VeskVideoVoStop", VeskVideoVoStop(engine));
     Step("VeskVideoVoClose", VeskVideoVoClose(engine));
     Notified(VESK_VIDEO_ON_DISPLAY_DESTROY_LINK_NOTIFY, "the link was taken down");
 }
@@ -317,6 +333,8 @@ int main(int argc, char** argv)
     VeskVideoCallbackInfo callback{};
     callback.notifyCallback = OnNotification;
     Step("VeskVideoSetCallback", VeskVideoSetCallback(&callback));
+    const VeskVideoCallbackInfo forService{}; // without a callback, the record goes to the service
+    Step("VeskVideoSetCallback for the service", VeskVideoSetCallback(&forService));
     Notified(VESK_VIDEO_ON_VI_PORT_PIXEL_INFO_NOTIFY, "inputs are announced");
 
     ListPorts();
@@ -325,7 +343,7 @@ int main(int argc, char** argv)
     Step("VeskVideoBuffCreateQueue", VeskVideoBuffCreateQueue(&queue));
     Step("VeskVideoActivateQueue", VeskVideoActivateQueue(queue, 1));
     LoopCodecs(queue, encoder, decoder);
-    ComposePicture(output, camera, decoder);
+    ComposePicture(output, queue, camera, decoder);
     MovePointers(queue, decoder);
     ShowOverlay(queue, 100 + input);
 

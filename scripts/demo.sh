@@ -62,7 +62,7 @@ serve "$service"
 
 run minimal "an application in C"
 run vesk-display-tour "a first example; <- marks notifications"
-printf '\n=== device_tour: every family of requests, under veskctl trace: its last lines, and the summary\n'
+printf '\n=== device_tour: every request, under veskctl trace: its last lines, and the summary\n'
 VESK_LOG_TARGET=file:$logs/tour.log "$veskctl" trace --summary -- "$examples/device_tour" \
   >"$logs/tour.out" 2>"$logs/tour.trace"
 tail -3 "$logs/tour.out"

@@ -250,6 +250,13 @@ TEST_F(TourTest, WiresharkAndDecodeAgree)
     EXPECT_EQ(decoded.status, 0);
     const Messages expected = DecodedMessages(decoded.output);
     EXPECT_GE(expected.size(), 150U);
+    std::set<uint32_t> made;
+    recording::ReadFile(file, [&](const recording::Event& event) {
+        if (event.kind == recording::Kind::kRequest)
+            made.insert(event.number);
+    });
+    for (const vesk::messages::Request& request : vesk::messages::kRequests)
+        EXPECT_TRUE(made.contains(request.number)) << "the tour does not make " << request.name;
 
     std::ofstream(file + ".cut") << Contents(file).substr(0, 20000);
     const Result cut = Shell(kVeskctl + "decode " + file + ".cut");
