@@ -28,25 +28,30 @@ if $try && [ "$architecture" != "$native" ]; then
   exit 2
 fi
 
-install_packages build-essential debhelper lintian
+install_packages build-essential debhelper lintian doxygen graphviz
+kinds=binary built=("$architecture" all) # a cross-build leaves the packages for all architectures to the native one
 if [ "$architecture" != "$native" ]; then
   dpkg --print-foreign-architectures | grep -qx "$architecture" || as_root dpkg --add-architecture "$architecture"
   install_packages "crossbuild-essential-$architecture" "libspdlog-dev:$architecture" "libedit-dev:$architecture"
   DEB_BUILD_OPTIONS="${DEB_BUILD_OPTIONS:-} nocheck"
+  kinds=any built=("$architecture")
 fi
 [[ " ${DEB_BUILD_OPTIONS:-} " != *" nocheck "* ]] || export DEB_BUILD_OPTIONS DEB_BUILD_PROFILES=nocheck
 
 # The packages are built from a copy, so that the tree stays clean.
 output=build/package
 mkdir -p $output
-rm -rf $output/source $output/*_"$architecture".*
+rm -rf $output/source
+for kind in "${built[@]}"; do rm -f "$output"/*_"$kind".*; done
 mkdir $output/source
 tar --create --exclude=./build --exclude=./.git . | tar --extract --directory $output/source
-(cd $output/source && quietly dpkg-buildpackage --build=binary --host-arch "$architecture" --no-sign)
+(cd $output/source && quietly dpkg-buildpackage --build=$kinds --host-arch "$architecture" --no-sign)
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-for package in "$output"/*_"$architecture".deb; do
+packages=()
+for kind in "${built[@]}"; do packages+=("$output"/*_"$kind".deb); done
+for package in "${packages[@]}"; do
   echo "$package"
   if $list; then dpkg-deb --contents "$package"; fi
   dpkg-deb --extract "$package" "$work/files"
@@ -68,7 +73,7 @@ install_packages debootstrap
 root=$work/root
 mirror=$(cat /etc/apt/sources.list /etc/apt/sources.list.d/* 2>/dev/null | sed -n "s/^\(deb \|URIs: *\)\(\[.*\] \)\?\(http[^ ]*\).*/\3/p" | sed -n 1p) || true
 quietly debootstrap --variant=minbase bookworm "$root" "$mirror"
-for package in "$output"/*_"$architecture".deb; do
+for package in "${packages[@]}"; do
   case "$package" in *-dbgsym_*) ;; *) cp "$package" "$root/tmp" ;; esac
 done
 inside() { chroot "$root" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin DEBIAN_FRONTEND=noninteractive "$@"; }
