@@ -136,7 +136,7 @@ VESK_VIDEO_API uint32_t VeskVideoViModifyInput(uint32_t inEngNo, uint32_t stmNo)
  * Waits until the queue exists: a request that fails is repeated after a pause of 100 ms, up to 20 requests
  * in all. The results 2, 3 and 7 end the wait at once.
  *
- * @pre VeskVideoViStart has started the engine.
+ * @pre VeskVideoViStart has started the engine, or does so during the wait.
  * @param inEngNo    Engine number.
  * @param queHandle  Receives the queue identifier.
  * @retval VESK_VIDEO_ERR_FAILURE  @p queHandle is null.
