@@ -12,7 +12,7 @@
 namespace vesk {
 
 /// What values name, for those who complete them.
-enum class Names { kNothing, kRequest, kNotification, kMessage, kResult, kFault, kAnything };
+enum class Names { kNothing, kRequest, kNotification, kMessage, kResult, kFault, kAnything, kProgram };
 
 /// A number that is not negative.
 struct NonNegative {};

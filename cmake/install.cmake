@@ -30,6 +30,9 @@ if(VESK_BUILD_TOOLS)
   install(FILES docs/man/veskctl.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
   install(FILES tools/veskctl/completion.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
     RENAME veskctl)
+  install(FILES tools/veskctl/completion.zsh DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions RENAME _veskctl)
+  install(FILES tools/veskctl/completion.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d
+    RENAME veskctl.fish)
 endif()
 
 if(VESK_PLATFORM STREQUAL host)

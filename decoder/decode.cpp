@@ -82,7 +82,10 @@ Value LoadElement(const RecordField& field, BytesView bytes)
 /// Takes one message apart.
 class FieldReader {
 public:
-    FieldReader(BytesView data, Decoded& out) : data_(data), out_(out) {}
+    FieldReader(BytesView data, Decoder::Zeros zeros, Decoded& out)
+        : data_(data), hasFillers_(zeros == Decoder::Zeros::kWithoutFillers), out_(out)
+    {
+    }
 
     void ReadArgument(const HeaderArgument& argument)
     {
@@ -133,7 +136,7 @@ public:
     /// What follows the fields of a record, up to @p end.
     void ReadRest(const std::string& prefix, size_t offset, size_t end = SIZE_MAX)
     {
-        Add({.path = prefix + "rest", .value = {}, .isFiller = true}, offset, end);
+        Add({.path = prefix + "rest", .value = {}, .isFiller = hasFillers_}, offset, end);
     }
 
     BytesView Payload() const { return data_.subspan(kHeadSize); }
@@ -170,11 +173,12 @@ private:
                                    .offset = offset,
                                    .size = present,
                                    .isHandle = field.isHandle,
-                                   .isFiller = field.isFiller});
+                                   .isFiller = field.isFiller && hasFillers_});
         }
     }
 
     BytesView data_;
+    bool hasFillers_;
     Decoded& out_;
 };
 
@@ -248,6 +252,11 @@ void ReadPayload(FieldReader& reader, const messages::Form& form, const RecordTy
 
 } // namespace
 
+bool Field::IsShown() const
+{
+    return !isFiller || !IsZero();
+}
+
 bool Field::IsZero() const
 {
     if (const Bytes* bytes = std::get_if<Bytes>(&value))
@@ -264,7 +273,8 @@ std::string_view Field::LastName() const
     return name.substr(0, name.find('['));
 }
 
-Decoder::Decoder(Peer peer, const std::vector<std::string>& recordFiles) : peer_(peer)
+Decoder::Decoder(Peer peer, const std::vector<std::string>& recordFiles, Zeros zeros)
+    : peer_(peer), zeros_(zeros)
 {
     records_.Read(kRecordText, "records");
     if (peer == Peer::kVirtualService)
@@ -279,7 +289,7 @@ Decoded Decoder::Decode(const Message& message) const
     const Listing listing = Describe(message.direction, message.number);
     decoded.name = listing.name;
     decoded.function = listing.function;
-    FieldReader reader(message.data, decoded);
+    FieldReader reader(message.data, zeros_, decoded);
     if (message.data.size() < kHeadSize) {
         decoded.problem = "a message of " + Count(message.data.size(), "byte") + " has no header";
         reader.ReadBytes(0);

@@ -30,10 +30,11 @@ struct Field {
     size_t offset = 0;     ///< In the data block; the payload begins at 24.
     size_t size = 0;       ///< Bytes in the data block.
     bool isHandle = false; ///< A number that is shown in hexadecimal.
-    bool isFiller = false; ///< Padding, reserved or opaque.
+    bool isFiller = false; ///< Padding, reserved or opaque, which is shown unless it is 0.
 
     bool IsPayload() const { return offset >= sizeof(VeskVideoMsgHead); }
     bool IsZero() const;
+    bool IsShown() const;
     /// "inputId" of "subPic[0].inputId", without an index.
     std::string_view LastName() const;
 };
@@ -113,9 +114,13 @@ public:
     /// Whose layout opaque records have.
     enum class Peer { kVirtualService, kUnknown };
 
+    /// Which fields that are 0 are shown: all but fillers, or all.
+    enum class Zeros { kWithoutFillers, kAll };
+
     /// @param recordFiles  Files with further descriptions, in the form that RecordSet describes. @throw
     /// Error
-    explicit Decoder(Peer peer = Peer::kVirtualService, const std::vector<std::string>& recordFiles = {});
+    explicit Decoder(Peer peer = Peer::kVirtualService, const std::vector<std::string>& recordFiles = {},
+                     Zeros zeros = Zeros::kWithoutFillers);
 
     Decoded Decode(const Message& message) const;
 
@@ -162,6 +167,7 @@ public:
 private:
     RecordSet records_;
     Peer peer_;
+    Zeros zeros_;
 };
 
 } // namespace vesk::decoder

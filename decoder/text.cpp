@@ -67,7 +67,7 @@ public:
 private:
     void WriteField(const Field& field)
     {
-        if (!field.isFiller || !field.IsZero())
+        if (field.IsShown())
             text_ += separator_ + field.path + '=' + ValueText(decoder_, field);
     }
 
@@ -167,6 +167,17 @@ ordered_json::json_pointer Pointer(std::string_view path)
     return ordered_json::json_pointer(pointer);
 }
 
+/// Adds a field to the header's or the payload's; of one that is not shown, the entry that it is in, since
+/// entries are counted.
+void AddField(ordered_json& fields, const Field& field)
+{
+    const ordered_json::json_pointer pointer = Pointer(field.path);
+    if (field.IsShown())
+        fields[pointer] = JsonValue(field);
+    else if (ordered_json& entry = fields[pointer.parent_pointer()]; entry.is_null())
+        entry = ordered_json::object();
+}
+
 bool IsShallow(int depth, ordered_json::parse_event_t, ordered_json&)
 {
     constexpr int kDeepest = 100;
@@ -259,7 +270,7 @@ ordered_json ToJson(const Decoded& message)
             json["resultName"] = name;
     }
     for (const Field& field : message.fields)
-        json[field.IsPayload() ? "payload" : "arguments"][Pointer(field.path)] = JsonValue(field);
+        AddField(json[field.IsPayload() ? "payload" : "arguments"], field);
     if (!message.problem.empty())
         json["problem"] = message.problem;
     return json;

@@ -31,8 +31,8 @@ std::string FieldLines(const Decoder& decoder, const Decoded& message, const std
 
 /**
  * A message as a JSON object: "kind", "number", "name", "function" of a request, "result" and "resultName" of
- * an answer, "arguments", "payload", "problem" if there is any. Nothing is left out. Opaque bytes are
- * hexadecimal text; text that is not UTF-8 has its invalid bytes replaced.
+ * an answer, "arguments", "payload", "problem" if there is any. Fillers that hold only zeros are left out.
+ * Opaque bytes are hexadecimal text; text that is not UTF-8 has its invalid bytes replaced.
  */
 nlohmann::ordered_json ToJson(const Decoded& message);
 

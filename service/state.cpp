@@ -143,11 +143,8 @@ ordered_json Document::FieldsOf(uint32_t request, BytesView payload)
 {
     Bytes data(sizeof(VeskVideoMsgHead));
     data.insert(data.end(), payload.begin(), payload.end());
-    decoder::Decoded message = decoder_.Decode({Direction::kRequest, request, data});
-    std::erase_if(message.fields, [](const decoder::Field& field) {
-        return !field.IsPayload() || (field.isFiller && field.IsZero());
-    });
-    return message.fields.empty() ? ordered_json::object() : decoder::ToJson(message)["payload"];
+    return decoder::ToJson(decoder_.Decode({Direction::kRequest, request, data}))
+        .value("payload", ordered_json::object());
 }
 
 void Document::PutFields(ordered_json& entry, const char* name, uint32_t request, BytesView payload)

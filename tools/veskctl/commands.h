@@ -23,6 +23,7 @@ CommandLine DeviceCommand(Settings& settings);
 CommandLine
 ServeCommand(Settings& settings); ///< Only with the host platform, which lets a program be the service.
 CommandLine WithDeviceCommand(Settings& settings); ///< Likewise.
+CommandLine CompletionCommand(Settings& settings);
 CommandLine CompleteCommand(Settings& settings);
 
 // Subcommands of "device".

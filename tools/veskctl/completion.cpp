@@ -1,14 +1,21 @@
-// The hidden subcommand "complete": what can follow on a command line.
+// The subcommand "completion", which teaches a shell to complete, and the hidden one that it asks:
+// "complete".
 #include "tools/veskctl/completion.h"
 
 #include "steering/fault.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
 #include "tools/veskctl/output.h"
+#include "tools/veskctl/program_text.h"
 #include "tools/veskctl/script.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <cstdlib>
+#include <filesystem>
 #include <map>
+#include <sstream>
 
 namespace vesk::ctl {
 
@@ -109,6 +116,25 @@ List FaultCandidates(const Decoder& decoder, const List& before)
     return names;
 }
 
+/// Programs that a shell would find.
+List Programs()
+{
+    namespace fs = std::filesystem;
+    List programs;
+    const char* path = std::getenv("PATH");
+    std::istringstream folders(path != nullptr ? path : "");
+    for (std::string folder; std::getline(folders, folder, ':');) {
+        std::error_code error;
+        for (auto file = fs::directory_iterator(folder, error); !error && file != end(file);
+             file.increment(error)) {
+            std::error_code ignored;
+            if (file->is_regular_file(ignored) && access(file->path().c_str(), X_OK) == 0)
+                programs.push_back(file->path().filename());
+        }
+    }
+    return programs;
+}
+
 /// Values that can follow @p before, the words so far, where the first names something.
 List Candidates(const Decoder& decoder, Names names, const List& before)
 {
@@ -125,28 +151,11 @@ List Candidates(const Decoder& decoder, Names names, const List& before)
         return FaultCandidates(decoder, before);
     case Names::kAnything:
         return before.empty() ? Everything(decoder) : List();
+    case Names::kProgram:
+        return before.empty() ? Programs() : List();
     default:
         return {};
     }
-}
-
-/// Values that the arguments of a program or subcommand can have after those before.
-List ArgumentCandidates(const Decoder& decoder, const CommandLine& line, const List& before)
-{
-    std::vector<const Option*> arguments;
-    for (const Option& option : line.options) {
-        if (option.IsArgument())
-            arguments.push_back(&option);
-    }
-    if (before.size() < arguments.size() && !arguments[before.size()]->choices.empty())
-        return arguments[before.size()]->choices;
-    return arguments.empty() ? List() : Candidates(decoder, arguments[0]->names, before);
-}
-
-/// "--output" of "-o,--output".
-std::string LongName(const Option& option)
-{
-    return option.name.substr(std::min(option.name.find("--"), option.name.size()));
 }
 
 List StartingWith(List names, const std::string& start)
@@ -157,51 +166,116 @@ List StartingWith(List names, const std::string& start)
     return names;
 }
 
+/// A command line as far as it is written, but for its last word.
+class Written {
+public:
+    explicit Written(const CommandLine& program) : at_(&program)
+    {
+        AddOptions({{.name = "-h,--help", .place = static_cast<bool*>(nullptr), .help = ""},
+                    {.name = "--version", .place = static_cast<bool*>(nullptr), .help = ""}});
+        AddOptions(program.options);
+    }
+
+    void Add(const std::string& word)
+    {
+        if (valued_ != nullptr) {
+            valued_ = nullptr;
+        } else if (hasOptions_ && word == "--") {
+            hasOptions_ = false;
+        } else if (hasOptions_ && word.starts_with('-')) {
+            const auto option = options_.find(word);
+            if (option != options_.end() && !std::holds_alternative<bool*>(option->second.place))
+                valued_ = &option->second;
+        } else if (const CommandLine* command = hasOptions_ ? CommandNamed(word) : nullptr) {
+            at_ = command;
+            AddOptions(command->options);
+        } else {
+            before_.push_back(word);
+            hasOptions_ = hasOptions_ && !at_->endsWithArguments;
+        }
+    }
+
+    /// What can be the last word, whose beginning is @p last.
+    List Next(const Decoder& decoder, const std::string& last) const
+    {
+        if (valued_ != nullptr)
+            return valued_->choices.empty() ? Candidates(decoder, valued_->names, {}) : valued_->choices;
+        if (hasOptions_ && last.starts_with('-'))
+            return OptionNames();
+        List names = ArgumentValues(decoder, last);
+        for (const CommandLine& command : at_->commands) {
+            if (before_.empty() && hasOptions_ && !command.summary.empty())
+                names.push_back(command.name);
+        }
+        return names;
+    }
+
+private:
+    /// Each of its names leads to an option.
+    void AddOptions(const std::vector<Option>& options)
+    {
+        for (const Option& option : options) {
+            std::istringstream names(option.IsArgument() ? "" : option.name);
+            for (std::string name; std::getline(names, name, ',');)
+                options_.emplace(name, option);
+        }
+    }
+
+    const CommandLine* CommandNamed(const std::string& name) const
+    {
+        const auto found = std::find_if(at_->commands.begin(), at_->commands.end(),
+                                        [&](const CommandLine& command) { return command.name == name; });
+        return found == at_->commands.end() ? nullptr : &*found;
+    }
+
+    List OptionNames() const
+    {
+        List names;
+        for (const auto& [name, option] : options_) {
+            if (name.starts_with("--"))
+                names.push_back(name);
+        }
+        return names;
+    }
+
+    List ArgumentValues(const Decoder& decoder, const std::string& last) const
+    {
+        std::vector<const Option*> arguments;
+        for (const Option& option : at_->options) {
+            if (option.IsArgument())
+                arguments.push_back(&option);
+        }
+        if (arguments.empty())
+            return {};
+        const Option& first = *arguments[0];
+        if (first.names == Names::kProgram && !before_.empty() &&
+            std::filesystem::path(before_[0]).filename() == "veskctl") {
+            List words(before_.begin() + 1, before_.end());
+            words.push_back(last);
+            return Complete(words);
+        }
+        if (before_.size() < arguments.size() && !arguments[before_.size()]->choices.empty())
+            return arguments[before_.size()]->choices;
+        return Candidates(decoder, first.names, before_);
+    }
+
+    const CommandLine* at_;
+    std::map<std::string, Option> options_;
+    const Option* valued_ = nullptr; ///< Whose value comes next.
+    List before_;                    ///< Arguments.
+    bool hasOptions_ = true;         ///< A word with a hyphen is an option.
+};
+
 } // namespace
 
 List Complete(const List& words)
 {
     Settings settings;
     const CommandLine program = DescribeTool(settings);
-    const std::string& last = words.back();
-    std::map<std::string, const Option*> options{{"--help", nullptr}, {"--version", nullptr}};
-    const auto addOptions = [&](const CommandLine& line) {
-        for (const Option& option : line.options) {
-            if (!option.IsArgument())
-                options.emplace(LongName(option), &option);
-        }
-    };
-    addOptions(program);
-    const CommandLine* at = &program;
-    List before; // what follows the subcommands and is no option
-    for (auto word = words.begin(); word != words.end() - 1; ++word) {
-        if (word->starts_with('-'))
-            continue;
-        const auto named = std::find_if(at->commands.begin(), at->commands.end(),
-                                        [&](const CommandLine& one) { return one.name == *word; });
-        if (named == at->commands.end()) {
-            before.push_back(*word);
-            continue;
-        }
-        at = &*named;
-        addOptions(*at);
-    }
-    List names;
-    const auto valued = options.find(words.size() > 1 ? words.end()[-2] : "");
-    if (last.starts_with('-')) {
-        for (const auto& [name, option] : options)
-            names.push_back(name);
-    } else if (valued != options.end() && valued->second != nullptr &&
-               valued->second->names != Names::kNothing) {
-        names = Candidates(settings.Decoder(), valued->second->names, {});
-    } else {
-        names = ArgumentCandidates(settings.Decoder(), *at, before);
-        for (const CommandLine& command : at->commands) {
-            if (before.empty() && !command.summary.empty())
-                names.push_back(command.name);
-        }
-    }
-    return StartingWith(std::move(names), last);
+    Written written(program);
+    for (auto word = words.begin(); word != words.end() - 1; ++word)
+        written.Add(*word);
+    return StartingWith(written.Next(settings.Decoder(), words.back()), words.back());
 }
 
 List CompletePrompt(const List& words)
@@ -247,6 +321,34 @@ CommandLine CompleteCommand(Settings&)
                      .place = words.get(),
                      .help = "Words after veskctl; the last one is to be completed"}},
         .run = [words] { return RunComplete(*words); },
+    };
+}
+
+CommandLine CompletionCommand(Settings&)
+{
+    auto shell = std::make_shared<std::string>();
+    List shells;
+    for (const ShellScript& script : kCompletions)
+        shells.emplace_back(script.shell);
+    return {
+        .name = "completion",
+        .summary = "Print what teaches a shell to complete the words of veskctl",
+        .footer = "Example:\n"
+                  "  eval \"$(veskctl completion bash)\"        # in ~/.bashrc; zsh likewise, in ~/.zshrc\n"
+                  "  veskctl completion fish | source          # in ~/.config/fish/config.fish",
+        .options = {{.name = "SHELL",
+                     .place = shell.get(),
+                     .help = "bash, zsh or fish",
+                     .isRequired = true,
+                     .choices = std::move(shells)}},
+        .run =
+            [shell] {
+                for (const ShellScript& script : kCompletions) {
+                    if (*shell == script.shell)
+                        PutLines(stdout, script.text);
+                }
+                return kDone;
+            },
     };
 }
 

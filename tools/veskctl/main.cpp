@@ -24,6 +24,9 @@ CommandLine DescribeTool(Settings& settings)
                 {.name = "--json",
                  .place = &settings.json,
                  .help = "One JSON document, or one object a line, instead of text for people"},
+                {.name = "--all",
+                 .place = &settings.showsAllZeros,
+                 .help = "Also show padding and opaque bytes that are 0"},
                 {.name = "--peer",
                  .place = &settings.peer,
                  .help = "Whose layout opaque records have: virtual (service) or unknown",
@@ -54,6 +57,7 @@ CommandLine DescribeTool(Settings& settings)
                 ServeCommand(settings),
                 WithDeviceCommand(settings),
 #endif
+                CompletionCommand(settings),
                 CompleteCommand(settings),
             },
         .version = kVersion,
@@ -64,8 +68,10 @@ const decoder::Decoder& Settings::Decoder()
 {
     using Peer = decoder::Decoder::Peer;
     const Peer whose = peer == "virtual" ? Peer::kVirtualService : Peer::kUnknown;
+    using Zeros = decoder::Decoder::Zeros;
+    const Zeros zeros = showsAllZeros ? Zeros::kAll : Zeros::kWithoutFillers;
     if (decoder_ == nullptr)
-        decoder_ = Usage([&] { return std::make_shared<const decoder::Decoder>(whose, recordFiles); });
+        decoder_ = Usage([&] { return std::make_shared<const decoder::Decoder>(whose, recordFiles, zeros); });
     return *decoder_;
 }
 

@@ -20,7 +20,7 @@ namespace {
 struct Options {
     std::string file;
     bool keepsGoing = false;
-    uint32_t timeoutMs = VESK_VIDEO_SYNC_TIMEOUT;
+    Session::Options session;
 };
 
 /// A failure of a line, after where the line is. A line that cannot be understood is a usage error.
@@ -34,7 +34,7 @@ Failure AtLine(const std::string& file, size_t line, const Error& error)
 /// Executes all lines, or those before the first that fails. Returns the status of the first that failed.
 int RunScript(Settings& settings, const Options& options, std::istream& input, const std::string& name)
 {
-    Session session(settings, Client::Interrupt::kEndsWait, options.timeoutMs);
+    Session session(settings, Client::Interrupt::kEndsWait, options.session);
     size_t number = 0;
     int status = kDone;
     const auto attempt = [&](const auto& step) {
@@ -61,7 +61,7 @@ int RunScript(Settings& settings, const Options& options, std::istream& input, c
 
 void RunAtTerminal(Settings& settings, const Options& options)
 {
-    Session session(settings, Client::Interrupt::kEndsProgram, options.timeoutMs);
+    Session session(settings, Client::Interrupt::kEndsProgram, options.session);
     RunPrompt([&](const std::string& line) {
         try {
             if (line == "help")
@@ -114,8 +114,11 @@ CommandLine RunCommand(Settings& settings)
                 {.name = "-k,--keep-going",
                  .place = &options->keepsGoing,
                  .help = "Go on after a line that fails"},
+                {.name = "-q,--quiet",
+                 .place = &options->session.isQuiet,
+                 .help = "Of notifications, show only those that a line waits for"},
                 {.name = "--timeout",
-                 .place = &options->timeoutMs,
+                 .place = &options->session.timeoutMs,
                  .help = "Milliseconds to wait for each answer or notification",
                  .showsDefault = true},
             },

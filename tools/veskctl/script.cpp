@@ -68,11 +68,11 @@ Clock::time_point After(uint32_t milliseconds)
 
 } // namespace
 
-Session::Session(Settings& settings, Client::Interrupt interrupt, uint32_t timeoutMs)
+Session::Session(Settings& settings, Client::Interrupt interrupt, const Options& options)
     : settings_(settings), decoder_(settings.Decoder()), client_(settings.service, interrupt),
-      timeoutMs_(timeoutMs)
+      options_(options)
 {
-    client_.Announce(timeoutMs);
+    client_.Announce(options.timeoutMs);
 }
 
 std::span<const Session::Verb> Session::Verbs()
@@ -181,7 +181,7 @@ void Session::ExecuteDevice(const WordList& words, const std::string& variable)
 
 void Session::Send(const Prepared& request, const std::string& variable)
 {
-    const Call call = Perform(client_, decoder_, request, timeoutMs_);
+    const Call call = Perform(client_, decoder_, request, options_.timeoutMs);
     PrintLine(settings_.json ? CallJson(call) : CallLine(decoder_, call));
     Judge(call);
     if (call.answer)
@@ -239,7 +239,7 @@ void Session::ExecuteExpect(const WordList& words, const std::string& variable)
 
 void Session::ExecuteWait(const WordList& words, const std::string&)
 {
-    uint32_t timeoutMs = timeoutMs_;
+    uint32_t timeoutMs = options_.timeoutMs;
     WordList terms = words;
     std::erase_if(terms, [&](const std::string& word) {
         if (!word.starts_with("timeout="))
@@ -251,10 +251,12 @@ void Session::ExecuteWait(const WordList& words, const std::string&)
         throw Error("wait: expected the name of a notification");
     const Filter filter = Filter::OfNotifications(decoder_, terms);
     const Clock::time_point deadline = After(timeoutMs);
-    const auto isWanted = [&](const Decoded& notification) { return filter.Matches(notification); };
+    const auto isWanted = [&](const Untaken& one) { return filter.Matches(one.notification); };
     while (true) {
         const auto found = std::find_if(untaken_.begin(), untaken_.end(), isWanted);
         if (found != untaken_.end()) {
+            if (options_.isQuiet)
+                PrintLine(found->line);
             untaken_.erase(found);
             return;
         }
@@ -286,21 +288,24 @@ void Session::ShowArrived()
     }
 }
 
-/// The next notification, which is shown and can be taken by a wait.
-std::optional<Arrived> Session::Next(std::optional<Clock::time_point> deadline)
+/// Takes in the next notification, which a wait can take. False if there is none in time.
+bool Session::Next(std::optional<Clock::time_point> deadline)
 {
-    std::optional<Arrived> arrived = client_.Next(deadline);
+    const std::optional<Arrived> arrived = client_.Next(deadline);
     if (!arrived) {
         if (client_.IsInterrupted())
             throw Failure(kFailed, "interrupted");
-        return arrived;
+        return false;
     }
     Decoded notification = DecodeArrived(decoder_, *arrived);
-    PrintLine(settings_.json ? ArrivedJson(notification, *arrived) : "<- " + Line(decoder_, notification));
-    untaken_.push_back(std::move(notification));
+    std::string line =
+        settings_.json ? ArrivedJson(notification, *arrived) : "<- " + Line(decoder_, notification);
+    if (!options_.isQuiet)
+        PrintLine(line);
+    untaken_.push_back({std::move(notification), std::move(line)});
     if (untaken_.size() > kMostUntaken)
         untaken_.pop_front();
-    return arrived;
+    return true;
 }
 
 } // namespace vesk::ctl

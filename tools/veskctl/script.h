@@ -13,7 +13,12 @@ namespace vesk::ctl {
 /// Executes one line after another over one client.
 class Session {
 public:
-    Session(Settings& settings, Client::Interrupt interrupt, uint32_t timeoutMs);
+    struct Options {
+        uint32_t timeoutMs = VESK_VIDEO_SYNC_TIMEOUT; ///< For each answer and notification.
+        bool isQuiet = false; ///< Of notifications, only those that a line waits for are shown.
+    };
+
+    Session(Settings& settings, Client::Interrupt interrupt, const Options& options);
 
     using WordList = std::vector<std::string>;
 
@@ -47,6 +52,12 @@ private:
         std::vector<std::string> conditions;
     };
 
+    /// A notification that no wait has taken.
+    struct Untaken {
+        decoder::Decoded notification;
+        std::string line;
+    };
+
     std::string Substitute(std::string_view& rest) const;
     void Send(const Prepared& request, const std::string& variable);
     void Judge(const Call& call);
@@ -57,15 +68,15 @@ private:
     void ExecuteWait(const WordList& words, const std::string& variable);
     void ExecuteSleep(const WordList& words, const std::string& variable);
     void ExecuteCommand(const WordList& words, const std::string& variable);
-    std::optional<Arrived> Next(std::optional<Clock::time_point> deadline);
+    bool Next(std::optional<Clock::time_point> deadline);
 
     Settings& settings_;
     const decoder::Decoder& decoder_;
     Client client_;
-    uint32_t timeoutMs_;
+    Options options_;
     std::map<std::string, std::string> variables_;
     std::optional<Expectation> expectation_;
-    std::deque<decoder::Decoded> untaken_; ///< Notifications that no wait has taken.
+    std::deque<Untaken> untaken_;
 };
 
 /// What "run --help" and the prompt's "help" say about lines.

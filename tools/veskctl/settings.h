@@ -11,6 +11,7 @@ namespace vesk::ctl {
 
 struct Settings {
     bool json = false;
+    bool showsAllZeros = false;
     std::string peer = "virtual";
     std::vector<std::string> recordFiles;
     std::string service = "VIDEO/VCTL";

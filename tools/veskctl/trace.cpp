@@ -177,7 +177,8 @@ CommandLine TraceCommand(Settings& settings)
                 {.name = "APP",
                  .place = &options->application,
                  .help = "Application and its arguments, after --",
-                 .isRequired = true},
+                 .isRequired = true,
+                 .names = Names::kProgram},
             },
         .run = [options, &settings] { return RunTrace(settings, *options); },
     };
