@@ -28,6 +28,7 @@ if(VESK_BUILD_TOOLS)
   set_target_properties(veskctl PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries_from_bin}")
   install(TARGETS veskctl)
   install(FILES docs/man/veskctl.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  install(FILES docs/veskctl.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/vesk_video_interface)
   install(FILES tools/veskctl/completion.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
     RENAME veskctl)
   install(FILES tools/veskctl/completion.zsh DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions RENAME _veskctl)

@@ -17,7 +17,7 @@ case "${1:-}" in
   *) echo "usage: $0 [--here]" >&2; exit 2 ;;
 esac
 [ ! -e build/dev ] || { echo "build/dev is there already; expected a tree without builds" >&2; exit 2; }
-install_packages tshark
+install_test_packages
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT

@@ -23,7 +23,7 @@ timed+='|^Application\.(A1024Queues|TenRestarts|TheServiceReads)'
 timed+='|^TraceTest\.RecordsAnswersThatAreGivenLate$'
 timed+='|^Faults\.EachAllocationAtALoops'
 
-install_packages tshark
+install_test_packages
 build "$preset"
 
 logs=build/$preset/loaded

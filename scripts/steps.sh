@@ -1,6 +1,7 @@
 # Steps that several scripts have in common; sourced by them.
 #
 #   install_packages [PACKAGE...]   installs the packages that every build needs, and those given
+#   install_test_packages [PACKAGE...]   the same, and what the tests of the tools hold these against
 #   install_benchmark_packages      installs what benchmarks compare with, if it can be had
 #   build PRESET [TARGET...]        configures and builds a preset, or targets of it
 #   minutes_and_preset [N] [--preset PRESET]   sets minutes and preset, which have their defaults, from arguments
@@ -30,6 +31,10 @@ install_packages() {
   step "apt-get update" quietly as_root apt-get update -q
   step "apt-get install" quietly as_root env DEBIAN_FRONTEND=noninteractive \
     apt-get install -y -q --no-install-recommends "${missing[@]}"
+}
+
+install_test_packages() {
+  install_packages tshark python3-jsonschema zsh fish "$@"
 }
 
 install_benchmark_packages() {

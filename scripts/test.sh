@@ -8,8 +8,9 @@ cd "$(dirname "$0")/.."
 
 preset=${1:-dev}
 case "$preset" in
-  dev | release | asan | tsan) install_packages tshark ;;
-  clang) install_packages tshark clang-14 ;;
+  dev | release | asan) install_test_packages ;;
+  tsan) install_packages ;;
+  clang) install_test_packages clang-14 ;;
   aarch64)
     dpkg --print-foreign-architectures | grep -qx arm64 || as_root dpkg --add-architecture arm64
     install_packages g++-aarch64-linux-gnu qemu-user libspdlog-dev:arm64 libedit-dev:arm64 libgtest-dev:arm64
