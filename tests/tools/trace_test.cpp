@@ -246,7 +246,7 @@ TEST_F(TourTest, ShowsMessagesAsTheyPass)
 TEST_F(TourTest, WiresharkAndDecodeAgree)
 {
     EXPECT_EQ(Shell(kVeskctl + "trace -o " + file + " -- " + kTour).status, 0);
-    const Result decoded = Shell(kVeskctl + "decode --json " + file);
+    const Result decoded = Shell(kVeskctl + "decode --json --all " + file);
     EXPECT_EQ(decoded.status, 0);
     const Messages expected = DecodedMessages(decoded.output);
     EXPECT_GE(expected.size(), 150U);

@@ -5,6 +5,7 @@
 #include "support/processes.h"
 
 #include <csignal>
+#include <filesystem>
 #include <fstream>
 
 #include <pty.h>
@@ -34,6 +35,28 @@ struct VeskctlTest : testing::Test {
         return Veskctl("run " + options + ' ' + directory.File("script"));
     }
 };
+
+/// What a shell's command shows at a terminal where this is typed. It must succeed.
+std::string Screen(const std::string& command, const std::string& typed)
+{
+    setenv("TERM", "xterm", 1);
+    int terminal = -1;
+    const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (child == 0) {
+        execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
+        _exit(127);
+    }
+    EXPECT_EQ(write(terminal, typed.data(), typed.size()), static_cast<ssize_t>(typed.size()));
+    std::string screen;
+    char buffer[512];
+    for (ssize_t got; (got = read(terminal, buffer, sizeof buffer)) > 0;)
+        screen.append(buffer, static_cast<size_t>(got));
+    int status = -1;
+    waitpid(child, &status, 0);
+    close(terminal);
+    EXPECT_EQ(status, 0);
+    return screen;
+}
 
 /// How a request must be called to be meaningful, if not with its arguments alone: with these fields, or with
 /// the result code that it must give, since its preconditions are not veskctl's to set up.
@@ -140,6 +163,9 @@ TEST_F(VeskctlTest, Scripts)
         EXPECT_EQ(result.status, row.status) << row.script;
         EXPECT_NE(result.output.find(row.error), std::string::npos) << result.output;
     }
+    const Result quiet = RunScript("GET_VO_COUNT\nwait VO_PORT_PLUG_STATE port=1", "--quiet");
+    EXPECT_NE(quiet.output.find("ms\n<- 100 VO_PORT_PLUG_STATE port=1 val=1\n"), std::string::npos);
+    EXPECT_EQ(quiet.output.find("port=0"), std::string::npos) << quiet.output;
     const Result going = RunScript("VO_START outEngNo=77\nGET_VO_COUNT\n", "--keep-going");
     EXPECT_EQ(going.status, 3);
     EXPECT_NE(going.output.find("OK count=2"), std::string::npos);
@@ -182,6 +208,7 @@ TEST_F(VeskctlTest, StatusesAndOutput)
          R"({"offset":28,"size":4,"type":"uint32_t","name":"inputId"})"},
         {"describe VeskVideoVoStrat", 2, "nearest: VeskVideoVoStart"},
         {"--peer unknown describe GET_CAPABILITY", 0, "serviceData[2]"},
+        {"call --all SET_DEC_PARAM decStmNo=9", 3, "secType=0 serviceData=00000000 strmTyp=0"},
         {"complete -- call SET_VO_Q", 0, "SET_VO_QUE_HANDLE\n"},
         {"complete -- call VO_START ''", 0, "outEngNo=\n"},
         {"complete -- wait DISPLAY_FIRST_FRAME port", 0, "portName=\n"},
@@ -196,6 +223,8 @@ TEST_F(VeskctlTest, StatusesAndOutput)
         {"complete -- device fault add VO_START outEngNo=1 result BU", 0, "BUSY\n"},
         {"complete -- device notify DISPLAY_FIRST_FRAME port", 0, "portName=\n"},
         {"complete -- device mode input 0 --pe", 0, "--peer\n"},
+        {"complete -- --peer unknown wait --timeout 5 DISPLAY_FI", 0, "DISPLAY_FIRST_FRAME\n"},
+        {"completion tcsh", 2, "SHELL: "},
         {"nonsense", 2, ""},
         {"--version", 0, "veskctl "},
     };
@@ -272,26 +301,56 @@ TEST_F(VeskctlTest, AMonitorEndsWhenItIsInterrupted)
 TEST_F(VeskctlTest, ThePromptCompletesAndGoesOnAfterAnError)
 {
     setenv("XDG_STATE_HOME", directory.path.c_str(), 1);
-    setenv("TERM", "xterm", 1);
-    int terminal = -1;
-    const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
-    if (child == 0) {
-        if (*VESK_EMULATOR != '\0')
-            execl(VESK_EMULATOR, VESK_EMULATOR, VESK_VESKCTL_PATH, "run", nullptr);
-        execl(VESK_VESKCTL_PATH, VESK_VESKCTL_PATH, "run", nullptr);
-        _exit(127);
-    }
-    const std::string typed = "VO_STRAT\rGET_VO_C\t\rquit\r";
-    EXPECT_EQ(write(terminal, typed.data(), typed.size()), static_cast<ssize_t>(typed.size()));
-    std::string screen;
-    char buffer[512];
-    for (ssize_t got; (got = read(terminal, buffer, sizeof buffer)) > 0;)
-        screen.append(buffer, static_cast<size_t>(got));
-    int status = -1;
-    waitpid(child, &status, 0);
-    close(terminal);
-    EXPECT_EQ(status, 0);
+    const std::string screen =
+        Screen("exec " VESK_EMULATOR " " VESK_VESKCTL_PATH " run", "VO_STRAT\rGET_VO_C\t\rquit\r");
     EXPECT_NE(screen.find("nearest: VO_START"), std::string::npos) << screen;
     EXPECT_NE(screen.find("GET_VO_COUNT -> OK count=2"), std::string::npos) << screen;
     EXPECT_NE(Contents(directory.File("veskctl_history")).find("GET_VO_COUNT"), std::string::npos);
+}
+
+TEST(Completion, InEachShell)
+{
+    if (*VESK_EMULATOR != '\0')
+        GTEST_SKIP() << "shells would not run veskctl under the emulator";
+    RuntimeDir directory;
+    const std::string file = directory.File("recording");
+    std::ofstream(file) << "";
+    const std::string programs = std::filesystem::path(VESK_VESKCTL_PATH).parent_path();
+    const std::pair<std::string, std::string> rows[] = {
+        // What is typed before Tab, and what has become of it when "." follows.
+        {"call SET_VO_Q", "call SET_VO_QUE_HANDLE ."},
+        {"call SET_VO_SRC outEngNo=1 pic", "call SET_VO_SRC outEngNo=1 picNum=."},
+        {"device fault add VO_START outEngNo=1 result BU",
+         "device fault add VO_START outEngNo=1 result BUSY ."},
+        {"trace -o x -- veskct", "trace -o x -- veskctl ."},
+        {"with-device veskctl device fa", "with-device veskctl device fault ."},
+        {"decode " + directory.File("rec"), "decode " + file + " ."},
+        {"call SET_DEFAULT_IMAGE text=" + directory.File("rec"),
+         "call SET_DEFAULT_IMAGE text=" + file + " ."},
+    };
+    const struct {
+        const char* name;
+        std::string command, typed;
+    } shells[] = {
+        {"bash", "bash --norc --noprofile -i", "eval \"$(veskctl completion bash)\"\r"},
+        {"zsh", "zsh -f -i",
+         "bindkey -e; autoload -U compinit; compinit -u -D; eval \"$(veskctl completion zsh)\"\r"},
+        {"fish", "fish --no-config -i", "veskctl completion fish | source\r"},
+    };
+    for (const auto& shell : shells) {
+        if (Shell(std::string("command -v ") + shell.name).status != 0)
+            continue;
+        std::string typed = shell.typed;
+        for (const auto& row : rows)
+            typed += "veskctl " + row.first +
+                     "\t.\x01"
+                     "echo 'line'': ' \r"; // before what is there already
+        const std::string screen =
+            Screen("cd " + directory.path + " && HOME=$PWD PATH=" + programs + ":$PATH exec " + shell.command,
+                   typed + "exit\r");
+        for (const auto& row : rows)
+            EXPECT_NE(screen.find("line:  veskctl " + row.second), std::string::npos)
+                << shell.name << ' ' << row.first << '\n'
+                << screen;
+    }
 }
