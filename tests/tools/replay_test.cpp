@@ -88,6 +88,30 @@ TEST_F(ReplayTest, ADifferenceIsNamed)
               std::string::npos);
 }
 
+TEST_F(ReplayTest, WhatComesAfterTheEndOfARecordingIsNoDifference)
+{
+    const std::string script = directory.File("script");
+    std::ofstream(script) << "wait VI_PORT_PLUG_STATE port=2\n";
+    {
+        const Child service = StartService();
+        for (const char* unrecorded :
+             {"VO_PORT_PLUG_STATE port=0", "VI_PORT_PIXEL_INFO port=2"}) // first, last
+            Shell(kVeskctl + "device fault add " + unrecorded + " drop");
+        EXPECT_EQ(Shell(kVeskctl + "trace -o " + file + " -- " + kVeskctl + "run " + script).status, 0);
+    }
+    const Child service = StartService();
+    const Result result = Shell(kVeskctl + "replay " + file);
+    EXPECT_NE(result.output.find("\nnot compared, as the recorded application had ended by then: 1 notif"),
+              std::string::npos)
+        << result.output;
+    EXPECT_EQ(result.output.rfind("100 VO_PORT_PLUG_STATE port=0 val=1: notification was not there, is", 0),
+              0U);
+    EXPECT_NE(result.output.find(" 7 notifications came: 1 difference\n"), std::string::npos);
+    // A recording that goes on for longer than a notification may take shows that there was none.
+    const Result sooner = Shell(kVeskctl + "replay --wait 0 " + file);
+    EXPECT_NE(sooner.output.find("103 VI_PORT_PIXEL_INFO port=2 "), std::string::npos) << sooner.output;
+}
+
 TEST_F(ReplayTest, TheTourNeedsNoServiceWhenItsRecordingIsServed)
 {
     for (const char* name : {"", "another-name"}) {

@@ -23,14 +23,18 @@ public:
             if (event.isSent != (isRequest != isServiceSide_)) // seen on the other side
                 return;
             const size_t participant = ParticipantOf(event);
+            Note(participant, event);
             if (isRequest)
                 Begin(participant, std::move(event));
             else
                 LatestNotifications(participant).push_back(std::move(event));
         } else if (event.kind != Kind::kNote) {
             const auto turn = turnOf_.find({event.process, event.exchange});
-            if (turn != turnOf_.end() && event.exchange != 0)
-                conversation_.turns[turn->second].end = std::move(event);
+            if (turn == turnOf_.end() || event.exchange == 0)
+                return;
+            Turn& ended = conversation_.turns[turn->second];
+            Note(ended.participant, event);
+            ended.end = std::move(event);
         }
     }
 
@@ -44,11 +48,17 @@ private:
         const auto key = isServiceSide_ ? std::pair(name, 0U) : std::pair(std::string(), event.process);
         const auto [entry, isNew] = participantOf_.emplace(key, conversation_.participants.size());
         if (isNew) {
-            conversation_.participants.push_back({event.program, event.process, name});
+            conversation_.participants.push_back({event.program, event.process, name, 0});
             early_.emplace_back();
             latest_.emplace_back();
         }
         return entry->second;
+    }
+
+    void Note(size_t participant, const Event& event)
+    {
+        uint64_t& last = conversation_.participants[participant].lastNs;
+        last = std::max(last, event.monotonicNs);
     }
 
     void Begin(size_t participant, Event&& event)

@@ -13,6 +13,7 @@ struct Participant {
     std::string program;  ///< Its own, or that of the service if only that was recorded.
     uint32_t process = 0; ///< Likewise.
     std::string procName; ///< As it names itself in its messages.
+    uint64_t lastNs = 0;  ///< Monotonic time of its last message.
 };
 
 /// A request, what became of it, and the notifications that its sender got before its next request.

@@ -82,13 +82,38 @@ struct Expected {
     uint32_t number;
 };
 
+/// A notification that has come and has not been recognised as a recorded one.
+struct Unrecognised {
+    Arrived arrived;
+    size_t turn;             ///< The request that its receiver had sent last.
+    bool isFollowed = false; ///< By one that was recorded.
+};
+
 /// One recorded process: the client in its place, and what passes between the service and it.
 struct Actor {
     explicit Actor(const std::string& service) : client(service) {}
 
+    /// Waits for what comes next, for at most so long. False if nothing does.
+    bool Receive(milliseconds longest)
+    {
+        auto arrived = client.Next(longest);
+        if (arrived)
+            unrecognised.push_back({std::move(*arrived), turn});
+        return arrived.has_value();
+    }
+
+    /// Takes what has come, and what comes without a pause.
+    void ReceiveAll()
+    {
+        constexpr milliseconds kMoment(50);
+        while (Receive(kMoment)) {
+        }
+    }
+
     RemoteClient client;
+    size_t turn = 0; ///< The request that it has sent last.
     std::deque<Expected> expected;
-    std::deque<Arrived> arrived;
+    std::deque<Unrecognised> unrecognised;
 };
 
 class Replay {
@@ -122,10 +147,19 @@ private:
         return std::chrono::nanoseconds(static_cast<int64_t>(static_cast<double>(ns) / speed_));
     }
 
+    /// Recorded time from a request to a later moment.
+    std::chrono::nanoseconds SinceRequest(size_t turn, uint64_t ns) const
+    {
+        return std::chrono::nanoseconds(ns - conversation_.turns[turn].request.monotonicNs);
+    }
+
     void Perform(size_t index)
     {
         const Turn& turn = conversation_.turns[index];
         Actor& actor = actors_[turn.participant];
+        if (SinceRequest(actor.turn, turn.request.monotonicNs) >= milliseconds(options_.waitMs))
+            actor.ReceiveAll(); // which is what earlier requests have led to
+        actor.turn = index;
         if (turn.request.data.size() == turn.request.dataLen) {
             const Bytes data = RequestFor(turn, actor);
             constexpr uint32_t kDefaultMs = VESK_VIDEO_SYNC_TIMEOUT;
@@ -220,8 +254,7 @@ private:
             const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
             if (actor.expected.empty() || left.count() <= 0)
                 break;
-            if (auto arrived = actor.client.Next(left))
-                actor.arrived.push_back(std::move(*arrived));
+            actor.Receive(left);
         }
         for (const Expected& due : actor.expected) {
             if (!TakeArrived(actor, due, false) && filter_.Matches(Notification(due)))
@@ -235,31 +268,36 @@ private:
     bool TakeArrived(Actor& actor, const Expected& due, bool isSame)
     {
         const Decoded recorded = Notification(due);
-        for (auto arrived = actor.arrived.begin(); arrived != actor.arrived.end(); ++arrived) {
-            if (arrived->number != due.number)
+        for (auto one = actor.unrecognised.begin(); one != actor.unrecognised.end(); ++one) {
+            if (one->arrived.number != due.number)
                 continue;
-            const Decoded replayed = DecodeArrived(decoder_, *arrived);
+            const Decoded replayed = DecodeArrived(decoder_, one->arrived);
             const std::vector<Difference> differences = Compare(decoder_, recorded, replayed);
             if (isSame && !differences.empty())
                 continue;
             if (filter_.Matches(recorded) || filter_.Matches(replayed))
                 Report(due.turn, recorded, differences);
-            actor.arrived.erase(arrived);
+            for (auto earlier = actor.unrecognised.begin(); earlier != one; ++earlier)
+                earlier->isFollowed = true;
+            actor.unrecognised.erase(one);
             ++notifications_;
             return true;
         }
         return false;
     }
 
-    /// Whatever has come that was not recorded.
+    /// Whatever has come that was not recorded: a difference, unless the recorded process may have left just
+    /// before it came.
     void ReportTheRest(Actor& actor)
     {
-        constexpr milliseconds kMoment(50);
-        while (auto arrived = actor.client.Next(kMoment))
-            actor.arrived.push_back(std::move(*arrived));
-        for (const Arrived& arrived : actor.arrived) {
-            const Decoded replayed = DecodeArrived(decoder_, arrived);
-            if (filter_.Matches(replayed))
+        actor.ReceiveAll();
+        for (const Unrecognised& one : actor.unrecognised) {
+            const Decoded replayed = DecodeArrived(decoder_, one.arrived);
+            const uint64_t left =
+                conversation_.participants[conversation_.turns[one.turn].participant].lastNs;
+            if (!one.isFollowed && SinceRequest(one.turn, left) < milliseconds(options_.waitMs))
+                ++late_;
+            else if (filter_.Matches(replayed))
                 Report(std::nullopt, replayed, {{"notification", kAbsent, "there"}});
         }
     }
@@ -317,9 +355,13 @@ private:
             return PrintObject({{"requests", sent_},
                                 {"skipped", skipped_},
                                 {"notifications", notifications_},
+                                {"late", late_},
                                 {"differences", differences_}});
         if (skipped_ != 0)
             PrintLine(std::to_string(skipped_) + " requests are too long to have been recorded");
+        if (late_ != 0)
+            PrintLine("not compared, as the recorded application had ended by then: " +
+                      std::to_string(late_) + (late_ == 1 ? " notification" : " notifications"));
         PrintLine("replayed " + std::to_string(sent_) + " requests, " + std::to_string(notifications_) +
                   " notifications came: " +
                   (differences_ == 0 ? "no difference"
@@ -339,6 +381,7 @@ private:
     uint64_t sent_ = 0;
     uint64_t skipped_ = 0;
     uint64_t notifications_ = 0;
+    uint64_t late_ = 0; ///< Notifications for which the recording was too short.
     uint64_t differences_ = 0;
 };
 
@@ -371,7 +414,7 @@ CommandLine ReplayCommand(Settings& settings)
                  .names = Names::kMessage},
                 {.name = "--wait",
                  .place = &options->waitMs,
-                 .help = "Milliseconds to wait for a recorded notification",
+                 .help = "Milliseconds that a notification may take to come",
                  .showsDefault = true},
             },
         .run =
