@@ -6,7 +6,8 @@
 
 Adds a test that runs a command, which may be an executable target, by "veskctl with-device": with a virtual
 service of its own, so that such tests can run in parallel. DEVICE describes the device, SCENARIO what happens
-on it; their paths are relative to the current source directory. The test passes if the command exits with 0.
+on it; their paths are relative to the current source directory, and a name that is not there is that of an
+installed file. The test passes if the command exits with 0.
 ]]
 function(vesk_add_device_test)
   cmake_parse_arguments(PARSE_ARGV 0 test "" "NAME;DEVICE;SCENARIO;TIMEOUT" "COMMAND;LABELS")
@@ -28,7 +29,9 @@ function(vesk_add_device_test)
   foreach(option DEVICE SCENARIO)
     if(test_${option})
       string(TOLOWER ${option} word)
-      cmake_path(ABSOLUTE_PATH test_${option} BASE_DIRECTORY "${CMAKE_CURRENT_SOURCE_DIR}" NORMALIZE)
+      if(test_${option} MATCHES "/" OR EXISTS "${CMAKE_CURRENT_SOURCE_DIR}/${test_${option}}")
+        cmake_path(ABSOLUTE_PATH test_${option} BASE_DIRECTORY "${CMAKE_CURRENT_SOURCE_DIR}" NORMALIZE)
+      endif()
       list(APPEND options --${word} "${test_${option}}")
     endif()
   endforeach()

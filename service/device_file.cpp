@@ -2,6 +2,7 @@
 #include "service/device_file.h"
 
 #include "base/file.h"
+#include "base/installed.h"
 #include "base/text.h"
 #include "base/toml_table.h"
 #include "decoder/decoder.h"
@@ -237,7 +238,8 @@ const DeviceDescription& DefaultDevice()
 
 DeviceDescription ReadDevice(const std::string& path)
 {
-    return ParseDevice(FileContents(path), path, DefaultDevice());
+    const std::string found = FindFile(path, "devices");
+    return ParseDevice(FileContents(found), found, DefaultDevice());
 }
 
 } // namespace vesk::service

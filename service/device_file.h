@@ -15,7 +15,8 @@ const DeviceDescription& DefaultDevice();
 /// @p base. Throws Error, "FILE:LINE: KEY: expected this, not that".
 DeviceDescription ParseDevice(std::string_view text, const std::string& file, DeviceDescription base);
 
-/// The device that a file describes, on the base of the default one. Throws Error.
+/// The device that a file describes, or if there is none the installed one of that name, on the base of the
+/// default one. Throws Error.
 DeviceDescription ReadDevice(const std::string& path);
 
 } // namespace vesk::service

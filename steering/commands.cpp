@@ -243,15 +243,16 @@ Build AddScenario(std::vector<Option>& options)
     options = {
         {.name = "FILE",
          .place = &given->file,
-         .help = "File of steps, in TOML; - is standard input",
+         .help = "File of steps, in TOML, or the name of an installed one; - is standard input. Without it, "
+                 "the installed ones are listed",
          .excludes = "--end"},
         {.name = "--end", .place = &given->ends, .help = "End the scenario that runs"},
     };
-    return [given](const Decoder& decoder) {
+    return [given](const Decoder& decoder) -> std::optional<ControlMessage> {
         if (given->ends)
             return MakeMessage(VESK_CONTROL_SCENARIO, {});
         if (given->file.empty())
-            throw Error("scenario: expected FILE or --end");
+            return std::nullopt;
         return ScenarioFromFile(decoder, given->file);
     };
 }
@@ -263,7 +264,7 @@ constexpr Command kCommands[] = {
     {"notify", "Send a notification to applications", "notify VO_PORT_PLUG_STATE port=1 val=0 --to tour",
      AddNotify},
     {"time", "Tell the device's time, or move it on", "time 250", AddTime},
-    {"scenario", "Run the steps of a file", "scenario cable.toml", AddScenario},
+    {"scenario", "Run the steps of a file", "scenario loose_cable.toml", AddScenario},
     {"reset", "Go back to the described device: everything opened, faults and scenario are gone", "reset",
      AddNothing<VESK_CONTROL_RESET>},
 };
@@ -302,7 +303,7 @@ std::vector<CommandLine> ControlCommands(const Perform& perform)
 
 ControlMessage ControlMessageOf(const Decoder& decoder, const std::vector<std::string>& words)
 {
-    ControlMessage message{};
+    std::optional<ControlMessage> message;
     const CommandLine commands{.name = "",
                                .summary = "",
                                .commands = ControlCommands([&](const Build& build) {
@@ -318,7 +319,9 @@ ControlMessage ControlMessageOf(const Decoder& decoder, const std::vector<std::s
     if (std::find(names.begin(), names.end(), words[0]) == names.end())
         throw Error("there is no command '" + words[0] + "'" + Nearest(words[0], names));
     ParseWords(commands, words)();
-    return message;
+    if (!message)
+        throw Error("scenario: expected FILE or --end");
+    return *message;
 }
 
 } // namespace vesk::steering

@@ -6,14 +6,15 @@
 #include "steering/message.h"
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace vesk::steering {
 
-/// Builds the message that the words on the command line stand for; called once they are parsed.
-/// @throw Error if a name or value in them cannot be used
-using Build = std::function<ControlMessage(const decoder::Decoder& decoder)>;
+/// Builds the message that the words on the command line stand for; called once they are parsed. Without one,
+/// they ask which scenarios there are. @throw Error if a name or value in them cannot be used
+using Build = std::function<std::optional<ControlMessage>(const decoder::Decoder& decoder)>;
 
 /// What is done with the command that was given. Returns an exit status.
 using Perform = std::function<int(const Build& build)>;

@@ -3,6 +3,7 @@
 
 #include "base/error.h"
 #include "base/file.h"
+#include "base/installed.h"
 #include "base/toml_table.h"
 #include "base/words.h"
 #include "steering/commands.h"
@@ -120,7 +121,8 @@ ControlMessage ScenarioOf(const Decoder& decoder, const std::string& text, const
 
 ControlMessage ScenarioFromFile(const Decoder& decoder, const std::string& path)
 {
-    return ScenarioOf(decoder, FileContents(path), path);
+    const std::string found = FindFile(path, "scenarios");
+    return ScenarioOf(decoder, FileContents(found), found);
 }
 
 } // namespace vesk::steering

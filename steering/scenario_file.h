@@ -26,7 +26,7 @@ namespace vesk::steering {
 ControlMessage ScenarioOf(const decoder::Decoder& decoder, const std::string& text,
                           const std::string& source);
 
-/// The same of a file.
+/// The same of a file; if there is none, of the installed one of that name.
 ControlMessage ScenarioFromFile(const decoder::Decoder& decoder, const std::string& path);
 
 } // namespace vesk::steering

@@ -1,10 +1,13 @@
 // The subcommands of "device" that send one control message each.
+#include "base/file.h"
+#include "base/installed.h"
 #include "decoder/json.h"
 #include "steering/commands.h"
 #include "steering/fault.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
 #include "tools/veskctl/output.h"
+#include "tools/veskctl/table.h"
 
 #include <cinttypes>
 #include <cstring>
@@ -68,12 +71,40 @@ void PrintAnswer(const Decoded& answer)
                      number("due"), number("isStep") != 0 ? "; moves by command" : "");
 }
 
+/// The first line of a file, which is a comment that says what it is for.
+std::string Purpose(const std::string& path)
+{
+    const std::string text = FileContents(path);
+    return text.starts_with("# ") ? text.substr(2, text.find('\n') - 2) : std::string();
+}
+
+int ListScenarios(bool asJson)
+{
+    const InstalledFiles installed = Installed("scenarios");
+    if (installed.names.empty())
+        throw Failure(kFailed, "no scenarios are installed");
+    Table table;
+    ordered_json rows = ordered_json::array();
+    for (const std::string& name : installed.names) {
+        const std::string file = installed.folder + '/' + name;
+        rows.push_back(Object({{"name", name}, {"description", Purpose(file)}, {"file", file}}));
+        table.Add({name, Purpose(file)});
+    }
+    if (asJson)
+        PrintLine(Dump(rows));
+    else
+        table.Print("");
+    return kDone;
+}
+
 int RunControl(Settings& settings, const steering::Build& build)
 {
     const Decoder& decoder = settings.Decoder();
-    steering::ControlMessage message = Usage([&] { return build(decoder); });
+    std::optional<steering::ControlMessage> message = Usage([&] { return build(decoder); });
+    if (!message)
+        return ListScenarios(settings.json);
     Client client(settings.service, Client::Interrupt::kEndsProgram);
-    const Prepared request{message.number, true, std::move(message.data)};
+    const Prepared request{message->number, true, std::move(message->data)};
     const Call call = Perform(client, decoder, request, VESK_VIDEO_SYNC_TIMEOUT);
     RequireOk(call);
     if (request.number == VESK_CONTROL_FAULT_LIST)

@@ -35,12 +35,17 @@ siginfo_t AwaitedSignals::Take(std::chrono::milliseconds most) const
 
 namespace {
 
-void BeHelper(pid_t parent)
+/// Has @p signal sent to this child when the thread that forked it ends, the only one of its parent.
+void EndWith(pid_t parent, int signal)
 {
-    setpgid(0, 0);
-    prctl(PR_SET_PDEATHSIG, SIGTERM);
+    prctl(PR_SET_PDEATHSIG, signal);
     if (getppid() != parent) // it has ended meanwhile
         _exit(1);
+}
+
+void BeHelper()
+{
+    setpgid(0, 0);
     const int nothing = open("/dev/null", O_RDONLY | O_CLOEXEC);
     dup2(nothing, STDIN_FILENO);
 }
@@ -61,8 +66,10 @@ Program::Program(const std::vector<std::string>& words, const AwaitedSignals& si
     if (process_ == 0) {
         sigprocmask(SIG_SETMASK, &signals.Before(), nullptr);
         std::signal(SIGPIPE, SIG_DFL);
+        if (options.atOurEnd != 0)
+            EndWith(self, options.atOurEnd);
         if (options.isHelper)
-            BeHelper(self);
+            BeHelper();
         if (options.output >= 0) {
             dup2(options.output, STDOUT_FILENO);
             dup2(options.output, STDERR_FILENO);

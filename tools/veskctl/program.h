@@ -37,7 +37,8 @@ public:
     struct Options {
         std::vector<std::pair<std::string, std::string>> environment; ///< Besides this process's.
         int output = -1;       ///< Descriptor of its standard output and error; -1: this process's.
-        bool isHelper = false; ///< It reads nothing, a terminal's signals pass it by, and it ends with us.
+        bool isHelper = false; ///< It reads nothing, and a terminal's signals pass it by.
+        int atOurEnd = 0;      ///< Signal that it gets when this process ends in whatever way; 0: none.
     };
 
     /// @param words  The program, which is looked for as a shell does, and its arguments. @throw Failure with

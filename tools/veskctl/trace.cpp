@@ -1,4 +1,5 @@
 // The subcommand "trace": runs an application under the tracer and shows or records its messages.
+#include "base/installed.h"
 #include "tools/recording/reader.h"
 #include "tools/recording/writer.h"
 #include "tools/veskctl/commands.h"
@@ -43,7 +44,7 @@ struct Options {
 std::string TracerPath()
 {
     namespace fs = std::filesystem;
-    const fs::path bin = fs::read_symlink("/proc/self/exe").parent_path();
+    const fs::path bin = ProgramFolder();
     for (const char* directory : {kLibrariesFromBin, "../tracer"}) {
         std::error_code error;
         const fs::path path = fs::weakly_canonical(bin / directory / "libvesk_trace.so", error);

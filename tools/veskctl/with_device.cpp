@@ -1,14 +1,18 @@
 // The subcommand "with-device": runs a command with a virtual device of its own.
+#include "base/installed.h"
 #include "tools/veskctl/client.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/output.h"
+#include "tools/veskctl/own_directory.h"
 #include "tools/veskctl/program.h"
 
 #include <fcntl.h>
+#include <paths.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 
@@ -24,27 +28,6 @@ struct Options {
     std::string scenario;
     std::string serviceProgram;
     std::vector<std::string> command;
-};
-
-/// A directory that only this user can enter; removed with everything in it.
-class OwnDirectory {
-public:
-    OwnDirectory() : path_((fs::temp_directory_path() / "vesk-device-XXXXXX").string())
-    {
-        if (mkdtemp(path_.data()) == nullptr)
-            throw Failure(kFailed, "cannot make " + path_ + ": " + std::strerror(errno));
-    }
-    ~OwnDirectory()
-    {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-    OwnDirectory(const OwnDirectory&) = delete;
-
-    const std::string& Path() const { return path_; }
-
-private:
-    std::string path_;
 };
 
 /// What the service writes to its standard output and error.
@@ -86,7 +69,7 @@ private:
 /// The service beside this program, of the build tree, or in PATH.
 std::string FindService()
 {
-    const fs::path bin = fs::read_symlink("/proc/self/exe").parent_path();
+    const fs::path bin = ProgramFolder();
     for (const char* place : {"vesk-video-service", "../../service/vesk-video-service"}) {
         std::string path = (bin / place).lexically_normal();
         if (access(path.c_str(), X_OK) == 0)
@@ -95,11 +78,11 @@ std::string FindService()
     return "vesk-video-service";
 }
 
-std::vector<std::string> ServiceCommand(const Settings& settings, const Options& options)
+std::vector<std::string> ServiceCommand(const Settings& settings, const Options& options,
+                                        const std::string& program)
 {
     const ServiceName service = ParseService(settings.service);
-    std::vector<std::string> command{options.serviceProgram.empty() ? FindService() : options.serviceProgram,
-                                     "--process", service.process, "--task", service.task};
+    std::vector<std::string> command{program, "--process", service.process, "--task", service.task};
     if (!options.device.empty())
         command.insert(command.end(), {"--device", options.device});
     if (!options.scenario.empty())
@@ -107,15 +90,29 @@ std::vector<std::string> ServiceCommand(const Settings& settings, const Options&
     return command;
 }
 
+/// PATH with this program and the service first, so that the command finds the same.
+std::string PathFor(const std::string& serviceProgram)
+{
+    std::string path = ProgramFolder();
+    if (serviceProgram.find('/') != serviceProgram.npos) {
+        const std::string folder = fs::absolute(serviceProgram).parent_path();
+        if (folder != path)
+            path += ':' + folder;
+    }
+    const char* before = std::getenv("PATH");
+    return path + ':' + (before != nullptr ? before : _PATH_DEFPATH);
+}
+
 /// The virtual service, and what becomes of it.
 class Service {
 public:
     Service(const std::vector<std::string>& command, const AwaitedSignals& signals,
             const std::string& directory)
-        : signals_(signals), log_(directory),
-          program_(
-              command, signals,
-              {.environment = {{"VESK_RUNTIME_DIR", directory}}, .output = log_.File(), .isHelper = true})
+        : signals_(signals), log_(directory), program_(command, signals,
+                                                       {.environment = {{"VESK_RUNTIME_DIR", directory}},
+                                                        .output = log_.File(),
+                                                        .isHelper = true,
+                                                        .atOurEnd = SIGTERM})
     {
     }
 
@@ -189,7 +186,9 @@ int Await(Program& command, Service& service, const AwaitedSignals& signals)
 
 int RunWithDevice(Settings& settings, const Options& options)
 {
-    const std::vector<std::string> serviceCommand = ServiceCommand(settings, options);
+    const std::string serviceProgram =
+        options.serviceProgram.empty() ? FindService() : options.serviceProgram;
+    const std::vector<std::string> serviceCommand = ServiceCommand(settings, options, serviceProgram);
     const AwaitedSignals signals{SIGCHLD, SIGINT, SIGTERM, SIGHUP, SIGQUIT};
     std::signal(SIGPIPE, SIG_IGN); // the directory must go, whoever reads what is said
     const OwnDirectory directory;
@@ -203,7 +202,10 @@ int RunWithDevice(Settings& settings, const Options& options)
         return 128 + signal;
     int status = kFailed;
     {
-        Program command(options.command, signals, {.environment = {{"VESK_RUNTIME_DIR", directory.Path()}}});
+        Program command(
+            options.command, signals,
+            {.environment = {{"VESK_RUNTIME_DIR", directory.Path()}, {"PATH", PathFor(serviceProgram)}},
+             .atOurEnd = SIGKILL});
         status = Await(command, *service, signals);
     }
     const bool isInOrder = service->End();
