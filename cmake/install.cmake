@@ -43,11 +43,15 @@ if(VESK_PLATFORM STREQUAL host)
   install(DIRECTORY platform/include/platform platform/host/include/vesk_host DESTINATION ${platform_include_dir})
   install(DIRECTORY include/vesk_service ${VESK_GENERATED_INCLUDE_DIR}/vesk_service TYPE INCLUDE)
 
-  set_target_properties(vesk-video-service display_tour PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries_from_bin}")
-  set_target_properties(display_tour PROPERTIES OUTPUT_NAME vesk-display-tour)
-  install(TARGETS vesk-video-service display_tour)
+  set(programs vesk-video-service)
+  if(PROJECT_IS_TOP_LEVEL)
+    list(APPEND programs vesk-minimal vesk-display-tour vesk-device-tour)
+  endif()
+  set_target_properties(${programs} PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries_from_bin}")
+  install(TARGETS ${programs})
+  list(TRANSFORM programs REPLACE "(.+)" "docs/man/\\1.1" OUTPUT_VARIABLE pages)
+  install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
   install(DIRECTORY service/devices service/scenarios DESTINATION ${CMAKE_INSTALL_DATADIR}/vesk_video_interface)
-  install(FILES docs/man/vesk-video-service.1 docs/man/vesk-display-tour.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 endif()
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/vesk_video_interface)
@@ -58,6 +62,5 @@ write_basic_package_version_file(vesk_video_interface-config-version.cmake COMPA
 install(FILES ${PROJECT_BINARY_DIR}/vesk_video_interface-config.cmake
   ${PROJECT_BINARY_DIR}/vesk_video_interface-config-version.cmake DESTINATION ${package_dir})
 if(VESK_BUILD_TOOLS AND VESK_PLATFORM STREQUAL host)
-  include(cmake/vesk_device_test.cmake) # for a project that has this one as a subdirectory
   install(FILES cmake/vesk_device_test.cmake DESTINATION ${package_dir})
 endif()

@@ -21,7 +21,7 @@ recording=$logs/tour.pcapng
 
 install_packages
 echo "Building the library, the virtual service, the tools and the examples ..."
-build dev vesk-video-service display_tour device_tour minimal veskctl
+build dev vesk-video-service vesk-minimal vesk-display-tour vesk-device-tour veskctl
 
 rm -rf "$logs"
 mkdir -p "$logs"
@@ -60,17 +60,17 @@ serve() {
 
 serve "$service"
 
-run minimal "an application in C"
+run vesk-minimal "an application in C"
 run vesk-display-tour "a first example; <- marks notifications"
-printf '\n=== device_tour: every request, under veskctl trace: its last lines, and the summary\n'
-VESK_LOG_TARGET=file:$logs/tour.log "$veskctl" trace --summary -- "$examples/device_tour" \
+printf '\n=== vesk-device-tour: every request, under veskctl trace: its last lines, and the summary\n'
+VESK_LOG_TARGET=file:$logs/tour.log "$veskctl" trace --summary -- "$examples/vesk-device-tour" \
   >"$logs/tour.out" 2>"$logs/tour.trace"
 tail -3 "$logs/tour.out"
 sed '/^request /,$d' "$logs/tour.trace" | tail -5
 echo
 sed -n '/^request /,+11p' "$logs/tour.trace"
 "$veskctl" device reset # so that the recording is one of a fresh device
-VESK_LOG_TARGET=file:$logs/traced.log "$veskctl" trace -o "$recording" -- "$examples/device_tour" >"$logs/traced.out"
+VESK_LOG_TARGET=file:$logs/traced.log "$veskctl" trace -o "$recording" -- "$examples/vesk-device-tour" >"$logs/traced.out"
 echo "... and recorded to $recording: $("$veskctl" decode "$recording" | wc -l) lines of veskctl decode"
 
 # Shows a command of the tool and what it prints.
@@ -106,9 +106,9 @@ service_pid=
 tail -n +2 "$service_out"
 grep -q ended "$service_out" || { echo "the service did not end properly" >&2; exit 1; }
 
-printf '\n=== device_tour without the service: veskctl serve answers as recorded\n'
+printf '\n=== vesk-device-tour without the service: veskctl serve answers as recorded\n'
 serve "$veskctl" serve --once --strict "$recording"
-VESK_LOG_TARGET=file:$logs/served.log "$examples/device_tour" >"$logs/served.out"
+VESK_LOG_TARGET=file:$logs/served.log "$examples/vesk-device-tour" >"$logs/served.out"
 tail -1 "$logs/served.out"
 wait "$service_pid" || { echo "the recording did not answer everything" >&2; exit 1; }
 service_pid=
@@ -119,7 +119,7 @@ cat <<END
 Logs, where the refusals that the examples provoke are errors: $logs/*.log
 Next:
   $service &   # the service, until "kill %1"
-  $examples/minimal               # or an application of yours
+  $examples/vesk-minimal          # or an application of yours
   $veskctl replay $recording    # the recorded requests again, compared
   $veskctl device watch           # what all applications say, live
   scripts/test.sh                              # builds everything and runs all tests

@@ -20,7 +20,7 @@ cd build/aarch64
 printf '#!/bin/sh\nexec qemu-aarch64 "%s" "$@"\n' "$PWD/service/vesk-video-service" >"$work/service"
 chmod +x "$work/service"
 "$veskctl" with-device --service-program "$work/service" -- \
-  qemu-aarch64 -E VESK_TRACE_FILE="$recording" -E LD_PRELOAD="$PWD/tools/tracer/libvesk_trace.so" examples/device_tour |
+  qemu-aarch64 -E VESK_TRACE_FILE="$recording" -E LD_PRELOAD="$PWD/tools/tracer/libvesk_trace.so" examples/vesk-device-tour |
   tail -1
 "$veskctl" with-device -- "$veskctl" replay "$recording" | tail -1
 export VESK_RUNTIME_DIR=$work
@@ -28,7 +28,7 @@ export VESK_RUNTIME_DIR=$work
 "$veskctl" serve --once --strict "$recording" >"$work/serve.out" &
 server=$!
 until grep -q serving "$work/serve.out" || ! kill -0 "$server" 2>/dev/null; do sleep 0.1; done
-"$native/examples/device_tour" | tail -1
+"$native/examples/vesk-device-tour" | tail -1
 wait "$server"
 server=
 tail -1 "$work/serve.out"

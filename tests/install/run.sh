@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs a build into a prefix, moves the prefix elsewhere, builds two applications against nothing else,
-# and runs them with the installed service.
+# and runs them with the installed service. A project that has the sources as a subdirectory gets none of its tests.
 set -euo pipefail
 build=$1 work=$2 cc=$3 cxx=$4 libdir=$5 toolchain=$6 emulator=$7 sanitize=$8 version=$9
 here=$(dirname "$0")
@@ -22,9 +22,15 @@ read -ra wanted <<<"$(pkg-config --cflags --libs vesk_video_interface)"
 "$cc" "${flags[@]}" -std=c11 -Wall -Wextra -Werror "$here/application.c" "${wanted[@]}" -o "$work/application_c"
 read -ra wanted <<<"$(pkg-config --cflags vesk_host_platform)"
 echo '#include "platform/os_msg.h"' | "$cc" -fsyntax-only "${wanted[@]}" -x c -
-CC=$cc CXX=$cxx CFLAGS=${flags[*]} CXXFLAGS=${flags[*]} cmake -S "$here" -B "$work/outside" -G Ninja \
-  -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_FIND_ROOT_PATH="$prefix" -DCMAKE_TOOLCHAIN_FILE="$toolchain" >/dev/null
+export CC=$cc CXX=$cxx CFLAGS=${flags[*]} CXXFLAGS=${flags[*]}
+configure() { cmake -S "$here" -B "$work/$1" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$toolchain" "${@:2}" >/dev/null; }
+configure outside -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_FIND_ROOT_PATH="$prefix"
 cmake --build "$work/outside" >/dev/null
+configure inside -DVESK_SOURCE="$(realpath "$here/../..")" -DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON \
+  -DVESK_BUILD_TOOLS="$([ -e "$prefix/bin/veskctl" ] && echo ON || echo OFF)"
+[ "$(ctest --test-dir "$work/inside" -N | tail -n 1)" = "$(ctest --test-dir "$work/outside" -N | tail -n 1)" ]
+cmake --install "$work/inside" --prefix "$work/nothing" >/dev/null
+[ ! -e "$work/nothing" ]
 # Under an emulator, veskctl cannot start the service.
 [ ! -e "$prefix/bin/veskctl" ] || [ -n "$emulator" ] ||
   (cd "$work/outside" && ctest --output-on-failure --no-tests=error -j 2)
@@ -38,7 +44,7 @@ timeout 10 sh -c "until grep -q serving '$work/service.out'; do sleep 0.1; done"
 export LD_LIBRARY_PATH=$prefix/$libdir
 $emulator "$work/application_c" | grep ' has 2 displays'
 $emulator "$work/outside/application" | grep '^outside has 2 displays'
-$emulator "$prefix/bin/vesk-display-tour" | tail -n 1
+for tour in vesk-display-tour vesk-device-tour; do $emulator "$prefix/bin/$tour" | tail -n 1; done
 [ ! -e "$prefix/bin/veskctl" ] || $emulator "$prefix/bin/veskctl" call GET_VO_COUNT | grep 'count=2'
 kill -TERM $service
 wait $service

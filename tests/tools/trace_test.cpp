@@ -235,12 +235,12 @@ TEST_F(TourTest, ShowsMessagesAsTheyPass)
     EXPECT_EQ(all.status, 0);
     EXPECT_EQ(
         Count(all.output,
-              "\\n\\d+\\.\\d{6} device_tour\\[\\d+:\\d+\\] VO_START outEngNo=1 -> OK \\d+\\.\\d\\d ms\\n"),
+              "\\n\\d+\\.\\d{6} vesk-device-tour\\[\\d+:\\d+\\] VO_START outEngNo=1 -> OK \\d+\\.\\d\\d ms\\n"),
         1U);
     EXPECT_GE(Count(all.output, "<- 106 DISPLAY_FIRST_FRAME viPort=0 portName=\"CAMERA\""), 1U);
     EXPECT_EQ(Count(all.output, "\\nOPEN_VO_PORT +\\d+ +\\d+ +\\d+\\.\\d+ +\\d+\\.\\d+ +\\d+\\.\\d+\\n"), 1U);
     const Result some = Shell(kVeskctl + "trace --match VO_START -- " + kTour);
-    EXPECT_EQ(Count(some.output, "device_tour\\["), Count(all.output, "\\] VO_START "));
+    EXPECT_EQ(Count(some.output, "vesk-device-tour\\["), Count(all.output, "\\] VO_START "));
 }
 
 TEST_F(TourTest, WiresharkAndDecodeAgree)
