@@ -229,10 +229,10 @@ CommandLine WithDeviceCommand(Settings& settings)
             {
                 {.name = "--device",
                  .place = &options->device,
-                 .help = "Description of the device, for the service"},
+                 .help = "File that describes the device, or the name of an installed one"},
                 {.name = "--scenario",
                  .place = &options->scenario,
-                 .help = "What is to happen, for the service"},
+                 .help = "File of steps that happen on it, or the name of an installed one"},
                 {.name = "--service-program",
                  .place = &options->serviceProgram,
                  .help = "The service; else vesk-video-service of this installation or in PATH"},
