@@ -160,6 +160,58 @@ TEST_F(DeviceTest, AWatchShowsTheMessagesOfOthers)
     EXPECT_EQ(json.Wait(), 0);
 }
 
+TEST_F(DeviceTest, AWatchIsRecordedAsMessagesPass)
+{
+    const std::string file = directory.File("watched"), copy = directory.File("copy");
+    const std::string command = kVeskctl + "device watch -o - | tee " + file + " | " + kVeskctl + "decode -";
+    Child shown([&] { execl("/bin/sh", "sh", "-c", command.c_str(), nullptr); });
+    ASSERT_TRUE(Eventually([&] { return Shell(kVeskctl + "device state | grep -q Watchers").status == 0; }));
+    Shell(kVeskctl + "call VO_STOP outEngNo=8");
+    shown.ExpectOutput("] VO_STOP outEngNo=8 -> NUMBER (0x203) ");
+    const std::string copied = kVeskctl + "decode " + copy + " 2>&1 | grep -c VO_STOP";
+    Child follower =
+        Start(VESK_EXTCAP_PATH, "--capture", "--extcap-interface", "vesk-file", "--file", file.c_str(),
+              "--fifo", copy.c_str(), "--extcap-capture-filter", "VO_STOP result=NUMBER");
+    EXPECT_TRUE(Eventually([&] { return Shell(copied).output == "1\n"; }));
+    Shell(kVeskctl + "call VO_STOP outEngNo=9");
+    EXPECT_TRUE(Eventually([&] { return Shell(copied).output == "2\n"; }));
+    EXPECT_EQ(follower.Wait(SIGTERM), 0);
+    EXPECT_EQ(service.Wait(SIGTERM), 0);
+    shown.ExpectOutput("-- the service has ended\n");
+    EXPECT_EQ(shown.Wait(), 0);
+}
+
+TEST_F(DeviceTest, WiresharkCapturesFromAService)
+{
+    const std::pair<const char*, const char*> rows[] = {
+        {"--extcap-interfaces",
+         "\ninterface {value=vesk-VIDEO.VCTL}{display=Video service VIDEO/VCTL}\ninterface"},
+        {"--extcap-config --extcap-interface vesk-file", "arg {number=0}{call=--file}"},
+        {"--extcap-capture-filter 'VO_* result=BUSY'; echo \"is $?\"", "is 0"},
+        {"--extcap-capture-filter VO_STRAT; echo \"is $?\"",
+         "no request 'VO_STRAT'; nearest: VO_START\nis 0"},
+        {"--capture --extcap-interface vesk-A.B --fifo -; echo \"is $?\"", "nobody serves A.B in"},
+    };
+    for (const auto& [arguments, output] : rows)
+        EXPECT_NE(Shell(VESK_EMULATOR " " VESK_EXTCAP_PATH " " + std::string(arguments)).output.find(output),
+                  std::string::npos)
+            << arguments;
+    if (*VESK_EMULATOR != '\0' || Shell("command -v tshark").status != 0)
+        GTEST_SKIP() << "tshark is not installed, or cannot run the program";
+    std::filesystem::create_directories(directory.File("extcap"));
+    std::filesystem::create_symlink(VESK_EXTCAP_PATH, directory.File("extcap/vesk-extcap"));
+    const std::string command = "WIRESHARK_CONFIG_DIR=" + directory.path +
+                                " exec tshark -l -X lua_script:" VESK_DISSECTOR_PATH " -i vesk-VIDEO.VCTL "
+                                "-f VO_STOP -T fields -e vesk.name -e vesk.outEngNo 2>/dev/null";
+    Child tshark([&] { execl("/bin/sh", "sh", "-c", command.c_str(), nullptr); });
+    for (int i = 0; i < 6 && Shell(kVeskctl + "device state | grep -q Watchers").status != 0; ++i)
+        Eventually([&] { return Shell(kVeskctl + "device state | grep -q Watchers").status == 0; });
+    Shell(kVeskctl + "call VO_START outEngNo=8; " + kVeskctl + "call VO_STOP outEngNo=8");
+    tshark.ExpectOutput("VO_STOP\t8\nVO_STOP\t");
+    EXPECT_EQ(service.Wait(SIGTERM), 0);
+    EXPECT_EQ(tshark.Wait(), 0);
+}
+
 TEST_F(WithDeviceTest, EndsAsTheCommandDoes)
 {
     const struct {

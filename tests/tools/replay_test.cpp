@@ -55,7 +55,7 @@ TEST_F(ReplayTest, AFreshServiceAnswersAsBeforeAndAUsedOneHandsOutOtherNumbers)
     EXPECT_NE(result.output.find("18 notifications came: no difference\n"), std::string::npos)
         << result.output;
     // What the tour has set for all displays is different now, and nothing else that it can tell.
-    result = Shell(kVeskctl + "replay --match 'VO_*' --match 'SET_VO_*' --match 'ENC*' " + file);
+    result = Shell(kVeskctl + "replay --match 'VO_*' --match 'SET_VO_*' --match 'ENC*' - < " + file);
     EXPECT_EQ(result.status, 0) << result.output;
     EXPECT_EQ(Shell(kVeskctl + "replay --speed soon " + file).status, 2);
 }

@@ -10,6 +10,9 @@ namespace vesk::ctl {
 /// The whole program.
 CommandLine DescribeTool(Settings& settings);
 
+/// The program that Wireshark runs; only with the host platform, which tells what services there are.
+CommandLine DescribeExtcap(Settings& settings);
+
 CommandLine ListCommand(Settings& settings);
 CommandLine DescribeCommand(Settings& settings);
 CommandLine CallCommand(Settings& settings);

@@ -271,7 +271,7 @@ private:
             for (; now < check; now = Clock::now()) {
                 watch_.Next(
                     check, [&](recording::Event&& event) { meter_.Add(std::move(event)); },
-                    [&](uint64_t lost, const recording::Event&) { meter_.AddLost(lost); });
+                    [&](uint64_t lost) { meter_.AddLost(lost); });
                 if (client_.IsInterrupted())
                     return false;
             }

@@ -15,58 +15,70 @@ struct Options {
     uint64_t count = 0;
 };
 
-std::string LossText(uint64_t lost)
+template <class OneClock>
+uint64_t Now()
 {
-    return std::to_string(lost) + " messages lost";
+    return static_cast<uint64_t>(std::chrono::nanoseconds(OneClock::now().time_since_epoch()).count());
 }
 
-void SayLost(const Settings& settings, uint64_t lost)
-{
-    PrintLine(settings.json ? "{\"lost\":" + std::to_string(lost) + '}' : "-- " + LossText(lost));
-}
-
-/// What a recording says about messages that were lost.
-recording::Event Loss(const Settings& settings, uint64_t lost, const recording::Event& next)
+/// What a recording says besides messages.
+recording::Event Note(const Settings& settings, const std::string& text)
 {
     recording::Event note;
-    note.program = ParseService(settings.service).process;
-    note.realtimeNs = next.realtimeNs;
-    note.monotonicNs = next.monotonicNs;
-    note.comment = LossText(lost);
+    note.program = settings.service;
+    note.realtimeNs = Now<std::chrono::system_clock>();
+    note.monotonicNs = Now<Clock>();
+    note.comment = text;
     return note;
+}
+
+void SayLost(const Settings& settings, recording::Output* output, uint64_t lost)
+{
+    const std::string text = std::to_string(lost) + " messages lost";
+    if (output != nullptr)
+        output->Append(Note(settings, text));
+    else
+        PrintLine(settings.json ? "{\"lost\":" + std::to_string(lost) + '}' : "-- " + text);
+}
+
+/// In a recording, too: Wireshark takes what a program says on standard error for a failure.
+void SayEnded(const Settings& settings, recording::Output* output)
+{
+    const std::string text = "the service " + settings.service + " has ended";
+    if (output != nullptr)
+        output->Append(Note(settings, text));
+    else
+        PrintError(text);
 }
 
 int RunWatch(Settings& settings, const Options& options)
 {
-    std::optional<recording::Output> output;
+    std::optional<recording::Output> recorded;
     if (!options.file.empty())
-        output.emplace(options.file, kVersion, "veskctl device watch: " + settings.service);
-    Transcript transcript(settings, options.shown, output ? nullptr : stdout, output ? &*output : nullptr);
+        recorded.emplace(options.file, kVersion, "veskctl device watch: " + settings.service);
+    recording::Output* const output = recorded ? &*recorded : nullptr;
+    Transcript transcript(settings, options.shown, output != nullptr ? nullptr : stdout, output);
     Client client(settings.service, Client::Interrupt::kEndsWait);
     Watch watch(client, settings);
-    const auto sayLost = [&](uint64_t lost, const recording::Event& next) {
-        if (output)
-            output->Append(Loss(settings, lost, next));
-        else
-            SayLost(settings, lost);
-    };
     bool isServed = true;
-    while ((options.count == 0 || transcript.Shown() < options.count) && (!output || output->IsRead())) {
+    while ((options.count == 0 || transcript.Shown() < options.count) &&
+           (output == nullptr || output->IsRead())) {
         const bool isSilent = !watch.Next(
             Clock::now() + std::chrono::seconds(1),
-            [&](recording::Event&& event) { transcript.Add(std::move(event)); }, sayLost);
+            [&](recording::Event&& event) { transcript.Add(std::move(event)); },
+            [&](uint64_t lost) { SayLost(settings, output, lost); });
         if (isSilent && (client.IsInterrupted() || !(isServed = watch.Renew())))
             break;
         std::fflush(stdout);
     }
     if (options.count == 0)
         transcript.Finish();
-    transcript.Summarize(output ? stderr : stdout);
+    transcript.Summarize(output != nullptr ? stderr : stdout);
     std::fflush(stdout);
     if (isServed)
         watch.Stop();
     else
-        PrintError("the service " + settings.service + " has ended");
+        SayEnded(settings, output);
     return isServed || options.count == 0 ? kDone : kNoService;
 }
 

@@ -80,6 +80,10 @@ const decoder::Decoder& Settings::Decoder()
 int main(int argc, char** argv)
 try {
     vesk::ctl::Settings settings;
+#ifdef VESK_HOST_PLATFORM
+    if (argc > 0 && std::string_view(argv[0]).ends_with("vesk-extcap"))
+        return vesk::ParseProgram(vesk::ctl::DescribeExtcap(settings), argc, argv)();
+#endif
     return vesk::ParseProgram(vesk::ctl::DescribeTool(settings), argc, argv)();
 } catch (const vesk::ctl::Failure& failure) {
     vesk::ctl::PrintError(failure.what());

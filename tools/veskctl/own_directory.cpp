@@ -19,8 +19,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char kPrefix[] = "vesk-device-";
-
 /// Locks its file "owner", which is there or made, as @p flags say; -1 if it cannot be opened or another
 /// process has locked it. The lock is this process's own: children do not have it.
 int Lock(const std::string& directory, int flags)
@@ -55,7 +53,7 @@ void RemoveLeft(const fs::path& parent)
     std::error_code error;
     for (fs::directory_iterator entry(parent, error); !error && entry != fs::directory_iterator();
          entry.increment(error)) {
-        if (entry->path().filename().string().starts_with(kPrefix))
+        if (entry->path().filename().string().starts_with(kOwnDirectory))
             RemoveIfLeft(entry->path());
     }
 }
@@ -77,7 +75,7 @@ OwnDirectory::OwnDirectory()
     do {
         if (owner_ >= 0)
             close(owner_);
-        path_ = parent / (std::string(kPrefix) + "XXXXXX");
+        path_ = parent / (std::string(kOwnDirectory) + "XXXXXX");
         if (mkdtemp(path_.data()) == nullptr)
             throw Failure(kFailed, "cannot make " + path_ + ": " + std::strerror(errno));
         owner_ = Lock(path_, O_CREAT);

@@ -5,6 +5,9 @@
 
 namespace vesk::ctl {
 
+/// How the names of such directories begin, in the directory for temporary files.
+inline constexpr char kOwnDirectory[] = "vesk-device-";
+
 /**
  * A directory that only this user can enter. It is removed with everything in it: at the end, or by the next
  * process that makes one if this one is killed. Its file "owner" is locked as long as this process lives.

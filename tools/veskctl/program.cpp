@@ -43,11 +43,11 @@ void EndWith(pid_t parent, int signal)
         _exit(1);
 }
 
-void BeHelper()
+void BeHelper(bool readsInput)
 {
     setpgid(0, 0);
-    const int nothing = open("/dev/null", O_RDONLY | O_CLOEXEC);
-    dup2(nothing, STDIN_FILENO);
+    if (!readsInput)
+        dup2(open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
 }
 
 } // namespace
@@ -69,7 +69,7 @@ Program::Program(const std::vector<std::string>& words, const AwaitedSignals& si
         if (options.atOurEnd != 0)
             EndWith(self, options.atOurEnd);
         if (options.isHelper)
-            BeHelper();
+            BeHelper(options.readsInput);
         if (options.output >= 0) {
             dup2(options.output, STDOUT_FILENO);
             dup2(options.output, STDERR_FILENO);

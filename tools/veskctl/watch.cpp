@@ -49,10 +49,9 @@ bool Watch::Next(std::optional<Clock::time_point> deadline, const OnEvent& onEve
     const BytesView bytes = data.subspan(sizeof(VeskVideoMsgHead) + sizeof seen);
     Event event = Begin(seen);
     // A service that has started anew counts anew.
-    if (const uint64_t before = std::exchange(lost_, seen.lost); lost_ > before)
-        onLost(lost_ - before, event);
-    else if (lost_ < before && lost_ != 0)
-        onLost(lost_, event);
+    const uint64_t before = std::exchange(lost_, seen.lost);
+    if (const uint64_t lost = lost_ - (lost_ < before ? 0 : before); lost != 0)
+        onLost(lost);
     event.data.assign(bytes.begin(), bytes.end());
     switch (seen.kind) {
     case VESK_CONTROL_SAW_REQUEST:
@@ -109,6 +108,8 @@ void Watch::AddNotification(Event& event, const OnEvent& onEvent)
     std::swap(event.sendTaskName, event.recvTaskName);
     onEvent(Event(event));
     event.kind = Kind::kDone;
+    event.data.clear();
+    event.dataLen = 0;
 }
 
 } // namespace vesk::ctl

@@ -22,7 +22,7 @@ public:
     bool Renew();
 
     using OnEvent = std::function<void(recording::Event&&)>;
-    using OnLost = std::function<void(uint64_t lost, const recording::Event& next)>;
+    using OnLost = std::function<void(uint64_t lost)>;
 
     /// Gives the events of the next message, for which it waits as Client::Next does; false if there is none.
     /// @param onLost  Told before them if messages before this one were lost.

@@ -106,12 +106,13 @@ std::string PathFor(const std::string& serviceProgram)
 /// The virtual service, and what becomes of it.
 class Service {
 public:
-    Service(const std::vector<std::string>& command, const AwaitedSignals& signals,
+    Service(const std::vector<std::string>& command, bool readsInput, const AwaitedSignals& signals,
             const std::string& directory)
         : signals_(signals), log_(directory), program_(command, signals,
                                                        {.environment = {{"VESK_RUNTIME_DIR", directory}},
                                                         .output = log_.File(),
                                                         .isHelper = true,
+                                                        .readsInput = readsInput,
                                                         .atOurEnd = SIGTERM})
     {
     }
@@ -194,7 +195,8 @@ int RunWithDevice(Settings& settings, const Options& options)
     const OwnDirectory directory;
     std::optional<Service> service;
     try {
-        service.emplace(serviceCommand, signals, directory.Path());
+        const bool readsInput = options.device == "-" || options.scenario == "-";
+        service.emplace(serviceCommand, readsInput, signals, directory.Path());
     } catch (const Failure& failure) {
         throw Failure(kNoService, failure.what());
     }
@@ -229,10 +231,12 @@ CommandLine WithDeviceCommand(Settings& settings)
             {
                 {.name = "--device",
                  .place = &options->device,
-                 .help = "File that describes the device, or the name of an installed one"},
+                 .help = "File that describes the device, or the name of an installed one; - is standard "
+                         "input"},
                 {.name = "--scenario",
                  .place = &options->scenario,
-                 .help = "File of steps that happen on it, or the name of an installed one"},
+                 .help = "File of steps that happen on it, or the name of an installed one; - is standard "
+                         "input"},
                 {.name = "--service-program",
                  .place = &options->serviceProgram,
                  .help = "The service; else vesk-video-service of this installation or in PATH"},
