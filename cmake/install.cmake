@@ -34,6 +34,12 @@ if(VESK_BUILD_TOOLS)
   install(FILES tools/veskctl/completion.zsh DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions RENAME _veskctl)
   install(FILES tools/veskctl/completion.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d
     RENAME veskctl.fish)
+  if(VESK_PLATFORM STREQUAL host)
+    set(extcap_dir ${CMAKE_INSTALL_LIBDIR}/wireshark/extcap)
+    file(RELATIVE_PATH veskctl_from_extcap "${CMAKE_INSTALL_PREFIX}/${extcap_dir}" "${CMAKE_INSTALL_FULL_BINDIR}/veskctl")
+    file(CREATE_LINK ${veskctl_from_extcap} ${PROJECT_BINARY_DIR}/vesk-extcap SYMBOLIC)
+    install(FILES ${PROJECT_BINARY_DIR}/vesk-extcap DESTINATION ${extcap_dir})
+  endif()
 endif()
 
 if(VESK_PLATFORM STREQUAL host)

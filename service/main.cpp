@@ -172,7 +172,8 @@ try {
                  .showsDefault = true},
                 {.name = "--device",
                  .place = &deviceFile,
-                 .help = "File that describes the device to serve (TOML), or the name of an installed one"},
+                 .help = "File that describes the device to serve (TOML), or the name of an installed one; - is "
+                         "standard input"},
                 {.name = "--time-scale",
                  .place = &clock.scale,
                  .help = "How many times faster than the clock the model's time runs",
@@ -185,7 +186,8 @@ try {
                  .excludes = "--time-scale"},
                 {.name = "--scenario",
                  .place = &scenarioFile,
-                 .help = "File of steps to run from the start (TOML), or the name of an installed one"},
+                 .help = "File of steps to run from the start (TOML), or the name of an installed one; - is "
+                         "standard input"},
             },
         .run =
             [&] {

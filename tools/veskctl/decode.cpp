@@ -6,6 +6,7 @@
 #include "tools/veskctl/transcript.h"
 
 #include <csignal>
+#include <filesystem>
 
 namespace vesk::ctl {
 
@@ -20,6 +21,9 @@ struct Options {
 
 int RunDecode(Settings& settings, const Options& options)
 {
+    std::error_code ignored;
+    if (std::filesystem::equivalent(options.file, options.output, ignored))
+        throw Failure(kUsage, "--output " + options.output + ": this is the recording that is read");
     std::optional<recording::Output> output;
     if (!options.output.empty())
         output.emplace(options.output, kVersion, "veskctl decode: " + options.file);
