@@ -42,7 +42,8 @@
  *   faults and scenario too, answers that are still owed are never given; clients stay known and are notified
  *   by 206 and 207.
  * - VESK_CONTROL_WATCH: Has the task that the envelope names as its sender's sent VESK_CONTROL_ON_MESSAGE
- *   from now on, or with 0 no more. VESK_SERVICE_ERR_ROOM beyond VESK_CONTROL_MAX_WATCHERS.
+ *   from now on, or with 0 no more; to ask again changes nothing. VESK_SERVICE_ERR_ROOM beyond
+ *   VESK_CONTROL_MAX_WATCHERS.
  * - VESK_CONTROL_TICK: Tells that something is due; the service sends it to itself and answers
  *   VESK_SERVICE_ERR_REQUEST to others.
  */
