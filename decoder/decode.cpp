@@ -106,7 +106,7 @@ public:
     void ReadRecord(const RecordType& record, const std::string& prefix, size_t offset)
     {
         for (const RecordField& field : record.fields)
-            ReadField(field, prefix, offset + field.offset);
+            ReadField(record, field, prefix, offset + field.offset);
     }
 
     void ReadNumber(const messages::Form& form)
@@ -154,7 +154,8 @@ private:
         out_.fields.push_back(std::move(field));
     }
 
-    void ReadField(const RecordField& field, const std::string& prefix, size_t offset)
+    void ReadField(const RecordType& record, const RecordField& field, const std::string& prefix,
+                   size_t offset)
     {
         const bool isOneValue = field.isOpaque || !field.isArray;
         const size_t size = isOneValue ? field.size : field.ElementSize();
@@ -172,6 +173,7 @@ private:
                                    .value = present == size ? LoadElement(field, bytes) : Value(Copy(bytes)),
                                    .offset = offset,
                                    .size = present,
+                                   .record = record.name,
                                    .isHandle = field.isHandle,
                                    .isFiller = field.isFiller && hasFillers_});
         }

@@ -5,6 +5,7 @@
 #include "decoder/names.h"
 #include "decoder/records.h"
 
+#include <span>
 #include <string>
 #include <variant>
 #include <vector>
@@ -27,10 +28,11 @@ using Value = std::variant<uint64_t, int64_t, double, std::string, Bytes>;
 struct Field {
     std::string path; ///< "outEngNo", "subPic[0].inputId", in an array of records "[0].port"
     Value value;
-    size_t offset = 0;     ///< In the data block; the payload begins at 24.
-    size_t size = 0;       ///< Bytes in the data block.
-    bool isHandle = false; ///< A number that is shown in hexadecimal.
-    bool isFiller = false; ///< Padding, reserved or opaque, which is shown unless it is 0.
+    size_t offset = 0;            ///< In the data block; the payload begins at 24.
+    size_t size = 0;              ///< Bytes in the data block.
+    std::string_view record = {}; ///< Record that it is a field of, which the decoder owns; empty if of none.
+    bool isHandle = false;        ///< A number that is shown in hexadecimal.
+    bool isFiller = false;        ///< Padding, reserved or opaque, which is shown unless it is 0.
 
     bool IsPayload() const { return offset >= sizeof(VeskVideoMsgHead); }
     bool IsZero() const;
@@ -84,13 +86,26 @@ struct Listing {
     std::string_view needs;                ///< Of a request of the interface: what must come before it.
 };
 
+/// A value that has a name.
+struct ValueWithName {
+    std::string_view field; ///< Last name of the fields in which it has the name,
+    uint64_t value;
+    std::string_view name;
+    std::string_view record = {};   ///< which may be those of one record only.
+    bool isVirtualServices = false; ///< Only if the peer is the virtual service.
+};
+
+/// All values that have names.
+std::span<const ValueWithName> ValuesWithNames();
+
 /// Where a field lies in a message, and which values it can have.
 struct Place {
-    std::string path;      ///< Of the field in which Decode shows it; empty if it shows several.
-    std::string_view name; ///< Its last name.
-    size_t offset = 0;     ///< In the data block.
-    size_t size = 0;       ///< Bytes of all elements; the most, if it is open.
-    size_t count = 1;      ///< Elements.
+    std::string path;        ///< Of the field in which Decode shows it; empty if it shows several.
+    std::string_view name;   ///< Its last name.
+    std::string_view record; ///< Record that it is a field of, which the decoder owns; empty if of none.
+    size_t offset = 0;       ///< In the data block.
+    size_t size = 0;         ///< Bytes of all elements; the most, if it is open.
+    size_t count = 1;        ///< Elements.
     ElementKind kind = ElementKind::kUnsigned;
     bool isArray = false;          ///< An array as a whole, which is given as "1,2,3".
     bool isOpaque = false;         ///< Bytes.
@@ -159,12 +174,15 @@ public:
     const RecordSet& Records() const { return records_; }
 
     /// "CAM_CTRL_QUERY" for 16 in a field whose last name is "cmdType"; empty if the value has no name.
-    std::string_view ValueName(std::string_view field, const Value& value) const;
+    std::string_view ValueName(const Field& field) const;
 
     /// The reverse.
-    std::optional<uint64_t> NamedValue(std::string_view field, std::string_view name) const;
+    std::optional<uint64_t> NamedValue(const Place& place, std::string_view name) const;
 
 private:
+    /// True if the value has its name in the fields of this name in this record.
+    bool IsNamed(const ValueWithName& known, std::string_view record, std::string_view field) const;
+
     RecordSet records_;
     Peer peer_;
     Zeros zeros_;

@@ -76,7 +76,7 @@ uint64_t Integer(const Decoder& decoder, const Place& place, const Assignment& a
     const Range range = RangeOf(place);
     std::optional<uint64_t> number = ParseNumber(assignment.value);
     if (!number)
-        number = decoder.NamedValue(place.name, assignment.value);
+        number = decoder.NamedValue(place, assignment.value);
     if (number && *number <= range.highest)
         return *number;
     const std::optional<int64_t> negative = ParseSigned(assignment.value);

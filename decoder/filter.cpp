@@ -87,7 +87,7 @@ bool Filter::HasValue(const Decoded& message, const Assignment& condition) const
                 return true;
         }
         return condition.value == ValueText(*decoder_, field) ||
-               condition.value == decoder_->ValueName(field.LastName(), field.value);
+               condition.value == decoder_->ValueName(field);
     });
 }
 

@@ -10,24 +10,37 @@ namespace {
 
 using messages::HeaderField;
 
-/// A value that has a name, in all fields of one name.
-struct ValueWithName {
-    std::string_view field;
-    uint64_t value;
-    std::string_view name;
-    Decoder::Peer peer = Decoder::Peer::kUnknown; ///< With which peer it has the name; kUnknown: with any.
-};
-
 constexpr ValueWithName kNamedValues[] = {
     {"cmdType", VESK_VIDEO_CAM_CTRL_QUERY, "CAM_CTRL_QUERY"},
     {"camCtrlCmd", VESK_VIDEO_CAM_CTRL_QUERY, "CAM_CTRL_QUERY"},
     {"codcType", VESK_VIDEO_ENC_SVC_SW, "ENC_SVC_SW"},
     {"codecType", VESK_VIDEO_DEC_SVC_SW, "DEC_SVC_SW"},
     {"portType", VESK_VIDEO_PORT_TYPE_NET_CAMERA, "PORT_TYPE_NET_CAMERA"},
-    {"cmdType", VESK_SERVICE_CAM_LEFT, "CAM_LEFT", Decoder::Peer::kVirtualService},
-    {"cmdType", VESK_SERVICE_CAM_RIGHT, "CAM_RIGHT", Decoder::Peer::kVirtualService},
-    {"cmdType", VESK_SERVICE_CAM_UP, "CAM_UP", Decoder::Peer::kVirtualService},
-    {"cmdType", VESK_SERVICE_CAM_DOWN, "CAM_DOWN", Decoder::Peer::kVirtualService},
+    {"cmdType", VESK_SERVICE_CAM_LEFT, "CAM_LEFT", {}, true},
+    {"cmdType", VESK_SERVICE_CAM_RIGHT, "CAM_RIGHT", {}, true},
+    {"cmdType", VESK_SERVICE_CAM_UP, "CAM_UP", {}, true},
+    {"cmdType", VESK_SERVICE_CAM_DOWN, "CAM_DOWN", {}, true},
+    {"direction", VESK_CONTROL_INPUT, "INPUT"},
+    {"direction", VESK_CONTROL_OUTPUT, "OUTPUT"},
+    {"kind", VESK_CONTROL_ANY, "ANY", "VeskControlMatch"},
+    {"kind", VESK_CONTROL_OF_REQUEST, "OF_REQUEST", "VeskControlMatch"},
+    {"kind", VESK_CONTROL_OF_NOTIFICATION, "OF_NOTIFICATION", "VeskControlMatch"},
+    {"number", VESK_CONTROL_ANY_NUMBER, "ANY_NUMBER", "VeskControlMatch"},
+    {"effect", VESK_CONTROL_EFFECT_RESULT, "EFFECT_RESULT", "VeskControlFault"},
+    {"effect", VESK_CONTROL_EFFECT_DELAY, "EFFECT_DELAY", "VeskControlFault"},
+    {"effect", VESK_CONTROL_EFFECT_NO_ANSWER, "EFFECT_NO_ANSWER", "VeskControlFault"},
+    {"effect", VESK_CONTROL_EFFECT_CLOSE, "EFFECT_CLOSE", "VeskControlFault"},
+    {"effect", VESK_CONTROL_EFFECT_LENGTH, "EFFECT_LENGTH", "VeskControlFault"},
+    {"effect", VESK_CONTROL_EFFECT_GARBAGE, "EFFECT_GARBAGE", "VeskControlFault"},
+    {"effect", VESK_CONTROL_EFFECT_DUPLICATE, "EFFECT_DUPLICATE", "VeskControlFault"},
+    {"effect", VESK_CONTROL_EFFECT_DROP, "EFFECT_DROP", "VeskControlFault"},
+    {"effect", VESK_CONTROL_EFFECT_DIE, "EFFECT_DIE", "VeskControlFault"},
+    {"trigger", VESK_CONTROL_AT_TIME, "AT_TIME", "VeskControlStep"},
+    {"trigger", VESK_CONTROL_AT_MATCH, "AT_MATCH", "VeskControlStep"},
+    {"kind", VESK_CONTROL_SAW_REQUEST, "SAW_REQUEST", "VeskControlMessage"},
+    {"kind", VESK_CONTROL_SAW_ANSWER, "SAW_ANSWER", "VeskControlMessage"},
+    {"kind", VESK_CONTROL_SAW_NO_ANSWER, "SAW_NO_ANSWER", "VeskControlMessage"},
+    {"kind", VESK_CONTROL_SAW_NOTIFICATION, "SAW_NOTIFICATION", "VeskControlMessage"},
 };
 
 /// What the headers say of a request.
@@ -113,22 +126,31 @@ const RecordType* Decoder::PayloadRecord(const Listing& listing) const
     }
 }
 
-std::string_view Decoder::ValueName(std::string_view field, const Value& value) const
+std::span<const ValueWithName> ValuesWithNames()
+{
+    return kNamedValues;
+}
+
+bool Decoder::IsNamed(const ValueWithName& known, std::string_view record, std::string_view field) const
+{
+    return known.field == field && (known.record.empty() || known.record == record) &&
+           (!known.isVirtualServices || peer_ == Peer::kVirtualService);
+}
+
+std::string_view Decoder::ValueName(const Field& field) const
 {
     for (const ValueWithName& known : kNamedValues) {
-        const bool isKnown = known.peer == Peer::kUnknown || known.peer == peer_;
-        if (isKnown && known.field == field &&
-            (value == Value(known.value) || value == Value(static_cast<int64_t>(known.value))))
+        if (IsNamed(known, field.record, field.LastName()) &&
+            (field.value == Value(known.value) || field.value == Value(static_cast<int64_t>(known.value))))
             return known.name;
     }
     return {};
 }
 
-std::optional<uint64_t> Decoder::NamedValue(std::string_view field, std::string_view name) const
+std::optional<uint64_t> Decoder::NamedValue(const Place& place, std::string_view name) const
 {
     for (const ValueWithName& known : kNamedValues) {
-        const bool isKnown = known.peer == Peer::kUnknown || known.peer == peer_;
-        if (isKnown && known.field == field && known.name == name)
+        if (IsNamed(known, place.record, place.name) && known.name == name)
             return known.value;
     }
     return {};

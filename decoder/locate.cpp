@@ -143,6 +143,7 @@ private:
         if (field->isOpaque) // is decoded as one value
             place_.path = whole;
         place_.name = field->name;
+        place_.record = record.name;
         place_.kind = field->kind;
         place_.isOpaque = field->isOpaque && !hasIndex;
         place_.isArray = field->isArray && !hasIndex;

@@ -219,7 +219,7 @@ std::string ValueText(const Decoder& decoder, const Field& field)
         return Quoted(*text);
     if (const double* number = std::get_if<double>(&field.value))
         return FloatText(*number, field.size);
-    const std::string_view name = decoder.ValueName(field.LastName(), field.value);
+    const std::string_view name = decoder.ValueName(field);
     const std::string suffix = name.empty() ? "" : '(' + std::string(name) + ')';
     if (const int64_t* number = std::get_if<int64_t>(&field.value))
         return std::to_string(*number) + suffix;

@@ -182,7 +182,7 @@ std::string PlainValue(const Decoder& decoder, const Field& field)
 {
     if (const std::string* text = std::get_if<std::string>(&field.value))
         return *text;
-    const std::string_view name = decoder.ValueName(field.LastName(), field.value);
+    const std::string_view name = decoder.ValueName(field);
     return name.empty() ? ValueText(decoder, field) : std::string(name);
 }
 

@@ -2,113 +2,183 @@
 
 local vesk = Proto("vesk", "Video interface")
 local HEAD_SIZE = 24 -- of a message
+local RECORDED_SIZE = 152 -- of what a recording puts in front of it
+local REQUEST, ANSWER, NOTIFICATION, DONE = 1, 2, 3, 4
 
 local kinds = {[0] = "note", "request", "answer", "notification", "done"}
 local head = {
+  whole = ProtoField.none("vesk.head", "Recorded"),
   kind = ProtoField.uint8("vesk.head.kind", "Kind", base.DEC, kinds),
   sent = ProtoField.bool("vesk.head.sent", "Sent by the process", 8, nil, 1),
+  synchronous = ProtoField.bool("vesk.head.synchronous", "Synchronous", 8, nil, 2),
   process = ProtoField.uint32("vesk.head.process", "Process"),
   thread = ProtoField.uint32("vesk.head.thread", "Thread"),
   exchange = ProtoField.uint64("vesk.head.exchange", "Exchange"),
+  monotonic = ProtoField.uint64("vesk.head.monotonic", "Monotonic time in ns"),
   duration = ProtoField.uint64("vesk.head.duration", "Duration in ns"),
   platform = ProtoField.uint32("vesk.head.platform", "Platform's result", base.HEX, results),
   number = ProtoField.uint32("vesk.head.number", "Number"),
+  length = ProtoField.uint32("vesk.head.length", "Length of the data"),
+  timeout = ProtoField.uint32("vesk.head.timeout", "Time-out in ms"),
   program = ProtoField.string("vesk.head.program", "Program"),
   from = ProtoField.string("vesk.head.from", "From"),
   to = ProtoField.string("vesk.head.to", "To"),
 }
-local name_field = ProtoField.string("vesk.name", "Name")
-local result_field = ProtoField.uint16("vesk.result", "Result", base.HEX, results)
-
--- One field of Wireshark for all fields of a name and kind: vesk.outEngNo. Other kinds have a suffix.
-local constructors = {
-  u = function(abbreviation, name) return ProtoField.uint64(abbreviation, name, base.DEC) end,
-  h = function(abbreviation, name) return ProtoField.uint64(abbreviation, name, base.HEX) end,
-  i = function(abbreviation, name) return ProtoField.int64(abbreviation, name, base.DEC) end,
-  f4 = function(abbreviation, name) return ProtoField.float(abbreviation, name) end,
-  f8 = function(abbreviation, name) return ProtoField.double(abbreviation, name) end,
-  s = function(abbreviation, name) return ProtoField.string(abbreviation, name) end,
-  b = function(abbreviation, name) return ProtoField.bytes(abbreviation, name) end,
+local generated = {
+  response_in = ProtoField.framenum("vesk.response_in", "Answer in frame", base.NONE, frametype.RESPONSE),
+  response_to = ProtoField.framenum("vesk.response_to", "Answer to frame", base.NONE, frametype.REQUEST),
+  done_in = ProtoField.framenum("vesk.done_in", "Done in frame", base.NONE, frametype.RESPONSE),
+  done_of = ProtoField.framenum("vesk.done_of", "Message in frame", base.NONE, frametype.REQUEST),
+  time = ProtoField.relative_time("vesk.time", "Time"),
 }
-local fields, registered, taken = {}, {}, {name = true, result = true}
 
-local function declare(name, kind)
-  local key = name .. "/" .. kind
-  if fields[key] then return end
-  local abbreviation = taken[name] and name .. "_" .. kind or name
-  taken[name] = true
-  fields[key] = constructors[kind]("vesk." .. abbreviation, name)
-  registered[#registered + 1] = fields[key]
+-- Fields of messages. Wireshark compares a filter's value with that of every field that has the filter's name, without
+-- a look at their types. So the plain name, as in vesk.outEngNo, belongs to values of one class; those of a later class
+-- in this list have a suffix, as in vesk.padding.bytes.
+local classes = {"number", "float", "text", "bytes", "record"}
+local class_of = {u = "number", h = "number", i = "number", f = "float", s = "text", b = "bytes", r = "record"}
+local constructors = {
+  u = function(filter, name, values) return ProtoField.uint64(filter, name, base.DEC, values) end,
+  h = function(filter, name) return ProtoField.uint64(filter, name, base.HEX) end,
+  i = function(filter, name, values) return ProtoField.int64(filter, name, base.DEC, values) end,
+  f = function(filter, name) return ProtoField.double(filter, name) end,
+  s = function(filter, name) return ProtoField.string(filter, name) end,
+  b = function(filter, name) return ProtoField.bytes(filter, name) end,
+  r = function(filter, name) return ProtoField.none(filter, name) end,
+}
+value_names["message.result"] = results
+
+-- Where the values of a field have their names, or nil.
+local function values_of(name, record)
+  local own = (record or "message") .. "." .. name
+  return value_names[own] and own or value_names[name] and name
 end
 
-local function sized(kind, size) return kind == "f" and kind .. size or kind end
+-- Sorts first what has names, which Wireshark takes from the first field of a name, and last what is unsigned: it reads
+-- numbers as the last one can hold them.
+local function key_of(name, kind, values)
+  return name .. (values and "/1" .. values or kind == "i" and "/2" or "/3") .. "/" .. kind
+end
 
-for _, field in pairs(head) do registered[#registered + 1] = field end
-registered[#registered + 1] = name_field
-registered[#registered + 1] = result_field
+local used, fields = {}, {} -- what is declared, by name, class and key; Wireshark's fields by key
+
+local function declare(name, kind, record)
+  local class = class_of[kind]
+  used[name] = used[name] or {}
+  used[name][class] = used[name][class] or {}
+  used[name][class][key_of(name, kind)] = {kind = kind}
+  local values = values_of(name, record)
+  if values then used[name][class][key_of(name, kind, values)] = {kind = kind, values = value_names[values]} end
+end
+
 local function declare_all()
-  local names = {}
-  for name in pairs(records) do names[#names + 1] = name end
-  table.sort(names) -- the same suffixes each time
-  for _, name in ipairs(names) do
-    for _, field in ipairs(records[name]) do
-      if field[5] ~= "r" then
-        declare(field[1], sized(field[5], field[3]))
-        if field[5] ~= "b" then declare(field[1], "b") end -- what there is of a value that is cut off
-      end
+  for record, description in pairs(records) do
+    for _, field in ipairs(description) do
+      declare(field[1], field[5], record)
+      declare(field[1], "b") -- what there is of a value that is cut off
     end
   end
   for _, messages in ipairs({requests, answers, notifications}) do
-    local numbers = {}
-    for number in pairs(messages) do numbers[#numbers + 1] = number end
-    table.sort(numbers)
-    for _, number in ipairs(numbers) do
-      local message = messages[number]
+    for _, message in pairs(messages) do
       for _, argument in ipairs(message.arguments) do declare(argument[1], argument[4]) end
       if message.number then declare(message.number[1], message.number[2]) end
     end
   end
-  declare("text", "s")
-  declare("data", "b")
-  declare("rest", "b")
-  for _, field in ipairs({"uwSubMsgID", "ulParam1", "ulParam2"}) do declare(field, "u") end
-end
-declare_all()
-vesk.fields = registered
-
-local function add(tree, path, name, kind, range)
-  local item
-  local field = fields[name .. "/" .. sized(kind, range:len())]
-  if kind == "s" then
-    local text = range:raw():match("^[^%z]*")
-    item = tree:add(field, range, text)
-  elseif kind == "b" then
-    item = tree:add(field, range)
-  else
-    item = tree:add_le(field, range)
+  for name, kind in pairs({name = "s", result = "u", text = "s", data = "b", rest = "b", entry = "r",
+                           uwSubMsgID = "u", ulParam1 = "u", ulParam2 = "u"}) do
+    declare(name, kind)
   end
-  local text = item.text -- none while nobody looks at the tree
-  if text and path ~= name then item:set_text(path .. text:sub(#name + 1)) end
 end
 
-local function add_bytes(tree, path, name, tvb, first, last)
+local function sorted_keys(map)
+  local keys = {}
+  for key in pairs(map) do keys[#keys + 1] = key end
+  table.sort(keys)
+  return keys
+end
+
+local function register_all()
+  local registered = {}
+  for _, list in ipairs({head, generated}) do
+    for _, field in pairs(list) do registered[#registered + 1] = field end
+  end
+  for _, name in ipairs(sorted_keys(used)) do
+    local is_taken = generated[name] or name == "head"
+    for _, class in ipairs(classes) do
+      local declared = used[name][class] or {}
+      local filter = "vesk." .. name .. (is_taken and "." .. class or "")
+      for _, key in ipairs(sorted_keys(declared)) do
+        fields[key] = constructors[declared[key].kind](filter, name, declared[key].values)
+        registered[#registered + 1] = fields[key]
+        is_taken = true
+      end
+    end
+  end
+  vesk.fields = registered
+end
+
+declare_all()
+register_all()
+
+-- The first bytes of characters in UTF-8; bytes from 0x80 to 0xbf follow.
+local characters = {"^[\xc2-\xdf].", "^\xe0[\xa0-\xbf].", "^[\xe1-\xec\xee\xef]..", "^\xed[\x80-\x9f].",
+  "^\xf0[\x90-\xbf]..", "^[\xf1-\xf3]...", "^\xf4[\x80-\x8f].."}
+local REPLACEMENT = "\xef\xbf\xbd"
+
+-- The text up to its NUL. What is not UTF-8 in it is replaced, or tshark would write JSON and XML that nobody can read.
+local function text_of(range)
+  local text = range:raw():match("^[^%z]*")
+  return (text:gsub("[\x80-\xff][\x80-\xbf]*", function(bytes)
+    for _, character in ipairs(characters) do
+      local found = bytes:match(character)
+      if found then return #found == #bytes and bytes or found .. REPLACEMENT end
+    end
+    return REPLACEMENT
+  end))
+end
+
+-- Of the numbers of type double that a float may stand for, the shortest: 0.1, as people write it in filters.
+local function float_of(range)
+  local value = range:le_float()
+  if range:len() == 8 then return value end
+  for digits = 6, 9 do
+    local short = tonumber(string.format("%." .. digits .. "g", value))
+    if short and Struct.unpack("<f", Struct.pack("<f", short)) == value then return short end
+  end
+  return value
+end
+
+local function add(tree, name, kind, range, record)
+  local field = fields[key_of(name, kind)]
+  if kind == "s" then
+    return tree:add(field, range, text_of(range))
+  elseif kind == "f" then
+    return tree:add(field, range, float_of(range))
+  elseif kind == "b" or kind == "r" then
+    return tree:add(field, range)
+  end
+  local values = values_of(name, record)
+  local is_named = values and value_names[values][range:le_uint64():tonumber()]
+  return tree:add_le(is_named and fields[key_of(name, kind, values)] or field, range)
+end
+
+-- Bytes of a message from an offset up to another one, or as many as there are.
+local function add_bytes(tree, name, tvb, first, last)
   last = math.min(last or tvb:len(), tvb:len())
-  if first < last then add(tree, path, name, "b", tvb(first, last - first)) end
+  if first < last then add(tree, name, "b", tvb(first, last - first)) end
 end
 
-local function add_record(tree, record, prefix, tvb, offset)
-  for _, field in ipairs(record) do
+local function add_record(tree, record, tvb, offset)
+  for _, field in ipairs(records[record]) do
     local name, size, elements, kind = field[1], field[3], field[4], field[5]
     for i = 0, math.max(elements, 1) - 1 do
       local at = offset + field[2] + i * size
       if at >= tvb:len() then break end
-      local path = prefix .. name .. (elements > 0 and "[" .. i .. "]" or "")
       local present = math.min(size, tvb:len() - at)
-      if kind == "r" then
-        add_record(tree, records[field[6]], path .. ".", tvb, at)
-      else
-        add(tree, path, name, present == size and kind or "b", tvb(at, present))
-      end
+      local item = add(tree, name, kind ~= "r" and present < size and "b" or kind, tvb(at, present), record)
+      local text = item.text -- none while nobody looks at the tree
+      if elements > 0 and text then item:set_text(name .. "[" .. i .. "]" .. text:sub(#name + 1)) end
+      if kind == "r" then add_record(item, field[6], tvb, at) end
     end
   end
 end
@@ -118,89 +188,146 @@ local function add_payload(tree, message, tvb)
   if size == 0 then return end
   local record = records[message.record]
   if message.number and size == message.size then
-    add(tree, message.number[1], message.number[1], message.number[2], tvb(HEAD_SIZE, size))
+    add(tree, message.number[1], message.number[2], tvb(HEAD_SIZE, size))
   elseif message.isText then
-    add(tree, "text", "text", "s", tvb(HEAD_SIZE, size))
+    add(tree, "text", "s", tvb(HEAD_SIZE, size))
   elseif record and message.isArray then
     for i = 0, math.ceil(size / message.size) - 1 do
-      local offset, prefix = HEAD_SIZE + i * message.size, "[" .. i .. "]."
-      add_record(tree, record, prefix, tvb, offset)
-      add_bytes(tree, prefix .. "rest", "rest", tvb, offset + record.size, offset + message.size)
+      local offset = HEAD_SIZE + i * message.size
+      local entry = add(tree, "entry", "r", tvb(offset, math.min(message.size, tvb:len() - offset)))
+      entry:set_text("[" .. i .. "]")
+      add_record(entry, message.record, tvb, offset)
+      add_bytes(entry, "rest", tvb, offset + record.size, offset + message.size)
     end
   elseif record then
-    add_record(tree, record, "", tvb, HEAD_SIZE)
-    add_bytes(tree, "rest", "rest", tvb, HEAD_SIZE + record.size)
+    add_record(tree, message.record, tvb, HEAD_SIZE)
+    add_bytes(tree, "rest", tvb, HEAD_SIZE + record.size)
   else
-    add_bytes(tree, "data", "data", tvb, HEAD_SIZE)
+    add_bytes(tree, "data", tvb, HEAD_SIZE)
   end
 end
 
 local no_message = {arguments = {
   {"uwSubMsgID", 6, 2, "u", false}, {"ulParam1", 8, 8, "u", false}, {"ulParam2", 16, 4, "u", false}}}
 
+-- What a message of a kind and number is called, and what it consists of.
+local function listed(kind, number)
+  local message = (({requests, answers, notifications})[kind] or {})[number] or no_message
+  return message.name or tostring(number), message
+end
+
+local function summary_of(name, kind, range)
+  local value = kind == "i" and range:le_int64() or range:le_uint64()
+  return string.format(" %s=%s", name, kind == "h" and "0x" .. value:tohex():gsub("^0+(.)", "%1") or tostring(value))
+end
+
 -- Adds the fields of a message and returns its summary.
 local function add_message(tree, kind, number, tvb)
-  local listed = ({requests, answers, notifications})[kind]
-  local message = listed[number] or no_message
-  local name = message.name or tostring(number)
-  tree:add(name_field, tvb(0, 0), name)
+  local name, message = listed(kind, number)
+  tree:add(fields[key_of("name", "s")], tvb(0, 0), name)
   if tvb:len() < HEAD_SIZE then
-    add_bytes(tree, "data", "data", tvb, 0)
+    add_bytes(tree, "data", tvb, 0)
     return name
   end
   local summary = name
-  if kind == 2 then
+  if kind == ANSWER then
     local result = tvb(6, 2):le_uint()
-    tree:add_le(result_field, tvb(6, 2))
+    add(tree, "result", "u", tvb(6, 2))
     summary = string.format("%s -> %s", name, results[result] or string.format("0x%x", result))
   end
   for _, argument in ipairs(message.arguments) do
     local range = tvb(argument[2], argument[3])
-    local value = range:le_uint64()
-    if argument[5] or (value ~= UInt64(0) and not (kind == 2 and argument[1] == "uwSubMsgID")) then
-      add(tree, argument[1], argument[1], argument[4], range)
-      local shown = argument[4] == "i" and range:le_int() or value
-      summary = summary .. " " .. argument[1] .. "=" .. tostring(shown)
+    if argument[5] or (range:le_uint64() ~= UInt64(0) and not (kind == ANSWER and argument[1] == "uwSubMsgID")) then
+      add(tree, argument[1], argument[4], range)
+      summary = summary .. summary_of(argument[1], argument[4], range)
     end
+  end
+  if message.number and tvb:len() == HEAD_SIZE + message.size then
+    summary = summary .. summary_of(message.number[1], message.number[2], tvb(HEAD_SIZE))
   end
   add_payload(tree, message, tvb)
   return summary
 end
 
+-- Exchanges: those without an end by process and number, and all by the frames of their messages.
+local open, exchanges = {}, {}
+function vesk.init() open, exchanges = {}, {} end
+
+local function follow_exchange(kind, number, tvb, pinfo)
+  local exchange = tvb(16, 8):le_uint64()
+  if pinfo.visited or exchange == UInt64(0) then return end
+  local key = tvb(8, 4):le_uint() .. "/" .. tostring(exchange)
+  if kind == REQUEST or kind == NOTIFICATION then
+    open[key] = {begin = pinfo.number, name = listed(kind, number)}
+    exchanges[pinfo.number] = open[key]
+  elseif open[key] then
+    open[key].finish, open[key].finishKind = pinfo.number, kind
+    exchanges[pinfo.number], open[key] = open[key], nil
+  end
+end
+
+local function add_generated(tree, field, value)
+  tree:add(field, value):set_generated()
+end
+
+-- Adds what the recording tells about an exchange in other packets than this one. Returns the exchange.
+local function add_exchange(tree, kind, tvb, pinfo)
+  local exchange = exchanges[pinfo.number] or {}
+  if exchange.finish and exchange.begin == pinfo.number then
+    add_generated(tree, exchange.finishKind == ANSWER and generated.response_in or generated.done_in, exchange.finish)
+  elseif exchange.finish then
+    add_generated(tree, kind == ANSWER and generated.response_to or generated.done_of, exchange.begin)
+  end
+  if kind == ANSWER or kind == DONE then
+    local ns = tvb(32, 8):le_uint64()
+    add_generated(tree, generated.time, NSTime((ns / 1000000000):tonumber(), (ns % 1000000000):tonumber()))
+  end
+  return exchange
+end
+
+local function add_head(tree, tvb)
+  tree:add(head.kind, tvb(4, 1))
+  tree:add(head.sent, tvb(5, 1))
+  tree:add(head.synchronous, tvb(5, 1))
+  tree:add_le(head.process, tvb(8, 4))
+  tree:add_le(head.thread, tvb(12, 4))
+  tree:add_le(head.exchange, tvb(16, 8))
+  tree:add_le(head.monotonic, tvb(24, 8))
+  tree:add_le(head.duration, tvb(32, 8))
+  tree:add_le(head.platform, tvb(40, 4))
+  tree:add_le(head.number, tvb(44, 4))
+  tree:add_le(head.length, tvb(48, 4))
+  tree:add_le(head.timeout, tvb(52, 4))
+  tree:add(head.program, tvb(56, 32), text_of(tvb(56, 32)))
+  local from = text_of(tvb(88, 16)) .. "/" .. text_of(tvb(104, 16))
+  local to = text_of(tvb(120, 16)) .. "/" .. text_of(tvb(136, 16))
+  tree:add(head.from, tvb(88, 32), from)
+  tree:add(head.to, tvb(120, 32), to)
+  return from, to
+end
+
 function vesk.dissector(tvb, pinfo, root)
-  if tvb:len() < 152 or tvb(0, 2):le_uint() ~= 1 then return 0 end
+  if tvb:len() < RECORDED_SIZE or tvb(0, 2):le_uint() ~= 1 then return 0 end
+  local kind, size, number = tvb(4, 1):uint(), tvb(2, 2):le_uint(), tvb(44, 4):le_uint()
+  if size < RECORDED_SIZE or size > tvb:len() then return 0 end
   pinfo.cols.protocol = "VESK"
-  local kind, size = tvb(4, 1):uint(), tvb(2, 2):le_uint()
   local tree = root:add(vesk, tvb())
-  local recorded = tree:add(vesk, tvb(0, size), "Recorded")
-  recorded:add(head.kind, tvb(4, 1))
-  recorded:add(head.sent, tvb(5, 1))
-  recorded:add_le(head.process, tvb(8, 4))
-  recorded:add_le(head.thread, tvb(12, 4))
-  recorded:add_le(head.exchange, tvb(16, 8))
-  recorded:add_le(head.duration, tvb(32, 8))
-  recorded:add_le(head.platform, tvb(40, 4))
-  recorded:add_le(head.number, tvb(44, 4))
-  recorded:add(head.program, tvb(56, 32))
-  local from = tvb(88, 16):stringz() .. "/" .. tvb(104, 16):stringz()
-  local to = tvb(120, 16):stringz() .. "/" .. tvb(136, 16):stringz()
-  recorded:add(head.from, tvb(88, 32), from)
-  recorded:add(head.to, tvb(120, 32), to)
-  local number = tvb(44, 4):le_uint()
-  local listed = ({requests, answers, notifications})[kind]
-  if not listed then
-    pinfo.cols.info = kind == 4 and string.format("%u done in %s ns", number, tostring(tvb(32, 8):le_uint64())) or "note"
+  local from, to = add_head(tree:add(head.whole, tvb(0, size)), tvb)
+  follow_exchange(kind, number, tvb, pinfo)
+  local exchange = add_exchange(tree, kind, tvb, pinfo)
+  if kind ~= REQUEST and kind ~= ANSWER and kind ~= NOTIFICATION then
+    pinfo.cols.info = kind == DONE and string.format("%s done in %s ns", exchange.name or number,
+      tostring(tvb(32, 8):le_uint64())) or "note"
     return tvb:len()
   end
   pinfo.cols.src = from
   pinfo.cols.dst = to
-  local prefix = kind == 3 and number .. " " or ""
+  local prefix = kind == NOTIFICATION and number .. " " or ""
   if size < tvb:len() then
     pinfo.cols.info = prefix .. add_message(tree, kind, number, tvb(size):tvb())
   else
-    local message = listed[number]
-    pinfo.cols.info = string.format("%s%s: no data, platform's result 0x%x", prefix,
-      message and message.name or number, tvb(40, 4):le_uint())
+    pinfo.cols.info = string.format("%s%s: no data, platform's result 0x%x", prefix, (listed(kind, number)),
+      tvb(40, 4):le_uint())
   end
   return tvb:len()
 end
