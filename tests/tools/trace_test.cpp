@@ -74,6 +74,8 @@ std::map<std::string, size_t> WiresharkFilters(const std::string& lines)
                 continue;
             const Listing listing = decoder.Describe(direction, json[kind]["number"]);
             std::set<std::string> filters{"vesk.name", "vesk.name == " + json[kind]["name"].dump()};
+            if (json[kind].contains("problem"))
+                filters.insert({"vesk.problem", "_ws.expert.message == " + json[kind]["problem"].dump()});
             for (const Assignment& field : AssignmentsOf(json[kind].dump(), "")) {
                 if (direction == Direction::kAnswer && field.path == "result") {
                     filters.insert({"vesk.result", "vesk.result == " + field.value, "vesk.response_to",
@@ -257,13 +259,15 @@ TEST_F(TourTest, WiresharkFindsWhatDecodeShows)
     if (Shell("command -v tshark").status != 0)
         GTEST_SKIP() << "tshark is not installed: its view is not compared";
     for (size_t at = 0; (at = recording.find("NET-CAMERA", at)) != recording.npos;)
-        recording.replace(at, 10, "NET\xff\xe2\x82MERA"); // no UTF-8
+        recording.replace(at, 10, "NET\xff\xe2\x82MERA");         // no UTF-8
+    recording.replace(recording.find("picture.yuv"), 1, 1, '\0'); // a text with a NUL in the middle
     std::ofstream(file) << recording;
     const Result decoded = Shell(kVeskctl + "decode --json --all " + file);
     EXPECT_EQ(decoded.status, 0);
     std::map<std::string, size_t> expected = WiresharkFilters(decoded.output);
     EXPECT_GE(expected.size(), 300U);
     expected["vesk.cmdType == \"CAM_CTRL_QUERY\""] = expected["vesk.cmdType == 16"];
+    EXPECT_EQ(expected["vesk.problem"], 1U);
     expected["vesk.result == \"OK\""] = expected["vesk.result == 0"];
 
     std::ofstream filters(file + ".filters");

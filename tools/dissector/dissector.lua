@@ -32,6 +32,13 @@ local generated = {
   time = ProtoField.relative_time("vesk.time", "Time"),
 }
 
+local experts = {
+  problem = ProtoExpert.new("vesk.problem", "Malformed", expert.group.MALFORMED, expert.severity.ERROR),
+  refused = ProtoExpert.new("vesk.refused", "Refused", expert.group.RESPONSE_CODE, expert.severity.NOTE),
+  unanswered = ProtoExpert.new("vesk.unanswered", "No answer", expert.group.RESPONSE_CODE, expert.severity.WARN),
+}
+vesk.experts = experts
+
 -- Fields of messages. Wireshark compares a filter's value with that of every field that has the filter's name, without
 -- a look at their types. So the plain name, as in vesk.outEngNo, belongs to values of one class; those of a later class
 -- in this list have a suffix, as in vesk.padding.bytes.
@@ -103,7 +110,7 @@ local function register_all()
     for _, field in pairs(list) do registered[#registered + 1] = field end
   end
   for _, name in ipairs(sorted_keys(used)) do
-    local is_taken = generated[name] or name == "head"
+    local is_taken = generated[name] or experts[name] or name == "head"
     for _, class in ipairs(classes) do
       local declared = used[name][class] or {}
       local filter = "vesk." .. name .. (is_taken and "." .. class or "")
@@ -189,9 +196,9 @@ local function add_payload(tree, message, tvb)
   local record = records[message.record]
   if message.number and size == message.size then
     add(tree, message.number[1], message.number[2], tvb(HEAD_SIZE, size))
-  elseif message.isText then
+  elseif message.form == "text" then
     add(tree, "text", "s", tvb(HEAD_SIZE, size))
-  elseif record and message.isArray then
+  elseif record and message.form == "array" then
     for i = 0, math.ceil(size / message.size) - 1 do
       local offset = HEAD_SIZE + i * message.size
       local entry = add(tree, "entry", "r", tvb(offset, math.min(message.size, tvb:len() - offset)))
@@ -216,6 +223,32 @@ local function listed(kind, number)
   return message.name or tostring(number), message
 end
 
+local function bytes_of(size) return size .. (size == 1 and " byte" or " bytes") end
+
+-- What is wrong with the length or form of a message that has a header, or nil.
+local function problem_of(kind, message, tvb)
+  local size, expected = tvb:len() - HEAD_SIZE, message.size
+  local has = "the payload has " .. bytes_of(size)
+  if not message.form then
+    return "the number is not listed"
+  elseif kind == ANSWER and size == 0 and tvb(6, 2):le_uint() ~= 0 then
+    return nil -- refused
+  elseif message.form == "record" and (size < expected or size > expected and kind ~= NOTIFICATION) then
+    return has .. " instead of " .. expected
+  elseif message.form == "array" then
+    local present = tostring(math.floor(size / expected))
+    local count = kind == ANSWER and present or tostring(tvb(message.count[1], message.count[2]):le_uint64())
+    if size % expected ~= 0 or present ~= count then
+      return string.format("%s, not %s entries of %s", has, count, bytes_of(expected))
+    end
+  elseif message.form == "text" and
+    (size == 0 or size > expected or tvb(HEAD_SIZE):raw():find("\0", 1, true) ~= size) then
+    return string.format("%s, not a text of at most %u with its NUL", has, expected)
+  elseif message.form == "none" and size > 0 then
+    return has .. " where none is expected"
+  end
+end
+
 local function summary_of(name, kind, range)
   local value = kind == "i" and range:le_int64() or range:le_uint64()
   return string.format(" %s=%s", name, kind == "h" and "0x" .. value:tohex():gsub("^0+(.)", "%1") or tostring(value))
@@ -227,13 +260,16 @@ local function add_message(tree, kind, number, tvb)
   tree:add(fields[key_of("name", "s")], tvb(0, 0), name)
   if tvb:len() < HEAD_SIZE then
     add_bytes(tree, "data", tvb, 0)
+    tree:add_proto_expert_info(experts.problem, "a message of " .. bytes_of(tvb:len()) .. " has no header")
     return name
   end
   local summary = name
   if kind == ANSWER then
     local result = tvb(6, 2):le_uint()
-    add(tree, "result", "u", tvb(6, 2))
-    summary = string.format("%s -> %s", name, results[result] or string.format("0x%x", result))
+    local item = add(tree, "result", "u", tvb(6, 2))
+    local text = results[result] or string.format("0x%x", result)
+    if result ~= 0 then item:add_proto_expert_info(experts.refused, "refused: " .. text) end
+    summary = name .. " -> " .. text
   end
   for _, argument in ipairs(message.arguments) do
     local range = tvb(argument[2], argument[3])
@@ -246,7 +282,9 @@ local function add_message(tree, kind, number, tvb)
     summary = summary .. summary_of(message.number[1], message.number[2], tvb(HEAD_SIZE))
   end
   add_payload(tree, message, tvb)
-  return summary
+  local problem = problem_of(kind, message, tvb)
+  if problem then tree:add_proto_expert_info(experts.problem, problem) end
+  return problem and string.format("%s (%s)", summary, problem) or summary
 end
 
 -- Exchanges: those without an end by process and number, and all by the frames of their messages.
@@ -326,8 +364,10 @@ function vesk.dissector(tvb, pinfo, root)
   if size < tvb:len() then
     pinfo.cols.info = prefix .. add_message(tree, kind, number, tvb(size):tvb())
   else
-    pinfo.cols.info = string.format("%s%s: no data, platform's result 0x%x", prefix, (listed(kind, number)),
-      tvb(40, 4):le_uint())
+    local platform = tvb(40, 4):le_uint()
+    local text = string.format("no data, platform's result %s", results[platform] or string.format("0x%x", platform))
+    pinfo.cols.info = string.format("%s%s: %s", prefix, (listed(kind, number)), text)
+    if platform ~= 0 then tree:add_proto_expert_info(experts.unanswered, text) end
   end
   return tvb:len()
 end

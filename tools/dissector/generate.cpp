@@ -24,6 +24,13 @@ std::string Letter(ElementKind kind, bool isOpaque, bool isHandle)
     return Quoted(isOpaque ? "b" : isHandle ? "h" : std::string(1, kLetters[static_cast<size_t>(kind)]));
 }
 
+/// What follows the header.
+std::string_view FormName(messages::Kind kind)
+{
+    constexpr std::string_view kNames[] = {"none", "record", "array", "text", "bytes", "none"};
+    return kNames[static_cast<size_t>(kind)];
+}
+
 /// The records of all messages, and those that they consist of.
 using Records = std::map<std::string, const RecordType*>;
 
@@ -68,18 +75,20 @@ void PrintMessage(const Decoder& decoder, Direction direction, uint32_t number, 
     }
     const messages::Form& form = *listing.form;
     const RecordType* record = decoder.PayloadRecord(listing);
-    const bool isText = form.kind == messages::Kind::kText;
-    const bool isArray = form.kind == messages::Kind::kArray;
     const bool isNumber = form.name[0] != '\0';
-    std::printf("}, size = %zu", form.size);
+    std::printf("}, form = %s, size = %zu", Quoted(FormName(form.kind)).c_str(), form.size);
     if (isNumber)
         std::printf(", number = {%s, %s}", Quoted(form.name).c_str(),
                     std::string_view(form.name).ends_with("Handle") ? "\"h\"" : "\"u\"");
     else if (record != nullptr) {
         Collect(*record, records);
-        std::printf(", record = %s, isArray = %s", Quoted(record->name).c_str(), isArray ? "true" : "false");
+        std::printf(", record = %s", Quoted(record->name).c_str());
     }
-    std::printf("%s},\n", isText ? ", isText = true" : "");
+    for (const HeaderArgument& argument : listing.arguments) {
+        if (form.kind == messages::Kind::kArray && argument.field == form.count)
+            std::printf(", count = {%zu, %zu}", argument.offset, argument.size);
+    }
+    std::printf("},\n");
 }
 
 template <class Message>
