@@ -131,6 +131,11 @@ TEST(Decoder, Lines)
         {kNotification, 5, "encStmNo=5000000000", "5 IFREAME_REQUEST encStmNo=5000000000"},
         {kRequest, 39, "encStmNo=1 lossRate=0.1", "SET_ENC_FEC_PARAM encStmNo=1 lossRate=0.1 constLostNum=0"},
         {kRequest, 147, "inEngNo=1 cmdType=CAM_LEFT", "CAMERA_CONTROL inEngNo=1 cmdType=1(CAM_LEFT)"},
+        {kRequest, 0x4005, "match.kind=OF_REQUEST effect=EFFECT_DELAY",
+         "CONTROL_FAULT_ADD match.kind=1(OF_REQUEST) match.number=0 match.procName=\"\" match.conditions=0 "
+         "match.condition[0..7]=0 effect=2(EFFECT_DELAY) isRelative=0 value=0 after=0 every=0 count=0 "
+         "percent=0 "
+         "seed=0"},
         {kRequest, 161, "resultCode=-1 projectionData=255",
          "SET_ANDROID_MMEDIA_PROJECTION resultCode=-1 projectionData=0xff"},
         {kRequest, 144, "filterParam=1 [1].serviceData=01",

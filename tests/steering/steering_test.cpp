@@ -68,10 +68,11 @@ TEST(ControlWords, BecomeMessages)
         const char* words;
         const char* line;
     } kRows[] = {
-        {"plug input 1 --mode 1920x1080@60", "CONTROL_PLUG direction=0 port=1 width=1920 height=1080 fr=60"},
-        {"plug output 0", "CONTROL_PLUG direction=1 port=0 width=0 height=0 fr=0"},
-        {"unplug output 2", "CONTROL_UNPLUG direction=1 port=2"},
-        {"mode input 0 640x480@30", "CONTROL_MODE direction=0 port=0 width=640 height=480 fr=30"},
+        {"plug input 1 --mode 1920x1080@60",
+         "CONTROL_PLUG direction=0(INPUT) port=1 width=1920 height=1080 fr=60"},
+        {"plug output 0", "CONTROL_PLUG direction=1(OUTPUT) port=0 width=0 height=0 fr=0"},
+        {"unplug output 2", "CONTROL_UNPLUG direction=1(OUTPUT) port=2"},
+        {"mode input 0 640x480@30", "CONTROL_MODE direction=0(INPUT) port=0 width=640 height=480 fr=30"},
         {"notify VO_PORT_PLUG_STATE port=1 val=2 --to tour",
          R"(CONTROL_NOTIFY procName="tour" notifyId=100 param2=0 param1=0 rest=01(00*83)02000000)"},
         {"notify LOCAL_LOOP_STATE action=3 result=4 --length 2",
@@ -252,7 +253,7 @@ at = 86400
 do = "notify VO_PORT_PLUG_STATE --raw 010203"
 )"),
               (std::vector<std::string>{
-                  "at 2500: CONTROL_UNPLUG direction=0 port=0",
+                  "at 2500: CONTROL_UNPLUG direction=0(INPUT) port=0",
                   StepsOf("[[step]]\non = 'VO_START @8=01'\napp = 'tour'\nnth = 3\n"
                           "do = 'fault add * delay 200 --count 1'")[0],
                   "on 27 x3 tour/1: CONTROL_TIME advanceMs=3",
