@@ -156,7 +156,7 @@ void LoopCodecs(uint32_t queue, uint32_t& encoder, uint32_t& decoder)
     Step("VeskVideoEncoderSetParamEx", VeskVideoEncoderSetParamEx(encoder, &encEx));
     Step("VeskVideoEncoderGetParamEx", VeskVideoEncoderGetParamEx(encoder, &encExRead));
     Expect(Same(enc, encRead) && Same(encEx, encExRead), "encoder parameters are read back as they were set");
-    const VeskVideoEncFecParam fec{0.5F, 2};
+    const VeskVideoEncFecParam fec{0.1F, 2};
     Step("VeskVideoEncoderSetFecParam", VeskVideoEncoderSetFecParam(encoder, &fec));
     Step("VeskVideoEncoderSetQueHandle", VeskVideoEncoderSetQueHandle(encoder, queue));
 

@@ -61,10 +61,10 @@ local function values_of(name, record)
   return value_names[own] and own or value_names[name] and name
 end
 
--- Sorts first what has names, which Wireshark takes from the first field of a name, and last what is unsigned: it reads
--- numbers as the last one can hold them.
+-- Sorts first what has names, which Wireshark takes from the first field of a name, and after "i" what is unsigned: it
+-- reads a filter's number as the last one's.
 local function key_of(name, kind, values)
-  return name .. (values and "/1" .. values or kind == "i" and "/2" or "/3") .. "/" .. kind
+  return name .. (values and "/1" .. values or "/2") .. "/" .. kind
 end
 
 local used, fields = {}, {} -- what is declared, by name, class and key; Wireshark's fields by key
@@ -82,7 +82,7 @@ local function declare_all()
   for record, description in pairs(records) do
     for _, field in ipairs(description) do
       declare(field[1], field[5], record)
-      declare(field[1], "b") -- what there is of a value that is cut off
+      if field[5] ~= "r" then declare(field[1], "b") end -- what there is of a value that is cut off
     end
   end
   for _, messages in ipairs({requests, answers, notifications}) do
