@@ -27,8 +27,8 @@ J call INIT --service NOBODY/VCTL
 J wait VO_PORT_PLUG_STATE
 J monitor --count 2
 printf '%s\n' 'device notify 208' 'wait 208' 'expect 515 VO_START outEngNo=77' 'list records' 'describe 0' | J run
-J trace --summary -- device_tour > /dev/null
-veskctl trace -o tour -- device_tour > /dev/null && J decode tour --all --peer unknown; J decode tour --summary
+J trace --summary -- vesk-device-tour > /dev/null
+veskctl trace -o tour -- vesk-device-tour > /dev/null && J decode tour --all --peer unknown; J decode tour --summary
 J replay tour
 veskctl run $SCENE > scene 2>&1 & until_ready grep DEC_DELETE scene && J device state
 J device fault add VO_START result BUSY; J device fault list; J device fault clear
