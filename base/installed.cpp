@@ -36,7 +36,7 @@ InstalledFiles Installed(const std::string& kind)
 
 std::string FindFile(const std::string& name, const std::string& kind)
 {
-    if (name.find('/') != name.npos || access(name.c_str(), F_OK) == 0)
+    if (name == "-" || name.find('/') != name.npos || access(name.c_str(), F_OK) == 0)
         return name;
     const InstalledFiles installed = Installed(kind);
     if (installed.names.empty())

@@ -18,7 +18,7 @@ struct InstalledFiles {
 /// @param kind  "devices" or "scenarios"
 InstalledFiles Installed(const std::string& kind);
 
-/// The path of a file that a user names: that file, or else the installed one of that name.
+/// The path of a file that a user names: that file, or else the installed one of that name; - stays.
 /// @throw Error, which tells where it was looked for and what is there
 std::string FindFile(const std::string& name, const std::string& kind);
 
