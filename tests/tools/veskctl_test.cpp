@@ -224,6 +224,7 @@ TEST_F(VeskctlTest, StatusesAndOutput)
         {"complete -- device notify DISPLAY_FIRST_FRAME port", 0, "portName=\n"},
         {"complete -- device mode input 0 --pe", 0, "--peer\n"},
         {"complete -- --peer unknown wait --timeout 5 DISPLAY_FI", 0, "DISPLAY_FIRST_FRAME\n"},
+        {"complete --describe -- device fault cl", 0, "clear Take a rule away, or all\n"},
         {"completion tcsh", 2, "SHELL: "},
         {"nonsense", 2, ""},
         {"--version", 0, "veskctl "},

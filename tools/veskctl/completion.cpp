@@ -25,6 +25,19 @@ namespace {
 
 using List = std::vector<std::string>;
 
+constexpr char kMeaningFollows = '\t';
+
+/// A word and what it means, which whoever completes may also be told.
+std::string Meaning(std::string_view word, std::string_view meaning)
+{
+    return std::string(word).append(1, kMeaningFollows).append(meaning);
+}
+
+std::string WordOf(const std::string& candidate)
+{
+    return candidate.substr(0, candidate.find(kMeaningFollows));
+}
+
 List Texts(const std::vector<std::string_view>& names)
 {
     return {names.begin(), names.end()};
@@ -43,7 +56,7 @@ List ResultNames()
 {
     List names;
     for (const ResultCode& code : ResultCodes())
-        names.emplace_back(ResultName(code.code));
+        names.push_back(Meaning(ResultName(code.code), code.meaning));
     return names;
 }
 
@@ -166,13 +179,18 @@ List StartingWith(List names, const std::string& start)
     return names;
 }
 
+List CandidatesAt(const List& words);
+
 /// A command line as far as it is written, but for its last word.
 class Written {
 public:
     explicit Written(const CommandLine& program) : at_(&program)
     {
-        AddOptions({{.name = "-h,--help", .place = static_cast<bool*>(nullptr), .help = ""},
-                    {.name = "--version", .place = static_cast<bool*>(nullptr), .help = ""}});
+        AddOptions(
+            {{.name = "-h,--help", .place = static_cast<bool*>(nullptr), .help = "Print the help and exit"},
+             {.name = "--version",
+              .place = static_cast<bool*>(nullptr),
+              .help = "Print the version and exit"}});
         AddOptions(program.options);
     }
 
@@ -205,7 +223,7 @@ public:
         List names = ArgumentValues(decoder, last);
         for (const CommandLine& command : at_->commands) {
             if (before_.empty() && hasOptions_ && !command.summary.empty())
-                names.push_back(command.name);
+                names.push_back(Meaning(command.name, command.summary));
         }
         return names;
     }
@@ -233,7 +251,7 @@ private:
         List names;
         for (const auto& [name, option] : options_) {
             if (name.starts_with("--"))
-                names.push_back(name);
+                names.push_back(Meaning(name, option.help));
         }
         return names;
     }
@@ -252,7 +270,7 @@ private:
             std::filesystem::path(before_[0]).filename() == "veskctl") {
             List words(before_.begin() + 1, before_.end());
             words.push_back(last);
-            return Complete(words);
+            return CandidatesAt(words);
         }
         if (before_.size() < arguments.size() && !arguments[before_.size()]->choices.empty())
             return arguments[before_.size()]->choices;
@@ -266,9 +284,8 @@ private:
     bool hasOptions_ = true;         ///< A word with a hyphen is an option.
 };
 
-} // namespace
-
-List Complete(const List& words)
+/// What can take the place of the last word.
+List CandidatesAt(const List& words)
 {
     Settings settings;
     const CommandLine program = DescribeTool(settings);
@@ -278,7 +295,14 @@ List Complete(const List& words)
     return StartingWith(written.Next(settings.Decoder(), words.back()), words.back());
 }
 
-List CompletePrompt(const List& words)
+List Words(List candidates)
+{
+    for (std::string& candidate : candidates)
+        candidate = WordOf(candidate);
+    return candidates;
+}
+
+List PromptCandidates(const List& words)
 {
     static Settings s_settings;
     const Decoder& decoder = s_settings.Decoder();
@@ -294,33 +318,43 @@ List CompletePrompt(const List& words)
             continue;
         return verb.names ? StartingWith(
                                 Candidates(decoder, *verb.names, {words.begin() + 1, words.end() - 1}), last)
-                          : Complete(words);
+                          : CandidatesAt(words);
     }
     return StartingWith(Candidates(decoder, Names::kRequest, {words.begin(), words.end() - 1}), last);
 }
 
-namespace {
-
-int RunComplete(const List& words)
+int RunComplete(const List& words, bool describes)
 {
-    for (const std::string& word : Complete(words.empty() ? List{""} : words))
-        PrintLine(word);
+    for (std::string candidate : CandidatesAt(words.empty() ? List{""} : words)) {
+        const std::string word = WordOf(candidate);
+        std::replace(candidate.begin(), candidate.end(), kMeaningFollows, ' ');
+        PrintLine(describes ? candidate : word);
+    }
     return kDone;
 }
 
 } // namespace
 
+List CompletePrompt(const List& words)
+{
+    return Words(PromptCandidates(words));
+}
+
 CommandLine CompleteCommand(Settings&)
 {
     auto words = std::make_shared<List>();
+    auto describes = std::make_shared<bool>(false);
     return {
         .name = "complete",
         .summary = "",
         .footer = "Example:\n  veskctl complete -- call VO_",
         .options = {{.name = "WORD",
                      .place = words.get(),
-                     .help = "Words after veskctl; the last one is to be completed"}},
-        .run = [words] { return RunComplete(*words); },
+                     .help = "Words after veskctl; the last one is to be completed"},
+                    {.name = "--describe",
+                     .place = describes.get(),
+                     .help = "Also say what the words mean, after a space"}},
+        .run = [words, describes] { return RunComplete(*words, *describes); },
     };
 }
 
