@@ -172,8 +172,9 @@ try {
                  .showsDefault = true},
                 {.name = "--device",
                  .place = &deviceFile,
-                 .help = "File that describes the device to serve (TOML), or the name of an installed one; - is "
-                         "standard input"},
+                 .help =
+                     "File that describes the device to serve (TOML), or the name of an installed one; - is "
+                     "standard input"},
                 {.name = "--time-scale",
                  .place = &clock.scale,
                  .help = "How many times faster than the clock the model's time runs",

@@ -87,10 +87,11 @@ private:
 
 } // namespace
 
-Conversation ReadConversation(const std::string& path)
+Conversation ReadConversation(const std::string& path, const OnRead& onRead)
 {
     std::vector<Event> events;
-    ReadFile(path, [&](Event&& event) { events.push_back(std::move(event)); });
+    ReadFile(
+        path, [&](Event&& event) { events.push_back(std::move(event)); }, onRead);
     Builder builder(std::none_of(events.begin(), events.end(), [](const Event& event) {
         return event.kind == Kind::kRequest && event.isSent;
     }));

@@ -1,7 +1,7 @@
 // A recording as the exchange between applications and the service that it shows.
 #pragma once
 
-#include "tools/recording/event.h"
+#include "tools/recording/reader.h"
 
 #include <optional>
 #include <vector>
@@ -35,6 +35,6 @@ struct Conversation {
  *
  * @throw Error if the file cannot be read, is garbled or has no request
  */
-Conversation ReadConversation(const std::string& path);
+Conversation ReadConversation(const std::string& path, const OnRead& onRead = nullptr);
 
 } // namespace vesk::recording

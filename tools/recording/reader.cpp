@@ -284,7 +284,7 @@ Event Reader::ReadEvent(BytesView packet) const
     return event;
 }
 
-void ReadFile(const std::string& path, const std::function<void(Event&&)>& onEvent,
+void ReadFile(const std::string& path, const std::function<void(Event&&)>& onEvent, const OnRead& onRead,
               const std::function<bool()>& awaitMore)
 {
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> opened(
@@ -293,6 +293,11 @@ void ReadFile(const std::string& path, const std::function<void(Event&&)>& onEve
         throw Error(path + ": " + std::strerror(errno));
     const int file = fileno(opened.get()); // the stream itself would wait until a pipe has filled its buffer
     try {
+        struct stat status {};
+        const bool isFile = fstat(file, &status) == 0 && S_ISREG(status.st_mode);
+        const auto size = isFile ? static_cast<uint64_t>(status.st_size) : 0;
+        uint64_t done = 0;
+        uint64_t events = 0;
         Reader reader;
         std::vector<std::byte> bytes(65536);
         ssize_t got = 0;
@@ -302,8 +307,11 @@ void ReadFile(const std::string& path, const std::function<void(Event&&)>& onEve
                 reader = Reader();
             }
             reader.Feed(BytesView(bytes).first(static_cast<size_t>(got)));
-            while (std::optional<Event> event = reader.Next())
+            for (; std::optional<Event> event = reader.Next(); ++events)
                 onEvent(std::move(*event));
+            done += static_cast<uint64_t>(got);
+            if (onRead)
+                onRead(done, size, events);
         }
         if (got < 0)
             throw Error(std::strerror(errno));

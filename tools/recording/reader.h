@@ -54,12 +54,16 @@ private:
     uint64_t foreign_ = 0;
 };
 
-/// Reads a file and calls @p onEvent for each event, as soon as it is there; - is standard input. @throw
-/// Error that names the file if it cannot be read or is garbled, after the events before that place
+/// Takes how many bytes of a file are read, of how many (0: not known), and how many events were in them.
+using OnRead = std::function<void(uint64_t bytes, uint64_t size, uint64_t events)>;
+
+/// Reads a file and calls @p onEvent for each event, as soon as it is there, and @p onRead now and then; - is
+/// standard input. @throw Error that names the file if it cannot be read or is garbled, after the events
+/// before that place
 ///
 /// @param awaitMore  Called at the end; if it returns true, reading goes on with what the file has got since,
 ///                   from the start if it was emptied. Null: that is the end.
 void ReadFile(const std::string& path, const std::function<void(Event&&)>& onEvent,
-              const std::function<bool()>& awaitMore = nullptr);
+              const OnRead& onRead = nullptr, const std::function<bool()>& awaitMore = nullptr);
 
 } // namespace vesk::recording

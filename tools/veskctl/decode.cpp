@@ -1,8 +1,10 @@
 // The subcommand "decode": prints a recording, or messages of it into another.
 #include "tools/recording/reader.h"
 #include "tools/veskctl/commands.h"
+#include "tools/veskctl/output.h"
 #include "tools/veskctl/program.h"
 #include "tools/veskctl/program_text.h"
+#include "tools/veskctl/progress.h"
 #include "tools/veskctl/transcript.h"
 
 #include <csignal>
@@ -45,8 +47,11 @@ int RunDecode(Settings& settings, const Options& options)
     if (options.isFollowed || options.file == "-") // messages show as they come
         std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     try {
+        Progress progress("decode", "messages",
+                          output || !IsScreen(stdout)); // where lines show that it lives
         recording::ReadFile(
-            options.file, [&](recording::Event&& event) { transcript.Add(std::move(event)); }, awaitMore);
+            options.file, [&](recording::Event&& event) { transcript.Add(std::move(event)); },
+            std::ref(progress), awaitMore);
     } catch (const Error&) { // what came before is shown
         finish();
         throw;

@@ -227,7 +227,7 @@ public:
 
     int Run()
     {
-        if (settings_.json || !Screen::IsThere()) {
+        if (settings_.json || !IsScreen(stdout)) {
             Repeat([this] { Print(); });
         } else {
             try {

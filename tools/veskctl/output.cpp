@@ -2,7 +2,10 @@
 #include "tools/veskctl/output.h"
 
 #include <cstdarg>
+#include <cstdlib>
 #include <string>
+
+#include <unistd.h>
 
 namespace vesk::ctl {
 
@@ -24,6 +27,12 @@ void PutFormatted(std::FILE* out, const char* format, ...)
     std::vsnprintf(line.data(), line.size() + 1, format, values);
     va_end(values);
     PutLine(out, line);
+}
+
+bool IsScreen(std::FILE* out)
+{
+    const char* terminal = std::getenv("TERM");
+    return isatty(fileno(out)) != 0 && terminal != nullptr && std::string_view(terminal) != "dumb";
 }
 
 void PrintError(std::string_view text)

@@ -11,6 +11,9 @@ void PrintLine(std::string_view line);
 /// Prints one line as printf does, without its line feed.
 __attribute__((format(printf, 2, 3))) void PutFormatted(std::FILE* out, const char* format, ...);
 
+/// True for a terminal that can be told to move its cursor and to clear lines.
+bool IsScreen(std::FILE* out);
+
 /// Says on standard error what is wrong, in this program's name.
 void PrintError(std::string_view text);
 

@@ -6,6 +6,7 @@
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
 #include "tools/veskctl/output.h"
+#include "tools/veskctl/progress.h"
 #include "tools/veskctl/remote_client.h"
 
 #include <cstring>
@@ -120,7 +121,8 @@ class Replay {
 public:
     Replay(Settings& settings, const Options& options, const Conversation& conversation)
         : settings_(settings), options_(options), conversation_(conversation), decoder_(settings.Decoder()),
-          filter_(Usage([&] { return Filter(decoder_, options.terms); })), speed_(SpeedOf(options.speed))
+          filter_(Usage([&] { return Filter(decoder_, options.terms); })), speed_(SpeedOf(options.speed)),
+          progress_("replay", "of " + std::to_string(conversation.turns.size()) + " requests")
     {
         for (size_t i = 0; i < conversation.participants.size(); ++i)
             actors_.emplace_back(settings.service);
@@ -133,6 +135,7 @@ public:
             if (speed_ > 0)
                 std::this_thread::sleep_until(begun + SinceBegin(conversation_.turns[i].request));
             Perform(i);
+            progress_(i + 1, conversation_.turns.size(), i + 1);
         }
         for (Actor& actor : actors_)
             ReportTheRest(actor);
@@ -306,6 +309,8 @@ private:
     void Report(std::optional<size_t> turn, const Decoded& message,
                 const std::vector<Difference>& differences)
     {
+        if (!differences.empty())
+            progress_.Erase();
         for (const Difference& difference : differences) {
             ++differences_;
             if (settings_.json)
@@ -349,8 +354,9 @@ private:
                std::to_string(participant.process) + "]: ";
     }
 
-    void Summarize() const
+    void Summarize()
     {
+        progress_.Erase();
         if (settings_.json)
             return PrintObject({{"requests", sent_},
                                 {"skipped", skipped_},
@@ -375,6 +381,7 @@ private:
     const Decoder& decoder_;
     Filter filter_;
     double speed_;
+    Progress progress_;
     std::deque<Actor> actors_; ///< By participant.
     Numbers numbers_;          ///< From the recording to this run.
     uint32_t queues_ = 0;
@@ -419,7 +426,9 @@ CommandLine ReplayCommand(Settings& settings)
             },
         .run =
             [options, &settings] {
-                const Conversation conversation = ReadConversation(options->file);
+                Progress progress("replay: reading", "messages");
+                const Conversation conversation = ReadConversation(options->file, std::ref(progress));
+                progress.Erase();
                 return Replay(settings, *options, conversation).Run();
             },
     };

@@ -55,12 +55,6 @@ void OnStop(int)
 
 } // namespace
 
-bool Screen::IsThere()
-{
-    const char* terminal = std::getenv("TERM");
-    return isatty(STDOUT_FILENO) != 0 && terminal != nullptr && std::string_view(terminal) != "dumb";
-}
-
 Screen::Screen()
 {
     std::setvbuf(stdout, nullptr, _IOFBF, BUFSIZ * 8); // what is shown is written at once

@@ -7,13 +7,11 @@
 
 namespace vesk::ctl {
 
-/// Standard output as a screen, until the end of this object. Then the terminal shows again what it showed
-/// before, also if the program is stopped, or ended by std::quick_exit. There is one at a time.
+/// Standard output as a screen, if it is one (see IsScreen), until the end of this object. Then the terminal
+/// shows again what it showed before, also if the program is stopped, or ended by std::quick_exit. There is
+/// one at a time.
 class Screen {
 public:
-    /// True if standard output is a terminal that can be a screen.
-    static bool IsThere();
-
     Screen();
     ~Screen();
     Screen(const Screen&) = delete;

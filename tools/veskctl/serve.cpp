@@ -5,6 +5,7 @@
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
 #include "tools/veskctl/output.h"
+#include "tools/veskctl/progress.h"
 #include "vesk_host/message.h"
 #include "vesk_service/virtual_service.h"
 
@@ -316,7 +317,9 @@ uint32_t HandleMessage(OsMsgEnvelope* message)
 
 int RunServe(Settings& settings, const Options& options)
 {
-    const Conversation conversation = ReadConversation(options.file);
+    Progress progress("serve: reading", "messages");
+    const Conversation conversation = ReadConversation(options.file, std::ref(progress));
+    progress.Erase();
     Server server(settings, options, conversation);
     g_server = &server;
 
