@@ -17,4 +17,5 @@ install_packages
 install_benchmark_packages
 
 build release vesk_bench
-exec build/release/bench/vesk_bench "$@"
+results=$(alive "measuring" build/release/bench/vesk_bench "$@")
+printf '%s\n' "$results"

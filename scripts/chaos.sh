@@ -36,7 +36,7 @@ finish() {
   rm -rf "$VESK_RUNTIME_DIR"
 }
 trap finish EXIT
-fail() { echo "chaos: $*; see $logs" >&2; failures=$((failures + 1)); }
+fail() { progress; echo "chaos: $*; see $logs" >&2; failures=$((failures + 1)); }
 
 start_service() {
   "$build/service/vesk-video-service" >"$logs/service.out" 2>>"$logs/service.log" &
@@ -148,13 +148,15 @@ for i in {0..7}; do
 done
 for ((run = 0; run < runs; ++run)); do
   seed=$((first + run))
+  progress "run $((run + 1)) of $runs"
   scenario $seed >"$logs/scenario.toml"
   run_scenario "$logs/scenario.toml"
   case $((seed % 20)) in
     1) compare baseline ;;
-    0) compare all; echo "seeds $((seed - 19)) to $seed: $deaths deaths of the service, $failures failures" ;;
+    0) compare all; progress; echo "seeds $((seed - 19)) to $seed: $deaths deaths of the service, $failures failures" ;;
   esac
 done
+progress
 for i in {0..7}; do
   kill -TERM "${pids[$i]}"
   ended "chaos-$i" "${pids[$i]}" 0

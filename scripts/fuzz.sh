@@ -23,12 +23,13 @@ run() {
   "$3/tests/fuzz/fuzz_$name" -max_total_time="$2" -timeout=15 -rss_limit_mb=1024 -max_len=8192 \
     -artifact_prefix="$3/failed/$name-" -print_final_stats=1 -close_fd_mask=1 \
     "$3/corpus/$name" "${examples[@]}" >"$log" 2>&1 || status=$?
+  progress
   [ $status -eq 0 ] || tail -n 60 "$log" >&2
   echo "$name: $(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -n 1) inputs," \
     "$(find "$3/corpus/$name" -type f | wc -l) kept, status $status"
   return $status
 }
-export -f run
+export -f run progress
 
 targets=()
 for source in tests/fuzz/*.cpp; do targets+=("$(basename "$source" .cpp)"); done
@@ -36,4 +37,5 @@ if [ -n "${2:-}" ]; then
   [ -f "tests/fuzz/$2.cpp" ] || { echo "no target '$2'; there are: ${targets[*]}" >&2; exit 2; }
   targets=("$2")
 fi
-printf '%s\n' "${targets[@]}" | xargs -P 2 -I{} bash -c 'run "$@"' run {} "$seconds" "$folder"
+printf '%s\n' "${targets[@]}" | alive "${#targets[@]} targets, two at a time, $seconds s each" \
+  xargs -P 2 -I{} bash -c 'run "$@"' run {} "$seconds" "$folder"

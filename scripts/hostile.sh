@@ -31,7 +31,7 @@ done
 
 memory=() descriptors=()
 for ((minute = 1; minute <= minutes; ++minute)); do
-  sleep 60
+  alive "minute $minute of $minutes" sleep 60
   memory+=("$(awk '/RssAnon/ { print $2 }' "/proc/$service/status")")
   descriptors+=("$(find "/proc/$service/fd" -mindepth 1 | wc -l)")
   echo "minute $minute: memory ${memory[-1]} KiB, ${descriptors[-1]} descriptors," \

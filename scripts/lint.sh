@@ -22,8 +22,11 @@ quietly cmake --preset dev -B build/lint -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON -
 [ $# -gt 0 ] || set -- "${folders[@]}" examples bench
 findings=$(mktemp)
 trap 'rm -f "$findings"' EXIT
-if ! run-clang-tidy-14 -p build/lint -quiet -extra-arg=-Wno-unknown-warning-option -j"$(nproc)" \
-  "$PWD/($(IFS='|' && echo "$*"))/" >"$findings" 2>/dev/null; then
+tidy() {
+  run-clang-tidy-14 -p build/lint -quiet -extra-arg=-Wno-unknown-warning-option -j"$(nproc)" "$1" \
+    >"$findings" 2>/dev/null
+}
+if ! alive "clang-tidy of $*" tidy "$PWD/($(IFS='|' && echo "$*"))/"; then
   grep -v '^clang-tidy-14 ' "$findings" >&2
   exit 1
 fi

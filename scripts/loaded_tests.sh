@@ -43,7 +43,7 @@ runs=0 failures=0
 run() {
   local status=0 log=$logs/$runs.log
   ctest --preset "$preset" --parallel "$(nproc)" -R "$2" >"$log" 2>&1 &
-  wait $! || status=$?
+  alive "run $((runs + 1)) of 11: $1" wait $! || status=$?
   echo "== $1 beside $load busy loops"
   sed -n '/tests passed/,$p' "$log"
   runs=$((runs + 1))

@@ -66,7 +66,7 @@ while read -r file; do
     exit 1
   fi
 done <"$work/list"
-lintian --allow-root --fail-on error,warning $output/*_"$architecture".changes
+alive lintian lintian --allow-root --fail-on error,warning $output/*_"$architecture".changes
 
 $try || exit 0
 install_packages debootstrap

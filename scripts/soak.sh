@@ -37,7 +37,7 @@ finish() {
   rm -rf "$VESK_RUNTIME_DIR"
 }
 trap finish EXIT
-fail() { echo "soak: $*" >&2; failures=$((failures + 1)); }
+fail() { progress; echo "soak: $*" >&2; failures=$((failures + 1)); }
 
 # with_faults COMMAND...: in place of this shell
 with_faults() { exec env LD_PRELOAD="$preload" VESK_FAULTS="${faults:+seed=$seed $faults}" "$@"; }
@@ -91,7 +91,10 @@ state() {
 }
 
 begun=$SECONDS
-until_second() { [ $((SECONDS - begun)) -lt "$1" ]; }
+until_second() {
+  progress "$ended ended, $killed killed, $minutes min in all"
+  [ $((SECONDS - begun)) -lt "$1" ]
+}
 faults='' start_service
 sleep 1
 calmly
@@ -120,6 +123,7 @@ done
 all_applications end
 calmly
 read -r descriptors_after memory_after <<<"$(state)"
+progress
 files >"$logs/files.after"
 stop service "$service" TERM
 service=0

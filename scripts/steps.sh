@@ -7,6 +7,9 @@
 #   minutes_and_preset [N] [--preset PRESET]   sets minutes and preset, which have their defaults, from arguments
 #   step TITLE COMMAND...           runs a command and says how long it took
 #   quietly COMMAND...              runs a command and shows its output only if it fails
+#   alive TEXT COMMAND...           runs a command that prints nothing, and shows its progress every two seconds
+#   progress [TEXT]                 at a terminal, shows a text and the time since $begun, else since the script began,
+#                                   on a line of standard error; the next call replaces it, one without a text erases it
 
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then
@@ -28,6 +31,7 @@ install_packages() {
   done
   [ ${#missing[@]} -eq 0 ] && return 0
   echo "installing ${missing[*]}"
+  as_root true # here, sudo may ask for a password
   step "apt-get update" quietly as_root apt-get update -q
   step "apt-get install" quietly as_root env DEBIAN_FRONTEND=noninteractive \
     apt-get install -y -q --no-install-recommends "${missing[@]}"
@@ -84,6 +88,29 @@ tell_progress() {
   }
 }
 
+progress() {
+  local passed=$((SECONDS - ${begun:-0}))
+  [ -t 2 ] || return 0
+  printf '\r\033[K' >&2
+  [ $# -eq 0 ] || printf '%.60s, %02d:%02d' "$1" $((passed / 60)) $((passed % 60)) >&2
+}
+
+alive() {
+  local text=$1 begun=$SECONDS ticker status=0
+  shift
+  if [ ! -t 2 ]; then
+    "$@"
+    return
+  fi
+  while sleep 2 &>/dev/null && kill -0 $$ 2>/dev/null; do progress "$text"; done &
+  ticker=$!
+  "$@" || status=$?
+  kill $ticker
+  wait $ticker 2>/dev/null || true
+  progress
+  return $status
+}
+
 step() {
   local title=$1 begun=$SECONDS
   shift
@@ -91,10 +118,16 @@ step() {
   echo "$title: $((SECONDS - begun)) s"
 }
 
+log_to() {
+  local log=$1
+  shift
+  "$@" >"$log" 2>&1
+}
+
 quietly() {
   local log status=0
   log=$(mktemp)
-  "$@" >"$log" 2>&1 || status=$?
+  alive "${title:-$*}" log_to "$log" "$@" || status=$? # the title of the step that this is
   [ $status -eq 0 ] || cat "$log" >&2
   rm -f "$log"
   return $status
