@@ -295,7 +295,7 @@ void ReadFile(const std::string& path, const std::function<void(Event&&)>& onEve
     try {
         struct stat status {};
         const bool isFile = fstat(file, &status) == 0 && S_ISREG(status.st_mode);
-        const auto size = isFile ? static_cast<uint64_t>(status.st_size) : 0;
+        const auto size = isFile && !awaitMore ? static_cast<uint64_t>(status.st_size) : 0;
         uint64_t done = 0;
         uint64_t events = 0;
         Reader reader;
