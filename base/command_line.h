@@ -14,21 +14,14 @@ namespace vesk {
 /// What values name, for those who complete them.
 enum class Names { kNothing, kRequest, kNotification, kMessage, kResult, kFault, kAnything, kProgram };
 
-/// A number that is not negative.
-struct NonNegative {};
-
-/// Which numbers are good: from the first to the second, both included, or all that are not negative.
-using Range =
-    std::variant<NonNegative, std::pair<int, int>, std::pair<uint64_t, uint64_t>, std::pair<double, double>>;
+/// Which numbers are good: from the first to the second, both included; of the type of their place.
+using Range = std::variant<std::pair<uint64_t, uint64_t>, std::pair<double, double>>;
 
 /// An option, or an argument that is found by its position.
 struct Option {
     /// Where a value is stored; a flag in a bool.
     using Place = std::variant<bool*, std::string*, std::optional<std::string>*, std::vector<std::string>*,
                                uint32_t*, uint64_t*, std::optional<uint64_t>*, double*>;
-
-    /// Returns what is wrong with a value; nothing if it is good.
-    using Check = std::function<std::string(const std::string&)>;
 
     std::string name; ///< "-o,--output"; of an argument "FILE".
     Place place;
@@ -38,9 +31,8 @@ struct Option {
     bool isOneEach = false;    ///< Of several values, each follows the option's name.
     Names names = Names::kNothing;
     std::vector<std::string> choices{}; ///< Values that it can have; empty: any.
-    std::optional<Range> range{};
-    Check check{};
-    std::string excludes{}; ///< Name of an option that cannot be given with it.
+    std::optional<Range> range{};       ///< Without it, any number of the place's type that is not negative.
+    std::string excludes{};             ///< Name of an option that cannot be given with it.
 
     bool IsArgument() const { return name[0] != '-'; }
 };
@@ -65,10 +57,11 @@ struct CommandLine {
 inline constexpr int kUsageStatus = 2;
 
 /// Parses a program's command line, and stores the values. Returns what is to be done: what the command says,
-/// or nothing more than to end, if help was asked for and is shown, or if something is wrong, which is said.
+/// to show help, or nothing more than to end if something is wrong, which is said. If only the command is
+/// missing, all of them are shown.
 Run ParseProgram(const CommandLine& program, int argc, char** argv);
 
-/// The same for words that a program reads. Help is shown only when the result is called.
+/// The same for words that a program reads.
 /// @throw Error for what is wrong
 Run ParseWords(const CommandLine& program, const std::vector<std::string>& words);
 

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include <strings.h>
+
 namespace vesk {
 
 /// The text in a field, up to its NUL or to its end.
@@ -27,6 +29,12 @@ void PutText(char (&field)[size], std::string_view text)
 inline bool IsPrintable(std::string_view text)
 {
     return std::none_of(text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7f; });
+}
+
+/// True if texts differ in nothing but the case of ASCII's letters.
+inline bool SameText(std::string_view a, std::string_view b)
+{
+    return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
 }
 
 /**

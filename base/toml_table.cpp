@@ -38,9 +38,14 @@ struct TomlValue::Node {
 
 namespace {
 
+std::string At(const std::string& file, const toml::source_region& at, const std::string& what)
+{
+    return file + ':' + std::to_string(at.begin.line) + ": " + what;
+}
+
 [[noreturn]] void Throw(const std::string& file, const toml::source_region& at, const std::string& what)
 {
-    throw Error(file + ':' + std::to_string(at.begin.line) + ": " + what);
+    throw Error(At(file, at, what));
 }
 
 /// A value as the file has it, as far as it fits into an error.
@@ -150,14 +155,18 @@ TomlValue TomlTable::Need(const std::string& key, const std::string& expected)
 
 void TomlTable::End() const
 {
+    std::vector<std::string> mistakes;
     for (const auto& [key, value] : *node_->value->as_table()) {
         if (std::find(keys_.begin(), keys_.end(), key.str()) != keys_.end())
             continue;
         std::string expected = keys_.size() > 1 ? "one of " : "";
         for (const std::string& known : keys_)
             expected += (&known == &keys_.front() ? "" : ", ") + known;
-        Throw(node_->file, key.source(), node_->PathOf(key.str()) + ": unknown key; expected " + expected);
+        mistakes.push_back(
+            At(node_->file, key.source(), node_->PathOf(key.str()) + ": unknown key; expected " + expected));
     }
+    if (!mistakes.empty())
+        throw Error(mistakes[0], {mistakes.begin() + 1, mistakes.end()});
 }
 
 void TomlTable::AllowOnly(std::initializer_list<const char*> keys)

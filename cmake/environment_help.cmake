@@ -7,6 +7,7 @@ function(vesk_environment_help output)
   set(help "")
   foreach(row IN LISTS rows)
     string(REPLACE "`" "" row "${row}")
+    string(REGEX REPLACE "\\[([^]]+)\\]\\([^)]+\\)" "\\1" row "${row}") # of a link, its text
     if(NOT row MATCHES "^\\| (VESK_[A-Z_]+) \\| (.+) \\| (.+) \\|$")
       message(FATAL_ERROR "${page}: not a row of variable, meaning and default: ${row}")
     endif()

@@ -2,9 +2,13 @@
 #include "decoder/filter.h"
 
 #include "base/error.h"
+#include "base/nearest.h"
 #include "decoder/text.h"
+#include "vesk_service/control_list.h"
 
 #include <algorithm>
+#include <iterator>
+#include <set>
 
 #include <fnmatch.h>
 
@@ -22,9 +26,93 @@ bool FitsPattern(const std::string& pattern, std::string_view text)
     return fnmatch(pattern.c_str(), std::string(text).c_str(), FNM_CASEFOLD) == 0;
 }
 
+std::vector<uint32_t> NumbersOf(Direction direction)
+{
+    std::vector<uint32_t> numbers;
+    const auto add = [&numbers](const auto& messages) {
+        for (const auto& message : messages)
+            numbers.push_back(message.number);
+    };
+    if (direction == Direction::kNotification) {
+        add(messages::kNotifications);
+        add(messages::kControlNotifications);
+    } else {
+        add(messages::kRequests);
+        add(messages::kControlRequests);
+    }
+    return numbers;
+}
+
+/// A message in which every field that is known occurs.
+Decoded ExampleOf(const Decoder& decoder, Direction direction, uint32_t number)
+{
+    constexpr size_t kMore = 8; // after what is known, of a payload of any length
+    const Listing listing = decoder.Describe(direction, number);
+    const RecordType* record = decoder.PayloadRecord(listing);
+    const Bytes data(sizeof(VeskVideoMsgHead) +
+                         std::max(listing.form->size, record != nullptr ? record->size : 0) +
+                         (listing.form->kind == messages::Kind::kBytes ? kMore : 0),
+                     std::byte{1}); // fields of the header that carry no argument are shown if they are not 0
+    return decoder.Decode({direction, number, data});
+}
+
+/// Whether a field can have a value, which may be given as it is shown: "16(PORT_TYPE_NET_CAMERA)".
+bool CanBe(const Decoder& decoder, const Field& field, const std::string& value)
+{
+    if (!std::holds_alternative<uint64_t>(field.value) && !std::holds_alternative<int64_t>(field.value))
+        return true;
+    const std::string number = value.substr(0, value.find('('));
+    Place place;
+    place.name = field.LastName();
+    place.record = field.record;
+    return ParseNumber(number) || ParseSigned(number) || decoder.NamedValue(place, value);
+}
+
+/// Refuses a condition that none of the fields can fulfil.
+void RequirePossible(const Decoder& decoder, const Assignment& condition, const std::vector<Field>& fields)
+{
+    if (condition.path == "result") {
+        if (!FindResult(condition.value))
+            throw Error("result=" + condition.value + ": there is no such result code" +
+                        Nearest(condition.value, ResultNames()));
+        return;
+    }
+    const Field wanted{.path = condition.path, .value = {}};
+    bool isFound = false;
+    std::set<std::string_view> known;
+    for (const Field& field : fields) {
+        known.insert(field.LastName());
+        if (field.LastName() != wanted.LastName())
+            continue;
+        if (CanBe(decoder, field, condition.value))
+            return;
+        isFound = true;
+    }
+    if (isFound)
+        throw Error(condition.path + '=' + condition.value + ": expected a number");
+    throw Error("there is no field '" + condition.path + "' in such messages" +
+                Nearest(wanted.LastName(), {known.begin(), known.end()}));
+}
+
 } // namespace
 
-Filter::Filter(const Decoder& decoder, const std::vector<std::string>& terms) : decoder_(&decoder)
+Filter::Filter(const Decoder& decoder, const std::vector<std::string>& terms)
+    : Filter(decoder, terms, {Direction::kRequest, Direction::kAnswer, Direction::kNotification})
+{
+}
+
+Filter Filter::OfNotifications(const Decoder& decoder, const std::vector<std::string>& terms)
+{
+    for (const std::string& term : terms) {
+        if (term.find('=') == term.npos && !IsPattern(term) && !ParseNumber(term))
+            NotificationNamed(term);
+    }
+    return Filter(decoder, terms, {Direction::kNotification});
+}
+
+Filter::Filter(const Decoder& decoder, const std::vector<std::string>& terms,
+               std::initializer_list<Direction> directions)
+    : decoder_(&decoder)
 {
     for (const std::string& term : terms) {
         if (term.find('=') != term.npos) {
@@ -36,15 +124,20 @@ Filter::Filter(const Decoder& decoder, const std::vector<std::string>& terms) : 
             RequestNamed(term);
         names_.push_back(term);
     }
-}
-
-Filter Filter::OfNotifications(const Decoder& decoder, const std::vector<std::string>& terms)
-{
-    for (const std::string& term : terms) {
-        if (term.find('=') == term.npos && !IsPattern(term) && !ParseNumber(term))
-            NotificationNamed(term);
+    if (conditions_.empty())
+        return;
+    std::vector<Field> fields;
+    for (const Direction direction : directions) {
+        for (const uint32_t number : NumbersOf(direction)) {
+            Decoded message = ExampleOf(decoder, direction, number);
+            if (names_.empty() || HasName(message))
+                std::move(message.fields.begin(), message.fields.end(), std::back_inserter(fields));
+        }
     }
-    return Filter(decoder, terms);
+    if (fields.empty()) // of numbers that are not listed
+        return;
+    for (const Assignment& condition : conditions_)
+        RequirePossible(decoder, condition, fields);
 }
 
 bool Filter::Matches(const Decoded& message, const Decoded* answer) const

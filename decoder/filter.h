@@ -3,6 +3,8 @@
 
 #include "decoder/decoder.h"
 
+#include <initializer_list>
+
 namespace vesk::decoder {
 
 /**
@@ -21,7 +23,7 @@ class Filter {
 public:
     Filter() = default; ///< Matches everything.
 
-    /// @throw Error if a name is not known
+    /// @throw Error if a name is not known, or no message with one of the names can have one of the values
     Filter(const Decoder& decoder, const std::vector<std::string>& terms);
 
     /// Only names of notifications and of their fields. @throw Error
@@ -32,6 +34,8 @@ public:
     bool Matches(const Decoded& message, const Decoded* answer = nullptr) const;
 
 private:
+    Filter(const Decoder& decoder, const std::vector<std::string>& terms,
+           std::initializer_list<Direction> directions);
     bool HasName(const Decoded& message) const;
     bool HasValue(const Decoded& message, const Assignment& condition) const;
 

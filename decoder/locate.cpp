@@ -1,6 +1,8 @@
 // Where the fields of a message lie.
 #include "decoder/locate.h"
 
+#include "base/nearest.h"
+
 #include <algorithm>
 #include <cstring>
 

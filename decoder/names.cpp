@@ -2,15 +2,14 @@
 #include "decoder/names.h"
 
 #include "base/error.h"
+#include "base/nearest.h"
+#include "base/text.h"
 #include "vesk_service/control_list.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <cstring>
-#include <numeric>
-
-#include <strings.h>
 
 namespace vesk::decoder {
 
@@ -24,31 +23,10 @@ constexpr ResultCode kResultCodes[] = {
 #undef VESK_RESULT
 };
 
-bool SameText(std::string_view a, std::string_view b)
-{
-    return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
-}
-
 void RemovePrefix(std::string_view& text, std::string_view prefix)
 {
     if (SameText(text.substr(0, prefix.size()), prefix))
         text.remove_prefix(prefix.size());
-}
-
-/// Changes that turn one text into the other: insertions, deletions, replacements.
-size_t Distance(std::string_view from, std::string_view to)
-{
-    std::vector<size_t> row(to.size() + 1);
-    std::iota(row.begin(), row.end(), 0);
-    for (size_t i = 0; i < from.size(); ++i) {
-        size_t diagonal = row[0]++;
-        for (size_t j = 0; j < to.size(); ++j) {
-            const size_t replaced = diagonal + (SameText(from.substr(i, 1), to.substr(j, 1)) ? 0 : 1);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({diagonal + 1, row[j] + 1, replaced});
-        }
-    }
-    return row.back();
 }
 
 /// A number that is the whole text, in a base or form.
@@ -151,26 +129,17 @@ std::vector<std::string_view> NotificationNames()
     return names;
 }
 
-std::string Nearest(std::string_view text, const std::vector<std::string_view>& known)
-{
-    constexpr size_t kMost = 3;
-    std::vector<std::pair<size_t, std::string_view>> ranked;
-    for (const std::string_view name : known) {
-        const size_t distance = Distance(text.substr(0, 64), name);
-        if (distance <= std::max<size_t>(2, name.size() / 3))
-            ranked.emplace_back(distance, name);
-    }
-    std::sort(ranked.begin(), ranked.end());
-    ranked.resize(std::min(ranked.size(), kMost));
-    std::string list;
-    for (const auto& [distance, name] : ranked)
-        list += (list.empty() ? "; nearest: " : ", ") + std::string(name);
-    return list;
-}
-
 std::span<const ResultCode> ResultCodes()
 {
     return kResultCodes;
+}
+
+std::vector<std::string_view> ResultNames()
+{
+    std::vector<std::string_view> names;
+    for (const ResultCode& known : kResultCodes)
+        names.push_back(ResultName(known.code));
+    return names;
 }
 
 std::string_view ResultName(uint32_t code)

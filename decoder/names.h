@@ -29,10 +29,6 @@ std::vector<std::string_view> RequestNames();
 /// The same for notifications.
 std::vector<std::string_view> NotificationNames();
 
-/// The names in @p known that differ least from @p text, as the end of an error: "; nearest: VO_STOP,
-/// VI_STOP". Empty if none is near.
-std::string Nearest(std::string_view text, const std::vector<std::string_view>& known);
-
 /// A result code that has a name.
 struct ResultCode {
     uint32_t code;
@@ -43,6 +39,9 @@ struct ResultCode {
 
 /// All result codes that have names, in the order of their codes.
 std::span<const ResultCode> ResultCodes();
+
+/// The names of all of them without their prefixes.
+std::vector<std::string_view> ResultNames();
 
 /// "OK", "BUSY (0x204)", "0x1234".
 std::string ResultText(uint32_t code);

@@ -276,11 +276,31 @@ ordered_json ToJson(const Decoded& message)
     return json;
 }
 
+std::string JsonProblem(std::string_view text)
+{
+    const auto skip = [&text](std::string_view end, size_t from = 0) {
+        if (const size_t found = text.find(end, from); found != text.npos)
+            text.remove_prefix(found + end.size());
+    };
+    std::string place;
+    skip("] "); // its name for the kind of error
+    if (text.starts_with("parse error at ")) {
+        skip(" at ");
+        place = text.substr(0, text.find(": ") + 2);
+        skip(": ");
+        if (text.starts_with("syntax error while parsing "))
+            skip(" - ");
+    }
+    return place + std::string(text);
+}
+
 ordered_json ParseJson(std::string_view text, const std::string& origin)
 {
     try {
         return ordered_json::parse(text, IsShallow);
     } catch (const ordered_json::exception& error) {
+        throw Error(origin + ": " + JsonProblem(error.what()));
+    } catch (const Error& error) {
         throw Error(origin + ": " + error.what());
     }
 }

@@ -36,6 +36,9 @@ std::string FieldLines(const Decoder& decoder, const Decoded& message, const std
  */
 nlohmann::ordered_json ToJson(const Decoded& message);
 
+/// What the library's exception says is wrong, without its own names: "line 1, column 5: unexpected ..."
+std::string JsonProblem(std::string_view text);
+
 /// Parses a text as JSON. @param origin  What an error says before the reason. @throw Error, also for what is
 /// nested so deeply that a recursive function could not bear it
 nlohmann::ordered_json ParseJson(std::string_view text, const std::string& origin);

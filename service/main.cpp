@@ -15,9 +15,7 @@
 #include <cxxabi.h>
 #include <unistd.h>
 
-#include <cmath>
 #include <csignal>
-#include <cstdlib>
 #include <exception>
 #include <new>
 #include <system_error>
@@ -140,22 +138,17 @@ int Serve(const Identity& self, const DeviceDescription& device, Timeline::Clock
     return 0;
 }
 
-/// For a number that must be in a range, which lets "nan" pass.
-std::string RefuseNan(const std::string& text)
-{
-    return std::isnan(std::strtod(text.c_str(), nullptr)) ? "nan" : "";
-}
-
 } // namespace
 
 int main(int argc, char** argv)
 try {
+    HoldStandardStreams();
     Identity self{"VIDEO", "VCTL"};
     std::string deviceFile;
     Timeline::Clock clock;
     std::string scenarioFile;
     const CommandLine program{
-        .name = "",
+        .name = kProgram,
         .summary =
             "Virtual video service: serves the requests of libvesk_video_interface without the device.\n"
             "SIGTERM or SIGINT ends it.",
@@ -179,8 +172,7 @@ try {
                  .place = &clock.scale,
                  .help = "How many times faster than the clock the model's time runs",
                  .showsDefault = true,
-                 .range = std::pair(0.001, 1000.0),
-                 .check = RefuseNan},
+                 .range = std::pair(0.001, 1000.0)},
                 {.name = "--step",
                  .place = &clock.isStep,
                  .help = "Move the model's time by command only",
@@ -202,7 +194,7 @@ try {
     };
     return ParseProgram(program, argc, argv)();
 } catch (const Error& error) { // a file that is wrong
-    PutLine(stderr, error.what());
+    PutError(kProgram, error);
     return 2;
 } catch (const std::bad_alloc&) {
     SayNoMemory();

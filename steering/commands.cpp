@@ -7,7 +7,6 @@
 #include "steering/scenario_file.h"
 #include "vesk_service/control_list.h"
 
-#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <span>
@@ -25,12 +24,6 @@ struct Command {
     const char* example; ///< As a line of words.
     Build (*add)(std::vector<Option>& options);
 };
-
-/// Without it, -1 would be a very large number.
-std::string CheckUnsigned(const std::string& text)
-{
-    return text.starts_with('-') ? "expected a number from 0, not " + text : std::string();
-}
 
 VeskControlMode ParseMode(const std::string& text)
 {
@@ -66,7 +59,7 @@ std::shared_ptr<Port> AddPort(std::vector<Option>& options)
     auto port = std::make_shared<Port>();
     options.push_back({.name = "DIRECTION",
                        .place = &port->direction,
-                       .help = "input or output",
+                       .help = "Direction of the port",
                        .isRequired = true,
                        .choices = {"input", "output"}});
     options.push_back({.name = "PORT",
@@ -84,7 +77,7 @@ Build AddPlug(std::vector<Option>& options)
     auto port = AddPort(options);
     options.push_back({.name = "--mode",
                        .place = &port->mode,
-                       .help = std::string(kModeHelp).append("; the port's last one if it is not given")});
+                       .help = std::string(kModeHelp).append("; by default, the port's last one")});
     return [port](const Decoder&) {
         const VeskControlMode mode = port->mode.empty() ? VeskControlMode{} : ParseMode(port->mode);
         return MakeMessage(VESK_CONTROL_PLUG, port->InHeader(), {BytesOf(mode)});
@@ -149,12 +142,13 @@ Build AddNotify(std::vector<Option>& options)
          .isRequired = true,
          .names = Names::kNotification},
         {.name = "FIELD=VALUE", .place = &given->fields, .help = "Arguments and payload fields by name"},
-        {.name = "--to", .place = &given->application, .help = "Application; all of them if it is not given"},
+        {.name = "--to",
+         .place = &given->application,
+         .help = "Application that receives it; by default, all do"},
         {.name = "--raw", .place = &given->raw, .help = "Payload in hexadecimal, sent as it is"},
         {.name = "--length",
          .place = &given->length,
-         .help = "Bytes of the payload: it is cut off, or followed by zeros",
-         .check = CheckUnsigned},
+         .help = "Length of the payload in bytes: it is cut off, or padded with zeros"},
     };
     return [given](const Decoder& decoder) { return Notify(decoder, *given); };
 }
@@ -170,31 +164,22 @@ Build AddFaultAdd(std::vector<Option>& options)
     options = {
         {.name = "MATCH EFFECT",
          .place = &given->words,
-         .help = "A request or notification by name or number, or *; FIELD=VALUE of its fields; then " +
+         .help = "A request or notification by name or number, or *; then FIELD=VALUE of its fields; then an "
+                 "effect: " +
                  EffectHelp(),
          .isRequired = true,
          .names = Names::kFault},
         {.name = "--app", .place = &fault.application, .help = "Only messages from or to this application"},
-        {.name = "--after",
-         .place = &fault.after,
-         .help = "Let this many matches pass first",
-         .check = CheckUnsigned},
-        {.name = "--every",
-         .place = &fault.every,
-         .help = "Of the others, change only every Nth",
-         .check = CheckUnsigned},
-        {.name = "--count",
-         .place = &fault.count,
-         .help = "Stop after this many changes",
-         .check = CheckUnsigned},
+        {.name = "--after", .place = &fault.after, .help = "Skip the first N matches"},
+        {.name = "--every", .place = &fault.every, .help = "Of the rest, change only every Nth"},
+        {.name = "--count", .place = &fault.count, .help = "Stop after N changes"},
         {.name = "--percent",
          .place = &fault.percent,
-         .help = "Chance of each change that is left, 1 to 100",
-         .range = std::pair(1, 100)},
+         .help = "Chance that each of these is changed, 1 to 100",
+         .range = std::pair(uint64_t{1}, uint64_t{100})},
         {.name = "--seed",
          .place = &fault.seed,
-         .help = "Of the rule's chances and random bytes",
-         .check = CheckUnsigned},
+         .help = "Seed of the rule's chances and random bytes; the same seed, the same ones"},
     };
     return [given](const Decoder& decoder) {
         return MakeMessage(VESK_CONTROL_FAULT_ADD, {},
@@ -223,14 +208,14 @@ Build AddNumber(std::vector<Option>& options, const char* name, const char* help
 
 Build AddFaultClear(std::vector<Option>& options)
 {
-    return AddNumber<VESK_CONTROL_FAULT_CLEAR>(options, "FAULT", "Number of the rule; all if it is not given",
+    return AddNumber<VESK_CONTROL_FAULT_CLEAR>(options, "FAULT", "Number of the rule; by default, all rules",
                                                1);
 }
 
 Build AddTime(std::vector<Option>& options)
 {
-    return AddNumber<VESK_CONTROL_TIME>(options, "MS",
-                                        "Milliseconds to move on; without, only the time is told", 0);
+    return AddNumber<VESK_CONTROL_TIME>(
+        options, "MS", "Milliseconds to move the time on; the service must run with --step", 0);
 }
 
 Build AddScenario(std::vector<Option>& options)
@@ -243,8 +228,9 @@ Build AddScenario(std::vector<Option>& options)
     options = {
         {.name = "FILE",
          .place = &given->file,
-         .help = "File of steps, in TOML, or the name of an installed one; - is standard input. Without it, "
-                 "the installed ones are listed",
+         .help =
+             "Steps to run, in TOML, in place of the scenario that runs: a file, or the name of an installed "
+             "one; - is standard input. Without it, the installed ones are listed",
          .excludes = "--end"},
         {.name = "--end", .place = &given->ends, .help = "End the scenario that runs"},
     };
@@ -258,14 +244,13 @@ Build AddScenario(std::vector<Option>& options)
 }
 
 constexpr Command kCommands[] = {
-    {"plug", "Plug a source or display in", "plug input 1 --mode 1920x1080@60", AddPlug},
-    {"unplug", "Pull a source or display out", "unplug output 0", AddUnplug},
+    {"plug", "Plug in a source or display", "plug input 1 --mode 1920x1080@60", AddPlug},
+    {"unplug", "Unplug a source or display", "unplug output 0", AddUnplug},
     {"mode", "Change the mode of what is plugged in", "mode output 0 3840x2160@30", AddMode},
-    {"notify", "Send a notification to applications", "notify VO_PORT_PLUG_STATE port=1 val=0 --to tour",
-     AddNotify},
-    {"time", "Tell the device's time, or move it on", "time 250", AddTime},
-    {"scenario", "Run the steps of a file", "scenario loose_cable.toml", AddScenario},
-    {"reset", "Go back to the described device: everything opened, faults and scenario are gone", "reset",
+    {"notify", "Send a notification to applications", "notify VO_PORT_PLUG_STATE port=1 val=0", AddNotify},
+    {"time", "Show the device's time, or move it on", "time", AddTime},
+    {"scenario", "Run the steps in a file", "scenario loose_cable.toml", AddScenario},
+    {"reset", "Go back to the described device; what is open, faults and the scenario are gone", "reset",
      AddNothing<VESK_CONTROL_RESET>},
 };
 
@@ -274,16 +259,22 @@ constexpr Command kFaultCommands[] = {
      "fault add VO_START outEngNo=1 result BUSY --count 2", AddFaultAdd},
     {"list", "List the rules, and how often each has matched", "fault list",
      AddNothing<VESK_CONTROL_FAULT_LIST>},
-    {"clear", "Take a rule away, or all", "fault clear 1", AddFaultClear},
+    {"clear", "Remove a rule, or all rules", "fault clear", AddFaultClear},
 };
 
-std::vector<CommandLine> Describe(std::span<const Command> commands, const Perform& perform)
+std::string ExampleOf(const Command& command, const std::string& program)
+{
+    return "  " + program + ' ' + command.example;
+}
+
+std::vector<CommandLine> Describe(std::span<const Command> commands, const std::string& program,
+                                  const Perform& perform)
 {
     std::vector<CommandLine> lines;
     for (const Command& command : commands) {
         CommandLine line{.name = command.name,
                          .summary = command.summary,
-                         .footer = std::string("Example:\n  ") + command.example};
+                         .footer = "Example:\n" + ExampleOf(command, program)};
         line.run = [perform, build = command.add(line.options)] { return perform(build); };
         lines.push_back(std::move(line));
     }
@@ -292,12 +283,16 @@ std::vector<CommandLine> Describe(std::span<const Command> commands, const Perfo
 
 } // namespace
 
-std::vector<CommandLine> ControlCommands(const Perform& perform)
+std::vector<CommandLine> ControlCommands(const std::string& program, const Perform& perform)
 {
-    std::vector<CommandLine> lines = Describe(kCommands, perform);
+    std::vector<CommandLine> lines = Describe(kCommands, program, perform);
+    std::string examples = "Example:";
+    for (const Command& command : kFaultCommands)
+        examples += '\n' + ExampleOf(command, program);
     lines.push_back({.name = "fault",
-                     .summary = "Let requests fail, answers come late, notifications get lost",
-                     .commands = Describe(kFaultCommands, perform)});
+                     .summary = "Make requests fail, answers come late, notifications get lost",
+                     .footer = examples,
+                     .commands = Describe(kFaultCommands, program, perform)});
     return lines;
 }
 
@@ -306,18 +301,14 @@ ControlMessage ControlMessageOf(const Decoder& decoder, const std::vector<std::s
     std::optional<ControlMessage> message;
     const CommandLine commands{.name = "",
                                .summary = "",
-                               .commands = ControlCommands([&](const Build& build) {
-                                   message = build(decoder);
-                                   return 0;
-                               }),
+                               .commands = ControlCommands("",
+                                                           [&](const Build& build) {
+                                                               message = build(decoder);
+                                                               return 0;
+                                                           }),
                                .hasHelp = false};
     if (words.empty())
         throw Error("expected a command");
-    std::vector<std::string_view> names;
-    for (const CommandLine& command : commands.commands)
-        names.push_back(command.name);
-    if (std::find(names.begin(), names.end(), words[0]) == names.end())
-        throw Error("there is no command '" + words[0] + "'" + Nearest(words[0], names));
     ParseWords(commands, words)();
     if (!message)
         throw Error("scenario: expected FILE or --end");

@@ -19,8 +19,8 @@ using Build = std::function<std::optional<ControlMessage>(const decoder::Decoder
 /// What is done with the command that was given. Returns an exit status.
 using Perform = std::function<int(const Build& build)>;
 
-/// The commands as subcommands of a program.
-std::vector<CommandLine> ControlCommands(const Perform& perform);
+/// The commands as subcommands of a program, whose name begins the examples: "veskctl device".
+std::vector<CommandLine> ControlCommands(const std::string& program, const Perform& perform);
 
 /// The message of a line of words. @throw Error
 ControlMessage ControlMessageOf(const decoder::Decoder& decoder, const std::vector<std::string>& words);

@@ -2,6 +2,7 @@
 #include "steering/fault.h"
 
 #include "base/error.h"
+#include "base/nearest.h"
 #include "base/text.h"
 #include "base/words.h"
 #include "steering/match.h"

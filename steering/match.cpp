@@ -2,6 +2,7 @@
 #include "steering/match.h"
 
 #include "base/error.h"
+#include "base/nearest.h"
 #include "decoder/text.h"
 #include "steering/message.h"
 #include "vesk_service/control_list.h"

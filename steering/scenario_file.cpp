@@ -37,28 +37,45 @@ public:
 
     ControlMessage Read(TomlTable document)
     {
-        document.AllowOnly({"step"});
+        Try([&] { document.AllowOnly({"step"}); });
         const std::string expected = "steps, each of which begins with [[step]]";
-        const TomlValue array = document.Need("step", expected);
-        const std::vector<TomlValue> steps = array.Entries();
-        if (steps.empty())
-            array.Refuse(expected);
-        for (const TomlValue& step : steps)
-            AddStep(step.Table());
+        Try([&] {
+            const TomlValue array = document.Need("step", expected);
+            const std::vector<TomlValue> steps = array.Entries();
+            if (steps.empty())
+                array.Refuse(expected);
+            for (const TomlValue& step : steps)
+                Try([&] { AddStep(step.Table()); });
+        });
+        if (!mistakes_.empty())
+            throw Error(mistakes_[0], {mistakes_.begin() + 1, mistakes_.end()});
         return MakeMessage(VESK_CONTROL_SCENARIO, {}, {payload_});
     }
 
 private:
+    /// Keeps what is wrong, so that what follows is read, too.
+    template <class Function>
+    void Try(const Function& read)
+    {
+        try {
+            read();
+        } catch (const Error& error) {
+            mistakes_.emplace_back(error.what());
+            mistakes_.insert(mistakes_.end(), error.others.begin(), error.others.end());
+        }
+    }
+
     void AddStep(TomlTable table)
     {
-        table.AllowOnly({"at", "on", "app", "nth", "do"});
-        const VeskControlStep step = TriggerOf(table);
+        Try([&] { table.AllowOnly({"at", "on", "app", "nth", "do"}); });
+        VeskControlStep step{};
+        Try([&] { step = TriggerOf(table); });
         const TomlValue what = table.Need("do", "a line of words, or an array of them");
         const std::vector<TomlValue> lines = what.IsArray() ? what.Entries() : std::vector{what};
         if (lines.empty())
             what.Refuse("at least one line of words");
         for (const TomlValue& line : lines)
-            AddLine(step, line);
+            Try([&] { AddLine(step, line); });
     }
 
     VeskControlStep TriggerOf(TomlTable& table) const
@@ -95,14 +112,17 @@ private:
             At(words, [&] { return ControlMessageOf(decoder_, SplitWords(line)); });
         if (message.number == VESK_CONTROL_SCENARIO || message.number == VESK_CONTROL_RESET)
             words.Fail("a scenario cannot contain '" + line + "'");
-        if (++steps_ > VESK_CONTROL_MAX_STEPS)
+        if (++steps_ > VESK_CONTROL_MAX_STEPS + 1 || isFull_) // which has been said
+            return;
+        if (steps_ > VESK_CONTROL_MAX_STEPS)
             words.Fail("a scenario has at most " + std::to_string(VESK_CONTROL_MAX_STEPS) + " steps");
         step.dataLen = static_cast<uint32_t>(message.data.size());
         const BytesView head = BytesOf(step);
         payload_.insert(payload_.end(), head.begin(), head.end());
         payload_.insert(payload_.end(), message.data.begin(), message.data.end());
         payload_.resize((payload_.size() + 7) / 8 * 8);
-        if (payload_.size() > VESK_VIDEO_MAX_MESSAGE_SIZE - sizeof(VeskVideoMsgHead))
+        isFull_ = payload_.size() > VESK_VIDEO_MAX_MESSAGE_SIZE - sizeof(VeskVideoMsgHead);
+        if (isFull_)
             words.Fail("up to here, the scenario has more than the " +
                        std::to_string(VESK_VIDEO_MAX_MESSAGE_SIZE) + " bytes of a message");
     }
@@ -110,6 +130,8 @@ private:
     const Decoder& decoder_;
     Bytes payload_;
     size_t steps_ = 0;
+    bool isFull_ = false;
+    std::vector<std::string> mistakes_;
 };
 
 } // namespace

@@ -21,7 +21,8 @@ namespace vesk::steering {
  *     nth = 3                          # the third such message; otherwise the first
  *     do = ["fault add * delay 200 --count 1", "notify VIDEO_CAPABILITY_UPDATE"]
  *
- * @param source  Names the text in errors. @throw Error "SOURCE:LINE: step[2].at: expected ..."
+ * @param source  Names the text in errors. @throw Error "SOURCE:LINE: step[2].at: expected ...", of all
+ * mistakes
  */
 ControlMessage ScenarioOf(const decoder::Decoder& decoder, const std::string& text,
                           const std::string& source);

@@ -202,7 +202,8 @@ TEST(ControlWords, ThatCannotBeUsedAreRefused)
         {"notify VO_PORT_PLUG_STATE prot=1", "has no field 'prot'; nearest: port"},
         {"notify 208 --length 4194249", "expected at most 4194248 bytes"},
         {"notify 208 --to abcdefghijklmnop", "at most 15 characters"},
-        {"fault", "A subcommand is required"},
+        {"fault", "fault: expected add, list or clear"},
+        {"fault ad", "there is no command 'fault ad'; nearest: add"},
         {"fault clear 0", "FAULT"},
         {"fault add VO_START", "expected an effect after the match: result CODE, delay MS, no-answer"},
         {"fault add VO_STRAT drop", "no request or notification 'VO_STRAT'; nearest: VO_START"},
@@ -306,8 +307,13 @@ TEST(ScenarioFile, OneThatIsWrongSaysWhere)
         {step + "at = 0\ndo = true",
          R"(s:3: step[0].do: expected a line of words, such as "unplug input 0", not true)"},
         {step + "at = 0\ndo = 'reset'", "s:3: step[0].do: a scenario cannot contain 'reset'"},
-        {step + "at = 0\ndo = 'plug input 1 --help'",
-         "s:3: step[0].do: The following argument was not expected: --help"},
+        {step + "at = 0\ndo = 'plug input 1 --help'", "s:3: step[0].do: there is no option '--help'"},
+        {"x = 1\n" + step + "at = 'soon'\nta = 1\ndo = ['unplgu input 0', 'time']\n" + step + "at = 1",
+         "s:1: x: unknown key; expected step\n"
+         "s:4: step[0].ta: unknown key; expected one of at, on, app, nth, do\n"
+         "s:3: step[0].at: expected seconds, 0 to 86400, not 'soon'\n"
+         "s:5: step[0].do[0]: there is no command 'unplgu'; nearest: unplug\n"
+         "s:6: step[1].do: missing; expected a line of words, or an array of them"},
     };
     for (const auto& row : rows) {
         const std::string error = ErrorOf([&] { StepsOf(row.text); });

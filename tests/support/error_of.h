@@ -11,7 +11,10 @@ inline std::string ErrorOf(const std::function<void()>& body)
     try {
         body();
     } catch (const vesk::Error& error) {
-        return error.what();
+        std::string text = error.what();
+        for (const std::string& other : error.others)
+            text += '\n' + other;
+        return text;
     }
     return "no error";
 }

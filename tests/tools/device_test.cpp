@@ -95,8 +95,8 @@ TEST_F(DeviceTest, SavedStatesMayHoldAnything)
         const char* text;
         const char* error;
     } rows[] = {
-        {"{", "parse error"},
-        {R"({"service":{"process":1}})", "this is not the state of a virtual service"},
+        {"{", "line 1, column 2: unexpected end of input"},
+        {R"({"service":{"process":1}})", "this is not the state of a virtual service: key"},
         {R"({"service":{"procName":"","taskName":"","process":1},"inputs":[7]})", "this is not the state"}};
     for (const auto& row : rows) {
         std::ofstream(directory.File("state")) << row.text;

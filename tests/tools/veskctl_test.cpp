@@ -156,6 +156,7 @@ TEST_F(VeskctlTest, Scripts)
         {"wait 208 timeout=20", 5, ":1: no notification '208' within 20 ms"},
         {"wait 107\n", 5, "within 300 ms"},
         {"text='a", 2, ":1: a quote ' is not closed"},
+        {"decribe VO_START", 2, ":1: there is no request or command 'decribe'; nearest: describe"},
         {"sleep soon", 2, ":1: 'soon': expected a number of milliseconds"},
     };
     for (const auto& row : rows) {
@@ -224,9 +225,23 @@ TEST_F(VeskctlTest, StatusesAndOutput)
         {"complete -- device notify DISPLAY_FIRST_FRAME port", 0, "portName=\n"},
         {"complete -- device mode input 0 --pe", 0, "--peer\n"},
         {"complete -- --peer unknown wait --timeout 5 DISPLAY_FI", 0, "DISPLAY_FIRST_FRAME\n"},
-        {"complete --describe -- device fault cl", 0, "clear Take a rule away, or all\n"},
+        {"complete --describe -- device fault cl", 0, "clear Remove a rule, or all rules\n"},
         {"completion tcsh", 2, "SHELL: "},
-        {"nonsense", 2, ""},
+        {"", 2, "\n  decode  "},
+        {"device fault", 2, "'veskctl device fault COMMAND --help' shows"},
+        {"decribe X", 2, "veskctl: there is no command 'decribe'; nearest: describe\n"},
+        {"nonsense --help", 2, "there is no command 'nonsense'"},
+        {"device fault ad", 2, "there is no command 'device fault ad'; nearest: add\n"},
+        {"call VO_START --timout 3", 2, "there is no option '--timout'; nearest: --timeout\n"},
+        {"call VO_START --timeout 0", 2, "--timeout: expected a number from 1 to 4294967295, not '0'"},
+        {"monitor --count -1", 2, "--count: expected a number from 0, not '-1'"},
+        {"monitor --match port=x", 2, "port=x: expected a number"},
+        {"monitor --match prot=1", 2, "there is no field 'prot' in such messages; nearest: port"},
+        {"list requsts", 2, "WHAT: expected requests, notifications, records or results, not 'requsts'"},
+        {"call VO_START outEngNo=9 2>&1 >/dev/full", 1, "cannot write to standard output: No space left"},
+        {"list >/dev/full", 1, "veskctl: cannot write to standard output: No space left on device\n"},
+        {"device graph >&-", 1, "cannot write to standard output: Bad file descriptor"},
+        {"--help >/dev/full", 1, "cannot write to standard output"},
         {"--version", 0, "veskctl "},
     };
     for (const auto& row : rows) {
@@ -257,19 +272,21 @@ TEST_F(VeskctlTest, DeviceIsSteered)
         {"fault list", 0,
          "1  GET_VO_COUNT length -4 --count 1  (matched 0, changed 0)\n"
          "2  GET_VO_COUNT delay 1  (matched 0, changed 0)\n"},
-        {"fault clear 7", 3, "veskctl: the service refused CONTROL_FAULT_CLEAR: NUMBER (0x203)"},
+        {"fault clear 7", 3, "veskctl: there is no fault 7: NUMBER (0x203)\n"},
         {"fault add GET_VO_COUNT drop", 2,
          "veskctl: drop is an effect of notifications; GET_VO_COUNT is a request"},
         {"fault add", 2, "MATCH EFFECT is required"},
         {"notify 208", 0, "sent to 0 clients\n"},
-        {"time 5", 3, "veskctl: the service refused CONTROL_TIME: STATE (0x205)"},
+        {"time 5", 3, "veskctl: the device's time runs by itself; it can be moved only if"},
+        {"notify 208 --to nobody", 3, "veskctl: there is no client 'nobody': NUMBER (0x203)"},
         {"scenario " + scenario + ".bad", 2,
          "veskctl: " + scenario + ".bad:3: step[0].do: MATCH EFFECT is required"},
         {"scenario - < " + scenario, 0, ""},
         {"plug input 1 --mode 640x480@30", 0, ""},
+        {"plug input 1", 3, "veskctl: input 1 is plugged in already: STATE (0x205)\n"},
         {"mode input 1 0x1@1", 2, "veskctl: '0x1@1': expected a mode"},
         {"unplug input 1", 0, ""},
-        {"unplug input 1", 3, "veskctl: the service refused CONTROL_UNPLUG: STATE (0x205)"},
+        {"unplug input 1", 3, "veskctl: input 1 is unplugged already: STATE (0x205)"},
     };
     for (const auto& row : rows) {
         const Result result = Veskctl("device " + row.arguments);
@@ -278,9 +295,13 @@ TEST_F(VeskctlTest, DeviceIsSteered)
     }
     const Result script =
         RunScript("GET_VI_COUNT\nexpect 0x1234 GET_VO_COUNT\ndevice notify 208\nwait 208\n"
-                  "device fault list\n$rule = device fault add EXIT result OK\n"
+                  "$rule = device fault add EXIT result OK\ndevice fault list\ndevice state\n"
+                  "expect NUMBER\ndevice fault clear 77\n"
                   "device fault clear $rule\ndevice reset\nwait VIDEO_ACTIVATE\nGET_VO_COUNT");
     EXPECT_EQ(script.status, 0) << script.output;
+    EXPECT_TRUE(patterns::IsFound(script.output,
+                                  "\nfault [0-9]\n[0-9]  .*\n[0-9]  EXIT result OK  .*\nService VIDEO/VCTL"))
+        << script.output;
     EXPECT_EQ(service.Wait(SIGTERM), 0);
     const std::string program = VESK_EMULATOR " " VESK_SERVICE_PATH " --scenario ";
     EXPECT_EQ(Shell(program + scenario + ".bad").status, 2);

@@ -52,7 +52,7 @@ List MessageNames()
     return names;
 }
 
-List ResultNames()
+List ResultsWithMeanings()
 {
     List names;
     for (const ResultCode& code : ResultCodes())
@@ -122,7 +122,7 @@ List FaultCandidates(const Decoder& decoder, const List& before)
     }
     const auto isCondition = [](const std::string& word) { return word.find('=') != word.npos; };
     if (!std::all_of(before.begin() + 1, before.end(), isCondition))
-        return before.back() == "result" ? ResultNames() : List();
+        return before.back() == "result" ? ResultsWithMeanings() : List();
     List names = Texts(steering::EffectNames());
     for (const List& fields : {RequestFields(decoder, before[0]), NotificationFields(decoder, before[0])})
         names.insert(names.end(), fields.begin(), fields.end());
@@ -159,7 +159,7 @@ List Candidates(const Decoder& decoder, Names names, const List& before)
     case Names::kMessage:
         return MessageNames();
     case Names::kResult:
-        return before.empty() ? ResultNames() : Texts(RequestNames());
+        return before.empty() ? ResultsWithMeanings() : Texts(RequestNames());
     case Names::kFault:
         return FaultCandidates(decoder, before);
     case Names::kAnything:

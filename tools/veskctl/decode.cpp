@@ -33,7 +33,7 @@ int RunDecode(Settings& settings, const Options& options)
     const auto finish = [&] {
         transcript.Finish();
         transcript.Summarize(output ? stderr : stdout);
-        std::fflush(stdout);
+        Flush();
     };
     std::optional<AwaitedSignals> signals;
     std::function<bool()> awaitMore;
@@ -69,6 +69,7 @@ CommandLine DecodeCommand(Settings& settings)
         .name = "decode",
         .summary = "Print a recording of messages",
         .footer = "Example:\n"
+                  "  veskctl trace -o tour.pcapng -- vesk-display-tour\n"
                   "  veskctl decode tour.pcapng\n"
                   "  veskctl decode tour.pcapng --match 'VO_*' --match result=BUSY --slow 5 --json\n"
                   "  veskctl device watch -o - | tee watched.pcapng | veskctl decode -",

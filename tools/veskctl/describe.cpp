@@ -1,5 +1,6 @@
 // The subcommand "describe": what a message does and consists of, a record's fields, what a result code
 // means.
+#include "base/nearest.h"
 #include "decoder/json.h"
 #include "decoder/text.h"
 #include "tools/veskctl/commands.h"

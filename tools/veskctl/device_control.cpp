@@ -103,11 +103,8 @@ int RunControl(Settings& settings, const steering::Build& build)
     std::optional<steering::ControlMessage> message = Usage([&] { return build(decoder); });
     if (!message)
         return ListScenarios(settings.json);
-    Client client(settings.service, Client::Interrupt::kEndsProgram);
-    const Prepared request{message->number, true, std::move(message->data)};
-    const Call call = Perform(client, decoder, request, VESK_VIDEO_SYNC_TIMEOUT);
-    RequireOk(call);
-    if (request.number == VESK_CONTROL_FAULT_LIST)
+    const Call call = PerformSteering(settings, {message->number, true, std::move(message->data)});
+    if (message->number == VESK_CONTROL_FAULT_LIST)
         PrintFaults(decoder, call.outcome.answer, settings.json);
     else if (settings.json)
         PrintLine(Dump(ToJson(*call.answer).value("payload", ordered_json::object())));
@@ -121,7 +118,7 @@ int RunControl(Settings& settings, const steering::Build& build)
 std::vector<CommandLine> DeviceControlCommands(Settings& settings)
 {
     return steering::ControlCommands(
-        [&settings](const steering::Build& build) { return RunControl(settings, build); });
+        "veskctl device", [&settings](const steering::Build& build) { return RunControl(settings, build); });
 }
 
 } // namespace vesk::ctl

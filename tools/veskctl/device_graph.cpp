@@ -199,11 +199,11 @@ CommandLine DeviceGraphCommand(Settings& settings)
         .summary = "Draw how pictures run through the device, in Graphviz's language",
         .footer = "Example:\n"
                   "  veskctl device graph | dot -Tsvg > device.svg\n"
+                  "  veskctl device state --json > state.json\n"
                   "  veskctl device graph state.json",
         .options = {{.name = "FILE",
                      .place = file.get(),
-                     .help =
-                         "Draw this state, which 'device state --json' has written; - is standard input"}},
+                     .help = "Draw this file, which 'device state --json' has written; - is standard input"}},
         .run =
             [file, &settings] {
                 const ordered_json state = ReadState(settings, *file);

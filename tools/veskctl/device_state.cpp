@@ -324,10 +324,11 @@ CommandLine DeviceStateCommand(Settings& settings)
         .summary = "Show ports, engines, channels, clients and counters",
         .footer = "Example:\n"
                   "  veskctl device state\n"
-                  "  veskctl device state --json > state.json",
+                  "  veskctl device state --json > state.json\n"
+                  "  veskctl device state state.json",
         .options = {{.name = "FILE",
                      .place = file.get(),
-                     .help = "Show this one, which --json has written; - is standard input"}},
+                     .help = "Show this file, which 'device state --json' has written; - is standard input"}},
         .run = [file, &settings] { return RunState(settings, *file); },
     };
 }

@@ -53,6 +53,9 @@ void SayEnded(const Settings& settings, recording::Output* output)
 
 int RunWatch(Settings& settings, const Options& options)
 {
+    if (settings.steer)
+        throw Failure(kUsage,
+                      "device watch: a session shows no messages of others; run it beside the session");
     std::optional<recording::Output> recorded;
     if (!options.file.empty())
         recorded.emplace(options.file, kVersion, "veskctl device watch: " + settings.service);
@@ -69,12 +72,12 @@ int RunWatch(Settings& settings, const Options& options)
             [&](uint64_t lost) { SayLost(settings, output, lost); });
         if (isSilent && (client.IsInterrupted() || !(isServed = watch.Renew())))
             break;
-        std::fflush(stdout);
+        Flush();
     }
     if (options.count == 0)
         transcript.Finish();
     transcript.Summarize(output != nullptr ? stderr : stdout);
-    std::fflush(stdout);
+    Flush();
     if (isServed)
         watch.Stop();
     else
@@ -90,8 +93,8 @@ CommandLine DeviceWatchCommand(Settings& settings)
     CommandLine line{.name = "watch",
                      .summary = "Show the messages of all applications as they pass",
                      .footer = "Example:\n"
-                               "  veskctl device watch                     # until Ctrl-C\n"
-                               "  veskctl device watch --match 'VO_*' --slow 5 --summary\n"
+                               "  veskctl device watch                                  # until Ctrl-C\n"
+                               "  veskctl device watch --match 'VO_*' --slow 5 --summary   # until Ctrl-C\n"
                                "  veskctl device watch -o - | wireshark -k -i -",
                      .options = TranscriptOptionsOf(options->shown),
                      .run = [options, &settings] { return RunWatch(settings, *options); }};

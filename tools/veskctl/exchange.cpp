@@ -2,6 +2,7 @@
 #include "tools/veskctl/exchange.h"
 
 #include "decoder/json.h"
+#include "steering/refusal.h"
 #include "tools/veskctl/output.h"
 #include "vesk_service/control_list.h"
 
@@ -58,6 +59,16 @@ Call Perform(Client& client, const Decoder& decoder, const Prepared& request, ui
     return call;
 }
 
+Call PerformSteering(Settings& settings, const Prepared& request)
+{
+    if (settings.steer)
+        return settings.steer(request);
+    Client client(settings.service, Client::Interrupt::kEndsProgram);
+    Call call = Perform(client, settings.Decoder(), request, VESK_VIDEO_SYNC_TIMEOUT);
+    RequireOk(call);
+    return call;
+}
+
 void RequireAnswer(const Call& call)
 {
     if (call.outcome.platformResult != 0)
@@ -70,9 +81,13 @@ void RequireOk(const Call& call)
     if (!call.answer)
         return;
     if (const uint32_t result = call.answer->result; result != VESK_VIDEO_OK) {
-        if (result == VESK_SERVICE_ERR_REQUEST && messages::IsControl(call.request.number))
-            throw Failure(kRefused, "the service cannot be steered this way: it does not know " +
-                                        call.request.Title() + ": " + ResultText(result));
+        if (messages::IsControl(call.request.number)) {
+            if (const std::string text = steering::RefusalText(call.request, result); !text.empty())
+                throw Failure(kRefused, text + ": " + ResultText(result));
+            if (result == VESK_SERVICE_ERR_REQUEST)
+                throw Failure(kRefused, "the service cannot be steered this way: it does not know " +
+                                            call.request.Title() + ": " + ResultText(result));
+        }
         std::string text = "the service refused " + call.request.Title() + ": " + ResultText(result);
         for (const ResultCode& known : ResultCodes()) {
             if (known.code == result)

@@ -3,8 +3,12 @@
 
 #include "decoder/text.h"
 #include "tools/veskctl/client.h"
+#include "tools/veskctl/settings.h"
 
 namespace vesk::ctl {
+
+/// For how many milliseconds an answer can be waited for.
+inline constexpr std::pair<uint64_t, uint64_t> kTimeouts{1, UINT32_MAX};
 
 /// A request that is ready to be sent.
 struct Prepared {
@@ -26,6 +30,10 @@ struct Call {
 };
 
 Call Perform(Client& client, const decoder::Decoder& decoder, const Prepared& request, uint32_t timeoutMs);
+
+/// Sends a request of "device", as a client of its own or of the session that the command is a line of.
+/// @throw Failure as RequireOk
+Call PerformSteering(Settings& settings, const Prepared& request);
 
 /// @throw Failure if the call got no answer, a malformed one, or a refusal
 void RequireOk(const Call& call);

@@ -23,6 +23,7 @@ struct Failure : Error {
     ExitStatus status;
 
     Failure(ExitStatus exitStatus, const std::string& text) : Error(text), status(exitStatus) {}
+    Failure(ExitStatus exitStatus, const Error& error) : Error(error), status(exitStatus) {}
 };
 
 /// Calls @p function and turns what is wrong with the user's values into a usage error.
@@ -34,7 +35,7 @@ auto Usage(const Function& function)
     } catch (const Failure&) {
         throw;
     } catch (const Error& error) {
-        throw Failure(kUsage, error.what());
+        throw Failure(kUsage, error);
     }
 }
 

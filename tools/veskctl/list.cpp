@@ -127,7 +127,7 @@ CommandLine ListCommand(Settings& settings)
                   "  veskctl list results --json",
         .options = {{.name = "WHAT",
                      .place = what.get(),
-                     .help = "requests, notifications, records or results; all if it is not given",
+                     .help = "What to list; by default, everything",
                      .choices = {"requests", "notifications", "records", "results"}}},
         .run = [what, &settings] { return RunList(settings, *what); },
     };

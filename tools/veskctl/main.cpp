@@ -79,15 +79,22 @@ const decoder::Decoder& Settings::Decoder()
 
 int main(int argc, char** argv)
 try {
+    vesk::HoldStandardStreams();
     vesk::ctl::Settings settings;
+    vesk::CommandLine program = vesk::ctl::DescribeTool(settings);
 #ifdef VESK_HOST_PLATFORM
     if (argc > 0 && std::string_view(argv[0]).ends_with("vesk-extcap"))
-        return vesk::ParseProgram(vesk::ctl::DescribeExtcap(settings), argc, argv)();
+        program = vesk::ctl::DescribeExtcap(settings);
 #endif
-    return vesk::ParseProgram(vesk::ctl::DescribeTool(settings), argc, argv)();
+    const int status = vesk::ParseProgram(program, argc, argv)();
+    vesk::Flush();
+    return status;
 } catch (const vesk::ctl::Failure& failure) {
-    vesk::ctl::PrintError(failure.what());
+    vesk::ctl::PrintError(failure);
     return failure.status;
+} catch (const vesk::Error& error) {
+    vesk::ctl::PrintError(error);
+    return vesk::ctl::kFailed;
 } catch (const std::exception& error) {
     vesk::ctl::PrintError(error.what());
     return vesk::ctl::kFailed;

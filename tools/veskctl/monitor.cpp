@@ -84,7 +84,7 @@ CommandLine MonitorCommand(Settings& settings)
             {
                 {.name = "--match",
                  .place = &options->terms,
-                 .help = "Only this notification, pattern or FIELD=VALUE; may be repeated",
+                 .help = "Show only this notification, pattern or FIELD=VALUE; may be repeated",
                  .isOneEach = true,
                  .names = Names::kMessage},
                 {.name = "--count", .place = &options->count, .help = "Stop after this many notifications"},
@@ -109,12 +109,12 @@ CommandLine WaitCommand(Settings& settings)
             {
                 {.name = "EVENT",
                  .place = &options->terms,
-                 .help = "Notification to wait for, and FIELD=VALUE that it must have",
+                 .help = "Name of a notification, and FIELD=VALUE that it must have",
                  .isRequired = true,
                  .names = Names::kNotification},
                 {.name = "--timeout",
                  .place = &options->timeoutMs,
-                 .help = "Milliseconds to wait; 0: without limit",
+                 .help = "Milliseconds to wait; 0 is without limit",
                  .showsDefault = true},
             },
         .run = [options, &settings] { return RunWait(settings, *options); },

@@ -12,7 +12,7 @@ namespace vesk::ctl {
 void PrintLine(std::string_view line)
 {
     PutLine(stdout, line);
-    std::fflush(stdout);
+    Flush();
 }
 
 void PutFormatted(std::FILE* out, const char* format, ...)
@@ -38,6 +38,11 @@ bool IsScreen(std::FILE* out)
 void PrintError(std::string_view text)
 {
     PutError("veskctl", text);
+}
+
+void PrintError(const Error& error)
+{
+    PutError("veskctl", error);
 }
 
 } // namespace vesk::ctl

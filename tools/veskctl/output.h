@@ -16,5 +16,6 @@ bool IsScreen(std::FILE* out);
 
 /// Says on standard error what is wrong, in this program's name.
 void PrintError(std::string_view text);
+void PrintError(const Error& error);
 
 } // namespace vesk::ctl

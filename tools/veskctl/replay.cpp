@@ -401,6 +401,7 @@ CommandLine ReplayCommand(Settings& settings)
         .name = "replay",
         .summary = "Send recorded requests again and compare what comes back",
         .footer = "Example:\n"
+                  "  veskctl trace -o tour.pcapng -- vesk-display-tour\n"
                   "  veskctl replay tour.pcapng\n"
                   "  veskctl replay tour.pcapng --speed original --match 'VO_*' --json",
         .options =

@@ -27,8 +27,11 @@ struct Options {
 Failure AtLine(const std::string& file, size_t line, const Error& error)
 {
     const auto* failure = dynamic_cast<const Failure*>(&error);
-    return {failure != nullptr ? failure->status : kUsage,
-            file + ':' + std::to_string(line) + ": " + error.what()};
+    const std::string place = file + ':' + std::to_string(line) + ": ";
+    std::vector<std::string> others = error.others;
+    for (std::string& other : others)
+        other = place + other;
+    return {failure != nullptr ? failure->status : kUsage, Error(place + error.what(), std::move(others))};
 }
 
 /// Executes all lines, or those before the first that fails. Returns the status of the first that failed.
@@ -44,7 +47,7 @@ int RunScript(Settings& settings, const Options& options, std::istream& input, c
             const Failure failure = AtLine(name, number, error);
             if (!options.keepsGoing || session.IsInterrupted())
                 throw Failure(failure);
-            PrintError(failure.what());
+            PrintError(failure);
             status = status == kDone ? failure.status : status;
         }
     };
@@ -69,7 +72,7 @@ void RunAtTerminal(Settings& settings, const Options& options)
             else
                 session.Execute(line);
         } catch (const Error& error) {
-            PutLine(stderr, error.what());
+            PrintError(error);
         }
     });
 }
@@ -97,20 +100,21 @@ CommandLine RunCommand(Settings& settings)
         .name = "run",
         .summary = "Make many calls as one client: a script, or a prompt",
         .footer = "Example:\n"
-                  "  veskctl run script.vesk\n"
-                  "  veskctl run - <<'END'\n"
-                  "  $engine = OPEN_VO_PORT voPort=0\n"
-                  "  SET_DEFAULT_IMAGE imageParam1=0 imageParam2=0 text=/image.png\n"
-                  "  VO_START outEngNo=$engine\n"
-                  "  wait DISPLAY_FIRST_FRAME portName=HDMI-OUT-1\n"
-                  "  expect STATE VO_START outEngNo=$engine\n"
-                  "  END\n\nLines:\n" +
+                  "cat > first-frame <<'END'\n" // not indented, so that it can be pasted
+                  "$engine = OPEN_VO_PORT voPort=0\n"
+                  "SET_DEFAULT_IMAGE imageParam1=0 imageParam2=0 text=/image.png\n"
+                  "VO_START outEngNo=$engine\n"
+                  "wait DISPLAY_FIRST_FRAME portName=HDMI-OUT-1\n"
+                  "expect STATE VO_START outEngNo=$engine\n"
+                  "END\n"
+                  "  veskctl run first-frame\n"
+                  "  echo GET_VO_COUNT | veskctl run -\n\nLines:\n" +
                   LineHelp(),
         .options =
             {
                 {.name = "FILE",
                  .place = &options->file,
-                 .help = "File of lines; - is standard input. Without it, a prompt at a terminal"},
+                 .help = "File of lines; - is standard input. By default, a prompt at a terminal"},
                 {.name = "-k,--keep-going",
                  .place = &options->keepsGoing,
                  .help = "Go on after a line that fails"},
@@ -120,7 +124,8 @@ CommandLine RunCommand(Settings& settings)
                 {.name = "--timeout",
                  .place = &options->session.timeoutMs,
                  .help = "Milliseconds to wait for each answer or notification",
-                 .showsDefault = true},
+                 .showsDefault = true,
+                 .range = kTimeouts},
             },
         .run = [options, &settings] { return RunRun(settings, *options); },
     };

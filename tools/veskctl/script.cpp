@@ -1,9 +1,9 @@
 // The lines of "run": calls, waits and expectations.
 #include "tools/veskctl/script.h"
 
+#include "base/nearest.h"
 #include "base/words.h"
 #include "decoder/filter.h"
-#include "steering/commands.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/output.h"
 
@@ -94,8 +94,7 @@ std::span<const Session::Verb> Session::Verbs()
         {"sleep", "  sleep MS                           let time pass\n", &Session::ExecuteSleep, false,
          Names::kNothing},
         {"device",
-         "  device WORDS                       steer the virtual device, as 'veskctl device' does with one "
-         "message\n",
+         "  device ...                         as on the command line: show or steer the virtual device\n",
          &Session::ExecuteDevice, true},
         {"list", "  list ..., describe NAME            as on the command line\n", &Session::ExecuteCommand},
         {"describe", "", &Session::ExecuteCommand},
@@ -128,6 +127,12 @@ void Session::Execute(const std::string& line)
         if (verb.names)
             words.erase(words.begin());
         return (this->*verb.execute)(words, variable.value_or(""));
+    }
+    if (!ParseNumber(words[0]) && FindRequest(words[0]) == nullptr) {
+        std::vector<std::string_view> known = RequestNames();
+        for (const Verb& verb : Verbs())
+            known.emplace_back(verb.name);
+        throw Error("there is no request or command '" + words[0] + "'" + Nearest(words[0], known));
     }
     ExecuteCall(words, variable.value_or(""));
 }
@@ -170,22 +175,35 @@ void Session::ExecuteCall(const WordList& words, const std::string& variable)
     std::vector<Assignment> fields;
     for (size_t i = 1; i < words.size(); ++i)
         fields.push_back(ParseAssignment(words[i]));
-    Send(Prepare(decoder_, words[0], fields), variable);
-}
-
-void Session::ExecuteDevice(const WordList& words, const std::string& variable)
-{
-    steering::ControlMessage message = steering::ControlMessageOf(decoder_, {words.begin() + 1, words.end()});
-    Send({message.number, true, std::move(message.data)}, variable);
-}
-
-void Session::Send(const Prepared& request, const std::string& variable)
-{
-    const Call call = Perform(client_, decoder_, request, options_.timeoutMs);
+    const Call call = Perform(client_, decoder_, Prepare(decoder_, words[0], fields), options_.timeoutMs);
     PrintLine(settings_.json ? CallJson(call) : CallLine(decoder_, call));
     Judge(call);
     if (call.answer)
         Keep(*call.answer, variable);
+}
+
+/// Prints what the command line prints. A refusal that is expected is shown as one, too.
+void Session::ExecuteDevice(const WordList& words, const std::string& variable)
+{
+    std::optional<Call> call;
+    bool isAsExpected = false;
+    Settings settings = settings_;
+    settings.steer = [&](const Prepared& request) {
+        call = Perform(client_, decoder_, request, options_.timeoutMs);
+        Judge(*call);
+        isAsExpected = true;
+        RequireOk(*call);
+        return *call;
+    };
+    try {
+        ParseWords(DescribeTool(settings), words)();
+    } catch (const Failure& refusal) {
+        if (!isAsExpected)
+            throw;
+        PrintLine(refusal.what());
+    }
+    if (call && call->answer)
+        Keep(*call->answer, variable);
 }
 
 /// Compares the outcome with what is expected: success, unless a line said otherwise.

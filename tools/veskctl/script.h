@@ -59,7 +59,6 @@ private:
     };
 
     std::string Substitute(std::string_view& rest) const;
-    void Send(const Prepared& request, const std::string& variable);
     void Judge(const Call& call);
     void Keep(const decoder::Decoded& answer, const std::string& variable);
     void ExecuteCall(const WordList& words, const std::string& variable);

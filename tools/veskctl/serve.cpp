@@ -336,6 +336,9 @@ int RunServe(Settings& settings, const Options& options)
     constexpr uint32_t kQueueDepth = 1024;
     if (const uint32_t result = OsMsgRegTask(service.task.c_str(), kQueueDepth, HandleMessage); result != 0)
         throw Failure(kFailed, settings.service + " cannot be served: " + ResultText(result));
+    if (!settings.json)
+        PrintLine("veskctl: serving " + settings.service + " as recorded in " + options.file + ": " +
+                  std::to_string(conversation.turns.size()) + " requests");
     std::thread waiter([&] {
         constexpr timespec kPause{0, 100000000};
         while (sigtimedwait(&signals, nullptr, &kPause) < 0) {
@@ -344,9 +347,6 @@ int RunServe(Settings& settings, const Options& options)
         }
         HostMsgEndTask(service.task.c_str());
     });
-    if (!settings.json)
-        PrintLine("veskctl: serving " + settings.service + " as recorded in " + options.file + ": " +
-                  std::to_string(conversation.turns.size()) + " requests");
     OsMsgTaskRoutineByName(service.task.c_str());
     waiter.join();
     return server.Finish();
@@ -361,6 +361,7 @@ CommandLine ServeCommand(Settings& settings)
         .name = "serve",
         .summary = "Stand in for the service and answer as it did in a recording",
         .footer = "Example:\n"
+                  "  veskctl trace -o tour.pcapng -- vesk-display-tour\n"
                   "  veskctl serve tour.pcapng --once & sleep 1; vesk-display-tour; wait $!\n"
                   "  veskctl serve tour.pcapng --strict                 # until Ctrl-C",
         .options =
@@ -371,7 +372,7 @@ CommandLine ServeCommand(Settings& settings)
                  .isRequired = true},
                 {.name = "--strict",
                  .place = &options->isStrict,
-                 .help = "Requests must also come in the recorded order"},
+                 .help = "Report requests that do not come in the recorded order, too"},
                 {.name = "--once",
                  .place = &options->endsWithLast,
                  .help = "End when the last application has left"},

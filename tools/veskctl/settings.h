@@ -3,11 +3,15 @@
 
 #include "decoder/decoder.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 namespace vesk::ctl {
+
+struct Call;
+struct Prepared;
 
 struct Settings {
     bool json = false;
@@ -15,6 +19,9 @@ struct Settings {
     std::string peer = "virtual";
     std::vector<std::string> recordFiles;
     std::string service = "VIDEO/VCTL";
+
+    /// How a line of a session sends the request of a command of "device"; null: it is no such line.
+    std::function<Call(const Prepared& request)> steer;
 
     /// Built when it is first asked for. @throw Failure if a file of records cannot be used
     const decoder::Decoder& Decoder();

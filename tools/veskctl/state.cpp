@@ -13,12 +13,13 @@ using nlohmann::ordered_json;
 
 ordered_json ReadState(Settings& settings, const std::string& file)
 {
-    if (!file.empty())
-        return ParseJson(ReadDocument(file), file);
-    Client client(settings.service, Client::Interrupt::kEndsProgram);
-    const Prepared request = Prepare(settings.Decoder(), "VESK_CONTROL_STATE", {});
-    const Call call = Perform(client, settings.Decoder(), request, VESK_VIDEO_SYNC_TIMEOUT);
-    RequireOk(call);
+    if (!file.empty()) {
+        const ordered_json state = ParseJson(ReadDocument(file), file);
+        if (!state.is_object())
+            throw Error(file + ": expected the state of a virtual service, which is a JSON object");
+        return state;
+    }
+    const Call call = PerformSteering(settings, Prepare(settings.Decoder(), "VESK_CONTROL_STATE", {}));
     const BytesView text = BytesView(call.outcome.answer).subspan(sizeof(VeskVideoMsgHead));
     return ParseJson({reinterpret_cast<const char*>(text.data()), text.size()},
                      "the service's state is malformed");
@@ -39,7 +40,7 @@ void ShowState(const std::function<void()>& show)
     try {
         show();
     } catch (const ordered_json::exception& error) {
-        throw Error(std::string("this is not the state of a virtual service: ") + error.what());
+        throw Error("this is not the state of a virtual service: " + JsonProblem(error.what()));
     }
 }
 

@@ -89,11 +89,10 @@ std::vector<Option> TranscriptOptionsOf(TranscriptOptions& options)
          .names = Names::kMessage},
         {.name = "--slow",
          .place = &options.slowMs,
-         .help = "Only what took at least this many milliseconds",
-         .range = NonNegative{}},
+         .help = "Only what took at least this many milliseconds"},
         {.name = "--summary",
          .place = &options.hasSummary,
-         .help = "At the end, calls, failures and times by request"},
+         .help = "At the end, show calls, failures and times by request"},
     };
 }
 

@@ -225,21 +225,22 @@ CommandLine WithDeviceCommand(Settings& settings)
         .name = "with-device",
         .summary = "Run a command with a virtual device of its own",
         .footer = "Example:\n"
-                  "  veskctl with-device my-test\n"
-                  "  veskctl with-device --device large_room.toml -- my-test --verbose",
+                  "  veskctl with-device vesk-display-tour\n"
+                  "  veskctl with-device -- veskctl call GET_VO_PORT count=2",
         .options =
             {
                 {.name = "--device",
                  .place = &options->device,
-                 .help = "File that describes the device, or the name of an installed one; - is standard "
-                         "input"},
+                 .help = "File that describes the device, in TOML, or the name of an installed one; - is "
+                         "standard input"},
                 {.name = "--scenario",
                  .place = &options->scenario,
-                 .help = "File of steps that happen on it, or the name of an installed one; - is standard "
-                         "input"},
+                 .help =
+                     "File of steps that happen on the device, in TOML, or the name of an installed one; - "
+                     "is standard input"},
                 {.name = "--service-program",
                  .place = &options->serviceProgram,
-                 .help = "The service; else vesk-video-service of this installation or in PATH"},
+                 .help = "Service to start; by default, vesk-video-service of this installation or in PATH"},
                 {.name = "COMMAND",
                  .place = &options->command,
                  .help = "Command and its arguments",
