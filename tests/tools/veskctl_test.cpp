@@ -204,7 +204,7 @@ TEST_F(VeskctlTest, StatusesAndOutput)
          "array of VeskVideoVoPortInfo, 2376 bytes each; their number is in ulParam1, shown as"},
         {"describe ENABLE_OVERLAY_PARAM", 0,
          "\n  Shows or hides an overlay.\n  needs      VeskVideoSetOverlayParam has set the channel's"},
-        {"describe CAM_CONTROL --json", 0, R"(the query, the camera is plugged in.","arguments")"},
+        {"describe CAMERA_CONTROL --json", 0, R"(the query, the camera is plugged in.","arguments")"},
         {"describe VeskVideoSubPicParam --json", 0,
          R"({"offset":28,"size":4,"type":"uint32_t","name":"inputId"})"},
         {"describe VeskVideoVoStrat", 2, "nearest: VeskVideoVoStart"},
