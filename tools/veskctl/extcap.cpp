@@ -112,7 +112,8 @@ void PrintInterfaces()
     OsMsgRegLogFunc([](uint32_t, const char*) {}); // others may have directories of such names
     PrintLine(std::string("extcap {version=") + kVersion + '}');
     const fs::path own = PrintServices("", "");
-    for (const fs::directory_entry& entry : fs::directory_iterator(fs::temp_directory_path())) {
+    std::error_code error; // without such a directory there is no device in it
+    for (const fs::directory_entry& entry : fs::directory_iterator(fs::temp_directory_path(error), error)) {
         const std::string name = entry.path().filename().string();
         if (name.rfind(kOwnDirectory, 0) != 0 || entry.path() == own)
             continue;
