@@ -7,7 +7,12 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <nlohmann/json.hpp>
+#include <sstream>
+
+#include <pty.h>
+#include <sys/wait.h>
 
 using namespace processes;
 using nlohmann::ordered_json;
@@ -177,7 +182,7 @@ TEST_F(DeviceTest, AWatchIsRecordedAsMessagesPass)
     EXPECT_TRUE(Eventually([&] { return Shell(copied).output == "2\n"; }));
     EXPECT_EQ(follower.Wait(SIGTERM), 0);
     EXPECT_EQ(service.Wait(SIGTERM), 0);
-    shown.ExpectOutput("-- the service has ended\n");
+    shown.ExpectOutput("-- the service VIDEO/VCTL has ended\n");
     EXPECT_EQ(shown.Wait(), 0);
 }
 
@@ -210,6 +215,82 @@ TEST_F(DeviceTest, WiresharkCapturesFromAService)
     tshark.ExpectOutput("VO_STOP\t8\nVO_STOP\t");
     EXPECT_EQ(service.Wait(SIGTERM), 0);
     EXPECT_EQ(tshark.Wait(), 0);
+}
+
+TEST_F(DeviceTest, TopCountsWhatPassesUntilTheServiceEnds)
+{
+    const std::string file = directory.File("top");
+    Shell("(" + kVeskctl + "device top --json --interval 0.1 --match 'VO_S*' --match INIT_UVC --match 208; " +
+          "echo status $?) > " + file + " 2>&1 &");
+    ASSERT_TRUE(Eventually([&] { return Shell(kVeskctl + "device state | grep -q Watchers").status == 0; }));
+    std::ofstream(directory.File("script"))
+        << "expect NUMBER VO_START outEngNo=7\nexpect NUMBER VO_STOP outEngNo=7\nINIT_UVC\nGET_VO_COUNT\n"
+           "device fault add 208 drop --count 1\ndevice notify 208\ndevice notify 208\n"
+           "device fault add VO_START delay 200\nexpect NUMBER VO_START outEngNo=7\n";
+    EXPECT_EQ(Shell(kVeskctl + "run " + directory.File("script")).status, 0);
+    const auto sums = [&] { // of all intervals
+        std::map<std::string, std::vector<uint64_t>> counts;
+        std::istringstream lines(Contents(file));
+        for (std::string line; std::getline(lines, line) && line.ends_with('}');) {
+            const auto interval = ordered_json::parse(line);
+            for (const auto& row :
+                 {ordered_json::array({interval}), interval["applications"], interval["messages"]})
+                for (const auto& tally : row) {
+                    const bool isMessage = tally.contains("name");
+                    const std::string name = tally.value(isMessage ? "name" : "program", "");
+                    auto& sum = counts[isMessage ? name : name.substr(0, 7)];
+                    sum.resize(5);
+                    sum[0] += tally["requests"].get<uint64_t>();
+                    sum[1] += tally["results"].empty() ? 0 : tally["results"][0]["count"].get<uint64_t>();
+                    sum[2] += tally["notificationsSent"].get<uint64_t>();
+                    sum[3] += tally["notificationsDropped"].get<uint64_t>();
+                    sum[4] += tally["p99Ms"] > 196 && tally["p99Ms"] < 5000 ? 1 : 0;
+                }
+        }
+        return ordered_json(counts).dump();
+    };
+    EXPECT_TRUE(Eventually([&] {
+        return sums() == R"({"":[4,3,1,1,1],"INIT_UVC":[1,0,0,0,0],"VIDEO_CAPABILITY_UPDATE":[0,0,1,1,0],)"
+                         R"("VO_START":[2,2,0,0,1],"VO_STOP":[1,1,0,0,0],"veskctl":[4,3,1,1,1]})";
+    })) << sums();
+    service.Wait(SIGTERM);
+    EXPECT_TRUE(Eventually([&] {
+        return Contents(file).ends_with("veskctl: the service VIDEO/VCTL has ended\nstatus 4\n");
+    })) << Contents(file);
+}
+
+TEST_F(DeviceTest, TopShowsTheBusiestAsTheTerminalHasRoom)
+{
+    std::ofstream(directory.File("script")) << "GET_VO_COUNT\nGET_VO_COUNT\nGET_VO_PORT count=2\nINIT_UVC\n";
+    const Child application([&] {
+        while (Shell(kVeskctl + "run " + directory.File("script")).status == 0)
+            ;
+    });
+    setenv("TERM", "xterm", 1);
+    int terminal = -1;
+    const winsize size{10, 80, 0, 0};
+    const pid_t child = forkpty(&terminal, nullptr, nullptr, &size);
+    if (child == 0) {
+        execl("/bin/sh", "sh", "-c", ("exec " + kVeskctl + "device top --by message").c_str(), nullptr);
+        _exit(127);
+    }
+    std::string screen;
+    char buffer[512];
+    for (ssize_t got; (got = read(terminal, buffer, sizeof buffer)) > 0;) {
+        const bool hasMore = screen.find(" more\r\n") != std::string::npos;
+        screen.append(buffer, static_cast<size_t>(got));
+        if (!hasMore && screen.find(" more\r\n") != std::string::npos) {
+            EXPECT_EQ(write(terminal, "\3", 1), 1); // Ctrl-C
+        }
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    close(terminal);
+    EXPECT_EQ(status, 0);
+    const size_t left = screen.find("\x1b[?25h\x1b[?1049l"); // the whole table stays
+    ASSERT_NE(left, std::string::npos) << screen;
+    EXPECT_NE(screen.find("\nGET_VO_PORT ", left), std::string::npos) << screen;
+    EXPECT_EQ(screen.find(" more\r\n", left), std::string::npos) << screen;
 }
 
 TEST_F(WithDeviceTest, EndsAsTheCommandDoes)

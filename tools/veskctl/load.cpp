@@ -1,6 +1,7 @@
 // What a service has to do in an interval: requests, answers and notifications, in bounded memory.
 #include "tools/veskctl/load.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 

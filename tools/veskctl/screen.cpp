@@ -3,6 +3,7 @@
 
 #include "tools/veskctl/output.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
