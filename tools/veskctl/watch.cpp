@@ -25,8 +25,12 @@ void Watch::Stop()
 bool Watch::Renew()
 {
     const Call call = Switch(true);
-    return call.outcome.platformResult == 0 ||
-           NoAnswer(call.request.Title(), call.outcome).status != kNoService;
+    if (call.outcome.platformResult == 0)
+        return true;
+    const Failure failure = NoAnswer(call.request.Title(), call.outcome);
+    if (failure.status != kNoService)
+        throw Failure(failure);
+    return false;
 }
 
 Call Watch::Switch(bool isOn)

@@ -18,7 +18,8 @@ public:
 
     void Stop();
 
-    /// Asks a silent service to go on, which may have started anew. False if there is none any more.
+    /// Asks a silent service to go on, which may have started anew. False if there is none any more. @throw
+    /// Failure if it does not answer
     bool Renew();
 
     using OnEvent = std::function<void(recording::Event&&)>;
