@@ -194,7 +194,9 @@ try {
     };
     return ParseProgram(program, argc, argv)();
 } catch (const Error& error) { // a file that is wrong
-    PutError(kProgram, error);
+    PutLine(stderr, error.what());
+    for (const std::string& other : error.others)
+        PutLine(stderr, other);
     return 2;
 } catch (const std::bad_alloc&) {
     SayNoMemory();

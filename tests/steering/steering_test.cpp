@@ -192,7 +192,7 @@ TEST(ControlWords, ThatCannotBeUsedAreRefused)
     } kRows[] = {
         {"", "expected a command"},
         {"plgu input 1", "there is no command 'plgu'; nearest: plug"},
-        {"plug inptu 1", "inptu not in {input,output}"},
+        {"plug inptu 1", "DIRECTION: expected input or output, not 'inptu'"},
         {"plug input", "PORT is required"},
         {"plug input -1", "PORT"},
         {"plug input 1 --mode 1920x1080", "'1920x1080': expected a mode of width, height"},
@@ -308,10 +308,10 @@ TEST(ScenarioFile, OneThatIsWrongSaysWhere)
          R"(s:3: step[0].do: expected a line of words, such as "unplug input 0", not true)"},
         {step + "at = 0\ndo = 'reset'", "s:3: step[0].do: a scenario cannot contain 'reset'"},
         {step + "at = 0\ndo = 'plug input 1 --help'", "s:3: step[0].do: there is no option '--help'"},
-        {"x = 1\n" + step + "at = 'soon'\nta = 1\ndo = ['unplgu input 0', 'time']\n" + step + "at = 1",
+        {"x = 1\n" + step + "at = true\nta = 1\ndo = ['unplgu input 0', 'time']\n" + step + "at = 1",
          "s:1: x: unknown key; expected step\n"
          "s:4: step[0].ta: unknown key; expected one of at, on, app, nth, do\n"
-         "s:3: step[0].at: expected seconds, 0 to 86400, not 'soon'\n"
+         "s:3: step[0].at: expected seconds, 0 to 86400, not true\n"
          "s:5: step[0].do[0]: there is no command 'unplgu'; nearest: unplug\n"
          "s:6: step[1].do: missing; expected a line of words, or an array of them"},
     };

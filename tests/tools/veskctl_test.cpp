@@ -275,7 +275,7 @@ TEST_F(VeskctlTest, DeviceIsSteered)
         {"fault clear 7", 3, "veskctl: there is no fault 7: NUMBER (0x203)\n"},
         {"fault add GET_VO_COUNT drop", 2,
          "veskctl: drop is an effect of notifications; GET_VO_COUNT is a request"},
-        {"fault add", 2, "MATCH EFFECT is required"},
+        {"fault add", 2, "veskctl: MATCH EFFECT is required\n"},
         {"notify 208", 0, "sent to 0 clients\n"},
         {"time 5", 3, "veskctl: the device's time runs by itself; it can be moved only if"},
         {"notify 208 --to nobody", 3, "veskctl: there is no client 'nobody': NUMBER (0x203)"},

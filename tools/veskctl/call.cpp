@@ -70,8 +70,8 @@ CommandLine CallCommand(Settings& settings)
         .summary = "Send one request and show its answer",
         .footer = "Example:\n"
                   "  veskctl call OPEN_VO_PORT voPort=0\n"
-                  "  veskctl call VeskVideoEncoderSetParam encStmNo=1 w=1920 h=1080\n"
-                  "  veskctl call SET_VO_SRC outEngNo=1 picNum=1 'subPic[0].inputId=2'",
+                  "  veskctl call VeskVideoGetVoPort count=2 --json\n"
+                  "  veskctl call SET_DISPLAY_MODE displayMode=2 fps=60",
         .options =
             {
                 {.name = "NAME",

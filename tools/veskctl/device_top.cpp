@@ -336,7 +336,11 @@ CommandLine DeviceTopCommand(Settings& settings)
                  .isOneEach = true,
                  .names = Names::kMessage},
             },
-        .run = [options, &settings] { return Top(settings, *options).Run(); },
+        .run =
+            [options, &settings] {
+                RequireNoSession(settings, "top");
+                return Top(settings, *options).Run();
+            },
     };
 }
 

@@ -53,9 +53,7 @@ void SayEnded(const Settings& settings, recording::Output* output)
 
 int RunWatch(Settings& settings, const Options& options)
 {
-    if (settings.steer)
-        throw Failure(kUsage,
-                      "device watch: a session shows no messages of others; run it beside the session");
+    RequireNoSession(settings, "watch");
     std::optional<recording::Output> recorded;
     if (!options.file.empty())
         recorded.emplace(options.file, kVersion, "veskctl device watch: " + settings.service);

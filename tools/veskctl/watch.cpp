@@ -11,6 +11,13 @@ namespace vesk::ctl {
 using recording::Event;
 using recording::Kind;
 
+void RequireNoSession(const Settings& settings, const char* command)
+{
+    if (settings.steer)
+        throw Failure(kUsage, std::string("device ") + command +
+                                  ": a session shows no messages of others; run it beside the session");
+}
+
 Watch::Watch(Client& client, Settings& settings)
     : client_(client), settings_(settings), service_(ParseService(settings.service))
 {

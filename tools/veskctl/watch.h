@@ -10,6 +10,9 @@
 
 namespace vesk::ctl {
 
+/// @throw Failure if the command of "device" is a line of a session
+void RequireNoSession(const Settings& settings, const char* command);
+
 /// Messages of all applications, as events of a recording that each application would have made.
 class Watch {
 public:
