@@ -35,7 +35,7 @@ J device fault add VO_START result BUSY; J device fault list; J device fault cle
 J device notify 208; J device time; J device unplug input 0; J device plug input 0; J device mode input 0 640x480@30
 printf '[[step]]\nat = 0\ndo = "fault clear"\n' > scenario && J device scenario scenario; J device reset
 J device scenario
-J device top --count 2 --interval 0.5 & until_ready watched; veskctl device notify 208; veskctl call GET_VO_COUNT; wait $!
+J device top --count 2 --interval 0.5 & until_ready watched; veskctl call INIT > called; wait $!
 J device watch --count 1 --summary & until_ready watched; veskctl call INIT > called; wait $!
 J serve tour --once --strict --service A/B & until_ready refused veskctl call VO_STOP outEngNo=88 --service A/B; wait $!
 """
