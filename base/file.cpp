@@ -3,25 +3,31 @@
 
 #include "base/error.h"
 
+#include <fcntl.h>
+
 #include <cerrno>
 #include <cstring>
-#include <fstream>
-#include <iostream>
 
 namespace vesk {
 
+Descriptor OpenInput(const std::string& path)
+{
+    Descriptor file(path == "-" ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)
+                                : open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file.IsOpen())
+        throw Error(path + ": " + std::strerror(errno));
+    return file;
+}
+
 std::string FileContents(const std::string& path, size_t most)
 {
-    errno = 0;
-    std::ifstream opened;
-    if (path != "-")
-        opened.open(path, std::ios::binary);
-    std::istream& file = path == "-" ? std::cin : opened;
+    const Descriptor file = OpenInput(path);
     std::string text;
     char part[4096];
-    while (text.size() <= most && (file.read(part, sizeof part), file.gcount() > 0))
-        text.append(part, static_cast<size_t>(file.gcount()));
-    if (file.bad() || (&file == &opened && !opened.is_open())) // a directory can be opened, but not read
+    ssize_t got = 0;
+    while (text.size() <= most && (got = read(file.Get(), part, sizeof part)) > 0)
+        text.append(part, static_cast<size_t>(got));
+    if (got < 0)
         throw Error(path + ": " + std::strerror(errno));
     if (text.size() > most)
         throw Error(path + ": expected at most " + std::to_string(most) + " bytes");

@@ -82,9 +82,17 @@ struct Listing {
     std::string_view function;             ///< Empty for notifications.
     std::vector<HeaderArgument> arguments; ///< Without uwSubMsgID in an answer, which holds the result.
     const messages::Form* form;            ///< What follows the header.
-    std::string_view summary;              ///< Of a request: what it does, in a sentence or two.
-    std::string_view needs;                ///< Of a request of the interface: what must come before it.
 };
+
+/// What the headers say of a request.
+struct RequestText {
+    uint32_t request;
+    std::string_view summary; ///< What it does, in a sentence or two.
+    std::string_view needs;   ///< What must come before it; empty for control requests.
+};
+
+/// Null for requests that are not listed.
+const RequestText* RequestTextOf(uint32_t request);
 
 /// A value that has a name.
 struct ValueWithName {

@@ -101,6 +101,11 @@ Filter::Filter(const Decoder& decoder, const std::vector<std::string>& terms)
 {
 }
 
+Filter Filter::OfOneMessage(const Decoder& decoder, const std::vector<std::string>& terms)
+{
+    return Filter(decoder, terms, {});
+}
+
 Filter Filter::OfNotifications(const Decoder& decoder, const std::vector<std::string>& terms)
 {
     for (const std::string& term : terms) {

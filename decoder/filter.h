@@ -26,6 +26,9 @@ public:
     /// @throw Error if a name is not known, or no message with one of the names can have one of the values
     Filter(const Decoder& decoder, const std::vector<std::string>& terms);
 
+    /// For a message that is at hand: any field may be named. @throw Error if a name is not known
+    static Filter OfOneMessage(const Decoder& decoder, const std::vector<std::string>& terms);
+
     /// Only names of notifications and of their fields. @throw Error
     static Filter OfNotifications(const Decoder& decoder, const std::vector<std::string>& terms);
 

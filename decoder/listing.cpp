@@ -41,13 +41,7 @@ constexpr ValueWithName kNamedValues[] = {
     {"kind", VESK_CONTROL_SAW_ANSWER, "SAW_ANSWER", "VeskControlMessage"},
     {"kind", VESK_CONTROL_SAW_NO_ANSWER, "SAW_NO_ANSWER", "VeskControlMessage"},
     {"kind", VESK_CONTROL_SAW_NOTIFICATION, "SAW_NOTIFICATION", "VeskControlMessage"},
-};
-
-/// What the headers say of a request.
-struct RequestText {
-    uint32_t request;
-    std::string_view summary;
-    std::string_view needs;
+    {"kind", VESK_CONTROL_SAW_DROPPED, "SAW_DROPPED", "VeskControlMessage"},
 };
 
 constexpr RequestText kRequestTexts[] = {
@@ -76,21 +70,18 @@ void NameArguments(Listing& listing, const messages::Argument (&arguments)[3])
     }
 }
 
-void DescribeRequest(Listing& listing)
-{
-    for (const RequestText& text : kRequestTexts) {
-        if (text.request == listing.number) {
-            listing.summary = text.summary;
-            listing.needs = text.needs;
-        }
-    }
-}
-
 } // namespace
+
+const RequestText* RequestTextOf(uint32_t request)
+{
+    const auto* found = std::find_if(std::begin(kRequestTexts), std::end(kRequestTexts),
+                                     [&](const RequestText& text) { return text.request == request; });
+    return found != std::end(kRequestTexts) ? found : nullptr;
+}
 
 Listing Decoder::Describe(Direction direction, uint32_t number) const
 {
-    Listing listing{direction, number, {}, {}, {}, {std::begin(kFields), std::end(kFields)}, nullptr, {}, {}};
+    Listing listing{direction, number, {}, {}, {}, {std::begin(kFields), std::end(kFields)}, nullptr};
     if (direction == Direction::kNotification) {
         if (const messages::Notification* listed = messages::FindAnyNotification(number)) {
             listing.fullName = listed->name;
@@ -101,10 +92,8 @@ Listing Decoder::Describe(Direction direction, uint32_t number) const
         listing.fullName = listed->name;
         listing.function = listed->function;
         listing.form = direction == Direction::kRequest ? &listed->payload : &listed->answer;
-        if (direction == Direction::kRequest) {
+        if (direction == Direction::kRequest)
             NameArguments(listing, listed->arguments);
-            DescribeRequest(listing);
-        }
     }
     listing.name = ShortName(listing.fullName);
     if (direction == Direction::kAnswer)

@@ -2,7 +2,7 @@
 // waits for the notifications of what it does, and closes everything again. One request can only be refused
 // there: VeskVideoVerifyImage, whose path travels as an address. Exits with status 0 if all was as expected.
 //
-//     device_tour [PROCESS-NAME [INPUT [OUTPUT]]]
+//     vesk-device-tour [PROCESS-NAME [INPUT [OUTPUT]]]
 //
 // Two instances can run at the same time if their names and ports differ.
 #include "steps.h"

@@ -1,7 +1,7 @@
 // A first application: finds the displays, opens one, configures it, shows a picture, closes it, and prints
 // the notifications that arrive. Exits with status 0 if everything was as expected.
 //
-//     display_tour [PROCESS-NAME]
+//     vesk-display-tour [PROCESS-NAME]
 #include "steps.h"
 
 #include <thread>

@@ -20,13 +20,15 @@ constexpr Refusal kRefusals[] = {
     {VESK_CONTROL_PLUG, VESK_SERVICE_ERR_NUMBER, "there is no {direction} {port}"},
     {VESK_CONTROL_PLUG, VESK_SERVICE_ERR_STATE, "{direction} {port} is plugged in already"},
     {VESK_CONTROL_PLUG, VESK_SERVICE_ERR_VALUE,
-     "the mode {width}x{height}@{fr} is out of range; expected at most 16384x16384@1000"},
+     "the mode {width}x{height}@{fr} of {direction} {port} is out of range; expected at most "
+     "16384x16384@1000"},
     {VESK_CONTROL_UNPLUG, VESK_SERVICE_ERR_NUMBER, "there is no {direction} {port}"},
     {VESK_CONTROL_UNPLUG, VESK_SERVICE_ERR_STATE, "{direction} {port} is unplugged already"},
     {VESK_CONTROL_MODE, VESK_SERVICE_ERR_NUMBER, "there is no {direction} {port}"},
     {VESK_CONTROL_MODE, VESK_SERVICE_ERR_UNPLUGGED, "nothing is plugged into {direction} {port}"},
     {VESK_CONTROL_MODE, VESK_SERVICE_ERR_VALUE,
-     "the mode {width}x{height}@{fr} is out of range; expected at most 16384x16384@1000"},
+     "the mode {width}x{height}@{fr} of {direction} {port} is out of range; expected at most "
+     "16384x16384@1000"},
     {VESK_CONTROL_NOTIFY, VESK_SERVICE_ERR_NUMBER, "there is no client '{procName}'"},
     {VESK_CONTROL_FAULT_ADD, VESK_SERVICE_ERR_ROOM, "there are as many faults as there can be"},
     {VESK_CONTROL_FAULT_CLEAR, VESK_SERVICE_ERR_NUMBER, "there is no fault {fault}"},
@@ -35,17 +37,21 @@ constexpr Refusal kRefusals[] = {
     {VESK_CONTROL_WATCH, VESK_SERVICE_ERR_ROOM, "there are as many watchers as there can be"},
 };
 
-std::string ValueOf(const Decoded& request, std::string_view name)
+/// Nothing if the field is not there, is cut off or has no such value.
+std::optional<std::string> ValueOf(const Decoded& request, std::string_view name)
 {
     for (const Field& field : request.fields) {
         if (field.path != name)
             continue;
-        if (name == "direction")
-            return std::get<uint64_t>(field.value) == VESK_CONTROL_OUTPUT ? "output" : "input";
-        const auto* text = std::get_if<std::string>(&field.value);
-        return text != nullptr ? *text : std::to_string(std::get<uint64_t>(field.value));
+        const auto* number = std::get_if<uint64_t>(&field.value);
+        if (name == "direction" && number != nullptr && *number <= VESK_CONTROL_OUTPUT)
+            return *number == VESK_CONTROL_OUTPUT ? "output" : "input";
+        if (const auto* text = std::get_if<std::string>(&field.value))
+            return *text;
+        if (number != nullptr && name != "direction")
+            return std::to_string(*number);
     }
-    return "";
+    return std::nullopt;
 }
 
 } // namespace
@@ -62,7 +68,11 @@ std::string RefusalText(const Decoded& request, uint32_t result)
             if (open == rest.npos)
                 break;
             const size_t close = rest.find('}');
-            text += ValueOf(request, rest.substr(open + 1, close - open - 1));
+            const std::optional<std::string> value =
+                ValueOf(request, rest.substr(open + 1, close - open - 1));
+            if (!value)
+                return "";
+            text += *value;
             rest.remove_prefix(close + 1);
         }
         return text;

@@ -16,7 +16,7 @@ except ImportError:
 PRELUDE = """J() { veskctl --json "$@"; }
 watched() { veskctl device state | grep Watchers; }
 refused() { "$@"; [ $? = 3 ]; }
-until_ready() { until "$@" > /dev/null 2>&1; do sleep 0.05; done; }
+until_ready() { for _ in {1..2000}; do "$@" > /dev/null 2>&1 && return; sleep 0.05; done; }
 """
 COMMANDS = r"""
 J list; J list results
@@ -27,6 +27,7 @@ J call INIT --service NOBODY/VCTL
 J wait VO_PORT_PLUG_STATE
 J monitor --count 2
 printf '%s\n' 'device notify 208' 'wait 208' 'expect 515 VO_START outEngNo=77' 'list records' 'describe 0' | J run
+printf '%s\n' 'device state' 'expect NUMBER' 'device fault clear 77' | J run
 J trace --summary -- vesk-device-tour > /dev/null
 veskctl trace -o tour -- vesk-device-tour > /dev/null && J decode tour --all --peer unknown; J decode tour --summary
 J replay tour

@@ -23,7 +23,7 @@ public:
             if (event.isSent != (isRequest != isServiceSide_)) // seen on the other side
                 return;
             const size_t participant = ParticipantOf(event);
-            Note(participant, event);
+            Saw(participant, event);
             if (isRequest)
                 Begin(participant, std::move(event));
             else
@@ -33,7 +33,7 @@ public:
             if (turn == turnOf_.end() || event.exchange == 0)
                 return;
             Turn& ended = conversation_.turns[turn->second];
-            Note(ended.participant, event);
+            Saw(ended.participant, event);
             ended.end = std::move(event);
         }
     }
@@ -55,7 +55,7 @@ private:
         return entry->second;
     }
 
-    void Note(size_t participant, const Event& event)
+    void Saw(size_t participant, const Event& event)
     {
         uint64_t& last = conversation_.participants[participant].lastNs;
         last = std::max(last, event.monotonicNs);

@@ -2,15 +2,15 @@
 #include "tools/recording/reader.h"
 
 #include "base/error.h"
+#include "base/file.h"
 #include "base/text.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
-#include <memory>
 #include <utility>
 
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -27,6 +27,13 @@ bool IsBeyondEnd(int file)
 {
     struct stat status;
     return fstat(file, &status) == 0 && lseek(file, 0, SEEK_CUR) > status.st_size;
+}
+
+/// False if reading would wait.
+bool HasMore(int file)
+{
+    pollfd state{file, POLLIN, 0};
+    return poll(&state, 1, 0) != 0;
 }
 
 } // namespace
@@ -287,11 +294,8 @@ Event Reader::ReadEvent(BytesView packet) const
 void ReadFile(const std::string& path, const std::function<void(Event&&)>& onEvent, const OnRead& onRead,
               const std::function<bool()>& awaitMore)
 {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> opened(
-        path == "-" ? stdin : std::fopen(path.c_str(), "rbe"), &std::fclose);
-    if (opened == nullptr)
-        throw Error(path + ": " + std::strerror(errno));
-    const int file = fileno(opened.get()); // the stream itself would wait until a pipe has filled its buffer
+    const Descriptor opened = OpenInput(path);
+    const int file = opened.Get();
     try {
         struct stat status {};
         const bool isFile = fstat(file, &status) == 0 && S_ISREG(status.st_mode);
@@ -300,8 +304,17 @@ void ReadFile(const std::string& path, const std::function<void(Event&&)>& onEve
         uint64_t events = 0;
         Reader reader;
         std::vector<std::byte> bytes(65536);
-        ssize_t got = 0;
-        while ((got = read(file, bytes.data(), bytes.size())) > 0 || (got == 0 && awaitMore && awaitMore())) {
+        for (;;) {
+            if (awaitMore && !HasMore(file)) {
+                if (!awaitMore())
+                    return;
+                continue;
+            }
+            const ssize_t got = read(file, bytes.data(), bytes.size());
+            if (got < 0)
+                throw Error(std::strerror(errno));
+            if (got == 0 && (!awaitMore || !isFile || !awaitMore()))
+                break;
             if (got == 0 && IsBeyondEnd(file)) {
                 lseek(file, 0, SEEK_SET);
                 reader = Reader();
@@ -313,8 +326,6 @@ void ReadFile(const std::string& path, const std::function<void(Event&&)>& onEve
             if (onRead)
                 onRead(done, size, events);
         }
-        if (got < 0)
-            throw Error(std::strerror(errno));
         if (!awaitMore)
             reader.Finish();
     } catch (const Error& error) {

@@ -61,8 +61,8 @@ using OnRead = std::function<void(uint64_t bytes, uint64_t size, uint64_t events
 /// standard input. @throw Error that names the file if it cannot be read or is garbled, after the events
 /// before that place
 ///
-/// @param awaitMore  Called at the end; if it returns true, reading goes on with what the file has got since,
-///                   from the start if it was emptied. Null: that is the end.
+/// @param awaitMore  Called at the end, and while a pipe is empty; if it returns true, reading goes on with
+///                   what the file has got since, from the start if it was emptied. Null: that is the end.
 void ReadFile(const std::string& path, const std::function<void(Event&&)>& onEvent,
               const OnRead& onRead = nullptr, const std::function<bool()>& awaitMore = nullptr);
 

@@ -97,10 +97,11 @@ ordered_json DescribeMessage(const Decoder& decoder, Direction direction, uint32
         json["control"] = true;
     else if (isRequest)
         json["function"] = listing.function;
-    if (!listing.summary.empty())
-        json["summary"] = listing.summary;
-    if (!listing.needs.empty())
-        json["needs"] = listing.needs;
+    if (const RequestText* text = isRequest ? RequestTextOf(number) : nullptr) {
+        json["summary"] = text->summary;
+        if (!text->needs.empty())
+            json["needs"] = text->needs;
+    }
     json["arguments"] = DescribeArguments(listing);
     json["payload"] = DescribeForm(decoder, listing);
     if (isRequest)

@@ -267,7 +267,7 @@ private:
     {
         constexpr std::chrono::seconds kBetweenChecks(1);
         for (Clock::time_point now = Clock::now(); now < end;) {
-            const Clock::time_point check = std::min(end, now + kBetweenChecks);
+            const Clock::time_point check = std::min(end, nextCheck_);
             for (; now < check; now = Clock::now()) {
                 watch_.Next(
                     check, [&](recording::Event&& event) { meter_.Add(std::move(event)); },
@@ -275,9 +275,14 @@ private:
                 if (client_.IsInterrupted())
                     return false;
             }
-            if (!watch_.Renew())
-                throw Failure(kNoService, "the service " + settings_.service + " has ended");
-            if (height_ != 0 && std::exchange(height_, Screen::Height()) != height_ && measured_.seconds != 0)
+            if (now >= nextCheck_) {
+                if (!watch_.Renew())
+                    throw Failure(kNoService, "the service " + settings_.service + " has ended");
+                now = Clock::now();
+                nextCheck_ = now + kBetweenChecks;
+            }
+            const bool isChanged = height_ != 0 && std::exchange(height_, Screen::Height()) != height_;
+            if ((isChanged || Screen::IsEmpty()) && measured_.seconds != 0)
                 show();
         }
         return true;
@@ -303,7 +308,8 @@ private:
     Client client_;
     Watch watch_;
     Measured measured_;
-    size_t height_ = 0; ///< Of the screen; 0: there is none.
+    Clock::time_point nextCheck_ = Clock::now(); ///< Whether the service is there.
+    size_t height_ = 0;                          ///< Of the screen; 0: there is none.
 };
 
 } // namespace

@@ -80,7 +80,7 @@ int RunWatch(Settings& settings, const Options& options)
         watch.Stop();
     else
         SayEnded(settings, output);
-    return isServed || options.count == 0 ? kDone : kNoService;
+    return isServed || options.count == 0 ? kDone : kNoService; // without a number, all has been shown
 }
 
 } // namespace

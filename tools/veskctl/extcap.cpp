@@ -44,7 +44,7 @@ constexpr std::string_view kServicePrefix = "vesk-";
 
 std::string DevicePath(const std::string& suffix)
 {
-    return (fs::temp_directory_path() / (kOwnDirectory + suffix)).string();
+    return TemporaryDirectory() + '/' + kOwnDirectory + suffix;
 }
 
 /// A part of a socket's name, in which bytes other than letters, digits, - and _ are "%2F".
@@ -72,14 +72,12 @@ std::optional<std::string> ServiceAt(const std::string& socketName)
 /// Whether a process listens. It does not notice: a socket of another type than its own is refused.
 bool IsServed(const fs::path& socketFile)
 {
-    const int probe = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    const Descriptor probe(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     socketFile.string().copy(address.sun_path, sizeof address.sun_path - 1);
-    const bool isRefused = connect(probe, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0;
-    const bool isServed = isRefused && errno == EPROTOTYPE;
-    close(probe);
-    return isServed;
+    return connect(probe.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 &&
+           errno == EPROTOTYPE;
 }
 
 void PrintInterface(const std::string& name, std::string shown)
@@ -91,10 +89,10 @@ void PrintInterface(const std::string& name, std::string shown)
 /// Prints the services of the runtime directory and returns where that is.
 fs::path PrintServices(const std::string& nameEnd, const std::string& shownEnd)
 {
-    const int directory = HostMsgOpenRuntimeDir();
-    if (directory < 0)
+    const Descriptor directory(HostMsgOpenRuntimeDir());
+    if (!directory.IsOpen())
         return {};
-    const fs::path path = "/proc/self/fd/" + std::to_string(directory); // short enough for an address
+    const fs::path path = "/proc/self/fd/" + std::to_string(directory.Get()); // short enough for an address
     for (const fs::directory_entry& entry : fs::directory_iterator(path)) {
         const std::string name = entry.path().filename().string();
         const std::optional<std::string> service = ServiceAt(name);
@@ -102,9 +100,7 @@ fs::path PrintServices(const std::string& nameEnd, const std::string& shownEnd)
             PrintInterface(std::string(kServicePrefix).append(name + nameEnd),
                            "Video service " + *service + shownEnd);
     }
-    fs::path opened = fs::read_symlink(path);
-    close(directory);
-    return opened;
+    return fs::read_symlink(path);
 }
 
 void PrintInterfaces()
@@ -113,9 +109,10 @@ void PrintInterfaces()
     PrintLine(std::string("extcap {version=") + kVersion + '}');
     const fs::path own = PrintServices("", "");
     std::error_code error; // without such a directory there is no device in it
-    for (const fs::directory_entry& entry : fs::directory_iterator(fs::temp_directory_path(error), error)) {
+    for (const fs::directory_entry& entry : fs::directory_iterator(TemporaryDirectory(), error)) {
         const std::string name = entry.path().filename().string();
-        if (name.rfind(kOwnDirectory, 0) != 0 || entry.path() == own)
+        std::error_code none; // without one of the two, they are not the same
+        if (!name.starts_with(kOwnDirectory) || fs::equivalent(entry.path(), own, none))
             continue;
         setenv("VESK_RUNTIME_DIR", entry.path().c_str(), 1);
         PrintServices('@' + name.substr(sizeof kOwnDirectory - 1), " in " + entry.path().string());
@@ -140,7 +137,7 @@ int Capture(Settings& settings, const Options& options)
         words = {"decode", "--follow", options.file};
     } else {
         const size_t at = options.interface.find('@');
-        const bool hasPrefix = options.interface.rfind(kServicePrefix, 0) == 0;
+        const bool hasPrefix = options.interface.starts_with(kServicePrefix);
         const auto service =
             ServiceAt(hasPrefix ? options.interface.substr(0, at).substr(kServicePrefix.size()) : "");
         if (!service)

@@ -25,9 +25,12 @@ void CountAnswer(Tally& tally, const Event& answer)
 {
     constexpr size_t kMost = 64;
     VeskVideoMsgHead head{};
-    std::memcpy(&head, answer.data.data(), std::min(sizeof head, answer.data.size()));
+    const bool isWhole = answer.data.size() >= sizeof head;
+    if (isWhole)
+        std::memcpy(&head, answer.data.data(), sizeof head);
     const uint32_t result = answer.platformResult != 0 ? answer.platformResult : head.uwSubMsgID;
-    if (tally.results.size() < kMost || tally.results.contains(result))
+    const bool hasResult = isWhole || answer.platformResult != 0;
+    if (hasResult && (tally.results.size() < kMost || tally.results.contains(result)))
         ++tally.results[result];
     else
         ++tally.otherResults;
@@ -35,7 +38,8 @@ void CountAnswer(Tally& tally, const Event& answer)
 
 void CountNotification(Tally& tally, const Exchange& exchange)
 {
-    const bool isDropped = exchange.end->platformResult != 0 || !exchange.end->comment.empty();
+    const bool isDropped =
+        exchange.end && (exchange.end->platformResult != 0 || !exchange.end->comment.empty());
     ++(isDropped ? tally.dropped : tally.sent);
 }
 

@@ -20,16 +20,15 @@ namespace {
 namespace fs = std::filesystem;
 
 /// Locks its file "owner", which is there or made, as @p flags say; -1 if it cannot be opened or another
-/// process has locked it. The lock is this process's own: children do not have it.
-int Lock(const std::string& directory, int flags)
+/// process has locked it; errno says which. The lock is this process's own: children do not have it.
+Descriptor Lock(const std::string& directory, int flags)
 {
-    const int file = open((directory + "/owner").c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC | flags, 0600);
+    Descriptor file(open((directory + "/owner").c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC | flags, 0600));
     struct flock whole {};
     whole.l_type = F_WRLCK;
-    if (file < 0 || fcntl(file, F_SETLK, &whole) == 0)
-        return file;
-    close(file);
-    return -1;
+    if (file.IsOpen() && fcntl(file.Get(), F_SETLK, &whole) != 0)
+        return Descriptor(-1);
+    return file;
 }
 
 /// Removes a directory whose owner has ended. One that is empty may be about to get its owner, who then makes
@@ -40,12 +39,10 @@ void RemoveIfLeft(const std::string& directory)
     if (lstat(directory.c_str(), &status) != 0 || !S_ISDIR(status.st_mode) || status.st_uid != geteuid() ||
         rmdir(directory.c_str()) == 0)
         return;
-    const int owner = Lock(directory, 0);
-    if (owner < 0)
-        return;
+    const Descriptor owner = Lock(directory, 0);
     std::error_code ignored;
-    fs::remove_all(directory, ignored);
-    close(owner);
+    if (owner.IsOpen())
+        fs::remove_all(directory, ignored);
 }
 
 void RemoveLeft(const fs::path& parent)
@@ -59,28 +56,31 @@ void RemoveLeft(const fs::path& parent)
 }
 
 /// False if another process has removed the directory before it was locked.
-bool IsThere(int file)
+bool IsThere(const Descriptor& file)
 {
     struct stat status {};
-    return fstat(file, &status) == 0 && status.st_nlink != 0;
+    return fstat(file.Get(), &status) == 0 && status.st_nlink != 0;
 }
 
 } // namespace
 
-OwnDirectory::OwnDirectory()
+std::string TemporaryDirectory()
 {
     const char* given = std::getenv("TMPDIR");
-    const fs::path parent = given != nullptr && *given != '\0' ? given : P_tmpdir;
+    return given != nullptr && *given != '\0' ? given : P_tmpdir;
+}
+
+OwnDirectory::OwnDirectory()
+{
+    const fs::path parent = TemporaryDirectory();
     RemoveLeft(parent);
     do {
-        if (owner_ >= 0)
-            close(owner_);
         path_ = parent / (std::string(kOwnDirectory) + "XXXXXX");
         if (mkdtemp(path_.data()) == nullptr)
             throw Failure(kFailed, "cannot make " + path_ + ": " + std::strerror(errno));
         owner_ = Lock(path_, O_CREAT);
-    } while (owner_ < 0 ? errno == ENOENT || errno == EAGAIN : !IsThere(owner_));
-    if (owner_ < 0) {
+    } while (owner_.IsOpen() ? !IsThere(owner_) : errno == ENOENT || errno == EAGAIN);
+    if (!owner_.IsOpen()) {
         const int error = errno;
         rmdir(path_.c_str());
         throw Failure(kFailed, "cannot write to " + path_ + ": " + std::strerror(error));
@@ -91,7 +91,6 @@ OwnDirectory::~OwnDirectory()
 {
     std::error_code ignored;
     fs::remove_all(path_, ignored);
-    close(owner_);
 }
 
 } // namespace vesk::ctl

@@ -1,12 +1,15 @@
 // A directory of this process's own, which does not outlive it for long.
 #pragma once
 
+#include "base/descriptor.h"
+
 #include <string>
 
 namespace vesk::ctl {
 
-/// How the names of such directories begin, in the directory for temporary files.
+/// How the names of such directories begin, and where they are.
 inline constexpr char kOwnDirectory[] = "vesk-device-";
+std::string TemporaryDirectory();
 
 /**
  * A directory that only this user can enter. It is removed with everything in it: at the end, or by the next
@@ -23,7 +26,7 @@ public:
 
 private:
     std::string path_;
-    int owner_ = -1;
+    Descriptor owner_{-1};
 };
 
 } // namespace vesk::ctl

@@ -43,11 +43,10 @@ void EndWith(pid_t parent, int signal)
         _exit(1);
 }
 
-void BeHelper(bool readsInput)
+void BeHelper()
 {
     setpgid(0, 0);
-    if (!readsInput)
-        dup2(open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
+    dup2(open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
 }
 
 } // namespace
@@ -69,7 +68,7 @@ Program::Program(const std::vector<std::string>& words, const AwaitedSignals& si
         if (options.atOurEnd != 0)
             EndWith(self, options.atOurEnd);
         if (options.isHelper)
-            BeHelper(options.readsInput);
+            BeHelper();
         if (options.output >= 0) {
             dup2(options.output, STDOUT_FILENO);
             dup2(options.output, STDERR_FILENO);

@@ -36,10 +36,9 @@ class Program {
 public:
     struct Options {
         std::vector<std::pair<std::string, std::string>> environment; ///< Besides this process's.
-        int output = -1;         ///< Descriptor of its standard output and error; -1: this process's.
-        bool isHelper = false;   ///< It reads nothing, and a terminal's signals pass it by.
-        bool readsInput = false; ///< It is a helper that reads standard input.
-        int atOurEnd = 0;        ///< Signal that it gets when this process ends in whatever way; 0: none.
+        int output = -1;       ///< Descriptor of its standard output and error; -1: this process's.
+        bool isHelper = false; ///< It reads nothing, and a terminal's signals pass it by.
+        int atOurEnd = 0;      ///< Signal that it gets when this process ends in whatever way; 0: none.
     };
 
     /// @param words  The program, which is looked for as a shell does, and its arguments. @throw Failure with

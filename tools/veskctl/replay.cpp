@@ -86,8 +86,8 @@ struct Expected {
 /// A notification that has come and has not been recognised as a recorded one.
 struct Unrecognised {
     Arrived arrived;
-    size_t turn;             ///< The request that its receiver had sent last.
-    bool isFollowed = false; ///< By one that was recorded.
+    std::optional<size_t> turn; ///< The request that its receiver had sent last.
+    bool isFollowed = false;    ///< By one that was recorded.
 };
 
 /// One recorded process: the client in its place, and what passes between the service and it.
@@ -103,16 +103,17 @@ struct Actor {
         return arrived.has_value();
     }
 
-    /// Takes what has come, and what comes without a pause.
+    /// Takes what has come, and what comes without a pause, for a few seconds at the most.
     void ReceiveAll()
     {
         constexpr milliseconds kMoment(50);
-        while (Receive(kMoment)) {
+        const Clock::time_point end = Clock::now() + std::chrono::seconds(5);
+        while (Receive(kMoment) && Clock::now() < end) {
         }
     }
 
     RemoteClient client;
-    size_t turn = 0; ///< The request that it has sent last.
+    std::optional<size_t> turn; ///< The request that it has sent last.
     std::deque<Expected> expected;
     std::deque<Unrecognised> unrecognised;
 };
@@ -122,6 +123,7 @@ public:
     Replay(Settings& settings, const Options& options, const Conversation& conversation)
         : settings_(settings), options_(options), conversation_(conversation), decoder_(settings.Decoder()),
           filter_(Usage([&] { return Filter(decoder_, options.terms); })), speed_(SpeedOf(options.speed)),
+          wait_(options.waitMs),
           progress_("replay", "of " + std::to_string(conversation.turns.size()) + " requests")
     {
         for (size_t i = 0; i < conversation.participants.size(); ++i)
@@ -156,11 +158,17 @@ private:
         return std::chrono::nanoseconds(ns - conversation_.turns[turn].request.monotonicNs);
     }
 
+    /// When the process that made a request was last seen.
+    uint64_t LastOf(size_t turn) const
+    {
+        return conversation_.participants[conversation_.turns[turn].participant].lastNs;
+    }
+
     void Perform(size_t index)
     {
         const Turn& turn = conversation_.turns[index];
         Actor& actor = actors_[turn.participant];
-        if (SinceRequest(actor.turn, turn.request.monotonicNs) >= milliseconds(options_.waitMs))
+        if (actor.turn && SinceRequest(*actor.turn, turn.request.monotonicNs) >= wait_)
             actor.ReceiveAll(); // which is what earlier requests have led to
         actor.turn = index;
         if (turn.request.data.size() == turn.request.dataLen) {
@@ -251,7 +259,7 @@ private:
     {
         for (Expected& due : actor.expected)
             due.data = numbers_.Translate(decoder_, {Direction::kNotification, due.number, due.data});
-        const Clock::time_point deadline = Clock::now() + milliseconds(options_.waitMs);
+        const Clock::time_point deadline = Clock::now() + wait_;
         for (;;) {
             std::erase_if(actor.expected, [&](const Expected& due) { return TakeArrived(actor, due, true); });
             const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
@@ -296,9 +304,7 @@ private:
         actor.ReceiveAll();
         for (const Unrecognised& one : actor.unrecognised) {
             const Decoded replayed = DecodeArrived(decoder_, one.arrived);
-            const uint64_t left =
-                conversation_.participants[conversation_.turns[one.turn].participant].lastNs;
-            if (!one.isFollowed && SinceRequest(one.turn, left) < milliseconds(options_.waitMs))
+            if (!one.isFollowed && one.turn && SinceRequest(*one.turn, LastOf(*one.turn)) < wait_)
                 ++late_;
             else if (filter_.Matches(replayed))
                 Report(std::nullopt, replayed, {{"notification", kAbsent, "there"}});
@@ -381,6 +387,7 @@ private:
     const Decoder& decoder_;
     Filter filter_;
     double speed_;
+    milliseconds wait_;
     Progress progress_;
     std::deque<Actor> actors_; ///< By participant.
     Numbers numbers_;          ///< From the recording to this run.

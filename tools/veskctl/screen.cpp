@@ -24,6 +24,7 @@ constexpr char kClearLine[] = "\x1b[K";
 constexpr char kClearRest[] = "\x1b[J";
 
 volatile std::sig_atomic_t g_isShown = 0;
+volatile std::sig_atomic_t g_isEmpty = 0; // what was shown is gone
 
 /// Also for a signal handler.
 void Write(std::string_view sequence)
@@ -42,6 +43,7 @@ void Enter()
 {
     Write(kEnter);
     g_isShown = 1;
+    g_isEmpty = 1;
 }
 
 /// Of Ctrl-Z: the shell gets its screen, and what is shown next is ours again.
@@ -58,7 +60,8 @@ void OnStop(int)
 
 Screen::Screen()
 {
-    std::setvbuf(stdout, nullptr, _IOFBF, BUFSIZ * 8); // what is shown is written at once
+    static char buffer[65536]; // what is shown is written at once
+    std::setvbuf(stdout, buffer, _IOFBF, sizeof buffer);
     std::at_quick_exit(Leave);
     struct sigaction action {};
     action.sa_handler = OnStop;
@@ -81,15 +84,21 @@ size_t Screen::Height()
     return (isKnown ? size.ws_row : kDefault) - 1; // the cursor's own line is left free
 }
 
+bool Screen::IsEmpty()
+{
+    return g_isEmpty != 0;
+}
+
 void Screen::Show(const std::vector<std::string>& lines)
 {
+    g_isEmpty = 0;
     std::fputs(kHome, stdout);
     for (size_t i = 0; i < std::min(lines.size(), Height()); ++i) {
         std::fputs(kClearLine, stdout);
         PutLine(stdout, lines[i]);
     }
     std::fputs(kClearRest, stdout);
-    std::fflush(stdout);
+    Flush();
 }
 
 } // namespace vesk::ctl

@@ -19,6 +19,10 @@ public:
     /// Lines that fit; it changes with the terminal.
     static size_t Height();
 
+    /// Whether there is a screen that shows nothing: before the first lines, and after the program was
+    /// stopped.
+    static bool IsEmpty();
+
     /// Shows lines in place of those before. What does not fit is cut off.
     void Show(const std::vector<std::string>& lines);
 };

@@ -186,21 +186,22 @@ void Session::ExecuteCall(const WordList& words, const std::string& variable)
 void Session::ExecuteDevice(const WordList& words, const std::string& variable)
 {
     std::optional<Call> call;
-    bool isAsExpected = false;
+    bool isRefused = false; // as expected
     Settings settings = settings_;
     settings.steer = [&](const Prepared& request) {
         call = Perform(client_, decoder_, request, options_.timeoutMs);
         Judge(*call);
-        isAsExpected = true;
+        isRefused = true;
         RequireOk(*call);
+        isRefused = false;
         return *call;
     };
     try {
         ParseWords(DescribeTool(settings), words)();
     } catch (const Failure& refusal) {
-        if (!isAsExpected)
+        if (!isRefused)
             throw;
-        PrintLine(refusal.what());
+        PrintLine(settings_.json ? CallJson(*call) : refusal.what());
     }
     if (call && call->answer)
         Keep(*call->answer, variable);
@@ -218,7 +219,7 @@ void Session::Judge(const Call& call)
         throw Failure(kFailed, std::string(call.request.name) + " gave " + ResultText(code) + ", expected " +
                                    ResultText(expected.code));
     for (const std::string& condition : expected.conditions) {
-        if (!call.answer || !Filter(decoder_, {condition}).Matches(*call.answer))
+        if (!call.answer || !Filter::OfOneMessage(decoder_, {condition}).Matches(*call.answer))
             throw Failure(kFailed, std::string(call.request.name) + ": expected " + condition);
     }
 }

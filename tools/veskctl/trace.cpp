@@ -77,6 +77,9 @@ public:
 
     const std::string& Path() const { return path_; }
 
+    /// Whether not all of it could be read or passed on.
+    bool HasFailed() const { return hasFailed_; }
+
     /// Takes what has arrived since the last call, and forgets it.
     void Drain(const std::function<void(recording::Event&&)>& onEvent)
     {
@@ -89,7 +92,8 @@ public:
                     onEvent(std::move(*event));
             }
         } catch (const Error& error) {
-            PrintError(error.what());
+            PrintError(error);
+            hasFailed_ = true;
         }
         constexpr off_t kPage = 4096;
         if (const off_t end = offset_ / kPage * kPage; end > forgotten_) {
@@ -103,6 +107,7 @@ private:
     int file_ = -1;
     off_t offset_ = 0;
     off_t forgotten_ = 0;
+    bool hasFailed_ = false;
     recording::Reader reader_;
 };
 
@@ -147,12 +152,12 @@ int RunTrace(Settings& settings, const Options& options)
         try {
             recording::ReadFile(options.file, onEvent);
         } catch (const Error& error) {
-            PrintError(error.what());
+            PrintError(error);
         }
     }
     transcript.Finish();
     transcript.Summarize(stderr);
-    return *status;
+    return *status == kDone && file.HasFailed() ? kFailed : *status;
 }
 
 } // namespace

@@ -134,6 +134,10 @@ void Transcript::Show(const Exchange& exchange)
     const Event& begin = exchange.begin;
     if (begin.kind == Kind::kNote || begin.kind == Kind::kDone)
         return ShowNote(begin);
+    if (out_ == nullptr && ShowsAll() && !options_.hasSummary) {
+        ++shown_;
+        return;
+    }
     const Decoder& decoder = settings_.Decoder();
     const Decoded message = decoder.Decode(begin.Message());
     std::optional<Decoded> answer;

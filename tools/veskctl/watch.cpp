@@ -32,12 +32,10 @@ void Watch::Stop()
 bool Watch::Renew()
 {
     const Call call = Switch(true);
-    if (call.outcome.platformResult == 0)
-        return true;
-    const Failure failure = NoAnswer(call.request.Title(), call.outcome);
-    if (failure.status != kNoService)
-        throw Failure(failure);
-    return false;
+    if (call.outcome.platformResult != 0 && NoAnswer(call.request.Title(), call.outcome).status == kNoService)
+        return false;
+    RequireOk(call);
+    return true;
 }
 
 Call Watch::Switch(bool isOn)

@@ -21,8 +21,8 @@ public:
 
     void Stop();
 
-    /// Asks a silent service to go on, which may have started anew. False if there is none any more. @throw
-    /// Failure if it does not answer
+    /// Asks a silent service again, in case it has been restarted. False if there is none any more. @throw
+    /// Failure if it refuses or does not answer
     bool Renew();
 
     using OnEvent = std::function<void(recording::Event&&)>;

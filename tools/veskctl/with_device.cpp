@@ -1,4 +1,5 @@
 // The subcommand "with-device": runs a command with a virtual device of its own.
+#include "base/file.h"
 #include "base/installed.h"
 #include "tools/veskctl/client.h"
 #include "tools/veskctl/commands.h"
@@ -15,6 +16,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 
 namespace vesk::ctl {
 
@@ -78,15 +80,26 @@ std::string FindService()
     return "vesk-video-service";
 }
 
+/// The file itself; of standard input a copy, as the service is in another process group than the terminal's.
+std::string ForService(const std::string& path, const std::string& directory)
+{
+    if (path != "-")
+        return path;
+    const std::string copy = directory + "/standard-input.toml";
+    if (!(std::ofstream(copy) << FileContents(path)).flush())
+        throw Failure(kFailed, "cannot write " + copy + ": " + std::strerror(errno));
+    return copy;
+}
+
 std::vector<std::string> ServiceCommand(const Settings& settings, const Options& options,
-                                        const std::string& program)
+                                        const std::string& program, const std::string& directory)
 {
     const ServiceName service = ParseService(settings.service);
     std::vector<std::string> command{program, "--process", service.process, "--task", service.task};
     if (!options.device.empty())
-        command.insert(command.end(), {"--device", options.device});
+        command.insert(command.end(), {"--device", ForService(options.device, directory)});
     if (!options.scenario.empty())
-        command.insert(command.end(), {"--scenario", options.scenario});
+        command.insert(command.end(), {"--scenario", ForService(options.scenario, directory)});
     return command;
 }
 
@@ -106,13 +119,12 @@ std::string PathFor(const std::string& serviceProgram)
 /// The virtual service, and what becomes of it.
 class Service {
 public:
-    Service(const std::vector<std::string>& command, bool readsInput, const AwaitedSignals& signals,
+    Service(const std::vector<std::string>& command, const AwaitedSignals& signals,
             const std::string& directory)
         : signals_(signals), log_(directory), program_(command, signals,
                                                        {.environment = {{"VESK_RUNTIME_DIR", directory}},
                                                         .output = log_.File(),
                                                         .isHelper = true,
-                                                        .readsInput = readsInput,
                                                         .atOurEnd = SIGTERM})
     {
     }
@@ -189,16 +201,15 @@ int RunWithDevice(Settings& settings, const Options& options)
 {
     const std::string serviceProgram =
         options.serviceProgram.empty() ? FindService() : options.serviceProgram;
-    const std::vector<std::string> serviceCommand = ServiceCommand(settings, options, serviceProgram);
     const AwaitedSignals signals{SIGCHLD, SIGINT, SIGTERM, SIGHUP, SIGQUIT};
     std::signal(SIGPIPE, SIG_IGN); // the directory must go, whoever reads what is said
     const OwnDirectory directory;
     std::optional<Service> service;
     try {
-        const bool readsInput = options.device == "-" || options.scenario == "-";
-        service.emplace(serviceCommand, readsInput, signals, directory.Path());
+        service.emplace(ServiceCommand(settings, options, serviceProgram, directory.Path()), signals,
+                        directory.Path());
     } catch (const Failure& failure) {
-        throw Failure(kNoService, failure.what());
+        throw Failure(kNoService, failure);
     }
     if (const int signal = service->AwaitServing(); signal != 0)
         return 128 + signal;
