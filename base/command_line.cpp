@@ -220,13 +220,13 @@ std::string ProblemOfWord(const CLI::App& program, bool isForHelp)
 /// What is wrong, in the words of the command.
 std::string ProblemOf(const CLI::App& program, const CLI::ParseError& error)
 {
-    if (const std::string problem = ProblemOfWord(program, false); !problem.empty())
+    if (std::string problem = ProblemOfWord(program, false); !problem.empty())
         return problem;
     const CLI::App& app = Innermost(program);
     const std::vector<std::string> commands = CommandsOf(app);
     if (!commands.empty() && dynamic_cast<const CLI::RequiredError*>(&error) != nullptr)
         return PathOf(app) + ": expected " + EitherOf(commands);
-    const std::string text = error.what();
+    std::string text = error.what();
     if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr && text.ends_with("missing"))
         return text.substr(0, text.find(':')) + ": expected a value";
     return text;

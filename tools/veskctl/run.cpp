@@ -30,7 +30,7 @@ Failure AtLine(const std::string& file, size_t line, const Error& error)
     const std::string place = file + ':' + std::to_string(line) + ": ";
     std::vector<std::string> others = error.others;
     for (std::string& other : others)
-        other = place + other;
+        other.insert(0, place);
     return {failure != nullptr ? failure->status : kUsage, Error(place + error.what(), std::move(others))};
 }
 

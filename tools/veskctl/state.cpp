@@ -14,7 +14,7 @@ using nlohmann::ordered_json;
 ordered_json ReadState(Settings& settings, const std::string& file)
 {
     if (!file.empty()) {
-        const ordered_json state = ParseJson(ReadDocument(file), file);
+        ordered_json state = ParseJson(ReadDocument(file), file);
         if (!state.is_object())
             throw Error(file + ": expected the state of a virtual service, which is a JSON object");
         return state;

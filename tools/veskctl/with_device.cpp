@@ -85,7 +85,7 @@ std::string ForService(const std::string& path, const std::string& directory)
 {
     if (path != "-")
         return path;
-    const std::string copy = directory + "/standard-input.toml";
+    std::string copy = directory + "/standard-input.toml";
     if (!(std::ofstream(copy) << FileContents(path)).flush())
         throw Failure(kFailed, "cannot write " + copy + ": " + std::strerror(errno));
     return copy;
