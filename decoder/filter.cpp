@@ -77,6 +77,8 @@ void RequirePossible(const Decoder& decoder, const Assignment& condition, const 
                         Nearest(condition.value, ResultNames()));
         return;
     }
+    if (condition.path.ends_with('!'))
+        throw Error(condition.path + '=' + condition.value + ": a value can only be required, with =");
     const Field wanted{.path = condition.path, .value = {}};
     bool isFound = false;
     std::set<std::string_view> known;

@@ -94,8 +94,10 @@ List Everything(const Decoder& decoder)
     List names = MessageNames();
     for (const auto& [name, record] : decoder.Records().All())
         names.push_back(name);
-    for (const ResultCode& code : ResultCodes())
+    for (const ResultCode& code : ResultCodes()) {
         names.emplace_back(code.name);
+        names.emplace_back(ResultName(code.code));
+    }
     return names;
 }
 

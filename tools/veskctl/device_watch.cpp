@@ -100,8 +100,10 @@ CommandLine DeviceWatchCommand(Settings& settings)
         {.name = "-o,--output",
          .place = &options->file,
          .help = "Record messages to this file (pcapng) instead of showing them; - is standard output"});
-    line.options.push_back(
-        {.name = "--count", .place = &options->count, .help = "Stop after this many messages"});
+    line.options.push_back({.name = "--count",
+                            .place = &options->count,
+                            .help = "Stop after this many messages",
+                            .range = kCounts});
     return line;
 }
 

@@ -9,6 +9,7 @@ namespace vesk::ctl {
 
 /// For how many milliseconds an answer can be waited for.
 inline constexpr std::pair<uint64_t, uint64_t> kTimeouts{1, UINT32_MAX};
+inline constexpr std::pair<uint64_t, uint64_t> kCounts{1, UINT64_MAX};
 
 /// A request that is ready to be sent.
 struct Prepared {

@@ -54,8 +54,12 @@ int RunMonitor(Settings& settings, const Options& options)
 {
     const Filter filter = Usage([&] { return Filter::OfNotifications(settings.Decoder(), options.terms); });
     Client client(settings.service, Client::Interrupt::kEndsWait);
-    Watch(client, settings, filter, options.count, options.timeoutMs);
-    return kDone;
+    const uint64_t shown = Watch(client, settings, filter, options.count, options.timeoutMs);
+    if (shown >= options.count || client.IsInterrupted())
+        return kDone;
+    throw Failure(kTimedOut, std::to_string(shown) + " such notifications within " +
+                                 std::to_string(options.timeoutMs) + " ms, not " +
+                                 std::to_string(options.count));
 }
 
 int RunWait(Settings& settings, const Options& options)
@@ -87,7 +91,10 @@ CommandLine MonitorCommand(Settings& settings)
                  .help = "Show only this notification, pattern or FIELD=VALUE; may be repeated",
                  .isOneEach = true,
                  .names = Names::kMessage},
-                {.name = "--count", .place = &options->count, .help = "Stop after this many notifications"},
+                {.name = "--count",
+                 .place = &options->count,
+                 .help = "Stop after this many notifications",
+                 .range = kCounts},
                 {.name = "--timeout",
                  .place = &options->timeoutMs,
                  .help = "Stop after this many milliseconds"},

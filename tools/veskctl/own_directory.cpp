@@ -31,8 +31,8 @@ Descriptor Lock(const std::string& directory, int flags)
     return file;
 }
 
-/// Removes a directory whose owner has ended. One that is empty may be about to get its owner, who then makes
-/// another.
+/// Removes a directory whose owner has ended, or which a client of its service has made again since. One that
+/// is empty may be about to get its owner, who then makes another.
 void RemoveIfLeft(const std::string& directory)
 {
     struct stat status {};
@@ -41,7 +41,7 @@ void RemoveIfLeft(const std::string& directory)
         return;
     const Descriptor owner = Lock(directory, 0);
     std::error_code ignored;
-    if (owner.IsOpen())
+    if (owner.IsOpen() || errno == ENOENT)
         fs::remove_all(directory, ignored);
 }
 

@@ -68,14 +68,14 @@ void RunPrompt(const std::function<void(const std::string& line)>& execute)
     rl_attempted_completion_function = CompleteWord;
     while (true) {
         const std::unique_ptr<char, decltype(&std::free)> line(readline("veskctl> "), std::free);
-        if (line == nullptr || std::strcmp(line.get(), "quit") == 0)
-            break;
+        if (line == nullptr || std::strcmp(line.get(), "quit") == 0 || std::strcmp(line.get(), "exit") == 0)
+            return;
         if (*line != '\0')
             add_history(line.get());
+        if (!history.empty())
+            write_history(history.c_str()); // at once, as Ctrl-C ends the program
         execute(line.get());
     }
-    if (!history.empty())
-        write_history(history.c_str());
 }
 
 } // namespace vesk::ctl

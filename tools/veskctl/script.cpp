@@ -98,7 +98,8 @@ std::span<const Session::Verb> Session::Verbs()
          &Session::ExecuteDevice, true},
         {"list", "  list ..., describe NAME            as on the command line\n", &Session::ExecuteCommand},
         {"describe", "", &Session::ExecuteCommand},
-        {"", "  # comment\n"
+        {"", "  quit, exit                         leave, at a prompt; so do Ctrl-D and Ctrl-C\n"
+             "  # comment\n"
              "Each field of an answer also stands for itself afterwards: $outEngNo, ${[0].port}.\n"
              "Values with spaces are quoted, as in a shell.\n"},
     };
@@ -130,8 +131,10 @@ void Session::Execute(const std::string& line)
     }
     if (!ParseNumber(words[0]) && FindRequest(words[0]) == nullptr) {
         std::vector<std::string_view> known = RequestNames();
-        for (const Verb& verb : Verbs())
-            known.emplace_back(verb.name);
+        for (const Verb& verb : Verbs()) {
+            if (*verb.name != '\0')
+                known.emplace_back(verb.name);
+        }
         throw Error("there is no request or command '" + words[0] + "'" + Nearest(words[0], known));
     }
     ExecuteCall(words, variable.value_or(""));
