@@ -15,7 +15,7 @@ if [ $# -gt 2 ] || [[ ! $preset =~ ^[a-z] || ! $load =~ ^[1-9][0-9]*$ ]]; then
 fi
 
 # Tests that wait for a time to pass, or measure one, or whose processes have to be ready at some time.
-timed='^(HostMessage|HostQueue|FastClock|Task|DeviceTest|WithDeviceTest|VeskctlTest)\.'
+timed='^(HostMessage|HostQueue|FastClock|Task|DeviceTest|WithDeviceTest|VeskctlTest|ReplayTest|Completion)\.'
 timed+='|^Input\.TheQueueIsWaitedFor$'
 timed+='|^NotificationTest\.AForkedChild'
 timed+='|^VideoService\.(AForkedChild|AnApplicationsCall|QueuesCome)'
