@@ -121,7 +121,7 @@ struct Actor {
 class Replay {
 public:
     Replay(Settings& settings, const Options& options, const Conversation& conversation)
-        : settings_(settings), options_(options), conversation_(conversation), decoder_(settings.Decoder()),
+        : settings_(settings), conversation_(conversation), decoder_(settings.Decoder()),
           filter_(Usage([&] { return Filter(decoder_, options.terms); })), speed_(SpeedOf(options.speed)),
           wait_(options.waitMs),
           progress_("replay", "of " + std::to_string(conversation.turns.size()) + " requests")
@@ -382,7 +382,6 @@ private:
     }
 
     Settings& settings_;
-    const Options& options_;
     const Conversation& conversation_;
     const Decoder& decoder_;
     Filter filter_;
