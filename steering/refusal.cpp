@@ -16,19 +16,18 @@ struct Refusal {
     uint32_t result;
     const char* text;
 };
+constexpr char kIsNoPort[] = "there is no {direction} {port}";
+constexpr char kModeIsOutOfRange[] =
+    "the mode {width}x{height}@{fr} of {direction} {port} is out of range; expected at most 16384x16384@1000";
 constexpr Refusal kRefusals[] = {
-    {VESK_CONTROL_PLUG, VESK_SERVICE_ERR_NUMBER, "there is no {direction} {port}"},
+    {VESK_CONTROL_PLUG, VESK_SERVICE_ERR_NUMBER, kIsNoPort},
     {VESK_CONTROL_PLUG, VESK_SERVICE_ERR_STATE, "{direction} {port} is plugged in already"},
-    {VESK_CONTROL_PLUG, VESK_SERVICE_ERR_VALUE,
-     "the mode {width}x{height}@{fr} of {direction} {port} is out of range; expected at most "
-     "16384x16384@1000"},
-    {VESK_CONTROL_UNPLUG, VESK_SERVICE_ERR_NUMBER, "there is no {direction} {port}"},
+    {VESK_CONTROL_PLUG, VESK_SERVICE_ERR_VALUE, kModeIsOutOfRange},
+    {VESK_CONTROL_UNPLUG, VESK_SERVICE_ERR_NUMBER, kIsNoPort},
     {VESK_CONTROL_UNPLUG, VESK_SERVICE_ERR_STATE, "{direction} {port} is unplugged already"},
-    {VESK_CONTROL_MODE, VESK_SERVICE_ERR_NUMBER, "there is no {direction} {port}"},
+    {VESK_CONTROL_MODE, VESK_SERVICE_ERR_NUMBER, kIsNoPort},
     {VESK_CONTROL_MODE, VESK_SERVICE_ERR_UNPLUGGED, "nothing is plugged into {direction} {port}"},
-    {VESK_CONTROL_MODE, VESK_SERVICE_ERR_VALUE,
-     "the mode {width}x{height}@{fr} of {direction} {port} is out of range; expected at most "
-     "16384x16384@1000"},
+    {VESK_CONTROL_MODE, VESK_SERVICE_ERR_VALUE, kModeIsOutOfRange},
     {VESK_CONTROL_NOTIFY, VESK_SERVICE_ERR_NUMBER, "there is no client '{procName}'"},
     {VESK_CONTROL_FAULT_ADD, VESK_SERVICE_ERR_ROOM, "there are as many faults as there can be"},
     {VESK_CONTROL_FAULT_CLEAR, VESK_SERVICE_ERR_NUMBER, "there is no fault {fault}"},
