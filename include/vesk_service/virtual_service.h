@@ -111,6 +111,157 @@ typedef struct VeskServiceVoPort {
 } VeskServiceVoPort;
 VESK_VIDEO_ASSERT_SIZE(VeskServiceVoPort, sizeof(VeskVideoVoPortInfo));
 
+/** A rectangle; one whose sides are all 0 stands for the whole. */
+typedef struct VeskServiceRect {
+    int32_t x;      /**< To the right of the left edge. */
+    int32_t y;      /**< Below the upper edge. */
+    int32_t width;  /**< At least 1. */
+    int32_t height; /**< At least 1. */
+} VeskServiceRect;
+
+/** How a source fills its window: VeskServiceSubPic::showMode and others. */
+enum VeskServiceShowMode {
+    VESK_SERVICE_STRETCH =
+        0,                  /**< The whole source, stretched to the window. Any other number does the same. */
+    VESK_SERVICE_FIT = 1,   /**< The whole source in its proportions, as large as the window allows. */
+    VESK_SERVICE_FILL = 2,  /**< The whole window, by as much of the source as its proportions allow. */
+    VESK_SERVICE_CENTRE = 3 /**< Pixel by pixel, in the middle of the window. */
+};
+
+/** How a source is mirrored; both can be combined. */
+enum VeskServiceMirror {
+    VESK_SERVICE_MIRROR_HORIZONTALLY = 1, /**< Left and right are exchanged. */
+    VESK_SERVICE_MIRROR_VERTICALLY = 2    /**< Top and bottom are exchanged. */
+};
+
+/** What the displays show: VeskVideoDisplayInfo::displayMode. */
+enum VeskServiceDisplayMode {
+    VESK_SERVICE_DISPLAY_EACH = 0,      /**< Each display shows what its own engine composes. */
+    VESK_SERVICE_DISPLAY_CLONE = 1,     /**< Every display shows what the first one's engine composes. */
+    VESK_SERVICE_DISPLAY_FIRST_ONLY = 2 /**< The first display shows its own, all others nothing. */
+};
+
+/**
+ * Layout of a VeskVideoSubPicParam. Its window counts in basWidth x basHeight when neither is 0, else in the
+ * pixels of the display. Pictures without a window are arranged: one fills the display, more share it as a
+ * grid.
+ */
+typedef struct VeskServiceSubPic {
+    VeskServiceRect window; /**< Where it is shown. */
+    int32_t layer;          /**< A higher one lies in front; within a layer, later pictures do. */
+    uint32_t opacity;       /**< Per cent, up to 100; 0 stands for 100. */
+    uint8_t decFlag;        /**< 0: inputId is an input engine; else a decoder. */
+    uint8_t padding0[3];
+    uint32_t inputId;   /**< What is shown. */
+    uint8_t sufaceFlag; /**< Kept, without effect. */
+    uint8_t padding1[7];
+    uint64_t winHandle; /**< Window of the application. */
+    uint8_t padding2[8];
+    uint32_t colorSpace; /**< Kept, without effect. */
+    uint8_t mirror;      /**< VeskServiceMirror. */
+    uint8_t padding3[3];
+    uint32_t showMode; /**< VeskServiceShowMode. */
+    uint8_t padding4[12];
+    uint32_t basWidth;    /**< Width of the grid in which the window counts. */
+    uint32_t basHeight;   /**< Height of that grid. */
+    VeskServiceRect crop; /**< The part of the source that is shown, in its pixels. */
+    uint8_t reserved[80]; /**< Kept, without effect. */
+} VeskServiceSubPic;
+VESK_VIDEO_ASSERT_SIZE(VeskServiceSubPic, sizeof(VeskVideoSubPicParam));
+VESK_VIDEO_ASSERT_OFFSET(VeskServiceSubPic, winHandle, 40);
+VESK_VIDEO_ASSERT_OFFSET(VeskServiceSubPic, basWidth, 80);
+
+/** Layout of a VeskVideoOverlayParam. */
+typedef struct VeskServiceOverlay {
+    uint8_t flag0; /**< Kept, without effect, like the next two. */
+    uint8_t flag1;
+    uint8_t flag2;
+    uint8_t padding;
+    VeskServiceRect window; /**< Where it is shown, in the pixels of the display. */
+    int32_t layer;         /**< A higher one lies in front; within a layer, the higher channel number does. */
+    uint32_t opacity;      /**< Per cent, up to 100; 0 stands for 100. */
+    uint32_t display;      /**< Number of the output port. */
+    uint32_t showMode;     /**< VeskServiceShowMode. */
+    uint8_t reserved[280]; /**< Kept, without effect. */
+    char picture[764];     /**< Path of the picture to show; NUL-terminated. */
+} VeskServiceOverlay;
+VESK_VIDEO_ASSERT_SIZE(VeskServiceOverlay, sizeof(VeskVideoOverlayParam));
+VESK_VIDEO_ASSERT_OFFSET(VeskServiceOverlay, picture, 316);
+
+/** Layout of a VeskVideoFilterWindow: a part of a display, in its pixels, that pictures leave free. */
+typedef struct VeskServiceFilterWindow {
+    uint16_t x;      /**< To the right of the left edge. */
+    uint16_t y;      /**< Below the upper edge. */
+    uint16_t width;  /**< At least 1. */
+    uint16_t height; /**< At least 1. */
+} VeskServiceFilterWindow;
+VESK_VIDEO_ASSERT_SIZE(VeskServiceFilterWindow, sizeof(VeskVideoFilterWindow));
+
+/** Layout of a VeskVideoLocalMouseParam: where the pointer is, in the pixels of its display. */
+typedef struct VeskServicePoint {
+    int32_t x; /**< To the right of the left edge. */
+    int32_t y; /**< Below the upper edge. */
+} VeskServicePoint;
+VESK_VIDEO_ASSERT_SIZE(VeskServicePoint, sizeof(VeskVideoLocalMouseParam));
+
+/* The layout of a VeskVideoMouseArea is a VeskServiceRect, in the pixels of the decoder's picture. */
+VESK_VIDEO_ASSERT_SIZE(VeskServiceRect, sizeof(VeskVideoMouseArea));
+
+/** Start of a VeskVideoEptzParams; the rest is kept, without effect. */
+typedef struct VeskServiceEptz {
+    VeskServiceRect crop; /**< The part of the captured picture that the port delivers, in its pixels. */
+} VeskServiceEptz;
+
+/** Start of a VeskVideoPtzfParams; the rest is kept, without effect. */
+typedef struct VeskServicePtzf {
+    int32_t pan;   /**< Steps to the right, added to those of camera commands. */
+    int32_t tilt;  /**< Steps up, likewise. */
+    uint32_t zoom; /**< Per cent, from 100 to 10000; 0 stands for 100. */
+    int32_t focus; /**< Kept, without effect. */
+} VeskServicePtzf;
+
+/** Layout of a VeskVideoAppInParam: a picture that the application captures. */
+typedef struct VeskServiceAppIn {
+    char name[256];      /**< Name of the source; NUL-terminated. */
+    uint64_t taskHandle; /**< Handle of the application's task. */
+    uint32_t width;      /**< Pixels; with the next two 0, the picture has the port's mode. */
+    uint32_t height;     /**< Pixels. */
+    uint32_t fr;         /**< Frames per second. */
+    uint32_t format;     /**< Kept, without effect. */
+    int32_t rotation;    /**< Kept, without effect. */
+    uint32_t padding;
+} VeskServiceAppIn;
+VESK_VIDEO_ASSERT_SIZE(VeskServiceAppIn, sizeof(VeskVideoAppInParam));
+
+/** Layout of a VeskVideoSnapshotParam. */
+typedef struct VeskServiceSnapshot {
+    char path[260];       /**< File that the snapshot is meant for; NUL-terminated. */
+    uint32_t voPort;      /**< Number of the output port. */
+    uint32_t taskId;      /**< The application's number for the job. */
+    uint8_t reserved[12]; /**< Kept, without effect. */
+} VeskServiceSnapshot;
+VESK_VIDEO_ASSERT_SIZE(VeskServiceSnapshot, sizeof(VeskVideoSnapshotParam));
+VESK_VIDEO_ASSERT_OFFSET(VeskServiceSnapshot, taskId, 264);
+
+/** Layout of a VeskVideoWallpaperParam: what all displays show behind everything else. */
+typedef struct VeskServiceWallpaper {
+    char path[1024];        /**< File of the wallpaper; NUL-terminated. Empty: none. */
+    uint32_t showMode;      /**< VeskServiceShowMode. */
+    uint8_t reserved[1020]; /**< Kept, without effect. */
+} VeskServiceWallpaper;
+VESK_VIDEO_ASSERT_SIZE(VeskServiceWallpaper, sizeof(VeskVideoWallpaperParam));
+
+/** Layout of a VeskVideoDisplayLink. */
+typedef struct VeskServiceDisplayLink {
+    int32_t viPort;    /**< Input port whose picture is shown; -1 for none. */
+    char portName[64]; /**< Its name; of a decoder's picture or a default image, the display's. */
+    uint8_t isDec;     /**< 1: the picture comes from a decoder. */
+    uint8_t padding[3];
+    uint32_t surfaceId; /**< Output engine that shows it. */
+    uint32_t decStmNo;  /**< Number of the decoder, or 0. */
+} VeskServiceDisplayLink;
+VESK_VIDEO_ASSERT_SIZE(VeskServiceDisplayLink, sizeof(VeskVideoDisplayLink));
+
 /** Layout of a VeskVideoEncStatus or VeskVideoDecStatus. */
 typedef struct VeskServiceCodecStatus {
     uint32_t started;   /**< 1: the channel is started. */
