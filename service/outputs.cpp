@@ -1,6 +1,9 @@
 // The displays, the output engines that drive them, and what they show.
 #include "service/outputs.h"
 
+#include "service/log.h"
+#include "service/record_check.h"
+
 #include <algorithm>
 #include <bit>
 #include <cstring>
@@ -42,40 +45,6 @@ VeskVideoVoPortInfo Outputs::Describe(const Display& display, const Engine* engi
     return std::bit_cast<VeskVideoVoPortInfo>(described);
 }
 
-// A display without a picture that is live shows its default image.
-void Outputs::NotifyFirstFrames()
-{
-    for (auto& [number, engine] : engines.All()) {
-        if (engine.hasShownFrame || !engine.IsRunning())
-            continue;
-        const std::span pictures(engine.source.subPic, engine.source.picNum);
-        const auto live = std::find_if(pictures.begin(), pictures.end(),
-                                       [this](const auto& picture) { return IsLive(picture); });
-        engine.hasShownFrame = live != pictures.end() || !engine.port->defaultImage.empty();
-        if (engine.hasShownFrame)
-            NotifyLink(VESK_VIDEO_ON_DISPLAY_FIRST_FRAME_NOTIFY, engine,
-                       live != pictures.end() ? &*live : nullptr);
-    }
-}
-
-bool Outputs::IsLive(const VeskVideoSubPicParam& picture) const
-{
-    if (picture.decFlag != 0) {
-        const DecoderChannel* decoder = codecs_->decoders.Find(picture.inputId);
-        return decoder != nullptr && decoder->isStarted;
-    }
-    const InputEngine* input = inputs_->engines.Find(picture.inputId);
-    return input != nullptr && input->IsRunning();
-}
-
-Result Outputs::Close(Engine& engine)
-{
-    NotifyLink(VESK_VIDEO_ON_DISPLAY_DESTROY_LINK_NOTIFY, engine,
-               engine.source.picNum != 0 ? engine.source.subPic : nullptr);
-    engines.Erase(engine);
-    return kOk;
-}
-
 // Every picture must come from an existing input engine or decoder.
 Result Outputs::SetSource(Engine& engine, const VeskVideoVoMultiPicParam& source)
 {
@@ -86,6 +55,14 @@ Result Outputs::SetSource(Engine& engine, const VeskVideoVoMultiPicParam& source
                                                   : inputs_->engines.Find(picture.inputId) != nullptr;
         if (!isThere)
             return VESK_SERVICE_ERR_NUMBER;
+        const auto view = std::bit_cast<VeskServiceSubPic>(picture);
+        const std::string owner = "picture " + std::to_string(&picture - source.subPic) +
+                                  " of output engine " + std::to_string(engine.number);
+        for (const Result result : {CheckRect(view.window, "window", owner),
+                                    CheckRect(view.crop, "crop", owner), CheckOpacity(view.opacity, owner)}) {
+            if (result != kOk)
+                return result;
+        }
     }
     engine.source = source;
     return kOk;
@@ -117,6 +94,14 @@ Result Outputs::AddFilterWindows(Argument<"filterParam"> filterParam,
     constexpr size_t kMost = 1024;
     if (filterWindows_.size() + windows.size() > kMost)
         return VESK_SERVICE_ERR_ROOM;
+    for (const VeskVideoFilterWindow& window : windows) {
+        const auto free = std::bit_cast<VeskServiceFilterWindow>(window);
+        if (free.width == 0 || free.height == 0) {
+            LOG(kError, "filter window %d refused: it is %ux%u", static_cast<int>(&window - windows.data()),
+                free.width, free.height);
+            return VESK_SERVICE_ERR_VALUE;
+        }
+    }
     filterWindows_.reserve(filterWindows_.size() + windows.size()); // all are added or none
     for (const VeskVideoFilterWindow& window : windows)
         filterWindows_.push_back({filterParam, window});
@@ -153,25 +138,6 @@ Result Outputs::DestroyWindow(Engine& engine, Argument<"winHandle"> winHandle)
         return VESK_SERVICE_ERR_NUMBER;
     engine.source.picNum = static_cast<uint32_t>(left - begin);
     return kOk;
-}
-
-// Notifies the link of a picture or, with null, of the display alone.
-void Outputs::NotifyLink(uint32_t notifyId, const Engine& engine, const VeskVideoSubPicParam* picture)
-{
-    VeskVideoDisplayLink link{};
-    link.viPort = -1;
-    link.surfaceId = engine.number;
-    const std::string* name = &engine.port->name;
-    if (picture != nullptr) {
-        link.isDec = picture->decFlag != 0 ? 1 : 0;
-        if (const InputEngine* input = inputs_->engines.Find(picture->inputId);
-            link.isDec == 0 && input != nullptr) {
-            link.viPort = static_cast<int32_t>(input->port->number);
-            name = &input->port->name;
-        }
-    }
-    name->copy(link.portName, sizeof link.portName - 1);
-    notifications_->Add(engine.owner.procName, notifyId, BytesOf(link));
 }
 
 } // namespace vesk::service

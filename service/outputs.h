@@ -15,18 +15,12 @@ struct OutputEngine : PortEngine<Display> {
     VeskVideoScreenOffset offset{};
     VeskVideoVoMultiPicParam source{};
     uint32_t queHandle = 0;
-    bool hasShownFrame = false;
 };
 
 class Outputs : public Ports<OutputEngine, VeskVideoVoPortInfo, VeskVideoVoPortPlugState,
                              VESK_VIDEO_ON_VO_PORT_PLUG_STATE_NOTIFY> {
 public:
     Outputs(Notifications& notifications, const DeviceDescription& device, Inputs& inputs, Codecs& codecs);
-
-    /// Notifies the first frame of every engine that has come to show a picture.
-    void NotifyFirstFrames();
-
-    Result Close(Engine&);
 
     Result SetSource(Engine&, const VeskVideoVoMultiPicParam&);
     Result SetDisplayMode(const VeskVideoDisplayInfo&);
@@ -47,8 +41,6 @@ public:
 private:
     void NotifyPicture(const std::string& procName, const Display&) override;
     VeskVideoVoPortInfo Describe(const Display&, const Engine*) const override;
-    bool IsLive(const VeskVideoSubPicParam&) const;
-    void NotifyLink(uint32_t notifyId, const Engine&, const VeskVideoSubPicParam* picture);
 
     Inputs* inputs_;
     Codecs* codecs_;

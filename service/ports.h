@@ -46,6 +46,16 @@ public:
     const std::vector<Port>& All() const { return ports_; }
     Port* Find(uint64_t number) { return number < ports_.size() ? &ports_[number] : nullptr; }
 
+    /// The engine that serves a port; null while it is not open.
+    Engine* EngineOf(const Port& port)
+    {
+        for (auto& [number, engine] : engines.All()) {
+            if (engine.port == &port)
+                return &engine;
+        }
+        return nullptr;
+    }
+
     Result GetCount(uint32_t* ports)
     {
         *ports = static_cast<uint32_t>(ports_.size());
@@ -189,15 +199,6 @@ private:
         NotifyPicture(kEveryClient, port);
         if (before.width != mode.width || before.height != mode.height || before.fr != mode.fr)
             notifications_->Add(kEveryClient, VESK_VIDEO_ON_VIDEO_CAPABILITY_UPDATE, {});
-    }
-
-    Engine* EngineOf(const Port& port)
-    {
-        for (auto& [number, engine] : engines.All()) {
-            if (engine.port == &port)
-                return &engine;
-        }
-        return nullptr;
     }
 
     Param defaults_;

@@ -2,14 +2,16 @@
 #include "service/record_check.h"
 
 #include "service/log.h"
+#include "service/placement.h"
 
 namespace vesk::service {
 
 Result CheckRect(const VeskServiceRect& rect, const char* field, const std::string& owner)
 {
-    if (rect.width >= 0 && rect.height >= 0 && (rect.width == 0) == (rect.height == 0))
+    if (IsWhole(rect) || !IsEmpty(rect))
         return kOk;
-    LOG(kError, "%s of %s refused: it is %dx%d", field, owner.c_str(), rect.width, rect.height);
+    LOG(kError, "%s of %s refused: it is %dx%d at %d,%d", field, owner.c_str(), rect.width, rect.height,
+        rect.x, rect.y);
     return VESK_SERVICE_ERR_VALUE;
 }
 

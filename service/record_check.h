@@ -9,7 +9,7 @@ namespace vesk::service {
 
 // The log names a field by its own name and by what it belongs to: "window", "overlay channel 7".
 
-/// VESK_SERVICE_ERR_VALUE if a side is negative or only one of them is 0: one without sides is the whole.
+/// VESK_SERVICE_ERR_VALUE if a side is below 1, unless all is 0, which stands for the whole.
 Result CheckRect(const VeskServiceRect&, const char* field, const std::string& owner);
 
 /// VESK_SERVICE_ERR_VALUE if it is above 100 per cent.

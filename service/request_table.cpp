@@ -2,6 +2,7 @@
 #include "service/request_table.h"
 
 #include "service/rows.h"
+#include "service/scene_document.h"
 
 #include <iterator>
 
@@ -69,7 +70,7 @@ constexpr Row kRows[] = {
     Stored<VESK_VIDEO_MSG_SET_SCREEN_OFFSET, OutputEngines, &OutputEngine::offset>(),
     ServedAt<VESK_VIDEO_MSG_VO_START, OutputEngines, &Outputs::Start>(),
     ServedAt<VESK_VIDEO_MSG_VO_STOP, OutputEngines, &Startable::Stop>(),
-    ServedAt<VESK_VIDEO_MSG_VO_CLOSE, OutputEngines, &Outputs::Close>(),
+    Erased<VESK_VIDEO_MSG_VO_CLOSE, OutputEngines>(),
     ServedAt<VESK_VIDEO_MSG_VO_ENABLE, Displays, &Outputs::Enable>(),
     ServedAt<VESK_VIDEO_MSG_VO_DISABLE, Displays, &Outputs::Disable>(),
     ServedAt<VESK_VIDEO_MSG_SET_VO_SRC, OutputEngines, &Outputs::SetSource>(),
@@ -166,6 +167,7 @@ constexpr Row kRows[] = {
     Served<VESK_VIDEO_MSG_VERYFY_IMAGE, &Device::VerifyImage>(),
 
     Served<VESK_CONTROL_STATE, &State::Get>(),
+    Served<VESK_CONTROL_SCENE, &GetScenes>(),
     Served<VESK_CONTROL_PLUG, &Cables::Plug>(),
     Served<VESK_CONTROL_UNPLUG, &Cables::Unplug>(),
     Served<VESK_CONTROL_MODE, &Cables::SetMode>(),

@@ -16,6 +16,7 @@ struct Row {
     messages::Form payload;
     messages::Form answer;
     ServeFunction serve;
+    bool isQuery; ///< Nothing that a display shows changes by it.
 };
 
 /// The row of a request number, or null.

@@ -229,6 +229,15 @@ Result Serve(Service& service, const Request& in, Bytes& answer)
     return result;
 }
 
+/// True for a request whose name says that it asks for something.
+consteval bool IsQuery(uint32_t request)
+{
+    const std::string_view name = messages::FindAnyRequest(request)->name;
+    return name.find("_GET_") != name.npos || name.find("_QUERY_") != name.npos ||
+           request == VESK_CONTROL_STATE || request == VESK_CONTROL_SCENE ||
+           request == VESK_CONTROL_FAULT_LIST;
+}
+
 // The type of these is auto so that an error within a row is reported with its line.
 
 template <uint32_t request, class Place, auto function, class... Parameters>
@@ -242,7 +251,7 @@ consteval auto RowOf()
                   "the list gives this request an answer, which the function does not give");
     return Row{request, messages::RequestTypes<request>::Payload::kForm,
                messages::RequestTypes<request>::Answer::kForm,
-               &Serve<request, Place, function, Parameters...>};
+               &Serve<request, Place, function, Parameters...>, IsQuery(request)};
 }
 template <uint32_t request, class Place, auto function, class Object, class... Parameters>
 consteval auto RowOf(Result (Object::*)(Parameters...))

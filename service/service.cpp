@@ -51,6 +51,7 @@ Result Service::Reset()
     faults.Reset();
     scenario.Reset();
     timeline.Reset();
+    links.Reset();
     notifications_.Add(kEveryClient, VESK_VIDEO_ON_VIDEO_DIE_NOTIFY, {});
     notifications_.Add(kEveryClient, VESK_VIDEO_ON_VIDEO_ACTIVATE_NOTIFY, {});
     return kOk;
@@ -70,7 +71,8 @@ Result Service::Serve(uint32_t number, const Sender& sender, std::span<const std
         return VESK_SERVICE_ERR_LENGTH;
     answer.reserve(answer.size() + row->answer.size);
     const Result result = row->serve(*this, request, answer);
-    outputs.NotifyFirstFrames();
+    if (!row->isQuery)
+        links.Notify();
     return result;
 }
 

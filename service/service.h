@@ -10,6 +10,7 @@
 #include "service/device_file.h"
 #include "service/faults.h"
 #include "service/inputs.h"
+#include "service/links.h"
 #include "service/mice.h"
 #include "service/outputs.h"
 #include "service/overlays.h"
@@ -70,6 +71,7 @@ public:
     Queues queues{described_.limits};
     Device device{notifications_, described_};
     Cables cables{*this};
+    Links links{*this, notifications_};
     Counters counters;
     State state{*this};
 

@@ -3,6 +3,7 @@
 
 #include "decoder/json.h"
 #include "decoder/text.h"
+#include "service/scene_document.h"
 #include "service/service.h"
 #include "steering/fault.h"
 #include "vesk_service/control_list.h"
@@ -209,6 +210,7 @@ ordered_json Document::DescribeOutputs()
         ordered_json entry = PortEntry(display, "voPort");
         if (!display.defaultImage.empty())
             entry["defaultImage"] = display.defaultImage;
+        entry["scene"] = ToJson(SceneOf(service_, display));
         list.push_back(std::move(entry));
     }
     return list;
@@ -219,7 +221,6 @@ ordered_json Document::DescribeOutputEngines()
     return ListOf(
         service_.outputs.engines, "outEngNo", [this](ordered_json& entry, const OutputEngine& engine) {
             entry["voPort"] = engine.port->number;
-            entry["hasShownFrame"] = engine.hasShownFrame;
             entry["queHandle"] = engine.queHandle;
             Put<VESK_VIDEO_MSG_SET_VO_PARAM>(entry, "param", engine.param);
             Put<VESK_VIDEO_MSG_SET_SCREEN_OFFSET>(entry, "offset", engine.offset);
@@ -420,6 +421,17 @@ std::string BoundedText(ordered_json document, size_t most)
     return text;
 }
 
+Result GiveDocument(ordered_json document, Bytes* answer)
+{
+    const std::string text =
+        BoundedText(std::move(document), VESK_VIDEO_MAX_MESSAGE_SIZE - sizeof(VeskVideoMsgHead));
+    if (text.empty())
+        return VESK_SERVICE_ERR_ROOM;
+    const auto bytes = std::as_bytes(std::span(text));
+    answer->assign(bytes.begin(), bytes.end());
+    return kOk;
+}
+
 State::State(Service& service) : service_(service) {}
 State::~State() = default;
 
@@ -427,13 +439,7 @@ Result State::Get(Bytes* document)
 {
     if (decoder_ == nullptr)
         decoder_ = std::make_unique<const decoder::Decoder>();
-    const std::string text = BoundedText(Document(service_, *decoder_).Describe(),
-                                         VESK_VIDEO_MAX_MESSAGE_SIZE - sizeof(VeskVideoMsgHead));
-    if (text.empty())
-        return VESK_SERVICE_ERR_ROOM;
-    const auto bytes = std::as_bytes(std::span(text));
-    document->assign(bytes.begin(), bytes.end());
-    return kOk;
+    return GiveDocument(Document(service_, *decoder_).Describe(), document);
 }
 
 } // namespace vesk::service

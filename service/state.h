@@ -22,6 +22,9 @@ class Service;
  */
 std::string BoundedText(nlohmann::ordered_json document, size_t most);
 
+/// Answers with a document; VESK_SERVICE_ERR_ROOM if it cannot be cut to fit into a message.
+Result GiveDocument(nlohmann::ordered_json document, Bytes* answer);
+
 /**
  * Describes what the service holds: an object with a section for each kind of thing. Numbers and arguments
  * have their names of the list of messages, records the fields that the decoder gives them; records that hold

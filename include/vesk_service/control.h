@@ -46,6 +46,8 @@
  *   VESK_CONTROL_MAX_WATCHERS.
  * - VESK_CONTROL_TICK: Tells that something is due; the service sends it to itself and answers
  *   VESK_SERVICE_ERR_REQUEST to others.
+ * - VESK_CONTROL_SCENE: Gets what an output port's display shows, or, with VESK_CONTROL_EVERY_PORT, what all
+ *   do, as a JSON document. VESK_SERVICE_ERR_NUMBER if there is no such port.
  */
 typedef enum VeskControlRequest {
 #define VESK_CONTROL_REQUEST(name, number, ...) name = (number),
@@ -60,6 +62,9 @@ typedef enum VeskControlNotificationNumber {
 
 /** Which ports. */
 enum VeskControlDirection { VESK_CONTROL_INPUT = 0, VESK_CONTROL_OUTPUT = 1 };
+
+/** In place of an output port: all of them, for @ref VESK_CONTROL_SCENE. */
+#define VESK_CONTROL_EVERY_PORT 0xffffffffU
 
 /** Limits. */
 enum VeskControlLimit {

@@ -30,6 +30,7 @@ CommandLine CompletionCommand(Settings& settings);
 CommandLine CompleteCommand(Settings& settings);
 
 // Subcommands of "device".
+CommandLine DeviceSceneCommand(Settings& settings);
 CommandLine DeviceStateCommand(Settings& settings);
 CommandLine DeviceGraphCommand(Settings& settings);
 CommandLine DeviceTopCommand(Settings& settings);

@@ -145,25 +145,47 @@ void ConnectInputs(Graph& graph, const ordered_json& engines)
     }
 }
 
-void ConnectOutputs(Graph& graph, const ordered_json& engines)
+/// Connects the sources of what a display shows with the engine that drives it.
+void ConnectLayers(Graph& graph, const ordered_json& scene, const ordered_json& engine)
 {
-    for (const ordered_json& engine : engines) {
-        const std::string name = kOutputEngines.NameIn(engine);
-        const bool isRunning = kOutputEngines.IsRunning(engine);
-        const std::string kind = "picture of " + name;
-        size_t number = 0;
-        for (const ordered_json& picture : engine.at("subPic")) {
-            const std::string shown = std::to_string(number++);
-            std::string node = kind;
-            node += ' ';
-            node += shown;
-            const ordered_json& window = picture.at("winHandle");
-            graph.Add(OwnerText(engine), kind, shown, {window != 0 ? "window " + window.dump() : ""},
-                      isRunning, "ellipse");
-            graph.Connect(SourceText(picture), node, "", isRunning);
-            graph.Connect(node, name, "", isRunning);
+    const std::string name = kOutputEngines.NameIn(engine);
+    const bool isShown = scene.at("showing") == "live";
+    for (const ordered_json& layer : scene.at("layers")) {
+        const auto showing = layer.at("showing").get<std::string>();
+        const bool isLive = isShown && showing == "live";
+        std::string shown = LayerText(layer);
+        if (layer.contains("subPic")) {
+            const std::string picture = "picture of " + name;
+            const std::string number = layer["subPic"].dump();
+            const std::string node = picture + ' ' + number;
+            if (layer.at("source") != "remote pointer") {
+                graph.Add(OwnerText(engine), picture, number,
+                          {layer.contains("winHandle") ? "window " + layer["winHandle"].dump() : "",
+                           showing != "live" ? showing : ""},
+                          isLive, "ellipse");
+                graph.Connect(node, name, "", isLive);
+            }
+            graph.Connect(shown, node, "", isLive);
+        } else if (layer.at("source") != "filter window") {
+            if (layer.at("source") == "wallpaper" || layer.at("source") == "default image") {
+                graph.Add(OwnerText(engine), shown + " of " + name, "", {layer.value("name", "")}, isLive);
+                shown += " of " + name + ' ';
+            }
+            graph.Connect(shown, name, "", isLive);
         }
-        graph.Connect(name, kOutputs.NameIn(engine), "", isRunning);
+    }
+}
+
+void ConnectOutputs(Graph& graph, const ordered_json& state)
+{
+    for (const ordered_json& engine : state.at(kOutputEngines.name)) {
+        for (const ordered_json& output : state.at(kOutputs.name)) {
+            if (output.at(kOutputs.number) != engine.at(kOutputs.number))
+                continue;
+            ConnectLayers(graph, output.at("scene"), engine);
+            graph.Connect(kOutputEngines.NameIn(engine), kOutputs.NameIn(output), "",
+                          output["scene"].at("showing") == "live");
+        }
     }
 }
 
@@ -179,7 +201,7 @@ void PrintGraph(const ordered_json& state)
     for (const ordered_json& loop : state.at(kLoops.name))
         graph.Connect(kEncoders.NameIn(loop, "encNo"), kDecoders.NameIn(loop, "decNo"), kLoops.NameIn(loop),
                       kLoops.IsRunning(loop));
-    ConnectOutputs(graph, state.at(kOutputEngines.name));
+    ConnectOutputs(graph, state);
     for (const ordered_json& mouse : state.at(kRemoteMice.name)) {
         if (mouse.at(kDecoders.number) != 0)
             graph.Connect(kDecoders.NameIn(mouse), kRemoteMice.NameIn(mouse), "",

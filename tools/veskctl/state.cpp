@@ -19,10 +19,16 @@ ordered_json ReadState(Settings& settings, const std::string& file)
             throw Error(file + ": expected the state of a virtual service, which is a JSON object");
         return state;
     }
-    const Call call = PerformSteering(settings, Prepare(settings.Decoder(), "VESK_CONTROL_STATE", {}));
+    return GetDocument(settings, "VESK_CONTROL_STATE", {});
+}
+
+ordered_json GetDocument(Settings& settings, const std::string& request,
+                         const std::vector<decoder::Assignment>& arguments)
+{
+    const Call call = PerformSteering(settings, Prepare(settings.Decoder(), request, arguments));
     const BytesView text = BytesView(call.outcome.answer).subspan(sizeof(VeskVideoMsgHead));
     return ParseJson({reinterpret_cast<const char*>(text.data()), text.size()},
-                     "the service's state is malformed");
+                     "the service's answer to " + request + " is malformed");
 }
 
 std::string Section::NameIn(const ordered_json& thing, const char* member) const
@@ -53,6 +59,15 @@ std::string OwnerText(const ordered_json& thing)
 std::string SourceText(const ordered_json& picture)
 {
     return (picture.at("decFlag") != 0 ? kDecoders : kInputEngines).NameIn(picture, "inputId");
+}
+
+std::string LayerText(const ordered_json& layer)
+{
+    for (const Section& section : {kInputEngines, kDecoders, kOverlays, kRemoteMice, kLocalMice}) {
+        if (layer.contains(section.number))
+            return section.NameIn(layer);
+    }
+    return layer.at("source").get<std::string>();
 }
 
 std::string PictureText(const ordered_json& mode, const char* width, const char* height)

@@ -13,6 +13,11 @@ namespace vesk::ctl {
 /// Error
 nlohmann::ordered_json ReadState(Settings& settings, const std::string& file);
 
+/// The document with which the virtual service answers a request without arguments or with those given.
+/// @throw Failure
+nlohmann::ordered_json GetDocument(Settings& settings, const std::string& request,
+                                   const std::vector<decoder::Assignment>& arguments);
+
 /// A section of the state that lists things of a kind.
 struct Section {
     const char* name; ///< In the state.
@@ -46,8 +51,11 @@ void ShowState(const std::function<void()>& show);
 /// "tour[812]"
 std::string OwnerText(const nlohmann::ordered_json& thing);
 
-/// "decoder 2" or "input engine 1", which an output engine's picture shows.
+/// "decoder 4001" or "input engine 1001", which an output engine's picture shows.
 std::string SourceText(const nlohmann::ordered_json& picture);
+
+/// "input engine 1001", "overlay 3" or "wallpaper", which a layer shows.
+std::string LayerText(const nlohmann::ordered_json& layer);
 
 /// "1920x1080 at 30 fps"; empty if there is no picture.
 std::string PictureText(const nlohmann::ordered_json& mode, const char* width, const char* height);

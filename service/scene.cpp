@@ -1,0 +1,330 @@
+// What a display shows: its layers from back to front, as plain data.
+#include "service/scene.h"
+
+#include "service/service.h"
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+
+namespace vesk::service {
+
+namespace {
+
+constexpr int32_t kPointerSize = 32;    // pixels
+constexpr uint32_t kWholeOpacity = 100; // per cent
+
+/// A record's layout as the service's own of the same size, or its start.
+template <class View, class Record>
+View ViewOf(const Record& record)
+{
+    static_assert(sizeof(View) <= sizeof(Record));
+    View view;
+    std::memcpy(&view, &record, sizeof view);
+    return view;
+}
+
+Size SizeOf(const VeskControlMode& mode)
+{
+    return {mode.width, mode.height};
+}
+
+uint32_t OpacityOf(uint32_t set)
+{
+    return set != 0 ? set : kWholeOpacity;
+}
+
+/// Why an engine has no picture, by its port and itself.
+template <class Engine>
+Showing ShowingOf(const Engine& engine)
+{
+    if (!engine.port->isEnabled)
+        return Showing::kDisabled;
+    if (!engine.port->isPlugged)
+        return Showing::kUnplugged;
+    return engine.isStarted ? Showing::kLive : Showing::kStopped;
+}
+
+/// Composes the scene of a display.
+class Composer {
+public:
+    Composer(Service& service, const Display& display)
+        : service_(service), display_(display), engine_(service.outputs.EngineOf(display)),
+          mode_(service.outputs.DisplayInfo().displayMode),
+          composed_(mode_ == VESK_SERVICE_DISPLAY_CLONE ? *service.outputs.Find(0) : display)
+    {
+    }
+
+    Scene Compose();
+
+private:
+    Showing Show() const;
+    void AddBehind(Layer::Source, const std::string& path, uint32_t showMode);
+    void AddPictures();
+    void AddPicture(uint32_t index, const VeskServiceSubPic&, const VeskServiceRect& arranged);
+    void AddInput(Layer&, const VeskServiceSubPic&, const VeskServiceRect& window);
+    void AddDecoder(Layer&, const VeskServiceSubPic&, const VeskServiceRect& window);
+    void AddFilterWindows();
+    void AddOverlays();
+    void AddLocalPointers();
+    void AddRemotePointers(const Layer& picture);
+    void Add(Layer&, const VeskServiceRect& part, const VeskServiceRect& window,
+             const VeskServiceRect& bounds);
+    void Add(Layer&, const VeskServiceRect& part, const VeskServiceRect& window);
+    void FindCovered();
+
+    Service& service_;
+    const Display& display_;
+    const OutputEngine* engine_;
+    uint32_t mode_;
+    const Display& composed_; // whose layers are shown
+    Scene scene_;
+};
+
+Showing Composer::Show() const
+{
+    if (engine_ == nullptr)
+        return Showing::kClosed;
+    const bool isFirst = display_.number == 0;
+    return mode_ == VESK_SERVICE_DISPLAY_FIRST_ONLY && !isFirst ? Showing::kDisabled : ShowingOf(*engine_);
+}
+
+Scene Composer::Compose()
+{
+    scene_.voPort = display_.number;
+    scene_.name = display_.name;
+    scene_.canvas = SizeOf(display_.mode);
+    scene_.fr = display_.mode.fr;
+    scene_.atMs = service_.timeline.Now();
+    scene_.outEngNo = engine_ != nullptr ? engine_->number : 0;
+    scene_.showing = Show();
+    AddPictures();
+    const bool isAny = std::any_of(scene_.layers.begin(), scene_.layers.end(),
+                                   [](const Layer& layer) { return layer.IsPicture() && layer.Appears(); });
+    if (!isAny)
+        AddBehind(Layer::Source::kDefaultImage, composed_.defaultImage, VESK_SERVICE_STRETCH);
+    AddFilterWindows();
+    AddOverlays();
+    AddLocalPointers();
+    FindCovered();
+    return std::move(scene_);
+}
+
+/// Adds a layer whose window lies within @p bounds; one of which nothing is seen says so.
+void Composer::Add(Layer& layer, const VeskServiceRect& part, const VeskServiceRect& window,
+                   const VeskServiceRect& bounds)
+{
+    layer.place = Place(part, window, layer.showMode, layer.mirror, bounds);
+    const bool isOutside = IsEmpty(layer.place.rect) || (layer.size.IsKnown() && IsEmpty(part));
+    if (layer.Appears() && isOutside)
+        layer.showing = Showing::kOutside;
+    scene_.layers.push_back(std::move(layer));
+}
+
+/// Adds a layer of the display, which the engine shifts as a whole.
+void Composer::Add(Layer& layer, const VeskServiceRect& part, const VeskServiceRect& window)
+{
+    const VeskVideoScreenOffset offset = engine_ != nullptr ? engine_->offset : VeskVideoScreenOffset{};
+    Add(layer, part, Shifted(window, offset.xOffset, offset.yOffset), RectOf(scene_.canvas));
+}
+
+/// Adds an image behind all layers so far.
+void Composer::AddBehind(Layer::Source source, const std::string& path, uint32_t showMode)
+{
+    if (path.empty())
+        return;
+    Layer layer{.source = source, .name = path, .showMode = showMode};
+    Add(layer, {}, RectOf(scene_.canvas));
+    std::rotate(scene_.layers.begin(), scene_.layers.end() - 1, scene_.layers.end());
+}
+
+void Composer::AddPictures()
+{
+    const OutputEngine* engine = service_.outputs.EngineOf(composed_);
+    std::array<uint32_t, VESK_VIDEO_MAX_SUBPIC_NUM> order;
+    std::array<VeskServiceSubPic, VESK_VIDEO_MAX_SUBPIC_NUM> pictures;
+    const uint32_t count = engine != nullptr ? engine->source.picNum : 0;
+    uint32_t cells = 0, cell = 0;
+    for (uint32_t i = 0; i < count; ++i) {
+        order[i] = i;
+        pictures[i] = ViewOf<VeskServiceSubPic>(engine->source.subPic[i]);
+        cells += IsWhole(pictures[i].window) ? 1 : 0;
+    }
+    std::array<VeskServiceRect, VESK_VIDEO_MAX_SUBPIC_NUM> windows;
+    for (uint32_t i = 0; i < count; ++i) {
+        const VeskServiceSubPic& picture = pictures[i];
+        const Size grid{picture.basWidth, picture.basHeight};
+        if (IsWhole(picture.window))
+            windows[i] = Cell(cell++, cells, scene_.canvas);
+        else
+            windows[i] = grid.IsKnown() ? Scaled(picture.window, grid, scene_.canvas) : picture.window;
+    }
+    std::sort(order.begin(), order.begin() + count, [&](uint32_t a, uint32_t b) {
+        return std::pair(pictures[a].layer, a) < std::pair(pictures[b].layer, b);
+    });
+    scene_.layers.reserve(count + 8);
+    for (uint32_t i = 0; i < count; ++i)
+        AddPicture(order[i], pictures[order[i]], windows[order[i]]);
+}
+
+void Composer::AddPicture(uint32_t index, const VeskServiceSubPic& picture, const VeskServiceRect& window)
+{
+    Layer layer{.source = picture.decFlag != 0 ? Layer::Source::kDecoder : Layer::Source::kInput,
+                .number = picture.inputId,
+                .subPic = static_cast<int32_t>(index),
+                .winHandle = picture.winHandle,
+                .showMode = picture.showMode,
+                .mirror = picture.mirror,
+                .opacity = OpacityOf(picture.opacity)};
+    if (picture.decFlag != 0)
+        AddDecoder(layer, picture, window);
+    else
+        AddInput(layer, picture, window);
+}
+
+void Composer::AddInput(Layer& layer, const VeskServiceSubPic& picture, const VeskServiceRect& window)
+{
+    VeskServiceRect part{};
+    layer.showing = Showing::kClosed;
+    if (const InputEngine* engine = service_.inputs.engines.Find(layer.number); engine != nullptr) {
+        const InputPort& port = *engine->port;
+        layer.showing = ShowingOf(*engine);
+        if (layer.showing == Showing::kLive && engine->frozen != 0)
+            layer.showing = Showing::kFrozen;
+        layer.viPort = static_cast<int32_t>(port.number);
+        layer.name = port.name;
+        layer.size = SizeOf(port.mode);
+        // The picture keeps its size, whatever part of it the camera delivers.
+        const VeskServiceRect view = CameraView(layer.size, ViewOf<VeskServiceEptz>(port.eptz),
+                                                ViewOf<VeskServicePtzf>(port.ptzf), port.camera);
+        part = Mapped(Crop(picture.crop, RectOf(layer.size)), layer.size, view);
+    }
+    Add(layer, part, window);
+}
+
+void Composer::AddDecoder(Layer& layer, const VeskServiceSubPic& picture, const VeskServiceRect& window)
+{
+    VeskServiceRect part{};
+    layer.showing = Showing::kClosed;
+    if (const DecoderChannel* decoder = service_.codecs.decoders.Find(layer.number); decoder != nullptr) {
+        layer.showing = decoder->isStarted ? Showing::kLive : Showing::kStopped;
+        layer.size = {decoder->param.w, decoder->param.h};
+        part = Crop(picture.crop, RectOf(layer.size));
+    }
+    Add(layer, part, window);
+    AddRemotePointers(scene_.layers.back());
+}
+
+// They lie in the picture, and are seen where it is.
+void Composer::AddRemotePointers(const Layer& shown)
+{
+    const Layer picture = shown; // which moves when layers are added
+    for (const auto& [number, mouse] : service_.mice.remote.All()) {
+        if (mouse.decStmNo != picture.number)
+            continue;
+        Layer pointer{.source = Layer::Source::kRemotePointer,
+                      .showing = mouse.isStarted ? picture.showing : Showing::kStopped,
+                      .number = number,
+                      .subPic = picture.subPic,
+                      .winHandle = picture.winHandle,
+                      .opacity = picture.opacity};
+        auto area = ViewOf<VeskServiceRect>(mouse.area);
+        if (IsWhole(area)) {
+            const VeskServiceRect whole = RectOf(picture.size);
+            area = {whole.width / 2, whole.height / 2, kPointerSize, kPointerSize};
+        }
+        Add(pointer, {}, Through(picture.place, picture.mirror, area), picture.place.rect);
+    }
+}
+
+void Composer::AddFilterWindows()
+{
+    uint32_t number = 0;
+    for (const auto& [filterParam, window] : service_.outputs.FilterWindows()) {
+        const auto free = ViewOf<VeskServiceFilterWindow>(window);
+        Layer layer{.source = Layer::Source::kFilterWindow, .number = number++};
+        if (filterParam == composed_.number)
+            Add(layer, {}, {free.x, free.y, free.width, free.height});
+    }
+}
+
+void Composer::AddOverlays()
+{
+    std::vector<std::pair<int32_t, const OverlayChannel*>> channels; // in the order of their numbers
+    for (const auto& [number, channel] : service_.overlays.channels.All()) {
+        const auto overlay = ViewOf<VeskServiceOverlay>(channel.param);
+        if (channel.hasParam && overlay.display == composed_.number)
+            channels.emplace_back(overlay.layer, &channel);
+    }
+    std::stable_sort(channels.begin(), channels.end(),
+                     [](const auto& a, const auto& b) { return a.first < b.first; });
+    for (const auto& [order, channel] : channels) {
+        const auto overlay = ViewOf<VeskServiceOverlay>(channel->param);
+        Layer layer{.source = Layer::Source::kOverlay,
+                    .showing = channel->isEnabled ? Showing::kLive : Showing::kDisabled,
+                    .number = channel->number,
+                    .name = std::string(TextIn(overlay.picture)),
+                    .showMode = overlay.showMode,
+                    .opacity = OpacityOf(overlay.opacity)};
+        Add(layer, {}, IsWhole(overlay.window) ? RectOf(scene_.canvas) : overlay.window);
+    }
+}
+
+// One that is attached to an output engine is on its display, any other on the first.
+void Composer::AddLocalPointers()
+{
+    for (const auto& [number, mouse] : service_.mice.local.All()) {
+        const OutputEngine* attached =
+            mouse.isIndependent ? nullptr : service_.outputs.engines.Find(mouse.attachId);
+        if (composed_.number != (attached != nullptr ? attached->port->number : 0))
+            continue;
+        const auto point = ViewOf<VeskServicePoint>(mouse.param);
+        Layer layer{.source = Layer::Source::kLocalPointer,
+                    .showing = !mouse.isStarted ? Showing::kStopped
+                               : mouse.isShown  ? Showing::kLive
+                                                : Showing::kDisabled,
+                    .number = number};
+        Add(layer, {}, {point.x, point.y, kPointerSize, kPointerSize});
+    }
+}
+
+// Overlays and pointers may be transparent: they hide nothing, and nothing hides them.
+void Composer::FindCovered()
+{
+    const auto hides = [](const Layer& layer) {
+        return layer.source == Layer::Source::kFilterWindow ||
+               (layer.IsPicture() && layer.Appears() && layer.opacity == kWholeOpacity);
+    };
+    auto& layers = scene_.layers;
+    for (auto layer = layers.begin(); layer != layers.end(); ++layer) {
+        const bool canBeHidden = layer->source < Layer::Source::kFilterWindow && layer->Appears();
+        if (canBeHidden && std::any_of(layer + 1, layers.end(), [&](const Layer& front) {
+                return hides(front) && Contains(front.place.rect, layer->place.rect);
+            }))
+            layer->showing = Showing::kCovered;
+    }
+}
+
+} // namespace
+
+const char* WordOf(Showing showing)
+{
+    static constexpr const char* kWords[] = {"live",   "frozen",   "covered",   "outside",
+                                             "closed", "disabled", "unplugged", "stopped"};
+    return kWords[static_cast<size_t>(showing)];
+}
+
+const char* WordOf(Layer::Source source)
+{
+    static constexpr const char* kWords[] = {"wallpaper",      "default image", "input",
+                                             "decoder",        "filter window", "overlay",
+                                             "remote pointer", "local pointer"};
+    return kWords[static_cast<size_t>(source)];
+}
+
+Scene SceneOf(Service& service, const Display& display)
+{
+    return Composer(service, display).Compose();
+}
+
+} // namespace vesk::service

@@ -1,0 +1,83 @@
+// What a display shows: its layers from back to front, as plain data.
+#pragma once
+
+#include "service/placement.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vesk::service {
+
+/// Whether something is shown, or why not.
+enum class Showing {
+    kLive,
+    kFrozen,    ///< It is seen, but its time stands still.
+    kCovered,   ///< Others in front hide all of it.
+    kOutside,   ///< No part of it lies on the display, or nothing of the source is left after cropping.
+    kClosed,    ///< Its engine or channel does not exist any more; of a display: it has no engine.
+    kDisabled,  ///< It is switched off or hidden; of a display also: by the display mode.
+    kUnplugged, ///< Nothing is plugged into its port.
+    kStopped,   ///< It is not started.
+};
+
+/// Its word: "live", "frozen" and so on.
+const char* WordOf(Showing);
+
+struct Layer {
+    enum class Source {
+        kWallpaper,
+        kDefaultImage,
+        kInput,
+        kDecoder,
+        kFilterWindow, ///< Nothing: it hides the pictures behind it.
+        kOverlay,
+        kRemotePointer,
+        kLocalPointer,
+    };
+
+    Source source = Source::kInput;
+    Showing showing = Showing::kLive;
+    uint32_t number = 0;     ///< Of the engine, channel or stream; of a filter window its place in the list.
+    int32_t viPort = -1;     ///< Of an input that is open.
+    int32_t subPic = -1;     ///< Which of the engine's pictures it is, or lies in.
+    uint64_t winHandle = 0;  ///< Of that picture.
+    std::string name{};      ///< The input port's name, or the path of an image.
+    Size size{};             ///< Of the whole source; unknown for images, which are not read.
+    Placement place{};       ///< In the display's pixels and the source's.
+    uint32_t showMode = 0;   ///< VeskServiceShowMode; place has it worked in unless the size is unknown.
+    uint32_t mirror = 0;     ///< VeskServiceMirror.
+    uint32_t opacity = 100;  ///< Per cent.
+    uint64_t frozenAtMs = 0; ///< The time of the picture that is seen, of one that is frozen.
+
+    /// A picture: what comes from an input or a decoder, or stands for all of them.
+    bool IsPicture() const
+    {
+        return source == Source::kInput || source == Source::kDecoder || source == Source::kDefaultImage;
+    }
+    /// True while there is a picture on the display, be it behind others.
+    bool Appears() const { return showing <= Showing::kCovered; }
+};
+
+/// The word for what it shows: "input", "filter window" and so on.
+const char* WordOf(Layer::Source);
+
+struct Scene {
+    uint32_t voPort = 0;
+    std::string name; ///< The display's.
+    Size canvas;
+    uint32_t fr = 0;
+    uint64_t atMs = 0;     ///< Time of the device.
+    uint32_t outEngNo = 0; ///< Engine that drives the display, 0 for none.
+    Showing showing = Showing::kLive;
+    std::vector<Layer> layers; ///< From back to front; nothing of them is seen unless the scene is live.
+};
+
+class Service;
+struct Display;
+
+/// What a display shows now.
+Scene SceneOf(Service&, const Display&);
+
+} // namespace vesk::service

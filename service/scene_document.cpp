@@ -1,0 +1,117 @@
+// What displays show, as a JSON document.
+#include "service/scene_document.h"
+
+#include "decoder/json.h"
+#include "service/service.h"
+
+namespace vesk::service {
+
+using decoder::Object;
+using nlohmann::ordered_json;
+
+namespace {
+
+ordered_json ToJson(const VeskServiceRect& rect)
+{
+    return Object({{"x", rect.x}, {"y", rect.y}, {"width", rect.width}, {"height", rect.height}});
+}
+
+/// The name that the list of messages has for the number of a source; null if it has none.
+const char* NumberName(Layer::Source source)
+{
+    switch (source) {
+    case Layer::Source::kInput:
+        return "inEngNo";
+    case Layer::Source::kDecoder:
+        return "decStmNo";
+    case Layer::Source::kOverlay:
+        return "overlayChn";
+    case Layer::Source::kRemotePointer:
+        return "mouseStmNo";
+    case Layer::Source::kLocalPointer:
+        return "localMouseStmNo";
+    default:
+        return nullptr;
+    }
+}
+
+const char* ModeWord(uint32_t showMode)
+{
+    switch (showMode) {
+    case VESK_SERVICE_FIT:
+        return "fit";
+    case VESK_SERVICE_FILL:
+        return "fill";
+    case VESK_SERVICE_CENTRE:
+        return "centre";
+    default:
+        return "stretch";
+    }
+}
+
+const char* MirrorWord(uint32_t mirror)
+{
+    static constexpr const char* kWords[] = {"none", "horizontally", "vertically", "both"};
+    return kWords[mirror & (VESK_SERVICE_MIRROR_HORIZONTALLY | VESK_SERVICE_MIRROR_VERTICALLY)];
+}
+
+ordered_json ToJson(const Layer& layer)
+{
+    ordered_json entry = Object({{"source", WordOf(layer.source)}});
+    if (const char* number = NumberName(layer.source); number != nullptr)
+        entry[number] = layer.number;
+    if (layer.viPort >= 0)
+        entry["viPort"] = layer.viPort;
+    if (!layer.name.empty())
+        entry["name"] = layer.name;
+    if (layer.subPic >= 0)
+        entry["subPic"] = layer.subPic;
+    if (layer.winHandle != 0)
+        entry["winHandle"] = layer.winHandle;
+    entry["showing"] = WordOf(layer.showing);
+    if (layer.showing == Showing::kFrozen)
+        entry["frozenAtMs"] = layer.frozenAtMs;
+    entry["window"] = ToJson(layer.place.window);
+    entry["rect"] = ToJson(layer.place.rect);
+    if (layer.size.IsKnown()) {
+        entry["width"] = layer.size.width;
+        entry["height"] = layer.size.height;
+        entry["part"] = ToJson(layer.place.part);
+    }
+    entry["showMode"] = ModeWord(layer.showMode);
+    entry["mirror"] = MirrorWord(layer.mirror);
+    entry["opacity"] = layer.opacity;
+    return entry;
+}
+
+} // namespace
+
+ordered_json ToJson(const Scene& scene)
+{
+    ordered_json layers = ordered_json::array();
+    for (const Layer& layer : scene.layers)
+        layers.push_back(ToJson(layer));
+    return Object({{"voPort", scene.voPort},
+                   {"name", scene.name},
+                   {"width", scene.canvas.width},
+                   {"height", scene.canvas.height},
+                   {"fr", scene.fr},
+                   {"atMs", scene.atMs},
+                   {"outEngNo", scene.outEngNo},
+                   {"showing", WordOf(scene.showing)},
+                   {"layers", std::move(layers)}});
+}
+
+Result GetScenes(Service& service, Argument<"port"> port, Bytes* document)
+{
+    ordered_json scenes = ordered_json::array();
+    for (const Display& display : service.outputs.All()) {
+        if (port == VESK_CONTROL_EVERY_PORT || port == display.number)
+            scenes.push_back(ToJson(SceneOf(service, display)));
+    }
+    if (scenes.empty() && port != VESK_CONTROL_EVERY_PORT)
+        return VESK_SERVICE_ERR_NUMBER;
+    return GiveDocument(Object({{"scenes", std::move(scenes)}}), document);
+}
+
+} // namespace vesk::service
