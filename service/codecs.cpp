@@ -1,7 +1,10 @@
 // Encoder and decoder channels, and the loops between them.
 #include "service/codecs.h"
 
+#include "service/log.h"
+
 #include <algorithm>
+#include <cinttypes>
 
 namespace vesk::service {
 
@@ -9,16 +12,20 @@ namespace {
 
 constexpr uint32_t kBlock = 16; // pixels of a macroblock's side
 
-uint32_t BlocksOf(const PictureBounds& pictures)
+uint32_t BlocksOf(uint32_t width, uint32_t height)
 {
-    return pictures.maxWidth / kBlock * (pictures.maxHeight / kBlock);
+    return (width + kBlock - 1) / kBlock * ((height + kBlock - 1) / kBlock);
+}
+
+uint64_t BlocksPerSecond(const VeskVideoEncParam& param)
+{
+    return uint64_t{BlocksOf(param.w, param.h)} * param.fr;
 }
 
 template <class Codec>
 void Describe(Codec& codec, const CodecDescription& described, const PictureBounds& pictures)
 {
     codec.support = 1;
-    codec.blocksPs = BlocksOf(pictures) * pictures.maxFrameRate;
     codec.maxWidth = pictures.maxWidth;
     codec.minWidth = pictures.minWidth;
     codec.maxHeight = pictures.maxHeight;
@@ -30,19 +37,60 @@ void Describe(Codec& codec, const CodecDescription& described, const PictureBoun
         codec.fecs[fec] = 1;
 }
 
+/// The description of the codec that a channel is to have; without one, the log says so.
+template <class Description>
+const Description* FindCodec(const std::vector<Description>& described, const std::string& channel,
+                             const char* field, int32_t number)
+{
+    std::string numbers;
+    for (const Description& codec : described) {
+        if (int64_t{codec.number} == number)
+            return &codec;
+        numbers += (numbers.empty() ? "" : ", ") + std::to_string(codec.number);
+    }
+    LOG(kError, "%s: %s: expected a codec that the device has (%s), not %d", channel.c_str(), field,
+        numbers.c_str(), number);
+    return nullptr;
+}
+
+/// Whether a parameter of a channel is within its bounds; if it is not, the log says so.
+bool IsWithin(const std::string& channel, const char* field, uint32_t value, uint32_t least, uint32_t most,
+              const char* unit)
+{
+    const bool isWithin = value >= least && value <= most;
+    if (!isWithin)
+        LOG(kError, "%s: %s: expected %u to %u %s, not %u", channel.c_str(), field, least, most, unit, value);
+    return isWithin;
+}
+
+template <class Param>
+bool HasPicture(const PictureBounds& pictures, const std::string& channel, const Param& param)
+{
+    return IsWithin(channel, "w", param.w, pictures.minWidth, pictures.maxWidth, "pixels") &&
+           IsWithin(channel, "h", param.h, pictures.minHeight, pictures.maxHeight, "pixels");
+}
+
+/// The channel that had a number when @p serial was noted, if it is still there.
+template <class CodecChannel>
+CodecChannel* FindAgain(Numbered<CodecChannel>& channels, uint32_t number, uint64_t serial)
+{
+    CodecChannel* channel = channels.Find(number);
+    return channel != nullptr && channel->serial == serial ? channel : nullptr;
+}
+
 } // namespace
 
 Result Channel::Start()
 {
     const Result result = hasParam ? Startable::Start() : Result{VESK_SERVICE_ERR_STATE};
-    statistics.starts += result == kOk ? 1 : 0;
+    counted.starts += result == kOk ? 1 : 0;
     return result;
 }
 
 Result Channel::Stop()
 {
     const Result result = Startable::Stop();
-    statistics.stops += result == kOk ? 1 : 0;
+    counted.stops += result == kOk ? 1 : 0;
     return result;
 }
 
@@ -60,21 +108,13 @@ VeskServiceCodecStatus DecoderChannel::Status() const
 Result EncoderChannel::SetParamEx(const VeskVideoEncParamEx& value)
 {
     paramEx = value;
-    ++statistics.changes;
+    ++counted.changes;
     return kOk;
 }
 
-Result EncoderChannel::ForceKeyFrame()
-{
-    if (!isStarted)
-        return VESK_SERVICE_ERR_STATE;
-    ++keyFrames;
-    return kOk;
-}
-
-Codecs::Codecs(Notifications& notifications, const DeviceDescription& device)
+Codecs::Codecs(Notifications& notifications, const DeviceDescription& device, const Timeline& timeline)
     : encoders(device.limits.encoders), decoders(device.limits.decoders), loops(device.limits.loops),
-      notifications_(&notifications), device_(&device)
+      notifications_(&notifications), device_(&device), timeline_(&timeline)
 {
 }
 
@@ -85,11 +125,41 @@ void Codecs::Release(HostProcess process)
     loops.Release(process);
 }
 
+// Channels also go without a request for it, with the processes that they belong to.
+void Codecs::Settle()
+{
+    for (auto& [number, decoder] : decoders.All())
+        decoder.frameRate = 0;
+    for (auto& [number, loop] : loops.All()) {
+        const Ends ends = EndsOf(loop);
+        loop.isOn = loop.isOn && ends.AreThere();
+        if (loop.isOn && ends.Run())
+            ends.decoder->frameRate += ends.encoder->param.fr;
+    }
+    const uint64_t now = timeline_->Now();
+    for (auto& [number, decoder] : decoders.All())
+        decoder.frames.SetRate(now, decoder.frameRate);
+    const bool isOverload = IsOverload(RunningLoad());
+    for (auto& [number, encoder] : encoders.All()) {
+        encoder.frames.SetRate(now, encoder.isStarted ? encoder.param.fr : 0);
+        if (!isOverload && std::exchange(encoder.hearsOfRecovery, false))
+            NotifyLoad(encoder, false);
+    }
+}
+
+VeskServiceCodecStatistics Codecs::StatisticsOf(const Channel& channel) const
+{
+    VeskServiceCodecStatistics statistics = channel.counted;
+    statistics.frames = channel.frames.Frames(timeline_->Now());
+    return statistics;
+}
+
 Result Codecs::CreateEncoder(const Sender& sender, uint32_t* encStmNo)
 {
     const Result result = encoders.Create(sender, encStmNo);
     if (result == kOk) {
         EncoderChannel& encoder = *encoders.Find(*encStmNo);
+        encoder.serial = ++created_;
         encoder.param = device_->defaults.encoder;
         encoder.paramEx = device_->defaults.encoderEx;
     } else {
@@ -100,11 +170,17 @@ Result Codecs::CreateEncoder(const Sender& sender, uint32_t* encStmNo)
 
 Result Codecs::SetEncoderParam(EncoderChannel& encoder, const VeskVideoEncParam& param)
 {
-    if (!device_->pictures.Has(param.w, param.h) || param.fr > device_->pictures.maxFrameRate)
+    const std::string channel = "encoder " + std::to_string(encoder.number);
+    const EncodeDescription* codec = FindCodec(device_->encode, channel, "codcType", param.codcType);
+    if (codec == nullptr || !HasPicture(device_->pictures, channel, param) ||
+        !IsWithin(channel, "fr", param.fr, 1, device_->pictures.maxFrameRate, "frames per second") ||
+        (codec->maxBandWidth != 0 && !IsWithin(channel, "br", param.br, 0, codec->maxBandWidth, "kbit/s")))
         return VESK_SERVICE_ERR_VALUE;
+    if (const Result result = ChangeLoad(encoder, encoder.isStarted, param); result != kOk)
+        return result;
     encoder.param = param;
     encoder.hasParam = true;
-    ++encoder.statistics.changes;
+    ++encoder.counted.changes;
     return kOk;
 }
 
@@ -112,48 +188,90 @@ Result Codecs::ModifyFrameRate(EncoderChannel& encoder, Argument<"frameRate"> fr
 {
     if (!encoder.hasParam)
         return VESK_SERVICE_ERR_STATE;
-    if (frameRate == 0 || frameRate > device_->pictures.maxFrameRate)
-        return VESK_SERVICE_ERR_VALUE;
-    encoder.param.fr = static_cast<uint32_t>(frameRate);
-    ++encoder.statistics.changes;
-    return kOk;
+    VeskVideoEncParam param = encoder.param;
+    param.fr = static_cast<uint32_t>(std::min<uint64_t>(frameRate, UINT32_MAX));
+    return SetEncoderParam(encoder, param);
 }
 
 Result Codecs::StartEncoder(EncoderChannel& encoder)
 {
-    if (!encoder.isStarted && encoder.hasParam && RunningEncoders() >= device_->limits.encodersRunning) {
-        notifications_->Add(encoder.owner.procName, VESK_VIDEO_ON_ENCODE_RESOURCE_INSUFFICIENT, {},
-                            encoder.number);
-        return VESK_SERVICE_ERR_ROOM;
-    }
-    const Result result = encoder.Start();
-    if (result == kOk && RunningEncoders() > device_->limits.encodersAtSpeed)
-        NotifyLoad(encoder, true);
-    return result;
+    if (encoder.isStarted || !encoder.hasParam)
+        return VESK_SERVICE_ERR_STATE;
+    if (const Result result = ChangeLoad(encoder, true, encoder.param); result != kOk)
+        return result;
+    encoder.Start();
+    CountKeyFrame(encoder);
+    return kOk;
 }
 
 Result Codecs::StopEncoder(EncoderChannel& encoder)
 {
-    const Result result = encoder.Stop();
-    if (result == kOk && RunningEncoders() == device_->limits.encodersAtSpeed)
-        NotifyLoad(encoder, false);
-    return result;
+    ChangeLoad(encoder, false, encoder.param);
+    return encoder.Stop();
 }
 
-// One that runs is stopped, which may end an overload.
+Result Codecs::ForceKeyFrame(EncoderChannel& encoder)
+{
+    if (!encoder.isStarted)
+        return VESK_SERVICE_ERR_STATE;
+    ++encoder.keyFrames;
+    CountKeyFrame(encoder);
+    return kOk;
+}
+
+// One that runs is stopped; if that ends an overload, it is still there to be named.
 Result Codecs::DeleteEncoder(EncoderChannel& encoder)
 {
-    if (encoder.isStarted)
-        StopEncoder(encoder);
+    if (StopEncoder(encoder) == kOk)
+        Settle();
     encoders.Erase(encoder);
     return kOk;
 }
 
-size_t Codecs::RunningEncoders()
+Codecs::Load Codecs::RunningLoad()
 {
-    const auto& all = encoders.All();
-    return static_cast<size_t>(
-        std::count_if(all.begin(), all.end(), [](const auto& entry) { return entry.second.isStarted; }));
+    Load load;
+    for (const auto& [number, encoder] : encoders.All()) {
+        load.encoders += encoder.isStarted ? 1 : 0;
+        load.blocks += encoder.isStarted ? BlocksPerSecond(encoder.param) : 0;
+    }
+    return load;
+}
+
+bool Codecs::IsOverload(const Load& load) const
+{
+    return load.encoders > device_->limits.encodersAtSpeed || load.blocks > device_->limits.blocksAtSpeed;
+}
+
+// An encoder is to run, or not, with these parameters. Who raises the load beyond what runs at speed is told
+// at once. That the overload has ended, all hear who were told of it, and who has ended it.
+Result Codecs::ChangeLoad(EncoderChannel& encoder, bool isStarted, const VeskVideoEncParam& param)
+{
+    const DeviceLimits& limits = device_->limits;
+    const Load before = RunningLoad();
+    Load after = before;
+    if (encoder.isStarted) {
+        --after.encoders;
+        after.blocks -= BlocksPerSecond(encoder.param);
+    }
+    if (isStarted) {
+        ++after.encoders;
+        after.blocks += BlocksPerSecond(param);
+    }
+    if (after.encoders > limits.encodersRunning || after.blocks > limits.blocksRunning) {
+        LOG(kError,
+            "encoder %u: there is room for %u encoders and %u blocks per second, not for %u and %" PRIu64,
+            encoder.number, limits.encodersRunning, limits.blocksRunning, after.encoders, after.blocks);
+        notifications_->Add(encoder.owner.procName, VESK_VIDEO_ON_ENCODE_RESOURCE_INSUFFICIENT, {},
+                            encoder.number);
+        return VESK_SERVICE_ERR_ROOM;
+    }
+    const bool isRaised = after.encoders > before.encoders || after.blocks > before.blocks;
+    if (IsOverload(after) && isRaised)
+        NotifyLoad(encoder, true);
+    if (IsOverload(after) ? isRaised : IsOverload(before))
+        encoder.hearsOfRecovery = true;
+    return kOk;
 }
 
 void Codecs::NotifyLoad(const EncoderChannel& encoder, bool isOverload)
@@ -168,7 +286,8 @@ Result Codecs::GetEncodeCapability(VeskVideoEncodeCapability* capability)
     for (const EncodeDescription& described : device_->encode) {
         VeskVideoEncCodecCapability& codec = capability->codec[described.number];
         Describe(codec, described, device_->pictures);
-        codec.blockspf = BlocksOf(device_->pictures);
+        codec.blocksPs = device_->limits.blocksAtSpeed;
+        codec.blockspf = BlocksOf(device_->pictures.maxWidth, device_->pictures.maxHeight);
         codec.maxBandWidth = described.maxBandWidth;
         codec.h264MaxLevel = described.h264MaxLevel;
         codec.h265MaxLevel = described.h265MaxLevel;
@@ -179,18 +298,23 @@ Result Codecs::GetEncodeCapability(VeskVideoEncodeCapability* capability)
 Result Codecs::CreateDecoder(const Sender& sender, uint32_t* decStmNo)
 {
     const Result result = decoders.Create(sender, decStmNo);
-    if (result == kOk)
-        decoders.Find(*decStmNo)->param = device_->defaults.decoder;
+    if (result == kOk) {
+        DecoderChannel& decoder = *decoders.Find(*decStmNo);
+        decoder.serial = ++created_;
+        decoder.param = device_->defaults.decoder;
+    }
     return result;
 }
 
 Result Codecs::SetDecoderParam(DecoderChannel& decoder, const VeskVideoDecParam& param)
 {
-    if (!device_->pictures.Has(param.w, param.h))
+    const std::string channel = "decoder " + std::to_string(decoder.number);
+    if (FindCodec(device_->decode, channel, "codecType", param.codecType) == nullptr ||
+        !HasPicture(device_->pictures, channel, param))
         return VESK_SERVICE_ERR_VALUE;
     decoder.param = param;
     decoder.hasParam = true;
-    ++decoder.statistics.changes;
+    ++decoder.counted.changes;
     NotifyRecreation(decoder);
     return kOk;
 }
@@ -215,14 +339,34 @@ Result Codecs::StartDecoder(DecoderChannel& decoder)
 {
     if (const Result result = decoder.Start(); result != kOk)
         return result;
-    notifications_->Add(decoder.owner.procName, VESK_VIDEO_ON_DECODE_STATUS_NOTIFY,
-                        BytesOf(VeskServiceDecodeState{decoder.number, 1}));
+    NotifyState(decoder);
     for (const auto& [number, loop] : loops.All()) {
-        const EncoderChannel* encoder = encoders.Find(loop.param.encNo);
-        if (loop.isOn && loop.param.decNo == decoder.number && encoder != nullptr)
-            notifications_->Add(encoder->owner.procName, VESK_VIDEO_ON_IFREAME_REQUEST, {}, encoder->number);
+        const Ends ends = EndsOf(loop);
+        if (loop.isOn && ends.decoder == &decoder && ends.encoder != nullptr)
+            RequestKeyFrame(*ends.encoder);
     }
     return kOk;
+}
+
+Result Codecs::StopDecoder(DecoderChannel& decoder)
+{
+    const Result result = decoder.Stop();
+    if (result == kOk)
+        NotifyState(decoder);
+    return result;
+}
+
+Result Codecs::DeleteDecoder(DecoderChannel& decoder)
+{
+    StopDecoder(decoder);
+    decoders.Erase(decoder);
+    return kOk;
+}
+
+void Codecs::NotifyState(const DecoderChannel& decoder)
+{
+    notifications_->Add(decoder.owner.procName, VESK_VIDEO_ON_DECODE_STATUS_NOTIFY,
+                        BytesOf(VeskServiceDecodeState{decoder.number, decoder.isStarted ? 1U : 0U}));
 }
 
 Result Codecs::GetDecodeCapability(VeskVideoDecodeCapability* capability)
@@ -231,6 +375,8 @@ Result Codecs::GetDecodeCapability(VeskVideoDecodeCapability* capability)
     for (const DecodeDescription& described : device_->decode) {
         VeskVideoDecCodecCapability& codec = capability->codec[described.number];
         Describe(codec, described, device_->pictures);
+        codec.blocksPs = BlocksOf(device_->pictures.maxWidth, device_->pictures.maxHeight) *
+                         device_->pictures.maxFrameRate;
         codec.isTile = described.isTile ? 1 : 0;
     }
     return kOk;
@@ -238,20 +384,56 @@ Result Codecs::GetDecodeCapability(VeskVideoDecodeCapability* capability)
 
 Result Codecs::CreateLoop(const Sender& sender, const VeskVideoStreamLoopParam& param, uint32_t* loop)
 {
-    if (encoders.Find(param.encNo) == nullptr || decoders.Find(param.decNo) == nullptr)
+    const EncoderChannel* encoder = encoders.Find(param.encNo);
+    const DecoderChannel* decoder = decoders.Find(param.decNo);
+    if (encoder == nullptr || decoder == nullptr)
         return VESK_SERVICE_ERR_NUMBER;
     const Result result = loops.Create(sender, loop);
-    if (result == kOk)
-        loops.Find(*loop)->param = param;
+    if (result == kOk) {
+        Loop& created = *loops.Find(*loop);
+        created.param = param;
+        created.encoderSerial = encoder->serial;
+        created.decoderSerial = decoder->serial;
+    }
     return result;
 }
 
-// The new state is notified too.
+// The outcome is notified too. One without an end can only be switched off.
 Result Codecs::SwitchLoop(Loop& loop, Argument<"enable"> enable)
 {
-    loop.isOn = enable != 0;
-    notifications_->Add(loop.owner.procName, VESK_VIDEO_ON_LOCAL_LOOP_STATE_NOTIFY, {}, enable);
-    return kOk;
+    const Ends ends = EndsOf(loop);
+    const Result result = enable == 0 || ends.AreThere() ? kOk : Result{VESK_SERVICE_ERR_NUMBER};
+    if (result != kOk)
+        LOG(kError, "loop %u: %s %u, which it was made for, is gone", loop.number,
+            ends.encoder == nullptr ? "encoder" : "decoder",
+            ends.encoder == nullptr ? loop.param.encNo : loop.param.decNo);
+    const bool wasOn = std::exchange(loop.isOn, enable != 0 && result == kOk);
+    notifications_->Add(loop.owner.procName, VESK_VIDEO_ON_LOCAL_LOOP_STATE_NOTIFY, {}, enable, result);
+    if (loop.isOn && !wasOn && ends.Run())
+        RequestKeyFrame(*ends.encoder);
+    return result;
+}
+
+Codecs::Ends Codecs::EndsOf(const Loop& loop)
+{
+    return {FindAgain(encoders, loop.param.encNo, loop.encoderSerial),
+            FindAgain(decoders, loop.param.decNo, loop.decoderSerial)};
+}
+
+// It counts where it is made, and where it is carried to.
+void Codecs::CountKeyFrame(EncoderChannel& encoder)
+{
+    ++encoder.counted.keyFrames;
+    for (const auto& [number, loop] : loops.All()) {
+        const Ends ends = EndsOf(loop);
+        if (loop.isOn && ends.encoder == &encoder && ends.Run())
+            ++ends.decoder->counted.keyFrames;
+    }
+}
+
+void Codecs::RequestKeyFrame(const EncoderChannel& encoder)
+{
+    notifications_->Add(encoder.owner.procName, VESK_VIDEO_ON_IFREAME_REQUEST, {}, encoder.number);
 }
 
 } // namespace vesk::service

@@ -31,6 +31,8 @@ struct DeviceLimits {
     uint32_t encoders = 0;
     uint32_t encodersRunning = 0;
     uint32_t encodersAtSpeed = 0; ///< Without an overload.
+    uint32_t blocksRunning = 0;   ///< Macroblocks per second of all encoders that run.
+    uint32_t blocksAtSpeed = 0;   ///< Without an overload.
     uint32_t decoders = 0;
     uint32_t overlays = 0;
     uint32_t mice = 0; ///< Streams of each kind.
@@ -50,11 +52,6 @@ struct PictureBounds {
     uint32_t minHeight = 0;
     uint32_t maxHeight = 0;
     uint32_t maxFrameRate = 0;
-
-    bool Has(uint32_t width, uint32_t height) const
-    {
-        return width >= minWidth && width <= maxWidth && height >= minHeight && height <= maxHeight;
-    }
 };
 
 struct CodecDescription {
@@ -65,7 +62,7 @@ struct CodecDescription {
 };
 
 struct EncodeDescription : CodecDescription {
-    uint32_t maxBandWidth = 0;
+    uint32_t maxBandWidth = 0; ///< In kbit/s; 0 for no bound.
     uint32_t h264MaxLevel = 0;
     uint32_t h265MaxLevel = 0;
 };

@@ -19,6 +19,7 @@ namespace vesk::service {
 namespace {
 
 constexpr int64_t kMaxLimit = 1024;
+constexpr int64_t kMaxBlocks = INT32_MAX; // per second
 
 /// Each of these leaves @p value as it is when the key is not there.
 void Read(TomlTable& table, const char* key, uint32_t& value, int64_t least = 0, int64_t most = UINT32_MAX)
@@ -154,6 +155,11 @@ void ReadLimits(TomlTable& table, DeviceLimits& limits)
                                                       {"preset_query", limits.presetQuery}};
     for (const auto& [key, limit] : keys)
         Read(table, key, limit, 0, kMaxLimit);
+    if (table.Find("blocks_at_speed")) {
+        Read(table, "blocks_at_speed", limits.blocksAtSpeed, 0, kMaxBlocks);
+        limits.blocksRunning = 2 * limits.blocksAtSpeed;
+    }
+    Read(table, "blocks_running", limits.blocksRunning, 0, kMaxBlocks);
 }
 
 void ReadPictures(TomlTable& table, PictureBounds& pictures)

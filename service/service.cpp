@@ -41,7 +41,7 @@ Result Service::Reset()
     Counters noCounts;
     inputs = std::move(describedInputs);
     outputs = std::move(describedOutputs);
-    codecs = Codecs(notifications_, described_);
+    codecs = Codecs(notifications_, described_, timeline);
     mice = Mice(codecs, described_.limits);
     uvc = Uvc(described_.limits);
     overlays = Overlays(described_.limits);
@@ -71,6 +71,7 @@ Result Service::Serve(uint32_t number, const Sender& sender, std::span<const std
         return VESK_SERVICE_ERR_LENGTH;
     answer.reserve(answer.size() + row->answer.size);
     const Result result = row->serve(*this, request, answer);
+    codecs.Settle();
     if (!row->isQuery)
         links.Notify();
     return result;

@@ -63,7 +63,7 @@ public:
     Faults faults;
     Scenario scenario{timeline, [this](uint32_t number, auto data) { return Execute(number, data); }};
     Inputs inputs{notifications_, described_};
-    Codecs codecs{notifications_, described_};
+    Codecs codecs{notifications_, described_, timeline};
     Outputs outputs{notifications_, described_, inputs, codecs};
     Mice mice{codecs, described_.limits};
     Uvc uvc{described_.limits};

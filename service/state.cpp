@@ -51,11 +51,13 @@ ordered_json PortEntry(const Port& port, const char* numberName)
                    {"fr", port.mode.fr}});
 }
 
-ordered_json Statistics(const Channel& channel)
+ordered_json StatisticsEntry(const VeskServiceCodecStatistics& statistics)
 {
-    return Object({{"starts", channel.statistics.starts},
-                   {"stops", channel.statistics.stops},
-                   {"changes", channel.statistics.changes}});
+    return Object({{"starts", statistics.starts},
+                   {"stops", statistics.stops},
+                   {"changes", statistics.changes},
+                   {"frames", statistics.frames},
+                   {"keyFrames", statistics.keyFrames}});
 }
 
 /// The document about a service.
@@ -253,7 +255,7 @@ ordered_json Document::DescribeEncoders()
                   [this](ordered_json& entry, const EncoderChannel& encoder) {
                       entry["queHandle"] = encoder.queId;
                       entry["keyFrames"] = encoder.keyFrames;
-                      entry["statistics"] = Statistics(encoder);
+                      entry["statistics"] = StatisticsEntry(service_.codecs.StatisticsOf(encoder));
                       Put<VESK_VIDEO_MSG_SET_ENC_PARAM>(entry, "param", encoder.param);
                       Put<VESK_VIDEO_MSG_SET_ENC_PARAM_EX>(entry, "paramEx", encoder.paramEx);
                       Put<VESK_VIDEO_MSG_SET_ENC_FEC_PARAM>(entry, "fec", encoder.fec);
@@ -266,7 +268,7 @@ ordered_json Document::DescribeDecoders()
                   [this](ordered_json& entry, const DecoderChannel& decoder) {
                       entry["queHandle"] = decoder.queId;
                       entry["antiJitter"] = decoder.antiJitter;
-                      entry["statistics"] = Statistics(decoder);
+                      entry["statistics"] = StatisticsEntry(service_.codecs.StatisticsOf(decoder));
                       Put<VESK_VIDEO_MSG_SET_DEC_PARAM>(entry, "param", decoder.param);
                       Put<VESK_VIDEO_MSG_SET_DEC_PARAMEX>(entry, "paramEx", decoder.paramEx);
                   });

@@ -25,19 +25,21 @@ enum VeskServiceResult {
 
 /** Limits of the default device; a device file can describe another. */
 enum VeskServiceLimit {
-    VESK_SERVICE_INPUTS = 3,             /**< A camera, a PC input, a network camera. */
-    VESK_SERVICE_OUTPUTS = 2,            /**< Displays. */
-    VESK_SERVICE_MAX_ENCODERS = 16,      /**< Encoder channels, and as many decoder channels. */
-    VESK_SERVICE_ENCODERS_AT_SPEED = 4,  /**< Encoders that can run without an overload. */
-    VESK_SERVICE_MAX_OVERLAYS = 8,       /**< Overlay channels. */
-    VESK_SERVICE_MAX_MICE = 4,           /**< Mouse streams of each kind. */
-    VESK_SERVICE_MAX_UVC = 8,            /**< UVC streams, numbered from 0. */
-    VESK_SERVICE_MAX_LOOPS = 16,         /**< Stream loops. */
-    VESK_SERVICE_MAX_STREAMS = 64,       /**< Streams that an input engine is connected to. */
-    VESK_SERVICE_MAX_QUEUES = 1024,      /**< Announced queues. */
-    VESK_SERVICE_MAX_OWN_QUEUES = 128,   /**< Queues that one process has announced. */
-    VESK_SERVICE_MAX_PRESETS = 64,       /**< Presets of a camera. */
-    VESK_SERVICE_MAX_PRESET_QUERY = 1024 /**< Entries of one preset query. */
+    VESK_SERVICE_INPUTS = 3,                /**< A camera, a PC input, a network camera. */
+    VESK_SERVICE_OUTPUTS = 2,               /**< Displays. */
+    VESK_SERVICE_MAX_ENCODERS = 16,         /**< Encoder channels, and as many decoder channels. */
+    VESK_SERVICE_ENCODERS_AT_SPEED = 4,     /**< Encoders that can run without an overload. */
+    VESK_SERVICE_BLOCKS_AT_SPEED = 3888000, /**< Blocks per second that they can code without one. */
+    VESK_SERVICE_MAX_BLOCKS = 7776000,      /**< Blocks per second of all encoders that run. */
+    VESK_SERVICE_MAX_OVERLAYS = 8,          /**< Overlay channels. */
+    VESK_SERVICE_MAX_MICE = 4,              /**< Mouse streams of each kind. */
+    VESK_SERVICE_MAX_UVC = 8,               /**< UVC streams, numbered from 0. */
+    VESK_SERVICE_MAX_LOOPS = 16,            /**< Stream loops. */
+    VESK_SERVICE_MAX_STREAMS = 64,          /**< Streams that an input engine is connected to. */
+    VESK_SERVICE_MAX_QUEUES = 1024,         /**< Announced queues. */
+    VESK_SERVICE_MAX_OWN_QUEUES = 128,      /**< Queues that one process has announced. */
+    VESK_SERVICE_MAX_PRESETS = 64,          /**< Presets of a camera. */
+    VESK_SERVICE_MAX_PRESET_QUERY = 1024    /**< Entries of one preset query. */
 };
 
 /** Camera commands that move the virtual camera by one step; all others are only counted. */
@@ -283,17 +285,23 @@ typedef struct VeskServiceCodecStatusInfo {
 VESK_VIDEO_ASSERT_SIZE(VeskServiceCodecStatusInfo, sizeof(VeskVideoEncStatusInfo));
 VESK_VIDEO_ASSERT_SIZE(VeskServiceCodecStatusInfo, sizeof(VeskVideoDecStatusInfo));
 
-/** Start of a VeskVideoEncChrStatistics or VeskVideoDecChrStatistics; the rest is 0. */
+/**
+ * Start of a VeskVideoEncChrStatistics or VeskVideoDecChrStatistics; the rest is 0. A decoder counts what
+ * comes to it: the frames of encoders that are looped to it, while they and it run and the loop is on.
+ */
 typedef struct VeskServiceCodecStatistics {
-    uint32_t starts;  /**< Starts of the channel. */
-    uint32_t stops;   /**< Stops of the channel. */
-    uint32_t changes; /**< Changes of its parameters or frame rate. */
+    uint32_t starts;    /**< Starts of the channel. */
+    uint32_t stops;     /**< Stops of the channel. */
+    uint32_t changes;   /**< Changes of its parameters or frame rate. */
+    uint32_t keyFrames; /**< Key frames: the first of each start, and each that was asked for. */
+    uint64_t frames;    /**< Frames whose time has passed. */
 } VeskServiceCodecStatistics;
+VESK_VIDEO_ASSERT_SIZE(VeskServiceCodecStatistics, 24);
 
 /** Payload of notification 4. */
 typedef struct VeskServiceDecodeState {
     uint32_t decStmNo; /**< Decoder stream number. */
-    uint32_t state;    /**< 1: started. */
+    uint32_t state;    /**< 1: started, 0: stopped. */
 } VeskServiceDecodeState;
 
 /** Layout of a VeskVideoCapability. */

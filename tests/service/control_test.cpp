@@ -144,10 +144,6 @@ std::string Told(size_t& seen)
     return told;
 }
 
-struct Stepped : VideoService {
-    Stepped() : VideoService("--step") {}
-};
-
 } // namespace
 
 // What a caller gets, and that another one gets the true answer meanwhile.

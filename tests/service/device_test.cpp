@@ -54,6 +54,8 @@ TEST(DeviceFile, ErrorsNameLineKeyAndWhatWasExpected)
         {"inputs = [3.5]", "1: inputs[0]: expected a table, not 3.5"},
         {"limits = []", "1: limits: expected a table, not an array"},
         {"\n\n[limits]\nencoders = 1025", "4: limits.encoders: expected 0 to 1024, not 1025"},
+        {"[limits]\nblocks_at_speed = 2147483648",
+         "2: limits.blocks_at_speed: expected 0 to 2147483647, not 2147483648"},
         {"[limits]\nencoders = '16'", "2: limits.encoders: expected 0 to 1024, not \"16\""},
         {"[limits]\nencoders = 1\nencoders = 2", "3: "},
         {"[limit]", "1: limit: unknown key; expected one of inputs, outputs, limits, pictures, encode, "
@@ -112,6 +114,8 @@ TEST(DeviceFile, TheDefaultDeviceHasThePublishedLimits)
                                            {limits.encodersRunning, VESK_SERVICE_MAX_ENCODERS},
                                            {limits.decoders, VESK_SERVICE_MAX_ENCODERS},
                                            {limits.encodersAtSpeed, VESK_SERVICE_ENCODERS_AT_SPEED},
+                                           {limits.blocksAtSpeed, VESK_SERVICE_BLOCKS_AT_SPEED},
+                                           {limits.blocksRunning, VESK_SERVICE_MAX_BLOCKS},
                                            {limits.overlays, VESK_SERVICE_MAX_OVERLAYS},
                                            {limits.mice, VESK_SERVICE_MAX_MICE},
                                            {limits.uvc, VESK_SERVICE_MAX_UVC},
@@ -143,12 +147,12 @@ FORKED_TEST(Application, AnotherDeviceIsServedAsItsFileSays)
                 name=LECTERN [3]: port=3 portType=2 enabled=1 name=TABLE [4]: port=4 portType=16 plugged=1
                 enabled=1 width=1280 height=720 fr=25 name=HALL-CAMERA-1 [5]: port=5 portType=16 plugged=1
                 enabled=1 inEngNo=1 width=1280 height=720 fr=25 name=HALL-CAMERA-2
-            GET_ENCODE_CAPABILITY = maxChannel=6 codec[0]: support=1 blocksPs=241200 blockspf=8040
+            GET_ENCODE_CAPABILITY = maxChannel=6 codec[0]: support=1 blocksPs=489600 blockspf=8160
                 maxWidth=1920 minWidth=16 maxHeight=1080 minHeight=16 maxBandWidth=20000 h264MaxLevel=42
                 profiles=1,1,1
-            GET_DECODE_CAPABILITY = maxChannel=12 codec[0]: support=1 blocksPs=241200 maxWidth=1920
+            GET_DECODE_CAPABILITY = maxChannel=12 codec[0]: support=1 blocksPs=244800 maxWidth=1920
                 minWidth=16 maxHeight=1080 minHeight=16 isSvc=1 profiles=1,0,1 fecs=1 codec[1]: support=1
-                blocksPs=241200 maxWidth=1920 minWidth=16 maxHeight=1080 minHeight=16 profiles=1,0,1 fecs=1
+                blocksPs=244800 maxWidth=1920 minWidth=16 maxHeight=1080 minHeight=16 profiles=1,0,1 fecs=1
             OPEN_VO_PORT 2 = 1; VO_START 1 !UNPLUGGED; GET_VO_PARAM 1 = param0=1920 param1=1080)");
     for (uint32_t i = 1; i <= 6; ++i)
         Play("ENC_CREATE = #; GET_ENC_PARAM # = w=1280 h=720 fr=30 br=2000; ENC_START # !STATE; "

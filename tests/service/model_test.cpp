@@ -1,6 +1,7 @@
 // The virtual service's model, family by family: what it keeps, notifies and refuses, and how much it
 // carries.
 #include "service/clients.h"
+#include "service/codecs.h"
 #include "service/device_file.h"
 #include "service/service_fixture.h"
 #include "service/uvc.h"
@@ -147,10 +148,9 @@ FORKED_TEST(VideoService, RecordsAreReadAsTheyWereSet)
              {std::pair("VI_PARAM", "param0=3% param1=4% param2=5% param3=6% param4=7% param9=-8%"),
               {"VO_PARAM", "param0=3% param1=4% param2=-5% param7=6% param8=7%"},
               {"ENC_PARAM",
-               "codcType=3% pt=4% w=5% h=6% fr=2% br=7% secType=8% serviceData0=0% effect=9% dtFmtCap=1%"},
+               "codcType=1 pt=4% w=5% h=6% fr=2% br=7% secType=8% serviceData0=0% effect=9% dtFmtCap=1%"},
               {"ENC_PARAM_EX", "exParam0=3% exParam1=4% exParam3=5% exParam6=6% serviceData=0%"},
-              {"DEC_PARAM",
-               "codecType=3% payloadType=4% w=5% h=6% secType=2% serviceData=0% transType=9%"}}) {
+              {"DEC_PARAM", "codecType=1 payloadType=4% w=5% h=6% secType=2% serviceData=0% transType=9%"}}) {
             for (const uint32_t number : {1U, 2U})
                 Play(std::string(verb) + record + sign + fields, 0, number);
         }
@@ -164,7 +164,7 @@ FORKED_TEST(VideoService, RecordsAreReadAsTheyWereSet)
     }
 }
 
-FORKED_TEST(VideoService, ChannelsAreDescribedAndCountedFieldByField)
+FORKED_TEST(Stepped, ChannelsAreDescribedAndCountedFieldByField)
 {
     Play(R"(ENC_CREATE = 1; ENC_CREATE = 2; DEC_CREATE = 1; DEC_CREATE = 2; ENC_MODIFY_FRAME_RATE 1 60 !STATE
             SET_ENC_PARAM 1 w=100 h=200 fr=30; SET_ENC_PARAM_EX 1 exParam0=100; SET_ENC_QUE_HANDLE 1 #
@@ -179,7 +179,8 @@ FORKED_TEST(VideoService, ChannelsAreDescribedAndCountedFieldByField)
                 status.height=2160 status.frameRate=60 status.state=1
             ENCODER_GET_ALL_STATUS 1 = [0]: stmNo=1 status.width=100 status.height=200 status.frameRate=60
                 status.queId=# status.keyFrames=2; ENCODER_GET_CHR_STATISTICS 1 = starts=1 stops=1 changes=4
-            ENCODER_GET_CHR_STATISTICS 2 = starts=1 changes=1; SET_DEC_PARAM 1 w=300 h=400
+                keyFrames=3
+            ENCODER_GET_CHR_STATISTICS 2 = starts=1 changes=1 keyFrames=1; SET_DEC_PARAM 1 w=300 h=400
             SET_DEC_PARAMEX 1 serviceData[0]=1; SET_DEC_QUE_HANDLE 1 %; SET_DEC_MOVE_STATE 1 9; DEC_START 1
             DEC_STOP 1; DEC_START 1; DECODER_GET_STATUS 1 = started=1 width=300 height=400 queId=% state=9
             SET_DEC_PARAM 2 w=16 h=16
@@ -188,12 +189,9 @@ FORKED_TEST(VideoService, ChannelsAreDescribedAndCountedFieldByField)
             DECODER_GET_CHR_STATISTICS 1 = starts=2 stops=1 changes=1
             DECODER_GET_CHR_STATISTICS 2 = changes=1)",
          Number(VeskVideoBuffCreateQueue), Number(VeskVideoBuffCreateQueue));
-    for (const std::string size : {"w=15 h=16", "w=16 h=15", "w=3841 h=2160", "w=3840 h=2161"})
-        Play("SET_ENC_PARAM 1 fr=1 " + size + " !VALUE; SET_DEC_PARAM 1 " + size + " !VALUE");
-    Play(R"(SET_ENC_PARAM 1 w=16 h=16 fr=61 !VALUE
-            GET_ENCODE_CAPABILITY = maxChannel=16 codec[0]: support=1 blocksPs=1944000 blockspf=32400
+    Play(R"(GET_ENCODE_CAPABILITY = maxChannel=16 codec[0]: support=1 blocksPs=3888000 blockspf=32400
                 maxWidth=3840 minWidth=16 maxHeight=2160 minHeight=16 maxBandWidth=50000 h264MaxLevel=52
-                isSvc=1 profiles=1,0,1 fecs=1 codec[1]: support=1 blocksPs=1944000 blockspf=32400
+                isSvc=1 profiles=1,0,1 fecs=1 codec[1]: support=1 blocksPs=3888000 blockspf=32400
                 maxWidth=3840 minWidth=16 maxHeight=2160 minHeight=16 maxBandWidth=50000 h265MaxLevel=51
                 profiles=1,0,1 fecs=1
             GET_DECODE_CAPABILITY = maxChannel=16 codec[0]: support=1 blocksPs=1944000 maxWidth=3840
@@ -255,10 +253,11 @@ FORKED_TEST(VideoService, LinksAndJobsAreNotified)
             SET_ANDROID_MMEDIA_PROJECTION 1 1 !STATE; INIT_ANDROID_OBJECTS 0 0 !VALUE
             INIT_ANDROID_OBJECTS 1 0; SET_ANDROID_MMEDIA_PROJECTION 1 1)");
     for (uint32_t i = 1; i <= 6; ++i)
-        Play("ENC_CREATE = #; SET_ENC_PARAM # w=16 h=16; ENC_START #" +
+        Play("ENC_CREATE = #; SET_ENC_PARAM # w=16 h=16 fr=1; ENC_START #" +
                  std::string(i > 4 ? "; ON ENCODE_STATUS encStmNo=# rts=1" : ""),
              i);
-    Play(R"(ENC_STOP 6; ENC_STOP 1; ON ENCODE_STATUS encStmNo=1; ENC_STOP 2
+    Play(R"(ENC_STOP 6; ENC_STOP 1; ON ENCODE_STATUS encStmNo=1
+            ON ENCODE_STATUS encStmNo=5; ON ENCODE_STATUS encStmNo=6; ENC_STOP 2
             SET_LOOP_MODE encNo=1 decNo=2 mode=1 = 1; SET_LOOP_MODE encNo=2 decNo=3 mode=1 = 2
             SET_LOOP_MODE encNo=3 decNo=2 mode=1 = 3; SET_LOOP_MODE encNo=4 decNo=2 mode=1 = 4
             SET_LOOP_START 1 3; SET_LOOP_START 2 1; SET_LOOP_START 3 1; SET_LOOP_START 3 0; SET_LOOP_START 4 1
@@ -267,10 +266,118 @@ FORKED_TEST(VideoService, LinksAndJobsAreNotified)
             SET_LOOP_MODE encNo=99 decNo=2 mode=1 !NUMBER; SET_LOOP_MODE encNo=1 decNo=99 mode=1 !NUMBER
             SET_DEC_PARAM 2 w=16 h=16; DEC_START 2; ON DECODE_STATUS decStmNo=2 state=1; ON IFREAME_REQUEST 1
             SET_DEC_PARAM 2 w=32 h=32; ON DECODE_RECREATE_OK 2; SET_DEC_PARAMEX 2 serviceData[0]=1
-            ON DECODE_RECREATE_OK 2; DEC_STOP 2; SET_DEC_PARAM 2 w=16 h=16)");
+            ON DECODE_RECREATE_OK 2; DEC_STOP 2; ON DECODE_STATUS decStmNo=2; SET_DEC_PARAM 2 w=16 h=16)");
     Play("CLOSE_VI_PORT 1; VO_CLOSE 3; ON DISPLAY_DESTROY_LINK portName=CAMERA surfaceId=3");
-    EXPECT_EQ(Seen(),
-              "100 101 100 101 102 103 102 102 103 106 108 106 108 106 6 6 109 2 2 2 0 0 0 0 0 4 5 3 3 108 ");
+    EXPECT_EQ(
+        Seen(),
+        "100 101 100 101 102 103 102 102 103 106 108 106 108 106 6 6 109 2 2 2 2 2 0 0 0 0 0 4 5 3 3 4 108 ");
+}
+
+FORKED_TEST(Application, ChannelsAreRefusedWhatTheDeviceDoesNotHave)
+{
+    setenv("VESK_LOG_TARGET", ("file:" + directory.File("log")).c_str(), 1);
+    const Child service = StartService();
+    unsetenv("VESK_LOG_TARGET");
+    Join();
+    const uint32_t encoder = Number(VeskVideoEncoderCreate), decoder = Number(VeskVideoDecoderCreate);
+    Play("SET_ENC_PARAM # codcType=1 w=3840 h=2160 fr=60 br=50000; SET_DEC_PARAM % codecType=1 w=16 h=16",
+         encoder, decoder);
+    for (const auto& [value, expected] : std::initializer_list<std::pair<std::string, std::string>>{
+             {"w=15", "16 to 3840 pixels, not 15"},
+             {"w=3841", "16 to 3840 pixels, not 3841"},
+             {"h=15", "16 to 2160 pixels, not 15"},
+             {"h=2161", "16 to 2160 pixels, not 2161"},
+             {"codcType=2", "a codec that the device has (0, 1), not 2"},
+             {"codcType=-1", "a codec that the device has (0, 1), not -1"},
+             {"fr=0", "1 to 60 frames per second, not 0"},
+             {"fr=61", "1 to 60 frames per second, not 61"},
+             {"br=50001", "0 to 50000 kbit/s, not 50001"}}) {
+        Play("SET_ENC_PARAM # w=16 h=16 fr=60 " + value + " !VALUE", encoder);
+        const std::string field = value.substr(0, value.find('=')), log = Contents(directory.File("log"));
+        EXPECT_NE(log.find("encoder " + std::to_string(encoder) + ": " + field + ": expected " + expected),
+                  std::string::npos)
+            << log;
+        if (field.size() == 1)
+            Play("SET_DEC_PARAM # w=16 h=16 " + value + " !VALUE", decoder);
+    }
+    Play("SET_DEC_PARAM # codecType=2 w=16 h=16 !VALUE; SET_DEC_PARAM # codecType=-1 w=16 h=16 !VALUE",
+         decoder);
+}
+
+// What encoders code together; each number is that of the encoder which is named last before it.
+FORKED_TEST(VideoService, EncodersShareWhatTheDeviceCanCode)
+{
+    uint32_t encoders[5];
+    for (uint32_t& encoder : encoders)
+        encoder = Number(VeskVideoEncoderCreate);
+    const auto& [a, b, c, d, e] = encoders;
+    const std::string large = "w=3840 h=2160 fr=60;", set = "SET_ENC_PARAM # ", start = "ENC_START #;",
+                      isOver = "ON ENCODE_STATUS encStmNo=# rts=1;", isGone = "ON ENCODE_STATUS encStmNo=#;";
+    Play(set + large + start, a);
+    Play(set + large + start, b); // no more at speed
+    Play(set + "w=16 h=16 fr=1;" + start + isOver + set + "w=17 h=16 fr=1;" + isOver, c);
+    Play("ENC_MODIFY_FRAME_RATE # 59;" + isGone, a);
+    Play(isGone + set + large + isOver, c);
+    Play(set + "w=3840 h=2160 fr=59;" + start + isOver, d);
+    Play("ENC_MODIFY_FRAME_RATE # 60;" + isOver, a); // 32400 blocks are left
+    Play(set + "w=16 h=16 fr=1;" + start + isOver, e);
+    Play(
+        "ENC_MODIFY_FRAME_RATE # 60 !ROOM; ON ENCODE_RESOURCE_INSUFFICIENT #; GET_ENC_PARAM # = w=3840 "
+        "h=2160 "
+        "fr=59; ENC_STOP #; ENC_MODIFY_FRAME_RATE # 60; ENC_START # !ROOM; ON ENCODE_RESOURCE_INSUFFICIENT #;"
+        "ENC_DELETE #; ENC_DELETE %",
+        d, c);
+    for (const uint32_t encoder : {a, e}) // one block too many ran
+        Play((encoder == a ? "ENC_DELETE %;" : "") + isGone, encoder, e);
+}
+
+FORKED_TEST(Stepped, FramesPassWithTimeWhereTheyAreCodedAndCarried)
+{
+    const uint32_t encoder = Number(VeskVideoEncoderCreate), decoder = Number(VeskVideoDecoderCreate),
+                   loop = Number(VeskVideoSetStreamLoop, encoder, decoder, 1U);
+    const auto counted = [&](const std::string& coded, const std::string& carried) {
+        Play("ENCODER_GET_CHR_STATISTICS # = " + coded + "; DECODER_GET_CHR_STATISTICS % = " + carried,
+             encoder, decoder);
+    };
+    Play("SET_ENC_PARAM # w=16 h=16 fr=30; SET_DEC_PARAM % w=16 h=16; ENC_START #; CONTROL_TIME 1000; "
+         "DEC_START %;"
+         "ON DECODE_STATUS decStmNo=% state=1; CONTROL_TIME 1000",
+         encoder, decoder);
+    counted("starts=1 changes=1 frames=60 keyFrames=1", "starts=1 changes=1");
+    Play("SET_LOOP_START # 1; ON LOCAL_LOOP_STATE 1 0; SET_LOOP_START # 1; ON LOCAL_LOOP_STATE 1 0;"
+         "ON IFREAME_REQUEST %; ENC_FORCE_KEYFRAME %; CONTROL_TIME 1510; ENC_MODIFY_FRAME_RATE % 20;"
+         "CONTROL_TIME 40",
+         loop, encoder); // 45.3 frames and 0.8
+    counted("starts=1 changes=2 frames=106 keyFrames=2", "starts=1 changes=1 frames=46 keyFrames=1");
+    Play("ENC_STOP #; CONTROL_TIME 500; ENC_START #; CONTROL_TIME 49", encoder);
+    counted("starts=2 stops=1 changes=2 frames=106 keyFrames=3", "starts=1 changes=1 frames=46 keyFrames=2");
+    Play("CONTROL_TIME 1; DEC_STOP #; ON DECODE_STATUS decStmNo=#; CONTROL_TIME 50; ENC_FORCE_KEYFRAME %",
+         decoder, encoder);
+    counted("starts=2 stops=1 changes=2 frames=108 keyFrames=4",
+            "starts=1 stops=1 changes=1 frames=47 keyFrames=2");
+    Play("DEC_START #; ON DECODE_STATUS decStmNo=# state=1; ON IFREAME_REQUEST %; DEC_DELETE #;"
+         "ON DECODE_STATUS decStmNo=#; DEC_CREATE",
+         decoder, encoder);
+    Play("SET_LOOP_START # 1 !NUMBER; ON LOCAL_LOOP_STATE 1 0x203; SET_LOOP_START # 0; ON LOCAL_LOOP_STATE 0 "
+         "0",
+         loop);
+    EXPECT_EQ(Arrived(VESK_VIDEO_ON_IFREAME_REQUEST).size(), 2U);
+}
+
+TEST(Codecs, ALoopIsNotTakenOverByAChannelThatGetsANumberAgain)
+{
+    using namespace vesk::service;
+    Notifications notifications;
+    const Timeline timeline({});
+    Codecs codecs(notifications, DefaultDevice(), timeline);
+    uint32_t encoder = 0, decoder = 0, loop = 0, other = 0;
+    EXPECT_EQ(codecs.CreateEncoder({}, &encoder) | codecs.CreateDecoder({}, &decoder), kOk);
+    EXPECT_EQ(codecs.CreateLoop({}, {encoder, decoder, 0, 0}, &loop), kOk);
+    codecs.DeleteDecoder(*codecs.decoders.Find(decoder));
+    while (codecs.CreateDecoder({}, &other) == kOk && other != decoder)
+        codecs.DeleteDecoder(*codecs.decoders.Find(other));
+    EXPECT_EQ(other, decoder);
+    EXPECT_EQ(codecs.SwitchLoop(*codecs.loops.Find(loop), 1), VESK_SERVICE_ERR_NUMBER);
 }
 
 // Each row is a display that has nothing to show yet, the statement that changes that, and the link that is

@@ -131,3 +131,8 @@ struct VideoService : Application {
         service.ExpectOutput("ended");
     }
 };
+
+/// The same with a service whose time is moved by command.
+struct Stepped : VideoService {
+    Stepped() : VideoService("--step") {}
+};

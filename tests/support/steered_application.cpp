@@ -70,6 +70,7 @@ void UseEncoder()
     static VeskVideoEncParam s_param{};
     s_param.w = 1280;
     s_param.h = 720;
+    s_param.fr = 30;
     if (!CALL(VeskVideoEncoderCreate, &g_engine))
         return;
     CALL(VeskVideoEncoderSetParam, g_engine, &s_param);

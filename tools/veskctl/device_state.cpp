@@ -138,9 +138,10 @@ Row ChannelRow(const ordered_json& channel)
     const ordered_json& statistics = channel.at("statistics");
     Details details;
     details.Add("bit rate ", param, "br").AddQueue("queue ", channel, "queHandle");
-    details.Add("key frames ", channel, "keyFrames").Add("anti-jitter ", channel, "antiJitter");
+    details.Add("anti-jitter ", channel, "antiJitter");
     details.Add("starts ", statistics, "starts").Add("stops ", statistics, "stops");
-    details.Add("changes ", statistics, "changes");
+    details.Add("changes ", statistics, "changes").Add("frames ", statistics, "frames");
+    details.Add("key frames ", statistics, "keyFrames");
     return {Started(channel), OwnerText(channel), PictureText(param, "w", "h"), details.Text()};
 }
 
