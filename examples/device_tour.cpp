@@ -351,6 +351,7 @@ int main(int argc, char** argv)
     Step("VeskVideoEncoderStop", VeskVideoEncoderStop(encoder));
     Step("VeskVideoEncoderDelete", VeskVideoEncoderDelete(encoder));
     Step("VeskVideoDecoderStop", VeskVideoDecoderStop(decoder));
+    Notified(VESK_VIDEO_ON_DECODE_STATUS_NOTIFY, "the decoder has stopped");
     Step("VeskVideoDecoderDelete", VeskVideoDecoderDelete(decoder));
     Step("VeskVideoViStop", VeskVideoViStop(camera));
     Step("VeskVideoViDisconnect", VeskVideoViDisconnect(camera, 2));

@@ -84,11 +84,12 @@ public:
         return seen_.size();
     }
 
+    /// Waits for one, and takes it.
     void Await(uint32_t notifyId)
     {
         std::unique_lock guard(lock_);
-        const auto hasArrived = [&] { return seen_.count(notifyId) != 0; };
-        Expect(arrived_.wait_for(guard, std::chrono::seconds(5), hasArrived),
+        const auto isTaken = [&] { return !seen_.extract(notifyId).empty(); };
+        Expect(arrived_.wait_for(guard, std::chrono::seconds(5), isTaken),
                "a notification within 5 seconds");
     }
 

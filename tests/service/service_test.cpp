@@ -209,6 +209,7 @@ FORKED_TEST(Application, RequestsAndNotificationsAreLogged)
     VeskVideoInit();
     VeskVideoViConnect(1, 2);
     SendRaw(4);
+    Play("SET_ENC_PARAM # codcType=2 !VALUE; SET_ENC_PARAM # w=3841 !VALUE", Number(VeskVideoEncoderCreate));
     OsMsgEnvelope envelope{}, *response = nullptr;
     envelope.msgId = 17;
     std::strcpy(envelope.recvProcName, "VIDEO");
@@ -219,6 +220,8 @@ FORKED_TEST(Application, RequestsAndNotificationsAreLogged)
     for (const char* line :
          {"notification 100 to test-app: 0\n", "VESK_VIDEO_MSG_INIT \\(0\\) from test-app.*: 0\n",
           "VESK_VIDEO_MSG_SET_VI_CONNECT \\(14\\) from test-app.*: 515\n",
+          "encoder [0-9]+: codcType: expected a codec that the device has \\(0, 1\\), not 2\n",
+          "encoder [0-9]+: w: expected 16 to 3840 pixels, not 3841\n",
           "an unknown request \\(4\\) from test-app.*: 513\n",
           "a message without a header \\(17\\) from .*: 514\n"})
         EXPECT_TRUE(patterns::IsFound(log, line)) << line << log;
