@@ -10,31 +10,9 @@ namespace vesk::service {
 
 namespace {
 
-constexpr uint32_t kBlock = 16; // pixels of a macroblock's side
-
-uint32_t BlocksOf(uint32_t width, uint32_t height)
-{
-    return (width + kBlock - 1) / kBlock * ((height + kBlock - 1) / kBlock);
-}
-
 uint64_t BlocksPerSecond(const VeskVideoEncParam& param)
 {
     return uint64_t{BlocksOf(param.w, param.h)} * param.fr;
-}
-
-template <class Codec>
-void Describe(Codec& codec, const CodecDescription& described, const PictureBounds& pictures)
-{
-    codec.support = 1;
-    codec.maxWidth = pictures.maxWidth;
-    codec.minWidth = pictures.minWidth;
-    codec.maxHeight = pictures.maxHeight;
-    codec.minHeight = pictures.minHeight;
-    codec.isSvc = described.isSvc ? 1 : 0;
-    for (const uint32_t profile : described.profiles)
-        codec.profiles[profile] = 1;
-    for (const uint32_t fec : described.fecs)
-        codec.fecs[fec] = 1;
 }
 
 /// The description of the codec that a channel is to have; without one, the log says so.
@@ -280,21 +258,6 @@ void Codecs::NotifyLoad(const EncoderChannel& encoder, bool isOverload)
     notifications_->Add(encoder.owner.procName, VESK_VIDEO_ON_ENCODE_STATUS_NOTIFY, BytesOf(status));
 }
 
-Result Codecs::GetEncodeCapability(VeskVideoEncodeCapability* capability)
-{
-    capability->maxChannel = device_->limits.encoders;
-    for (const EncodeDescription& described : device_->encode) {
-        VeskVideoEncCodecCapability& codec = capability->codec[described.number];
-        Describe(codec, described, device_->pictures);
-        codec.blocksPs = device_->limits.blocksAtSpeed;
-        codec.blockspf = BlocksOf(device_->pictures.maxWidth, device_->pictures.maxHeight);
-        codec.maxBandWidth = described.maxBandWidth;
-        codec.h264MaxLevel = described.h264MaxLevel;
-        codec.h265MaxLevel = described.h265MaxLevel;
-    }
-    return kOk;
-}
-
 Result Codecs::CreateDecoder(const Sender& sender, uint32_t* decStmNo)
 {
     const Result result = decoders.Create(sender, decStmNo);
@@ -367,19 +330,6 @@ void Codecs::NotifyState(const DecoderChannel& decoder)
 {
     notifications_->Add(decoder.owner.procName, VESK_VIDEO_ON_DECODE_STATUS_NOTIFY,
                         BytesOf(VeskServiceDecodeState{decoder.number, decoder.isStarted ? 1U : 0U}));
-}
-
-Result Codecs::GetDecodeCapability(VeskVideoDecodeCapability* capability)
-{
-    capability->maxChannel = device_->limits.decoders;
-    for (const DecodeDescription& described : device_->decode) {
-        VeskVideoDecCodecCapability& codec = capability->codec[described.number];
-        Describe(codec, described, device_->pictures);
-        codec.blocksPs = BlocksOf(device_->pictures.maxWidth, device_->pictures.maxHeight) *
-                         device_->pictures.maxFrameRate;
-        codec.isTile = described.isTile ? 1 : 0;
-    }
-    return kOk;
 }
 
 Result Codecs::CreateLoop(const Sender& sender, const VeskVideoStreamLoopParam& param, uint32_t* loop)

@@ -54,6 +54,13 @@ struct PictureBounds {
     uint32_t maxFrameRate = 0;
 };
 
+/// Macroblocks of a picture; those at its edges may be cut.
+constexpr uint32_t BlocksOf(uint32_t width, uint32_t height)
+{
+    constexpr uint32_t kSide = 16; // pixels
+    return (width + kSide - 1) / kSide * ((height + kSide - 1) / kSide);
+}
+
 struct CodecDescription {
     uint32_t number = 0;
     bool isSvc = false;
