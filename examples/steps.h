@@ -89,8 +89,7 @@ public:
     {
         std::unique_lock guard(lock_);
         const auto isTaken = [&] { return !seen_.extract(notifyId).empty(); };
-        Expect(arrived_.wait_for(guard, std::chrono::seconds(5), isTaken),
-               "a notification within 5 seconds");
+        Expect(arrived_.wait_for(guard, std::chrono::seconds(5), isTaken), "a notification within 5 seconds");
     }
 
 private:
