@@ -233,6 +233,7 @@ public:
         for (const auto& [name, view, line] : shown_) {
             line_ = line;
             AddView(name, view);
+            ShowNested(name);
         }
     }
 
@@ -351,6 +352,20 @@ private:
                 Fail(view + " has more bytes than " + name);
         }
         set_.shownAs_[name] = view;
+    }
+
+    /// Has fields that are such a record shown like one that stands alone, if the view covers all of it.
+    void ShowNested(const std::string& name)
+    {
+        for (auto& [outer, record] : set_.records_) {
+            for (RecordField& field : record.fields) {
+                if (field.record != nullptr && field.type == name &&
+                    set_.Shown(name)->size == field.ElementSize())
+                    field.record = set_.Shown(name);
+            }
+        }
+        for (const auto& [outer, record] : set_.records_)
+            CheckNesting(record, {});
     }
 
     RecordSet& set_;
