@@ -128,9 +128,9 @@ Result Clients::Add(const std::string& procName, const std::string& taskName, Ho
         return VESK_SERVICE_ERR_BUSY;
     }
     Client client{taskName, process};
-    if (known != clients_.end() && known->second.process == process) { // it counts on when it comes again
-        client.sent = known->second.sent;
-        client.dropped = known->second.dropped;
+    if (known != clients_.end() && known->second.process == process) { // it goes on when it comes again
+        client = known->second;
+        client.taskName = taskName;
     }
     if (clients_.size() >= kMost)
         std::erase_if(clients_, [](const auto& entry) { return !entry.second.IsAlive(); });
@@ -153,6 +153,22 @@ void Clients::Remove(const std::string& procName, HostProcess process)
         return;
     clients_.erase(known);
     Save();
+}
+
+Result Clients::SetCallback(const std::string& procName, HostProcess process,
+                            const VeskVideoCallbackInfo& info)
+{
+    const auto known = clients_.find(procName);
+    if (known == clients_.end() || known->second.process != process)
+        return VESK_SERVICE_ERR_STATE;
+    known->second.callback = info;
+    return kOk;
+}
+
+void Clients::ForgetCallbacks()
+{
+    for (auto& [procName, client] : clients_)
+        client.callback.reset();
 }
 
 std::vector<std::string> Clients::Names() const

@@ -4,6 +4,7 @@
 #include "service/watchers.h"
 
 #include <map>
+#include <optional>
 
 namespace vesk::service {
 
@@ -34,6 +35,9 @@ public:
     /// Forgets a name that @p process has.
     void Remove(const std::string& procName, HostProcess process);
     bool IsKnown(const std::string& procName) const { return clients_.count(procName) != 0; }
+    /// Keeps the record of a process that has a name; VESK_SERVICE_ERR_STATE when it has not.
+    Result SetCallback(const std::string& procName, HostProcess process, const VeskVideoCallbackInfo&);
+    void ForgetCallbacks();
 
     std::vector<std::string> Names() const;
 
@@ -48,6 +52,7 @@ public:
         HostProcess process;
         uint64_t sent = 0; ///< Notifications.
         uint64_t dropped = 0;
+        std::optional<VeskVideoCallbackInfo> callback{}; ///< Kept for those who look at the state.
 
         bool IsAlive() const { return HostProcessIsAlive(process) != 0; }
     };

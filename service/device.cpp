@@ -1,6 +1,8 @@
 // Jobs and queries that belong to the device as a whole.
 #include "service/device.h"
 
+#include "service/record_check.h"
+
 #include <bit>
 #include <iterator>
 
@@ -18,38 +20,59 @@ Result Device::GetCapability(Argument<"capabilityType"> type, VeskVideoCapabilit
     return kOk;
 }
 
-Result Device::SetAndroidObjects(Argument<"javaVm"> javaVm)
+Result Device::SetAndroidObjects(Argument<"javaVm"> javaVm, Argument<"javaContext"> javaContext)
 {
     if (javaVm == 0)
         return VESK_SERVICE_ERR_VALUE;
     jobs_.javaVm = javaVm;
+    jobs_.javaContext = javaContext;
     return kOk;
 }
 
 // The objects must have been set before.
-Result Device::SetAndroidProjection(Argument<"resultCode"> resultCode)
+Result Device::SetAndroidProjection(Argument<"resultCode"> resultCode,
+                                    Argument<"projectionData"> projectionData)
 {
     if (jobs_.javaVm == 0)
         return VESK_SERVICE_ERR_STATE;
     jobs_.projectionResult = resultCode;
+    jobs_.projectionData = projectionData;
     return kOk;
 }
 
-Result Device::TakeSnapshot(const VeskVideoSnapshotParam&)
+Result Device::TakeSnapshot(const Sender& sender, Argument<"value3"> value3, Argument<"value2"> value2,
+                            const VeskVideoSnapshotParam& param)
 {
+    constexpr size_t kMost = 16;
+    const auto described = std::bit_cast<VeskServiceSnapshot>(param);
+    const std::string name = "snapshot " + std::to_string(jobs_.snapshots + 1);
+    Result result = CheckOutput(described.voPort, device_->outputs.size(), name);
+    if (result == kOk)
+        result = CheckText(described.path, "path", name);
+    if (result != kOk)
+        return result;
+    snapshots_.push_back({jobs_.snapshots + 1, timeline_->Now(), sender, value2, value3, param});
     ++jobs_.snapshots;
+    if (snapshots_.size() > kMost)
+        snapshots_.pop_front();
     return kOk;
 }
 
-// Decoded at once; the notification carries the number of the wallpaper.
-Result Device::SetWallpaper(const Sender& sender, const VeskVideoWallpaperParam&)
+// Decoded at once; the notification carries the number of the wallpaper. One without a path takes it away.
+Result Device::SetWallpaper(const Sender& sender, const VeskVideoWallpaperParam& param)
 {
+    const auto described = std::bit_cast<VeskServiceWallpaper>(param);
+    if (const Result result = CheckText(described.path, "path", "the wallpaper"); result != kOk)
+        return result;
+    jobs_.wallpaper = *described.path != '\0' ? param : VeskVideoWallpaperParam{};
     notifications_->Add(sender.procName, VESK_VIDEO_ON_WALLPAPER_DEC_OK_NOTIFY, {}, ++jobs_.wallpapers);
     return kOk;
 }
 
-Result Device::SetAnnotation(const Sender& sender, Argument<"status"> status)
+Result Device::SetAnnotation(const Sender& sender, Argument<"value1"> value1, Argument<"value2"> value2,
+                             Argument<"status"> status)
 {
+    jobs_.annotation = Annotation{sender, value1, value2, status};
     notifications_->Add(sender.procName, VESK_VIDEO_ON_DATA_AUX_ANNOTATION_CAP_READY_NOTIFY,
                         BytesOf(static_cast<uint32_t>(status)));
     return kOk;

@@ -2,38 +2,65 @@
 #pragma once
 
 #include "service/device_description.h"
-#include "service/request.h"
+#include "service/timeline.h"
+
+#include <deque>
+#include <optional>
 
 namespace vesk::service {
 
 class Device {
 public:
-    Device(Notifications& notifications, const DeviceDescription& device)
-        : notifications_(&notifications), device_(&device)
+    Device(Notifications& notifications, const DeviceDescription& device, const Timeline& timeline)
+        : notifications_(&notifications), device_(&device), timeline_(&timeline)
     {
     }
 
     Result GetCapability(Argument<"capabilityType">, VeskVideoCapability*);
-    Result SetAndroidObjects(Argument<"javaVm">);
-    Result SetAndroidProjection(Argument<"resultCode">);
-    Result TakeSnapshot(const VeskVideoSnapshotParam&);
+    Result SetAndroidObjects(Argument<"javaVm">, Argument<"javaContext">);
+    Result SetAndroidProjection(Argument<"resultCode">, Argument<"projectionData">);
+    Result TakeSnapshot(const Sender&, Argument<"value3">, Argument<"value2">, const VeskVideoSnapshotParam&);
     Result SetWallpaper(const Sender&, const VeskVideoWallpaperParam&);
-    Result SetAnnotation(const Sender&, Argument<"status">);
+    Result SetAnnotation(const Sender&, Argument<"value1">, Argument<"value2">, Argument<"status">);
     Result VerifyImage(const VeskVideoVerifyImageReq&);
+
+    struct Snapshot {
+        uint32_t number; ///< From 1.
+        uint64_t timeMs; ///< Of the model.
+        Sender owner;
+        uint64_t value2;
+        uint64_t value3;
+        VeskVideoSnapshotParam param;
+    };
+    struct Annotation {
+        Sender owner;
+        uint64_t value1;
+        uint64_t value2;
+        uint64_t status;
+    };
 
     /// What has been done and set.
     struct Jobs {
         uint32_t snapshots = 0;
         uint64_t wallpapers = 0;
+        VeskVideoWallpaperParam wallpaper{}; ///< Zeros: none.
         uint64_t javaVm = 0;
+        uint64_t javaContext = 0;
         uint64_t projectionResult = 0;
+        uint64_t projectionData = 0;
+        std::optional<Annotation> annotation{};
     };
     const Jobs& Done() const { return jobs_; }
+
+    /// The last ones.
+    const std::deque<Snapshot>& Snapshots() const { return snapshots_; }
 
 private:
     Notifications* notifications_;
     const DeviceDescription* device_;
+    const Timeline* timeline_;
     Jobs jobs_;
+    std::deque<Snapshot> snapshots_;
 };
 
 } // namespace vesk::service

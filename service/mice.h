@@ -8,8 +8,10 @@ namespace vesk::service {
 struct RemoteMouse : Startable {
     uint32_t queId = 0;
     uint32_t decStmNo = 0;
+    uint32_t openParam = 0;
     VeskVideoMouseArea area{};
 
+    Result SetArea(const VeskVideoMouseArea&);
     Result Start();
 };
 
@@ -32,6 +34,7 @@ public:
     Numbered<RemoteMouse> remote;
     Numbered<LocalMouse> local;
 
+    Result OpenRemote(const Sender&, Argument<"openParam">, uint32_t* mouseStmNo);
     Result Connect(RemoteMouse&, Argument<"decStmNo">);
 
 private:

@@ -76,9 +76,10 @@ Result Outputs::SetDisplayMode(const VeskVideoDisplayInfo& info)
     return kOk;
 }
 
-Result Outputs::SetDefaultImage(Display& display, std::string_view path)
+Result Outputs::SetDefaultImage(Display& display, Argument<"imageParam2"> imageParam2, std::string_view path)
 {
     display.defaultImage = path;
+    display.imageParam2 = static_cast<uint32_t>(imageParam2);
     return kOk;
 }
 

@@ -8,6 +8,7 @@ namespace vesk::service {
 
 struct Display : DescribedPort<PortDescription> {
     std::string defaultImage{};
+    uint32_t imageParam2 = 0; ///< Given with it.
 };
 
 struct OutputEngine : PortEngine<Display> {
@@ -24,7 +25,7 @@ public:
 
     Result SetSource(Engine&, const VeskVideoVoMultiPicParam&);
     Result SetDisplayMode(const VeskVideoDisplayInfo&);
-    Result SetDefaultImage(Display&, std::string_view path);
+    Result SetDefaultImage(Display&, Argument<"imageParam2">, std::string_view path);
     Result SetSr(Argument<"enable">);
     Result AddFilterWindows(Argument<"filterParam">, std::span<const VeskVideoFilterWindow>);
     Result DeleteFilterWindows(Argument<"filterParam">, std::span<const VeskVideoFilterWindow>);

@@ -9,24 +9,31 @@ namespace vesk::service {
 
 struct OverlayChannel : Owned {
     ServiceQueue queue;
+    uint32_t value = 0; ///< Given when it was created.
     VeskVideoOverlayParam param{};
     bool hasParam = false;
     bool isEnabled = false;
 
     Result GetQueue(uint32_t* queHandle);
-    Result SetParam(const VeskVideoOverlayParam&);
     Result Enable(Argument<"enable">);
 };
 
 class Overlays {
 public:
-    explicit Overlays(const DeviceLimits& limits) : channels(limits.overlays) {}
+    explicit Overlays(const DeviceDescription& device)
+        : channels(device.limits.overlays), outputs_(device.outputs.size())
+    {
+    }
 
     void Release(HostProcess process) { channels.Release(process); }
 
     Numbered<OverlayChannel> channels;
 
-    Result Create(const Sender&, Argument<"overlayChn">, uint32_t* layer);
+    Result Create(const Sender&, Argument<"value">, Argument<"overlayChn">, uint32_t* layer);
+    Result SetParam(OverlayChannel&, const VeskVideoOverlayParam&);
+
+private:
+    size_t outputs_;
 };
 
 } // namespace vesk::service

@@ -131,13 +131,13 @@ constexpr Row kRows[] = {
     Erased<VESK_VIDEO_MSG_CLOSE_UVC_PORT, UvcStreams>(),
     ServedAt<VESK_VIDEO_MSG_UVC_REQ_I_FRAME, UvcStreams, &UvcStream::ForceKeyFrame>(),
 
-    Created<VESK_VIDEO_MSG_OPEN_MOUSE_PORT, RemoteMice>(),
+    Served<VESK_VIDEO_MSG_OPEN_MOUSE_PORT, &Mice::OpenRemote>(),
     Attached<VESK_VIDEO_MSG_SET_MOUSE_QUE_HANDLE, RemoteMice, &RemoteMouse::queId>(),
     ServedAt<VESK_VIDEO_MSG_MOUSE_CONNECT, RemoteMice, &Mice::Connect>(),
     ServedAt<VESK_VIDEO_MSG_MOUSE_START, RemoteMice, &RemoteMouse::Start>(),
     ServedAt<VESK_VIDEO_MSG_MOUSE_STOP, RemoteMice, &Startable::Stop>(),
     Erased<VESK_VIDEO_MSG_CLOSE_MOUSE_PORT, RemoteMice>(),
-    Stored<VESK_VIDEO_MSG_SET_REMOTE_MOUSE_BACKGRAND_AREA, RemoteMice, &RemoteMouse::area>(),
+    ServedAt<VESK_VIDEO_MSG_SET_REMOTE_MOUSE_BACKGRAND_AREA, RemoteMice, &RemoteMouse::SetArea>(),
     Created<VESK_VIDEO_MSG_OPEN_LOCAL_MOUSE, LocalMice>(),
     ServedAt<VESK_VIDEO_MSG_START_LOCAL_MOUSE, LocalMice, &LocalMouse::Start>(),
     ServedAt<VESK_VIDEO_MSG_STOP_LOCAL_MOUSE, LocalMice, &Startable::Stop>(),
@@ -150,7 +150,7 @@ constexpr Row kRows[] = {
 
     Served<VESK_VIDEO_MSG_CREATE_OVERLAY_CHANNEL_PARAM, &Overlays::Create>(),
     ServedAt<VESK_VIDEO_MSG_GET_OVERLAY_QUE_HANDLE, OverlayChannels, &OverlayChannel::GetQueue>(),
-    ServedAt<VESK_VIDEO_MSG_SET_OVERLAY_PARAM, OverlayChannels, &OverlayChannel::SetParam>(),
+    ServedAt<VESK_VIDEO_MSG_SET_OVERLAY_PARAM, OverlayChannels, &Overlays::SetParam>(),
     Erased<VESK_VIDEO_MSG_DESTROY_OVERLAY_PARAM, OverlayChannels>(),
     ServedAt<VESK_VIDEO_MSG_ENABLE_OVERLAY_PARAM, OverlayChannels, &OverlayChannel::Enable>(),
 

@@ -38,15 +38,17 @@ Result Service::Reset()
     // What needs memory comes first: without it, nothing has changed.
     Inputs describedInputs(notifications_, described_);
     Outputs describedOutputs(notifications_, described_, inputs, codecs);
+    Device describedDevice(notifications_, described_, timeline);
     Counters noCounts;
     inputs = std::move(describedInputs);
     outputs = std::move(describedOutputs);
     codecs = Codecs(notifications_, described_, timeline);
     mice = Mice(codecs, described_.limits);
     uvc = Uvc(described_.limits);
-    overlays = Overlays(described_.limits);
+    overlays = Overlays(described_);
     queues = Queues(described_.limits);
-    device = Device(notifications_, described_);
+    device = std::move(describedDevice);
+    clients.ForgetCallbacks();
     counters = std::move(noCounts);
     faults.Reset();
     scenario.Reset();
@@ -155,10 +157,9 @@ Result Service::Exit(const Sender& sender)
     return kOk;
 }
 
-Result Service::SetCallback(const Sender& sender, const VeskVideoCallbackInfo&)
+Result Service::SetCallback(const Sender& sender, const VeskVideoCallbackInfo& info)
 {
-    // What the record says concerns the client alone.
-    return clients.IsKnown(sender.procName) ? kOk : Result{VESK_SERVICE_ERR_STATE};
+    return clients.SetCallback(sender.procName, sender.process, info);
 }
 
 // To others than the service itself there is no such request.

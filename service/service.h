@@ -67,9 +67,9 @@ public:
     Outputs outputs{notifications_, described_, inputs, codecs};
     Mice mice{codecs, described_.limits};
     Uvc uvc{described_.limits};
-    Overlays overlays{described_.limits};
+    Overlays overlays{described_};
     Queues queues{described_.limits};
-    Device device{notifications_, described_};
+    Device device{notifications_, described_, timeline};
     Cables cables{*this};
     Links links{*this, notifications_};
     Counters counters;

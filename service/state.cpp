@@ -84,6 +84,7 @@ private:
     ordered_json DescribeUvcStreams();
     ordered_json DescribeQueues();
     ordered_json DescribeJobs();
+    ordered_json DescribeSnapshots();
     ordered_json DescribeClients();
     ordered_json DescribeRequests();
     ordered_json DescribeFaults();
@@ -93,16 +94,23 @@ private:
     /// The fields of a request's payload.
     ordered_json FieldsOf(uint32_t request, BytesView payload);
 
-    void PutFields(ordered_json& entry, const char* name, uint32_t request, BytesView payload);
+    /// The same for its record.
+    template <uint32_t request, class Record>
+    ordered_json FieldsOf(const Record& record)
+    {
+        using Payload = typename messages::RequestTypes<request>::Payload;
+        static_assert(std::is_same_v<Payload, messages::Record<Record>>,
+                      "the request carries another record");
+        return FieldsOf(request, BytesOf(record));
+    }
 
     /// Adds them as a member of an entry, unless they are all 0.
     template <uint32_t request, class Record>
     void Put(ordered_json& entry, const char* name, const Record& record)
     {
-        using Payload = typename messages::RequestTypes<request>::Payload;
-        static_assert(std::is_same_v<Payload, messages::Record<Record>>,
-                      "the request carries another record");
-        PutFields(entry, name, request, BytesOf(record));
+        const BytesView bytes = BytesOf(record);
+        if (std::any_of(bytes.begin(), bytes.end(), [](std::byte byte) { return byte != std::byte{0}; }))
+            entry[name] = FieldsOf<request>(record);
     }
 
     Service& service_;
@@ -133,6 +141,7 @@ ordered_json Document::Describe()
         {"queues", DescribeQueues()},
         {"queueServers", service_.queues.Servers()},
         {"jobs", DescribeJobs()},
+        {"snapshots", DescribeSnapshots()},
         {"clients", DescribeClients()},
         {"requests", DescribeRequests()},
         {"unlistedRequests", service_.counters.Unlisted()},
@@ -148,14 +157,6 @@ ordered_json Document::FieldsOf(uint32_t request, BytesView payload)
     data.insert(data.end(), payload.begin(), payload.end());
     return decoder::ToJson(decoder_.Decode({Direction::kRequest, request, data}))
         .value("payload", ordered_json::object());
-}
-
-void Document::PutFields(ordered_json& entry, const char* name, uint32_t request, BytesView payload)
-{
-    const bool isZero =
-        std::all_of(payload.begin(), payload.end(), [](std::byte byte) { return byte == std::byte{0}; });
-    if (!isZero)
-        entry[name] = FieldsOf(request, payload);
 }
 
 ordered_json Document::DescribeTime()
@@ -213,6 +214,7 @@ ordered_json Document::DescribeOutputs()
         if (!display.defaultImage.empty())
             entry["defaultImage"] = display.defaultImage;
         entry["scene"] = ToJson(SceneOf(service_, display));
+        entry["imageParam2"] = display.imageParam2;
         list.push_back(std::move(entry));
     }
     return list;
@@ -290,13 +292,16 @@ ordered_json Document::DescribeOverlays()
                   [this](ordered_json& entry, const OverlayChannel& channel) {
                       entry["enabled"] = channel.isEnabled;
                       entry["queHandle"] = channel.queue.Id();
-                      Put<VESK_VIDEO_MSG_SET_OVERLAY_PARAM>(entry, "param", channel.param);
+                      entry["value"] = channel.value;
+                      if (channel.hasParam)
+                          entry["param"] = FieldsOf<VESK_VIDEO_MSG_SET_OVERLAY_PARAM>(channel.param);
                   });
 }
 
 ordered_json Document::DescribeRemoteMice()
 {
     return ListOf(service_.mice.remote, "mouseStmNo", [this](ordered_json& entry, const RemoteMouse& mouse) {
+        entry["openParam"] = mouse.openParam;
         entry["decStmNo"] = mouse.decStmNo;
         entry["queHandle"] = mouse.queId;
         Put<VESK_VIDEO_MSG_SET_REMOTE_MOUSE_BACKGRAND_AREA>(entry, "area", mouse.area);
@@ -319,7 +324,8 @@ ordered_json Document::DescribeUvcStreams()
 {
     return ListOf(service_.uvc.streams, "uvcStmNo", [this](ordered_json& entry, const UvcStream& stream) {
         entry["keyFrames"] = stream.keyFrames;
-        Put<VESK_VIDEO_MSG_SET_UVC_PARAM>(entry, "param", stream.param);
+        if (stream.hasParam)
+            entry["param"] = FieldsOf<VESK_VIDEO_MSG_SET_UVC_PARAM>(stream.param);
         Put<VESK_VIDEO_MSG_SET_UVC_PARAM_EX>(entry, "paramEx", stream.paramEx);
     });
 }
@@ -332,21 +338,46 @@ ordered_json Document::DescribeQueues()
 ordered_json Document::DescribeJobs()
 {
     const Device::Jobs& jobs = service_.device.Done();
-    return Object({{"snapshots", jobs.snapshots},
-                   {"wallpapers", jobs.wallpapers},
-                   {"javaVm", jobs.javaVm},
-                   {"projectionResult", static_cast<int32_t>(jobs.projectionResult)}});
+    ordered_json entry = Object({{"snapshots", jobs.snapshots},
+                                 {"wallpapers", jobs.wallpapers},
+                                 {"javaVm", jobs.javaVm},
+                                 {"javaContext", jobs.javaContext},
+                                 {"projectionResult", static_cast<int32_t>(jobs.projectionResult)},
+                                 {"projectionData", jobs.projectionData}});
+    Put<VESK_VIDEO_MSG_SET_WALLPAPER_INFO>(entry, "wallpaper", jobs.wallpaper);
+    if (jobs.annotation)
+        entry["annotation"] = Object({{"owner", Owner(jobs.annotation->owner)},
+                                      {"value1", jobs.annotation->value1},
+                                      {"value2", jobs.annotation->value2},
+                                      {"status", jobs.annotation->status}});
+    return entry;
+}
+
+ordered_json Document::DescribeSnapshots()
+{
+    ordered_json list = ordered_json::array();
+    for (const Device::Snapshot& snapshot : service_.device.Snapshots())
+        list.push_back(Object({{"number", snapshot.number},
+                               {"owner", Owner(snapshot.owner)},
+                               {"timeMs", snapshot.timeMs},
+                               {"value2", snapshot.value2},
+                               {"value3", snapshot.value3},
+                               {"param", FieldsOf<VESK_VIDEO_MSG_GET_SNAPSHOT>(snapshot.param)}}));
+    return list;
 }
 
 ordered_json Document::DescribeClients()
 {
     ordered_json list = ordered_json::array();
-    for (const auto& [procName, client] : service_.clients.All())
+    for (const auto& [procName, client] : service_.clients.All()) {
         list.push_back(Object({{"procName", procName},
                                {"taskName", client.taskName},
                                {"process", HostProcessNumber(client.process)},
                                {"notificationsSent", client.sent},
                                {"notificationsDropped", client.dropped}}));
+        if (client.callback)
+            list.back()["callback"] = FieldsOf<VESK_VIDEO_MSG_SET_CALLBACK>(*client.callback);
+    }
     return list;
 }
 

@@ -2,6 +2,7 @@
 // carries.
 #include "service/clients.h"
 #include "service/codecs.h"
+#include "service/device.h"
 #include "service/device_file.h"
 #include "service/service_fixture.h"
 #include "service/uvc.h"
@@ -522,6 +523,45 @@ FORKED_TEST(Application, WhatItHeldIsFreeOnceItHasLeftOrIsDead)
 
 constexpr HostProcess kDead = 1; // in an empty runtime directory
 
+FORKED_TEST(Application, TheLastSixteenSnapshotsAndTheLastWallpaperAreKept)
+{
+    vesk::service::Notifications notifications;
+    const vesk::service::DeviceDescription described = vesk::service::DefaultDevice();
+    vesk::service::Timeline timeline({.isStep = true});
+    vesk::service::Device device(notifications, described, timeline);
+    VeskControlTime time{};
+    for (uint32_t i = 1; i <= 17; ++i) {
+        timeline.Move(5, &time);
+        EXPECT_EQ(device.TakeSnapshot({"app", "", kDead}, 7, 8, {.taskId = i}), 0U);
+    }
+    ASSERT_EQ(device.Snapshots().size(), 16U);
+    const auto& first = device.Snapshots().front();
+    EXPECT_EQ(std::tuple(first.number, first.timeMs, first.value3, first.value2, first.param.taskId),
+              std::tuple(2U, 10U, 7U, 8U, 2U));
+    for (const uint32_t start : {uint32_t{'a'}, uint32_t{0}}) {
+        device.SetWallpaper({}, {{start, 9}});
+        EXPECT_EQ(device.Done().wallpaper.serviceData[1], start != 0 ? 9U : 0U);
+    }
+}
+
+FORKED_TEST(VideoService, WhatADisplayCannotShowIsRefused)
+{
+    Play(
+        R"(CREATE_OVERLAY_CHANNEL_PARAM 1 7; SET_OVERLAY_PARAM 7 display=2 !NUMBER; SET_OVERLAY_PARAM 7 opacity=101 !VALUE
+            GET_SNAPSHOT 1 2 voPort=2 !NUMBER; ENABLE_OVERLAY_PARAM 7 1 !STATE
+            SET_OVERLAY_PARAM 7 display=1 opacity=100 window.x=-9 window.width=1 window.height=1)");
+    const uint32_t mouse = Number(VeskVideoRemoteMouseOpen, uint8_t{7});
+    for (const auto& [width, height] :
+         {std::pair<std::string, std::string>("1", "0"), {"0", "1"}, {"-1", "0"}, {"1", "-1"}, {"-1", "-1"}})
+        Play("SET_OVERLAY_PARAM 7 window.width=" + width + " window.height=" + height +
+                 " !VALUE; SET_REMOTE_MOUSE_BACKGRAND_AREA % width=" + width + " height=" + height +
+                 " !VALUE",
+             0, mouse);
+    EXPECT_EQ(
+        SendRaw(VESK_VIDEO_MSG_SET_WALLPAPER_INFO, 0, std::string(sizeof(VeskVideoWallpaperParam), 'x')),
+        uint32_t{VESK_SERVICE_ERR_VALUE});
+}
+
 // A process that is given the number of a dead one may have been no user at all.
 FORKED_TEST(Application, ADeadUserOfUvcIsForgottenWhenAnotherComes)
 {
@@ -543,6 +583,10 @@ FORKED_TEST(Application, ANameOfOneThatDiedBeforeItsRequestWasHandledIsFree)
     EXPECT_EQ(clients.Add("app", "VAPI", kDead), vesk::service::kOk);
     EXPECT_EQ(clients.Add("app", "VAPI", HostProcessSelf()), vesk::service::kOk);
     EXPECT_EQ(clients.Add("app", "VAPI", kDead), uint32_t{VESK_SERVICE_ERR_BUSY});
+    EXPECT_EQ(clients.SetCallback("app", kDead, {}), uint32_t{VESK_SERVICE_ERR_STATE});
+    EXPECT_EQ(clients.SetCallback("app", HostProcessSelf(), {}), 0U);
+    EXPECT_EQ(clients.Add("app", "VAPI", HostProcessSelf()), 0U); // it goes on
+    EXPECT_TRUE(clients.All().at("app").callback.has_value());
 }
 
 FORKED_TEST(VideoService, EveryRequestRefusesPayloadsOfAnotherLengthAndUnknownNumbers)

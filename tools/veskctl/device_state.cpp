@@ -101,7 +101,9 @@ Row InputRow(const ordered_json& port)
 
 Row OutputRow(const ordered_json& port)
 {
-    return PortRow(port, Details().Add("default image ", port, "defaultImage"));
+    return PortRow(
+        port,
+        Details().Add("default image ", port, "defaultImage").Add("image parameter ", port, "imageParam2"));
 }
 
 Row InputEngineRow(const ordered_json& engine)
@@ -154,8 +156,12 @@ Row LoopRow(const ordered_json& loop)
 
 Row OverlayRow(const ordered_json& overlay)
 {
-    return {kOverlays.IsRunning(overlay) ? "shown" : "hidden", OwnerText(overlay),
-            Details().AddQueue("queue ", overlay, "queHandle").Text()};
+    Details details;
+    if (overlay.contains("param"))
+        details.Add("on " + kOutputs.NameIn(overlay["param"], "display"))
+            .Add("picture ", overlay["param"], "picture");
+    details.AddQueue("queue ", overlay, "queHandle");
+    return {kOverlays.IsRunning(overlay) ? "shown" : "hidden", OwnerText(overlay), details.Text()};
 }
 
 Row RemoteMouseRow(const ordered_json& mouse)
@@ -188,12 +194,21 @@ Row ProcessRow(const ordered_json& process)
     return {"process " + process.dump()};
 }
 
+Row SnapshotRow(const ordered_json& snapshot)
+{
+    const ordered_json& param = snapshot.at("param");
+    return {kOutputs.NameIn(param, "voPort"), OwnerText(snapshot),
+            "at " + snapshot.at("timeMs").dump() + " ms",
+            Details().Add("job ", param, "taskId").Add("to ", param, "path").Text()};
+}
+
 Row ClientRow(const ordered_json& client)
 {
     return {client.at("procName").get<std::string>() + '/' + client.at("taskName").get<std::string>(),
             "process " + client.at("process").dump(),
             client.at("notificationsSent").dump() + " notifications",
-            client.at("notificationsDropped") != 0 ? client["notificationsDropped"].dump() + " dropped" : ""};
+            client.at("notificationsDropped") != 0 ? client["notificationsDropped"].dump() + " dropped" : "",
+            client.contains("callback") ? "callback record" : ""};
 }
 
 Row FaultRow(const ordered_json& fault)
@@ -247,6 +262,7 @@ constexpr ShownSection kSections[] = {
     {{"queues", "Announced queues"}, QueueRow},
     {{"queueServers", "Queue servers"}, PlainRow},
     {{"jobs", "Jobs"}, PlainRow},
+    {{"snapshots", "Snapshots", "snapshot", "number"}, SnapshotRow},
     {{"clients", "Clients"}, ClientRow},
     {{"requests", "Requests"}, RequestRow},
     {{"faults", "Faults", "fault", "fault"}, FaultRow},
