@@ -233,6 +233,8 @@ ordered_json Document::DescribeOutputEngines()
                 pictures = FieldsOf(VESK_VIDEO_MSG_SET_VO_SRC, BytesOf(engine.source))["subPic"];
             pictures.erase(pictures.begin() + static_cast<ptrdiff_t>(engine.source.picNum), pictures.end());
             entry["subPic"] = std::move(pictures);
+            if (engine.source.reserved != 0)
+                entry["reserved"] = engine.source.reserved;
         });
 }
 

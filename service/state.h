@@ -28,7 +28,7 @@ Result GiveDocument(nlohmann::ordered_json document, Bytes* answer);
 /**
  * Describes what the service holds: an object with a section for each kind of thing. Numbers and arguments
  * have their names of the list of messages, records the fields that the decoder gives them; records that hold
- * zeros alone are left out.
+ * zeros alone are left out, unless that differs from none.
  */
 class State {
 public:
