@@ -27,6 +27,8 @@ constexpr Alias kAliases[] = {
 
 std::string_view IdentityIn(uint32_t answerOf, std::string_view name)
 {
+    if (name == kEngine)
+        return kEngine;
     for (const Alias& alias : kAliases) {
         if (alias.name == name && (alias.answerOf == 0 || alias.answerOf == answerOf))
             return alias.identity;

@@ -12,6 +12,11 @@ std::string_view IdentityOf(const Decoded& message, const Field& field);
 /// The same of all fields of a name, whatever the message.
 std::string_view IdentityOf(std::string_view name);
 
+/// The identity of an engine that may be one of either direction: its number is one of those of the two
+/// identities here, and where both have it, of the first.
+inline constexpr std::string_view kEngine = "engNo";
+inline constexpr std::string_view kEngineKinds[] = {"inEngNo", "outEngNo"};
+
 /// What the inputId of a picture identifies, a decoder or an input engine, as its decFlag tells.
 constexpr std::string_view InputIdentity(bool decFlag)
 {

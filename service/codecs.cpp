@@ -91,8 +91,10 @@ Result EncoderChannel::SetParamEx(const VeskVideoEncParamEx& value)
 }
 
 Codecs::Codecs(Notifications& notifications, const DeviceDescription& device, const Timeline& timeline)
-    : encoders(device.limits.encoders), decoders(device.limits.decoders), loops(device.limits.loops),
-      notifications_(&notifications), device_(&device), timeline_(&timeline)
+    : encoders(device.limits.encoders, RangeOf(Numbering::kEncoders, device.numbers)),
+      decoders(device.limits.decoders, RangeOf(Numbering::kDecoders, device.numbers)),
+      loops(device.limits.loops, RangeOf(Numbering::kLoops, device.numbers)), notifications_(&notifications),
+      device_(&device), timeline_(&timeline)
 {
 }
 

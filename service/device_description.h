@@ -1,6 +1,7 @@
 // What a virtual device has and can do.
 #pragma once
 
+#include "service/numbers.h"
 #include "vesk_service/control.h"
 
 #include <cstdint>
@@ -95,6 +96,7 @@ struct DeviceDescription {
     std::vector<EncodeDescription> encode;
     std::vector<DecodeDescription> decode;
     DefaultParameters defaults;
+    NumberSeed numbers;
 };
 
 } // namespace vesk::service

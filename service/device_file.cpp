@@ -20,6 +20,7 @@ namespace {
 
 constexpr int64_t kMaxLimit = 1024;
 constexpr int64_t kMaxBlocks = INT32_MAX; // per second
+constexpr int64_t kMaxNumbered = kRangeSize - 1; // of things that the service numbers
 
 /// Each of these leaves @p value as it is when the key is not there.
 void Read(TomlTable& table, const char* key, uint32_t& value, int64_t least = 0, int64_t most = UINT32_MAX)
@@ -139,22 +140,23 @@ void ReadInput(TomlTable& table, InputDescription& input, const std::vector<Inpu
 
 void ReadLimits(TomlTable& table, DeviceLimits& limits)
 {
-    Read(table, "encoders", limits.encoders, 0, kMaxLimit);
+    Read(table, "encoders", limits.encoders, 0, kMaxNumbered);
     limits.encodersRunning = limits.encoders;
-    const std::pair<const char*, uint32_t&> keys[] = {{"encoders_running", limits.encodersRunning},
-                                                      {"encoders_at_speed", limits.encodersAtSpeed},
-                                                      {"decoders", limits.decoders},
-                                                      {"overlays", limits.overlays},
-                                                      {"mice", limits.mice},
-                                                      {"uvc", limits.uvc},
-                                                      {"loops", limits.loops},
-                                                      {"streams", limits.streams},
-                                                      {"queues", limits.queues},
-                                                      {"own_queues", limits.ownQueues},
-                                                      {"presets", limits.presets},
-                                                      {"preset_query", limits.presetQuery}};
-    for (const auto& [key, limit] : keys)
-        Read(table, key, limit, 0, kMaxLimit);
+    const std::tuple<const char*, uint32_t&, int64_t> keys[] = {
+        {"encoders_running", limits.encodersRunning, kMaxNumbered},
+        {"encoders_at_speed", limits.encodersAtSpeed, kMaxNumbered},
+        {"decoders", limits.decoders, kMaxNumbered},
+        {"overlays", limits.overlays, kMaxLimit},
+        {"mice", limits.mice, kMaxNumbered},
+        {"uvc", limits.uvc, kMaxNumbered},
+        {"loops", limits.loops, kMaxNumbered},
+        {"streams", limits.streams, kMaxLimit},
+        {"queues", limits.queues, kMaxLimit},
+        {"own_queues", limits.ownQueues, kMaxLimit},
+        {"presets", limits.presets, kMaxLimit},
+        {"preset_query", limits.presetQuery, kMaxLimit}};
+    for (const auto& [key, limit, most] : keys)
+        Read(table, key, limit, 0, most);
     if (table.Find("blocks_at_speed")) {
         Read(table, "blocks_at_speed", limits.blocksAtSpeed, 0, kMaxBlocks);
         limits.blocksRunning = 2 * limits.blocksAtSpeed;

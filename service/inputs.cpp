@@ -28,7 +28,9 @@ Result Move(VeskServiceCameraState& camera, int32_t command)
 } // namespace
 
 Inputs::Inputs(Notifications& notifications, const DeviceDescription& device)
-    : Ports(notifications, device.inputs, device.defaults.input), limits_(device.limits)
+    : Ports(notifications, device.inputs, device.defaults.input,
+            RangeOf(Numbering::kInputEngines, device.numbers)),
+      limits_(device.limits)
 {
 }
 

@@ -29,7 +29,6 @@ struct InputEngine : PortEngine<InputPort> {
     Bytes frozenData;
     int32_t eptzMoveSpeed = 0;
     VeskVideoAppInParam appInParam{};
-    VeskVideoVioCallbackParam vioCallback{};
 };
 
 class Inputs : public Ports<InputEngine, VeskVideoViPortInfo, VeskVideoViPortPlugState,

@@ -145,6 +145,7 @@ try {
     HoldStandardStreams();
     Identity self{"VIDEO", "VCTL"};
     std::string deviceFile;
+    std::optional<uint64_t> numbers;
     Timeline::Clock clock;
     std::string scenarioFile;
     const CommandLine program{
@@ -168,6 +169,11 @@ try {
                  .help =
                      "File that describes the device to serve (TOML), or the name of an installed one; - is "
                      "standard input"},
+                {.name = "--numbers",
+                 .place = &numbers,
+                 .help = "Seed for the first number of each kind of thing that clients open or create; "
+                         "without it, 1001, 2001 ...",
+                 .range = std::pair<uint64_t, uint64_t>(0, UINT32_MAX)},
                 {.name = "--time-scale",
                  .place = &clock.scale,
                  .help = "How many times faster than the clock the model's time runs",
@@ -187,8 +193,10 @@ try {
                 Bytes scenario;
                 if (!scenarioFile.empty())
                     scenario = steering::ScenarioFromFile(decoder::Decoder(), scenarioFile).data;
-                return Serve(self, deviceFile.empty() ? DefaultDevice() : ReadDevice(deviceFile),
-                             std::move(clock), scenario);
+                DeviceDescription device = deviceFile.empty() ? DefaultDevice() : ReadDevice(deviceFile);
+                if (numbers)
+                    device.numbers = static_cast<uint32_t>(*numbers);
+                return Serve(self, device, std::move(clock), scenario);
             },
         .version = kVersion,
     };

@@ -25,8 +25,9 @@ struct LocalMouse : Startable {
 
 class Mice {
 public:
-    Mice(Codecs& codecs, const DeviceLimits& limits)
-        : remote(limits.mice), local(limits.mice), codecs_(&codecs)
+    Mice(Codecs& codecs, const DeviceDescription& device)
+        : remote(device.limits.mice, RangeOf(Numbering::kRemoteMice, device.numbers)),
+          local(device.limits.mice, RangeOf(Numbering::kLocalMice, device.numbers)), codecs_(&codecs)
     {
     }
     void Release(HostProcess process);

@@ -1,6 +1,7 @@
 // Things of the model that clients create and name by a number.
 #pragma once
 
+#include "service/numbers.h"
 #include "service/request.h"
 
 #include <map>
@@ -25,8 +26,8 @@ struct Startable : Owned {
 template <class Thing>
 class Numbered {
 public:
-    /// Numbers run from @p first; at most @p most things exist at a time.
-    explicit Numbered(size_t most, uint32_t first = 1) : most_(most), first_(first) {}
+    /// At most @p most things exist at a time, fewer than there are numbers.
+    explicit Numbered(size_t most, NumberRange range = {}) : most_(most), range_(range), next_(range.first) {}
 
     /// A new thing under a free number; VESK_SERVICE_ERR_ROOM when there are as many as there can be.
     Result Create(const Sender& owner, uint32_t* number)
@@ -34,8 +35,8 @@ public:
         if (!HasRoom())
             return VESK_SERVICE_ERR_ROOM;
         do {
-            *number = next_ + first_;
-            next_ = (next_ + 1) % kNumbers;
+            *number = range_.lowest + next_;
+            next_ = (next_ + 1) % kRangeSize;
         } while (things_.count(*number) != 0); // there are always fewer things than numbers
         return Add(*number, owner);
     }
@@ -89,8 +90,6 @@ public:
     std::map<uint32_t, Thing>& All() { return things_; }
 
 private:
-    static constexpr uint32_t kNumbers = 0xffff; // every number can travel in 16 bits
-
     /// Makes room at the cost of dead owners.
     bool HasRoom()
     {
@@ -116,8 +115,8 @@ private:
     }
 
     size_t most_;
-    uint32_t first_;
-    uint32_t next_ = 0;
+    NumberRange range_;
+    uint32_t next_;
     std::map<uint32_t, Thing> things_;
 };
 

@@ -12,7 +12,9 @@ namespace vesk::service {
 
 Outputs::Outputs(Notifications& notifications, const DeviceDescription& device, Inputs& inputs,
                  Codecs& codecs)
-    : Ports(notifications, device.outputs, device.defaults.output), inputs_(&inputs), codecs_(&codecs)
+    : Ports(notifications, device.outputs, device.defaults.output,
+            RangeOf(Numbering::kOutputEngines, device.numbers)),
+      inputs_(&inputs), codecs_(&codecs)
 {
 }
 

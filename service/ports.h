@@ -13,9 +13,14 @@ struct DescribedPort : Description {
     bool isEnabled = true;
 };
 
+/// What the engines of both directions have.
+struct VideoEngine : Startable {
+    VeskVideoVioCallbackParam vioCallback{};
+};
+
 /// Base of the engine that serves an open port.
 template <class PortType>
-struct PortEngine : Startable {
+struct PortEngine : VideoEngine {
     using Port = PortType;
     Port* port = nullptr;
 
@@ -42,7 +47,7 @@ public:
 
     void Release(HostProcess process) { engines.Release(process); }
 
-    Numbered<Engine> engines{kMaxPorts};
+    Numbered<Engine> engines;
     const std::vector<Port>& All() const { return ports_; }
     Port* Find(uint64_t number) { return number < ports_.size() ? &ports_[number] : nullptr; }
 
@@ -144,8 +149,9 @@ public:
 
 protected:
     template <class Description>
-    Ports(Notifications& notifications, const std::vector<Description>& described, const Param& defaults)
-        : notifications_(&notifications), defaults_(defaults)
+    Ports(Notifications& notifications, const std::vector<Description>& described, const Param& defaults,
+          NumberRange numbers)
+        : engines(kMaxPorts, numbers), notifications_(&notifications), defaults_(defaults)
     {
         for (const Description& description : described) {
             ports_.push_back({{description}});

@@ -23,6 +23,17 @@ struct LocalMice : Things<&Mice::local, "localMouseStmNo"> {};
 struct AnnouncedQueues : Things<&Queues::announced, "queHandle"> {};
 struct OverlayChannels : Things<&Overlays::channels, "overlayChn"> {};
 
+struct VideoEngines {
+    using Thing = VideoEngine;
+
+    static Thing* Find(Service& service, uint64_t number)
+    {
+        Thing* const input = InputEngines::Find(service, number);
+        return input != nullptr ? input : OutputEngines::Find(service, number);
+    }
+    static consteval HeaderField Number(uint32_t request) { return FieldOf(request, {"engNo"}); }
+};
+
 constexpr Row kRows[] = {
     Served<VESK_VIDEO_MSG_INIT, &Service::Init>(),
     Served<VESK_VIDEO_MSG_EXIT, &Service::Exit>(),
@@ -59,7 +70,7 @@ constexpr Row kRows[] = {
     Kept<VESK_VIDEO_MSG_VI_SET_EPTZ_MOVE_SPEED, InputEngines, &InputEngine::eptzMoveSpeed>(),
     ServedAt<VESK_VIDEO_MSG_SET_VIRTUAL_VI_PARAM, InputPorts, &Inputs::SetVirtualSource>(),
     ServedAt<VESK_VIDEO_MSG_SET_APP_CAPTURE_PARAM, InputEngines, &Inputs::SetAppCapture>(),
-    Stored<VESK_VIDEO_MSG_SET_VIO_CALLBACK, InputEngines, &InputEngine::vioCallback>(),
+    Stored<VESK_VIDEO_MSG_SET_VIO_CALLBACK, VideoEngines, &VideoEngine::vioCallback>(),
 
     Served<VESK_VIDEO_MSG_GET_VO_COUNT, &Outputs::GetCount>(),
     Served<VESK_VIDEO_MSG_GET_VO_PORT, &Outputs::List>(),

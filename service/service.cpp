@@ -43,7 +43,7 @@ Result Service::Reset()
     inputs = std::move(describedInputs);
     outputs = std::move(describedOutputs);
     codecs = Codecs(notifications_, described_, timeline);
-    mice = Mice(codecs, described_.limits);
+    mice = Mice(codecs, described_);
     uvc = Uvc(described_.limits);
     overlays = Overlays(described_);
     queues = Queues(described_.limits);

@@ -35,6 +35,7 @@ public:
     }
 
     const Identity& Self() const { return self_; }
+    NumberSeed Numbers() const { return described_.numbers; }
 
     /// Tells the clients of an earlier run that the service is back.
     void Begin();
@@ -65,7 +66,7 @@ public:
     Inputs inputs{notifications_, described_};
     Codecs codecs{notifications_, described_, timeline};
     Outputs outputs{notifications_, described_, inputs, codecs};
-    Mice mice{codecs, described_.limits};
+    Mice mice{codecs, described_};
     Uvc uvc{described_.limits};
     Overlays overlays{described_};
     Queues queues{described_.limits};

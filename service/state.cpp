@@ -60,6 +60,11 @@ ordered_json StatisticsEntry(const VeskServiceCodecStatistics& statistics)
                    {"keyFrames", statistics.keyFrames}});
 }
 
+ordered_json SeedOf(const Service& service)
+{
+    return service.Numbers() ? ordered_json(*service.Numbers()) : ordered_json();
+}
+
 /// The document about a service.
 class Document {
 public:
@@ -122,7 +127,8 @@ ordered_json Document::Describe()
     return Object({
         {"service", Object({{"procName", service_.Self().procName},
                             {"taskName", service_.Self().taskName},
-                            {"process", HostProcessNumber(HostProcessSelf())}})},
+                            {"process", HostProcessNumber(HostProcessSelf())},
+                            {"numbers", SeedOf(service_)}})},
         {"time", DescribeTime()},
         {"inputs", DescribeInputs()},
         {"inputEngines", DescribeInputEngines()},
@@ -228,6 +234,7 @@ ordered_json Document::DescribeOutputEngines()
             entry["queHandle"] = engine.queHandle;
             Put<VESK_VIDEO_MSG_SET_VO_PARAM>(entry, "param", engine.param);
             Put<VESK_VIDEO_MSG_SET_SCREEN_OFFSET>(entry, "offset", engine.offset);
+            Put<VESK_VIDEO_MSG_SET_VIO_CALLBACK>(entry, "vioCallback", engine.vioCallback);
             ordered_json pictures = ordered_json::array();
             if (engine.source.picNum != 0)
                 pictures = FieldsOf(VESK_VIDEO_MSG_SET_VO_SRC, BytesOf(engine.source))["subPic"];

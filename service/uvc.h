@@ -21,7 +21,7 @@ struct UvcStream : Startable {
 
 class Uvc {
 public:
-    explicit Uvc(const DeviceLimits& limits) : streams(limits.uvc, 0) {}
+    explicit Uvc(const DeviceLimits& limits) : streams(limits.uvc) {}
 
     void Release(HostProcess process);
 

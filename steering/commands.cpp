@@ -256,7 +256,7 @@ constexpr Command kCommands[] = {
 
 constexpr Command kFaultCommands[] = {
     {"add", "Add a rule: what happens to which messages",
-     "fault add VO_START outEngNo=1 result BUSY --count 2", AddFaultAdd},
+     "fault add VO_START outEngNo=2001 result BUSY --count 2", AddFaultAdd},
     {"list", "List the rules, and how often each has matched", "fault list",
      AddNothing<VESK_CONTROL_FAULT_LIST>},
     {"clear", "Remove a rule, or all rules", "fault clear", AddFaultClear},

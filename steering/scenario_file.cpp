@@ -100,7 +100,7 @@ private:
         step.trigger = VESK_CONTROL_AT_MATCH;
         step.nth = nth ? static_cast<uint64_t>(nth->Integer(1, UINT32_MAX)) : 1;
         const std::string application = app ? app->Text("an application's name") : "";
-        const std::string line = on->Text("a message, such as \"VO_START outEngNo=1\"");
+        const std::string line = on->Text("a message, such as \"VO_START outEngNo=2001\"");
         step.match = At(*on, [&] { return MatchOf(decoder_, SplitWords(line), application); });
         return step;
     }

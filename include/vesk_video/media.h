@@ -131,8 +131,8 @@ VESK_VIDEO_API uint32_t VeskVideoVerifyImage(const char* filePath, const VeskVid
 /**
  * Registers a video I/O callback record for an engine.
  *
- * @pre VeskVideoViOpen has opened the engine.
- * @param engNo  Engine number.
+ * @pre VeskVideoViOpen or VeskVideoVoOpen has opened the engine.
+ * @param engNo  Number of an input or output engine.
  * @param param  The record.
  * @retval VESK_VIDEO_ERR_ARGUMENT  @p param is null.
  * @return Otherwise a common result code.

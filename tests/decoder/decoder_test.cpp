@@ -227,6 +227,7 @@ TEST(Decoder, NumbersThatAreHandedOutKeepTheirIdentity)
     };
     EXPECT_EQ(identity("[1].outEngNo"), "outEngNo");
     EXPECT_EQ(identity("encNo"), "encStmNo");
+    EXPECT_EQ(identity("engNo"), kEngine);
     for (const char* path : {"count", "port", "status", "overlayChn"})
         EXPECT_EQ(identity(path), "") << path;
 }

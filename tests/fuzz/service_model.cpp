@@ -8,6 +8,7 @@
 
 using namespace fuzz;
 using namespace vesk;
+using service::kRangeSize;
 
 namespace {
 
@@ -45,7 +46,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
                                  ? input.PickValueInArray(messages::kRequests)
                                  : input.PickValueInArray(messages::kControlRequests);
         const auto argument = [&] {
-            return input.ConsumeBool() ? input.ConsumeIntegralInRange<uint64_t>(0, 4)
+            return input.ConsumeBool() ? input.ConsumeIntegralInRange<uint64_t>(0, 7) * kRangeSize +
+                                             input.ConsumeIntegralInRange<uint64_t>(0, 4)
                                        : input.ConsumeIntegral<uint64_t>();
         };
         g_head = {0,          static_cast<uint16_t>(listed.number), static_cast<uint16_t>(argument()),

@@ -55,11 +55,11 @@ void ApplicationsComeAndGo(bool isServiceInside, bool areApplicationsInside)
             application.Wait(SIGTERM);
         applications.clear();
     };
-    come("owner", "OPEN_VI_PORT 0 = 1; VI_START 1; SET_CAMERA_QUEUE_ID 1 #");
+    come("owner", "OPEN_VI_PORT 0 = 1001; VI_START 1001; SET_CAMERA_QUEUE_ID 1001 #");
     come("other", "OPEN_VI_PORT 0 !BUSY; EXIT; GET_VO_COUNT = 2");
-    come("third", "OPEN_VI_PORT 0 !BUSY; VI_START 1 !STATE");
+    come("third", "OPEN_VI_PORT 0 !BUSY; VI_START 1001 !STATE");
     killAll();
-    come("owner", "OPEN_VI_PORT 0 = 2");
+    come("owner", "OPEN_VI_PORT 0 = 1002");
     killAll();
     service.Wait(SIGTERM);
 }

@@ -202,15 +202,15 @@ FORKED_TEST(Stepped, FaultsChangeAnswers)
 // A request that is answered late, closed or not at all is served at once; one with another result is not.
 FORKED_TEST(Stepped, NotificationsKeepTheirPlaceAfterALateAnswer)
 {
-    Play("OPEN_VO_PORT 0 = 1");
+    Play("OPEN_VO_PORT 0 = 2001");
     const uint32_t refused = Add(Rule("VO_CLOSE result 0"));
-    Play("VO_CLOSE 1; VO_START 1");
+    Play("VO_CLOSE 2001; VO_START 2001");
     Play("CONTROL_FAULT_CLEAR #", refused);
     Add(Rule("VO_CLOSE delay 100"));
     std::thread caller(
-        [] { EXPECT_EQ(Send("test-app", MessageOf(VESK_VIDEO_MSG_VO_CLOSE, 1)).Result(), 0); });
+        [] { EXPECT_EQ(Send("test-app", MessageOf(VESK_VIDEO_MSG_VO_CLOSE, 2001)).Result(), 0); });
     EXPECT_TRUE(Eventually([] { return Advance(0) == 1; }));
-    Play("VO_STOP 1 !NUMBER"); // it is closed
+    Play("VO_STOP 2001 !NUMBER"); // it is closed
     EXPECT_EQ(Notified(Notify("")), 1U);
     Arrived(kTold);
     EXPECT_EQ(Advance(100), 0U);
@@ -410,9 +410,9 @@ FORKED_TEST(Stepped, AScenarioRunsAtItsTimesAndMatches)
     EXPECT_EQ(Told(seen), "");
     // A step's own notifications are sent as well.
     begin(Step(At(5), MessageOf(VESK_CONTROL_UNPLUG, 0))); // the camera
-    Play("OPEN_VI_PORT 0 = 1");
+    Play("OPEN_VI_PORT 0 = 1001");
     Advance(5);
-    Play("VI_START 1 !UNPLUGGED");
+    Play("VI_START 1001 !UNPLUGGED");
     EXPECT_EQ(Arrived(VESK_VIDEO_ON_VI_PORT_PLUG_STATE_NOTIFY, 4).size(), 4U);
 }
 

@@ -53,10 +53,11 @@ TEST(DeviceFile, ErrorsNameLineKeyAndWhatWasExpected)
         {"inputs = 3", "1: inputs: expected an array, not 3"},
         {"inputs = [3.5]", "1: inputs[0]: expected a table, not 3.5"},
         {"limits = []", "1: limits: expected a table, not an array"},
-        {"\n\n[limits]\nencoders = 1025", "4: limits.encoders: expected 0 to 1024, not 1025"},
+        {"\n\n[limits]\nencoders = 1000", "4: limits.encoders: expected 0 to 999, not 1000"},
         {"[limits]\nblocks_at_speed = 2147483648",
          "2: limits.blocks_at_speed: expected 0 to 2147483647, not 2147483648"},
-        {"[limits]\nencoders = '16'", "2: limits.encoders: expected 0 to 1024, not \"16\""},
+        {"[limits]\nencoders = '16'", "2: limits.encoders: expected 0 to 999, not \"16\""},
+        {"[limits]\nqueues = 1025", "2: limits.queues: expected 0 to 1024, not 1025"},
         {"[limits]\nencoders = 1\nencoders = 2", "3: "},
         {"[limit]", "1: limit: unknown key; expected one of inputs, outputs, limits, pictures, encode, "
                     "decode, defaults"},
@@ -92,7 +93,7 @@ FORKED_TEST(Application, ADeviceFileThatIsWrongIsNotServed)
     std::ofstream(file) << "[limits]\nmice = -1\n";
     const std::string serve = VESK_EMULATOR " " VESK_SERVICE_PATH " --device ";
     const std::pair<std::string, std::string> rows[] = {
-        {file, file + ":2: limits.mice: expected 0 to 1024, not -1\n"},
+        {file, file + ":2: limits.mice: expected 0 to 999, not -1\n"},
         {directory.File("none"), directory.File("none") + ": No such file or directory\n"},
         {directory.path, directory.path + ": Is a directory\n"},
         {"/dev/zero", "/dev/zero: expected at most 1048576 bytes\n"},
@@ -140,31 +141,31 @@ FORKED_TEST(Application, AnotherDeviceIsServedAsItsFileSays)
             GET_CAPABILITY 2 = type=2 value=6; GET_CAPABILITY 3 = type=3 value=12; ON VO_PORT_PLUG_STATE val=1
             ON VO_PORT_DDC_INFO Width=3840 height=2160 fr=60; ON VO_PORT_PLUG_STATE port=1 val=1
             ON VO_PORT_DDC_INFO port=1 Width=3840 height=2160 fr=60; ON VO_PORT_PLUG_STATE port=2
-            OPEN_VI_PORT 5 = 1
+            OPEN_VI_PORT 5 = 1001
             GET_VI_PORT 6 = [0]: portType=1 plugged=1 enabled=1 width=3840 height=2160 fr=60
                 name=FRONT-CAMERA [1]: port=1 portType=1 plugged=1 enabled=1 width=1920 height=1080 fr=30
                 name=BACK-CAMERA [2]: port=2 portType=2 plugged=1 enabled=1 width=2560 height=1440 fr=60
                 name=LECTERN [3]: port=3 portType=2 enabled=1 name=TABLE [4]: port=4 portType=16 plugged=1
                 enabled=1 width=1280 height=720 fr=25 name=HALL-CAMERA-1 [5]: port=5 portType=16 plugged=1
-                enabled=1 inEngNo=1 width=1280 height=720 fr=25 name=HALL-CAMERA-2
+                enabled=1 inEngNo=1001 width=1280 height=720 fr=25 name=HALL-CAMERA-2
             GET_ENCODE_CAPABILITY = maxChannel=6 codec[0]: support=1 blocksPs=489600 blockspf=8160
                 maxWidth=1920 minWidth=16 maxHeight=1080 minHeight=16 maxBandWidth=20000 h264MaxLevel=42
                 profiles=1,1,1
             GET_DECODE_CAPABILITY = maxChannel=12 codec[0]: support=1 blocksPs=244800 maxWidth=1920
                 minWidth=16 maxHeight=1080 minHeight=16 isSvc=1 profiles=1,0,1 fecs=1 codec[1]: support=1
                 blocksPs=244800 maxWidth=1920 minWidth=16 maxHeight=1080 minHeight=16 profiles=1,0,1 fecs=1
-            OPEN_VO_PORT 2 = 1; VO_START 1 !UNPLUGGED; GET_VO_PARAM 1 = param0=1920 param1=1080)");
-    for (uint32_t i = 1; i <= 6; ++i)
+            OPEN_VO_PORT 2 = 2001; VO_START 2001 !UNPLUGGED; GET_VO_PARAM 2001 = param0=1920 param1=1080)");
+    for (uint32_t i = 3001; i <= 3006; ++i)
         Play("ENC_CREATE = #; GET_ENC_PARAM # = w=1280 h=720 fr=30 br=2000; ENC_START # !STATE; "
              "SET_ENC_PARAM # w=1920 "
              "h=1080 fr=30",
              i);
     Play(
-        R"(ENC_CREATE !ROOM; ON ENCODE_RESOURCE_INSUFFICIENT 0; SET_ENC_PARAM 1 w=1921 h=1080 fr=30 !VALUE
-            SET_ENC_PARAM 1 w=16 h=16 fr=31 !VALUE; ENC_START 1; ENC_START 2; ENC_START 3
-            ON ENCODE_STATUS encStmNo=3 rts=1; ENC_START 4; ON ENCODE_STATUS encStmNo=4 rts=1
-            ENC_START 5 !ROOM; ON ENCODE_RESOURCE_INSUFFICIENT 5; ENC_START 4 !STATE; ENC_STOP 1; ENC_START 5
-            ON ENCODE_STATUS encStmNo=5 rts=1)");
+        R"(ENC_CREATE !ROOM; ON ENCODE_RESOURCE_INSUFFICIENT 0; SET_ENC_PARAM 3001 w=1921 h=1080 fr=30 !VALUE
+            SET_ENC_PARAM 3001 w=16 h=16 fr=31 !VALUE; ENC_START 3001; ENC_START 3002; ENC_START 3003
+            ON ENCODE_STATUS encStmNo=3003 rts=1; ENC_START 3004; ON ENCODE_STATUS encStmNo=3004 rts=1
+            ENC_START 3005 !ROOM; ON ENCODE_RESOURCE_INSUFFICIENT 3005; ENC_START 3004 !STATE; ENC_STOP 3001; ENC_START 3005
+            ON ENCODE_STATUS encStmNo=3005 rts=1)");
 }
 
 FORKED_TEST(Application, WhatHappensToPortsIsToldToEveryClient)
@@ -211,24 +212,24 @@ FORKED_TEST(Application, WhatHappensToPortsIsToldToEveryClient)
 FORKED_TEST(VideoService, WhatIsOpenGoesOnWhenItsPortIsPluggedInAgain)
 {
     Play(
-        R"(OPEN_VI_PORT 0 = 1; VI_START 1; EXECUT_VI_TRACKING_PARAM 1; GET_VI_AF_STATUS 1 = 1
-            GET_VI_PT_STATUS 1 = 1; CONTROL_UNPLUG 0 0; GET_VI_AF_STATUS 1 = 0; GET_VI_PT_STATUS 1 = 0
-            EXECUT_VI_TRACKING_PARAM 1 !UNPLUGGED; CAMERA_CONTROL 1 2 !UNPLUGGED
+        R"(OPEN_VI_PORT 0 = 1001; VI_START 1001; EXECUT_VI_TRACKING_PARAM 1001; GET_VI_AF_STATUS 1001 = 1
+            GET_VI_PT_STATUS 1001 = 1; CONTROL_UNPLUG 0 0; GET_VI_AF_STATUS 1001 = 0; GET_VI_PT_STATUS 1001 = 0
+            EXECUT_VI_TRACKING_PARAM 1001 !UNPLUGGED; CAMERA_CONTROL 1001 2 !UNPLUGGED
             ON CAMERA_CTRL_RESULT camCtrlCmd=2 errCode=521
-            GET_VI_PORT 1 = [0]: portType=1 enabled=1 inEngNo=1 started=1 width=3840 height=2160 fr=30
-                name=CAMERA; CONTROL_PLUG 0 0; GET_VI_AF_STATUS 1 = 1; GET_VI_PT_STATUS 1 = 1
-            VI_START 1 !STATE; CONTROL_UNPLUG 0 0; VI_STOP 1; VI_START 1 !UNPLUGGED; CONTROL_PLUG 0 0
-            VI_START 1; OPEN_VO_PORT 1 = 1; CONTROL_UNPLUG 1 1; VO_START 1 !UNPLUGGED; CONTROL_PLUG 1 1
-            VO_START 1; CONTROL_UNPLUG 1 1; VO_START 1 !UNPLUGGED; VO_STOP 1; VO_DISABLE 1
-            VO_START 1 !DISABLED)");
+            GET_VI_PORT 1 = [0]: portType=1 enabled=1 inEngNo=1001 started=1 width=3840 height=2160 fr=30
+                name=CAMERA; CONTROL_PLUG 0 0; GET_VI_AF_STATUS 1001 = 1; GET_VI_PT_STATUS 1001 = 1
+            VI_START 1001 !STATE; CONTROL_UNPLUG 0 0; VI_STOP 1001; VI_START 1001 !UNPLUGGED; CONTROL_PLUG 0 0
+            VI_START 1001; OPEN_VO_PORT 1 = 2001; CONTROL_UNPLUG 1 1; VO_START 2001 !UNPLUGGED; CONTROL_PLUG 1 1
+            VO_START 2001; CONTROL_UNPLUG 1 1; VO_START 2001 !UNPLUGGED; VO_STOP 2001; VO_DISABLE 1
+            VO_START 2001 !DISABLED)");
 }
 
 FORKED_TEST(VideoService, AResetLeavesTheDescribedDeviceAndItsClients)
 {
     const uint32_t queue = Number(VeskVideoBuffCreateQueue);
     const char* const things =
-        R"(OPEN_VI_PORT 0 = 1; OPEN_VO_PORT 0 = 1; ENC_CREATE = 1; DEC_CREATE = 1; OPEN_MOUSE_PORT 1 = 1
-            OPEN_LOCAL_MOUSE = 1; SET_LOOP_MODE encNo=1 decNo=1 mode=1 = 1; INIT_UVC; OPEN_UVC_PORT = 0
+        R"(OPEN_VI_PORT 0 = 1001; OPEN_VO_PORT 0 = 2001; ENC_CREATE = 3001; DEC_CREATE = 4001; OPEN_MOUSE_PORT 1 = 6001
+            OPEN_LOCAL_MOUSE = 7001; SET_LOOP_MODE encNo=3001 decNo=4001 mode=1 = 5001; INIT_UVC; OPEN_UVC_PORT = 0
             CREATE_OVERLAY_CHANNEL_PARAM 1 7)";
     const char* const described =
         R"(GET_PRESET_COUNT = 0; OPEN_UVC_PORT !STATE; SET_ANDROID_MMEDIA_PROJECTION 1 1 !STATE
@@ -239,11 +240,11 @@ FORKED_TEST(VideoService, AResetLeavesTheDescribedDeviceAndItsClients)
     for (int round = 0; round < 2; ++round) {
         Play(things);
         Play(
-            R"(SET_PRESET 1 isValid=1 presetId=5; VI_START 1; SET_DISPLAY_MODE displayMode=2 fps=24
+            R"(SET_PRESET 1001 isValid=1 presetId=5; VI_START 1001; SET_DISPLAY_MODE displayMode=2 fps=24
             SET_DEFAULT_IMAGE 0 0 text=/image; SET_SR_ENABLE 1; SET_FILTER_WINDOW 7 1 [0]: serviceData[0]=1
             VI_DISABLE 1; CONTROL_PLUG 0 1 width=640 height=480 fr=30; CONTROL_UNPLUG 1 0
-            INIT_ANDROID_OBJECTS 1 0; CONTROL_RESET; ON VIDEO_DIE; ON VIDEO_ACTIVATE; VI_START 1 !NUMBER
-            SET_LOOP_START 1 1 !NUMBER; ENABLE_OVERLAY_PARAM 7 1 !NUMBER; DESTROY_QUEUE # !NUMBER
+            INIT_ANDROID_OBJECTS 1 0; CONTROL_RESET; ON VIDEO_DIE; ON VIDEO_ACTIVATE; VI_START 1001 !NUMBER
+            SET_LOOP_START 5001 1 !NUMBER; ENABLE_OVERLAY_PARAM 7 1 !NUMBER; DESTROY_QUEUE # !NUMBER
             CREATE_QUEUE #; SET_CALLBACK)",
             queue);
         Play(described);

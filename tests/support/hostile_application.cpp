@@ -33,7 +33,8 @@ uint64_t Any(uint64_t most)
 /// Mostly one that something might have.
 uint64_t AnyNumber()
 {
-    const uint64_t few[] = {0, 1, 2, 3, 4, Any(32), Any(0x10000), g_random()};
+    const uint64_t few[] = {Any(5),  1000 * Any(8) + Any(5), 1000 * Any(8) + Any(100),
+                            Any(32), Any(0x10000),           g_random()};
     return few[Any(std::size(few))];
 }
 

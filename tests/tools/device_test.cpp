@@ -64,7 +64,7 @@ struct WithDeviceTest : testing::Test {
 TEST_F(DeviceTest, StateAndGraphOfAUsedService)
 {
     Child application = Start(VESK_VESKCTL_PATH, "run", VESK_DEVICE_DATA "/scene");
-    application.ExpectOutput("DEC_DELETE decStmNo=1 -> OK");
+    application.ExpectOutput("DEC_DELETE decStmNo=4001 -> OK");
     const Result json = Shell(kVeskctl + "device state --json");
     ASSERT_EQ(json.status, 0) << json.output;
     std::string sections;
@@ -313,6 +313,7 @@ TEST_F(WithDeviceTest, EndsAsTheCommandDoes)
         {"sh -c 'stat -c %a $VESK_RUNTIME_DIR'", 0, "700\n"},
         {"sh -c 'veskctl with-device true && veskctl device state'", 0, "Service VIDEO/VCTL"},
         {"--device large_room.toml -- " VESK_VESKCTL_PATH " call GET_VO_COUNT", 0, "count=3"},
+        {"--numbers 7 -- veskctl device state", 0, ", numbers from seed 7\n"},
         {"--device room.toml true", 4, "/devices, which has default.toml, large_room.toml\n"},
         {"--scenario loose_cable.toml true", 4, "\nloose_cable.toml:1: step: "},
         {"veskctl device scenario bad_start.toml", 0, nullptr},

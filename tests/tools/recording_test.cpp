@@ -2,6 +2,7 @@
 #include "base/error.h"
 #include "support/processes.h"
 #include "tools/recording/exchange.h"
+#include "tools/recording/numbers.h"
 #include "tools/recording/reader.h"
 #include "tools/recording/writer.h"
 
@@ -188,4 +189,23 @@ TEST_F(RecordingTest, JoinsWhatBelongsTogether)
     EXPECT_EQ(shown, "0 1-2 3-4 5 ");
     EXPECT_EQ(joiner.TakeOpen()->begin.number, 6U);
     EXPECT_FALSE(joiner.TakeOpen());
+}
+
+TEST(Numbers, AnEngineOfEitherDirectionIsTranslatedAsAnInputEngineFirst)
+{
+    using namespace vesk::decoder;
+    const Decoder decoder;
+    vesk::recording::Numbers numbers;
+    numbers.Learn("inEngNo", 1, 1001);
+    numbers.Learn("outEngNo", 1, 2001);
+    numbers.Learn("outEngNo", 2, 2002);
+    for (const auto& [from, to] : {std::pair("1", "1001"), {"2", "2002"}, {"3", "3"}}) {
+        const auto data = [&](const char* number) {
+            return decoder.Encode(Direction::kRequest, VESK_VIDEO_MSG_SET_VIO_CALLBACK, {{"engNo", number}});
+        };
+        const Bytes recorded = data(from);
+        EXPECT_EQ(
+            numbers.Translate(decoder, {Direction::kRequest, VESK_VIDEO_MSG_SET_VIO_CALLBACK, recorded}),
+            data(to));
+    }
 }

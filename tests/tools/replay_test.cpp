@@ -27,9 +27,10 @@ struct ReplayTest : testing::Test {
         EXPECT_EQ(service.Wait(SIGTERM), 0);
     }
 
-    Child StartService()
+    template <class... Words>
+    Child StartService(Words... options)
     {
-        Child service = Start(VESK_SERVICE_PATH);
+        Child service = Start(VESK_SERVICE_PATH, options...);
         service.ExpectOutput("serving");
         return service;
     }
@@ -49,7 +50,7 @@ struct ReplayTest : testing::Test {
 TEST_F(ReplayTest, AFreshServiceAnswersAsBeforeAndAUsedOneHandsOutOtherNumbers)
 {
     EXPECT_EQ(Shell(kVeskctl + "replay " + file).status, 4);
-    const Child service = StartService();
+    const Child service = StartService("--numbers", "7");
     Result result = Shell(kVeskctl + "replay --speed 2 " + file);
     EXPECT_EQ(result.status, 0);
     EXPECT_NE(result.output.find("19 notifications came: no difference\n"), std::string::npos)
@@ -128,14 +129,14 @@ TEST_F(ReplayTest, WhatIsNotRecordedIsRefusedAndTheLastAnswerIsGivenAgain)
 {
     const std::string script = directory.File("script");
     const std::string started =
-        "OPEN_VO_PORT voPort=0\nVO_START outEngNo=1\nexpect STATE VO_START outEngNo=1\n";
+        "OPEN_VO_PORT voPort=0\nVO_START outEngNo=2001\nexpect STATE VO_START outEngNo=2001\n";
     {
         const Child service = StartService();
         std::ofstream(script) << started;
         EXPECT_EQ(Shell(kVeskctl + "trace -o " + file + " -- " + kVeskctl + "run " + script).status, 0);
     }
     std::ofstream(script) << started
-                          << "expect STATE VO_START outEngNo=1\nexpect REQUEST VO_STOP outEngNo=1\n";
+                          << "expect STATE VO_START outEngNo=2001\nexpect REQUEST VO_STOP outEngNo=2001\n";
     Child server = Serve();
     const Result result = Shell(kVeskctl + "run " + script);
     EXPECT_EQ(result.status, 0) << result.output;
@@ -143,7 +144,7 @@ TEST_F(ReplayTest, WhatIsNotRecordedIsRefusedAndTheLastAnswerIsGivenAgain)
         "served: 8, not in the recording: 1, out of order: 1; recorded but not asked for: 0 of 6");
     EXPECT_EQ(server.Wait(), 1);
     const std::string errors = Contents(directory.File("errors"));
-    EXPECT_NE(errors.find("veskctl: not in the recording: VO_STOP outEngNo=1 from veskctl-"),
+    EXPECT_NE(errors.find("veskctl: not in the recording: VO_STOP outEngNo=2001 from veskctl-"),
               std::string::npos);
     EXPECT_NE(errors.find("; next in the recording: EXIT\n"), std::string::npos) << errors;
 }

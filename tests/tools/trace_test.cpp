@@ -222,11 +222,9 @@ TEST_F(TourTest, ShowsMessagesAsTheyPass)
 {
     const Result all = Shell(kVeskctl + "trace --summary -- " + kTour);
     EXPECT_EQ(all.status, 0);
-    EXPECT_EQ(
-        Count(
-            all.output,
-            "\\n\\d+\\.\\d{6} vesk-device-tour\\[\\d+:\\d+\\] VO_START outEngNo=1 -> OK \\d+\\.\\d\\d ms\\n"),
-        1U);
+    EXPECT_EQ(Count(all.output, "\\n\\d+\\.\\d{6} vesk-device-tour\\[\\d+:\\d+\\] VO_START outEngNo=2001 -> "
+                                "OK \\d+\\.\\d\\d ms\\n"),
+              1U);
     EXPECT_GE(Count(all.output, "<- 106 DISPLAY_FIRST_FRAME viPort=0 portName=\"CAMERA\""), 1U);
     EXPECT_EQ(Count(all.output, "\\nOPEN_VO_PORT +\\d+ +\\d+ +\\d+\\.\\d+ +\\d+\\.\\d+ +\\d+\\.\\d+\\n"), 1U);
     for (const std::string& some :

@@ -24,6 +24,18 @@ void Numbers::Learn(std::string_view identity, uint64_t from, uint64_t to)
     known_[{identity, from}] = to;
 }
 
+const uint64_t* Numbers::Find(std::string_view identity, uint64_t from) const
+{
+    if (identity == kEngine) {
+        for (const std::string_view kind : kEngineKinds) {
+            if (const uint64_t* known = Find(kind, from))
+                return known;
+        }
+    }
+    const auto known = known_.find({identity, from});
+    return known != known_.end() ? &known->second : nullptr;
+}
+
 void Numbers::LearnAnswer(const Decoded& from, const Decoded& to)
 {
     const messages::Request* listed = messages::FindRequest(from.number);
@@ -49,9 +61,9 @@ Bytes Numbers::Translate(const Decoder& decoder, const Message& message) const
         const uint64_t* number = std::get_if<uint64_t>(&field.value);
         if (number == nullptr)
             continue;
-        const auto known = known_.find({IdentityOf(decoded, field), *number});
-        if (known != known_.end()) // numbers are little-endian, like all machines that this runs on
-            std::memcpy(bytes.data() + field.offset, &known->second, field.size);
+        if (const uint64_t* known = Find(IdentityOf(decoded, field), *number))
+            // numbers are little-endian, like all machines that this runs on
+            std::memcpy(bytes.data() + field.offset, known, field.size);
     }
     return bytes;
 }

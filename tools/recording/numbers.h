@@ -26,6 +26,9 @@ public:
     Bytes Translate(const decoder::Decoder& decoder, const decoder::Message& message) const;
 
 private:
+    /// Null for a number that is not known.
+    const uint64_t* Find(std::string_view identity, uint64_t from) const;
+
     std::map<std::pair<std::string_view, uint64_t>, uint64_t> known_;
 };
 

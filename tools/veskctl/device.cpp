@@ -13,7 +13,7 @@ CommandLine DeviceCommand(Settings& settings)
                   "  veskctl device scene 0\n"
                   "  veskctl device watch --match 'VO_*'\n"
                   "  veskctl device unplug input 0\n"
-                  "  veskctl device fault add VO_START outEngNo=1 result BUSY --count 2",
+                  "  veskctl device fault add VO_START outEngNo=2001 result BUSY --count 2",
         .commands = {DeviceStateCommand(settings), DeviceSceneCommand(settings), DeviceGraphCommand(settings),
                      DeviceTopCommand(settings), DeviceWatchCommand(settings)}};
     for (CommandLine& command : DeviceControlCommands(settings))

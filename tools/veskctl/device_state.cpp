@@ -312,8 +312,10 @@ void PrintSection(const std::string& name, const ordered_json& section, const or
 void PrintState(const ordered_json& state)
 {
     const ordered_json& service = state.at("service");
+    const ordered_json seed = service.value("numbers", ordered_json());
     PrintLine("Service " + service.at("procName").get<std::string>() + '/' +
-              service.at("taskName").get<std::string>() + ", process " + service.at("process").dump());
+              service.at("taskName").get<std::string>() + ", process " + service.at("process").dump() +
+              (seed.is_null() ? "" : ", numbers from seed " + seed.dump()));
     const ordered_json cut = state.value("cut", ordered_json::object());
     for (const auto& [name, section] : state.items()) {
         if (name != "service" && name != "cut" && IsSet(section))

@@ -27,6 +27,7 @@ using namespace std::chrono_literals;
 
 struct Options {
     std::string device;
+    std::optional<uint64_t> numbers;
     std::string scenario;
     std::string serviceProgram;
     std::vector<std::string> command;
@@ -98,6 +99,8 @@ std::vector<std::string> ServiceCommand(const Settings& settings, const Options&
     std::vector<std::string> command{program, "--process", service.process, "--task", service.task};
     if (!options.device.empty())
         command.insert(command.end(), {"--device", ForService(options.device, directory)});
+    if (options.numbers)
+        command.insert(command.end(), {"--numbers", std::to_string(*options.numbers)});
     if (!options.scenario.empty())
         command.insert(command.end(), {"--scenario", ForService(options.scenario, directory)});
     return command;
@@ -244,6 +247,10 @@ CommandLine WithDeviceCommand(Settings& settings)
                  .place = &options->device,
                  .help = "File that describes the device, in TOML, or the name of an installed one; - is "
                          "standard input"},
+                {.name = "--numbers",
+                 .place = &options->numbers,
+                 .help = "Seed for the first number of each kind of thing, instead of 1001, 2001 ...",
+                 .range = std::pair<uint64_t, uint64_t>(0, UINT32_MAX)},
                 {.name = "--scenario",
                  .place = &options->scenario,
                  .help =
