@@ -12,8 +12,8 @@ std::string_view IdentityOf(const Decoded& message, const Field& field);
 /// The same of all fields of a name, whatever the message.
 std::string_view IdentityOf(std::string_view name);
 
-/// The identity of an engine that may be one of either direction: its number is one of those of the two
-/// identities here, and where both have it, of the first.
+/// The identity of a field that names an engine of either direction. Its number is one of these kinds: of the
+/// first that has it.
 inline constexpr std::string_view kEngine = "engNo";
 inline constexpr std::string_view kEngineKinds[] = {"inEngNo", "outEngNo"};
 
