@@ -9,6 +9,7 @@
 
 #include "vesk_service/virtual_service.h"
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -129,7 +130,10 @@ uint32_t OpenCamera(uint32_t port)
     VeskVideoAppInParam app{};
     app.taskHandle = 5;
     Step("VeskVideoSetAppCaptureParam", VeskVideoSetAppCaptureParam(engine, &app));
-    Step("VeskVideoSetVirtualViSrc", VeskVideoSetVirtualViSrc(0, "/media/picture.yuv"));
+    // Any file that the service can read will do. One that says no size, like this program, has the port's.
+    const std::string program = std::filesystem::read_symlink("/proc/self/exe");
+    Step("VeskVideoSetVirtualViSrc", VeskVideoSetVirtualViSrc(port, program.c_str()));
+    Step("VeskVideoSetVirtualViSrc, none", VeskVideoSetVirtualViSrc(port, ""));
     VeskVideoVioCallbackParam vio{{9}};
     Step("VeskVideoSetVioCallback", VeskVideoSetVioCallback(engine, &vio));
     std::vector<VeskVideoViPortInfo> inputs(port + 1);

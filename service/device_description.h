@@ -13,6 +13,14 @@ namespace vesk::service {
 inline constexpr size_t kMaxPorts = 16;         ///< Of each direction.
 inline constexpr uint32_t kMaxPixels = 16384;   ///< Of a picture's side.
 inline constexpr uint32_t kMaxFrameRate = 1000; ///< Frames per second.
+inline constexpr char kPictureRange[] = "1x1@1 to 16384x16384@1000";
+
+/// True if it is in range, and not 0.
+inline bool IsPicture(const VeskControlMode& mode)
+{
+    const auto isIn = [](uint32_t value, uint32_t most) { return value >= 1 && value <= most; };
+    return isIn(mode.width, kMaxPixels) && isIn(mode.height, kMaxPixels) && isIn(mode.fr, kMaxFrameRate);
+}
 
 struct PortDescription {
     std::string name;

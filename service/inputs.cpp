@@ -1,6 +1,10 @@
 // The input ports with their cameras, and the input engines that read them.
 #include "service/inputs.h"
 
+#include "base/error.h"
+#include "service/log.h"
+#include "service/picture_file.h"
+
 #include <algorithm>
 #include <bit>
 
@@ -10,18 +14,32 @@ namespace {
 
 constexpr uint32_t kNetCameraStream = 1; // the stream that carries the network camera's picture
 
-Result Move(VeskServiceCameraState& camera, int32_t command)
+constexpr uint32_t kMinZoom = 100, kMaxZoom = 10000; // per cent
+
+void Move(VeskServiceCameraState& camera, int32_t command)
 {
     const auto step = [](int32_t& position, int32_t by) {
         position = std::clamp(position + by, -VESK_SERVICE_CAM_STEPS, +VESK_SERVICE_CAM_STEPS);
     };
-    if (command < 0 || command > VESK_VIDEO_CAM_CTRL_MAX)
-        return VESK_SERVICE_ERR_VALUE;
     if (command == VESK_SERVICE_CAM_LEFT || command == VESK_SERVICE_CAM_RIGHT)
         step(camera.pan, command == VESK_SERVICE_CAM_RIGHT ? 1 : -1);
     if (command == VESK_SERVICE_CAM_UP || command == VESK_SERVICE_CAM_DOWN)
         step(camera.tilt, command == VESK_SERVICE_CAM_UP ? 1 : -1);
     ++camera.commands;
+}
+
+Result Execute(InputPort& port, int32_t command, BytesView data)
+{
+    if (!port.CountsAsPlugged())
+        return VESK_SERVICE_ERR_UNPLUGGED;
+    if (command < 0 || command > VESK_VIDEO_CAM_CTRL_MAX)
+        return VESK_SERVICE_ERR_VALUE;
+    Excerpt kept(data);
+    CameraCommand& executed = port.commands[command];
+    ++executed.count;
+    executed.data = std::move(kept);
+    port.lastCommand = command;
+    Move(port.camera, command);
     return kOk;
 }
 
@@ -40,9 +58,9 @@ void Inputs::NotifyPicture(const std::string& procName, const Port& port)
     pixels.port = port.number;
     pixels.portType = port.type;
     pixels.stmNo = port.type == kNetCamera ? kNetCameraStream : 0;
-    pixels.Width = port.mode.width;
-    pixels.height = port.mode.height;
-    pixels.fr = port.mode.fr;
+    pixels.Width = port.Mode().width;
+    pixels.height = port.Mode().height;
+    pixels.fr = port.Mode().fr;
     notifications_->Add(procName, VESK_VIDEO_ON_VI_PORT_PIXEL_INFO_NOTIFY, BytesOf(pixels));
 }
 
@@ -55,7 +73,7 @@ VeskVideoViPortInfo Inputs::Describe(const Port& port, const Engine* engine) con
         described.started = engine->isStarted ? 1 : 0;
         described.streams = static_cast<uint32_t>(engine->streams.size());
         described.frozen = engine->frozen;
-        described.frozenLength = static_cast<uint32_t>(engine->frozenData.size());
+        described.frozenLength = static_cast<uint32_t>(engine->frozenData.length);
         described.faceQueue = engine->faceQueue;
         described.eptzMoveSpeed = engine->eptzMoveSpeed;
         described.appTaskHandle[0] = static_cast<uint32_t>(engine->appInParam.taskHandle);
@@ -93,16 +111,20 @@ Result Inputs::GetQueue(Engine& engine, uint32_t* queHandle)
     return *queHandle != 0 ? kOk : Result{VESK_SERVICE_ERR_ROOM};
 }
 
-Result Inputs::Freeze(Engine& engine, Argument<"flag"> flag, std::span<const std::byte> data)
+// A picture that is frozen already stays what it is.
+Result Inputs::Freeze(Engine& engine, Timeline& timeline, Argument<"flag"> flag,
+                      std::span<const std::byte> data)
 {
-    engine.frozenData.assign(data.begin(), data.end());
+    engine.frozenData = Excerpt(data);
+    if (engine.frozen == 0)
+        engine.frozenAtMs = timeline.Now();
     engine.frozen = static_cast<uint32_t>(flag);
     return kOk;
 }
 
 // How a command ended is notified too.
 Result Inputs::ControlCamera(Engine& engine, const Sender& sender, Argument<"cmdType"> cmdType,
-                             std::span<const std::byte>, Bytes* answer)
+                             std::span<const std::byte> data, Bytes* answer)
 {
     Port& port = *engine.port;
     const auto command = static_cast<int32_t>(cmdType);
@@ -113,7 +135,7 @@ Result Inputs::ControlCamera(Engine& engine, const Sender& sender, Argument<"cmd
         answer->assign(bytes.begin(), bytes.end());
         return kOk;
     }
-    const Result result = port.isPlugged ? Move(port.camera, command) : Result{VESK_SERVICE_ERR_UNPLUGGED};
+    const Result result = Execute(port, command, data);
     const VeskVideoCamCtrlResult ended{port.number, command, result};
     notifications_->Add(sender.procName, VESK_VIDEO_ON_CAMERA_CTRL_RESULT_NOTIFY, BytesOf(ended));
     return result;
@@ -166,6 +188,32 @@ Result Inputs::GetBoundary(Engine& engine, VeskVideoBoundaryState* boundary)
     return kOk;
 }
 
+Result Inputs::SetEptz(Port& port, const VeskVideoEptzParams& params)
+{
+    VeskServiceEptz eptz{};
+    std::memcpy(&eptz, &params, sizeof eptz);
+    const VeskServiceRect& crop = eptz.crop;
+    if (crop.width < 0 || crop.height < 0 || (crop.width == 0) != (crop.height == 0)) {
+        LOG(kError, "port %u: a crop of %d x %d pixels is refused", port.number, crop.width, crop.height);
+        return VESK_SERVICE_ERR_VALUE;
+    }
+    port.eptz = params;
+    return kOk;
+}
+
+Result Inputs::SetPtzf(Port& port, const VeskVideoPtzfParams& params)
+{
+    VeskServicePtzf ptzf{};
+    std::memcpy(&ptzf, &params, sizeof ptzf);
+    if (ptzf.zoom != 0 && (ptzf.zoom < kMinZoom || ptzf.zoom > kMaxZoom)) {
+        LOG(kError, "port %u: a zoom of %u %% is refused; expected %u to %u", port.number, ptzf.zoom,
+            kMinZoom, kMaxZoom);
+        return VESK_SERVICE_ERR_VALUE;
+    }
+    port.ptzf = params;
+    return kOk;
+}
+
 Result Inputs::GetEptz(Engine& engine, VeskVideoEptzParams* params)
 {
     *params = engine.port->eptz;
@@ -182,7 +230,7 @@ Result Inputs::Track(Engine& engine)
 {
     if (!engine.isStarted || !engine.port->HasCamera())
         return VESK_SERVICE_ERR_STATE;
-    if (!engine.port->isPlugged)
+    if (!engine.port->CountsAsPlugged())
         return VESK_SERVICE_ERR_UNPLUGGED;
     engine.port->isTracking = true;
     return kOk;
@@ -191,7 +239,7 @@ Result Inputs::Track(Engine& engine)
 // 1 while the camera tracks, which it goes on with when it is plugged in again.
 Result Inputs::GetPtStatus(Engine& engine, uint8_t* status)
 {
-    *status = engine.port->isTracking && engine.port->isPlugged ? 1 : 0;
+    *status = engine.port->isTracking && engine.port->CountsAsPlugged() ? 1 : 0;
     return kOk;
 }
 
@@ -203,16 +251,35 @@ Result Inputs::GetAfStatus(Engine& engine, uint8_t* status)
 }
 
 Result Inputs::SetVirtualSource(Port& port, std::string_view path)
-{
-    virtualSources_[port.number] = path;
+try {
+    std::string source(path);
+    const VeskControlMode mode = source.empty() ? VeskControlMode{} : ModeOfFile(source, port.mode);
+    Change(port, [&] {
+        port.virtualSource.swap(source);
+        port.virtualMode = mode;
+    });
     return kOk;
+} catch (const Error& error) {
+    LOG(kError, "port %u: the virtual source is refused: %s", port.number, error.what());
+    return VESK_SERVICE_ERR_VALUE;
 }
 
 Result Inputs::SetAppCapture(Engine& engine, const VeskVideoAppInParam& param)
 {
     if (param.taskHandle == 0)
         return VESK_SERVICE_ERR_VALUE;
+    const auto appIn = std::bit_cast<VeskServiceAppIn>(param);
+    const bool isOfPort = (appIn.width | appIn.height | appIn.fr) == 0;
+    const VeskControlMode mode =
+        isOfPort ? engine.port->Mode() : VeskControlMode{appIn.width, appIn.height, appIn.fr};
+    if (!IsPicture(mode)) {
+        LOG(kError, "input engine %u: a captured picture of %ux%u@%u is refused; expected %s%s",
+            engine.number, mode.width, mode.height, mode.fr, kPictureRange,
+            isOfPort ? ", as the port has none" : "");
+        return VESK_SERVICE_ERR_VALUE;
+    }
     engine.appInParam = param;
+    engine.appMode = mode;
     return kOk;
 }
 

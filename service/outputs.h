@@ -11,7 +11,7 @@ struct Display : DescribedPort<PortDescription> {
     uint32_t imageParam2 = 0; ///< Given with it.
 };
 
-struct OutputEngine : PortEngine<Display> {
+struct OutputEngine : PortEngine<OutputEngine, Display> {
     VeskVideoVoPortParam param{};
     VeskVideoScreenOffset offset{};
     VeskVideoVoMultiPicParam source{};

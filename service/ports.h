@@ -6,11 +6,16 @@
 
 namespace vesk::service {
 
-/// Base of a port; of its description, the mode and whether it is plugged are what they are now.
+/// Base of a port; of its description, the mode and whether it is plugged are those of its cable now. Clients
+/// see what the functions say, in place of which a port can have others.
 template <class Description>
 struct DescribedPort : Description {
     uint32_t number = 0;
     bool isEnabled = true;
+
+    bool CountsAsPlugged() const { return this->isPlugged; }
+    VeskControlMode& Mode() { return this->mode; }
+    const VeskControlMode& Mode() const { return this->mode; }
 };
 
 /// What the engines of both directions have.
@@ -18,13 +23,24 @@ struct VideoEngine : Startable {
     VeskVideoVioCallbackParam vioCallback{};
 };
 
-/// Base of the engine that serves an open port.
-template <class PortType>
+/// Base of an @p Engine that serves an open port; the engine can have another CountsAsPlugged().
+template <class Engine, class PortType>
 struct PortEngine : VideoEngine {
     using Port = PortType;
     Port* port = nullptr;
 
-    bool IsRunning() const { return this->isStarted && port->isPlugged && port->isEnabled; }
+    bool CountsAsPlugged() const { return port->CountsAsPlugged(); }
+    bool IsRunning() const { return WhyNotRunning() == nullptr; }
+
+    /// "disabled", "unplugged" or "stopped"; null while it runs.
+    const char* WhyNotRunning() const
+    {
+        if (!port->isEnabled)
+            return "disabled";
+        if (!static_cast<const Engine*>(this)->CountsAsPlugged())
+            return "unplugged";
+        return this->isStarted ? nullptr : "stopped";
+    }
 };
 
 /// @p Info is the record that describes a port to clients, @p PlugState what @p plugNotification carries.
@@ -40,7 +56,7 @@ public:
     {
         for (const Port& port : ports_) {
             NotifyPlugState(procName, port);
-            if (port.isPlugged)
+            if (port.CountsAsPlugged())
                 NotifyPicture(procName, port);
         }
     }
@@ -94,7 +110,7 @@ public:
     {
         if (!engine.port->isEnabled)
             return VESK_SERVICE_ERR_DISABLED;
-        if (!engine.port->isPlugged)
+        if (!engine.CountsAsPlugged())
             return VESK_SERVICE_ERR_UNPLUGGED;
         return engine.Startable::Start();
     }
@@ -122,28 +138,29 @@ public:
             return VESK_SERVICE_ERR_STATE;
         if (!IsPicture(chosen))
             return VESK_SERVICE_ERR_VALUE;
-        port.isPlugged = true;
-        NotifyPlugState(kEveryClient, port);
-        SwitchTo(port, chosen);
+        Change(port, [&] {
+            port.isPlugged = true;
+            port.mode = chosen;
+        });
         return kOk;
     }
 
     /// The port's engine stays as it is, without a picture.
     Result Unplug(Port& port)
     {
-        if (!std::exchange(port.isPlugged, false))
+        if (!port.isPlugged)
             return VESK_SERVICE_ERR_STATE;
-        NotifyPlugState(kEveryClient, port);
+        Change(port, [&] { port.isPlugged = false; });
         return kOk;
     }
 
     Result SetMode(Port& port, const VeskControlMode& mode)
     {
-        if (!port.isPlugged)
+        if (!port.CountsAsPlugged())
             return VESK_SERVICE_ERR_UNPLUGGED;
         if (!IsPicture(mode))
             return VESK_SERVICE_ERR_VALUE;
-        SwitchTo(port, mode);
+        NotifyMode(port, std::exchange(port.Mode(), mode));
         return kOk;
     }
 
@@ -162,7 +179,21 @@ protected:
     Ports& operator=(Ports&&) noexcept = default;
     ~Ports() = default;
 
-    /// Notifies the mode of a port that is plugged in.
+    /// Has @p change change what a port has, and notifies what clients see of it.
+    template <class Action>
+    void Change(Port& port, Action change)
+    {
+        const bool wasPlugged = port.CountsAsPlugged();
+        const VeskControlMode before = port.Mode();
+        change();
+        const bool isOther = port.CountsAsPlugged() != wasPlugged;
+        if (isOther)
+            NotifyPlugState(kEveryClient, port);
+        if (isOther || !IsSame(before, port.Mode()))
+            NotifyMode(port, before);
+    }
+
+    /// Notifies the mode of a port that counts as plugged.
     virtual void NotifyPicture(const std::string& procName, const Port&) = 0;
     /// Describes a port; its engine is null while it is not open.
     virtual Info Describe(const Port&, const Engine*) const = 0;
@@ -173,11 +204,11 @@ protected:
     {
         Described described{};
         described.port = port.number;
-        described.plugged = port.isPlugged ? 1 : 0;
+        described.plugged = port.CountsAsPlugged() ? 1 : 0;
         described.enabled = port.isEnabled ? 1 : 0;
-        described.width = port.mode.width;
-        described.height = port.mode.height;
-        described.fr = port.mode.fr;
+        described.width = port.Mode().width;
+        described.height = port.Mode().height;
+        described.fr = port.Mode().fr;
         port.name.copy(described.name, sizeof described.name - 1);
         return described;
     }
@@ -185,25 +216,24 @@ protected:
     Notifications* notifications_;
 
 private:
-    static bool IsPicture(const VeskControlMode& mode)
+    static bool IsSame(const VeskControlMode& a, const VeskControlMode& b)
     {
-        const auto isIn = [](uint32_t value, uint32_t most) { return value >= 1 && value <= most; };
-        return isIn(mode.width, kMaxPixels) && isIn(mode.height, kMaxPixels) && isIn(mode.fr, kMaxFrameRate);
+        return a.width == b.width && a.height == b.height && a.fr == b.fr;
     }
 
     void NotifyPlugState(const std::string& procName, const Port& port)
     {
         PlugState plug{};
         plug.port = port.number;
-        plug.val = port.isPlugged ? 1 : 0;
+        plug.val = port.CountsAsPlugged() ? 1 : 0;
         notifications_->Add(procName, plugNotification, BytesOf(plug));
     }
 
-    void SwitchTo(Port& port, const VeskControlMode& mode)
+    void NotifyMode(const Port& port, const VeskControlMode& before)
     {
-        const VeskControlMode before = std::exchange(port.mode, mode);
-        NotifyPicture(kEveryClient, port);
-        if (before.width != mode.width || before.height != mode.height || before.fr != mode.fr)
+        if (port.CountsAsPlugged())
+            NotifyPicture(kEveryClient, port);
+        if (!IsSame(before, port.Mode()))
             notifications_->Add(kEveryClient, VESK_VIDEO_ON_VIDEO_CAPABILITY_UPDATE, {});
     }
 

@@ -39,16 +39,37 @@ ordered_json ListOf(Numbered<Thing>& things, const char* numberName, const Descr
     return list;
 }
 
+void AddMode(ordered_json& entry, const VeskControlMode& mode)
+{
+    entry["width"] = mode.width;
+    entry["height"] = mode.height;
+    entry["fr"] = mode.fr;
+}
+
 template <class Port>
 ordered_json PortEntry(const Port& port, const char* numberName)
 {
-    return Object({{numberName, port.number},
-                   {"name", port.name},
-                   {"plugged", port.isPlugged},
-                   {"enabled", port.isEnabled},
-                   {"width", port.mode.width},
-                   {"height", port.mode.height},
-                   {"fr", port.mode.fr}});
+    ordered_json entry = Object({{numberName, port.number},
+                                 {"name", port.name},
+                                 {"plugged", port.CountsAsPlugged()},
+                                 {"enabled", port.isEnabled}});
+    AddMode(entry, port.Mode());
+    return entry;
+}
+
+ordered_json CameraEntry(const InputPort& port)
+{
+    ordered_json entry =
+        Object({{"pan", port.camera.pan}, {"tilt", port.camera.tilt}, {"commands", port.camera.commands}});
+    if (port.commands.empty())
+        return entry;
+    entry["lastCommand"] = port.lastCommand;
+    for (const auto& [cmdType, command] : port.commands)
+        entry["executed"].push_back(Object({{"cmdType", cmdType},
+                                            {"count", command.count},
+                                            {"length", command.data.length},
+                                            {"data", Hex(command.data.first)}}));
+    return entry;
 }
 
 ordered_json StatisticsEntry(const VeskServiceCodecStatistics& statistics)
@@ -178,16 +199,17 @@ ordered_json Document::DescribeInputs()
     for (const InputPort& port : service_.inputs.All()) {
         ordered_json entry = PortEntry(port, "viPort");
         entry["portType"] = port.type;
-        const auto& sources = service_.inputs.VirtualSources();
-        if (const auto source = sources.find(port.number); source != sources.end())
-            entry["virtualSource"] = source->second;
+        if (!port.virtualSource.empty()) {
+            entry["virtualSource"] = port.virtualSource;
+            entry["cable"]["plugged"] = port.isPlugged;
+            AddMode(entry["cable"], port.mode);
+        }
         if (port.HasCamera()) {
-            entry["camera"] = Object(
-                {{"pan", port.camera.pan}, {"tilt", port.camera.tilt}, {"commands", port.camera.commands}});
+            entry["camera"] = CameraEntry(port);
             entry["tracking"] = port.isTracking;
             entry["presets"] = ordered_json::array();
             for (const auto& [presetId, preset] : port.presets)
-                entry["presets"].push_back(presetId);
+                entry["presets"].push_back(Object({{"presetId", presetId}, {"isValid", preset.isValid}}));
         }
         Put<VESK_VIDEO_MSG_SET_VI_CUTOUT_PARAM>(entry, "eptz", port.eptz);
         Put<VESK_VIDEO_MSG_SET_VI_PTZF_PARAM>(entry, "ptzf", port.ptzf);
@@ -200,11 +222,19 @@ ordered_json Document::DescribeInputEngines()
 {
     return ListOf(service_.inputs.engines, "inEngNo", [this](ordered_json& entry, const InputEngine& engine) {
         entry["viPort"] = engine.port->number;
+        if (engine.HasPicture())
+            AddMode(entry["picture"], engine.Picture());
+        else
+            entry["noPicture"] = engine.WhyNotRunning();
         entry["streams"] = engine.streams;
         entry["queHandle"] = engine.queue.Id();
         entry["faceQueue"] = engine.faceQueue;
         entry["frozen"] = engine.frozen;
-        entry["frozenLength"] = engine.frozenData.size();
+        if (engine.frozen != 0)
+            entry["frozenAtMs"] = engine.frozenAtMs;
+        entry["frozenLength"] = engine.frozenData.length;
+        if (engine.frozenData.length != 0)
+            entry["frozenData"] = Hex(engine.frozenData.first);
         entry["eptzMoveSpeed"] = engine.eptzMoveSpeed;
         Put<VESK_VIDEO_MSG_SET_VI_PARAM>(entry, "param", engine.param);
         Put<VESK_VIDEO_MSG_SET_APP_CAPTURE_PARAM>(entry, "appInParam", engine.appInParam);

@@ -42,7 +42,7 @@ enum VeskServiceLimit {
     VESK_SERVICE_MAX_PRESET_QUERY = 1024    /**< Entries of one preset query. */
 };
 
-/** Camera commands that move the virtual camera by one step; all others are only counted. */
+/** Camera commands that move the virtual camera by one step; all others are only counted and shown. */
 enum VeskServiceCameraCommand {
     VESK_SERVICE_CAM_LEFT = 1,
     VESK_SERVICE_CAM_RIGHT = 2,
@@ -70,7 +70,7 @@ VESK_VIDEO_ASSERT_SIZE(VeskServiceBoundary, sizeof(VeskVideoBoundaryState));
 typedef struct VeskServiceViPort {
     uint32_t port;             /**< Port number. */
     uint32_t portType;         /**< 1 camera, 2 PC, @ref VESK_VIDEO_PORT_TYPE_NET_CAMERA network camera. */
-    uint32_t plugged;          /**< 1: a source is plugged in. */
+    uint32_t plugged;          /**< 1: a source is plugged in, or a virtual one set. */
     uint32_t enabled;          /**< 0 after VeskVideoViDisable. */
     uint32_t inEngNo;          /**< Engine that reads it, 0 for none. */
     uint32_t started;          /**< 1: the engine is started. */

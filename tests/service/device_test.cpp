@@ -224,6 +224,40 @@ FORKED_TEST(VideoService, WhatIsOpenGoesOnWhenItsPortIsPluggedInAgain)
             VO_START 2001 !DISABLED)");
 }
 
+FORKED_TEST(VideoService, FilesAndApplicationsTakeThePlaceOfCables)
+{
+    const std::string path = directory.File("source");
+    const std::string png("\x89PNG\r\n\x1a\n\0\0\0\rIHDR\0\0\2\x80\0\0\1\xe0", 24);
+    const auto set = [&](const std::string& port, const std::string& content, const std::string& outcome) {
+        std::ofstream(path) << content;
+        Play("SET_VIRTUAL_VI_PARAM " + port + " text=" + path + outcome);
+    };
+    Play("GET_VI_PORT 1 = [0]: portType=1 plugged=1 enabled=1 width=3840 height=2160 fr=30 name=CAMERA");
+    for (const auto& [content, mode] : {std::pair(png, "width=640 height=480"),
+                                        {"YUV4MPEG2 H2 W1 F30000:1001 Ip\nW5", "width=1 height=2 fr=30"},
+                                        {"YUV4MPEG2 W16384 H240 F1:9", "width=16384 height=240 fr=1"},
+                                        {"YUV4MPEG2 C420 F", "width=3840 height=2160 fr=30"}}) {
+        set("0", content, "");
+        Play(std::string("GET_VI_PORT 1 = .. [0]: ") + mode);
+    }
+    for (const char* refused : {"YUV4MPEG2 W640", "YUV4MPEG2 W16385 H1", "YUV4MPEG2 W1 H1 F1001:1"})
+        set("0", refused, " !VALUE");
+    for (const char* refused : {"source", "/dev/null", "/", "/nothing"})
+        Play(std::string("SET_VIRTUAL_VI_PARAM 0 text=") + refused + " !VALUE");
+    Play(R"(SET_VIRTUAL_VI_PARAM 0 text=; GET_VI_PORT 1 = .. [0]: width=3840)");
+    set("1", "", " !VALUE"); // neither it nor the port has a size
+    Play(R"(VI_START # !UNPLUGGED; SET_APP_CAPTURE_PARAM # taskHandle=1 !VALUE
+            SET_APP_CAPTURE_PARAM # taskHandle=1 width=640 height=480 fr=1001 !VALUE
+            SET_APP_CAPTURE_PARAM # taskHandle=1 width=640 height=480 fr=25; VI_START #; GET_VI_AF_STATUS # = 1)",
+         Number(VeskVideoViOpen, 1U));
+    set("1", png, "");
+    Play("CONTROL_PLUG 0 1 width=1280 height=720 fr=60; SET_VIRTUAL_VI_PARAM 1 text=; CONTROL_UNPLUG 0 1");
+    set("1", png, "");
+    Play("CONTROL_MODE 0 1 width=9 height=9 fr=9; SET_VIRTUAL_VI_PARAM 1 text=; CONTROL_PLUG 0 1");
+    const std::string seen = "102 103 208 103 208 102 102 103 208 103 208 102 208 102 103 ";
+    EXPECT_TRUE(Eventually([&] { return Seen().ends_with(seen); })) << Seen();
+}
+
 FORKED_TEST(VideoService, AResetLeavesTheDescribedDeviceAndItsClients)
 {
     const uint32_t queue = Number(VeskVideoBuffCreateQueue);

@@ -263,7 +263,10 @@ FORKED_TEST(VideoService, CamerasMoveAndRememberPresets)
             QUERY_PRESET 0 1024 = [0]: isValid=4 presetId=4 [1]: isValid=7 presetId=7 [2]: isValid=5
                 presetId=5; GET_VI_PT_STATUS 1001 = 0; GET_VI_AF_STATUS 1001 = 0; EXECUT_VI_TRACKING_PARAM 1001 !STATE
             VI_START 1001; GET_VI_PT_STATUS 1001 = 0; GET_VI_AF_STATUS 1001 = 1; EXECUT_VI_TRACKING_PARAM 1001
-            GET_VI_PT_STATUS 1001 = 1; GET_VI_PT_STATUS 1002 = 0; SET_VIRTUAL_VI_PARAM 2 text=/path)");
+            GET_VI_PT_STATUS 1001 = 1; GET_VI_PT_STATUS 1002 = 0
+            SET_VI_CUTOUT_PARAM 0 crop.width=-1 crop.height=1 !VALUE; SET_VI_CUTOUT_PARAM 0 crop.height=1 !VALUE
+            SET_VI_CUTOUT_PARAM 0 crop.width=1 !VALUE; SET_VI_PTZF_PARAM 0 zoom=99 !VALUE
+            SET_VI_PTZF_PARAM 0 zoom=10001 !VALUE; SET_VI_PTZF_PARAM 0 zoom=10000)");
 }
 
 FORKED_TEST(VideoService, LinksAndJobsAreNotified)
@@ -683,7 +686,9 @@ FORKED_TEST(VideoService, EveryRequestRefusesPayloadsOfAnotherLengthAndUnknownNu
         for (const std::string& payload : wrong.at(request.payload.kind))
             EXPECT_EQ(SendRaw(request.number, 3, payload, 1, 3), uint32_t{VESK_SERVICE_ERR_LENGTH});
         if (request.payload.kind == Kind::kText) {
-            EXPECT_EQ(SendRaw(request.number, 0, std::string(size - 1, 'x') + '\0'), 0U);
+            EXPECT_EQ(SendRaw(request.number, 0, '/' + std::string(size - 2, '/') + '\0'),
+                      request.number == VESK_VIDEO_MSG_SET_VIRTUAL_VI_PARAM ? uint32_t{VESK_SERVICE_ERR_VALUE}
+                                                                            : 0U);
         }
         const std::string numbers = " inEngNo outEngNo engNo encStmNo decStmNo mouseStmNo localMouseStmNo "
                                     "uvcStmNo port viPort voPort loop "

@@ -25,9 +25,12 @@ const std::string kVeskctl = VESK_EMULATOR " " VESK_VESKCTL_PATH " ";
 std::string Stable(std::string text)
 {
     const std::pair<const char*, const char*> kReplaced[] = {
-        {"veskctl-[0-9]+", "app"},           {R"x(("(process|nowMs|timeMs|atMs|frames)":)[0-9]+)x", "$011"},
-        {"process [0-9]+", "process 1"},     {R"x(app\[[0-9]+\])x", "app[1]"},
-        {"nowMs  [0-9]+", "nowMs  1"},       {", frames [0-9]+", ""},
+        {"veskctl-[0-9]+", "app"},
+        {R"x(("(process|nowMs|timeMs|atMs|frozenAtMs|frames)":)[0-9]+)x", "$011"},
+        {"process [0-9]+", "process 1"},
+        {R"x(app\[[0-9]+\])x", "app[1]"},
+        {"(nowMs |frozen since) [0-9]+", "$1 1"},
+        {", frames [0-9]+", ""},
         {"at [0-9]+ ms", "at 1 ms"},
         {R"x((uvcUsers \[)[0-9]+)x", "$011"}};
     for (const auto& [pattern, replacement] : kReplaced)

@@ -258,7 +258,7 @@ TEST_F(TourTest, WiresharkFindsWhatDecodeShows)
         GTEST_SKIP() << "tshark is not installed: its view is not compared";
     for (size_t at = 0; (at = recording.find("NET-CAMERA", at)) != recording.npos;)
         recording.replace(at, 10, "NET\xff\xe2\x82MERA");         // no UTF-8
-    recording.replace(recording.find("picture.yuv"), 1, 1, '\0'); // a text with a NUL in the middle
+    recording.replace(recording.find("default.png"), 1, 1, '\0'); // a text with a NUL in the middle
     std::ofstream(file) << recording;
     const Result decoded = Shell(kVeskctl + "decode --json --all " + file);
     EXPECT_EQ(decoded.status, 0);

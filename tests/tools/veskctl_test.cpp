@@ -63,6 +63,7 @@ std::string Screen(const std::string& command, const std::string& typed)
 const std::map<std::string, std::string> kSpecial = {
     {"OPEN_VI_PORT", "viPort=0"},
     {"SET_APP_CAPTURE_PARAM", "inEngNo=$inEngNo taskHandle=1"},
+    {"SET_VIRTUAL_VI_PARAM", "sourceId=1 text="},
     {"SET_ENC_PARAM", "encStmNo=$encStmNo w=640 h=480 fr=30 br=1000"},
     {"SET_DEC_PARAM", "decStmNo=$decStmNo w=640 h=480"},
     {"SET_LOOP_MODE", "encNo=$encStmNo decNo=$decStmNo"},

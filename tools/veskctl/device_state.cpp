@@ -61,11 +61,12 @@ private:
     std::string text_;
 };
 
-std::string Numbers(const ordered_json& list)
+/// Of a list of numbers or, by the name of a member, of things.
+std::string Numbers(const ordered_json& list, const char* member = nullptr)
 {
     std::string text;
-    for (const ordered_json& number : list)
-        text += (text.empty() ? "" : " ") + number.dump();
+    for (const ordered_json& entry : list)
+        text += (text.empty() ? "" : " ") + (member != nullptr ? entry.at(member) : entry).dump();
     return text;
 }
 
@@ -93,7 +94,7 @@ Row InputRow(const ordered_json& port)
                     camera.at("commands").dump() + " commands");
         details.AddIf(port, "tracking", "tracking");
         if (!port.at("presets").empty())
-            details.Add("presets " + Numbers(port["presets"]));
+            details.Add("presets " + Numbers(port["presets"], "presetId"));
     }
     details.Add("from ", port, "virtualSource");
     return PortRow(port, details);
@@ -112,10 +113,18 @@ Row InputEngineRow(const ordered_json& engine)
     if (!engine.at("streams").empty())
         details.Add("streams " + Numbers(engine["streams"]));
     details.AddQueue("queue ", engine, "queHandle").AddQueue("face queue ", engine, "faceQueue");
+    if (engine.contains("appInParam"))
+        details.Add("captured by an application");
     if (engine.at("frozen") != 0)
-        details.Add("frozen with " + engine.at("frozenLength").dump() + " bytes");
+        details.Add("frozen since " + engine.at("frozenAtMs").dump() + " ms with " +
+                    engine.at("frozenLength").dump() + " bytes");
     details.Add("EPTZ speed ", engine, "eptzMoveSpeed");
-    return {kInputs.NameIn(engine), Started(engine), OwnerText(engine), details.Text()};
+    std::string picture;
+    if (engine.contains("picture"))
+        picture = PictureText(engine["picture"], "width", "height");
+    else if (kInputEngines.IsRunning(engine))
+        picture = "no picture: " + engine.at("noPicture").get<std::string>();
+    return {kInputs.NameIn(engine), Started(engine), OwnerText(engine), picture, details.Text()};
 }
 
 Row OutputEngineRow(const ordered_json& engine)
