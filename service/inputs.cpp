@@ -194,7 +194,8 @@ Result Inputs::SetEptz(Port& port, const VeskVideoEptzParams& params)
     std::memcpy(&eptz, &params, sizeof eptz);
     const VeskServiceRect& crop = eptz.crop;
     if (crop.width < 0 || crop.height < 0 || (crop.width == 0) != (crop.height == 0)) {
-        LOG(kError, "port %u: a crop of %d x %d pixels is refused", port.number, crop.width, crop.height);
+        LOG(kError, "port %u: a crop of %d x %d pixels is refused; expected at least 1 x 1, or 0 x 0",
+            port.number, crop.width, crop.height);
         return VESK_SERVICE_ERR_VALUE;
     }
     port.eptz = params;

@@ -114,7 +114,7 @@ void AddPorts(Graph& graph, const ordered_json& state, const Section& section, c
     for (const ordered_json& port : state.at(section.name)) {
         const std::string picture = PictureText(port, "width", "height");
         graph.Add("", section.kind, port.at(section.number).dump(),
-                  {port.at("name").get<std::string>(), picture},
+                  {port.at("name").get<std::string>(), picture, port.value("virtualSource", "")},
                   port.at("plugged").get<bool>() && port.at("enabled").get<bool>(), "component");
         names.push_back(section.NameIn(port));
     }
@@ -127,6 +127,8 @@ void AddThings(Graph& graph, const ordered_json& state, const Section& section)
         std::string picture;
         if (thing.contains("param") && thing["param"].contains("w"))
             picture = PictureText(thing["param"], "w", "h");
+        else if (thing.contains("picture"))
+            picture = PictureText(thing["picture"], "width", "height");
         graph.Add(OwnerText(thing), section.kind, thing.at(section.number).dump(), {picture},
                   section.IsRunning(thing));
     }
@@ -137,7 +139,12 @@ void ConnectInputs(Graph& graph, const ordered_json& engines)
     for (const ordered_json& engine : engines) {
         const std::string name = kInputEngines.NameIn(engine);
         const bool isRunning = kInputEngines.IsRunning(engine);
-        graph.Connect(kInputs.NameIn(engine), name, "", isRunning);
+        const Section application{"", "", "application of input engine", kInputEngines.number};
+        const bool isCaptured = engine.contains("appInParam");
+        if (isCaptured)
+            graph.Add(OwnerText(engine), application.kind, engine.at(application.number).dump(), {},
+                      isRunning, "component");
+        graph.Connect((isCaptured ? application : kInputs).NameIn(engine), name, "", isRunning);
         for (const ordered_json& stream : engine.at("streams")) {
             graph.Add(OwnerText(engine), "stream of " + name, stream.dump(), {}, isRunning, "ellipse");
             graph.Connect(name, "stream of " + name + ' ' + stream.dump(), "", isRunning);
