@@ -9,7 +9,6 @@
 
 #include "vesk_service/virtual_service.h"
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -130,9 +129,8 @@ uint32_t OpenCamera(uint32_t port)
     VeskVideoAppInParam app{};
     app.taskHandle = 5;
     Step("VeskVideoSetAppCaptureParam", VeskVideoSetAppCaptureParam(engine, &app));
-    // Any file that the service can read will do. One that says no size, like this program, has the port's.
-    const std::string program = std::filesystem::read_symlink("/proc/self/exe");
-    Step("VeskVideoSetVirtualViSrc", VeskVideoSetVirtualViSrc(port, program.c_str()));
+    // Any file that the service can read will do; the picture of one that names no size has the port's mode.
+    Step("VeskVideoSetVirtualViSrc", VeskVideoSetVirtualViSrc(port, "/proc/version"));
     Step("VeskVideoSetVirtualViSrc, none", VeskVideoSetVirtualViSrc(port, ""));
     VeskVideoVioCallbackParam vio{{9}};
     Step("VeskVideoSetVioCallback", VeskVideoSetVioCallback(engine, &vio));

@@ -12,8 +12,7 @@ namespace vesk::service {
 
 namespace {
 
-constexpr uint32_t kNetCameraStream = 1; // the stream that carries the network camera's picture
-
+constexpr uint32_t kNetCameraStream = 1;             // the stream that carries the network camera's picture
 constexpr uint32_t kMinZoom = 100, kMaxZoom = 10000; // per cent
 
 void Move(VeskServiceCameraState& camera, int32_t command)
