@@ -171,6 +171,19 @@ void Clients::ForgetCallbacks()
         client.callback.reset();
 }
 
+void Clients::Forget(HostProcess process)
+{
+    if (std::erase_if(clients_, [process](const auto& entry) { return entry.second.process == process; }) !=
+        0)
+        Save();
+}
+
+HostProcess Clients::ProcessOf(const std::string& procName) const
+{
+    const auto known = clients_.find(procName);
+    return known != clients_.end() ? known->second.process : 0;
+}
+
 std::vector<std::string> Clients::Names() const
 {
     std::vector<std::string> names;

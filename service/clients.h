@@ -34,12 +34,16 @@ public:
     Result Add(const std::string& procName, const std::string& taskName, HostProcess process);
     /// Forgets a name that @p process has.
     void Remove(const std::string& procName, HostProcess process);
+    /// Forgets all names of a process.
+    void Forget(HostProcess process);
     bool IsKnown(const std::string& procName) const { return clients_.count(procName) != 0; }
     /// Keeps the record of a process that has a name; VESK_SERVICE_ERR_STATE when it has not.
     Result SetCallback(const std::string& procName, HostProcess process, const VeskVideoCallbackInfo&);
     void ForgetCallbacks();
 
     std::vector<std::string> Names() const;
+    /// The process that has a name; 0 when it is not known.
+    HostProcess ProcessOf(const std::string& procName) const;
 
     /// Sends a notification, given by its data block, if the client is still known; one that has ended is
     /// removed. Returns 0 when it was handed over.

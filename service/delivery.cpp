@@ -27,12 +27,19 @@ Bytes DataBlockOf(const PendingNotification& notification)
 } // namespace
 
 struct Service::Deferral {
+    Watchers& watchers;
     DeferredAnswer deferred;
     std::string text; // of its request
     Watchers::WatchedRequest request;
     bool closes;
     Bytes answer;
     std::vector<PendingNotification> notifications; // of its request, which follow it
+
+    ~Deferral()
+    {
+        if (deferred.IsDeferred()) // it will not be given any more
+            watchers.Unanswered(request);
+    }
 };
 
 void Service::Defer(OsMsgEnvelope& message, const std::string& text, const Effects& effects,
@@ -40,7 +47,7 @@ void Service::Defer(OsMsgEnvelope& message, const std::string& text, const Effec
 {
     const bool closes = effects.fate == Effects::Fate::kClosed;
     const std::shared_ptr<Deferral> deferral(
-        new Deferral{DeferredAnswer(message), text, request, closes, std::move(answer), {}});
+        new Deferral{watchers, DeferredAnswer(message), text, request, closes, std::move(answer), {}});
     const bool isDeferred = deferral->deferred.IsDeferred();
     if (isDeferred && effects.fate == Effects::Fate::kNone) {
         deferral->deferred.Abandon();
@@ -51,8 +58,9 @@ void Service::Defer(OsMsgEnvelope& message, const std::string& text, const Effec
     size_t bytes = deferral->answer.size();
     for (const PendingNotification& notification : deferral->notifications)
         bytes += sizeof notification + notification.payload.size();
-    if (isDeferred && timeline.Add(Timeline::Kind::kAnswer, effects.delayMs, bytes,
-                                   [this, deferral] { GiveDeferred(*deferral); }))
+    if (isDeferred && timeline.Add(
+                          Timeline::Kind::kAnswer, effects.delayMs, bytes,
+                          [this, deferral] { GiveDeferred(*deferral); }, request.sender.process))
         return;
     LOG(kError, "%s: not answered, because too many answers are owed", text.c_str());
     deferral->closes = true;
@@ -108,8 +116,9 @@ try {
     };
     if (effects.delayMs == 0)
         return send(data);
-    if (timeline.Add(Timeline::Kind::kNotification, effects.delayMs, data.size(),
-                     [send, data] { send(data); }))
+    if (timeline.Add(
+            Timeline::Kind::kNotification, effects.delayMs, data.size(), [send, data] { send(data); },
+            clients.ProcessOf(procName)))
         return true;
     LOG(kError, "notification %u to %s dropped: too many are late", notifyId, procName.c_str());
     clients.Drop(procName, notifyId, data);

@@ -66,6 +66,15 @@ uint32_t HandleMessage(OsMsgEnvelope* message)
     return 0;
 }
 
+void HandleEnd(HostProcess process)
+{
+    try {
+        g_service->Ended(process);
+    } catch (const std::exception& error) {
+        LOG(kError, "end of process %u: %s", HostProcessNumber(process), error.what());
+    }
+}
+
 /// Blocks the signals that the service waits for, in this thread and in all that it starts.
 sigset_t BlockSignals()
 {
@@ -115,6 +124,8 @@ int Serve(const Identity& self, const DeviceDescription& device, Timeline::Clock
     const std::string task = self.procName + '/' + self.taskName;
     if (ret == 0)
         ret = OsMsgRegTask(self.taskName.c_str(), kQueueDepth, HandleMessage);
+    if (ret == 0)
+        ret = HostMsgOnProcessEnd(self.taskName.c_str(), HandleEnd);
     if (ret != 0) {
         char code[16];
         std::snprintf(code, sizeof code, "[0x%x]", ret);

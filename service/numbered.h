@@ -62,7 +62,8 @@ public:
 
     void Erase(const Thing& thing) { things_.erase(thing.number); }
 
-    /// Erases a thing whose owner has ended; VESK_SERVICE_ERR_BUSY while it lives.
+    /// Erases a thing whose owner has ended, should that not be noticed yet; VESK_SERVICE_ERR_BUSY while it
+    /// lives.
     Result Reclaim(const Thing& thing)
     {
         if (HostProcessIsAlive(thing.owner.process) != 0)

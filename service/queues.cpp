@@ -10,7 +10,8 @@ bool Queues::Has(uint64_t queHandle)
 {
     HostQueueState state;
     return announced.Find(queHandle) != nullptr ||
-           (queHandle <= UINT32_MAX && HostQueueFind(static_cast<uint32_t>(queHandle), &state) == 0);
+           (queHandle <= UINT32_MAX && destroyed_.Find(queHandle) == nullptr &&
+            HostQueueFind(static_cast<uint32_t>(queHandle), &state) == 0);
 }
 
 Result Queues::Announce(const Sender& sender, Argument<"queHandle"> queHandle)
@@ -27,7 +28,17 @@ Result Queues::Announce(const Sender& sender, Argument<"queHandle"> queHandle)
             HostProcessNumber(sender.process), mostOwn_);
         return VESK_SERVICE_ERR_ROOM;
     }
-    return announced.CreateAt(queue, sender);
+    const Result result = announced.CreateAt(queue, sender);
+    if (const Owned* again = destroyed_.Find(queue); again != nullptr && result == kOk)
+        destroyed_.Erase(*again);
+    return result;
+}
+
+// Beyond the bound, those that are still there go on as if nobody had announced or destroyed them.
+void Queues::Destroy(const Owned& queue)
+{
+    destroyed_.CreateAt(queue.number, queue.owner);
+    announced.Erase(queue);
 }
 
 Result Queues::InitClient(std::string_view server)

@@ -10,16 +10,26 @@ namespace vesk::service {
 
 class Queues {
 public:
-    explicit Queues(const DeviceLimits& limits) : announced(limits.queues), mostOwn_(limits.ownQueues) {}
+    explicit Queues(const DeviceLimits& limits)
+        : announced(limits.queues), destroyed_(limits.queues), mostOwn_(limits.ownQueues)
+    {
+    }
 
-    void Release(HostProcess process) { announced.Release(process); }
+    void Release(HostProcess process)
+    {
+        announced.Release(process);
+        destroyed_.Release(process);
+    }
 
     Numbered<Owned> announced;
 
-    /// True for a queue that is there or, whatever became of it since, has been announced.
+    /// True for a queue that has been announced, and for one that is there and was not destroyed.
     bool Has(uint64_t queHandle);
+    /// True for a queue that there was.
+    bool IsGone(uint32_t queHandle) { return queHandle != 0 && !Has(queHandle); }
 
     Result Announce(const Sender&, Argument<"queHandle">);
+    void Destroy(const Owned& queue);
     Result InitClient(std::string_view server);
 
     using Names = std::set<std::string, std::less<>>;
@@ -27,7 +37,8 @@ public:
     const Names& Servers() const { return servers_; }
 
 private:
-    size_t mostOwn_; // of one process
+    Numbered<Owned> destroyed_; // that are still there: their creators keep them
+    size_t mostOwn_;            // of one process
     Names servers_;
 };
 

@@ -167,7 +167,7 @@ constexpr Row kRows[] = {
 
     Served<VESK_VIDEO_MSG_ADVANCE_QUE_CLIENT_INIT, &Queues::InitClient>(),
     Served<VESK_VIDEO_MSG_CREATE_QUEUE, &Queues::Announce>(),
-    Erased<VESK_VIDEO_MSG_DESTROY_QUEUE, AnnouncedQueues>(),
+    ServedAt<VESK_VIDEO_MSG_DESTROY_QUEUE, AnnouncedQueues, &Service::DestroyQueue>(),
 
     Served<VESK_VIDEO_MSG_GET_CAPABILITY, &Device::GetCapability>(),
     Served<VESK_VIDEO_MSG_INIT_ANDROID_OBJECTS, &Device::SetAndroidObjects>(),

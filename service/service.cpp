@@ -54,6 +54,7 @@ Result Service::Reset()
     scenario.Reset();
     timeline.Reset();
     links.Reset();
+    lostQueues.Look();
     notifications_.Add(kEveryClient, VESK_VIDEO_ON_VIDEO_DIE_NOTIFY, {});
     notifications_.Add(kEveryClient, VESK_VIDEO_ON_VIDEO_ACTIVATE_NOTIFY, {});
     return kOk;
@@ -73,10 +74,28 @@ Result Service::Serve(uint32_t number, const Sender& sender, std::span<const std
         return VESK_SERVICE_ERR_LENGTH;
     answer.reserve(answer.size() + row->answer.size);
     const Result result = row->serve(*this, request, answer);
-    codecs.Settle();
     if (!row->isQuery)
-        links.Notify();
+        Changed();
     return result;
+}
+
+void Service::Changed()
+{
+    codecs.Settle();
+    links.Notify();
+}
+
+void Service::Ended(HostProcess process)
+{
+    LOG(kInfo, "process %u has ended", HostProcessNumber(process));
+    notifications_.TakeAll(); // of a request that failed for want of memory
+    timeline.RunDue();
+    clients.Forget(process);
+    watchers.Forget(process);
+    timeline.RunAll(process); // its answers fail; what else waits for them is sent
+    Release(process);
+    Changed();
+    NotifyEach(notifications_.TakeAll());
 }
 
 Result Service::Execute(uint32_t number, std::span<const std::byte> data)
@@ -145,7 +164,13 @@ Result Service::Init(const Sender& sender, const VeskVideoInitInfo& info)
 
 Result Service::Exit(const Sender& sender)
 {
-    const HostProcess process = sender.process;
+    Release(sender.process);
+    clients.Remove(sender.procName, sender.process);
+    return kOk;
+}
+
+void Service::Release(HostProcess process)
+{
     outputs.Release(process);
     inputs.Release(process);
     codecs.Release(process);
@@ -153,7 +178,13 @@ Result Service::Exit(const Sender& sender)
     uvc.Release(process);
     overlays.Release(process);
     queues.Release(process);
-    clients.Remove(sender.procName, process);
+    lostQueues.Look();
+}
+
+Result Service::DestroyQueue(Owned& queue)
+{
+    queues.Destroy(queue);
+    lostQueues.Look();
     return kOk;
 }
 

@@ -11,6 +11,7 @@
 #include "service/faults.h"
 #include "service/inputs.h"
 #include "service/links.h"
+#include "service/lost_queues.h"
 #include "service/mice.h"
 #include "service/outputs.h"
 #include "service/overlays.h"
@@ -49,17 +50,21 @@ public:
     /// Serves one message. A sender that waits gets an answer, whatever the message holds.
     void Handle(OsMsgEnvelope& message);
 
+    /// Frees what a process had that has ended.
+    void Ended(HostProcess process);
+
     /// Executes a control message, given by its number and data block, as if it had arrived from nobody.
     Result Execute(uint32_t number, std::span<const std::byte> data);
 
     Result Init(const Sender&, const VeskVideoInitInfo&);
     Result Exit(const Sender&);
+    Result DestroyQueue(Owned& queue);
     Result SetCallback(const Sender&, const VeskVideoCallbackInfo&);
     Result SendNotification(std::span<const std::byte>, uint32_t* clients);
     Result Tick(const Sender&);
 
+    Watchers watchers{self_}; // outlives the answers that are owed
     Timeline timeline;
-    Watchers watchers{self_};
     Clients clients{self_, watchers};
     Faults faults;
     Scenario scenario{timeline, [this](uint32_t number, auto data) { return Execute(number, data); }};
@@ -70,6 +75,7 @@ public:
     Uvc uvc{described_.limits};
     Overlays overlays{described_};
     Queues queues{described_.limits};
+    LostQueues lostQueues{*this};
     Device device{notifications_, described_, timeline};
     Cables cables{*this};
     Links links{*this, notifications_};
@@ -78,6 +84,10 @@ public:
 
 private:
     Result Serve(uint32_t number, const Sender&, std::span<const std::byte> data, Bytes& answer);
+    /// Frees what a process has opened, created or announced.
+    void Release(HostProcess process);
+    /// Notifies what has followed from a change of the model.
+    void Changed();
     /// Triggers the steps of the scenario that wait for a message, and the faults that it meets.
     Effects Trigger(const MessageView& message);
 

@@ -130,6 +130,9 @@ private:
         return FieldsOf(request, BytesOf(record));
     }
 
+    /// Adds a queue that an entry uses.
+    void PutQueue(ordered_json& entry, const char* name, uint32_t queue);
+
     /// Adds them as a member of an entry, unless they are all 0.
     template <uint32_t request, class Record>
     void Put(ordered_json& entry, const char* name, const Record& record)
@@ -186,6 +189,13 @@ ordered_json Document::FieldsOf(uint32_t request, BytesView payload)
         .value("payload", ordered_json::object());
 }
 
+void Document::PutQueue(ordered_json& entry, const char* name, uint32_t queue)
+{
+    entry[name] = queue;
+    if (service_.queues.IsGone(queue))
+        entry[std::string(name) + "Gone"] = true;
+}
+
 ordered_json Document::DescribeTime()
 {
     VeskControlTime time{};
@@ -228,7 +238,7 @@ ordered_json Document::DescribeInputEngines()
             entry["noPicture"] = engine.WhyNotRunning();
         entry["streams"] = engine.streams;
         entry["queHandle"] = engine.queue.Id();
-        entry["faceQueue"] = engine.faceQueue;
+        PutQueue(entry, "faceQueue", engine.faceQueue);
         entry["frozen"] = engine.frozen;
         if (engine.frozen != 0)
             entry["frozenAtMs"] = engine.frozenAtMs;
@@ -261,7 +271,7 @@ ordered_json Document::DescribeOutputEngines()
     return ListOf(
         service_.outputs.engines, "outEngNo", [this](ordered_json& entry, const OutputEngine& engine) {
             entry["voPort"] = engine.port->number;
-            entry["queHandle"] = engine.queHandle;
+            PutQueue(entry, "queHandle", engine.queHandle);
             Put<VESK_VIDEO_MSG_SET_VO_PARAM>(entry, "param", engine.param);
             Put<VESK_VIDEO_MSG_SET_SCREEN_OFFSET>(entry, "offset", engine.offset);
             Put<VESK_VIDEO_MSG_SET_VIO_CALLBACK>(entry, "vioCallback", engine.vioCallback);
@@ -294,7 +304,7 @@ ordered_json Document::DescribeEncoders()
 {
     return ListOf(service_.codecs.encoders, "encStmNo",
                   [this](ordered_json& entry, const EncoderChannel& encoder) {
-                      entry["queHandle"] = encoder.queId;
+                      PutQueue(entry, "queHandle", encoder.queId);
                       entry["keyFrames"] = encoder.keyFrames;
                       entry["statistics"] = StatisticsEntry(service_.codecs.StatisticsOf(encoder));
                       Put<VESK_VIDEO_MSG_SET_ENC_PARAM>(entry, "param", encoder.param);
@@ -307,7 +317,7 @@ ordered_json Document::DescribeDecoders()
 {
     return ListOf(service_.codecs.decoders, "decStmNo",
                   [this](ordered_json& entry, const DecoderChannel& decoder) {
-                      entry["queHandle"] = decoder.queId;
+                      PutQueue(entry, "queHandle", decoder.queId);
                       entry["antiJitter"] = decoder.antiJitter;
                       entry["statistics"] = StatisticsEntry(service_.codecs.StatisticsOf(decoder));
                       Put<VESK_VIDEO_MSG_SET_DEC_PARAM>(entry, "param", decoder.param);
@@ -342,7 +352,7 @@ ordered_json Document::DescribeRemoteMice()
     return ListOf(service_.mice.remote, "mouseStmNo", [this](ordered_json& entry, const RemoteMouse& mouse) {
         entry["openParam"] = mouse.openParam;
         entry["decStmNo"] = mouse.decStmNo;
-        entry["queHandle"] = mouse.queId;
+        PutQueue(entry, "queHandle", mouse.queId);
         Put<VESK_VIDEO_MSG_SET_REMOTE_MOUSE_BACKGRAND_AREA>(entry, "area", mouse.area);
     });
 }
@@ -354,7 +364,7 @@ ordered_json Document::DescribeLocalMice()
                       entry["attachId"] = mouse.attachId;
                       entry["independent"] = mouse.isIndependent;
                       entry["shown"] = mouse.isShown;
-                      entry["queHandle"] = mouse.queId;
+                      PutQueue(entry, "queHandle", mouse.queId);
                       Put<VESK_VIDEO_MSG_SET_LOCAL_MOUSE_PARAM>(entry, "param", mouse.param);
                   });
 }

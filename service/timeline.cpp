@@ -29,13 +29,13 @@ uint64_t Timeline::Now() const
     return static_cast<uint64_t>(passed.count() * clock_.scale);
 }
 
-bool Timeline::Add(Kind kind, uint64_t ms, size_t bytes, std::function<void()> run)
+bool Timeline::Add(Kind kind, uint64_t ms, size_t bytes, std::function<void()> run, HostProcess receiver)
 {
     if (kind != Kind::kStep)
         bytes += kEntryBytes;
     if (bytes > kMostBytes - bytes_)
         return false;
-    due_.emplace(Later(Now(), ms), Entry{kind, bytes, std::move(run)});
+    due_.emplace(Later(Now(), ms), Entry{kind, bytes, std::move(run), receiver});
     bytes_ += bytes;
     Arm();
     return true;
@@ -46,18 +46,28 @@ void Timeline::RunDue()
     if (isRunning_ || due_.empty())
         return;
     isRunning_ = true;
-    while (!due_.empty() && due_.begin()->first <= (clock_.isStep ? target_ : Now()))
-        RunFirst();
+    while (!due_.empty() && due_.begin()->first <= (clock_.isStep ? target_ : Now())) {
+        now_ = std::max(now_, due_.begin()->first);
+        Run(due_.begin());
+    }
     isRunning_ = false;
     Arm();
 }
 
-void Timeline::RunFirst()
+void Timeline::RunAll(HostProcess receiver)
+{
+    const auto isReceivers = [receiver](const auto& entry) { return entry.second.receiver == receiver; };
+    const auto next = [&] { return std::find_if(due_.begin(), due_.end(), isReceivers); };
+    for (auto entry = next(); entry != due_.end(); entry = next()) // each may change what is due
+        Run(entry);
+    Arm();
+}
+
+void Timeline::Run(Entries::const_iterator entry)
 try {
-    const auto first = due_.extract(due_.begin());
-    bytes_ -= first.mapped().bytes;
-    now_ = std::max(now_, first.key());
-    first.mapped().run();
+    const auto node = due_.extract(entry);
+    bytes_ -= node.mapped().bytes;
+    node.mapped().run();
 } catch (const std::exception& error) {
     LOG(kError, "what was due cannot be done: %s", error.what());
 }

@@ -31,11 +31,15 @@ public:
     enum class Kind { kAnswer, kNotification, kStep };
 
     /// Has @p run called in @p ms milliseconds, after what is due then already. False when it would hold more
-    /// than can wait; @p bytes is what it holds, beside a little for itself unless it is a step.
-    bool Add(Kind kind, uint64_t ms, size_t bytes, std::function<void()> run);
+    /// than can wait; @p bytes is what it holds, beside a little for itself unless it is a step. @p receiver
+    /// is the process that waits for it, if any.
+    bool Add(Kind kind, uint64_t ms, size_t bytes, std::function<void()> run, HostProcess receiver = 0);
 
     /// Does what is due by now, in order.
     void RunDue();
+
+    /// Does at once whatever a process waits for.
+    void RunAll(HostProcess receiver);
 
     /// Forgets what is due of a kind.
     void Drop(Kind kind);
@@ -49,10 +53,11 @@ private:
         Kind kind;
         size_t bytes;
         std::function<void()> run;
+        HostProcess receiver;
     };
     using Entries = std::multimap<uint64_t, Entry>; // keeps the order of what has the same time
 
-    void RunFirst();
+    void Run(Entries::const_iterator entry);
     void Arm();
 
     const Clock clock_;

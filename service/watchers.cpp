@@ -42,6 +42,11 @@ Result Watchers::Watch(const Sender& sender, Argument<"enable"> enable)
     return kOk;
 }
 
+void Watchers::Forget(HostProcess process)
+{
+    std::erase_if(watchers_, [process](const Watcher& watcher) { return watcher.task.process == process; });
+}
+
 Watchers::WatchedRequest Watchers::Arrived(const OsMsgEnvelope& message, const Sender& sender)
 {
     WatchedRequest request{
@@ -61,7 +66,10 @@ Watchers::WatchedRequest Watchers::Arrived(const OsMsgEnvelope& message, const S
 void Watchers::Answered(const WatchedRequest& request, uint32_t platformResult,
                         std::span<const std::byte> data)
 {
-    End(VESK_CONTROL_SAW_ANSWER, request, platformResult, data);
+    if (platformResult == HOST_MSG_ERR_BROKEN) // its sender has gone
+        Unanswered(request);
+    else
+        End(VESK_CONTROL_SAW_ANSWER, request, platformResult, data);
 }
 
 void Watchers::Unanswered(const WatchedRequest& request)

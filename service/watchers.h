@@ -27,6 +27,9 @@ public:
 
     Result Watch(const Sender&, Argument<"enable">);
 
+    /// Shows a process nothing more.
+    void Forget(HostProcess process);
+
     WatchedRequest Arrived(const OsMsgEnvelope& message, const Sender& sender);
     void Answered(const WatchedRequest& request, uint32_t platformResult, std::span<const std::byte> data);
     void Unanswered(const WatchedRequest& request);

@@ -199,7 +199,8 @@ VESK_VIDEO_ASSERT_SIZE(VeskControlStep, 568);
 enum VeskControlMessageKind {
     VESK_CONTROL_SAW_REQUEST = 1,      /**< A request has arrived. */
     VESK_CONTROL_SAW_ANSWER = 2,       /**< It was answered; the exchange says which. */
-    VESK_CONTROL_SAW_NO_ANSWER = 3,    /**< It will not be, or it was asynchronous; no bytes follow. */
+    VESK_CONTROL_SAW_NO_ANSWER = 3,    /**< It will not be, or its sender did not wait for it, or no longer;
+                                            no bytes follow. */
     VESK_CONTROL_SAW_NOTIFICATION = 4, /**< A notification was sent, or could not be. */
     VESK_CONTROL_SAW_DROPPED = 5       /**< One was not sent: a fault drops it, or too many are late. */
 };

@@ -52,7 +52,8 @@ public:
     Details& AddQueue(const std::string& words, const ordered_json& thing, const char* name)
     {
         const auto queue = thing.value(name, uint32_t{0});
-        return queue == 0 ? *this : Add(words + QueueText(queue));
+        const bool isGone = thing.contains(std::string(name) + "Gone");
+        return queue == 0 ? *this : Add(words + QueueText(queue) + (isGone ? " (gone)" : ""));
     }
 
     const std::string& Text() const { return text_; }

@@ -111,8 +111,10 @@ try {
         return got >= 0 || errno != EAGAIN; // what is wrong with it is found when it is read
     const UniqueFd directory = OpenRuntimeDir();
     const auto holder = directory.IsOpen() ? HolderOf(directory, head.sender) : std::nullopt;
-    if (holder == peer_ || holder == kNobody) // it may have ended since
+    if (holder == peer_ || holder == kNobody) { // it may have ended since
+        process_ = Peer::At(socket_.Get(), peer_, head.sender, inbox_);
         sender_ = head.sender;
+    }
     if (!holder)
         inbox_->CallLater(number_);
     return holder.has_value();
@@ -273,6 +275,8 @@ void Connection::Drop()
         return;
     inbox_->Forget(number_);
     socket_.Close();
+    if (const auto process = std::exchange(process_, nullptr))
+        process->Leave();
 }
 
 } // namespace vesk::host

@@ -3,6 +3,7 @@
 
 #include "message/frame.h"
 #include "message/inbox.h"
+#include "message/peer.h"
 #include "message/shared_block.h"
 
 #include <memory>
@@ -54,6 +55,7 @@ private:
     uint64_t number_ = 0;    // of the inbox
     const pid_t peer_;       // in this process's namespace; 0 when it has no number there
     HostProcess sender_ = 0; // said by its first message
+    std::shared_ptr<Peer> process_;
     const std::string endpoint_;
     const std::shared_ptr<Inbox> inbox_;
 

@@ -44,6 +44,12 @@ void Inbox::SetDepth(uint32_t depth)
     depth_ = std::max(depth, 1U);
 }
 
+void Inbox::TellEnds()
+{
+    const Guard guard(lock_);
+    tellsEnds_ = true;
+}
+
 uint64_t Inbox::Watch(int fd, uint32_t events, std::shared_ptr<Watched> watched)
 {
     if (hasEnded_) {
@@ -52,7 +58,7 @@ uint64_t Inbox::Watch(int fd, uint32_t events, std::shared_ptr<Watched> watched)
     }
     const uint64_t number = ++lastNumber_;
     entries_.emplace(number, Entry{std::move(watched), {number}});
-    if (Control(epoll_, EPOLL_CTL_ADD, fd, events | EPOLLET, number))
+    if (fd == kNoDescriptor || Control(epoll_, EPOLL_CTL_ADD, fd, events | EPOLLET, number))
         return number;
     entries_.erase(number);
     return 0;
@@ -99,6 +105,14 @@ void Inbox::Push(std::unique_ptr<Message> message)
     waiting_.push_back(std::move(message));
     waitingBytes_ += dataLen;
     WakeLoop();
+}
+
+void Inbox::PushEnd(HostProcess sender)
+{
+    auto message = std::make_unique<Message>();
+    message->sender = sender;
+    message->isEnd = true;
+    Push(std::move(message));
 }
 
 void Inbox::WakeLoop()

@@ -21,6 +21,7 @@
 namespace vesk::host {
 
 class Connection;
+class Peer;
 
 /// A message that has arrived completely.
 struct Message {
@@ -29,6 +30,7 @@ struct Message {
     std::unique_ptr<std::byte[]> data;
     HostProcess sender = 0;
     std::shared_ptr<Connection> from; // set when the sender waits for an answer
+    bool isEnd = false;               // of the sender: there is no more to it
 };
 
 /// A socket of an inbox.
@@ -66,6 +68,9 @@ public:
     /// The reader's thread: returns when the inbox has ended.
     void TakeInWhileLoopIsBusy();
 
+    /// Has the loop's side get a message for the end of each process that sends from now on.
+    void TellEnds();
+
     /// Closes all sockets, drops what waits, and has the loop and the reader return.
     void End();
 
@@ -73,6 +78,8 @@ public:
     std::mutex& Lock() { return lock_; }
 
     /// Watches a socket, edge-triggered, until it is forgotten. Returns its number, 0 on failure with errno.
+    /// Without a descriptor, it is called only as the functions below say.
+    static constexpr int kNoDescriptor = -1;
     uint64_t Watch(int fd, uint32_t events, std::shared_ptr<Watched> watched);
     void Change(int fd, uint32_t events, uint64_t number);
     void Forget(uint64_t number) { entries_.erase(number); }
@@ -92,6 +99,12 @@ public:
     bool HasRoom() const;
 
     void Push(std::unique_ptr<Message> message);
+    void PushEnd(HostProcess sender);
+
+    bool TellsEnds() const { return tellsEnds_; }
+
+    /// Those whose ends are to be told.
+    std::map<HostProcess, std::shared_ptr<Peer>>& Peers() { return peers_; }
 
 private:
     struct Entry {
@@ -111,6 +124,8 @@ private:
     UniqueFd wake_; // an eventfd that ends the loop's wait
     std::mutex lock_;
     std::map<uint64_t, Entry> entries_;
+    std::map<HostProcess, std::shared_ptr<Peer>> peers_;
+    bool tellsEnds_ = false;
     uint64_t lastNumber_ = 0;
     std::list<uint64_t> toBeCalled_;
     bool areSomePutOff_ = false; // of those

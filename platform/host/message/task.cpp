@@ -49,6 +49,7 @@ struct Task {
     const std::string name;
     const std::shared_ptr<Inbox> inbox = std::make_shared<Inbox>();
     std::atomic<MessageHandler> handler = nullptr;
+    std::atomic<void (*)(HostProcess)> onEnd = nullptr;
     std::atomic<bool> isRun = false;
     std::map<std::string, Attempt, std::less<>> attempts; // by process name
 };
@@ -164,12 +165,16 @@ uint32_t Answer(Connection& sender, const OsMsgEnvelope& request, uint64_t seque
 void RunLoop(Task& task)
 {
     while (const std::unique_ptr<Message> message = task.inbox->Next()) {
-        t_inHand = message.get();
+        t_inHand = message->isEnd ? nullptr : message.get();
         t_inHandForks = ForkCount();
-        Contained([&] { return task.handler.load()(&message->envelope); });
-        const bool isForked = InHand(&message->envelope) == nullptr;
+        Contained([&] {
+            if (!message->isEnd)
+                return task.handler.load()(&message->envelope);
+            task.onEnd.load()(message->sender);
+            return 0U;
+        });
         t_inHand = nullptr;
-        if (isForked)
+        if (t_inHandForks != ForkCount())
             return; // the task is the parent's
         if (message->from != nullptr)
             message->from->Close(); // unanswered: its sender need not wait
@@ -314,6 +319,18 @@ void HostMsgCloseDeferred(HostMsgDeferred deferred)
         if (const auto taken = TakeDeferred(deferred))
             taken->sender->Close();
         return 0U;
+    });
+}
+
+uint32_t HostMsgOnProcessEnd(const char* taskName, void (*ended)(HostProcess process))
+{
+    return Contained([&]() -> uint32_t {
+        const std::shared_ptr<Task> task = g_registry->Find(taskName);
+        if (task == nullptr || ended == nullptr)
+            return HOST_MSG_ERR_ARGUMENT;
+        task->onEnd = ended;
+        task->inbox->TellEnds();
+        return 0;
     });
 }
 

@@ -104,6 +104,20 @@ uint32_t HostProcessNumber(HostProcess process);
 int HostProcessIsAlive(HostProcess process);
 
 /**
+ * Has a task told of the end of each process that sends to it from now on, once all messages of that process
+ * have been handled; to be called before the task's loop runs. A process that only closes connections, or
+ * whose forked child ends, has not ended. Should another message of it turn up yet, its end is told again.
+ *
+ * The end is told at once. It is missed only of a process in another namespace, before Linux 6.5, that has
+ * had no connection for two seconds.
+ *
+ * @param taskName  A task that is registered.
+ * @param ended     Called on the thread that runs the task's loop, between two messages.
+ * @return 0, or HOST_MSG_ERR_ARGUMENT when there is no such task or @p ended is null.
+ */
+uint32_t HostMsgOnProcessEnd(const char* taskName, void (*ended)(HostProcess process));
+
+/**
  * Ends a task: its name is free, its loop returns after the message in hand, its clients' connections
  * are closed. Any thread may call.
  *
