@@ -16,8 +16,8 @@ void LostQueues::Look()
             const Loss loss(kind, number, user.*queue);
             losses.insert(loss);
             if (known_.count(loss) == 0)
-                LOG(kError, "queue %u is gone, but %s %u of %s uses it", user.*queue, kind, number,
-                    user.owner.procName.c_str());
+                LOG(kError, "queue %u is gone, but %s %u of process %u uses it", user.*queue, kind, number,
+                    HostProcessNumber(user.owner.process));
         }
     };
     look("input engine", service_.inputs.engines, &InputEngine::faceQueue);

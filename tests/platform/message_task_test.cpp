@@ -102,6 +102,43 @@ FORKED_TEST(HostMessage, AForkedChildStartsAfresh)
     }
 }
 
+// A count that is too low shows that an end was told too early, one that is too high that none was told.
+FORKED_TEST(HostMessage, TheEndOfAProcessIsToldOnceAfterItsMessages)
+{
+    static std::map<HostProcess, std::string> s_sent; // a letter a message
+    Child peer = Prepared(
+        [] {
+            const Handler count = [](OsMsgEnvelope* message) -> uint32_t {
+                s_sent[HostMsgSender(message)] += static_cast<char>(message->msgId);
+                return message->msgId == 'x' ? HostMsgDefer(message) == 0 : Echo(message);
+            };
+            const auto ended = [](HostProcess process) {
+                std::puts(s_sent.extract(process).mapped().c_str());
+            };
+            EXPECT_EQ(HostMsgOnProcessEnd("task", ended), uint32_t{HOST_MSG_ERR_ARGUMENT});
+            EXPECT_EQ(BecomePeer(count), 0U);
+            EXPECT_EQ(HostMsgOnProcessEnd("task", nullptr), uint32_t{HOST_MSG_ERR_ARGUMENT});
+            EXPECT_EQ(HostMsgOnProcessEnd("task", ended), 0U);
+        },
+        [] { OsMsgTaskRoutineByName("task"); });
+    InFork([] {
+        EXPECT_EQ(Ask("peer", 'a').result, 0U);
+        InFork([] { EXPECT_EQ(Ask("peer", 'c').result, 0U); });
+        EXPECT_EQ(Ask("peer", 'x', "", 1).result,
+                  uint32_t{HOST_MSG_ERR_TIMEOUT}); // closes its only connection
+        std::jthread([] { EXPECT_EQ(Ask("peer", 'b').result, 0U); });
+        EXPECT_EQ(Ask("peer", 'd').result, 0U);
+    });
+    peer.ExpectOutput("c\n");
+    peer.ExpectOutput("axbd\n");
+    Child burst([] {
+        for (int i = 0; i < 50; ++i)
+            Tell("peer", 'e');
+        kill(getpid(), SIGKILL);
+    });
+    peer.ExpectOutput('\n' + std::string(50, 'e') + '\n');
+}
+
 FORKED_TEST(HostMessage, WithoutDescriptorsItFailsAtOnceAndWorksAgainWithThem)
 {
 #ifdef __SANITIZE_ADDRESS__

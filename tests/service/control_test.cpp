@@ -563,8 +563,29 @@ FORKED_TEST(Stepped, AWatcherSeesEveryMessageOrHowManyItLost)
     EXPECT_GE(g_shown.messages[4].durationNs,
               g_shown.messages[3].monotonicNs - g_shown.messages[2].monotonicNs);
 
+    // Answers that are owed when the device is reset, or their sender ends, are shown not to be given.
+    const auto owe = [](const auto& begin) {
+        Add(Rule("GET_VO_COUNT delay 5"));
+        const size_t before = CountShown().first;
+        auto sender = begin();
+        EXPECT_TRUE(Eventually([=] { return CountShown().first == before + 1; }));
+        return sender;
+    };
+    const auto send = [] { Send("other", MessageOf(kCount)); };
+    std::thread reset = owe([&] { return std::thread(send); });
+    Play("CONTROL_RESET");
+    reset.join();
+    await(12); // 206 and 207 are among them
+    Child dead = owe([&] { return Child(send); });
+    dead.Wait(SIGKILL);
+    await(14);
+    for (const size_t unanswered : {9U, 13U})
+        EXPECT_EQ(g_shown.messages[unanswered].kind, VESK_CONTROL_SAW_NO_ANSWER);
+    EXPECT_EQ(Advance(0), 0U);
+    Play("CONTROL_FAULT_CLEAR 0");
+
     // What is too long is cut; a busy machine may be too slow to take it.
-    uint64_t sent = 8;
+    uint64_t sent = 14;
     const std::string large = Notify(std::string(kMost - kHead - sizeof(VeskControlNotification), 'z'));
     EXPECT_TRUE(Eventually([&] {
         Notified(large);
@@ -588,6 +609,54 @@ FORKED_TEST(Stepped, AWatcherSeesEveryMessageOrHowManyItLost)
     Send("other", MessageOf(kCount));
     await(sent);
     HostMsgEndTask("WATCH");
+}
+
+// Of an application that ends, nothing is left, and of the others everything, also while the time stands
+// still.
+FORKED_TEST(Stepped, WhatADeadApplicationHadIsFreeAtOnce)
+{
+    const auto state = [] { return Steer(VESK_CONTROL_STATE).Payload(); };
+    const auto use = [](const std::string& port) {
+        const uint32_t queue = Number(VeskVideoBuffCreateQueue);
+        Play("OPEN_VI_PORT " + port + "; OPEN_VO_PORT " + port +
+                 "; ENC_CREATE; DEC_CREATE; OPEN_MOUSE_PORT 1; OPEN_LOCAL_MOUSE; INIT_UVC; OPEN_UVC_PORT; "
+                 "CREATE_OVERLAY_CHANNEL_PARAM 1 5" +
+                 port,
+             queue);
+    };
+    use("0");
+    const std::string before = state();
+    Child dead = Prepared([&] {
+        g_name = "dead";
+        Join();
+        use("1");
+        Steer(VESK_CONTROL_WATCH, 1);
+    });
+    EXPECT_NE(state().find("\"dead\""), std::string::npos);
+    dead.Wait(SIGKILL);
+    const auto things = [](const std::string& text) { return text.substr(0, text.find("\"requests\"")); };
+    EXPECT_TRUE(Eventually([&] { return things(state()) == things(before); })) << state();
+    EXPECT_NE(state().find("\"watchers\":[]"), std::string::npos);
+}
+
+FORKED_TEST(Application, AQueueThatIsDestroyedIsMissedByItsUser)
+{
+    setenv("VESK_LOG_TARGET", ("file:" + directory.File("log")).c_str(), 1);
+    const Child service = StartService();
+    unsetenv("VESK_LOG_TARGET");
+    const uint32_t queue = Number(VeskVideoBuffCreateQueue), encoder = Number(VeskVideoEncoderCreate);
+    Play("SET_ENC_QUE_HANDLE % #; DESTROY_QUEUE #; SET_ENC_QUE_HANDLE % # !NUMBER", queue, encoder);
+    const auto isShown = [] {
+        return Steer(VESK_CONTROL_STATE).Payload().find("Gone\":true") != std::string::npos;
+    };
+    EXPECT_TRUE(isShown());
+    const std::string line = "queue " + std::to_string(queue) + " is gone, but encoder " +
+                             std::to_string(encoder) + " of process " + std::to_string(getpid()) +
+                             " uses it\n";
+    EXPECT_NE(Contents(directory.File("log")).find(line), std::string::npos)
+        << Contents(directory.File("log"));
+    Play("CREATE_QUEUE #", queue);
+    EXPECT_FALSE(isShown());
 }
 
 FORKED_TEST(Application, EightTasksWatchAtATime)
