@@ -35,11 +35,12 @@ BEFORE = {
     "GET_VI_PT_STATUS": ["EXECUT_VI_TRACKING_PARAM"], "GET_VI_AF_STATUS": ["VI_START"],
     "SET_ANDROID_MMEDIA_PROJECTION": ["INIT_ANDROID_OBJECTS"], "VO_START": ["SET_DEFAULT_IMAGE"],
     "VO_ENABLE": ["VO_DISABLE"], "VO_DISABLE": ["VO_START"], "DELETE_FILTER_WINDOW": ["SET_FILTER_WINDOW"],
-    "VO_WINDOW_DESTROY": ["SET_VO_SRC"], "ENC_START": ["SET_ENC_PARAM"], "ENC_FORCE_KEYFRAME": ["ENC_START"],
-    "ENCODER_GET_STATUS": ["SET_ENC_PARAM"], "ENCODER_GET_CHR_STATISTICS": ["SET_ENC_PARAM"],
-    "ENC_MODIFY_FRAME_RATE": ["SET_ENC_PARAM"], "DEC_START": ["SET_DEC_PARAM"], "DECODER_GET_STATUS": ["SET_DEC_PARAM"],
-    "DECODER_GET_CHR_STATISTICS": ["DEC_START"], "ENABLE_OVERLAY_PARAM": ["SET_OVERLAY_PARAM"],
-    "MOUSE_START": ["MOUSE_CONNECT"], "START_UVC_STREAM": ["SET_UVC_PARAM"], "UVC_REQ_I_FRAME": ["START_UVC_STREAM"],
+    "VO_WINDOW_DESTROY": ["SET_VO_SRC"], "SET_DEC_PARAMEX": ["DEC_START"], "ENC_START": ["SET_ENC_PARAM"],
+    "ENC_FORCE_KEYFRAME": ["ENC_START"], "ENCODER_GET_STATUS": ["SET_ENC_PARAM"],
+    "ENCODER_GET_CHR_STATISTICS": ["SET_ENC_PARAM"], "ENC_MODIFY_FRAME_RATE": ["SET_ENC_PARAM"],
+    "DEC_START": ["SET_DEC_PARAM"], "DECODER_GET_STATUS": ["SET_DEC_PARAM"], "DECODER_GET_CHR_STATISTICS": ["DEC_START"],
+    "ENABLE_OVERLAY_PARAM": ["SET_OVERLAY_PARAM"], "MOUSE_START": ["MOUSE_CONNECT"],
+    "START_UVC_STREAM": ["SET_UVC_PARAM"], "UVC_REQ_I_FRAME": ["START_UVC_STREAM"],
 }
 # Values of names that cannot have any, of all requests or of one.
 VALUES = {
@@ -261,13 +262,13 @@ class Row:
                    (name in CHOSEN and f"{self.request} {name}" not in VALUES)]
         self.numbers = len(numbers)
         yield from [PRELUDE, *(send(**{name: 60000}) for name in numbers), send(), *requests.before(self.request)]
-        others = {name: value for name, value in values.items() if name not in numbers and not OPAQUE.search(name)}
+        others = {name: value for name, value in values.items() if name not in (*numbers, "num", "windowCount") and
+                  not OPAQUE.search(name)}  # nor one of entries that follow
         for name, value in others.items():
             yield from [send(**{name: ""})] if "text" in str(value) else [send(**{name: one}) for one in (0, 255)]
         yield from [send(), send(), "device unplug input 1; device unplug output 1", send()]
         yield from ["VI_DISABLE viPort=1; VO_DISABLE voPort=1", send()]
         yield from [send(inEngNo="$other_inEngNo")] if "inEngNo" in values else []
-        others.pop("windowCount", None)
         for i in range(1, 70 if len(values) <= 3 else 1):  # what has more is kept, and takes no room
             yield send(**{name: f"text{i}" if "text" in str(value) else i for name, value in others.items()})
         yield from ["EXIT", send()]
