@@ -48,6 +48,7 @@ VALUES = {
     "presetSelector": "$inEngNo", "presetCount": 3, "cmdType": 2, "displayMode": 2, "picNum": 2, "windowCount": 2,
     "inputId": ["$decStmNo", "$other_decStmNo"], "encNo": "$encStmNo", "decNo": "$decStmNo", "enable": 1,
     "capabilityType": 2, "w": 1024, "h": 576, "fr": 25, "frameRate": 24, "independent": 1, "lossRate": 0.25,
+    "opacity": 50, "zoom": 250, "display": 1,
     "CREATE_OVERLAY_CHANNEL_PARAM overlayChn": 7,
 }
 # Names of numbers that applications choose, but of something that must be there.
@@ -60,7 +61,7 @@ BARRIER = "device notify NOTIFY_104; wait NOTIFY_104"
 # What arguments have once more to get another answer.
 OTHERS = {"count": 1, "num": 1, "presetCount": 1, "capabilityType": 1, "presetSelector": "$other_inEngNo",
           "overlayChn": 5}
-OPAQUE = re.compile("(serviceData|bytes)[0-9]*$")
+OPAQUE = re.compile("(serviceData|bytes|reserved)[0-9]*$")
 
 
 def veskctl(lines):
@@ -108,7 +109,8 @@ class Requests:
     def fields(self, request, fields, prefix="", index=0):
         for field in fields:
             path = prefix + field["name"]
-            if "fields" not in field and not re.match("(padding|reserved)[0-9]*$", field["name"]):
+            is_bare = field["name"] == "reserved" and "count" not in field
+            if "fields" not in field and not field["name"].startswith("padding") and not is_bare:
                 yield path, self.value(request, field, index)
             for i in range(min(field.get("count", 1), 2)):
                 within = f"{path}[{i}]." if "count" in field else f"{path}."
