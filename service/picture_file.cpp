@@ -18,8 +18,8 @@ namespace vesk::service {
 
 namespace {
 
-constexpr size_t kMostRead = 256;   // headers are shorter
-constexpr uint32_t kStillRate = 30; // frames per second, if neither the file nor its port says how many
+constexpr size_t kMostRead = 256;     // headers are shorter
+constexpr uint32_t kDefaultRate = 30; // frames per second, if neither the file nor its port says how many
 constexpr std::string_view kPngStart("\x89PNG\r\n\x1a\n\0\0\0\rIHDR", 16);
 constexpr std::string_view kY4mStart = "YUV4MPEG2 ";
 
@@ -111,10 +111,14 @@ VeskControlMode ModeOfFile(const std::string& path, const VeskControlMode& other
         throw Error(path + ": expected an absolute path");
     const VeskControlMode said = ModeIn(StartOf(path));
     VeskControlMode mode = otherwise;
-    if (said.width != 0 || said.height != 0)
-        mode = {said.width, said.height, mode.fr != 0 ? mode.fr : kStillRate};
+    if (said.width != 0 || said.height != 0) {
+        mode.width = said.width;
+        mode.height = said.height;
+    }
     if (said.fr != 0)
         mode.fr = said.fr;
+    else if (mode.fr == 0)
+        mode.fr = kDefaultRate;
     if (mode.width == 0 && mode.height == 0)
         throw Error(path + ": neither the file nor the port says how large the picture is");
     if (!IsPicture(mode))
