@@ -95,7 +95,6 @@ FORKED_TEST(VideoService, PortsAreDescribedFieldByField)
             SET_VI_CONNECT 1002 1; SET_VI_CONNECT 1002 2; SET_VI_CONNECT 1002 2 !STATE; ENCODER_FREEZE 1002 5 data=123456789abc
             SET_CAMERA_QUEUE_ID 1002 #; VI_SET_EPTZ_MOVE_SPEED 1002 -5; SET_VIO_CALLBACK 1002 serviceData=32
             SET_APP_CAPTURE_PARAM 1002 taskHandle=0x1e00000028; SET_VI_CONNECT 1001 9; SET_VIO_CALLBACK 1001 serviceData=3c
-            OPEN_VO_PORT 0 = 2001; SET_VIO_CALLBACK 2001 serviceData=46; SET_VIO_CALLBACK 2002 !NUMBER; VO_CLOSE 2001
             ENCODER_FREEZE 1001 1 data=
             GET_VI_PORT 1 = .. [0]: streams=2 frozen=5 frozenLength=6 faceQueue=# eptzMoveSpeed=-5
                 appTaskHandle=40,30 vioCallback=50
@@ -115,6 +114,7 @@ FORKED_TEST(VideoService, PortsAreDescribedFieldByField)
             GET_VO_PORT 2 = [0]: plugged=1 enabled=1 outEngNo=2002 width=3840 height=2160 fr=60 name=HDMI-OUT-1
                 [1]: port=1 plugged=1 enabled=1 outEngNo=2001 width=1920 height=1080 fr=60 name=HDMI-OUT-2
             SET_SCREEN_OFFSET 2002 xOffset=-10 yOffset=20; SET_VO_QUE_HANDLE 2002 #; SET_DISPLAY_MODE displayMode=2 fps=24
+            SET_VIO_CALLBACK 2002 serviceData=46; SET_VIO_CALLBACK 2003 !NUMBER
             SET_SR_ENABLE 5; SET_DEFAULT_IMAGE 0 0
                 text=/image/that/is/at/a/place/which/is/very/long/so/long/that/it/ends/here/and/goes/on
             SET_VO_SRC 2002 picNum=3 subPic[0]: inputId=1001 winHandle=7 subPic[1]: decFlag=1 inputId=4001 winHandle=8

@@ -68,6 +68,7 @@ const std::map<std::string, std::string> kSpecial = {
     {"SET_DEC_PARAM", "decStmNo=$decStmNo w=640 h=480"},
     {"SET_LOOP_MODE", "encNo=$encStmNo decNo=$decStmNo"},
     {"SET_PRESET", "inEngNo=$inEngNo isValid=1 presetId=1"},
+    {"QUERY_PRESET", "presetSelector=$inEngNo presetCount=1"},
     {"SET_VIO_CALLBACK", "engNo=$outEngNo"},
     {"CREATE_QUEUE", "NUMBER"},
     {"DESTROY_QUEUE", "NUMBER"},
