@@ -2,6 +2,7 @@
 #include "service/device.h"
 
 #include "service/record_check.h"
+#include "service/service.h"
 
 #include <bit>
 #include <iterator>
@@ -40,8 +41,8 @@ Result Device::SetAndroidProjection(Argument<"resultCode"> resultCode,
     return kOk;
 }
 
-Result Device::TakeSnapshot(const Sender& sender, Argument<"value3"> value3, Argument<"value2"> value2,
-                            const VeskVideoSnapshotParam& param)
+Result Device::TakeSnapshot(Service& service, const Sender& sender, Argument<"value3"> value3,
+                            Argument<"value2"> value2, const VeskVideoSnapshotParam& param)
 {
     constexpr size_t kMost = 16;
     const auto described = std::bit_cast<VeskServiceSnapshot>(param);
@@ -51,7 +52,8 @@ Result Device::TakeSnapshot(const Sender& sender, Argument<"value3"> value3, Arg
         result = CheckText(described.path, "path", name);
     if (result != kOk)
         return result;
-    snapshots_.push_back({jobs_.snapshots + 1, timeline_->Now(), sender, value2, value3, param});
+    snapshots_.push_back({jobs_.snapshots + 1, timeline_->Now(), sender, value2, value3, param,
+                          SceneOf(service, *service.outputs.Find(described.voPort))});
     ++jobs_.snapshots;
     if (snapshots_.size() > kMost)
         snapshots_.pop_front();

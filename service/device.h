@@ -2,6 +2,7 @@
 #pragma once
 
 #include "service/device_description.h"
+#include "service/scene.h"
 #include "service/timeline.h"
 
 #include <deque>
@@ -19,7 +20,8 @@ public:
     Result GetCapability(Argument<"capabilityType">, VeskVideoCapability*);
     Result SetAndroidObjects(Argument<"javaVm">, Argument<"javaContext">);
     Result SetAndroidProjection(Argument<"resultCode">, Argument<"projectionData">);
-    Result TakeSnapshot(const Sender&, Argument<"value3">, Argument<"value2">, const VeskVideoSnapshotParam&);
+    Result TakeSnapshot(Service&, const Sender&, Argument<"value3">, Argument<"value2">,
+                        const VeskVideoSnapshotParam&);
     Result SetWallpaper(const Sender&, const VeskVideoWallpaperParam&);
     Result SetAnnotation(const Sender&, Argument<"value1">, Argument<"value2">, Argument<"status">);
     Result VerifyImage(const VeskVideoVerifyImageReq&);
@@ -31,6 +33,7 @@ public:
         uint64_t value2;
         uint64_t value3;
         VeskVideoSnapshotParam param;
+        Scene scene; ///< What the display showed.
     };
     struct Annotation {
         Sender owner;

@@ -19,7 +19,7 @@ namespace vesk::service {
 namespace {
 
 constexpr int64_t kMaxLimit = 1024;
-constexpr int64_t kMaxBlocks = INT32_MAX; // per second
+constexpr int64_t kMaxBlocks = INT32_MAX;        // per second
 constexpr int64_t kMaxNumbered = kRangeSize - 1; // of things that the service numbers
 
 /// Each of these leaves @p value as it is when the key is not there.

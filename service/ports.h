@@ -3,6 +3,7 @@
 
 #include "service/device_description.h"
 #include "service/numbered.h"
+#include "service/showing.h"
 
 namespace vesk::service {
 
@@ -30,16 +31,16 @@ struct PortEngine : VideoEngine {
     Port* port = nullptr;
 
     bool CountsAsPlugged() const { return port->CountsAsPlugged(); }
-    bool IsRunning() const { return WhyNotRunning() == nullptr; }
+    bool IsRunning() const { return Shows() == Showing::kLive; }
 
-    /// "disabled", "unplugged" or "stopped"; null while it runs.
-    const char* WhyNotRunning() const
+    /// kLive while it runs, or else why not: kDisabled, kUnplugged or kStopped.
+    Showing Shows() const
     {
         if (!port->isEnabled)
-            return "disabled";
+            return Showing::kDisabled;
         if (!static_cast<const Engine*>(this)->CountsAsPlugged())
-            return "unplugged";
-        return this->isStarted ? nullptr : "stopped";
+            return Showing::kUnplugged;
+        return this->isStarted ? Showing::kLive : Showing::kStopped;
     }
 };
 

@@ -34,17 +34,6 @@ uint32_t OpacityOf(uint32_t set)
     return set != 0 ? set : kWholeOpacity;
 }
 
-/// Why an engine has no picture, by its port and itself.
-template <class Engine>
-Showing ShowingOf(const Engine& engine)
-{
-    if (!engine.port->isEnabled)
-        return Showing::kDisabled;
-    if (!engine.port->isPlugged)
-        return Showing::kUnplugged;
-    return engine.isStarted ? Showing::kLive : Showing::kStopped;
-}
-
 /// Composes the scene of a display.
 class Composer {
 public:
@@ -86,7 +75,7 @@ Showing Composer::Show() const
     if (engine_ == nullptr)
         return Showing::kClosed;
     const bool isFirst = display_.number == 0;
-    return mode_ == VESK_SERVICE_DISPLAY_FIRST_ONLY && !isFirst ? Showing::kDisabled : ShowingOf(*engine_);
+    return mode_ == VESK_SERVICE_DISPLAY_FIRST_ONLY && !isFirst ? Showing::kDisabled : engine_->Shows();
 }
 
 Scene Composer::Compose()
@@ -103,6 +92,8 @@ Scene Composer::Compose()
                                    [](const Layer& layer) { return layer.IsPicture() && layer.Appears(); });
     if (!isAny)
         AddBehind(Layer::Source::kDefaultImage, composed_.defaultImage, VESK_SERVICE_STRETCH);
+    const auto wallpaper = ViewOf<VeskServiceWallpaper>(service_.device.Done().wallpaper);
+    AddBehind(Layer::Source::kWallpaper, std::string(TextIn(wallpaper.path)), wallpaper.showMode);
     AddFilterWindows();
     AddOverlays();
     AddLocalPointers();
@@ -133,7 +124,7 @@ void Composer::AddBehind(Layer::Source source, const std::string& path, uint32_t
 {
     if (path.empty())
         return;
-    Layer layer{.source = source, .name = path, .showMode = showMode};
+    Layer layer{.source = source, .file = path, .showMode = showMode};
     Add(layer, {}, RectOf(scene_.canvas));
     std::rotate(scene_.layers.begin(), scene_.layers.end() - 1, scene_.layers.end());
 }
@@ -188,12 +179,18 @@ void Composer::AddInput(Layer& layer, const VeskServiceSubPic& picture, const Ve
     layer.showing = Showing::kClosed;
     if (const InputEngine* engine = service_.inputs.engines.Find(layer.number); engine != nullptr) {
         const InputPort& port = *engine->port;
-        layer.showing = ShowingOf(*engine);
-        if (layer.showing == Showing::kLive && engine->frozen != 0)
+        layer.showing = engine->Shows();
+        if (layer.showing == Showing::kLive && engine->frozen != 0) {
             layer.showing = Showing::kFrozen;
+            layer.frozenAtMs = engine->frozenAtMs;
+        }
         layer.viPort = static_cast<int32_t>(port.number);
         layer.name = port.name;
-        layer.size = SizeOf(port.mode);
+        if (engine->IsAppCapture())
+            layer.application = TextIn(ViewOf<VeskServiceAppIn>(engine->appInParam).name);
+        else
+            layer.file = port.virtualSource;
+        layer.size = SizeOf(engine->Picture());
         // The picture keeps its size, whatever part of it the camera delivers.
         const VeskServiceRect view = CameraView(layer.size, ViewOf<VeskServiceEptz>(port.eptz),
                                                 ViewOf<VeskServicePtzf>(port.ptzf), port.camera);
@@ -263,7 +260,7 @@ void Composer::AddOverlays()
         Layer layer{.source = Layer::Source::kOverlay,
                     .showing = channel->isEnabled ? Showing::kLive : Showing::kDisabled,
                     .number = channel->number,
-                    .name = std::string(TextIn(overlay.picture)),
+                    .file = std::string(TextIn(overlay.picture)),
                     .showMode = overlay.showMode,
                     .opacity = OpacityOf(overlay.opacity)};
         Add(layer, {}, IsWhole(overlay.window) ? RectOf(scene_.canvas) : overlay.window);
@@ -306,13 +303,6 @@ void Composer::FindCovered()
 }
 
 } // namespace
-
-const char* WordOf(Showing showing)
-{
-    static constexpr const char* kWords[] = {"live",   "frozen",   "covered",   "outside",
-                                             "closed", "disabled", "unplugged", "stopped"};
-    return kWords[static_cast<size_t>(showing)];
-}
 
 const char* WordOf(Layer::Source source)
 {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "service/placement.h"
+#include "service/showing.h"
 
 #include <cstdint>
 #include <optional>
@@ -9,21 +10,6 @@
 #include <vector>
 
 namespace vesk::service {
-
-/// Whether something is shown, or why not.
-enum class Showing {
-    kLive,
-    kFrozen,    ///< It is seen, but its time stands still.
-    kCovered,   ///< Others in front hide all of it.
-    kOutside,   ///< No part of it lies on the display, or nothing of the source is left after cropping.
-    kClosed,    ///< Its engine or channel does not exist any more; of a display: it has no engine.
-    kDisabled,  ///< It is switched off or hidden; of a display also: by the display mode.
-    kUnplugged, ///< Nothing is plugged into its port.
-    kStopped,   ///< It is not started.
-};
-
-/// Its word: "live", "frozen" and so on.
-const char* WordOf(Showing);
 
 struct Layer {
     enum class Source {
@@ -39,17 +25,19 @@ struct Layer {
 
     Source source = Source::kInput;
     Showing showing = Showing::kLive;
-    uint32_t number = 0;     ///< Of the engine, channel or stream; of a filter window its place in the list.
-    int32_t viPort = -1;     ///< Of an input that is open.
-    int32_t subPic = -1;     ///< Which of the engine's pictures it is, or lies in.
-    uint64_t winHandle = 0;  ///< Of that picture.
-    std::string name{};      ///< The input port's name, or the path of an image.
-    Size size{};             ///< Of the whole source; unknown for images, which are not read.
-    Placement place{};       ///< In the display's pixels and the source's.
-    uint32_t showMode = 0;   ///< VeskServiceShowMode; place has it worked in unless the size is unknown.
-    uint32_t mirror = 0;     ///< VeskServiceMirror.
-    uint32_t opacity = 100;  ///< Per cent.
-    uint64_t frozenAtMs = 0; ///< The time of the picture that is seen, of one that is frozen.
+    uint32_t number = 0;    ///< Of the engine, channel or stream; of a filter window its place in the list.
+    int32_t viPort = -1;    ///< Of an input that is open.
+    int32_t subPic = -1;    ///< Which of the engine's pictures it is, or lies in.
+    uint64_t winHandle = 0; ///< Of that picture.
+    std::string name{};     ///< The input port's.
+    std::string application{}; ///< Name that an application gives to what it captures for the input.
+    std::string file{};        ///< Path of an image, or of the file that takes the place of a camera.
+    Size size{};               ///< Of the whole source; unknown for images, which are not read, and queues.
+    Placement place{};         ///< In the display's pixels and the source's.
+    uint32_t showMode = 0;     ///< VeskServiceShowMode; place has it worked in unless the size is unknown.
+    uint32_t mirror = 0;       ///< VeskServiceMirror.
+    uint32_t opacity = 100;    ///< Per cent.
+    uint64_t frozenAtMs = 0;   ///< The time of the picture that is seen, of one that is frozen.
 
     /// A picture: what comes from an input or a decoder, or stands for all of them.
     bool IsPicture() const

@@ -62,8 +62,11 @@ ordered_json ToJson(const Layer& layer)
         entry[number] = layer.number;
     if (layer.viPort >= 0)
         entry["viPort"] = layer.viPort;
-    if (!layer.name.empty())
-        entry["name"] = layer.name;
+    for (const auto& [name, text] :
+         {std::pair("name", &layer.name), {"application", &layer.application}, {"file", &layer.file}}) {
+        if (!text->empty())
+            entry[name] = *text;
+    }
     if (layer.subPic >= 0)
         entry["subPic"] = layer.subPic;
     if (layer.winHandle != 0)

@@ -235,7 +235,7 @@ ordered_json Document::DescribeInputEngines()
         if (engine.HasPicture())
             AddMode(entry["picture"], engine.Picture());
         else
-            entry["noPicture"] = engine.WhyNotRunning();
+            entry["noPicture"] = WordOf(engine.Shows());
         entry["streams"] = engine.streams;
         entry["queHandle"] = engine.queue.Id();
         PutQueue(entry, "faceQueue", engine.faceQueue);
@@ -296,7 +296,8 @@ ordered_json Document::DescribeFilterWindows()
 {
     ordered_json list = ordered_json::array();
     for (const auto& [filterParam, window] : service_.outputs.FilterWindows())
-        list.push_back(Object({{"filterParam", filterParam}, {"window", Hex(BytesOf(window))}}));
+        list.push_back(Object({{"filterParam", filterParam},
+                               {"window", FieldsOf(VESK_VIDEO_MSG_SET_FILTER_WINDOW, BytesOf(window))[0]}}));
     return list;
 }
 
@@ -411,7 +412,8 @@ ordered_json Document::DescribeSnapshots()
                                {"timeMs", snapshot.timeMs},
                                {"value2", snapshot.value2},
                                {"value3", snapshot.value3},
-                               {"param", FieldsOf<VESK_VIDEO_MSG_GET_SNAPSHOT>(snapshot.param)}}));
+                               {"param", FieldsOf<VESK_VIDEO_MSG_GET_SNAPSHOT>(snapshot.param)},
+                               {"scene", ToJson(snapshot.scene)}}));
     return list;
 }
 
