@@ -52,7 +52,7 @@ Result Device::TakeSnapshot(Service& service, const Sender& sender, Argument<"va
         result = CheckText(described.path, "path", name);
     if (result != kOk)
         return result;
-    snapshots_.push_back({jobs_.snapshots + 1, timeline_->Now(), sender, value2, value3, param,
+    snapshots_.push_back({jobs_.snapshots + 1, sender, value2, value3, param,
                           SceneOf(service, *service.outputs.Find(described.voPort))});
     ++jobs_.snapshots;
     if (snapshots_.size() > kMost)

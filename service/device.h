@@ -2,8 +2,8 @@
 #pragma once
 
 #include "service/device_description.h"
+#include "service/request.h"
 #include "service/scene.h"
-#include "service/timeline.h"
 
 #include <deque>
 #include <optional>
@@ -12,8 +12,8 @@ namespace vesk::service {
 
 class Device {
 public:
-    Device(Notifications& notifications, const DeviceDescription& device, const Timeline& timeline)
-        : notifications_(&notifications), device_(&device), timeline_(&timeline)
+    Device(Notifications& notifications, const DeviceDescription& device)
+        : notifications_(&notifications), device_(&device)
     {
     }
 
@@ -28,7 +28,6 @@ public:
 
     struct Snapshot {
         uint32_t number; ///< From 1.
-        uint64_t timeMs; ///< Of the model.
         Sender owner;
         uint64_t value2;
         uint64_t value3;
@@ -61,7 +60,6 @@ public:
 private:
     Notifications* notifications_;
     const DeviceDescription* device_;
-    const Timeline* timeline_;
     Jobs jobs_;
     std::deque<Snapshot> snapshots_;
 };

@@ -38,7 +38,7 @@ Result Service::Reset()
     // What needs memory comes first: without it, nothing has changed.
     Inputs describedInputs(notifications_, described_);
     Outputs describedOutputs(notifications_, described_, inputs, codecs);
-    Device describedDevice(notifications_, described_, timeline);
+    Device describedDevice(notifications_, described_);
     Counters noCounts;
     inputs = std::move(describedInputs);
     outputs = std::move(describedOutputs);

@@ -76,7 +76,7 @@ public:
     Overlays overlays{described_};
     Queues queues{described_.limits};
     LostQueues lostQueues{*this};
-    Device device{notifications_, described_, timeline};
+    Device device{notifications_, described_};
     Cables cables{*this};
     Links links{*this, notifications_};
     Counters counters;

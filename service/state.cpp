@@ -409,7 +409,7 @@ ordered_json Document::DescribeSnapshots()
     for (const Device::Snapshot& snapshot : service_.device.Snapshots())
         list.push_back(Object({{"number", snapshot.number},
                                {"owner", Owner(snapshot.owner)},
-                               {"timeMs", snapshot.timeMs},
+                               {"timeMs", snapshot.scene.atMs},
                                {"value2", snapshot.value2},
                                {"value3", snapshot.value3},
                                {"param", FieldsOf<VESK_VIDEO_MSG_GET_SNAPSHOT>(snapshot.param)},

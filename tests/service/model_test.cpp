@@ -1,10 +1,7 @@
 // The virtual service's model, family by family: what it keeps, notifies and refuses, and how much it
 // carries.
 #include "decoder/identity.h"
-#include "service/clients.h"
-#include "service/codecs.h"
-#include "service/device.h"
-#include "service/device_file.h"
+#include "service/service.h"
 #include "service/service_fixture.h"
 #include "service/uvc.h"
 #include "service/watchers.h"
@@ -213,7 +210,7 @@ FORKED_TEST(Stepped, ChannelsAreDescribedAndCountedFieldByField)
                 status.queId=% status.state=9 [1]: stmNo=4002 status.width=16 status.height=16
             DECODER_GET_CHR_STATISTICS 4001 = starts=2 stops=1 changes=1
             DECODER_GET_CHR_STATISTICS 4002 = changes=1)",
-         Number(VeskVideoBuffCreateQueue), Number(VeskVideoBuffCreateQueue));
+        Number(VeskVideoBuffCreateQueue), Number(VeskVideoBuffCreateQueue));
     for (const std::string bad : {"w=15", "h=15", "w=3841", "h=2161", "codecType=2", "codecType=-1"})
         Play("SET_DEC_PARAM 4001 w=16 h=16 " + bad + " !VALUE");
     for (const std::string bad :
@@ -559,18 +556,16 @@ constexpr HostProcess kDead = 1; // in an empty runtime directory
 
 FORKED_TEST(Application, TheLastSixteenSnapshotsAndTheLastWallpaperAreKept)
 {
-    vesk::service::Notifications notifications;
-    const vesk::service::DeviceDescription described = vesk::service::DefaultDevice();
-    vesk::service::Timeline timeline({.isStep = true});
-    vesk::service::Device device(notifications, described, timeline);
+    vesk::service::Service service({"VIDEO", "VCTL"}, vesk::service::DefaultDevice(), {.isStep = true});
+    vesk::service::Device& device = service.device;
     VeskControlTime time{};
     for (uint32_t i = 1; i <= 17; ++i) {
-        timeline.Move(5, &time);
-        EXPECT_EQ(device.TakeSnapshot({"app", "", kDead}, 7, 8, {.taskId = i}), 0U);
+        service.timeline.Move(5, &time);
+        EXPECT_EQ(device.TakeSnapshot(service, {"app", "", kDead}, 7, 8, {.taskId = i}), 0U);
     }
     ASSERT_EQ(device.Snapshots().size(), 16U);
     const auto& first = device.Snapshots().front();
-    EXPECT_EQ(std::tuple(first.number, first.timeMs, first.value3, first.value2, first.param.taskId),
+    EXPECT_EQ(std::tuple(first.number, first.scene.atMs, first.value3, first.value2, first.param.taskId),
               std::tuple(2U, 10U, 7U, 8U, 2U));
     for (const uint32_t start : {uint32_t{'a'}, uint32_t{0}}) {
         device.SetWallpaper({}, {{start, 9}});

@@ -175,8 +175,9 @@ void ConnectLayers(Graph& graph, const ordered_json& scene, const ordered_json& 
             graph.Connect(shown, node, "", isLive);
         } else if (layer.at("source") != "filter window") {
             if (layer.at("source") == "wallpaper" || layer.at("source") == "default image") {
-                graph.Add(OwnerText(engine), shown + " of " + name, "", {layer.value("name", "")}, isLive);
-                shown += " of " + name + ' ';
+                graph.Add("", shown + " of output", scene.at("voPort").dump(),
+                          {layer.at("file").get<std::string>()}, isLive);
+                shown += " of output " + scene["voPort"].dump();
             }
             graph.Connect(shown, name, "", isLive);
         }

@@ -25,6 +25,17 @@ std::string RectText(const ordered_json& rect)
     return SizeText(rect) + " at " + rect.at("x").dump() + ',' + rect.at("y").dump();
 }
 
+/// Where its picture comes from.
+std::string ContentText(const ordered_json& layer)
+{
+    std::string text;
+    for (const char* member : {"name", "application", "file"}) {
+        if (layer.contains(member))
+            text += (text.empty() ? "" : ", ") + layer[member].get<std::string>();
+    }
+    return text;
+}
+
 /// Which part of the source is seen, and how.
 std::string PartText(const ordered_json& layer)
 {
@@ -55,7 +66,7 @@ void PrintScene(const ordered_json& scene)
     PrintLine(line);
     Table table;
     for (const ordered_json& layer : scene.at("layers"))
-        table.Add({LayerText(layer), layer.value("name", ""), layer.at("showing").get<std::string>(),
+        table.Add({LayerText(layer), ContentText(layer), layer.at("showing").get<std::string>(),
                    RectText(layer.at("rect")), PartText(layer)});
     table.Print("  ");
 }
