@@ -1,7 +1,6 @@
 // The displays, the output engines that drive them, and what they show.
 #include "service/outputs.h"
 
-#include "service/log.h"
 #include "service/record_check.h"
 
 #include <algorithm>
@@ -97,14 +96,6 @@ Result Outputs::AddFilterWindows(Argument<"filterParam"> filterParam,
     constexpr size_t kMost = 1024;
     if (filterWindows_.size() + windows.size() > kMost)
         return VESK_SERVICE_ERR_ROOM;
-    for (const VeskVideoFilterWindow& window : windows) {
-        const auto free = std::bit_cast<VeskServiceFilterWindow>(window);
-        if (free.width == 0 || free.height == 0) {
-            LOG(kError, "filter window %d refused: it is %ux%u", static_cast<int>(&window - windows.data()),
-                free.width, free.height);
-            return VESK_SERVICE_ERR_VALUE;
-        }
-    }
     filterWindows_.reserve(filterWindows_.size() + windows.size()); // all are added or none
     for (const VeskVideoFilterWindow& window : windows)
         filterWindows_.push_back({filterParam, window});

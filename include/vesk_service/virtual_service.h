@@ -194,8 +194,8 @@ VESK_VIDEO_ASSERT_OFFSET(VeskServiceOverlay, picture, 316);
 typedef struct VeskServiceFilterWindow {
     uint16_t x;      /**< To the right of the left edge. */
     uint16_t y;      /**< Below the upper edge. */
-    uint16_t width;  /**< At least 1. */
-    uint16_t height; /**< At least 1. */
+    uint16_t width;  /**< If a side is 0, it leaves nothing free. */
+    uint16_t height; /**< Likewise. */
 } VeskServiceFilterWindow;
 VESK_VIDEO_ASSERT_SIZE(VeskServiceFilterWindow, sizeof(VeskVideoFilterWindow));
 
