@@ -209,18 +209,22 @@ VESK_VIDEO_ASSERT_SIZE(VeskServicePoint, sizeof(VeskVideoLocalMouseParam));
 /* The layout of a VeskVideoMouseArea is a VeskServiceRect, in the pixels of the decoder's picture. */
 VESK_VIDEO_ASSERT_SIZE(VeskServiceRect, sizeof(VeskVideoMouseArea));
 
-/** Start of a VeskVideoEptzParams; the rest is kept, without effect. */
+/** Layout of a VeskVideoEptzParams. */
 typedef struct VeskServiceEptz {
-    VeskServiceRect crop; /**< The part of the captured picture that the port delivers, in its pixels. */
+    VeskServiceRect crop;  /**< The part of the captured picture that the port delivers, in its pixels. */
+    uint8_t reserved[772]; /**< Kept, without effect. */
 } VeskServiceEptz;
+VESK_VIDEO_ASSERT_SIZE(VeskServiceEptz, sizeof(VeskVideoEptzParams));
 
-/** Start of a VeskVideoPtzfParams; the rest is kept, without effect. */
+/** Layout of a VeskVideoPtzfParams. */
 typedef struct VeskServicePtzf {
-    int32_t pan;   /**< Steps to the right, added to those of camera commands. */
-    int32_t tilt;  /**< Steps up, likewise. */
-    uint32_t zoom; /**< Per cent, from 100 to 10000; 0 stands for 100. */
-    int32_t focus; /**< Kept, without effect. */
+    int32_t pan;           /**< Steps to the right, added to those of camera commands. */
+    int32_t tilt;          /**< Steps up, likewise. */
+    uint32_t zoom;         /**< Per cent, from 100 to 10000; 0 stands for 100. */
+    int32_t focus;         /**< Kept, without effect. */
+    uint8_t reserved[312]; /**< Likewise. */
 } VeskServicePtzf;
+VESK_VIDEO_ASSERT_SIZE(VeskServicePtzf, sizeof(VeskVideoPtzfParams));
 
 /** Layout of a VeskVideoAppInParam: a picture that the application captures. */
 typedef struct VeskServiceAppIn {

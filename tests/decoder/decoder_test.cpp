@@ -125,9 +125,9 @@ TEST(Decoder, Lines)
         {kAnswer, 10, "queHandle=32", "OK queHandle=0x20"},
         {kAnswer, 20, "result=BUSY", "BUSY (0x204)"},
         {kAnswer, 20, "result=0x1234", "0x1234"},
-        {kNotification, 106, "viPort=-1 portName=HDMI-OUT-1 serviceData=01",
+        {kNotification, 106, "viPort=-1 portName=HDMI-OUT-1 decStmNo=1",
          "106 DISPLAY_FIRST_FRAME viPort=-1 portName=\"HDMI-OUT-1\" isDec=0 surfaceId=0 "
-         "serviceData=01000000"},
+         "decStmNo=1"},
         {kNotification, 5, "encStmNo=5000000000", "5 IFREAME_REQUEST encStmNo=5000000000"},
         {kRequest, 39, "encStmNo=1 lossRate=0.1", "SET_ENC_FEC_PARAM encStmNo=1 lossRate=0.1 constLostNum=0"},
         {kRequest, 147, "inEngNo=1 cmdType=CAM_LEFT", "CAMERA_CONTROL inEngNo=1 cmdType=1(CAM_LEFT)"},
@@ -138,15 +138,19 @@ TEST(Decoder, Lines)
          "seed=0"},
         {kRequest, 161, "resultCode=-1 projectionData=255",
          "SET_ANDROID_MMEDIA_PROJECTION resultCode=-1 projectionData=0xff"},
-        {kRequest, 144, "filterParam=1 [1].serviceData=01",
-         "SET_FILTER_WINDOW filterParam=1 windowCount=2 [0]=0 [1].serviceData=0100000000000000"},
-        {kRequest, 157, "overlayChn=1 value=1,2 flag0=25 serviceData=ff(00*20)01",
-         "SET_OVERLAY_PARAM overlayChn=1 flag0=25 flag1=0 flag2=0 value=1,2,0*6 "
-         "serviceData=ff(00*20)01(00*1022)"},
+        {kRequest, 144, "filterParam=1 [1].height=1",
+         "SET_FILTER_WINDOW filterParam=1 windowCount=2 [0]=0 [1].x=0 [1].y=0 [1].width=0 [1].height=1"},
+        {kRequest, 157, "overlayChn=1 window.y=-2 flag0=25 reserved=ff(00*20)01",
+         "SET_OVERLAY_PARAM overlayChn=1 flag0=25 flag1=0 flag2=0 window.x=0 window.y=-2 window.width=0 "
+         "window.height=0 layer=0 opacity=0 display=0 showMode=0 reserved=ff(00*20)01(00*258) picture=\"\""},
         {kRequest, 25, "outEngNo=1 picNum=1 subPics[24].winHandle=4660",
-         "SET_VO_SRC outEngNo=1 picNum=1 subPic[0..23]=0 subPic[24].decFlag=0 subPic[24].inputId=0 "
+         "SET_VO_SRC outEngNo=1 picNum=1 subPic[0..23]=0 subPic[24].window.x=0 subPic[24].window.y=0 "
+         "subPic[24].window.width=0 subPic[24].window.height=0 subPic[24].layer=0 subPic[24].opacity=0 "
+         "subPic[24].decFlag=0 subPic[24].inputId=0 "
          "subPic[24].sufaceFlag=0 subPic[24].winHandle=0x1234 subPic[24].colorSpace=0 subPic[24].mirror=0 "
-         "subPic[24].showMode=0 subPic[24].basWidth=0 subPic[24].basHeight=0"},
+         "subPic[24].showMode=0 subPic[24].basWidth=0 subPic[24].basHeight=0 subPic[24].crop.x=0 "
+         "subPic[24].crop.y=0 "
+         "subPic[24].crop.width=0 subPic[24].crop.height=0"},
     };
     for (const auto& row : kRows) {
         const Bytes data = Virtual().Encode(row.direction, row.number, Assignments(row.fields));
@@ -166,6 +170,7 @@ TEST(Decoder, RefusedValues)
         uint32_t number;
         const char* fields;
         const char* error;
+        vesk::decoder::Direction direction = kRequest;
     } kRows[] = {
         {27, "", "VO_START: outEngNo is missing; expected a number from 0 to 4294967295"},
         {27, "outEngNo=-1", "outEngNo=-1: expected a number from 0 to 4294967295"},
@@ -177,30 +182,30 @@ TEST(Decoder, RefusedValues)
         {152, "inEngNo=1 eptzMoveSpeed=-2147483649",
          "eptzMoveSpeed=-2147483649: expected a number from -2147483648 to 2147483647"},
         {157, "overlayChn=1 flag0=256", "flag0=256: expected a number from 0 to 255"},
-        {157, "overlayChn=1 value=1,2,3,4,5,6,7,8,9", "value=1,2,3,4,5,6,7,8,9: expected at most 8 numbers"},
-        {157, "overlayChn=1 value[8]=1", "value[8]: expected an index from 0 to 7"},
-        {157, "overlayChn=1 serviceData=0", "serviceData='0': expected bytes of two hexadecimal digits"},
-        {157, "overlayChn=1 serviceData=(00*1045)",
-         "serviceData=(00*1045): expected at most 1044 bytes, not 1045"},
-        {157, "overlayChn=1 serviceData=(00*9999999)",
-         "serviceData='*9999999)': expected a repetition such as (00*16)"},
+        {98, "codec[0].profiles=1,2,3,4,5,6,7", "codec[0].profiles=1,2,3,4,5,6,7: expected at most 6 numbers",
+         kAnswer},
+        {98, "codec[0].profiles[6]=1", "codec[0].profiles[6]: expected an index from 0 to 5", kAnswer},
+        {157, "overlayChn=1 reserved=0", "reserved='0': expected bytes of two hexadecimal digits"},
+        {157, "overlayChn=1 reserved=(00*281)", "reserved=(00*281): expected at most 280 bytes, not 281"},
+        {157, "overlayChn=1 reserved=(00*9999999)",
+         "reserved='*9999999)': expected a repetition such as (00*16)"},
         {25, "outEngNo=1 subPic=1", "subPic is an array of 25; expected an index, as in subPic[0]"},
-        {25, "outEngNo=1 subPic[0]=1", "subPic[0] is a VeskVideoSubPicParam; expected one of its fields"},
+        {25, "outEngNo=1 subPic[0]=1", "subPic[0] is a VeskServiceSubPic; expected one of its fields"},
         {25, "outEngNo=1 picNum.x=1", "picNum.x: picNum has no fields"},
         {25, "outEngNo=1 subPic[0].input=1",
-         "subPic[0].input: VeskVideoSubPicParam has no field 'input'; nearest: inputId"},
+         "subPic[0].input: VeskServiceSubPic has no field 'input'; nearest: inputId"},
         {39, "encStmNo=1 lossRate=much", "lossRate=much: expected a number such as 0.25"},
         {0, "procName=12345678901234567",
          "procName=12345678901234567: expected a text of at most 16 characters"},
         {88, "", "ADVANCE_QUE_CLIENT_INIT: text is missing; expected a text of at most 63 characters"},
-        {144, "filterParam=1 windowCount=1 [1].serviceData=01",
+        {144, "filterParam=1 windowCount=1 [1].x=1",
          "windowCount=1: expected at least 2, the number of entries"},
         {144, "filterParam=1 windowCount=4000000", "SET_FILTER_WINDOW: expected at most 524285 entries"},
         {1, "data=00", "EXIT has no field 'data'; it has none"},
         {999, "", "there is no message 999"},
     };
     for (const auto& row : kRows)
-        EXPECT_EQ(ErrorOf([&] { Virtual().Encode(kRequest, row.number, Assignments(row.fields)); }),
+        EXPECT_EQ(ErrorOf([&] { Virtual().Encode(row.direction, row.number, Assignments(row.fields)); }),
                   row.error);
     for (const char* document : {"5", R"({"outEngNo":null})"})
         EXPECT_NE(ErrorOf([&] { AssignmentsOf(document, ""); }), "no error");

@@ -202,7 +202,7 @@ FORKED_TEST(Stepped, FaultsChangeAnswers)
 // A request that is answered late, closed or not at all is served at once; one with another result is not.
 FORKED_TEST(Stepped, NotificationsKeepTheirPlaceAfterALateAnswer)
 {
-    Play("OPEN_VO_PORT 0 = 2001");
+    Play("OPEN_VO_PORT 0 = 2001; SET_DEFAULT_IMAGE 0 0 text=/image");
     const uint32_t refused = Add(Rule("VO_CLOSE result 0"));
     Play("VO_CLOSE 2001; VO_START 2001");
     Play("CONTROL_FAULT_CLEAR #", refused);

@@ -275,7 +275,7 @@ FORKED_TEST(VideoService, AResetLeavesTheDescribedDeviceAndItsClients)
         Play(things);
         Play(
             R"(SET_PRESET 1001 isValid=1 presetId=5; VI_START 1001; SET_DISPLAY_MODE displayMode=2 fps=24
-            SET_DEFAULT_IMAGE 0 0 text=/image; SET_SR_ENABLE 1; SET_FILTER_WINDOW 7 1 [0]: serviceData[0]=1
+            SET_DEFAULT_IMAGE 0 0 text=/image; SET_SR_ENABLE 1; SET_FILTER_WINDOW 7 1 [0]: x=1
             VI_DISABLE 1; CONTROL_PLUG 0 1 width=640 height=480 fr=30; CONTROL_UNPLUG 1 0
             INIT_ANDROID_OBJECTS 1 0; CONTROL_RESET; ON VIDEO_DIE; ON VIDEO_ACTIVATE; VI_START 1001 !NUMBER
             SET_LOOP_START 5001 1 !NUMBER; ENABLE_OVERLAY_PARAM 7 1 !NUMBER; DESTROY_QUEUE # !NUMBER
