@@ -613,8 +613,9 @@ FORKED_TEST(Stepped, AWatcherSeesEveryMessageOrHowManyItLost)
 
 // Of an application that ends, nothing is left, and of the others everything, also while the time stands
 // still.
-FORKED_TEST(Stepped, WhatADeadApplicationHadIsFreeAtOnce)
+FORKED_TEST(Application, WhatADeadOneHadIsFreeAtOnce)
 {
+    const Child service = StartService("--step");
     const auto state = [] { return Steer(VESK_CONTROL_STATE).Payload(); };
     const auto use = [](const std::string& port) {
         const uint32_t queue = Number(VeskVideoBuffCreateQueue);
