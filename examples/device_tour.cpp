@@ -230,7 +230,7 @@ void ComposePicture(uint32_t port, uint32_t queue, uint32_t input, uint32_t deco
     source.subPic[1].winHandle = 99;
     Step("VeskVideoVoSetSrc", VeskVideoVoSetSrc(engine, &source));
     VeskVideoDisplayInfo mode{};
-    mode.displayMode = 2;
+    mode.displayMode = VESK_SERVICE_DISPLAY_EACH;
     mode.fps = 60;
     Step("VeskVideoVoSetDisplayMode", VeskVideoVoSetDisplayMode(&mode));
     Step("VeskVideoVoSetDefaultImage", VeskVideoVoSetDefaultImage(port, 0, "/media/default.png"));
@@ -247,7 +247,7 @@ void ComposePicture(uint32_t port, uint32_t queue, uint32_t input, uint32_t deco
     Step("VeskVideoGetVoPort", VeskVideoGetVoPort(outputs.data(), port + 1));
     const auto described = As<VeskServiceVoPort>(outputs[port]);
     Expect(described.outEngNo == engine && described.xOffset == 16 && described.yOffset == -9 &&
-               described.queHandle == queue && described.pictures == 1 && described.displayMode == 2 &&
+               described.queHandle == queue && described.pictures == 1 && described.displayFps == 60 &&
                described.srEnabled == 1 && std::string(described.defaultImage) == "/media/default.png",
            "the output's description says all that was set");
     Step("VeskVideoVoStop", VeskVideoVoStop(engine));

@@ -103,9 +103,13 @@ Row InputRow(const ordered_json& port)
 
 Row OutputRow(const ordered_json& port)
 {
-    return PortRow(
-        port,
-        Details().Add("default image ", port, "defaultImage").Add("image parameter ", port, "imageParam2"));
+    const ordered_json& scene = port.at("scene");
+    Details details;
+    if (scene.at("outEngNo") != 0)
+        details.Add(scene.at("showing").get<std::string>() + " with " +
+                    std::to_string(scene.at("layers").size()) + " layers");
+    details.Add("default image ", port, "defaultImage").Add("image parameter ", port, "imageParam2");
+    return PortRow(port, details);
 }
 
 Row InputEngineRow(const ordered_json& engine)
