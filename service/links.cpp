@@ -25,7 +25,7 @@ std::vector<Links::Link> Links::Now() const
             continue;
         const Scene scene = SceneOf(service_, display);
         for (const Layer& layer : scene.layers) {
-            if (scene.showing != Showing::kLive || !layer.IsPicture() || !layer.Appears())
+            if (!layer.IsPicture() || !layer.Appears())
                 continue;
             Link link{engine->owner.procName, {}};
             const bool isInput = layer.source == Layer::Source::kInput;

@@ -98,6 +98,10 @@ Scene Composer::Compose()
     AddOverlays();
     AddLocalPointers();
     FindCovered();
+    for (Layer& layer : scene_.layers) {
+        if (scene_.showing != Showing::kLive && layer.Appears())
+            layer.showing = scene_.showing;
+    }
     return std::move(scene_);
 }
 

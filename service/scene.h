@@ -59,7 +59,7 @@ struct Scene {
     uint64_t atMs = 0;     ///< Time of the device.
     uint32_t outEngNo = 0; ///< Engine that drives the display, 0 for none.
     Showing showing = Showing::kLive;
-    std::vector<Layer> layers; ///< From back to front; nothing of them is seen unless the scene is live.
+    std::vector<Layer> layers; ///< From back to front; none appears unless the scene is live.
 };
 
 class Service;

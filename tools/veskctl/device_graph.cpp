@@ -156,10 +156,9 @@ void ConnectInputs(Graph& graph, const ordered_json& engines)
 void ConnectLayers(Graph& graph, const ordered_json& scene, const ordered_json& engine)
 {
     const std::string name = kOutputEngines.NameIn(engine);
-    const bool isShown = scene.at("showing") == "live";
     for (const ordered_json& layer : scene.at("layers")) {
         const auto showing = layer.at("showing").get<std::string>();
-        const bool isLive = isShown && showing == "live";
+        const bool isLive = showing == "live";
         std::string shown = LayerText(layer);
         if (layer.contains("subPic")) {
             const std::string picture = "picture of " + name;
