@@ -13,10 +13,10 @@ using ServeFunction = Result (*)(Service&, const Request&, Bytes& answer);
 
 struct Row {
     uint32_t number;
+    bool isQuery; ///< Nothing that a display shows changes by it.
     messages::Form payload;
     messages::Form answer;
     ServeFunction serve;
-    bool isQuery; ///< Nothing that a display shows changes by it.
 };
 
 /// The row of a request number, or null.

@@ -249,9 +249,9 @@ consteval auto RowOf()
                   "the list gives this request a payload, which the function does not take");
     static_assert(std::is_same_v<Answer, Nothing> || (std::is_same_v<Parameters, Answer*> || ...),
                   "the list gives this request an answer, which the function does not give");
-    return Row{request, messages::RequestTypes<request>::Payload::kForm,
+    return Row{request, IsQuery(request), messages::RequestTypes<request>::Payload::kForm,
                messages::RequestTypes<request>::Answer::kForm,
-               &Serve<request, Place, function, Parameters...>, IsQuery(request)};
+               &Serve<request, Place, function, Parameters...>};
 }
 template <uint32_t request, class Place, auto function, class Object, class... Parameters>
 consteval auto RowOf(Result (Object::*)(Parameters...))

@@ -40,7 +40,7 @@ public:
     Composer(Service& service, const Display& display)
         : service_(service), display_(display), engine_(service.outputs.EngineOf(display)),
           mode_(service.outputs.DisplayInfo().displayMode),
-          composed_(mode_ == VESK_SERVICE_DISPLAY_CLONE ? *service.outputs.Find(0) : display)
+          composed_(mode_ == VESK_SERVICE_DISPLAY_CLONE ? service.outputs.All().front() : display)
     {
     }
 
