@@ -27,29 +27,29 @@ struct Extent {
     }
 };
 
-// Rectangles come from clients: their edges are bounded so that no product of two lengths overflows.
-Extent Bounded(int64_t from, int64_t length)
+// Rectangles come from clients: their edges are bounded so that a length fits into its field, and no product
+// of two lengths overflows.
+Extent Bounded(const Extent& extent)
 {
-    constexpr int64_t kMost = int64_t{1} << 30;
-    return Extent{from, from + length}.Within({-kMost, kMost});
+    constexpr int64_t kMost = (int64_t{1} << 30) - 1;
+    return extent.Within({-kMost, kMost});
 }
 
 Extent Across(const VeskServiceRect& rect)
 {
-    return Bounded(rect.x, rect.width);
+    return Bounded({rect.x, int64_t{rect.x} + rect.width});
 }
 
 Extent Down(const VeskServiceRect& rect)
 {
-    return Bounded(rect.y, rect.height);
+    return Bounded({rect.y, int64_t{rect.y} + rect.height});
 }
 
 VeskServiceRect RectOf(const Extent& across, const Extent& down)
 {
-    const auto narrow = [](int64_t value) {
-        return static_cast<int32_t>(std::clamp<int64_t>(value, INT32_MIN, INT32_MAX));
-    };
-    return {narrow(across.from), narrow(down.from), narrow(across.Length()), narrow(down.Length())};
+    const Extent x = Bounded(across), y = Bounded(down);
+    return {static_cast<int32_t>(x.from), static_cast<int32_t>(y.from), static_cast<int32_t>(x.Length()),
+            static_cast<int32_t>(y.Length())};
 }
 
 /// value * by / of, rounded; @p of is positive.
@@ -59,15 +59,16 @@ int64_t Share(int64_t value, int64_t by, int64_t of)
     return (product >= 0 ? product + of / 2 : product - of / 2) / of;
 }
 
-/// The part of @p source that @p clipped shows when @p whole shows all of it.
+/// The part of @p source that @p clipped shows when @p whole shows all of it: at least a pixel.
 Extent PartOf(const Extent& source, const Extent& whole, const Extent& clipped, bool isMirrored)
 {
-    if (whole.Length() <= 0 || clipped.Length() <= 0)
+    if (source.Length() <= 0 || whole.Length() <= 0 || clipped.Length() <= 0)
         return {source.from, source.from};
     const int64_t before = isMirrored ? whole.to - clipped.to : clipped.from - whole.from;
-    const int64_t from = source.from + Share(before, source.Length(), whole.Length());
-    const int64_t length = Share(clipped.Length(), source.Length(), whole.Length());
-    return Extent{from, from + std::max<int64_t>(length, 1)}.Within(source);
+    const int64_t length = std::max<int64_t>(Share(clipped.Length(), source.Length(), whole.Length()), 1);
+    const int64_t from =
+        std::min(source.from + Share(before, source.Length(), whole.Length()), source.to - length);
+    return {from, from + length};
 }
 
 /// Adapts what a window shows of a picture, and where, to the picture's proportions.
@@ -125,6 +126,15 @@ VeskServiceRect Crop(const VeskServiceRect& crop, const VeskServiceRect& whole)
                   Down(crop).Moved(whole.y).Within(Down(whole)));
 }
 
+VeskServiceRect PartOf(const VeskServiceRect& source, const VeskServiceRect& whole,
+                       const VeskServiceRect& clipped, uint32_t mirror)
+{
+    return RectOf(
+        PartOf(Across(source), Across(whole), Across(clipped),
+               (mirror & VESK_SERVICE_MIRROR_HORIZONTALLY) != 0),
+        PartOf(Down(source), Down(whole), Down(clipped), (mirror & VESK_SERVICE_MIRROR_VERTICALLY) != 0));
+}
+
 VeskServiceRect Shifted(const VeskServiceRect& rect, int32_t right, int32_t down)
 {
     return RectOf(Across(rect).Moved(right), Down(rect).Moved(down));
@@ -138,6 +148,8 @@ VeskServiceRect Scaled(const VeskServiceRect& rect, Size from, Size to)
 VeskServiceRect Mapped(const VeskServiceRect& rect, Size from, const VeskServiceRect& to)
 {
     const auto map = [](const Extent& extent, int64_t length, const Extent& place) {
+        if (length == 0)
+            return Extent{place.from, place.from};
         return Extent{Share(extent.from, place.Length(), length), Share(extent.to, place.Length(), length)}
             .Moved(place.from);
     };
@@ -162,6 +174,8 @@ VeskServiceRect CameraView(Size size, const VeskServiceEptz& eptz, const VeskSer
     constexpr uint32_t kWhole = 100; // per cent
     const VeskServiceRect whole = RectOf(size);
     const VeskServiceRect cut = Crop(eptz.crop, whole);
+    if (IsEmpty(cut))
+        return cut;
     const auto view = [zoom = std::max(ptzf.zoom, kWhole)](const Extent& part, const Extent& all,
                                                            int64_t steps) {
         return Moved(part.Middle(std::max<int64_t>(Share(part.Length(), kWhole, zoom), 1)), all, steps);
@@ -176,14 +190,12 @@ Placement Place(const VeskServiceRect& part, const VeskServiceRect& window, uint
     Extent windows[] = {Across(window), Down(window)};
     Extent parts[] = {Across(part), Down(part)};
     const bool isSized = !IsEmpty(part);
-    if (isSized && !IsEmpty(window))
+    if (isSized && windows[0].Length() > 0 && windows[1].Length() > 0)
         Adapt(showMode, windows, parts);
     const Extent rects[] = {windows[0].Within(Across(bounds)), windows[1].Within(Down(bounds))};
     Placement placement{RectOf(windows[0], windows[1]), RectOf(rects[0], rects[1]), {}};
     if (isSized)
-        placement.part =
-            RectOf(PartOf(parts[0], windows[0], rects[0], (mirror & VESK_SERVICE_MIRROR_HORIZONTALLY) != 0),
-                   PartOf(parts[1], windows[1], rects[1], (mirror & VESK_SERVICE_MIRROR_VERTICALLY) != 0));
+        placement.part = PartOf(RectOf(parts[0], parts[1]), placement.window, placement.rect, mirror);
     return placement;
 }
 

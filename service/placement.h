@@ -40,20 +40,25 @@ VeskServiceRect RectOf(Size);
 /// A rectangle within @p whole, where it stands for all of it if its sides are 0. Clipped.
 VeskServiceRect Crop(const VeskServiceRect& crop, const VeskServiceRect& whole);
 
+/// The part of @p source that @p clipped shows when @p whole shows all of it: at least a pixel, unless one of
+/// them has no sides.
+VeskServiceRect PartOf(const VeskServiceRect& source, const VeskServiceRect& whole,
+                       const VeskServiceRect& clipped, uint32_t mirror);
+
 /// A rectangle that counts in @p from, in @p to.
 VeskServiceRect Scaled(const VeskServiceRect& rect, Size from, Size to);
 
 /// A rectangle moved to the right and down.
 VeskServiceRect Shifted(const VeskServiceRect& rect, int32_t right, int32_t down);
 
-/// A rectangle that counts in @p from, at its place in @p to.
+/// A rectangle that counts in @p from, at its place in @p to; without sides if @p from is unknown.
 VeskServiceRect Mapped(const VeskServiceRect& rect, Size from, const VeskServiceRect& to);
 
 /// The cell of a grid that @p cells share.
 VeskServiceRect Cell(uint32_t cell, uint32_t cells, Size canvas);
 
 /// The part of a picture of @p size that a camera delivers: @p eptz of it, enlarged by @p ptzf, and moved by
-/// @p camera. A move by VESK_SERVICE_CAM_STEPS ends at the edge.
+/// @p camera. A move by VESK_SERVICE_CAM_STEPS ends at the edge. Without sides if @p eptz leaves nothing.
 VeskServiceRect CameraView(Size size, const VeskServiceEptz& eptz, const VeskServicePtzf& ptzf,
                            const VeskServiceCameraState& camera);
 

@@ -40,7 +40,8 @@ public:
     Composer(Service& service, const Display& display)
         : service_(service), display_(display), engine_(service.outputs.EngineOf(display)),
           mode_(service.outputs.DisplayInfo().displayMode),
-          composed_(mode_ == VESK_SERVICE_DISPLAY_CLONE ? service.outputs.All().front() : display)
+          composed_(mode_ == VESK_SERVICE_DISPLAY_CLONE ? service.outputs.All().front() : display),
+          grid_(SizeOf(composed_.mode))
     {
     }
 
@@ -67,6 +68,7 @@ private:
     const OutputEngine* engine_;
     uint32_t mode_;
     const Display& composed_; // whose layers are shown
+    Size grid_;               // in which they are placed
     Scene scene_;
 };
 
@@ -116,11 +118,13 @@ void Composer::Add(Layer& layer, const VeskServiceRect& part, const VeskServiceR
     scene_.layers.push_back(std::move(layer));
 }
 
-/// Adds a layer of the display, which the engine shifts as a whole.
+/// Adds a layer of the display, which the engine shifts as a whole; a copy of another display has its own
+/// size.
 void Composer::Add(Layer& layer, const VeskServiceRect& part, const VeskServiceRect& window)
 {
+    const VeskServiceRect scaled = Scaled(window, grid_, scene_.canvas);
     const VeskVideoScreenOffset offset = engine_ != nullptr ? engine_->offset : VeskVideoScreenOffset{};
-    Add(layer, part, Shifted(window, offset.xOffset, offset.yOffset), RectOf(scene_.canvas));
+    Add(layer, part, Shifted(scaled, offset.xOffset, offset.yOffset), RectOf(scene_.canvas));
 }
 
 /// Adds an image behind all layers so far.
@@ -129,7 +133,7 @@ void Composer::AddBehind(Layer::Source source, const std::string& path, uint32_t
     if (path.empty())
         return;
     Layer layer{.source = source, .file = path, .showMode = showMode};
-    Add(layer, {}, RectOf(scene_.canvas));
+    Add(layer, {}, RectOf(grid_));
     std::rotate(scene_.layers.begin(), scene_.layers.end() - 1, scene_.layers.end());
 }
 
@@ -150,9 +154,9 @@ void Composer::AddPictures()
         const VeskServiceSubPic& picture = pictures[i];
         const Size grid{picture.basWidth, picture.basHeight};
         if (IsWhole(picture.window))
-            windows[i] = Cell(cell++, cells, scene_.canvas);
+            windows[i] = Cell(cell++, cells, grid_);
         else
-            windows[i] = grid.IsKnown() ? Scaled(picture.window, grid, scene_.canvas) : picture.window;
+            windows[i] = grid.IsKnown() ? Scaled(picture.window, grid, grid_) : picture.window;
     }
     std::sort(order.begin(), order.begin() + count, [&](uint32_t a, uint32_t b) {
         return std::pair(pictures[a].layer, a) < std::pair(pictures[b].layer, b);
@@ -198,7 +202,8 @@ void Composer::AddInput(Layer& layer, const VeskServiceSubPic& picture, const Ve
         // The picture keeps its size, whatever part of it the camera delivers.
         const VeskServiceRect view = CameraView(layer.size, ViewOf<VeskServiceEptz>(port.eptz),
                                                 ViewOf<VeskServicePtzf>(port.ptzf), port.camera);
-        part = Mapped(Crop(picture.crop, RectOf(layer.size)), layer.size, view);
+        const VeskServiceRect whole = RectOf(layer.size);
+        part = PartOf(view, whole, Crop(picture.crop, whole), 0);
     }
     Add(layer, part, window);
 }
@@ -267,7 +272,7 @@ void Composer::AddOverlays()
                     .file = std::string(TextIn(overlay.picture)),
                     .showMode = overlay.showMode,
                     .opacity = OpacityOf(overlay.opacity)};
-        Add(layer, {}, IsWhole(overlay.window) ? RectOf(scene_.canvas) : overlay.window);
+        Add(layer, {}, IsWhole(overlay.window) ? RectOf(grid_) : overlay.window);
     }
 }
 
@@ -289,7 +294,8 @@ void Composer::AddLocalPointers()
     }
 }
 
-// Overlays and pointers may be transparent: they hide nothing, and nothing hides them.
+// Overlays and pointers may be transparent: they hide nothing, and nothing hides them, but for pointers that
+// lie in a picture.
 void Composer::FindCovered()
 {
     const auto hides = [](const Layer& layer) {
@@ -298,8 +304,9 @@ void Composer::FindCovered()
     };
     auto& layers = scene_.layers;
     for (auto layer = layers.begin(); layer != layers.end(); ++layer) {
-        const bool canBeHidden = layer->source < Layer::Source::kFilterWindow && layer->Appears();
-        if (canBeHidden && std::any_of(layer + 1, layers.end(), [&](const Layer& front) {
+        const bool canBeHidden =
+            layer->source < Layer::Source::kFilterWindow || layer->source == Layer::Source::kRemotePointer;
+        if (canBeHidden && layer->Appears() && std::any_of(layer + 1, layers.end(), [&](const Layer& front) {
                 return hides(front) && Contains(front.place.rect, layer->place.rect);
             }))
             layer->showing = Showing::kCovered;

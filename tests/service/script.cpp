@@ -143,6 +143,17 @@ void PlayStatement(const std::string& statement)
 
 } // namespace
 
+std::pair<uint32_t, Bytes> RequestOf(const std::string& statement)
+{
+    std::istringstream words(statement);
+    std::string word;
+    words >> word;
+    Written request{Direction::kRequest, RequestNamed(word).number};
+    while (words >> word)
+        request.Add(word);
+    return {request.number, request.Block()};
+}
+
 void Play(std::string script, uint32_t index, uint32_t number)
 {
     for (size_t at = 0; (at = script.find_first_of("#%\n", at)) != script.npos;) {

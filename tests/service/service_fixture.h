@@ -105,6 +105,9 @@ uint32_t Number(Function function, Arguments... arguments)
  */
 void Play(std::string script, uint32_t index = 0, uint32_t number = 0);
 
+/// The number and data block of the request that a statement writes.
+std::pair<uint32_t, std::vector<std::byte>> RequestOf(const std::string& statement);
+
 /// An application; the services that it talks to are the test's.
 struct Application {
     RuntimeDir directory;

@@ -31,7 +31,7 @@ printf '%s\n' 'device state' 'expect NUMBER' 'device fault clear 77' | J run
 J trace --summary -- vesk-device-tour > /dev/null
 veskctl trace -o tour -- vesk-device-tour > /dev/null && J decode tour --all --peer unknown; J decode tour --summary
 J replay tour
-veskctl run $SCENE > scene 2>&1 & until_ready grep DEC_DELETE scene && J device state
+veskctl run $SCENE > scene 2>&1 & until_ready grep DEC_DELETE scene && J device state; J device scene
 J device fault add VO_START result BUSY; J device fault list; J device fault clear
 J device notify 208; J device time; J device unplug input 0; J device plug input 0; J device mode input 0 640x480@30
 printf '[[step]]\nat = 0\ndo = "fault clear"\n' > scenario && J device scenario scenario; J device reset
