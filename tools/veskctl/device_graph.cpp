@@ -163,7 +163,8 @@ void ConnectLayers(Graph& graph, const ordered_json& scene, const ordered_json& 
         if (layer.contains("subPic")) {
             const std::string picture = "picture of " + name;
             const std::string number = layer["subPic"].dump();
-            const std::string node = picture + ' ' + number;
+            std::string node = picture;
+            node += ' ' + number;
             if (layer.at("source") != "remote pointer") {
                 graph.Add(OwnerText(engine), picture, number,
                           {layer.contains("winHandle") ? "window " + layer["winHandle"].dump() : "",
