@@ -80,9 +80,11 @@ Result Device::SetAnnotation(const Sender& sender, Argument<"value1"> value1, Ar
     return kOk;
 }
 
-// The path is an address in the client's memory.
-Result Device::VerifyImage(const VeskVideoVerifyImageReq&)
+// The path is an address in the client's memory. What was asked for is kept nevertheless, to be seen.
+Result Device::VerifyImage(const Sender& sender, Argument<"filePath"> filePath,
+                           const VeskVideoVerifyImageReq& param)
 {
+    jobs_.verification = Verification{sender, filePath, param};
     return VESK_SERVICE_ERR_UNREACHABLE;
 }
 

@@ -24,7 +24,7 @@ public:
                         const VeskVideoSnapshotParam&);
     Result SetWallpaper(const Sender&, const VeskVideoWallpaperParam&);
     Result SetAnnotation(const Sender&, Argument<"value1">, Argument<"value2">, Argument<"status">);
-    Result VerifyImage(const VeskVideoVerifyImageReq&);
+    Result VerifyImage(const Sender&, Argument<"filePath">, const VeskVideoVerifyImageReq&);
 
     struct Snapshot {
         uint32_t number; ///< From 1.
@@ -40,6 +40,11 @@ public:
         uint64_t value2;
         uint64_t status;
     };
+    struct Verification {
+        Sender owner;
+        uint64_t filePath;
+        VeskVideoVerifyImageReq param;
+    };
 
     /// What has been done and set.
     struct Jobs {
@@ -51,6 +56,7 @@ public:
         uint64_t projectionResult = 0;
         uint64_t projectionData = 0;
         std::optional<Annotation> annotation{};
+        std::optional<Verification> verification{}; ///< Asked for, and refused.
     };
     const Jobs& Done() const { return jobs_; }
 

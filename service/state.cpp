@@ -333,6 +333,8 @@ ordered_json Document::DescribeLoops()
         entry["encNo"] = loop.param.encNo;
         entry["decNo"] = loop.param.decNo;
         entry["mode"] = loop.param.mode;
+        if (loop.param.reserved != 0)
+            entry["reserved"] = loop.param.reserved;
     });
 }
 
@@ -400,6 +402,11 @@ ordered_json Document::DescribeJobs()
                                       {"value1", jobs.annotation->value1},
                                       {"value2", jobs.annotation->value2},
                                       {"status", jobs.annotation->status}});
+    if (jobs.verification)
+        entry["verification"] =
+            Object({{"owner", Owner(jobs.verification->owner)},
+                    {"filePath", jobs.verification->filePath},
+                    {"param", FieldsOf<VESK_VIDEO_MSG_VERYFY_IMAGE>(jobs.verification->param)}});
     return entry;
 }
 
