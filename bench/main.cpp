@@ -32,8 +32,9 @@ struct RuntimeDir {
 void PrintTables(bool quick, bool asJson, bool withSystemCalls)
 {
     const RuntimeDir directory;
-    std::vector<Table (*)(bool)> makers{CallTable, DistantCallTable,  LargeCallTable, ThreadTable,
-                                        OwedTable, NotificationTable, OwnShareTable};
+    std::vector<Table (*)(bool)> makers{CallTable,     DistantCallTable, LargeCallTable,
+                                        ThreadTable,   OwedTable,        NotificationTable,
+                                        OwnShareTable, SceneTable,       SceneAskedTable};
     if (withSystemCalls)
         makers.push_back(SystemCallTable);
     std::vector<Table> tables;

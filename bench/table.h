@@ -45,5 +45,9 @@ Table OwnShareTable(bool quick);
 /// What that process prints.
 Table MeasureOwnShare(bool quick);
 Table SystemCallTable(bool quick);
+/// What the scene of a full display costs the virtual service.
+Table SceneTable(bool quick);
+/// And the other clients of the service.
+Table SceneAskedTable(bool quick);
 
 } // namespace vesk::bench
