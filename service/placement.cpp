@@ -189,8 +189,11 @@ Placement Place(const VeskServiceRect& part, const VeskServiceRect& window, uint
 {
     Extent windows[] = {Across(window), Down(window)};
     Extent parts[] = {Across(part), Down(part)};
-    const bool isSized = !IsEmpty(part);
-    if (isSized && windows[0].Length() > 0 && windows[1].Length() > 0)
+    const auto hasSides = [](const auto& extents) {
+        return extents[0].Length() > 0 && extents[1].Length() > 0;
+    };
+    const bool isSized = hasSides(parts);
+    if (isSized && hasSides(windows))
         Adapt(showMode, windows, parts);
     const Extent rects[] = {windows[0].Within(Across(bounds)), windows[1].Within(Down(bounds))};
     Placement placement{RectOf(windows[0], windows[1]), RectOf(rects[0], rects[1]), {}};
