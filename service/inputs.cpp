@@ -4,6 +4,7 @@
 #include "base/error.h"
 #include "service/log.h"
 #include "service/picture_file.h"
+#include "service/record_check.h"
 
 #include <algorithm>
 #include <bit>
@@ -189,22 +190,16 @@ Result Inputs::GetBoundary(Engine& engine, VeskVideoBoundaryState* boundary)
 
 Result Inputs::SetEptz(Port& port, const VeskVideoEptzParams& params)
 {
-    VeskServiceEptz eptz{};
-    std::memcpy(&eptz, &params, sizeof eptz);
-    const VeskServiceRect& crop = eptz.crop;
-    if (crop.width < 0 || crop.height < 0 || (crop.width == 0) != (crop.height == 0)) {
-        LOG(kError, "port %u: a crop of %d x %d pixels is refused; expected at least 1 x 1, or 0 x 0",
-            port.number, crop.width, crop.height);
-        return VESK_SERVICE_ERR_VALUE;
-    }
+    const auto crop = std::bit_cast<VeskServiceEptz>(params).crop;
+    if (const Result result = CheckRect(crop, "crop", "port " + std::to_string(port.number)); result != kOk)
+        return result;
     port.eptz = params;
     return kOk;
 }
 
 Result Inputs::SetPtzf(Port& port, const VeskVideoPtzfParams& params)
 {
-    VeskServicePtzf ptzf{};
-    std::memcpy(&ptzf, &params, sizeof ptzf);
+    const auto ptzf = std::bit_cast<VeskServicePtzf>(params);
     if (ptzf.zoom != 0 && (ptzf.zoom < kMinZoom || ptzf.zoom > kMaxZoom)) {
         LOG(kError, "port %u: a zoom of %u %% is refused; expected %u to %u", port.number, ptzf.zoom,
             kMinZoom, kMaxZoom);

@@ -13,7 +13,13 @@ namespace vesk::service {
 
 bool Links::Link::operator==(const Link& other) const
 {
-    return owner == other.owner && std::memcmp(&shown, &other.shown, sizeof shown) == 0;
+    return owner.process == other.owner.process && owner.procName == other.owner.procName &&
+           std::memcmp(&shown, &other.shown, sizeof shown) == 0;
+}
+
+bool Links::IsKnown(const Sender& owner) const
+{
+    return service_.clients.ProcessOf(owner.procName) == owner.process;
 }
 
 std::vector<Links::Link> Links::Now() const
@@ -21,13 +27,14 @@ std::vector<Links::Link> Links::Now() const
     std::vector<Link> links;
     for (const Display& display : service_.outputs.All()) {
         const OutputEngine* engine = service_.outputs.EngineOf(display);
-        if (engine == nullptr || !engine->IsRunning())
+        // A process that is not known by the name of its engine's owner hears nothing.
+        if (engine == nullptr || !engine->IsRunning() || !IsKnown(engine->owner))
             continue;
-        const Scene scene = SceneOf(service_, display);
+        const Scene scene = PicturesOf(service_, display);
         for (const Layer& layer : scene.layers) {
             if (!layer.IsPicture() || !layer.Appears())
                 continue;
-            Link link{engine->owner.procName, {}};
+            Link link{engine->owner, {}};
             const bool isInput = layer.source == Layer::Source::kInput;
             link.shown.viPort = layer.viPort;
             link.shown.isDec = layer.source == Layer::Source::kDecoder ? 1 : 0;
@@ -47,8 +54,8 @@ try {
     const auto notify = [this](uint32_t notifyId, const std::vector<Link>& some,
                                const std::vector<Link>& others) {
         for (const Link& link : some) {
-            if (std::find(others.begin(), others.end(), link) == others.end())
-                notifications_.Add(link.owner, notifyId, BytesOf(link.shown));
+            if (IsKnown(link.owner) && std::find(others.begin(), others.end(), link) == others.end())
+                notifications_.Add(link.owner.procName, notifyId, BytesOf(link.shown));
         }
     };
     notify(VESK_VIDEO_ON_DISPLAY_DESTROY_LINK_NOTIFY, links_, links);

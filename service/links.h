@@ -17,7 +17,7 @@ public:
     }
 
     /// Notifies the sources that have come to a display, or gone from one, since the last call: the owner of
-    /// the engine that drives it. If there is no memory for that, the next call does.
+    /// the engine that drives it. Without memory to find them, the next call does.
     void Notify();
 
     /// Forgets what the displays have shown: nothing of it is notified as gone.
@@ -26,12 +26,13 @@ public:
 private:
     /// A source that a display shows, and the client that is told.
     struct Link {
-        std::string owner;
+        Sender owner;
         VeskServiceDisplayLink shown{};
 
         bool operator==(const Link&) const;
     };
     std::vector<Link> Now() const;
+    bool IsKnown(const Sender& owner) const;
 
     Service& service_;
     Notifications& notifications_;

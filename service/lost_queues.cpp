@@ -4,10 +4,12 @@
 #include "service/log.h"
 #include "service/service.h"
 
+#include <exception>
+
 namespace vesk::service {
 
 void LostQueues::Look()
-{
+try {
     std::set<Loss> losses;
     const auto look = [&](const char* kind, auto& users, auto queue) {
         for (const auto& [number, user] : users.All()) {
@@ -27,6 +29,8 @@ void LostQueues::Look()
     look("mouse stream", service_.mice.remote, &RemoteMouse::queId);
     look("local mouse", service_.mice.local, &LocalMouse::queId);
     known_ = std::move(losses);
+} catch (const std::exception& error) {
+    LOG(kError, "queues that are gone are not looked for: %s", error.what());
 }
 
 } // namespace vesk::service

@@ -36,12 +36,19 @@ Result Mice::OpenRemote(const Sender& sender, Argument<"openParam"> openParam, u
     return result;
 }
 
+void Mice::NoteGone()
+{
+    for (auto& [number, mouse] : remote.All())
+        mouse.isDecoderGone |= mouse.decStmNo != 0 && codecs_->decoders.Find(mouse.decStmNo) == nullptr;
+}
+
 Result Mice::Connect(RemoteMouse& mouse, Argument<"decStmNo"> decStmNo)
 {
     const DecoderChannel* decoder = codecs_->decoders.Find(decStmNo);
     if (decoder == nullptr)
         return VESK_SERVICE_ERR_NUMBER;
     mouse.decStmNo = decoder->number;
+    mouse.isDecoderGone = false;
     return kOk;
 }
 

@@ -8,6 +8,7 @@ namespace vesk::service {
 struct RemoteMouse : Startable {
     uint32_t queId = 0;
     uint32_t decStmNo = 0;
+    bool isDecoderGone = false; ///< Another one that gets the number is not it.
     uint32_t openParam = 0;
     VeskVideoMouseArea area{};
 
@@ -36,6 +37,9 @@ public:
     Numbered<LocalMouse> local;
 
     Result OpenRemote(const Sender&, Argument<"openParam">, uint32_t* mouseStmNo);
+    /// Notes which decoders are gone.
+    void NoteGone();
+
     Result Connect(RemoteMouse&, Argument<"decStmNo">);
 
 private:

@@ -46,15 +46,29 @@ VeskVideoVoPortInfo Outputs::Describe(const Display& display, const Engine* engi
     return std::bit_cast<VeskVideoVoPortInfo>(described);
 }
 
+bool Outputs::IsThere(const VeskVideoSubPicParam& picture) const
+{
+    return picture.decFlag != 0 ? codecs_->decoders.Find(picture.inputId) != nullptr
+                                : inputs_->engines.Find(picture.inputId) != nullptr;
+}
+
+void Outputs::NoteGone()
+{
+    for (auto& [number, engine] : engines.All()) {
+        for (const VeskVideoSubPicParam& picture : std::span(engine.source.subPic, engine.source.picNum)) {
+            if (!IsThere(picture))
+                engine.gone.emplace(picture.decFlag != 0, picture.inputId);
+        }
+    }
+}
+
 // Every picture must come from an existing input engine or decoder.
 Result Outputs::SetSource(Engine& engine, const VeskVideoVoMultiPicParam& source)
 {
     if (source.picNum > VESK_VIDEO_MAX_SUBPIC_NUM)
         return VESK_SERVICE_ERR_VALUE;
     for (const VeskVideoSubPicParam& picture : std::span(source.subPic, source.picNum)) {
-        const bool isThere = picture.decFlag != 0 ? codecs_->decoders.Find(picture.inputId) != nullptr
-                                                  : inputs_->engines.Find(picture.inputId) != nullptr;
-        if (!isThere)
+        if (!IsThere(picture))
             return VESK_SERVICE_ERR_NUMBER;
         const auto view = std::bit_cast<VeskServiceSubPic>(picture);
         const std::string owner = "picture " + std::to_string(&picture - source.subPic) +
@@ -66,6 +80,7 @@ Result Outputs::SetSource(Engine& engine, const VeskVideoVoMultiPicParam& source
         }
     }
     engine.source = source;
+    engine.gone.clear();
     return kOk;
 }
 

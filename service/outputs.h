@@ -4,6 +4,8 @@
 #include "service/codecs.h"
 #include "service/inputs.h"
 
+#include <set>
+
 namespace vesk::service {
 
 struct Display : DescribedPort<PortDescription> {
@@ -16,12 +18,22 @@ struct OutputEngine : PortEngine<OutputEngine, Display> {
     VeskVideoScreenOffset offset{};
     VeskVideoVoMultiPicParam source{};
     uint32_t queHandle = 0;
+    std::set<std::pair<bool, uint32_t>>
+        gone; ///< Sources that are gone: whether it was a decoder, its number.
+
+    bool IsGone(const VeskVideoSubPicParam& picture) const
+    {
+        return gone.count({picture.decFlag != 0, picture.inputId}) != 0;
+    }
 };
 
 class Outputs : public Ports<OutputEngine, VeskVideoVoPortInfo, VeskVideoVoPortPlugState,
                              VESK_VIDEO_ON_VO_PORT_PLUG_STATE_NOTIFY> {
 public:
     Outputs(Notifications& notifications, const DeviceDescription& device, Inputs& inputs, Codecs& codecs);
+
+    /// Notes which sources of pictures are gone: another one that gets the number is none of them.
+    void NoteGone();
 
     Result SetSource(Engine&, const VeskVideoVoMultiPicParam&);
     Result SetDisplayMode(const VeskVideoDisplayInfo&);
@@ -40,6 +52,7 @@ public:
     bool IsSrEnabled() const { return isSrEnabled_; }
 
 private:
+    bool IsThere(const VeskVideoSubPicParam& picture) const;
     void NotifyPicture(const std::string& procName, const Display&) override;
     VeskVideoVoPortInfo Describe(const Display&, const Engine*) const override;
 

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 #include <array>
-#include <iterator>
+#include <bit>
 
 namespace vesk::service {
 
@@ -13,16 +13,6 @@ namespace {
 
 constexpr int32_t kPointerSize = 32;    // pixels
 constexpr uint32_t kWholeOpacity = 100; // per cent
-
-/// A record's layout as the service's own of the same size, or its start.
-template <class View, class Record>
-View ViewOf(const Record& record)
-{
-    static_assert(sizeof(View) <= sizeof(Record));
-    View view;
-    std::memcpy(&view, &record, sizeof view);
-    return view;
-}
 
 Size SizeOf(const VeskControlMode& mode)
 {
@@ -37,8 +27,9 @@ uint32_t OpacityOf(uint32_t set)
 /// Composes the scene of a display.
 class Composer {
 public:
-    Composer(Service& service, const Display& display)
-        : service_(service), display_(display), engine_(service.outputs.EngineOf(display)),
+    /// @param isAll  False: with the pictures alone.
+    Composer(Service& service, const Display& display, bool isAll)
+        : isAll_(isAll), service_(service), display_(display), engine_(service.outputs.EngineOf(display)),
           mode_(service.outputs.DisplayInfo().displayMode),
           composed_(mode_ == VESK_SERVICE_DISPLAY_CLONE ? service.outputs.All().front() : display),
           grid_(SizeOf(composed_.mode))
@@ -51,7 +42,8 @@ private:
     Showing Show() const;
     void AddBehind(Layer::Source, const std::string& path, uint32_t showMode);
     void AddPictures();
-    void AddPicture(uint32_t index, const VeskServiceSubPic&, const VeskServiceRect& arranged);
+    void AddOthers();
+    void AddPicture(uint32_t index, const VeskServiceSubPic&, const VeskServiceRect& arranged, bool isGone);
     void AddInput(Layer&, const VeskServiceSubPic&, const VeskServiceRect& window);
     void AddDecoder(Layer&, const VeskServiceSubPic&, const VeskServiceRect& window);
     void AddFilterWindows();
@@ -63,6 +55,7 @@ private:
     void Add(Layer&, const VeskServiceRect& part, const VeskServiceRect& window);
     void FindCovered();
 
+    bool isAll_;
     Service& service_;
     const Display& display_;
     const OutputEngine* engine_;
@@ -94,17 +87,24 @@ Scene Composer::Compose()
                                    [](const Layer& layer) { return layer.IsPicture() && layer.Appears(); });
     if (!isAny)
         AddBehind(Layer::Source::kDefaultImage, composed_.defaultImage, VESK_SERVICE_STRETCH);
-    const auto wallpaper = ViewOf<VeskServiceWallpaper>(service_.device.Done().wallpaper);
-    AddBehind(Layer::Source::kWallpaper, std::string(TextIn(wallpaper.path)), wallpaper.showMode);
-    AddFilterWindows();
-    AddOverlays();
-    AddLocalPointers();
-    FindCovered();
+    if (isAll_)
+        AddOthers();
     for (Layer& layer : scene_.layers) {
         if (scene_.showing != Showing::kLive && layer.Appears())
             layer.showing = scene_.showing;
     }
     return std::move(scene_);
+}
+
+/// What is behind the pictures and in front of them.
+void Composer::AddOthers()
+{
+    const auto wallpaper = std::bit_cast<VeskServiceWallpaper>(service_.device.Done().wallpaper);
+    AddBehind(Layer::Source::kWallpaper, std::string(TextIn(wallpaper.path)), wallpaper.showMode);
+    AddFilterWindows();
+    AddOverlays();
+    AddLocalPointers();
+    FindCovered();
 }
 
 /// Adds a layer whose window lies within @p bounds; one of which nothing is seen says so.
@@ -146,7 +146,7 @@ void Composer::AddPictures()
     uint32_t cells = 0, cell = 0;
     for (uint32_t i = 0; i < count; ++i) {
         order[i] = i;
-        pictures[i] = ViewOf<VeskServiceSubPic>(engine->source.subPic[i]);
+        pictures[i] = std::bit_cast<VeskServiceSubPic>(engine->source.subPic[i]);
         cells += IsWhole(pictures[i].window) ? 1 : 0;
     }
     std::array<VeskServiceRect, VESK_VIDEO_MAX_SUBPIC_NUM> windows;
@@ -163,10 +163,12 @@ void Composer::AddPictures()
     });
     scene_.layers.reserve(count + 8);
     for (uint32_t i = 0; i < count; ++i)
-        AddPicture(order[i], pictures[order[i]], windows[order[i]]);
+        AddPicture(order[i], pictures[order[i]], windows[order[i]],
+                   engine->IsGone(engine->source.subPic[order[i]]));
 }
 
-void Composer::AddPicture(uint32_t index, const VeskServiceSubPic& picture, const VeskServiceRect& window)
+void Composer::AddPicture(uint32_t index, const VeskServiceSubPic& picture, const VeskServiceRect& window,
+                          bool isGone)
 {
     Layer layer{.source = picture.decFlag != 0 ? Layer::Source::kDecoder : Layer::Source::kInput,
                 .number = picture.inputId,
@@ -175,10 +177,14 @@ void Composer::AddPicture(uint32_t index, const VeskServiceSubPic& picture, cons
                 .showMode = picture.showMode,
                 .mirror = picture.mirror,
                 .opacity = OpacityOf(picture.opacity)};
-    if (picture.decFlag != 0)
+    if (isGone) { // what has its number now is another one
+        layer.showing = Showing::kClosed;
+        Add(layer, {}, window);
+    } else if (picture.decFlag != 0) {
         AddDecoder(layer, picture, window);
-    else
+    } else {
         AddInput(layer, picture, window);
+    }
 }
 
 void Composer::AddInput(Layer& layer, const VeskServiceSubPic& picture, const VeskServiceRect& window)
@@ -195,13 +201,15 @@ void Composer::AddInput(Layer& layer, const VeskServiceSubPic& picture, const Ve
         layer.viPort = static_cast<int32_t>(port.number);
         layer.name = port.name;
         if (engine->IsAppCapture())
-            layer.application = TextIn(ViewOf<VeskServiceAppIn>(engine->appInParam).name);
+            layer.application = TextIn(std::bit_cast<VeskServiceAppIn>(engine->appInParam).name);
         else
             layer.file = port.virtualSource;
         layer.size = SizeOf(engine->Picture());
         // The picture keeps its size, whatever part of it the camera delivers.
-        const VeskServiceRect view = CameraView(layer.size, ViewOf<VeskServiceEptz>(port.eptz),
-                                                ViewOf<VeskServicePtzf>(port.ptzf), port.camera);
+        const VeskServiceRect view = engine->IsAppCapture()
+                                         ? RectOf(layer.size)
+                                         : CameraView(layer.size, std::bit_cast<VeskServiceEptz>(port.eptz),
+                                                      std::bit_cast<VeskServicePtzf>(port.ptzf), port.camera);
         const VeskServiceRect whole = RectOf(layer.size);
         part = PartOf(view, whole, Crop(picture.crop, whole), 0);
     }
@@ -218,7 +226,8 @@ void Composer::AddDecoder(Layer& layer, const VeskServiceSubPic& picture, const 
         part = Crop(picture.crop, RectOf(layer.size));
     }
     Add(layer, part, window);
-    AddRemotePointers(scene_.layers.back());
+    if (isAll_)
+        AddRemotePointers(scene_.layers.back());
 }
 
 // They lie in the picture, and are seen where it is.
@@ -226,7 +235,7 @@ void Composer::AddRemotePointers(const Layer& shown)
 {
     const Layer picture = shown; // which moves when layers are added
     for (const auto& [number, mouse] : service_.mice.remote.All()) {
-        if (mouse.decStmNo != picture.number)
+        if (mouse.decStmNo != picture.number || mouse.isDecoderGone || picture.showing == Showing::kClosed)
             continue;
         Layer pointer{.source = Layer::Source::kRemotePointer,
                       .showing = mouse.isStarted ? picture.showing : Showing::kStopped,
@@ -234,7 +243,7 @@ void Composer::AddRemotePointers(const Layer& shown)
                       .subPic = picture.subPic,
                       .winHandle = picture.winHandle,
                       .opacity = picture.opacity};
-        auto area = ViewOf<VeskServiceRect>(mouse.area);
+        auto area = std::bit_cast<VeskServiceRect>(mouse.area);
         if (IsWhole(area)) {
             const VeskServiceRect whole = RectOf(picture.size);
             area = {whole.width / 2, whole.height / 2, kPointerSize, kPointerSize};
@@ -247,7 +256,7 @@ void Composer::AddFilterWindows()
 {
     uint32_t number = 0;
     for (const auto& [filterParam, window] : service_.outputs.FilterWindows()) {
-        const auto free = ViewOf<VeskServiceFilterWindow>(window);
+        const auto free = std::bit_cast<VeskServiceFilterWindow>(window);
         Layer layer{.source = Layer::Source::kFilterWindow, .number = number++};
         if (filterParam == composed_.number)
             Add(layer, {}, {free.x, free.y, free.width, free.height});
@@ -258,14 +267,14 @@ void Composer::AddOverlays()
 {
     std::vector<std::pair<int32_t, const OverlayChannel*>> channels; // in the order of their numbers
     for (const auto& [number, channel] : service_.overlays.channels.All()) {
-        const auto overlay = ViewOf<VeskServiceOverlay>(channel.param);
+        const auto overlay = std::bit_cast<VeskServiceOverlay>(channel.param);
         if (channel.hasParam && overlay.display == composed_.number)
             channels.emplace_back(overlay.layer, &channel);
     }
     std::stable_sort(channels.begin(), channels.end(),
                      [](const auto& a, const auto& b) { return a.first < b.first; });
     for (const auto& [order, channel] : channels) {
-        const auto overlay = ViewOf<VeskServiceOverlay>(channel->param);
+        const auto overlay = std::bit_cast<VeskServiceOverlay>(channel->param);
         Layer layer{.source = Layer::Source::kOverlay,
                     .showing = channel->isEnabled ? Showing::kLive : Showing::kDisabled,
                     .number = channel->number,
@@ -284,7 +293,7 @@ void Composer::AddLocalPointers()
             mouse.isIndependent ? nullptr : service_.outputs.engines.Find(mouse.attachId);
         if (composed_.number != (attached != nullptr ? attached->port->number : 0))
             continue;
-        const auto point = ViewOf<VeskServicePoint>(mouse.param);
+        const auto point = std::bit_cast<VeskServicePoint>(mouse.param);
         Layer layer{.source = Layer::Source::kLocalPointer,
                     .showing = !mouse.isStarted ? Showing::kStopped
                                : mouse.isShown  ? Showing::kLive
@@ -325,7 +334,12 @@ const char* WordOf(Layer::Source source)
 
 Scene SceneOf(Service& service, const Display& display)
 {
-    return Composer(service, display).Compose();
+    return Composer(service, display, true).Compose();
+}
+
+Scene PicturesOf(Service& service, const Display& display)
+{
+    return Composer(service, display, false).Compose();
 }
 
 } // namespace vesk::service

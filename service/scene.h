@@ -5,7 +5,6 @@
 #include "service/showing.h"
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -67,5 +66,8 @@ struct Display;
 
 /// What a display shows now.
 Scene SceneOf(Service&, const Display&);
+
+/// The same with pictures alone, of which it is not said which are covered.
+Scene PicturesOf(Service&, const Display&);
 
 } // namespace vesk::service

@@ -74,8 +74,10 @@ ordered_json ToJson(const Layer& layer)
     entry["showing"] = WordOf(layer.showing);
     if (layer.showing == Showing::kFrozen)
         entry["frozenAtMs"] = layer.frozenAtMs;
-    entry["window"] = ToJson(layer.place.window);
     entry["rect"] = ToJson(layer.place.rect);
+    if (layer.source == Layer::Source::kFilterWindow)
+        return entry;
+    entry["window"] = ToJson(layer.place.window);
     if (layer.size.IsKnown()) {
         entry["width"] = layer.size.width;
         entry["height"] = layer.size.height;

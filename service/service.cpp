@@ -82,6 +82,8 @@ Result Service::Serve(uint32_t number, const Sender& sender, std::span<const std
 void Service::Changed()
 {
     codecs.Settle();
+    outputs.NoteGone();
+    mice.NoteGone();
     links.Notify();
 }
 
@@ -92,9 +94,9 @@ void Service::Ended(HostProcess process)
     timeline.RunDue();
     clients.Forget(process);
     watchers.Forget(process);
-    timeline.RunAll(process); // its answers fail; what else waits for them is sent
     Release(process);
     Changed();
+    timeline.RunAll(process); // its answers fail; what else waits for them is sent
     NotifyEach(notifications_.TakeAll());
 }
 

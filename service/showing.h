@@ -8,7 +8,7 @@ namespace vesk::service {
 enum class Showing {
     kLive,
     kFrozen,    ///< It is seen, but its time stands still.
-    kCovered,   ///< Others in front hide all of it.
+    kCovered,   ///< One in front of it hides all of it.
     kOutside,   ///< No part of it lies on the display, or nothing of the source is left after cropping.
     kClosed,    ///< Its engine or channel does not exist any more; of a display: it has no engine.
     kDisabled,  ///< It is switched off or hidden; of a display also: by the display mode.

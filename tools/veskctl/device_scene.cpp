@@ -45,6 +45,8 @@ std::string PartText(const ordered_json& layer)
         const bool isWhole = SizeText(layer["part"]) == SizeText(layer);
         add((isWhole ? "all" : RectText(layer["part"])) + " of " + SizeText(layer));
     }
+    if (layer.at("source") == "filter window")
+        return text;
     if (const auto mode = layer.at("showMode").get<std::string>(); mode != "stretch")
         add(mode);
     if (const auto mirror = layer.at("mirror").get<std::string>(); mirror != "none")
@@ -82,6 +84,8 @@ int RunScene(Settings& settings, uint64_t display)
     ShowState([&] {
         for (const ordered_json& scene : document.at("scenes"))
             PrintScene(scene);
+        if (document.contains("cut"))
+            PrintLine("... and more: there are " + document["cut"].at("scenes").dump() + " displays");
     });
     return kDone;
 }
