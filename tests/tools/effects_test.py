@@ -142,8 +142,10 @@ class Requests:
         payload, arguments = self.forms[request]["payload"], self.forms[request]["arguments"]
         values = {argument["name"]: self.value(request, argument) for argument in arguments}
         given = dict(word.split("=") for word in given) | other
-        if payload["form"] in ("text", "bytes"):
-            values.update({"text": VALUES.get(f"{request} text", "/text")} if payload["form"] == "text" else {"data": "0123456789abcdef"})
+        if payload["form"] == "text":
+            values["text"] = VALUES.get(f"{request} text", "/text")
+        elif payload["form"] == "bytes":
+            values["data"] = "0123456789abcdef"
         elif payload["form"] == "record":
             values.update(self.fields(request, payload["shown"]["fields"]))
         elif payload["form"] == "array":
@@ -261,7 +263,7 @@ class Row:
         return {value, *numbers, value.to_bytes(8, "little").hex()[:8] if isinstance(value, int) else value}
 
     def judge(self):
-        """How many arguments and fields there are, how many of them are seen, and what the page is wrong about."""
+        """How many arguments and fields there are, how many are seen, and what the page is wrong about."""
         sent, wrong = self.sent(), []
         room = {one: {name for name in sent if f"{name}.".startswith(f"{one}.")} for one in self.room}
         sent = {name: values for name, values in sent.items() if name not in set().union(*room.values())}
