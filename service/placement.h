@@ -37,7 +37,7 @@ bool Contains(const VeskServiceRect& outer, const VeskServiceRect& inner);
 
 VeskServiceRect RectOf(Size);
 
-/// A rectangle within @p whole, where it stands for all of it if its sides are 0. Clipped.
+/// A rectangle within @p whole, where it stands for all of it if it is all 0. Clipped.
 VeskServiceRect Crop(const VeskServiceRect& crop, const VeskServiceRect& whole);
 
 /// The part of @p source that @p clipped shows when @p whole shows all of it: at least a pixel, unless one of

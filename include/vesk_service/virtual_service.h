@@ -113,7 +113,7 @@ typedef struct VeskServiceVoPort {
 } VeskServiceVoPort;
 VESK_VIDEO_ASSERT_SIZE(VeskServiceVoPort, sizeof(VeskVideoVoPortInfo));
 
-/** A rectangle; one whose sides are all 0 stands for the whole. */
+/** A rectangle; one that is all 0 stands for the whole. */
 typedef struct VeskServiceRect {
     int32_t x;      /**< To the right of the left edge. */
     int32_t y;      /**< Below the upper edge. */

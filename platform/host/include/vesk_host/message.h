@@ -108,8 +108,8 @@ int HostProcessIsAlive(HostProcess process);
  * have been handled; to be called before the task's loop runs. A process that only closes connections, or
  * whose forked child ends, has not ended. Should another message of it turn up yet, its end is told again.
  *
- * The end is told at once. It is missed only of a process in another namespace, before Linux 6.5, that has
- * had no connection for two seconds.
+ * The end is told at once. It is missed only of a process that has had no connection for two seconds, if it
+ * is in another namespace, before Linux 6.5, or if the receiver had no descriptor left when it connected.
  *
  * @param taskName  A task that is registered.
  * @param ended     Called on the thread that runs the task's loop, between two messages.
