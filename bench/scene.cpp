@@ -172,7 +172,7 @@ Table SceneTable(bool quick)
                 {}};
     if (layers != 25 + 8 + 2)
         Fail("the scene has " + std::to_string(layers) + " layers");
-    for (const auto& [name, which] : {std::pair("scene", 1), {"answer", 2}})
+    for (const auto& [name, which] : {std::pair("scene", size_t{1}), {"answer", 2}})
         table.rows.push_back({name, Rounded(MedianRatio(seconds[which], seconds[0]), 2),
                               Rounded(Median(seconds[which]) / kScenes * 1e6, 1),
                               Rounded(Median(seconds[0]) / kScenes * 1e6, 1)});
