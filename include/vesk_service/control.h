@@ -63,7 +63,7 @@ typedef enum VeskControlNotificationNumber {
 /** Which ports. */
 enum VeskControlDirection { VESK_CONTROL_INPUT = 0, VESK_CONTROL_OUTPUT = 1 };
 
-/** In place of an output port: all of them, for @ref VESK_CONTROL_SCENE. */
+/** In place of an output port: all of them, for VESK_CONTROL_SCENE. */
 #define VESK_CONTROL_EVERY_PORT 0xffffffffU
 
 /** Limits. */

@@ -175,9 +175,9 @@ VESK_VIDEO_ASSERT_OFFSET(VeskServiceSubPic, basWidth, 80);
 
 /** Layout of a VeskVideoOverlayParam. */
 typedef struct VeskServiceOverlay {
-    uint8_t flag0; /**< Kept, without effect, like the next two. */
-    uint8_t flag1;
-    uint8_t flag2;
+    uint8_t flag0; /**< Kept, without effect. */
+    uint8_t flag1; /**< Likewise. */
+    uint8_t flag2; /**< Likewise. */
     uint8_t padding;
     VeskServiceRect window; /**< Where it is shown, in the pixels of the display. */
     int32_t layer;         /**< A higher one lies in front; within a layer, the higher channel number does. */
