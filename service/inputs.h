@@ -65,8 +65,7 @@ struct InputEngine : PortEngine<InputEngine, InputPort> {
     /// True if its picture comes from an application, whatever its port has.
     bool IsAppCapture() const { return appInParam.taskHandle != 0; }
     bool CountsAsPlugged() const { return IsAppCapture() || port->CountsAsPlugged(); }
-    bool HasPicture() const { return IsRunning(); }
-    /// What it delivers, or would if it ran; not 0 while it has a picture.
+    /// What it delivers, or would if it ran; not 0 while it runs.
     const VeskControlMode& Picture() const { return IsAppCapture() ? appMode : port->Mode(); }
 };
 

@@ -206,11 +206,11 @@ void Composer::AddInput(Layer& layer, const VeskServiceSubPic& picture, const Ve
             layer.file = port.virtualSource;
         layer.size = SizeOf(engine->Picture());
         // The picture keeps its size, whatever part of it the camera delivers.
+        const VeskServiceRect whole = RectOf(layer.size);
         const VeskServiceRect view = engine->IsAppCapture()
-                                         ? RectOf(layer.size)
+                                         ? whole
                                          : CameraView(layer.size, std::bit_cast<VeskServiceEptz>(port.eptz),
                                                       std::bit_cast<VeskServicePtzf>(port.ptzf), port.camera);
-        const VeskServiceRect whole = RectOf(layer.size);
         part = PartOf(view, whole, Crop(picture.crop, whole), 0);
     }
     Add(layer, part, window);
@@ -254,12 +254,12 @@ void Composer::AddRemotePointers(const Layer& shown)
 
 void Composer::AddFilterWindows()
 {
-    uint32_t number = 0;
     for (const auto& [filterParam, window] : service_.outputs.FilterWindows()) {
+        if (filterParam != composed_.number)
+            continue;
         const auto free = std::bit_cast<VeskServiceFilterWindow>(window);
-        Layer layer{.source = Layer::Source::kFilterWindow, .number = number++};
-        if (filterParam == composed_.number)
-            Add(layer, {}, {free.x, free.y, free.width, free.height});
+        Layer layer{.source = Layer::Source::kFilterWindow};
+        Add(layer, {}, {free.x, free.y, free.width, free.height});
     }
 }
 

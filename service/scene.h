@@ -24,11 +24,11 @@ struct Layer {
 
     Source source = Source::kInput;
     Showing showing = Showing::kLive;
-    uint32_t number = 0;    ///< Of the engine, channel or stream; of a filter window its place in the list.
-    int32_t viPort = -1;    ///< Of an input that is open.
-    int32_t subPic = -1;    ///< Which of the engine's pictures it is, or lies in.
-    uint64_t winHandle = 0; ///< Of that picture.
-    std::string name{};     ///< The input port's.
+    uint32_t number = 0;       ///< Of the engine, channel or stream.
+    int32_t viPort = -1;       ///< Of an input that is open.
+    int32_t subPic = -1;       ///< Which of the engine's pictures it is, or lies in.
+    uint64_t winHandle = 0;    ///< Of that picture.
+    std::string name{};        ///< The input port's.
     std::string application{}; ///< Name that an application gives to what it captures for the input.
     std::string file{};        ///< Path of an image, or of the file that takes the place of a camera.
     Size size{};               ///< Of the whole source; unknown for images, which are not read, and queues.

@@ -232,7 +232,7 @@ ordered_json Document::DescribeInputEngines()
 {
     return ListOf(service_.inputs.engines, "inEngNo", [this](ordered_json& entry, const InputEngine& engine) {
         entry["viPort"] = engine.port->number;
-        if (engine.HasPicture())
+        if (engine.IsRunning())
             AddMode(entry["picture"], engine.Picture());
         else
             entry["noPicture"] = WordOf(engine.Shows());
