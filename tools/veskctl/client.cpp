@@ -108,7 +108,8 @@ ServiceName ParseService(const std::string& text)
     return service;
 }
 
-Client::Client(const std::string& service, Interrupt interrupt) : service_(ParseService(service))
+Client::Client(const std::string& service, Interrupt interrupt, std::string name)
+    : service_(ParseService(service)), name_(std::move(name))
 {
     if (interrupt == Interrupt::kEndsWait) // before the first thread starts
         HandleInterrupts();
@@ -122,7 +123,7 @@ void Client::Announce(uint32_t timeoutMs)
 {
     VeskVideoMsgHead head{};
     VeskVideoInitInfo info{};
-    PutText(info.procName, OwnProcessName());
+    PutText(info.procName, name_);
     PutText(info.taskName, kOwnTaskName);
     VeskVideoCallbackInfo callback{};
     const auto send = [&](VeskVideoRequest number, const auto& record, const char* name) {
@@ -158,7 +159,7 @@ Client::~Client()
 Outcome Client::Send(uint32_t number, BytesView data, bool isAnswered, uint32_t timeoutMs)
 {
     OsMsgEnvelope envelope =
-        MakeEnvelope(number, {OwnProcessName(), kOwnTaskName}, {service_.process, service_.task}, data);
+        MakeEnvelope(number, {name_, kOwnTaskName}, {service_.process, service_.task}, data);
     envelope.type = isAnswered ? OS_MSG_SYNCHRONOUS : OS_MSG_ASYNCHRONOUS;
     {
         const std::lock_guard guard(TheInbox().lock);

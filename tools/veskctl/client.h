@@ -51,7 +51,8 @@ public:
     enum class Interrupt { kEndsProgram, kEndsWait };
 
     /// @param service  Process and task of the service: "VIDEO/VCTL". @throw Failure if it is not that
-    Client(const std::string& service, Interrupt interrupt);
+    /// @param name     As the service is to know this process; at most 15 characters.
+    Client(const std::string& service, Interrupt interrupt, std::string name = OwnProcessName());
 
     /// Announces this process to the service, as VeskVideoInit and VeskVideoSetCallback do, so that it
     /// receives notifications. @throw Failure
@@ -74,6 +75,7 @@ public:
 
 private:
     ServiceName service_;
+    std::string name_;
     bool isAnnounced_ = false;
 };
 

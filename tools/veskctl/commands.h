@@ -15,6 +15,7 @@ CommandLine DescribeExtcap(Settings& settings);
 
 CommandLine ListCommand(Settings& settings);
 CommandLine DescribeCommand(Settings& settings);
+CommandLine CheckCommand(Settings& settings);
 CommandLine CallCommand(Settings& settings);
 CommandLine RunCommand(Settings& settings);
 CommandLine MonitorCommand(Settings& settings);

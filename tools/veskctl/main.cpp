@@ -46,6 +46,7 @@ CommandLine DescribeTool(Settings& settings)
                 ListCommand(settings),
                 DescribeCommand(settings),
                 CallCommand(settings),
+                CheckCommand(settings),
                 RunCommand(settings),
                 MonitorCommand(settings),
                 WaitCommand(settings),

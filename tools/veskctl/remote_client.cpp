@@ -4,6 +4,7 @@
 #include "vesk_video/messages.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -19,6 +20,7 @@ namespace vesk::ctl {
 struct Packet {
     enum class Kind {
         kSend,    ///< Send a request, of this number and data.
+        kRepeat,  ///< Send it so often.
         kNext,    ///< Wait for a notification.
         kAnswer,  ///< The platform's result, its reason and the answer; or a notification; or the client's
                   ///< name.
@@ -29,7 +31,9 @@ struct Packet {
         Kind kind = Kind::kNothing;
         uint32_t number = 0;
         bool isAnswered = false;
-        int64_t timeMs = 0;
+        int64_t timeMs = 0; ///< To wait.
+        int64_t timeNs = 0; ///< When a notification came, since 1970.
+        uint32_t count = 0;
         double durationMs = 0;
         ExitStatus status = kDone;
         size_t textSize = 0;
@@ -88,14 +92,35 @@ std::optional<Packet> Get(int socket)
     return packet;
 }
 
+/// How long each request took; see RemoteClient::FinishRepeat.
+Bytes Repeat(Client& client, const Packet& question)
+{
+    std::vector<float> durations(question.head.count);
+    for (float& duration : durations) {
+        const Outcome outcome = client.Send(question.head.number, question.data, question.head.isAnswered,
+                                            static_cast<uint32_t>(question.head.timeMs));
+        VeskVideoMsgHead head{};
+        if (outcome.answer.size() >= sizeof head)
+            std::memcpy(&head, outcome.answer.data(), sizeof head);
+        const bool isOk = outcome.platformResult == 0 && head.uwSubMsgID == VESK_VIDEO_OK;
+        duration = isOk ? static_cast<float>(outcome.duration.count()) : -1;
+    }
+    const auto bytes = std::as_bytes(std::span(durations));
+    return {bytes.begin(), bytes.end()};
+}
+
 Packet Answer(Client& client, const Packet& question)
 {
     if (question.head.kind == Kind::kNext) {
         const auto arrived = client.Next(Clock::now() + milliseconds(question.head.timeMs));
         if (!arrived)
             return {{.kind = Kind::kNothing}, "", {}};
-        return {{.kind = Kind::kAnswer, .number = arrived->number}, "", arrived->data};
+        const std::chrono::nanoseconds time = arrived->time.time_since_epoch();
+        return {
+            {.kind = Kind::kAnswer, .number = arrived->number, .timeNs = time.count()}, "", arrived->data};
     }
+    if (question.head.kind == Kind::kRepeat)
+        return {{.kind = Kind::kAnswer}, "", Repeat(client, question)};
     const Outcome outcome = client.Send(question.head.number, question.data, question.head.isAnswered,
                                         static_cast<uint32_t>(question.head.timeMs));
     return {{.kind = Kind::kAnswer, .number = outcome.platformResult, .durationMs = outcome.duration.count()},
@@ -104,13 +129,13 @@ Packet Answer(Client& client, const Packet& question)
 }
 
 /// What the child does: answers questions until there are no more.
-void Serve(int socket, const std::string& service)
+void Serve(int socket, const std::string& service, const std::string& name)
 try {
-    Client client(service, Client::Interrupt::kEndsProgram);
+    Client client(service, Client::Interrupt::kEndsProgram, name);
     bool mayOwn = false; // the service may hold something for this client
-    Put(socket, {{.kind = Kind::kAnswer}, OwnProcessName(), {}});
+    Put(socket, {{.kind = Kind::kAnswer}, name, {}});
     while (const std::optional<Packet> question = Get(socket)) {
-        if (question->head.kind == Kind::kSend)
+        if (question->head.kind != Kind::kNext)
             mayOwn = question->head.number != VESK_VIDEO_MSG_EXIT;
         Put(socket, Answer(client, *question));
     }
@@ -127,7 +152,7 @@ try {
 
 } // namespace
 
-RemoteClient::RemoteClient(const std::string& service)
+RemoteClient::RemoteClient(const std::string& service, const std::string& name)
 {
     int ends[2];
     std::fflush(nullptr);
@@ -135,8 +160,9 @@ RemoteClient::RemoteClient(const std::string& service)
         throw Failure(kFailed, std::string("cannot start a process: ") + std::strerror(errno));
     if (process_ == 0) {
         prctl(PR_SET_PDEATHSIG, SIGTERM);
+        std::signal(SIGINT, SIG_IGN); // it is for the program that directs the clients
         close(ends[0]);
-        Serve(ends[1], service);
+        Serve(ends[1], service, name.empty() ? OwnProcessName() : name);
         std::exit(0);
     }
     close(ends[1]);
@@ -148,7 +174,25 @@ RemoteClient::~RemoteClient()
 {
     shutdown(socket_, SHUT_RDWR); // clients that were started later have this end as well
     close(socket_);
+    if (process_ > 0)
+        waitpid(process_, nullptr, 0);
+}
+
+void RemoteClient::Kill()
+{
+    kill(process_, SIGKILL);
     waitpid(process_, nullptr, 0);
+    process_ = -1;
+}
+
+void RemoteClient::Pause() const
+{
+    kill(process_, SIGSTOP);
+}
+
+void RemoteClient::Resume() const
+{
+    kill(process_, SIGCONT);
 }
 
 Packet RemoteClient::Receive() const
@@ -163,12 +207,42 @@ Packet RemoteClient::Receive() const
 
 Outcome RemoteClient::Send(uint32_t number, BytesView data, bool isAnswered, uint32_t timeoutMs)
 {
+    BeginSend(number, data, isAnswered, timeoutMs);
+    return FinishSend();
+}
+
+void RemoteClient::BeginSend(uint32_t number, BytesView data, bool isAnswered, uint32_t timeoutMs)
+{
     Put(socket_, {{.kind = Kind::kSend, .number = number, .isAnswered = isAnswered, .timeMs = timeoutMs},
                   "",
                   {data.begin(), data.end()}});
+}
+
+Outcome RemoteClient::FinishSend()
+{
     const Packet answer = Receive();
     return {answer.head.number, answer.text, answer.data,
             std::chrono::duration<double, std::milli>(answer.head.durationMs)};
+}
+
+void RemoteClient::BeginRepeat(uint32_t number, BytesView data, bool isAnswered, uint32_t timeoutMs,
+                               uint32_t count)
+{
+    Put(socket_, {{.kind = Kind::kRepeat,
+                   .number = number,
+                   .isAnswered = isAnswered,
+                   .timeMs = timeoutMs,
+                   .count = count},
+                  "",
+                  {data.begin(), data.end()}});
+}
+
+std::vector<float> RemoteClient::FinishRepeat()
+{
+    const Packet answer = Receive();
+    std::vector<float> durations(answer.data.size() / sizeof(float));
+    std::memcpy(durations.data(), answer.data.data(), durations.size() * sizeof(float));
+    return durations;
 }
 
 std::optional<Arrived> RemoteClient::Next(milliseconds longest)
@@ -177,7 +251,9 @@ std::optional<Arrived> RemoteClient::Next(milliseconds longest)
     const Packet answer = Receive();
     if (answer.head.kind == Kind::kNothing)
         return std::nullopt;
-    return Arrived{answer.head.number, answer.data, std::chrono::system_clock::now()};
+    using std::chrono::system_clock;
+    const auto sinceEpoch = std::chrono::nanoseconds(answer.head.timeNs);
+    return Arrived{answer.head.number, answer.data, system_clock::time_point(sinceEpoch)};
 }
 
 } // namespace vesk::ctl

@@ -12,8 +12,8 @@ struct Packet;
 /// A Client in a child process. To be made before this process starts threads.
 class RemoteClient {
 public:
-    /// @throw Failure as Client does
-    explicit RemoteClient(const std::string& service);
+    /// @param name  As the service is to know the child; empty: its own. @throw Failure as Client does
+    explicit RemoteClient(const std::string& service, const std::string& name = "");
 
     /// Tells the service that the client ends, unless its last request has done so, and ends the process.
     ~RemoteClient();
@@ -21,12 +21,28 @@ public:
 
     /// The child's name, as the service knows it.
     const std::string& Name() const { return name_; }
+    pid_t Process() const { return process_; }
 
     /// As Client::Send.
     Outcome Send(uint32_t number, BytesView data, bool isAnswered, uint32_t timeoutMs);
 
+    /// The same in two steps, between which other clients can be directed.
+    void BeginSend(uint32_t number, BytesView data, bool isAnswered, uint32_t timeoutMs);
+    Outcome FinishSend();
+
+    /// The same request many times, one after another. Of each, in milliseconds, how long it took; negative
+    /// if it was not answered with success.
+    void BeginRepeat(uint32_t number, BytesView data, bool isAnswered, uint32_t timeoutMs, uint32_t count);
+    std::vector<float> FinishRepeat();
+
     /// As Client::Next; waits for at most so long.
     std::optional<Arrived> Next(std::chrono::milliseconds longest);
+
+    /// Ends the child as SIGKILL does; afterwards nothing can be asked of it.
+    void Kill();
+    /// Holds the child up, and lets it go on.
+    void Pause() const;
+    void Resume() const;
 
 private:
     /// What the child sends next. @throw Failure, also the child's

@@ -80,7 +80,8 @@ std::span<const Session::Verb> Session::Verbs()
     static constexpr Verb kVerbs[] = {
         {"call",
          "  [call] NAME [FIELD=VALUE ...]      send a request; it must succeed unless something else is "
-         "expected\n",
+         "expected\n"
+         "  [call] NAME --raw HEX ...          with this payload, of any length\n",
          &Session::ExecuteCall, true, Names::kRequest},
         {"", "  $name = NAME [FIELD=VALUE ...]     also keep the number that it answers; $name stands for it "
              "afterwards\n"},
@@ -176,9 +177,15 @@ void Session::ExecuteCall(const WordList& words, const std::string& variable)
     if (words.empty())
         throw Error("call: expected the name of a request");
     std::vector<Assignment> fields;
-    for (size_t i = 1; i < words.size(); ++i)
-        fields.push_back(ParseAssignment(words[i]));
-    const Call call = Perform(client_, decoder_, Prepare(decoder_, words[0], fields), options_.timeoutMs);
+    std::optional<Bytes> raw;
+    for (size_t i = 1; i < words.size(); ++i) {
+        if (words[i] == "--raw" && i + 1 < words.size())
+            raw = ParseHex(words[++i]);
+        else
+            fields.push_back(ParseAssignment(words[i]));
+    }
+    const Prepared request = Prepare(decoder_, words[0], fields, raw ? &*raw : nullptr);
+    const Call call = Perform(client_, decoder_, request, options_.timeoutMs);
     PrintLine(settings_.json ? CallJson(call) : CallLine(decoder_, call));
     Judge(call);
     if (call.answer)

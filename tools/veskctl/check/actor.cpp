@@ -1,0 +1,332 @@
+// A client of the service in a test.
+#include "tools/veskctl/check/actor.h"
+
+#include "base/words.h"
+#include "decoder/text.h"
+#include "platform/os_queue.h"
+#include "tools/veskctl/check/things.h"
+#include "tools/veskctl/check/trial.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <thread>
+
+#include <unistd.h>
+
+namespace vesk::ctl::check {
+
+using std::chrono::milliseconds;
+using namespace decoder;
+
+namespace {
+
+/// How long the service may take to free what another client has just left.
+constexpr milliseconds kSettling(1000);
+
+bool IsAnswered(uint32_t number)
+{
+    const messages::Request* listed = messages::FindRequest(number);
+    return listed == nullptr || listed->answer.kind != messages::Kind::kUnanswered;
+}
+
+/// A queue of the queue library, which a client can announce to the service.
+uint64_t CreateQueue()
+{
+    static uint32_t queues = 0;
+    OsMemQueReq description{"", 1, 2000};
+    std::snprintf(description.name, sizeof description.name, "check_%d_%u", getpid() % 1000000, ++queues);
+    uint32_t created = 0;
+    if (const uint32_t result = OsShmAdvancedBuffCreateQueue(&description, &created); result != 0)
+        throw NotTried{"a queue cannot be created: " + ResultText(result)};
+    return created;
+}
+
+} // namespace
+
+uint32_t Reply::Result() const
+{
+    if (outcome.platformResult != 0)
+        return outcome.platformResult;
+    return answer ? answer->result : uint32_t{VESK_VIDEO_OK};
+}
+
+bool Reply::IsRefused() const
+{
+    return outcome.platformResult == 0 && answer && answer->result != VESK_VIDEO_OK;
+}
+
+BytesView Reply::Payload() const
+{
+    const BytesView all = outcome.answer;
+    return all.subspan(std::min(all.size(), sizeof(VeskVideoMsgHead)));
+}
+
+uint64_t Reply::Number(std::string_view path) const
+{
+    for (const Field& field : answer ? answer->fields : std::vector<Field>{}) {
+        if (const uint64_t* number = std::get_if<uint64_t>(&field.value);
+            number != nullptr && field.path == path)
+            return *number;
+    }
+    return 0;
+}
+
+std::string Reply::Text() const
+{
+    if (outcome.platformResult != 0)
+        return "no answer: " + ResultText(outcome.platformResult);
+    if (!answer)
+        return "sent";
+    return ResultText(answer->result) + (answer->problem.empty() ? "" : ", " + answer->problem);
+}
+
+std::optional<uint64_t> Notified::Field(std::string_view path) const
+{
+    for (const decoder::Field& field : message.fields) {
+        if (const uint64_t* number = std::get_if<uint64_t>(&field.value);
+            number != nullptr && field.path == path)
+            return *number;
+    }
+    return std::nullopt;
+}
+
+Actor::Actor(Trial& trial, const std::string& name)
+    : trial_(trial), client_(trial.TheBench().settings.service, name)
+{
+}
+
+Actor::~Actor()
+{
+    if (client_.Process() > 0)
+        client_.Resume();
+}
+
+void Actor::Announce()
+{
+    const Reply reply = Send("INIT procName=" + Name() + " taskName=" + kOwnTaskName);
+    trial_.ExpectOk(reply);
+}
+
+Reply Actor::Send(const std::string& line)
+{
+    const Prepared request = Encode(line);
+    return Send(request.number, request.data);
+}
+
+Reply Actor::Send(uint32_t number, BytesView data, uint32_t timeoutMs)
+{
+    Begin(number, data, timeoutMs);
+    return Finish();
+}
+
+Reply Actor::Need(const std::string& line)
+{
+    Reply reply = Send(line);
+    if (!reply.IsOk())
+        throw NotTried{"it needs " + reply.request.Title() + ", which came to " + reply.Text()};
+    return reply;
+}
+
+uint64_t Actor::The(const std::string& variable)
+{
+    if (const auto found = variables_.find(variable); found != variables_.end())
+        return found->second;
+    const std::string name = variable == "engNo"                            ? "inEngNo"
+                             : variable == "port" || variable == "sourceId" ? "viPort"
+                                                                            : variable;
+    const Survey& survey = trial_.TheBench().survey;
+    if (name != variable)
+        return The(name);
+    if (name == "viPort" || name == "voPort") {
+        const std::vector<uint32_t>& ports = name == "viPort" ? survey.inputs : survey.outputs;
+        if (ports.empty())
+            throw NotTried{name == "viPort" ? "there is no input port" : "there is no output port"};
+        return ports[0];
+    }
+    if (name == "newQueue")
+        return CreateQueue();
+    if (name == "newPreset")
+        return survey.newPreset;
+    const Thing* thing = FindThing(name);
+    if (thing == nullptr)
+        throw Error("there is no $" + name);
+    const std::vector<std::string> lines = LinesOf(thing->create);
+    for (const std::string& line : lines) {
+        const Prepared request = Encode(line);
+        Reply reply = Send(request.number, request.data);
+        for (const auto begun = Clock::now(); reply.IsRefused() && Clock::now() - begun < kSettling;) {
+            std::this_thread::sleep_for(milliseconds(10));
+            reply = Send(request.number, request.data);
+        }
+        if (!reply.IsOk())
+            throw NotTried{"it needs " + reply.request.Title() + ", which came to " + reply.Text()};
+        if (&line != &lines.back())
+            continue;
+        // Some numbers are handed out, others are chosen by whoever creates the thing.
+        const Decoded& named = reply.answer && reply.Payload().size() >= 4 && name != "overlayChn"
+                                   ? *reply.answer
+                                   : reply.request;
+        for (const Field& field : named.fields) {
+            if (field.path == name)
+                variables_[name] = std::get<uint64_t>(field.value);
+        }
+    }
+    if (!variables_.contains(name))
+        throw NotTried{"no " + name + " has been answered"};
+    return variables_[name];
+}
+
+std::string Actor::Substituted(std::string_view& rest)
+{
+    const auto end = std::find_if_not(
+        rest.begin(), rest.end(), [](char c) { return std::isalnum(static_cast<unsigned char>(c)) != 0; });
+    const std::string name(rest.begin(), end);
+    rest.remove_prefix(name.size());
+    return std::to_string(The(name));
+}
+
+Prepared Actor::Encode(const std::string& line)
+{
+    const std::vector<std::string> words =
+        SplitWords(line, [this](std::string_view& rest) { return Substituted(rest); });
+    std::vector<Assignment> fields;
+    for (size_t i = 1; i < words.size(); ++i)
+        fields.push_back(ParseAssignment(words[i]));
+    return Prepare(trial_.Decoder(), words[0], fields);
+}
+
+Bytes Actor::Example(const messages::Request& request)
+{
+    const check::Example example = ExampleOf(request);
+    for (const std::string& line : LinesOf(example.needs))
+        Need(line);
+    if (request.number == VESK_VIDEO_MSG_INIT)
+        return Encode("INIT procName=" + Name() + " taskName=" + kOwnTaskName).data;
+    std::string line(ShortName(request.name));
+    const std::string fields = ' ' + std::string(example.fields);
+    const Listing listing = trial_.Decoder().Describe(Direction::kRequest, request.number);
+    const bool isArray = request.payload.kind == messages::Kind::kArray;
+    for (const HeaderArgument& argument : listing.arguments) {
+        const std::string name(argument.name);
+        const bool isCount = isArray && argument.field == request.payload.count;
+        if (!argument.isListed || fields.find(' ' + name + '=') != fields.npos ||
+            (isCount && fields.find(" [0]") != fields.npos))
+            continue;
+        const bool isNumber = FindThing(name) != nullptr || name == "viPort" || name == "voPort" ||
+                              name == "port" || name == "sourceId" || name == "engNo";
+        line += ' ' + name + (isNumber ? "=$" + name : isCount ? "=0" : "=1");
+    }
+    line += fields;
+    if (request.payload.kind == messages::Kind::kText && fields.find(" text=") == fields.npos)
+        line += " text=/check";
+    return Encode(line).data;
+}
+
+void Actor::Begin(uint32_t number, BytesView data, uint32_t timeoutMs)
+{
+    trial_.ThrowIfInterrupted();
+    trial_.TheBench().lasting.Before(*this, number, data);
+    begun_ = Prepared{number, IsAnswered(number), {data.begin(), data.end()}};
+    client_.BeginSend(number, data, begun_->isAnswered, timeoutMs);
+}
+
+Reply Actor::Finish()
+{
+    const Prepared request = std::move(*std::exchange(begun_, std::nullopt));
+    Reply reply;
+    reply.outcome = client_.FinishSend();
+    const Decoder& decoder = trial_.Decoder();
+    reply.request = decoder.Decode({Direction::kRequest, request.number, request.data});
+    if (request.isAnswered && reply.outcome.platformResult == 0)
+        reply.answer = decoder.Decode({Direction::kAnswer, request.number, reply.outcome.answer});
+    trial_.Sent(*this, reply, request.number, request.data);
+    if (reply.IsOk())
+        trial_.TheBench().lasting.Accepted(trial_.Decoder(), request.number, request.data);
+    return reply;
+}
+
+void Actor::BeginMany(uint32_t number, BytesView data, size_t count, uint32_t timeoutMs)
+{
+    trial_.ThrowIfInterrupted();
+    trial_.Note(*this, "sends " + std::to_string(count) + " times " +
+                           std::string(trial_.Decoder().Describe(Direction::kRequest, number).name));
+    client_.BeginRepeat(number, data, IsAnswered(number), timeoutMs, static_cast<uint32_t>(count));
+}
+
+std::vector<float> Actor::FinishMany()
+{
+    return client_.FinishRepeat();
+}
+
+void Actor::Receive(milliseconds longest)
+{
+    for (const auto deadline = Clock::now() + longest;;) {
+        const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
+        // an interrupt is not kept waiting
+        const auto arrived = client_.Next(std::clamp(left, milliseconds(0), milliseconds(200)));
+        if (arrived) {
+            arrived_.push_back({DecodeArrived(trial_.Decoder(), *arrived), *arrived});
+            trial_.Received(*this, arrived_.back());
+            return;
+        }
+        trial_.ThrowIfInterrupted();
+        if (left <= milliseconds(0))
+            return;
+    }
+}
+
+std::optional<Notified> Actor::Await(const Wanted& isWanted, milliseconds longest)
+{
+    const auto deadline = Clock::now() + longest;
+    for (size_t seen = 0;; ++seen) {
+        if (seen == arrived_.size())
+            Receive(std::chrono::ceil<milliseconds>(deadline - Clock::now()));
+        if (seen == arrived_.size())
+            return std::nullopt;
+        if (!isWanted(arrived_[seen]))
+            continue;
+        Notified wanted = std::move(arrived_[seen]);
+        arrived_.erase(arrived_.begin() + static_cast<std::ptrdiff_t>(seen));
+        return wanted;
+    }
+}
+
+std::optional<Notified> Actor::Await(uint32_t number, milliseconds longest)
+{
+    return Await([=](const Notified& one) { return one.Number() == number; }, longest);
+}
+
+std::vector<Notified> Actor::TakeAll(milliseconds wait)
+{
+    const auto deadline = Clock::now() + wait;
+    for (size_t before = arrived_.size();; before = arrived_.size()) {
+        Receive(std::chrono::ceil<milliseconds>(deadline - Clock::now()));
+        if (arrived_.size() == before)
+            break;
+    }
+    std::vector<Notified> all(std::make_move_iterator(arrived_.begin()),
+                              std::make_move_iterator(arrived_.end()));
+    arrived_.clear();
+    return all;
+}
+
+void Actor::Kill()
+{
+    trial_.Note(*this, "is killed");
+    client_.Kill();
+}
+
+void Actor::Pause()
+{
+    trial_.Note(*this, "is held up");
+    client_.Pause();
+}
+
+void Actor::Resume()
+{
+    trial_.Note(*this, "goes on");
+    client_.Resume();
+}
+
+} // namespace vesk::ctl::check

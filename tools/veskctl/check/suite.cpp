@@ -1,0 +1,113 @@
+// The conformance suite as a whole: which tests there are, and how they are run.
+#include "tools/veskctl/check/suite.h"
+
+#include "base/nearest.h"
+#include "vesk_service/control_list.h"
+
+#include <algorithm>
+
+namespace vesk::ctl::check {
+
+using namespace std::chrono_literals;
+
+std::vector<const Test*> AllTests()
+{
+    std::vector<const Test*> all;
+    for (const std::span<const Test> group :
+         {FramingTests(), ValueTests(), LifeTests(), NotificationTests(), LoadTests(), RestartTests()}) {
+        for (const Test& test : group)
+            all.push_back(&test);
+    }
+    return all;
+}
+
+std::vector<const Test*> TestsNamed(const std::vector<std::string>& names)
+{
+    const std::vector<const Test*> all = AllTests();
+    if (names.empty())
+        return all;
+    std::vector<std::string_view> known;
+    for (const Test* test : all) {
+        known.emplace_back(test->name);
+        if (std::find(known.begin(), known.end(), test->Group()) == known.end())
+            known.push_back(test->Group());
+    }
+    for (const std::string& name : names) {
+        if (std::find(known.begin(), known.end(), name) == known.end())
+            throw Error("there is no test or group '" + name + "'" + Nearest(name, known));
+    }
+    std::vector<const Test*> chosen = all;
+    std::erase_if(chosen, [&](const Test* test) {
+        return std::none_of(names.begin(), names.end(), [&](const std::string& name) {
+            return name == test->name || name == test->Group();
+        });
+    });
+    return chosen;
+}
+
+namespace {
+
+constexpr Test kSurvey{"survey", "", "", nullptr, 0};
+
+/// The ports that notifications after INIT tell of: those that are plugged in first, the camera before all.
+struct Ports {
+    std::vector<uint32_t> plugged;
+    std::vector<uint32_t> unplugged;
+
+    void Add(const Notified& state)
+    {
+        const auto port = static_cast<uint32_t>(state.Field("port").value_or(0));
+        (state.Field("val").value_or(0) != 0 ? plugged : unplugged).push_back(port);
+    }
+
+    /// @param allowed  If it is not empty, only these.
+    std::vector<uint32_t> InOrder(const std::vector<uint32_t>& allowed, size_t& pluggedCount)
+    {
+        const auto isRefused = [&](uint32_t port) {
+            return !allowed.empty() && std::find(allowed.begin(), allowed.end(), port) == allowed.end();
+        };
+        std::erase_if(plugged, isRefused);
+        std::erase_if(unplugged, isRefused);
+        pluggedCount = plugged.size();
+        std::vector<uint32_t> all = plugged;
+        all.insert(all.end(), unplugged.begin(), unplugged.end());
+        return all;
+    }
+};
+
+} // namespace
+
+Survey SurveyDevice(Bench& bench)
+{
+    Survey survey;
+    Trial trial(bench, kSurvey);
+    Actor& client = trial.NewProcess();
+    const Reply init =
+        client.Send(std::string("INIT procName=") + client.Name() + " taskName=" + kOwnTaskName);
+    RequireOk(init);
+    Ports inputs;
+    Ports outputs;
+    for (const Notified& one : client.TakeAll(300ms)) {
+        if (one.Number() == VESK_VIDEO_ON_VI_PORT_PLUG_STATE_NOTIFY)
+            inputs.Add(one);
+        if (one.Number() == VESK_VIDEO_ON_VO_PORT_PLUG_STATE_NOTIFY)
+            outputs.Add(one);
+    }
+    survey.inputs = inputs.InOrder(bench.profile.inputs, survey.pluggedInputs);
+    survey.outputs = outputs.InOrder(bench.profile.outputs, survey.pluggedOutputs);
+    survey.isVirtual = client.Send("VESK_CONTROL_STATE").IsOk();
+    return survey;
+}
+
+std::string WhyLeftOut(const Bench& bench, const Test& test, bool mayBeNoticed)
+{
+    if ((test.traits & kRestarts) != 0 && bench.restartCommand.empty())
+        return "it needs --restart COMMAND";
+    if ((test.traits & kLong) != 0 && bench.isQuick)
+        return "it is long, and this is a --quick run";
+    if ((test.traits & kNoticed) != 0 && !bench.survey.isVirtual && !mayBeNoticed)
+        return "people may notice it: " + std::string("give --yes to run it");
+    return "";
+}
+
+} // namespace vesk::ctl::check

@@ -1,0 +1,130 @@
+// What a service hands out numbers for, and what each request needs so that it succeeds.
+#include "tools/veskctl/check/things.h"
+
+#include "decoder/names.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace vesk::ctl::check {
+
+namespace {
+
+constexpr Thing kThings[] = {
+    {"inEngNo", "OPEN_VI_PORT viPort=$viPort", "CLOSE_VI_PORT inEngNo=$inEngNo", "",
+     "VI_START inEngNo=$inEngNo", "VI_STOP inEngNo=$inEngNo", true},
+    {"outEngNo", "OPEN_VO_PORT voPort=$voPort", "VO_CLOSE outEngNo=$outEngNo", "",
+     "VO_START outEngNo=$outEngNo", "VO_STOP outEngNo=$outEngNo", true},
+    {"encStmNo", "ENC_CREATE", "ENC_DELETE encStmNo=$encStmNo",
+     "SET_ENC_PARAM encStmNo=$encStmNo w=1280 h=720 fr=30 br=2000", "ENC_START encStmNo=$encStmNo",
+     "ENC_STOP encStmNo=$encStmNo"},
+    {"decStmNo", "DEC_CREATE", "DEC_DELETE decStmNo=$decStmNo",
+     "SET_DEC_PARAM decStmNo=$decStmNo w=1280 h=720", "DEC_START decStmNo=$decStmNo",
+     "DEC_STOP decStmNo=$decStmNo"},
+    {"loop", "SET_LOOP_MODE encNo=$encStmNo decNo=$decStmNo", "", "", "", ""},
+    {"overlayChn", "CREATE_OVERLAY_CHANNEL_PARAM value=1 overlayChn=1",
+     "DESTROY_OVERLAY_PARAM overlayChn=$overlayChn", "", "", "", true},
+    {"mouseStmNo", "OPEN_MOUSE_PORT openParam=1", "CLOSE_MOUSE_PORT mouseStmNo=$mouseStmNo",
+     "MOUSE_CONNECT mouseStmNo=$mouseStmNo decStmNo=$decStmNo", "MOUSE_START mouseStmNo=$mouseStmNo",
+     "MOUSE_STOP mouseStmNo=$mouseStmNo"},
+    {"localMouseStmNo", "OPEN_LOCAL_MOUSE", "CLOSE_LOCAL_MOUSE localMouseStmNo=$localMouseStmNo", "",
+     "START_LOCAL_MOUSE localMouseStmNo=$localMouseStmNo",
+     "STOP_LOCAL_MOUSE localMouseStmNo=$localMouseStmNo"},
+    {"uvcStmNo", "INIT_UVC; OPEN_UVC_PORT", "CLOSE_UVC_PORT uvcStmNo=$uvcStmNo",
+     "SET_UVC_PARAM uvcStmNo=$uvcStmNo", "START_UVC_STREAM uvcStmNo=$uvcStmNo",
+     "STOP_UVC_STREAM uvcStmNo=$uvcStmNo"},
+    {"queHandle", "CREATE_QUEUE queHandle=$newQueue", "DESTROY_QUEUE queHandle=$queHandle", "", "", ""},
+};
+
+struct Row {
+    std::string_view request;
+    Example example;
+};
+
+// Requests that need more than the things whose numbers they carry, or other values than 1 in the header and
+// 0 in the payload.
+constexpr Row kExamples[] = {
+    {"ADVANCE_QUE_CLIENT_INIT", {"", "text=queues"}},
+    {"CAMERA_CONTROL", {"", "cmdType=16"}},
+    {"CREATE_OVERLAY_CHANNEL_PARAM", {"", "overlayChn=2"}},
+    {"DEC_START", {"SET_DEC_PARAM decStmNo=$decStmNo w=1280 h=720", ""}},
+    {"DEC_STOP", {"SET_DEC_PARAM decStmNo=$decStmNo w=1280 h=720; DEC_START decStmNo=$decStmNo", ""}},
+    {"DELETE_FILTER_WINDOW",
+     {"SET_FILTER_WINDOW [0].width=64 [0].height=64 filterParam=$voPort",
+      "[0].width=64 [0].height=64 filterParam=$voPort"}},
+    {"ENABLE_OVERLAY_PARAM", {"SET_OVERLAY_PARAM overlayChn=$overlayChn", ""}},
+    {"ENC_FORCE_KEYFRAME",
+     {"SET_ENC_PARAM encStmNo=$encStmNo w=1280 h=720 fr=30 br=2000; ENC_START encStmNo=$encStmNo", ""}},
+    {"ENC_MODIFY_FRAME_RATE",
+     {"SET_ENC_PARAM encStmNo=$encStmNo w=1280 h=720 fr=30 br=2000", "frameRate=25"}},
+    {"ENC_START", {"SET_ENC_PARAM encStmNo=$encStmNo w=1280 h=720 fr=30 br=2000", ""}},
+    {"ENC_STOP",
+     {"SET_ENC_PARAM encStmNo=$encStmNo w=1280 h=720 fr=30 br=2000; ENC_START encStmNo=$encStmNo", ""}},
+    {"EXECUT_VI_TRACKING_PARAM", {"VI_START inEngNo=$inEngNo", ""}},
+    {"GET_CAPABILITY", {"", "capabilityType=0"}},
+    {"GET_SNAPSHOT", {"", "path=/tmp/snapshot.jpg voPort=$voPort"}},
+    {"GET_VI_QUE_HANDLE", {"VI_START inEngNo=$inEngNo", ""}},
+    {"INIT_ANDROID_OBJECTS", {"", "", true}},
+    {"MOUSE_START", {"MOUSE_CONNECT mouseStmNo=$mouseStmNo decStmNo=$decStmNo", ""}},
+    {"MOUSE_STOP",
+     {"MOUSE_CONNECT mouseStmNo=$mouseStmNo decStmNo=$decStmNo; MOUSE_START mouseStmNo=$mouseStmNo", ""}},
+    {"OPEN_UVC_PORT", {"INIT_UVC", ""}},
+    {"QUERY_PRESET", {"", "presetSelector=$inEngNo presetCount=1"}},
+    {"SET_ANDROID_MMEDIA_PROJECTION", {"", "", true}},
+    {"SET_APP_CAPTURE_PARAM", {"", "taskHandle=1"}},
+    {"SET_DEC_PARAM", {"", "w=1280 h=720"}},
+    {"SET_DEFAULT_IMAGE", {"", "imageParam1=$voPort imageParam2=0 text="}},
+    {"SET_ENC_PARAM", {"", "w=1280 h=720 fr=30 br=2000"}},
+    {"SET_FILTER_WINDOW", {"", "[0].width=64 [0].height=64 filterParam=$voPort"}},
+    {"SET_LOOP_MODE", {"", "encNo=$encStmNo decNo=$decStmNo"}},
+    {"SET_PRESET", {"", "isValid=1 presetId=$newPreset"}},
+    {"SET_SR_ENABLE", {"", "enable=0"}},
+    {"SET_VIRTUAL_VI_PARAM", {"", "text="}},
+    {"SET_VI_DISCONNECT", {"SET_VI_CONNECT inEngNo=$inEngNo stmNo=1", ""}},
+    {"START_UVC_STREAM", {"SET_UVC_PARAM uvcStmNo=$uvcStmNo", ""}},
+    {"STOP_LOCAL_MOUSE", {"START_LOCAL_MOUSE localMouseStmNo=$localMouseStmNo", ""}},
+    {"STOP_UVC_STREAM", {"SET_UVC_PARAM uvcStmNo=$uvcStmNo; START_UVC_STREAM uvcStmNo=$uvcStmNo", ""}},
+    {"UVC_REQ_I_FRAME", {"SET_UVC_PARAM uvcStmNo=$uvcStmNo; START_UVC_STREAM uvcStmNo=$uvcStmNo", ""}},
+    {"VERYFY_IMAGE", {"", "filePath=0", true}}, // an address that only the device can read
+    {"VI_MODIFY_INPUT", {"SET_VI_CONNECT inEngNo=$inEngNo stmNo=2", ""}},
+    {"VI_STOP", {"VI_START inEngNo=$inEngNo", ""}},
+    {"VO_STOP", {"VO_START outEngNo=$outEngNo", ""}},
+    {"VO_WINDOW_DESTROY",
+     {"SET_VO_SRC outEngNo=$outEngNo picNum=1 subPic[0].inputId=$inEngNo subPic[0].winHandle=1", ""}},
+};
+
+} // namespace
+
+std::span<const Thing> Things()
+{
+    return kThings;
+}
+
+const Thing* FindThing(std::string_view number)
+{
+    const auto* found = std::find_if(std::begin(kThings), std::end(kThings),
+                                     [&](const Thing& thing) { return thing.number == number; });
+    return found == std::end(kThings) ? nullptr : found;
+}
+
+Example ExampleOf(const messages::Request& request)
+{
+    const std::string_view name = decoder::ShortName(request.name);
+    const auto* found = std::find_if(std::begin(kExamples), std::end(kExamples),
+                                     [&](const Row& row) { return row.request == name; });
+    return found == std::end(kExamples) ? Example{} : found->example;
+}
+
+std::vector<std::string> LinesOf(std::string_view lines)
+{
+    std::vector<std::string> all;
+    while (!lines.empty()) {
+        const size_t end = std::min(lines.find(';'), lines.size());
+        if (const size_t begin = lines.find_first_not_of(' '); begin < end)
+            all.emplace_back(lines.substr(begin, end - begin));
+        lines.remove_prefix(std::min(end + 1, lines.size()));
+    }
+    return all;
+}
+
+} // namespace vesk::ctl::check

@@ -1,0 +1,43 @@
+// What a service hands out numbers for, and what each request needs so that it succeeds.
+#pragma once
+
+#include "vesk_video/message_list.h"
+
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vesk::ctl::check {
+
+/// A kind of thing: engines, streams, channels, queues. Lines are as Actor takes them; empty if there is no
+/// such request.
+struct Thing {
+    std::string_view number; ///< Name of its number: "outEngNo"; $outEngNo in lines.
+    std::string_view create;
+    std::string_view destroy;
+    std::string_view configure; ///< What must be set before it can be started.
+    std::string_view start;
+    std::string_view stop;
+    bool isShared =
+        false; ///< Opened twice it is refused, as it stands for a port or a number of the client's choice.
+};
+
+std::span<const Thing> Things();
+/// Null if the name is that of no thing's number.
+const Thing* FindThing(std::string_view number);
+
+/// How a request is sent so that it succeeds.
+struct Example {
+    std::string_view needs;  ///< Lines that come before it, between semicolons.
+    std::string_view fields; ///< Its fields that are neither 0 nor the number of a thing or port.
+    /// Its result depends on more than the interface says, so any code will do.
+    bool mayBeRefused = false;
+};
+
+Example ExampleOf(const messages::Request& request);
+
+/// Lines that are separated by semicolons, without blanks around them.
+std::vector<std::string> LinesOf(std::string_view lines);
+
+} // namespace vesk::ctl::check

@@ -1,0 +1,307 @@
+// A test that runs: its cases, clients and messages.
+#include "tools/veskctl/check/trial.h"
+
+#include "base/words.h"
+#include "decoder/identity.h"
+#include "decoder/text.h"
+#include "tools/veskctl/check/things.h"
+
+#include <algorithm>
+#include <csignal>
+
+namespace vesk::ctl::check {
+
+using namespace decoder;
+
+namespace {
+
+constexpr size_t kMostLogged = 400; // messages of a case; the first are forgotten
+constexpr size_t kMostShown = 60;   // of these, the last
+
+volatile std::sig_atomic_t g_isInterrupted = 0;
+
+/// The text of a field's value in a script.
+std::string ScriptText(const Decoder& decoder, const Field& field)
+{
+    if (const uint64_t* number = std::get_if<uint64_t>(&field.value))
+        return std::to_string(*number);
+    const std::string* text = std::get_if<std::string>(&field.value);
+    return text != nullptr ? *text : ValueText(decoder, field);
+}
+
+/// The line of a script that sends these bytes. @param variables  What numbers are called that were handed
+/// out.
+std::string ScriptLine(const Decoder& decoder, const Decoded& request, BytesView data,
+                       const std::map<std::pair<std::string, uint64_t>, std::string>& variables)
+{
+    std::vector<std::string> words{request.Title()};
+    std::vector<Assignment> payload;
+    std::string line;
+    const auto add = [&](const Assignment& given) { words.push_back(given.path + '=' + given.value); };
+    std::vector<Assignment> header;
+    for (const Field& field : request.fields) {
+        if (!field.IsPayload())
+            header.push_back({field.path, ScriptText(decoder, field)});
+        else if (!field.IsZero())
+            payload.push_back({field.path, ScriptText(decoder, field)});
+    }
+    bool isPlain = false;
+    try {
+        std::vector<Assignment> all = header;
+        all.insert(all.end(), payload.begin(), payload.end());
+        const Bytes same = decoder.Encode(Direction::kRequest, request.number, all);
+        isPlain = std::equal(same.begin(), same.end(), data.begin(), data.end());
+    } catch (const Error&) {
+        isPlain = false;
+    }
+    if (isPlain) {
+        std::for_each(payload.begin(), payload.end(), add);
+    } else {
+        words.emplace_back("--raw");
+        words.push_back(Hex(data.subspan(std::min(data.size(), sizeof(VeskVideoMsgHead)))));
+    }
+    line = JoinWords(words);
+    for (const Field& field : request.fields) {
+        if (field.IsPayload())
+            continue;
+        const uint64_t* number = std::get_if<uint64_t>(&field.value);
+        const auto known = number != nullptr ? variables.find({std::string(IdentityOf(field.path)), *number})
+                                             : variables.end();
+        line += ' ' + field.path + '=' +
+                (known == variables.end() ? ScriptText(decoder, field) : '$' + known->second);
+    }
+    return line;
+}
+
+} // namespace
+
+void Trial::ListenForInterrupts()
+{
+    struct sigaction action {};
+    action.sa_handler = [](int) { g_isInterrupted = 1; };
+    for (const int signal : {SIGINT, SIGTERM})
+        sigaction(signal, &action, nullptr);
+}
+
+void Trial::ThrowIfInterrupted() const
+{
+    if (g_isInterrupted != 0 && !bench_.isPuttingBack)
+        throw Interrupted{};
+}
+
+Trial::Trial(Bench& bench, const Test& test) : bench_(bench), result_{.test = &test} {}
+
+TestResult Trial::Run()
+{
+    const Clock::time_point begun = Clock::now();
+    isWhole_ = true;
+    Attempt("", [&] { result_.test->run(*this); });
+    const auto isFailure = [](const Finding& finding) { return !finding.isWarning; };
+    if (std::any_of(result_.findings.begin(), result_.findings.end(), isFailure))
+        result_.verdict = Verdict::kFailed;
+    else if (!result_.findings.empty())
+        result_.verdict = Verdict::kWarning;
+    else if (result_.cases == 0)
+        result_.verdict = Verdict::kSkipped;
+    result_.seconds = std::chrono::duration<double>(Clock::now() - begun).count();
+    return std::move(result_);
+}
+
+void Trial::Case(const std::string& subject, const std::function<void()>& body)
+{
+    EndCase(); // what has come before belongs to no case
+    isWhole_ = false;
+    Attempt(subject, body);
+}
+
+void Trial::Attempt(const std::string& subject, const std::function<void()>& body)
+{
+    subject_ = subject;
+    try {
+        body();
+        if (isWhole_ || !subject.empty())
+            ++result_.cases;
+    } catch (const Unmet& unmet) {
+        ++result_.cases;
+        Report(unmet);
+    } catch (const NotTried& notTried) {
+        ++result_.skipped;
+        if (result_.skipReason.empty())
+            result_.skipReason = (subject.empty() ? "" : subject + ": ") + notTried.reason;
+    } catch (...) {
+        EndCase();
+        throw;
+    }
+    EndCase();
+}
+
+void Trial::EachRequest(const Concerns& concerns, const std::function<void(const messages::Request&)>& body)
+{
+    for (const messages::Request& request : messages::kRequests) {
+        if (request.answer.kind == messages::Kind::kUnanswered || !TheProfile().Has(request.number) ||
+            !concerns(request))
+            continue;
+        Case(std::string(ShortName(request.name)), [&] { body(request); });
+    }
+}
+
+Actor& Trial::NewClient()
+{
+    Actor& client = NewProcess();
+    client.Announce();
+    return client;
+}
+
+Actor& Trial::NewProcess(const std::string& name)
+{
+    ThrowIfInterrupted();
+    Actor& actor = actors_.emplace_back(*this, name);
+    names_.emplace_back(&actor, "client " + std::to_string(names_.size() + 1));
+    return actor;
+}
+
+void Trial::Leave(Actor& actor)
+{
+    Note(actor, "exits");
+    actors_.remove_if([&](const Actor& one) { return &one == &actor; });
+}
+
+void Trial::Expect(bool holds, const std::string& expected, const std::string& got)
+{
+    if (!holds)
+        throw Unmet{expected, got};
+}
+
+void Trial::ExpectOk(const Reply& reply)
+{
+    Expect(reply.IsOk(), reply.request.Title() + " to succeed", reply.Text());
+}
+
+void Trial::ExpectRefused(const Reply& reply, const std::string& why)
+{
+    Expect(reply.IsRefused(), reply.request.Title() + " to be refused, as " + why, reply.Text());
+}
+
+void Trial::Advise(bool holds, const std::string& expected, const std::string& got)
+{
+    if (!holds)
+        Report({expected, got}, true);
+}
+
+void Trial::Sent(const Actor& actor, const Reply& reply, uint32_t number, BytesView data)
+{
+    if (bench_.recorder)
+        bench_.recorder->Request(actor, number, data, reply);
+    Log({.actor = &actor, .text = "", .reply = reply, .data = {data.begin(), data.end()}});
+}
+
+void Trial::Received(const Actor& actor, const Notified& notified)
+{
+    if (bench_.recorder)
+        bench_.recorder->Notification(actor, notified.arrived);
+    Log({.actor = &actor, .text = "", .notified = notified});
+}
+
+void Trial::Note(const Actor& actor, const std::string& what)
+{
+    Log({.actor = &actor, .text = what});
+}
+
+void Trial::Log(Logged&& logged)
+{
+    log_.push_back(std::move(logged));
+    if (log_.size() > kMostLogged)
+        log_.pop_front();
+}
+
+void Trial::Report(const Unmet& unmet, bool isWarning)
+{
+    result_.findings.push_back({subject_, unmet.expected, unmet.got, Messages(), Script(), isWarning});
+}
+
+std::string Trial::TitleOf(const Actor* actor) const
+{
+    for (const auto& [one, title] : names_) {
+        if (one == actor)
+            return title;
+    }
+    return "";
+}
+
+std::vector<std::string> Trial::Messages()
+{
+    std::vector<std::string> lines;
+    const size_t left = log_.size() - std::min(log_.size(), kMostShown);
+    if (left != 0)
+        lines.push_back("(" + std::to_string(left) + " before)");
+    const bool isOne = names_.size() == 1;
+    for (auto one = log_.begin() + static_cast<std::ptrdiff_t>(left); one != log_.end(); ++one) {
+        const std::string who = isOne ? "" : TitleOf(one->actor) + ' ';
+        if (one->reply)
+            lines.push_back(who + CallLine(Decoder(), *one->reply));
+        else if (one->notified)
+            lines.push_back(who + "<- " + Line(Decoder(), one->notified->message));
+        else
+            lines.push_back(TitleOf(one->actor) + ' ' + one->text);
+    }
+    return lines;
+}
+
+/// Nothing if it takes more than one client, or if the case began with what is forgotten.
+std::vector<std::string> Trial::Script()
+{
+    std::vector<std::string> lines;
+    std::map<std::pair<std::string, uint64_t>, std::string> variables;
+    std::map<std::string, int> counts;
+    if (log_.size() == kMostLogged)
+        return {};
+    const auto isRequest = [](const Logged& one) { return one.reply.has_value(); };
+    const auto last = std::find_if(log_.rbegin(), log_.rend(), isRequest);
+    for (auto one = log_.begin(); one != log_.end(); ++one) {
+        if (one->actor != log_.front().actor || (!one->reply && !one->notified))
+            return {};
+        if (one->notified || one->reply->request.number == VESK_VIDEO_MSG_INIT)
+            continue; // the script's own client is announced, and its notifications are shown
+        const Reply& reply = *one->reply;
+        std::string line = ScriptLine(Decoder(), reply.request, one->data, variables);
+        const bool isLast = &*one == &*last;
+        if (reply.answer && reply.IsOk() && reply.answer->fields.size() == 1 &&
+            FindThing(reply.answer->fields[0].path) != nullptr) {
+            const std::string name = reply.answer->fields[0].path;
+            const int count = ++counts[name];
+            const std::string variable = count == 1 ? name : name + std::to_string(count);
+            variables[{name, reply.Number(name)}] = variable;
+            line.insert(0, '$' + variable + " = ");
+        } else if (reply.IsRefused() && !isLast) {
+            line.insert(0, "expect " +
+                               std::string(ResultName(reply.Result()).empty()
+                                               ? std::to_string(reply.Result())
+                                               : std::string(ResultName(reply.Result()))) +
+                               ' ');
+        }
+        lines.push_back(std::move(line));
+    }
+    return lines;
+}
+
+/// The clients of the case leave, what they have changed is put back, and its messages are forgotten.
+void Trial::EndCase()
+{
+    actors_.clear();
+    if (!bench_.lasting.IsEmpty()) {
+        bench_.isPuttingBack = true;
+        try {
+            bench_.lasting.PutBack(NewClient());
+        } catch (const Unmet& unmet) {
+            bench_.lasting.GiveUp(unmet.got);
+        } catch (const NotTried& notTried) {
+            bench_.lasting.GiveUp(notTried.reason);
+        }
+        bench_.isPuttingBack = false;
+        actors_.clear();
+    }
+    names_.clear();
+    log_.clear();
+}
+
+} // namespace vesk::ctl::check
