@@ -51,14 +51,18 @@ int RunCheck(Settings& settings, const Options& options)
     reporter->Plan(tests.size());
     Summary summary{.service = settings.service};
     try {
+        bool isServing = true;
         for (const Test* test : tests) {
             reporter->Begin(*test);
-            const std::string reason = WhyLeftOut(bench, *test, options.mayBeNoticed);
+            const std::string reason =
+                isServing ? WhyLeftOut(bench, *test, options.mayBeNoticed) : "the service is gone";
             summary.results.push_back(
                 reason.empty()
                     ? Trial(bench, *test).Run()
                     : TestResult{.test = test, .verdict = Verdict::kSkipped, .skipReason = reason});
-            reporter->Ended(summary.results.back());
+            const TestResult& result = summary.results.back();
+            reporter->Ended(result);
+            isServing = isServing && (result.verdict != Verdict::kFailed || IsServing(bench));
         }
     } catch (const Interrupted&) {
         summary.isInterrupted = true;

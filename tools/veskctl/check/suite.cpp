@@ -5,6 +5,7 @@
 #include "vesk_service/control_list.h"
 
 #include <algorithm>
+#include <thread>
 
 namespace vesk::ctl::check {
 
@@ -97,6 +98,21 @@ Survey SurveyDevice(Bench& bench)
     survey.outputs = outputs.InOrder(bench.profile.outputs, survey.pluggedOutputs);
     survey.isVirtual = client.Send("VESK_CONTROL_STATE").IsOk();
     return survey;
+}
+
+bool IsServing(Bench& bench)
+{
+    Trial trial(bench, kSurvey);
+    Actor& client = trial.NewProcess();
+    const auto isAbsent = [&] {
+        return client.Send("GET_VO_COUNT").Result() == decoder::FindResult("HOST_MSG_ERR_ABSENT");
+    };
+    constexpr auto kRestarting = 5s;
+    for (const auto begun = Clock::now(); isAbsent(); std::this_thread::sleep_for(100ms)) {
+        if (Clock::now() - begun > kRestarting)
+            return false;
+    }
+    return true;
 }
 
 std::string WhyLeftOut(const Bench& bench, const Test& test, bool mayBeNoticed)

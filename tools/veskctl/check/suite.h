@@ -18,6 +18,9 @@ std::vector<const Test*> TestsNamed(const std::vector<std::string>& names);
 /// Finds out what the tests need to know of the device. @throw Failure if there is no service
 Survey SurveyDevice(Bench& bench);
 
+/// False if no service answers any more, nor a new one within seconds: a test may have ended it.
+bool IsServing(Bench& bench);
+
 /// Why a test is left out of this run; empty if it is not.
 std::string WhyLeftOut(const Bench& bench, const Test& test, bool mayBeNoticed);
 

@@ -29,48 +29,38 @@ std::string ScriptText(const Decoder& decoder, const Field& field)
     return text != nullptr ? *text : ValueText(decoder, field);
 }
 
-/// The line of a script that sends these bytes. @param variables  What numbers are called that were handed
-/// out.
+/// What numbers are called in a script that the service has handed out, by identity and number.
+using Variables = std::map<std::pair<std::string_view, uint64_t>, std::string>;
+
+/// The line of a script that sends these bytes.
 std::string ScriptLine(const Decoder& decoder, const Decoded& request, BytesView data,
-                       const std::map<std::pair<std::string, uint64_t>, std::string>& variables)
+                       const Variables& variables)
 {
-    std::vector<std::string> words{request.Title()};
-    std::vector<Assignment> payload;
-    std::string line;
-    const auto add = [&](const Assignment& given) { words.push_back(given.path + '=' + given.value); };
-    std::vector<Assignment> header;
+    std::string line = request.Title();
+    std::vector<Assignment> all;
+    std::vector<std::string> payload;
     for (const Field& field : request.fields) {
-        if (!field.IsPayload())
-            header.push_back({field.path, ScriptText(decoder, field)});
-        else if (!field.IsZero())
-            payload.push_back({field.path, ScriptText(decoder, field)});
-    }
-    bool isPlain = false;
-    try {
-        std::vector<Assignment> all = header;
-        all.insert(all.end(), payload.begin(), payload.end());
-        const Bytes same = decoder.Encode(Direction::kRequest, request.number, all);
-        isPlain = std::equal(same.begin(), same.end(), data.begin(), data.end());
-    } catch (const Error&) {
-        isPlain = false;
-    }
-    if (isPlain) {
-        std::for_each(payload.begin(), payload.end(), add);
-    } else {
-        words.emplace_back("--raw");
-        words.push_back(Hex(data.subspan(std::min(data.size(), sizeof(VeskVideoMsgHead)))));
-    }
-    line = JoinWords(words);
-    for (const Field& field : request.fields) {
-        if (field.IsPayload())
-            continue;
+        const std::string value = ScriptText(decoder, field);
         const uint64_t* number = std::get_if<uint64_t>(&field.value);
-        const auto known = number != nullptr ? variables.find({std::string(IdentityOf(field.path)), *number})
-                                             : variables.end();
-        line += ' ' + field.path + '=' +
-                (known == variables.end() ? ScriptText(decoder, field) : '$' + known->second);
+        if (field.IsPayload() && !field.IsZero()) {
+            payload.push_back(field.path + '=' + value);
+        } else if (!field.IsPayload()) {
+            const auto known =
+                number != nullptr ? variables.find({IdentityOf(field.path), *number}) : variables.end();
+            line += ' ' + field.path + '=' + (known == variables.end() ? value : '$' + known->second);
+        }
+        if (!field.IsPayload() || !field.IsZero())
+            all.push_back({field.path, value});
     }
-    return line;
+    try {
+        const Bytes same = decoder.Encode(Direction::kRequest, request.number, all);
+        if (!std::equal(same.begin(), same.end(), data.begin(), data.end()))
+            throw Error("other bytes");
+    } catch (const Error&) { // no fields have these bytes
+        const size_t header = std::min(data.size(), sizeof(VeskVideoMsgHead));
+        payload = {"--raw", FoldedHex(data.subspan(header))};
+    }
+    return line + (payload.empty() ? "" : ' ' + JoinWords(payload));
 }
 
 } // namespace
@@ -251,7 +241,7 @@ std::vector<std::string> Trial::Messages()
 std::vector<std::string> Trial::Script()
 {
     std::vector<std::string> lines;
-    std::map<std::pair<std::string, uint64_t>, std::string> variables;
+    Variables variables;
     std::map<std::string, int> counts;
     if (log_.size() == kMostLogged)
         return {};
@@ -270,7 +260,7 @@ std::vector<std::string> Trial::Script()
             const std::string name = reply.answer->fields[0].path;
             const int count = ++counts[name];
             const std::string variable = count == 1 ? name : name + std::to_string(count);
-            variables[{name, reply.Number(name)}] = variable;
+            variables[{FindThing(name)->number, reply.Number(name)}] = variable;
             line.insert(0, '$' + variable + " = ");
         } else if (reply.IsRefused() && !isLast) {
             line.insert(0, "expect " +
