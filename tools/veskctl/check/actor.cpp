@@ -105,6 +105,8 @@ Actor::~Actor()
 void Actor::Announce()
 {
     const Reply reply = Send("INIT procName=" + Name() + " taskName=" + kOwnTaskName);
+    if (reply.Result() == FindResult("HOST_MSG_ERR_ABSENT"))
+        throw Gone{};
     trial_.ExpectOk(reply);
 }
 

@@ -85,7 +85,12 @@ TestResult Trial::Run()
 {
     const Clock::time_point begun = Clock::now();
     isWhole_ = true;
-    Attempt("", [&] { result_.test->run(*this); });
+    try {
+        Attempt("", [&] { result_.test->run(*this); });
+    } catch (const Gone&) {
+        ++result_.skipped;
+        result_.skipReason = "the service is gone";
+    }
     const auto isFailure = [](const Finding& finding) { return !finding.isWarning; };
     if (std::any_of(result_.findings.begin(), result_.findings.end(), isFailure))
         result_.verdict = Verdict::kFailed;
@@ -286,6 +291,8 @@ void Trial::EndCase()
             bench_.lasting.GiveUp(unmet.got);
         } catch (const NotTried& notTried) {
             bench_.lasting.GiveUp(notTried.reason);
+        } catch (const Gone&) {
+            bench_.lasting.GiveUp("the service is gone");
         }
         bench_.isPuttingBack = false;
         actors_.clear();

@@ -23,6 +23,9 @@ struct NotTried {
     std::string reason;
 };
 
+/// Ends a test: there is no service any more.
+struct Gone {};
+
 /// Ends the run: the user has interrupted it.
 struct Interrupted {};
 
