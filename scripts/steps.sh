@@ -24,7 +24,7 @@ as_root() {
 
 install_packages() {
   local wanted=(cmake ninja-build g++ libspdlog-dev libcli11-dev nlohmann-json3-dev libtomlplusplus-dev libedit-dev
-    libgtest-dev pkg-config dwarves "$@")
+    libdtl-dev libgtest-dev pkg-config dwarves "$@")
   local missing=() package
   for package in "${wanted[@]}"; do
     dpkg-query -W -f '${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed || missing+=("$package")

@@ -87,6 +87,12 @@ private:
 
 } // namespace
 
+uint32_t Turn::PlatformResult() const
+{
+    const bool isHandlers = end->kind == Kind::kDone && !request.isSent; // of the service, which has none
+    return isHandlers ? 0 : end->platformResult;
+}
+
 Conversation ReadConversation(const std::string& path, const OnRead& onRead)
 {
     std::vector<Event> events;

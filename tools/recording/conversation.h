@@ -22,6 +22,12 @@ struct Turn {
     Event request;
     std::optional<Event> end; ///< Answer or done; nothing if it did not come.
     std::vector<Event> notifications;
+
+    /// Of a request that has an end: 0, or why there is no answer.
+    uint32_t PlatformResult() const;
+
+    /// When it ended; when it was made if it has no end.
+    uint64_t EndNs() const { return end ? end->monotonicNs : request.monotonicNs; }
 };
 
 struct Conversation {

@@ -31,6 +31,9 @@ struct Event {
     /// True if this is an answer, a request or a notification whose bytes are here.
     bool HasMessage() const { return kind != Kind::kNote && kind != Kind::kDone && !data.empty(); }
 
+    /// False if its data is too long to have been recorded.
+    bool IsWhole() const { return data.size() == dataLen; }
+
     /// For the decoder; only if it has a message. It refers to the event's data.
     decoder::Message Message() const;
 };

@@ -3,6 +3,7 @@
 
 #include "decoder/identity.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace vesk::recording {
@@ -17,6 +18,40 @@ std::optional<uint64_t> NumberIn(const Decoded& message, std::string_view identi
             return *number;
     }
     return std::nullopt;
+}
+
+std::optional<NewNumber> NewNumberIn(const Decoded& message)
+{
+    std::string_view identity;
+    if (message.direction == Direction::kRequest && message.number == VESK_VIDEO_MSG_CREATE_QUEUE)
+        identity = kQueueIdentity;
+    const messages::Request* listed = messages::FindRequest(message.number);
+    if (message.direction == Direction::kAnswer && listed != nullptr && *listed->answer.name != '\0' &&
+        message.result == VESK_VIDEO_OK)
+        identity = IdentityOf(listed->answer.name);
+    const std::optional<uint64_t> number = identity.empty() ? std::nullopt : NumberIn(message, identity);
+    return number ? std::optional(NewNumber{identity, *number}) : std::nullopt;
+}
+
+Bytes Comparable(uint32_t request, Bytes data)
+{
+    const messages::Request* listed = messages::FindRequest(request);
+    if (listed == nullptr || data.size() < sizeof(VeskVideoMsgHead))
+        return data;
+    const auto isOwn = [&](const messages::Argument& argument) {
+        return argument.IsPointer() ||
+               (request == VESK_VIDEO_MSG_CREATE_QUEUE && argument.Name() == kQueueIdentity);
+    };
+    VeskVideoMsgHead head;
+    std::memcpy(&head, data.data(), sizeof head);
+    if (isOwn(listed->At(messages::HeaderField::kParam1)))
+        head.ulParam1 = 0;
+    if (isOwn(listed->At(messages::HeaderField::kParam2)))
+        head.ulParam2 = 0;
+    std::memcpy(data.data(), &head, sizeof head);
+    if (request == VESK_VIDEO_MSG_INIT && data.size() == sizeof head + sizeof(VeskVideoInitInfo))
+        std::fill(data.begin() + sizeof head, data.end(), std::byte{0});
+    return data;
 }
 
 void Numbers::Learn(std::string_view identity, uint64_t from, uint64_t to)
@@ -36,19 +71,12 @@ const uint64_t* Numbers::Find(std::string_view identity, uint64_t from) const
     return known != known_.end() ? &known->second : nullptr;
 }
 
-void Numbers::LearnAnswer(const Decoded& from, const Decoded& to)
+void Numbers::Learn(const Decoded& from, const Decoded& to)
 {
-    const messages::Request* listed = messages::FindRequest(from.number);
-    if (listed == nullptr || *listed->answer.name == '\0' || from.result != VESK_VIDEO_OK ||
-        to.result != VESK_VIDEO_OK)
-        return;
-    const std::string_view identity = IdentityOf(listed->answer.name);
-    if (identity.empty())
-        return;
-    const std::optional<uint64_t> before = NumberIn(from, identity);
-    const std::optional<uint64_t> now = NumberIn(to, identity);
+    const std::optional<NewNumber> before = NewNumberIn(from);
+    const std::optional<NewNumber> now = NewNumberIn(to);
     if (before && now)
-        Learn(identity, *before, *now);
+        Learn(before->identity, before->number, now->number);
 }
 
 Bytes Numbers::Translate(const Decoder& decoder, const Message& message) const

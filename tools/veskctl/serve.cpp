@@ -29,29 +29,6 @@ struct Options {
     bool endsWithLast = false;
 };
 
-/// A request without what differs from one run to the next: addresses in the application's memory, the number
-/// of a queue that it has created, its name.
-Bytes Comparable(uint32_t number, Bytes data)
-{
-    const messages::Request* listed = messages::FindRequest(number);
-    if (listed == nullptr || data.size() < sizeof(VeskVideoMsgHead))
-        return data;
-    const auto isOwn = [&](const messages::Argument& argument) {
-        return argument.IsPointer() ||
-               (number == VESK_VIDEO_MSG_CREATE_QUEUE && argument.Name() == kQueueIdentity);
-    };
-    VeskVideoMsgHead head;
-    std::memcpy(&head, data.data(), sizeof head);
-    if (isOwn(listed->At(messages::HeaderField::kParam1)))
-        head.ulParam1 = 0;
-    if (isOwn(listed->At(messages::HeaderField::kParam2)))
-        head.ulParam2 = 0;
-    std::memcpy(data.data(), &head, sizeof head);
-    if (number == VESK_VIDEO_MSG_INIT && data.size() == sizeof head + sizeof(VeskVideoInitInfo))
-        std::fill(data.begin() + sizeof head, data.end(), std::byte{0});
-    return data;
-}
-
 /// An application, which takes the part of a recorded process.
 struct Application {
     size_t part = 0;
@@ -203,8 +180,10 @@ private:
         if (options_.isStrict)
             CheckOrder(application, index, live);
         isUsed_[index] = true;
-        if (message.msgId == VESK_VIDEO_MSG_CREATE_QUEUE)
-            LearnQueue(application, turn, live);
+        const Decoded recorded = decoder_.Decode(turn.request.Message());
+        const Decoded now = decoder_.Decode({Direction::kRequest, turn.request.number, live});
+        application.toRecorded.Learn(now, recorded);
+        application.toLive.Learn(recorded, now);
         // If none was recorded, the application sees a failure, as it did then.
         if (message.type == OS_MSG_SYNCHRONOUS && turn.end && turn.end->HasMessage()) {
             const Bytes answer = application.toLive.Translate(decoder_, turn.end->Message());
@@ -214,18 +193,6 @@ private:
             if (notification.HasMessage())
                 Notify(application, notification);
         }
-    }
-
-    void LearnQueue(Application& application, const Turn& turn, const Bytes& live)
-    {
-        const auto recorded = NumberIn(
-            decoder_.Decode({Direction::kRequest, turn.request.number, turn.request.data}), kQueueIdentity);
-        const auto now =
-            NumberIn(decoder_.Decode({Direction::kRequest, turn.request.number, live}), kQueueIdentity);
-        if (!recorded || !now)
-            return;
-        application.toRecorded.Learn(kQueueIdentity, *now, *recorded);
-        application.toLive.Learn(kQueueIdentity, *recorded, *now);
     }
 
     void Notify(const Application& application, const Event& notification)
