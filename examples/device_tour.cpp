@@ -235,7 +235,7 @@ void ComposePicture(uint32_t port, uint32_t queue, uint32_t input, uint32_t deco
     Step("VeskVideoVoSetDisplayMode", VeskVideoVoSetDisplayMode(&mode));
     Step("VeskVideoVoSetDefaultImage", VeskVideoVoSetDefaultImage(port, 0, "/media/default.png"));
     Step("VeskVideoVoSetByomSrEnable", VeskVideoVoSetByomSrEnable(1));
-    const VeskVideoFilterWindow windows[] = {{{1, engine}}, {{2, engine}}};
+    const VeskVideoFilterWindow windows[] = {{{1, 0}}, {{2, 0}}};
     Step("VeskVideoAddFilterWindows", VeskVideoAddFilterWindows(engine, 2, windows));
     Step("VeskVideoDeleteFilterWindows", VeskVideoDeleteFilterWindows(engine, 2, windows));
     Step("VeskVideoVoStart", VeskVideoVoStart(engine));

@@ -1,7 +1,9 @@
 // "veskctl replay" and "veskctl serve": the tour's recording against another service, and in place of one.
 #include "support/processes.h"
 #include "tools/recording/conversation.h"
+#include "tools/recording/output.h"
 
+#include <algorithm>
 #include <csignal>
 #include <fstream>
 
@@ -45,6 +47,31 @@ struct ReplayTest : testing::Test {
     }
 };
 
+using Events = std::vector<Event>;
+
+/// The first event of a kind and number.
+Events::iterator Find(Events& events, Kind kind, uint32_t number)
+{
+    return std::find_if(events.begin(), events.end(),
+                        [&](const Event& event) { return event.kind == kind && event.number == number; });
+}
+
+/// Sets a number in the first such event.
+void Set(Events& events, Kind kind, uint32_t number, size_t offset, std::byte value)
+{
+    Find(events, kind, number)->data[offset] = value;
+}
+
+/// A copy of all, as a process of its own.
+Events As(Events events, const std::string& program, uint32_t process)
+{
+    for (Event& event : events) {
+        event.program = program;
+        event.process = process;
+    }
+    return events;
+}
+
 } // namespace
 
 TEST_F(ReplayTest, AFreshServiceAnswersAsBeforeAndAUsedOneHandsOutOtherNumbers)
@@ -86,6 +113,77 @@ TEST_F(ReplayTest, ADifferenceIsNamed)
     EXPECT_NE(text.output.find("notifications came: 2 differences\n"), std::string::npos) << text.output;
     EXPECT_NE(Shell(kVeskctl + "replay --match GET_VO_COUNT --json " + file)
                   .output.find(R"("field":"count","recorded":"5","replayed":"2"})"),
+              std::string::npos);
+}
+
+TEST_F(ReplayTest, TwoRecordingsAreCompared)
+{
+    constexpr uint32_t kAsked = VESK_VIDEO_MSG_GET_VO_COUNT;
+    constexpr uint32_t kNotified = VESK_VIDEO_ON_WALLPAPER_DEC_OK_NOTIFY;
+    constexpr size_t kParam1 = offsetof(VeskVideoMsgHead, ulParam1);
+    const auto asIs = [](Events&) {};
+    const auto twice = [](Events& events, const char* first, const char* second) {
+        const Events more = As(events, second, 2);
+        events = As(events, first, 1);
+        events.insert(events.end(), more.begin(), more.end());
+    };
+    const struct {
+        std::function<void(Events&)> recorded, other;
+        std::string differences; ///< What the output contains, before the summary.
+        int count;
+    } kRows[] = {
+        {asIs, asIs, "", 0},
+        {asIs, [&](Events& events) { Set(events, Kind::kAnswer, kAsked, 24, std::byte{5}); },
+         "]: GET_VO_COUNT: count was 2, is 5\n", 1},
+        {asIs, [&](Events& events) { events.erase(Find(events, Kind::kAnswer, kAsked)); },
+         "]: GET_VO_COUNT: answer was there, is not there\n", 1},
+        {asIs, [&](Events& events) { events.erase(Find(events, Kind::kRequest, kAsked)); },
+         "]: GET_VO_COUNT: request was there, is not there\n", 1},
+        {[&](Events& events) { events.erase(Find(events, Kind::kRequest, kAsked)); }, asIs,
+         "]: GET_VO_COUNT: request was not there, is there\n", 1},
+        {asIs,
+         [&](Events& events) { Set(events, Kind::kRequest, VESK_VIDEO_MSG_VO_START, kParam1, std::byte{9}); },
+         ": VO_START outEngNo=2001: outEngNo was 2001, is 1801\n", 1},
+        {asIs, [&](Events& events) { events.erase(Find(events, Kind::kNotification, kNotified)); },
+         "]: 6 WALLPAPER_DEC_OK wallpaperNo=1: notification was there, is not there\n", 1},
+        {asIs,
+         [&](Events& events) { // two seconds too late
+             const auto late = Find(events, Kind::kNotification, kNotified);
+             late->monotonicNs = events.back().monotonicNs + 2000000000;
+             std::rotate(late, late + 1, events.end());
+         },
+         "]: 6 WALLPAPER_DEC_OK wallpaperNo=1: notification was there, is not there\nnot compared", 1},
+        {[&](Events& events) { twice(events, "a", "b"); }, [&](Events& events) { twice(events, "b", "a"); },
+         "", 0},
+        {asIs, [&](Events& events) { twice(events, events[0].program.c_str(), "b"); },
+         "b[2]: process was not there, is there\n", 1},
+    };
+    Events events;
+    ReadFile(file, [&](Event&& event) { events.push_back(std::move(event)); });
+    const auto write = [&](const std::string& name, const std::function<void(Events&)>& edit) {
+        Events edited = events;
+        edit(edited);
+        Output output(directory.File(name), "test", "test");
+        for (const Event& event : edited)
+            output.Append(event);
+        return directory.File(name);
+    };
+    for (const auto& row : kRows) {
+        const Result result =
+            Shell(kVeskctl + "replay " + write("one", row.recorded) + " --with " + write("other", row.other));
+        EXPECT_EQ(result.status, row.count == 0 ? 0 : 1);
+        EXPECT_NE(result.output.find(row.differences), std::string::npos) << row.differences << result.output;
+        const std::string count = row.count == 0 ? ": no" : ": " + std::to_string(row.count);
+        EXPECT_NE(result.output.find("came" + count + " difference"), std::string::npos) << result.output;
+    }
+    const std::string other = directory.File("other");
+    EXPECT_EQ(
+        Shell(kVeskctl + "with-device --numbers 7 -- " + kVeskctl + "trace -o " + other + " -- " + kTour)
+            .status,
+        0);
+    const Result numbers = Shell(kVeskctl + "replay " + file + " --with " + other);
+    EXPECT_EQ(numbers.status, 0) << numbers.output;
+    EXPECT_NE(Shell(kVeskctl + "replay " + file + " --with /dev/null").output.find("/dev/null: "),
               std::string::npos);
 }
 
