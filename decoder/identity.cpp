@@ -52,8 +52,6 @@ std::string_view IdentityIn(uint32_t answerOf, std::string_view name)
 std::string_view IdentityOf(const Decoded& message, const Field& field)
 {
     const std::string_view name = field.LastName();
-    if (name == "filterParam")
-        return "outEngNo"; // to the virtual service, though it takes any number
     if (name != "inputId")
         return IdentityIn(message.direction == Direction::kAnswer ? message.number : 0, name);
     const std::string flag = field.path.substr(0, field.path.size() - name.size()) + "decFlag";

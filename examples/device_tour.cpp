@@ -236,8 +236,8 @@ void ComposePicture(uint32_t port, uint32_t queue, uint32_t input, uint32_t deco
     Step("VeskVideoVoSetDefaultImage", VeskVideoVoSetDefaultImage(port, 0, "/media/default.png"));
     Step("VeskVideoVoSetByomSrEnable", VeskVideoVoSetByomSrEnable(1));
     const VeskVideoFilterWindow windows[] = {{{1, 0}}, {{2, 0}}};
-    Step("VeskVideoAddFilterWindows", VeskVideoAddFilterWindows(engine, 2, windows));
-    Step("VeskVideoDeleteFilterWindows", VeskVideoDeleteFilterWindows(engine, 2, windows));
+    Step("VeskVideoAddFilterWindows", VeskVideoAddFilterWindows(port, 2, windows));
+    Step("VeskVideoDeleteFilterWindows", VeskVideoDeleteFilterWindows(port, 2, windows));
     Step("VeskVideoVoStart", VeskVideoVoStart(engine));
     Notified(VESK_VIDEO_ON_DISPLAY_FIRST_FRAME_NOTIFY, "the display shows its first frame");
     // The number of a window travels as a pointer.
