@@ -364,3 +364,63 @@ TEST_F(WithDeviceTest, PassesSignalsOnAndEndsTheService)
         Eventually([&] { return Contents(own + "/service.log").find("ended") != std::string::npos; }));
     Shell(VESK_VESKCTL_PATH " with-device true");
 }
+
+TEST_F(WithDeviceTest, AnAlteredServiceDoesOneThingWrong)
+{
+    const char* const kShell = R"(
+run() { printf "$1\n" | veskctl run --keep-going --quiet -; }
+call() { veskctl call "$@"; }
+set_twice() { run "OPEN_VO_PORT voPort=0\n$set param1=5 param8=7\n$set param1=6 param8=7\nGET_VO_PARAM outEngNo=2001"; }
+show() { run "OPEN_VO_PORT voPort=0\n$set\nSET_DEFAULT_IMAGE imageParam1=0 imageParam2=0 text=/i\nVO_START outEngNo=2001\n$1"; }
+beside() { veskctl monitor >$m & until grep -q '103.*port=2' $m; do sleep 0.02; done; "$@"; kill $!; cat $m; }
+be_killed() { mkfifo $m.in; veskctl run - <$m.in >$m & exec 3>$m.in; echo OPEN_VO_PORT voPort=0 >&3; until grep -q 2001 $m; do sleep 0.02; done; kill -9 $!; }
+set='SET_VO_PARAM outEngNo=2001' m=$VESK_RUNTIME_DIR/monitor && : >$m
+)";
+    const struct {
+        const char* alter;
+        const char* commands;
+        const char* output; ///< Is found with the alteration, and not without.
+    } rows[] = {
+        {"skip VO_START OK", "call VO_START outEngNo=7", "-> OK"},
+        {"skip GET_VO_COUNT STATE --after 1", R"(run 'GET_VO_COUNT\nGET_VO_COUNT')", "-> STATE"},
+        {"ignore SET_VO_PARAM @32", "set_twice", "GET.*param1=6 .*param8=0"},
+        {"freeze SET_VO_PARAM param1", "set_twice", "GET.*param1=5 .*param8=7"},
+        {"fit *", "call SET_FILTER_WINDOW windowCount=7 filterParam=0 --raw 000000000000000000", "-> OK"},
+        {"fit *", "call SET_DEFAULT_IMAGE --raw 4142", "-> OK"},
+        {"refuse-late *", "call SET_DEFAULT_IMAGE --raw 2f69; veskctl device state",
+         "SET_DEFAULT_IMAGE +OK: 1"},
+        {"refuse-noise * VALUE", "call GET_VO_COUNT --raw 0x ulParam2=5", "-> VALUE"},
+        {"postpone EXIT",
+         R"(run 'OPEN_VO_PORT voPort=0\nEXIT\nVO_STOP outEngNo=2001\nVO_STOP outEngNo=2001')",
+         R"(-> STATE[\s\S]*-> NUMBER)"},
+        {"growing GET_VO_COUNT 200000", R"(run 'GET_VO_COUNT\nGET_VO_COUNT')", R"(count=2 [4-9]\d\d\.)"},
+        {"limit-clients 1 ROOM", "beside run GET_VO_COUNT", "refused INIT: ROOM"},
+        {"needs-init * STATE", R"(run 'EXIT\nGET_VO_COUNT')", "-> STATE"},
+        {"answer * NUMBER OK", "call VO_START outEngNo=7", "-> OK"},
+        {"answer SET_VO_PARAM OK BUSY", "set_twice", R"(-> BUSY[\s\S]*GET.*param1=6)"},
+        {"unanswered VO_START", "call VO_START outEngNo=7", "no answer: BROKEN"},
+        {"stale OPEN_VO_PORT", R"(run 'OPEN_VO_PORT voPort=0\nOPEN_VO_PORT voPort=1')", "voPort=1 .*2001"},
+        {"flip GET_VO_COUNT count", "call GET_VO_COUNT", "count=3"},
+        {"length GET_VO_COUNT -1", "call GET_VO_COUNT", "has 3 bytes instead of 4"},
+        {"flip 106 isDec", "show 'wait 106'", "isDec=1"},
+        {"drop DISPLAY_FIRST_FRAME", "show 'wait 106 timeout=300'", "no notification"},
+        {"twice 106", R"(show 'wait 106\nwait 106 timeout=300')", R"(<- 106[\s\S]*<- 106)"},
+        {"swap 100 102", "echo GET_VO_COUNT | veskctl run -", R"(102.*port=0.*\n<- 100.*\n<- 100)"},
+        {"to-everyone 106", "beside show 'wait 106'", R"(\d 106)"},
+        {"to-others 106", "beside show 'wait 106 timeout=300'", R"(no notification[\s\S]*\d 106)"},
+        {"uncaused 208 50", "run 'wait 208 timeout=400'", "<- 208"},
+        {"keep-ended", "be_killed; call OPEN_VO_PORT voPort=0", "-> BUSY"},
+        {"drop GET_VO_COUNT", "true", "VESK_ALTER: there is no notification 'GET_VO_COUNT'"},
+    };
+    RuntimeDir files;
+    const std::string command =
+        VESK_VESKCTL_PATH " with-device --service-program " VESK_ALTERED_PATH " sh " + files.File("commands");
+    for (const auto& row : rows) {
+        std::ofstream(files.File("commands")) << kShell << row.commands;
+        for (const std::string alter : {row.alter, ""}) {
+            const Result result = Shell("VESK_ALTER='" + alter + "' " + command);
+            EXPECT_EQ(patterns::IsFound(result.output, row.output), !alter.empty())
+                << row.alter << ": " << result.output;
+        }
+    }
+}
