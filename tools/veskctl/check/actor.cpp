@@ -201,6 +201,8 @@ Prepared Actor::Encode(const std::string& line)
 Bytes Actor::Example(const messages::Request& request)
 {
     const check::Example example = ExampleOf(request);
+    if (!trial_.CanBeTried(request))
+        throw NotTried{"there is no camera"};
     for (const std::string& line : LinesOf(example.needs))
         Need(line);
     if (request.number == VESK_VIDEO_MSG_INIT)

@@ -75,6 +75,7 @@ public:
     /// Forgets it; the next that is asked for is another.
     void Forget(const std::string& variable) { variables_.erase(variable); }
     void Set(const std::string& variable, uint64_t value) { variables_[variable] = value; }
+    bool Has(const std::string& variable) const { return variables_.contains(variable); }
 
     /// Takes the next notification that @p isWanted; those that come before it stay. Nothing if none comes in
     /// time.

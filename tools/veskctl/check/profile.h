@@ -19,7 +19,7 @@ struct Profile {
     /// first.
     std::vector<uint32_t> inputs;
     std::vector<uint32_t> outputs;
-    std::optional<uint32_t> camera; ///< An input port; nothing: the first of the inputs.
+    std::optional<uint32_t> camera; ///< An input port; nothing: the first of the inputs that is one.
 
     bool Has(uint32_t request) const { return !missing.contains(request); }
     bool Sends(uint32_t notification) const { return !unsentNotifications.contains(notification); }

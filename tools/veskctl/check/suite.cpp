@@ -76,6 +76,53 @@ struct Ports {
     }
 };
 
+/// True if the port has a camera: it answers what only a camera can.
+bool HasCamera(Actor& client, uint32_t port)
+{
+    client.Forget("inEngNo");
+    client.Set("viPort", port);
+    try {
+        return client.Send("CAMERA_CONTROL inEngNo=$inEngNo cmdType=16").IsOk();
+    } catch (const NotTried&) { // it cannot be opened
+        return false;
+    }
+}
+
+/// A number that no preset of the camera of the client's engine has.
+uint32_t NewPreset(Actor& client)
+{
+    const uint64_t count = client.Send("GET_PRESET_COUNT").Number("count");
+    uint32_t preset = 1;
+    if (count == 0)
+        return preset;
+    const Reply presets =
+        client.Send("QUERY_PRESET presetSelector=$inEngNo presetCount=" + std::to_string(count));
+    const auto isTaken = [&] {
+        for (uint64_t i = 0; i < count; ++i) {
+            if (presets.Number('[' + std::to_string(i) + "].presetId") == preset)
+                return true;
+        }
+        return false;
+    };
+    while (isTaken())
+        ++preset;
+    return preset;
+}
+
+/// Finds the camera, one that is plugged in, and makes it the first of the inputs.
+void FindCamera(Actor& client, std::optional<uint32_t> wanted, Survey& survey)
+{
+    const auto end = survey.inputs.begin() + static_cast<std::ptrdiff_t>(survey.pluggedInputs);
+    const auto found = std::find_if(survey.inputs.begin(), end, [&](uint32_t port) {
+        return port == wanted.value_or(port) && HasCamera(client, port);
+    });
+    if (found == end)
+        return;
+    survey.camera = *found;
+    survey.newPreset = NewPreset(client);
+    std::rotate(survey.inputs.begin(), found, found + 1);
+}
+
 } // namespace
 
 Survey SurveyDevice(Bench& bench)
@@ -96,6 +143,7 @@ Survey SurveyDevice(Bench& bench)
     }
     survey.inputs = inputs.InOrder(bench.profile.inputs, survey.pluggedInputs);
     survey.outputs = outputs.InOrder(bench.profile.outputs, survey.pluggedOutputs);
+    FindCamera(client, bench.profile.camera, survey);
     survey.isVirtual = client.Send("VESK_CONTROL_STATE").IsOk();
     return survey;
 }

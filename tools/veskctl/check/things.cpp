@@ -4,6 +4,7 @@
 #include "decoder/names.h"
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 
 namespace vesk::ctl::check {
@@ -45,7 +46,7 @@ struct Row {
 // 0 in the payload.
 constexpr Row kExamples[] = {
     {"ADVANCE_QUE_CLIENT_INIT", {"", "text=queues"}},
-    {"CAMERA_CONTROL", {"", "cmdType=16"}},
+    {"CAMERA_CONTROL", {.needs = "", .fields = "cmdType=16", .isOfCamera = true}},
     {"CREATE_OVERLAY_CHANNEL_PARAM", {"", "overlayChn=2"}},
     {"DEC_START", {"SET_DEC_PARAM decStmNo=$decStmNo w=1280 h=720", ""}},
     {"DEC_STOP", {"SET_DEC_PARAM decStmNo=$decStmNo w=1280 h=720; DEC_START decStmNo=$decStmNo", ""}},
@@ -60,10 +61,10 @@ constexpr Row kExamples[] = {
     {"ENC_START", {"SET_ENC_PARAM encStmNo=$encStmNo w=1280 h=720 fr=30 br=2000", ""}},
     {"ENC_STOP",
      {"SET_ENC_PARAM encStmNo=$encStmNo w=1280 h=720 fr=30 br=2000; ENC_START encStmNo=$encStmNo", ""}},
-    {"EXECUT_VI_TRACKING_PARAM", {"VI_START inEngNo=$inEngNo", ""}},
+    {"EXECUT_VI_TRACKING_PARAM", {.needs = "VI_START inEngNo=$inEngNo", .fields = "", .isOfCamera = true}},
     {"GET_CAPABILITY", {"", "capabilityType=0"}},
     {"GET_SNAPSHOT", {"", "path=/tmp/snapshot.jpg voPort=$voPort"}},
-    {"GET_VI_QUE_HANDLE", {"VI_START inEngNo=$inEngNo", ""}},
+    {"GET_VI_QUE_HANDLE", {"VI_START inEngNo=$inEngNo", "", true}}, // it need not be there at once
     {"INIT_ANDROID_OBJECTS", {"", "", true}},
     {"MOUSE_START", {"MOUSE_CONNECT mouseStmNo=$mouseStmNo decStmNo=$decStmNo", ""}},
     {"MOUSE_STOP",
@@ -75,12 +76,15 @@ constexpr Row kExamples[] = {
     {"SET_DEC_PARAM", {"", "w=1280 h=720"}},
     {"SET_DEFAULT_IMAGE", {"", "imageParam1=$voPort imageParam2=0 text="}},
     {"SET_ENC_PARAM", {"", "w=1280 h=720 fr=30 br=2000"}},
+    {"SET_ENC_PARAM_EX", {"", "exParam0=64"}},
     {"SET_FILTER_WINDOW", {"", "[0].width=64 [0].height=64 filterParam=$voPort"}},
     {"SET_LOOP_MODE", {"", "encNo=$encStmNo decNo=$decStmNo"}},
-    {"SET_PRESET", {"", "isValid=1 presetId=$newPreset"}},
+    {"SET_PRESET", {.needs = "", .fields = "isValid=1 presetId=$newPreset", .isOfCamera = true}},
     {"SET_SR_ENABLE", {"", "enable=0"}},
     {"SET_VIRTUAL_VI_PARAM", {"", "text="}},
+    {"SET_VI_CUTOUT_PARAM", {"GET_VI_CUTOUT_PARAM inEngNo=$inEngNo", ""}}, // what is to be put back
     {"SET_VI_DISCONNECT", {"SET_VI_CONNECT inEngNo=$inEngNo stmNo=1", ""}},
+    {"SET_VI_PTZF_PARAM", {"GET_VI_PTZF_PARAM inEngNo=$inEngNo", ""}},
     {"START_UVC_STREAM", {"SET_UVC_PARAM uvcStmNo=$uvcStmNo", ""}},
     {"STOP_LOCAL_MOUSE", {"START_LOCAL_MOUSE localMouseStmNo=$localMouseStmNo", ""}},
     {"STOP_UVC_STREAM", {"SET_UVC_PARAM uvcStmNo=$uvcStmNo; START_UVC_STREAM uvcStmNo=$uvcStmNo", ""}},
@@ -113,6 +117,19 @@ Example ExampleOf(const messages::Request& request)
     const auto* found = std::find_if(std::begin(kExamples), std::end(kExamples),
                                      [&](const Row& row) { return row.request == name; });
     return found == std::end(kExamples) ? Example{} : found->example;
+}
+
+void SetHeader(Bytes& request, messages::HeaderField field, uint64_t value)
+{
+    VeskVideoMsgHead head{};
+    std::memcpy(&head, request.data(), sizeof head);
+    if (field == messages::HeaderField::kSubMsgID)
+        head.uwSubMsgID = static_cast<uint16_t>(value);
+    else if (field == messages::HeaderField::kParam1)
+        head.ulParam1 = value;
+    else
+        head.ulParam2 = static_cast<uint32_t>(value);
+    std::memcpy(request.data(), &head, sizeof head);
 }
 
 std::vector<std::string> LinesOf(std::string_view lines)

@@ -1,6 +1,7 @@
 // What a service hands out numbers for, and what each request needs so that it succeeds.
 #pragma once
 
+#include "base/bytes.h"
 #include "vesk_video/message_list.h"
 
 #include <span>
@@ -33,9 +34,13 @@ struct Example {
     std::string_view fields; ///< Its fields that are neither 0 nor the number of a thing or port.
     /// Its result depends on more than the interface says, so any code will do.
     bool mayBeRefused = false;
+    bool isOfCamera = false; ///< The port must have a camera.
 };
 
 Example ExampleOf(const messages::Request& request);
+
+/// Sets a field of the header of a request.
+void SetHeader(Bytes& request, messages::HeaderField field, uint64_t value);
 
 /// Lines that are separated by semicolons, without blanks around them.
 std::vector<std::string> LinesOf(std::string_view lines);

@@ -183,6 +183,21 @@ void Trial::Advise(bool holds, const std::string& expected, const std::string& g
         Report({expected, got}, true);
 }
 
+void Trial::Quietly(const std::function<void()>& body)
+{
+    struct Quiet {
+        bool& isQuiet;
+        ~Quiet() { isQuiet = false; }
+    } const quiet{isQuiet_};
+    isQuiet_ = true;
+    body();
+}
+
+bool Trial::CanBeTried(const messages::Request& request) const
+{
+    return !ExampleOf(request).isOfCamera || bench_.survey.camera;
+}
+
 void Trial::Sent(const Actor& actor, const Reply& reply, uint32_t number, BytesView data)
 {
     if (bench_.recorder)
@@ -204,6 +219,8 @@ void Trial::Note(const Actor& actor, const std::string& what)
 
 void Trial::Log(Logged&& logged)
 {
+    if (isQuiet_)
+        return;
     log_.push_back(std::move(logged));
     if (log_.size() > kMostLogged)
         log_.pop_front();

@@ -83,6 +83,10 @@ public:
     void ExpectRefused(const Reply& reply, const std::string& why);
     /// Something that a device should do, but need not.
     void Advise(bool holds, const std::string& expected, const std::string& got);
+    /// What is sent meanwhile is in no report.
+    void Quietly(const std::function<void()>& body);
+    /// False for requests to a camera if the device has none.
+    bool CanBeTried(const messages::Request& request) const;
     [[noreturn]] void Skip(const std::string& reason) { throw NotTried{reason}; }
 
     Bench& TheBench() { return bench_; }
@@ -120,6 +124,7 @@ private:
     Bench& bench_;
     TestResult result_;
     std::string subject_;
+    bool isQuiet_ = false;
     bool isWhole_ = true; ///< The test has no cases so far: it is one.
     std::list<Actor> actors_;
     std::deque<Logged> log_;
