@@ -57,6 +57,24 @@ const Row* FindRow(uint32_t number)
     return found == std::end(kRows) ? nullptr : found;
 }
 
+/// True if both requests, which have the same number, ask for the same.
+bool AreAlike(uint32_t number, BytesView a, BytesView b)
+{
+    using messages::HeaderField;
+    constexpr size_t kHeadSize = sizeof(VeskVideoMsgHead);
+    const messages::Request* listed = messages::FindRequest(number);
+    if (listed == nullptr || a.size() != b.size() || a.size() < kHeadSize ||
+        !std::equal(a.begin() + kHeadSize, a.end(), b.begin() + kHeadSize))
+        return false;
+    VeskVideoMsgHead heads[2];
+    std::memcpy(&heads[0], a.data(), kHeadSize);
+    std::memcpy(&heads[1], b.data(), kHeadSize);
+    const HeaderField fields[] = {HeaderField::kSubMsgID, HeaderField::kParam1, HeaderField::kParam2};
+    return std::all_of(std::begin(fields), std::end(fields), [&](HeaderField field) {
+        return !listed->At(field).IsUsed() || ValueOf(heads[0], field) == ValueOf(heads[1], field);
+    });
+}
+
 } // namespace
 
 void Lasting::Before(Actor& actor, uint32_t number, BytesView data)
@@ -82,10 +100,8 @@ void Lasting::Before(Actor& actor, uint32_t number, BytesView data)
 void Lasting::Accepted(const Decoder& decoder, uint32_t number, BytesView data)
 {
     // A test that puts something back by itself leaves nothing to put back.
-    std::erase_if(undos_, [&](const Undo& undo) {
-        return undo.number == number &&
-               std::equal(undo.data.begin(), undo.data.end(), data.begin(), data.end());
-    });
+    std::erase_if(
+        undos_, [&](const Undo& undo) { return undo.number == number && AreAlike(number, undo.data, data); });
     const Row* row = FindRow(number);
     if (row == nullptr)
         return;
