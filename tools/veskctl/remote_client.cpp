@@ -64,9 +64,20 @@ bool Write(int socket, const void* data, size_t size)
     return true;
 }
 
+/// A signal, or having been held up, may cut a read short.
 bool Read(int socket, void* data, size_t size)
 {
-    return size == 0 || recv(socket, data, size, MSG_WAITALL) == static_cast<ssize_t>(size);
+    char* next = static_cast<char*>(data);
+    while (size > 0) {
+        const ssize_t got = recv(socket, next, size, MSG_WAITALL);
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0)
+            return false;
+        next += got;
+        size -= static_cast<size_t>(got);
+    }
+    return true;
 }
 
 bool Put(int socket, Packet packet)
