@@ -84,9 +84,12 @@ std::string Reply::Text() const
 std::optional<uint64_t> Notified::Field(std::string_view path) const
 {
     for (const decoder::Field& field : message.fields) {
-        if (const uint64_t* number = std::get_if<uint64_t>(&field.value);
-            number != nullptr && field.path == path)
+        if (field.path != path)
+            continue;
+        if (const uint64_t* number = std::get_if<uint64_t>(&field.value))
             return *number;
+        if (const int64_t* number = std::get_if<int64_t>(&field.value))
+            return static_cast<uint64_t>(*number);
     }
     return std::nullopt;
 }

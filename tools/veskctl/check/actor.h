@@ -33,7 +33,7 @@ struct Notified {
     Arrived arrived;
 
     uint32_t Number() const { return arrived.number; }
-    /// A field by its path; nothing if it has none that is a number.
+    /// A field by its path, a negative one as its two's complement; nothing if it has none that is a number.
     std::optional<uint64_t> Field(std::string_view path) const;
 };
 

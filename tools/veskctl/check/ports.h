@@ -1,0 +1,47 @@
+// What the service tells a client of its ports when it announces itself.
+#pragma once
+
+#include "tools/veskctl/check/trial.h"
+
+namespace vesk::ctl::check {
+
+/// How long a service may take to tell what it must.
+inline constexpr std::chrono::milliseconds kLongest(5000);
+
+/// How many ports there are, as the service counts them; 0 of those that it does not count.
+struct PortCounts {
+    size_t displays = 0;
+    size_t inputs = 0;
+
+    size_t All() const { return displays + inputs; }
+};
+
+/// The ports of one direction, and the notifications that tell of them.
+struct PortKind {
+    uint32_t state;
+    uint32_t format;
+    const char* counted; ///< The request that tells their number.
+    size_t PortCounts::*count;
+};
+
+inline constexpr PortKind kPortKinds[] = {
+    {VESK_VIDEO_ON_VO_PORT_PLUG_STATE_NOTIFY, VESK_VIDEO_ON_VO_PORT_DDC_INFO_NOTIFY, "GET_VO_COUNT",
+     &PortCounts::displays},
+    {VESK_VIDEO_ON_VI_PORT_PLUG_STATE_NOTIFY, VESK_VIDEO_ON_VI_PORT_PIXEL_INFO_NOTIFY, "GET_VI_COUNT",
+     &PortCounts::inputs},
+};
+
+/// Has the service count them, for all cases of a test that follow.
+PortCounts CountPorts(Trial& trial);
+
+/// Takes what tells of all ports after INIT, in the order in which it comes. What came before it has come
+/// as well then.
+std::vector<Notified> TakePorts(Trial& trial, Actor& client, const PortCounts& counts);
+
+/// A client that has been told of all ports.
+Actor& AnnouncedClient(Trial& trial, const PortCounts& counts);
+
+/// Announces a client again, and takes all else that has come by then.
+std::vector<Notified> TakeAllSoFar(Trial& trial, Actor& client, const PortCounts& counts);
+
+} // namespace vesk::ctl::check
