@@ -1,5 +1,5 @@
 // The group "restart": a service that ends and starts again.
-#include "tools/veskctl/check/ports.h"
+#include "tools/veskctl/check/told.h"
 
 #include "base/descriptor.h"
 #include "tools/veskctl/program.h"
@@ -116,8 +116,9 @@ void ExpectGoneOrKept(Trial& trial, Actor& client, const Opened& opened)
         return;
     }
     trial.ExpectRefused(reply, "what was opened before the restart is gone");
-    client.Forget(opened.number);
-    trial.ExpectOk(client.Send(opened.create));
+    const Reply another = client.Send(opened.create);
+    trial.ExpectOk(another);
+    client.Set(opened.number, another.Number(opened.number));
 }
 
 /// Restarts the service once; a client that is told of its ports by then is told of the same ones again.
@@ -129,7 +130,6 @@ void ExpectRestarted(Trial& trial, Actor& client, const PortCounts& counts, cons
         all.push_back({"OPEN_VI_PORT viPort=$viPort", "inEngNo", "SET_VI_PARAM inEngNo=$inEngNo",
                        "GET_VI_PARAM inEngNo=$inEngNo"});
     for (Opened& opened : all) {
-        client.Forget(opened.number);
         client.Need(opened.set);
         const Reply reply = client.Need(opened.read);
         opened.before.assign(reply.Payload().begin(), reply.Payload().end());

@@ -1,4 +1,4 @@
-// What the service tells a client of its ports when it announces itself.
+// What the service tells its clients, and how tests take it.
 #pragma once
 
 #include "tools/veskctl/check/trial.h"
@@ -7,6 +7,18 @@ namespace vesk::ctl::check {
 
 /// How long a service may take to tell what it must.
 inline constexpr std::chrono::milliseconds kLongest(5000);
+
+/// Short name of a notification; its number if it is not listed.
+std::string NameOf(uint32_t notification);
+
+/// Notifications as they are shown, one after another; "none" if there are none.
+std::string TextOf(Trial& trial, const std::vector<Notified>& all);
+
+/// An application must be able to use what arrives: it is listed, and long enough.
+void ExpectUsable(Trial& trial, const Notified& one);
+
+/// What a device does that differs from the virtual one in what the interface leaves open is no failure.
+void Require(Trial& trial, bool isStated, bool holds, const std::string& expected, const std::string& got);
 
 /// How many ports there are, as the service counts them; 0 of those that it does not count.
 struct PortCounts {

@@ -1,0 +1,111 @@
+// What the service tells its clients, and how tests take it.
+#include "tools/veskctl/check/told.h"
+
+#include "decoder/names.h"
+#include "decoder/text.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace vesk::ctl::check {
+
+using namespace std::chrono_literals;
+using std::chrono::milliseconds;
+
+std::string NameOf(uint32_t number)
+{
+    const messages::Notification* listed = messages::FindNotification(number);
+    return listed == nullptr ? std::to_string(number) : std::string(decoder::ShortName(listed->name));
+}
+
+std::string TextOf(Trial& trial, const std::vector<Notified>& all)
+{
+    std::string text;
+    for (const Notified& one : all)
+        text += (text.empty() ? "" : "; ") + Line(trial.Decoder(), one.message);
+    return text.empty() ? "none" : text;
+}
+
+void ExpectUsable(Trial& trial, const Notified& one)
+{
+    const messages::Notification* listed = messages::FindNotification(one.Number());
+    trial.Expect(listed != nullptr, "only notifications that are listed", "number " + NameOf(one.Number()));
+    const size_t size = one.arrived.data.size();
+    trial.Expect(size >= sizeof(VeskVideoMsgHead), "a notification to begin with a header of 24 bytes",
+                 std::to_string(size) + " bytes");
+    if (listed->payload.kind != messages::Kind::kRecord)
+        return;
+    const size_t payload = size - sizeof(VeskVideoMsgHead);
+    const bool isExact = one.Number() == VESK_VIDEO_ON_DISPLAY_FIRST_FRAME_NOTIFY ||
+                         one.Number() == VESK_VIDEO_ON_DISPLAY_DESTROY_LINK_NOTIFY ||
+                         one.Number() == VESK_VIDEO_ON_CAMERA_CTRL_RESULT_NOTIFY;
+    trial.Expect(isExact ? payload == listed->payload.size : payload >= listed->payload.size,
+                 NameOf(one.Number()) + " to have " + (isExact ? "" : "at least ") +
+                     std::to_string(listed->payload.size) + " bytes after its header",
+                 std::to_string(payload) + " bytes");
+    if (one.Number() == VESK_VIDEO_ON_CAMERA_CTRL_RESULT_NOTIFY || !isExact)
+        return;
+    const auto name =
+        one.arrived.data.begin() + sizeof(VeskVideoMsgHead) + offsetof(VeskVideoDisplayLink, portName);
+    const auto end = name + sizeof(VeskVideoDisplayLink::portName);
+    trial.Expect(std::find(name, end, std::byte{0}) != end, "portName to end within its field",
+                 "64 characters without an end");
+}
+
+void Require(Trial& trial, bool isStated, bool holds, const std::string& expected, const std::string& got)
+{
+    if (isStated || trial.TheBench().survey.isVirtual)
+        trial.Expect(holds, expected, got);
+    else
+        trial.Advise(holds, expected, got);
+}
+
+PortCounts CountPorts(Trial& trial)
+{
+    Actor& client = trial.NewClient();
+    PortCounts counts;
+    for (const PortKind& kind : kPortKinds) {
+        if (trial.TheProfile().Sends(kind.state))
+            counts.*kind.count = static_cast<size_t>(client.Send(kind.counted).Number("count"));
+    }
+    trial.Leave(client);
+    return counts;
+}
+
+std::vector<Notified> TakePorts(Trial& trial, Actor& client, const PortCounts& counts)
+{
+    std::vector<Notified> told;
+    const auto isOfPort = [](const Notified& one) {
+        return one.Number() >= VESK_VIDEO_ON_VO_PORT_PLUG_STATE_NOTIFY &&
+               one.Number() <= VESK_VIDEO_ON_VI_PORT_PIXEL_INFO_NOTIFY;
+    };
+    const auto deadline = Clock::now() + kLongest;
+    for (size_t missing = counts.All(); missing > 0; --missing) {
+        const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
+        const auto one = client.Await(isOfPort, left);
+        if (!one)
+            break;
+        for (const PortKind& kind : kPortKinds) {
+            const bool hasFormat = one->Number() == kind.state && one->Field("val").value_or(0) != 0;
+            missing += hasFormat && trial.TheProfile().Sends(kind.format) ? 1 : 0;
+        }
+        told.push_back(*one);
+    }
+    return told;
+}
+
+Actor& AnnouncedClient(Trial& trial, const PortCounts& counts)
+{
+    Actor& client = trial.NewClient();
+    TakePorts(trial, client, counts);
+    return client;
+}
+
+std::vector<Notified> TakeAllSoFar(Trial& trial, Actor& client, const PortCounts& counts)
+{
+    client.Announce();
+    TakePorts(trial, client, counts);
+    return client.TakeAll(0ms);
+}
+
+} // namespace vesk::ctl::check
