@@ -47,10 +47,10 @@ void ExpectPorts(Trial& trial, const std::vector<Notified>& told, const PortKind
 }
 
 /// All that a client is told that announces itself now.
-std::vector<Notified> ToldAfterInit(Trial& trial, Actor& client, const PortCounts& counts)
+std::vector<Notified> ToldAfterInit(Actor& client, const PortCounts& counts)
 {
     client.Announce();
-    std::vector<Notified> told = TakePorts(trial, client, counts);
+    std::vector<Notified> told = TakePorts(client, counts);
     const std::vector<Notified> more = client.TakeAll(kQuiet);
     told.insert(told.end(), more.begin(), more.end());
     return told;
@@ -62,7 +62,7 @@ void AfterInit(Trial& trial)
     Actor& watcher = AnnouncedClient(trial, counts);
     Actor& client = trial.NewProcess();
     for (int i = 0; i < 2; ++i) { // an application may begin again, with another callback
-        const std::vector<Notified> told = ToldAfterInit(trial, client, counts);
+        const std::vector<Notified> told = ToldAfterInit(client, counts);
         for (const Notified& one : told)
             ExpectUsable(trial, one);
         for (const PortKind& kind : kPortKinds)
@@ -80,8 +80,8 @@ void OtherTask(Trial& trial)
     const std::vector<Notified> told = client.TakeAll(kQuiet);
     trial.Expect(told.empty(), "nothing to come to the task VAPI of a client that has named another one",
                  TextOf(trial, told));
-    const std::vector<Notified> then = ToldAfterInit(trial, client, counts);
-    trial.Expect(!then.empty() || counts.All() == 0,
+    const std::vector<Notified> then = ToldAfterInit(client, counts);
+    trial.Expect(!then.empty() || counts.told == 0,
                  "the states of ports to come once the client has named its task VAPI", TextOf(trial, then));
 }
 
@@ -96,6 +96,7 @@ void Silence(Trial& trial)
     left.The("loop");
     left.Send("EXIT");
     left.Send("GET_VI_COUNT"); // served after it
+    announced.TakeAll(kQuiet);
     left.TakeAll(0ms);
     // What belonged to it is gone, and what it does now is its own affair.
     left.Send("SET_LOOP_START loop=$loop enable=1");

@@ -10,7 +10,6 @@
 namespace vesk::ctl::check {
 
 using namespace std::chrono_literals;
-using std::chrono::milliseconds;
 
 std::string NameOf(uint32_t number)
 {
@@ -60,36 +59,47 @@ void Require(Trial& trial, bool isStated, bool holds, const std::string& expecte
         trial.Advise(holds, expected, got);
 }
 
+namespace {
+
+bool IsOfPort(const Notified& one)
+{
+    return one.Number() >= VESK_VIDEO_ON_VO_PORT_PLUG_STATE_NOTIFY &&
+           one.Number() <= VESK_VIDEO_ON_VI_PORT_PIXEL_INFO_NOTIFY;
+}
+
+} // namespace
+
 PortCounts CountPorts(Trial& trial)
 {
     Actor& client = trial.NewClient();
+    const Profile& profile = trial.TheProfile();
     PortCounts counts;
-    for (const PortKind& kind : kPortKinds) {
-        if (trial.TheProfile().Sends(kind.state))
-            counts.*kind.count = static_cast<size_t>(client.Send(kind.counted).Number("count"));
+    for (const PortKind& kind : kPortKinds)
+        counts.*kind.count = static_cast<size_t>(client.Send(kind.counted).Number("count"));
+    size_t expected = (profile.Sends(kPortKinds[0].state) ? counts.displays : 0) +
+                      (profile.Sends(kPortKinds[1].state) ? counts.inputs : 0);
+    for (const auto deadline = Clock::now() + kLongest; counts.told < expected; ++counts.told) {
+        const auto one =
+            client.Await(IsOfPort, std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()));
+        if (!one)
+            break;
+        for (const PortKind& kind : kPortKinds) {
+            const bool hasFormat = one->Number() == kind.state && one->Field("val").value_or(0) != 0;
+            expected += hasFormat && profile.Sends(kind.format) ? 1 : 0;
+        }
     }
     trial.Leave(client);
     return counts;
 }
 
-std::vector<Notified> TakePorts(Trial& trial, Actor& client, const PortCounts& counts)
+std::vector<Notified> TakePorts(Actor& client, const PortCounts& counts)
 {
     std::vector<Notified> told;
-    const auto isOfPort = [](const Notified& one) {
-        return one.Number() >= VESK_VIDEO_ON_VO_PORT_PLUG_STATE_NOTIFY &&
-               one.Number() <= VESK_VIDEO_ON_VI_PORT_PIXEL_INFO_NOTIFY;
-    };
-    const auto deadline = Clock::now() + kLongest;
-    for (size_t missing = counts.All(); missing > 0; --missing) {
-        const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
-        const auto one = client.Await(isOfPort, left);
+    while (told.size() < counts.told) {
+        auto one = client.Await(IsOfPort, kLongest);
         if (!one)
             break;
-        for (const PortKind& kind : kPortKinds) {
-            const bool hasFormat = one->Number() == kind.state && one->Field("val").value_or(0) != 0;
-            missing += hasFormat && trial.TheProfile().Sends(kind.format) ? 1 : 0;
-        }
-        told.push_back(*one);
+        told.push_back(std::move(*one));
     }
     return told;
 }
@@ -97,14 +107,14 @@ std::vector<Notified> TakePorts(Trial& trial, Actor& client, const PortCounts& c
 Actor& AnnouncedClient(Trial& trial, const PortCounts& counts)
 {
     Actor& client = trial.NewClient();
-    TakePorts(trial, client, counts);
+    TakePorts(client, counts);
     return client;
 }
 
-std::vector<Notified> TakeAllSoFar(Trial& trial, Actor& client, const PortCounts& counts)
+std::vector<Notified> TakeAllSoFar(Actor& client, const PortCounts& counts)
 {
     client.Announce();
-    TakePorts(trial, client, counts);
+    TakePorts(client, counts);
     return client.TakeAll(0ms);
 }
 

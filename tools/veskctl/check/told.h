@@ -20,12 +20,11 @@ void ExpectUsable(Trial& trial, const Notified& one);
 /// What a device does that differs from the virtual one in what the interface leaves open is no failure.
 void Require(Trial& trial, bool isStated, bool holds, const std::string& expected, const std::string& got);
 
-/// How many ports there are, as the service counts them; 0 of those that it does not count.
+/// How many ports there are, as the service counts them, and how much it tells of them.
 struct PortCounts {
     size_t displays = 0;
     size_t inputs = 0;
-
-    size_t All() const { return displays + inputs; }
+    size_t told = 0; ///< Notifications after INIT; fewer than there should be if the service is faulty.
 };
 
 /// The ports of one direction, and the notifications that tell of them.
@@ -43,17 +42,17 @@ inline constexpr PortKind kPortKinds[] = {
      &PortCounts::inputs},
 };
 
-/// Has the service count them, for all cases of a test that follow.
+/// For all cases of a test that follow.
 PortCounts CountPorts(Trial& trial);
 
-/// Takes what tells of all ports after INIT, in the order in which it comes. What came before it has come
+/// Takes what tells of the ports after INIT, in the order in which it comes. What was sent before it has come
 /// as well then.
-std::vector<Notified> TakePorts(Trial& trial, Actor& client, const PortCounts& counts);
+std::vector<Notified> TakePorts(Actor& client, const PortCounts& counts);
 
 /// A client that has been told of all ports.
 Actor& AnnouncedClient(Trial& trial, const PortCounts& counts);
 
 /// Announces a client again, and takes all else that has come by then.
-std::vector<Notified> TakeAllSoFar(Trial& trial, Actor& client, const PortCounts& counts);
+std::vector<Notified> TakeAllSoFar(Actor& client, const PortCounts& counts);
 
 } // namespace vesk::ctl::check
