@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include <sys/prctl.h>
 #include <sys/socket.h>
@@ -22,6 +23,7 @@ struct Packet {
         kSend,    ///< Send a request, of this number and data.
         kRepeat,  ///< Send it so often.
         kNext,    ///< Wait for a notification.
+        kEnd,     ///< End the process.
         kAnswer,  ///< The platform's result, its reason and the answer; or a notification; or the client's
                   ///< name.
         kNothing, ///< No notification has come.
@@ -146,6 +148,8 @@ try {
     bool mayOwn = false; // the service may hold something for this client
     Put(socket, {{.kind = Kind::kAnswer}, name, {}});
     while (const std::optional<Packet> question = Get(socket)) {
+        if (question->head.kind == Kind::kEnd)
+            return;
         if (question->head.kind != Kind::kNext)
             mayOwn = question->head.number != VESK_VIDEO_MSG_EXIT;
         Put(socket, Answer(client, *question));
@@ -187,6 +191,12 @@ RemoteClient::~RemoteClient()
     close(socket_);
     if (process_ > 0)
         waitpid(process_, nullptr, 0);
+}
+
+void RemoteClient::End()
+{
+    Put(socket_, {{.kind = Kind::kEnd}, "", {}});
+    waitpid(std::exchange(process_, -1), nullptr, 0);
 }
 
 void RemoteClient::Kill()

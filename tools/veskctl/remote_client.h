@@ -38,7 +38,9 @@ public:
     /// As Client::Next; waits for at most so long.
     std::optional<Arrived> Next(std::chrono::milliseconds longest);
 
-    /// Ends the child as SIGKILL does; afterwards nothing can be asked of it.
+    /// Ends the process without telling the service; afterwards nothing can be asked of it.
+    void End();
+    /// The same as SIGKILL does it, whatever the child is doing.
     void Kill();
     /// Holds the child up, and lets it go on.
     void Pause() const;

@@ -30,6 +30,12 @@ bool IsAnswered(uint32_t number)
     return listed == nullptr || listed->answer.kind != messages::Kind::kUnanswered;
 }
 
+void Required(const Reply& reply)
+{
+    if (!reply.IsOk())
+        throw NotTried{"it needs " + reply.request.Title() + ", which came to " + reply.Text()};
+}
+
 /// A queue of the queue library, which a client can announce to the service.
 uint64_t CreateQueue()
 {
@@ -128,8 +134,7 @@ Reply Actor::Send(uint32_t number, BytesView data, uint32_t timeoutMs)
 Reply Actor::Need(const std::string& line)
 {
     Reply reply = Send(line);
-    if (!reply.IsOk())
-        throw NotTried{"it needs " + reply.request.Title() + ", which came to " + reply.Text()};
+    Required(reply);
     return reply;
 }
 
@@ -153,33 +158,39 @@ uint64_t Actor::The(const std::string& variable)
         return CreateQueue();
     if (name == "newPreset")
         return survey.newPreset;
+    if (name == "newOverlay")
+        return 1;
     const Thing* thing = FindThing(name);
     if (thing == nullptr)
         throw Error("there is no $" + name);
-    const std::vector<std::string> lines = LinesOf(thing->create);
-    for (const std::string& line : lines) {
-        const Prepared request = Encode(line);
-        Reply reply = Send(request.number, request.data);
-        for (const auto begun = Clock::now(); reply.IsRefused() && Clock::now() - begun < kSettling;) {
-            std::this_thread::sleep_for(milliseconds(10));
-            reply = Send(request.number, request.data);
-        }
-        if (!reply.IsOk())
-            throw NotTried{"it needs " + reply.request.Title() + ", which came to " + reply.Text()};
-        if (&line != &lines.back())
-            continue;
-        // Some numbers are handed out, others are chosen by whoever creates the thing.
-        const Decoded& named = reply.answer && reply.Payload().size() >= 4 && name != "overlayChn"
-                                   ? *reply.answer
-                                   : reply.request;
-        for (const Field& field : named.fields) {
-            if (field.path == name)
-                variables_[name] = std::get<uint64_t>(field.value);
-        }
+    Reply reply = TryCreate(*thing);
+    for (const auto begun = Clock::now(); reply.IsRefused() && Clock::now() - begun < kSettling;) {
+        std::this_thread::sleep_for(milliseconds(10));
+        reply = TryCreate(*thing);
     }
+    Required(reply);
     if (!variables_.contains(name))
         throw NotTried{"no " + name + " has been answered"};
     return variables_[name];
+}
+
+Reply Actor::TryCreate(const Thing& thing)
+{
+    const std::vector<std::string> lines = LinesOf(thing.create);
+    std::for_each(lines.begin(), lines.end() - 1, [this](const std::string& line) { Need(line); });
+    Reply reply = Send(lines.back());
+    if (!reply.IsOk())
+        return reply;
+    // Some numbers are handed out, others are chosen by whoever creates the thing.
+    const std::string name(thing.number);
+    variables_.erase(name);
+    const Decoded& named =
+        reply.answer && reply.Payload().size() >= 4 && name != "overlayChn" ? *reply.answer : reply.request;
+    for (const Field& field : named.fields) {
+        if (field.path == name)
+            variables_[name] = std::get<uint64_t>(field.value);
+    }
+    return reply;
 }
 
 std::string Actor::Substituted(std::string_view& rest)
@@ -201,12 +212,15 @@ Prepared Actor::Encode(const std::string& line)
     return Prepare(trial_.Decoder(), words[0], fields);
 }
 
-Bytes Actor::Example(const messages::Request& request)
+Bytes Actor::Example(const messages::Request& request, Needs needs)
 {
     const check::Example example = ExampleOf(request);
     if (!trial_.CanBeTried(request))
         throw NotTried{"there is no camera"};
-    for (const std::string& line : LinesOf(example.needs))
+    std::vector<std::string> before = LinesOf(example.needs);
+    if (needs == Needs::kAllButLast && !before.empty())
+        before.pop_back();
+    for (const std::string& line : before)
         Need(line);
     if (request.number == VESK_VIDEO_MSG_INIT)
         return Encode("INIT procName=" + Name() + " taskName=" + kOwnTaskName).data;
@@ -316,6 +330,12 @@ std::vector<Notified> Actor::TakeAll(milliseconds wait)
                               std::make_move_iterator(arrived_.end()));
     arrived_.clear();
     return all;
+}
+
+void Actor::End()
+{
+    trial_.Note(*this, "ends");
+    client_.End();
 }
 
 void Actor::Kill()

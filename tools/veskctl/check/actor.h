@@ -11,6 +11,7 @@
 namespace vesk::ctl::check {
 
 class Trial;
+struct Thing;
 
 /// What came of a request.
 struct Reply : Call {
@@ -67,11 +68,16 @@ public:
     Reply Need(const std::string& line);
 
     /// Sends what must come before a request so that it succeeds, and returns header and payload of one that
-    /// does. @throw NotTried if something before it fails
-    Bytes Example(const messages::Request& request);
+    /// does; without the last thing that it needs, of one that comes too early. @throw NotTried if something
+    /// before it fails
+    enum class Needs { kAll, kAllButLast };
+    Bytes Example(const messages::Request& request, Needs needs = Needs::kAll);
 
     /// The number of this client's thing, which is created if there is none yet. @throw NotTried
     uint64_t The(const std::string& variable);
+    /// Creates a thing, which takes the place of the one that this client had, and returns the last reply;
+    /// that may be a refusal. @throw NotTried if something before it fails
+    Reply TryCreate(const Thing& thing);
     /// Forgets it; the next that is asked for is another.
     void Forget(const std::string& variable) { variables_.erase(variable); }
     void Set(const std::string& variable, uint64_t value) { variables_[variable] = value; }
@@ -94,6 +100,8 @@ public:
                    uint32_t timeoutMs = VESK_VIDEO_SYNC_TIMEOUT);
     std::vector<float> FinishMany();
 
+    /// As an application that ends without EXIT.
+    void End();
     /// As if the application were killed, or did not get to run.
     void Kill();
     void Pause();

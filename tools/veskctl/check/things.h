@@ -15,6 +15,7 @@ namespace vesk::ctl::check {
 /// such request.
 struct Thing {
     std::string_view number; ///< Name of its number: "outEngNo"; $outEngNo in lines.
+    const char* title;       ///< "output engine"
     std::string_view create;
     std::string_view destroy;
     std::string_view configure; ///< What must be set before it can be started.

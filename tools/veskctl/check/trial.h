@@ -91,6 +91,7 @@ public:
 
     Bench& TheBench() { return bench_; }
     const Profile& TheProfile() const { return bench_.profile; }
+    const Survey& TheSurvey() const { return bench_.survey; }
     const decoder::Decoder& Decoder() { return bench_.settings.Decoder(); }
     bool IsQuick() const { return bench_.isQuick; }
 
