@@ -15,7 +15,8 @@ std::vector<const Test*> AllTests()
 {
     std::vector<const Test*> all;
     for (const std::span<const Test> group :
-         {FramingTests(), ValueTests(), LifeTests(), NotificationTests(), LoadTests(), RestartTests()}) {
+         {FramingTests(), ValueTests(), LifeTests(), OwnershipTests(), ClientTests(), NotificationTests(),
+          LoadTests(), RestartTests()}) {
         for (const Test& test : group)
             all.push_back(&test);
     }

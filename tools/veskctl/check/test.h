@@ -60,6 +60,8 @@ struct TestResult {
 std::span<const Test> FramingTests();
 std::span<const Test> ValueTests();
 std::span<const Test> LifeTests();
+std::span<const Test> OwnershipTests();
+std::span<const Test> ClientTests();
 std::span<const Test> NotificationTests();
 std::span<const Test> LoadTests();
 std::span<const Test> RestartTests();
