@@ -84,9 +84,7 @@ constexpr Row kExamples[] = {
     {"SET_PRESET", {.needs = "", .fields = "isValid=1 presetId=$newPreset", .isOfCamera = true}},
     {"SET_SR_ENABLE", {"", "enable=0"}},
     {"SET_VIRTUAL_VI_PARAM", {"", "text="}},
-    {"SET_VI_CUTOUT_PARAM", {"GET_VI_CUTOUT_PARAM inEngNo=$inEngNo", ""}}, // what is to be put back
     {"SET_VI_DISCONNECT", {"SET_VI_CONNECT inEngNo=$inEngNo stmNo=1", ""}},
-    {"SET_VI_PTZF_PARAM", {"GET_VI_PTZF_PARAM inEngNo=$inEngNo", ""}},
     {"START_UVC_STREAM", {"SET_UVC_PARAM uvcStmNo=$uvcStmNo", ""}},
     {"STOP_LOCAL_MOUSE", {"START_LOCAL_MOUSE localMouseStmNo=$localMouseStmNo", ""}},
     {"STOP_UVC_STREAM", {"SET_UVC_PARAM uvcStmNo=$uvcStmNo; START_UVC_STREAM uvcStmNo=$uvcStmNo", ""}},
