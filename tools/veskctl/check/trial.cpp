@@ -202,19 +202,19 @@ void Trial::Sent(const Actor& actor, const Reply& reply, uint32_t number, BytesV
 {
     if (bench_.recorder)
         bench_.recorder->Request(actor, number, data, reply);
-    Log({.actor = &actor, .text = "", .reply = reply, .data = {data.begin(), data.end()}});
+    Log({.client = TitleOf(&actor), .text = "", .reply = reply, .data = {data.begin(), data.end()}});
 }
 
 void Trial::Received(const Actor& actor, const Notified& notified)
 {
     if (bench_.recorder)
         bench_.recorder->Notification(actor, notified.arrived);
-    Log({.actor = &actor, .text = "", .notified = notified});
+    Log({.client = TitleOf(&actor), .text = "", .notified = notified});
 }
 
 void Trial::Note(const Actor& actor, const std::string& what)
 {
-    Log({.actor = &actor, .text = what});
+    Log({.client = TitleOf(&actor), .text = what});
 }
 
 void Trial::Log(Logged&& logged)
@@ -233,11 +233,10 @@ void Trial::Report(const Unmet& unmet, bool isWarning)
 
 std::string Trial::TitleOf(const Actor* actor) const
 {
-    for (const auto& [one, title] : names_) {
-        if (one == actor)
-            return title;
-    }
-    return "";
+    // Another may have been at the same place, and left.
+    const auto found = std::find_if(names_.rbegin(), names_.rend(),
+                                    [&](const auto& name) { return name.first == actor; });
+    return found == names_.rend() ? "" : found->second;
 }
 
 std::vector<std::string> Trial::Messages()
@@ -248,13 +247,13 @@ std::vector<std::string> Trial::Messages()
         lines.push_back("(" + std::to_string(left) + " before)");
     const bool isOne = names_.size() == 1;
     for (auto one = log_.begin() + static_cast<std::ptrdiff_t>(left); one != log_.end(); ++one) {
-        const std::string who = isOne ? "" : TitleOf(one->actor) + ' ';
+        const std::string who = isOne ? "" : one->client + ' ';
         if (one->reply)
             lines.push_back(who + CallLine(Decoder(), *one->reply));
         else if (one->notified)
             lines.push_back(who + "<- " + Line(Decoder(), one->notified->message));
         else
-            lines.push_back(TitleOf(one->actor) + ' ' + one->text);
+            lines.push_back(one->client + ' ' + one->text);
     }
     return lines;
 }
@@ -270,7 +269,7 @@ std::vector<std::string> Trial::Script()
     const auto isRequest = [](const Logged& one) { return one.reply.has_value(); };
     const auto last = std::find_if(log_.rbegin(), log_.rend(), isRequest);
     for (auto one = log_.begin(); one != log_.end(); ++one) {
-        if (one->actor != log_.front().actor || (!one->reply && !one->notified))
+        if (one->client != log_.front().client || (!one->reply && !one->notified))
             return {};
         if (one->notified || one->reply->request.number == VESK_VIDEO_MSG_INIT)
             continue; // the script's own client is announced, and its notifications are shown

@@ -107,8 +107,8 @@ public:
 
 private:
     struct Logged {
-        const Actor* actor;
-        std::string text; ///< Of a note.
+        std::string client; ///< Its title, as it may have left.
+        std::string text;   ///< Of a note.
         std::optional<Reply> reply{};
         Bytes data{}; ///< Of the request.
         std::optional<Notified> notified{};
