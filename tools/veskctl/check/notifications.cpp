@@ -94,6 +94,7 @@ void Silence(Trial& trial)
     left.Need("SET_DEC_PARAM decStmNo=$decStmNo w=1280 h=720");
     left.Need("DEC_START decStmNo=$decStmNo");
     left.The("loop");
+    TakeAllSoFar(left, counts);
     left.Send("EXIT");
     left.Send("GET_VI_COUNT"); // served after it
     announced.TakeAll(kQuiet);
