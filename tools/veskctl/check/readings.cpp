@@ -143,7 +143,7 @@ void Readings::ExpectSame(Actor& actor, const std::string& what) const
     const auto more = differences.size() - 1;
     trial_->Expect(false, "nothing to be changed by " + what,
                    differences.begin()->second +
-                       (more == 0 ? "" : "; so do " + std::to_string(more) + " more"));
+                       (more == 0 ? "" : "; " + std::to_string(more) + " more are otherwise"));
 }
 
 } // namespace vesk::ctl::check

@@ -169,7 +169,8 @@ void Trial::Expect(bool holds, const std::string& expected, const std::string& g
 
 void Trial::ExpectOk(const Reply& reply)
 {
-    Expect(reply.IsOk(), reply.request.Title() + " to succeed", reply.Text());
+    const bool isWell = !reply.answer || reply.answer->problem.empty();
+    Expect(reply.IsOk() && isWell, reply.request.Title() + " to succeed", reply.Text());
 }
 
 void Trial::ExpectRefused(const Reply& reply, const std::string& why)

@@ -78,6 +78,7 @@ public:
 
     /// @throw Unmet unless it @p holds
     void Expect(bool holds, const std::string& expected, const std::string& got);
+    /// It must succeed, with an answer of the listed form.
     void ExpectOk(const Reply& reply);
     /// The service must refuse it, with whatever code.
     void ExpectRefused(const Reply& reply, const std::string& why);

@@ -181,7 +181,7 @@ void Preset(Trial& trial)
     const uint64_t before = count();
     client.Need("SET_PRESET inEngNo=$inEngNo isValid=1 presetId=$newPreset");
     const uint64_t now = count();
-    trial.Expect(now == before + 1, std::to_string(before + 1) + " presets once another is stored",
+    trial.Expect(now == before + 1, "the number of presets to be " + std::to_string(before + 1),
                  std::to_string(now));
     const Reply presets =
         client.Send("QUERY_PRESET presetSelector=$inEngNo presetCount=" + std::to_string(before + 1));
@@ -240,12 +240,19 @@ void Ports(Trial& trial)
           Direction{"outputs", "GET_VO_COUNT", "GET_VO_PORT", VESK_VIDEO_ON_VO_PORT_PLUG_STATE_NOTIFY}}) {
         trial.Case(one.name, [&] {
             Actor& client = trial.NewClient();
-            const uint64_t count = client.Need(one.count).Number("count");
+            const Reply answer = client.Send(one.count);
+            trial.ExpectOk(answer);
+            const uint64_t count = answer.Number("count");
             const auto ask = [&](uint64_t entries) {
                 return client.Send(one.list + std::string(" count=") + std::to_string(entries));
             };
-            for (uint64_t entries = 1; entries <= count; ++entries)
-                trial.ExpectOk(ask(entries));
+            for (uint64_t wanted = 1; wanted <= count; ++wanted) {
+                const Reply list = ask(wanted);
+                trial.ExpectOk(list);
+                const size_t entries =
+                    list.Payload().size() / messages::FindRequest(list.request.number)->answer.size;
+                trial.Expect(entries == wanted, std::to_string(wanted) + " entries", std::to_string(entries));
+            }
             trial.ExpectRefused(ask(count + 1), "there are only " + std::to_string(count) + " ports");
             if (!trial.TheProfile().Sends(one.notification))
                 return;
@@ -319,7 +326,9 @@ void Steady(Trial& trial)
         }
     }
     const Readings before(trial, client);
-    before.ExpectSame(client, "requests that only read");
+    const Readings::Differences differences = before.To(Readings(trial, client));
+    trial.Advise(differences.empty(), "nothing to change while nothing is started",
+                 differences.empty() ? "" : differences.begin()->second);
 }
 
 void Missing(Trial& trial)
