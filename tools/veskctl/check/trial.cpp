@@ -235,8 +235,8 @@ void Trial::Report(const Unmet& unmet, bool isWarning)
 std::string Trial::TitleOf(const Actor* actor) const
 {
     // Another may have been at the same place, and left.
-    const auto found = std::find_if(names_.rbegin(), names_.rend(),
-                                    [&](const auto& name) { return name.first == actor; });
+    const auto found =
+        std::find_if(names_.rbegin(), names_.rend(), [&](const auto& name) { return name.first == actor; });
     return found == names_.rend() ? "" : found->second;
 }
 
