@@ -178,7 +178,7 @@ void UnknownNumbers(Trial& trial)
     }
     for (const uint32_t number : numbers) {
         trial.Case(std::to_string(number), [&] {
-            Actor& client = trial.NewProcess();
+            Actor& client = trial.NewClient();
             VeskVideoMsgHead head{};
             head.msgId = static_cast<uint16_t>(number);
             trial.ExpectRefused(client.Send(number, BytesOf(head)), "there is no such request");
