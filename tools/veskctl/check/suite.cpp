@@ -93,11 +93,11 @@ bool HasCamera(Actor& client, uint32_t port)
 uint32_t NewPreset(Actor& client)
 {
     const uint64_t count = client.Send("GET_PRESET_COUNT").Number("count");
-    uint32_t preset = 1;
     if (count == 0)
-        return preset;
+        return 1;
     const Reply presets =
         client.Send("QUERY_PRESET presetSelector=$inEngNo presetCount=" + std::to_string(count));
+    uint32_t preset = presets.IsOk() ? 1 : static_cast<uint32_t>(count + 1);
     const auto isTaken = [&] {
         for (uint64_t i = 0; i < count; ++i) {
             if (presets.Number('[' + std::to_string(i) + "].presetId") == preset)
