@@ -36,6 +36,20 @@ void Required(const Reply& reply)
         throw NotTried{"it needs " + reply.request.Title() + ", which came to " + reply.Text()};
 }
 
+/// Takes away what only the virtual service has names for, so that zeros are sent.
+void LeaveOpaque(const Decoder& decoder, const std::string& name, std::vector<Assignment>& fields)
+{
+    const messages::Request* request = FindRequest(name);
+    if (request == nullptr)
+        return;
+    const Listing listing = decoder.Describe(Direction::kRequest, request->number);
+    const size_t taken = std::erase_if(fields, [&](const Assignment& field) {
+        return !decoder.Locate(listing, field.path).problem.empty();
+    });
+    if (taken != 0 && request->payload.kind == messages::Kind::kArray) // its only entry stays
+        fields.push_back({"[0]." + decoder.PayloadRecord(listing)->fields[0].name, "00"});
+}
+
 /// A queue of the queue library, which a client can announce to the service.
 uint64_t CreateQueue()
 {
@@ -209,6 +223,8 @@ Prepared Actor::Encode(const std::string& line)
     std::vector<Assignment> fields;
     for (size_t i = 1; i < words.size(); ++i)
         fields.push_back(ParseAssignment(words[i]));
+    if (trial_.TheBench().settings.peer != "virtual")
+        LeaveOpaque(trial_.Decoder(), words[0], fields);
     return Prepare(trial_.Decoder(), words[0], fields);
 }
 
