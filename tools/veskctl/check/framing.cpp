@@ -344,7 +344,7 @@ constexpr Test kTests[] = {
      "an application of a newer interface must learn that the device does not know a request",
      UnknownNumbers},
     {"framing.noise", "each request succeeds with any bytes in the padding of its header",
-     "neither side interprets the padding, and no client need clear it", Noise, kNoticed},
+     "neither side interprets the padding, and no client need clear it", Noise, kNoticed | kLong},
     {"framing.two-numbers", "where envelope and header have different numbers, the envelope's counts",
      "messages are dispatched by the envelope's number in the other direction, too", TwoNumbers},
     {"framing.no-header", "messages that are shorter than a header are not served",
