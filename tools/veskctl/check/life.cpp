@@ -249,9 +249,12 @@ void DisabledEngine(Trial& trial)
 {
     const auto canStart = [&](const Thing& thing) { return CanStart(trial, thing); };
     EachDirection(trial, canStart, [&](const Direction& direction, const Thing& engine, Actor& client) {
-        Start(client, engine);
+        Configure(client, engine);
         trial.ExpectOk(client.Send(direction.disable));
         trial.ExpectRefused(client.Send(std::string(engine.start)), "its port is disabled");
+        trial.ExpectOk(client.Send(direction.enable));
+        trial.ExpectOk(client.Send(std::string(engine.start)));
+        trial.ExpectOk(client.Send(direction.disable));
         trial.ExpectOk(client.Send(direction.enable));
         const Reply stopped = client.Send(std::string(engine.stop));
         trial.Advise(stopped.IsRefused(),
@@ -282,7 +285,8 @@ constexpr Test kTests[] = {
      "a device runs for months, and whatever stays behind adds up", Rounds, kNoticed},
     {"life.disabled-port", "a disabled port is not opened until it is enabled",
      "whoever disables a port counts on it that nobody uses it", DisabledPort, kNoticed},
-    {"life.disabled-engine", "disabling a port stops its engine, which can be started once it is enabled",
+    {"life.disabled-engine",
+     "an engine whose port is disabled is stopped, and can be started once it is enabled",
      "whoever disables a port counts on it that nobody uses it", DisabledEngine, kNoticed},
 };
 

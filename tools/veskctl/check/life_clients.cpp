@@ -43,9 +43,10 @@ public:
 
     const std::string& Name() const { return client_.Name(); }
 
-    /// It is served and notified, and has its encoder.
+    /// It is known, served and notified, and has its encoder.
     void ExpectUnharmed()
     {
+        trial_.ExpectOk(client_.Send("SET_CALLBACK")); // before INIT could mend it
         trial_.ExpectOk(client_.Send("GET_ENC_PARAM encStmNo=" + std::to_string(encoder_)));
         ExpectAnnounced(trial_, client_);
         trial_.ExpectOk(client_.Send("GET_ENC_PARAM encStmNo=" + std::to_string(encoder_)));
