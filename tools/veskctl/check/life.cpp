@@ -3,6 +3,8 @@
 
 #include "decoder/names.h"
 
+#include <algorithm>
+
 namespace vesk::ctl::check {
 
 using messages::Request;
