@@ -12,7 +12,7 @@
 namespace vesk {
 
 /// What values name, for those who complete them.
-enum class Names { kNothing, kRequest, kNotification, kMessage, kResult, kFault, kAnything, kProgram };
+enum class Names { kNothing, kRequest, kNotification, kMessage, kResult, kFault, kAnything, kProgram, kTest };
 
 /// Which numbers are good: from the first to the second, both included; of the type of their place.
 using Range = std::variant<std::pair<uint64_t, uint64_t>, std::pair<double, double>>;

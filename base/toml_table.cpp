@@ -73,9 +73,14 @@ bool TomlValue::IsArray() const
     return node_->value->is_array();
 }
 
+bool TomlValue::IsText() const
+{
+    return node_->value->is_string();
+}
+
 std::string TomlValue::Text(const std::string& expected) const
 {
-    if (!node_->value->is_string())
+    if (!IsText())
         Refuse(expected);
     return node_->value->as_string()->get();
 }
@@ -135,6 +140,14 @@ TomlTable::TomlTable(std::string_view text, const std::string& file)
 try : TomlValue({file, std::make_shared<toml::table>(toml::parse(text)), ""}) {
 } catch (const toml::parse_error& error) {
     Throw(file, error.source(), std::string(error.description()));
+}
+
+std::vector<std::string> TomlTable::Keys() const
+{
+    std::vector<std::string> keys;
+    for (const auto& [key, value] : *node_->value->as_table())
+        keys.emplace_back(key.str());
+    return keys;
 }
 
 std::optional<TomlValue> TomlTable::Find(const std::string& key)

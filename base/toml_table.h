@@ -17,6 +17,7 @@ class TomlTable;
 class TomlValue {
 public:
     bool IsArray() const;
+    bool IsText() const;
 
     std::string Text(const std::string& expected) const;
     bool Flag() const;
@@ -44,6 +45,8 @@ public:
     /// @param file  Names the text in errors. @throw Error
     TomlTable(std::string_view text, const std::string& file);
     explicit TomlTable(const TomlValue& table) : TomlValue(table) {}
+
+    std::vector<std::string> Keys() const;
 
     std::optional<TomlValue> Find(const std::string& key);
     /// Refuses a table without the key.

@@ -3,6 +3,7 @@
 #include "tools/veskctl/completion.h"
 
 #include "steering/fault.h"
+#include "tools/veskctl/check/suite.h"
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/exchange.h"
 #include "tools/veskctl/output.h"
@@ -168,6 +169,8 @@ List Candidates(const Decoder& decoder, Names names, const List& before)
         return before.empty() ? Everything(decoder) : List();
     case Names::kProgram:
         return before.empty() ? Programs() : List();
+    case Names::kTest:
+        return Texts(check::TestNames());
     default:
         return {};
     }

@@ -7,9 +7,9 @@ namespace vesk::ctl {
 
 using std::chrono::milliseconds;
 
-Progress::Progress(std::string what, std::string unit, bool isWanted)
+Progress::Progress(std::string what, std::string unit, bool isWanted, milliseconds after)
     : what_(std::move(what)), unit_(std::move(unit)),
-      next_(isWanted && IsScreen(stderr) ? Clock::now() + milliseconds(2000) : Clock::time_point::max())
+      next_(isWanted && IsScreen(stderr) ? Clock::now() + after : Clock::time_point::max())
 {
 }
 

@@ -11,7 +11,9 @@ class Progress {
 public:
     /// @param unit      What is counted: "messages", "of 300 requests".
     /// @param isWanted  False: it is never shown.
-    Progress(std::string what, std::string unit, bool isWanted = true);
+    /// @param after     When it is shown first.
+    Progress(std::string what, std::string unit, bool isWanted = true,
+             std::chrono::milliseconds after = std::chrono::seconds(2));
     ~Progress() { Erase(); }
     Progress(const Progress&) = delete;
 

@@ -126,8 +126,9 @@ void Lasting::Accepted(const Decoder& decoder, uint32_t number, BytesView data)
     undos_.push_back(std::move(undo));
 }
 
-void Lasting::PutBack(Actor& actor)
+std::vector<std::string> Lasting::PutBack(Actor& actor)
 {
+    std::vector<std::string> done;
     for (std::vector<Undo> undos = std::exchange(undos_, {}); !undos.empty(); undos.pop_back()) {
         const Undo& undo = undos.back();
         if (undo.line.empty() && undo.data.empty()) {
@@ -137,10 +138,13 @@ void Lasting::PutBack(Actor& actor)
         const Reply reply = undo.line.empty() ? actor.Send(undo.number, undo.data) : actor.Send(undo.line);
         if (!reply.IsOk())
             Remains(reply.request.Title() + " could not put back what a test had changed: " + reply.Text());
-        else if (!undo.remains.empty())
+        else
+            done.push_back(reply.request.Title());
+        if (reply.IsOk() && !undo.remains.empty())
             Remains(undo.remains);
     }
     undos_.clear(); // of what has put back
+    return done;
 }
 
 void Lasting::GiveUp(const std::string& reason)

@@ -20,13 +20,14 @@ public:
     void Accepted(const decoder::Decoder& decoder, uint32_t number, BytesView data);
 
     bool IsEmpty() const { return undos_.empty(); }
-    /// Puts back what the requests since the last time have changed, the last first, as this client.
-    void PutBack(Actor& actor);
+    /// Puts back what the requests since the last time have changed, the last first, as this client. Returns
+    /// the names of the requests that did so.
+    std::vector<std::string> PutBack(Actor& actor);
 
     /// Says of what is to be put back that it cannot be.
     void GiveUp(const std::string& reason);
 
-    /// What could not be put back, or may be otherwise than it was, each in a sentence.
+    /// What the tests leave: what it was before could not be read or put back. Each in a sentence.
     const std::vector<std::string>& Left() const { return left_; }
 
 private:

@@ -1,52 +1,69 @@
-// How a run of the conformance suite is told to people.
+// How a run of the conformance suite is told: what all forms of it share.
 #include "tools/veskctl/check/report.h"
-
-#include "tools/veskctl/output.h"
 
 #include <algorithm>
 
 namespace vesk::ctl::check {
 
-namespace {
-
-class Plain : public Reporter {
-public:
-    void Plan(size_t) override {}
-
-    void Ended(const TestResult& result) override
-    {
-        char line[160];
-        std::snprintf(line, sizeof line, "%-8s %-36s %4zu cases %7.2f s", WordOf(result.verdict),
-                      result.test->name, result.cases, result.seconds);
-        std::string text = line;
-        if (!result.skipReason.empty())
-            text += "  (" + std::to_string(result.skipped) + " not tried: " + result.skipReason + ")";
-        PrintLine(text);
-        for (const Finding& finding : result.findings) {
-            PrintLine("  " + (finding.subject.empty() ? "" : finding.subject + ": ") + "expected " +
-                      finding.expected);
-            PrintLine("    got       " + finding.got);
-            PrintLine(std::string("    because   ") + result.test->reason);
-            for (const std::string& message : finding.messages)
-                PrintLine("    | " + message);
-            for (const std::string& scriptLine : finding.script)
-                PrintLine("    $ " + scriptLine);
-        }
-    }
-
-    void End(const Summary& summary) override
-    {
-        for (const std::string& left : summary.left)
-            PrintLine("not as before: " + left);
-    }
-};
-
-} // namespace
-
 size_t Summary::Count(Verdict verdict) const
 {
     const auto isIt = [=](const TestResult& result) { return result.verdict == verdict; };
     return static_cast<size_t>(std::count_if(results.begin(), results.end(), isIt));
+}
+
+const TestResult* Summary::Find(std::string_view test) const
+{
+    const auto found = std::find_if(results.begin(), results.end(),
+                                    [=](const TestResult& result) { return result.test->name == test; });
+    return found == results.end() ? nullptr : &*found;
+}
+
+void Tally::Add(const TestResult& result)
+{
+    switch (result.verdict) {
+    case Verdict::kOk:
+        ++passed;
+        break;
+    case Verdict::kWarning:
+        ++warnings;
+        break;
+    case Verdict::kFailed:
+        ++failed;
+        break;
+    case Verdict::kSkipped:
+        ++skipped;
+        break;
+    }
+    cases += result.cases;
+    notTried += result.skipped;
+    seconds += result.seconds;
+}
+
+std::vector<Tally> GroupsOf(const Summary& summary)
+{
+    std::vector<Tally> groups;
+    for (const TestResult& result : summary.results) {
+        if (groups.empty() || groups.back().group != result.test->Group())
+            groups.push_back({.group = result.test->Group()});
+        groups.back().Add(result);
+    }
+    return groups;
+}
+
+std::vector<std::string> LinesToRepeat(const Invocation& invocation, const Test& test, const Finding& finding)
+{
+    const std::vector<std::string>& script = finding.script;
+    if (script.empty()) { // it takes several clients
+        const std::string recording = std::string(test.name) + ".pcapng";
+        return {invocation.tool + " check " + test.name + invocation.options + " --record " + recording,
+                invocation.tool + " replay " + recording};
+    }
+    if (script.size() == 1 && script[0].find('$') == std::string::npos)
+        return {invocation.tool + " call " + script[0]};
+    std::vector<std::string> lines{invocation.tool + " run <<'END'"};
+    lines.insert(lines.end(), script.begin(), script.end());
+    lines.emplace_back("END");
+    return lines;
 }
 
 const char* WordOf(Verdict verdict)
@@ -59,13 +76,22 @@ const char* WordOf(Verdict verdict)
     case Verdict::kSkipped:
         return "skipped";
     default:
-        return "FAILED";
+        return "failed";
     }
 }
 
-std::unique_ptr<Reporter> PlainReporter()
+std::string NotTriedText(const TestResult& result)
 {
-    return std::make_unique<Plain>();
+    if (result.skipped == 0)
+        return "";
+    return std::to_string(result.skipped) + " not tried" + (result.skipped == 1 ? ": " : ", first ") +
+           result.skipReason;
+}
+
+std::string LineOf(const Finding& finding)
+{
+    return (finding.subject.empty() ? "" : finding.subject + ": ") + "expected " + finding.expected +
+           ", got " + finding.got;
 }
 
 } // namespace vesk::ctl::check

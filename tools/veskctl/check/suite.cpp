@@ -23,17 +23,23 @@ std::vector<const Test*> AllTests()
     return all;
 }
 
+std::vector<std::string_view> TestNames()
+{
+    std::vector<std::string_view> names;
+    for (const Test* test : AllTests()) {
+        if (std::find(names.begin(), names.end(), test->Group()) == names.end())
+            names.push_back(test->Group());
+        names.emplace_back(test->name);
+    }
+    return names;
+}
+
 std::vector<const Test*> TestsNamed(const std::vector<std::string>& names)
 {
     const std::vector<const Test*> all = AllTests();
     if (names.empty())
         return all;
-    std::vector<std::string_view> known;
-    for (const Test* test : all) {
-        known.emplace_back(test->name);
-        if (std::find(known.begin(), known.end(), test->Group()) == known.end())
-            known.push_back(test->Group());
-    }
+    const std::vector<std::string_view> known = TestNames();
     for (const std::string& name : names) {
         if (std::find(known.begin(), known.end(), name) == known.end())
             throw Error("there is no test or group '" + name + "'" + Nearest(name, known));
@@ -147,6 +153,23 @@ Survey SurveyDevice(Bench& bench)
     FindCamera(client, bench.profile.camera, survey);
     survey.isVirtual = client.Send("VESK_CONTROL_STATE").IsOk();
     return survey;
+}
+
+void RequirePorts(const Bench& bench)
+{
+    const auto require = [](const char* kind, const std::vector<uint32_t>& named,
+                            const std::vector<uint32_t>& found) {
+        for (const uint32_t port : named) {
+            if (std::find(found.begin(), found.end(), port) == found.end())
+                throw Failure(kUsage, std::string("the profile names the ") + kind + " port " +
+                                          std::to_string(port) + ", which the device does not have");
+        }
+    };
+    const Profile& profile = bench.profile;
+    require("input", profile.inputs, bench.survey.inputs);
+    require("output", profile.outputs, bench.survey.outputs);
+    if (profile.camera)
+        require("input", {*profile.camera}, bench.survey.inputs);
 }
 
 bool IsServing(Bench& bench)

@@ -1,6 +1,8 @@
 // What the conformance suite consists of: tests, and what came of them.
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -41,6 +43,7 @@ struct Finding {
     std::vector<std::string> messages; ///< Those of the case, each on a line.
     std::vector<std::string> script;   ///< Lines for "veskctl run" that repeat it; empty if it takes more.
     bool isWarning = false;
+    std::optional<uint32_t> refusal{}; ///< The code of a request that should have succeeded.
 };
 
 enum class Verdict { kOk, kWarning, kFailed, kSkipped };
@@ -54,6 +57,7 @@ struct TestResult {
     size_t cases = 0;   ///< That came to an end.
     size_t skipped = 0; ///< Cases that the device has no use for.
     double seconds = 0;
+    bool isInterrupted = false; ///< By the user, before it came to an end.
 };
 
 // The tests of each group, in the order in which they are run.

@@ -69,6 +69,7 @@ void Trial::ListenForInterrupts()
 {
     struct sigaction action {};
     action.sa_handler = [](int) { g_isInterrupted = 1; };
+    action.sa_flags = SA_RESTART; // what clients answer, and what is printed, stays whole
     for (const int signal : {SIGINT, SIGTERM})
         sigaction(signal, &action, nullptr);
 }
@@ -88,15 +89,17 @@ TestResult Trial::Run()
     try {
         Attempt("", [&] { result_.test->run(*this); });
     } catch (const Gone&) {
-        ++result_.skipped;
-        result_.skipReason = "the service is gone";
+        result_.findings.push_back({"", "the service to go on", "nobody serves any more", {}, {}});
+    } catch (const Interrupted&) {
+        result_.isInterrupted = true;
+        result_.skipReason = "interrupted";
     }
     const auto isFailure = [](const Finding& finding) { return !finding.isWarning; };
     if (std::any_of(result_.findings.begin(), result_.findings.end(), isFailure))
         result_.verdict = Verdict::kFailed;
     else if (!result_.findings.empty())
         result_.verdict = Verdict::kWarning;
-    else if (result_.cases == 0)
+    else if (result_.cases == 0 || result_.isInterrupted)
         result_.verdict = Verdict::kSkipped;
     result_.seconds = std::chrono::duration<double>(Clock::now() - begun).count();
     return std::move(result_);
@@ -112,6 +115,7 @@ void Trial::Case(const std::string& subject, const std::function<void()>& body)
 void Trial::Attempt(const std::string& subject, const std::function<void()>& body)
 {
     subject_ = subject;
+    ShowProgress();
     try {
         body();
         if (isWhole_ || !subject.empty())
@@ -170,7 +174,9 @@ void Trial::Expect(bool holds, const std::string& expected, const std::string& g
 void Trial::ExpectOk(const Reply& reply)
 {
     const bool isWell = !reply.answer || reply.answer->problem.empty();
-    Expect(reply.IsOk() && isWell, reply.request.Title() + " to succeed", reply.Text());
+    if (!reply.IsOk() || !isWell)
+        throw Unmet{reply.request.Title() + " to succeed", reply.Text(),
+                    reply.IsRefused() ? std::optional(reply.Result()) : std::nullopt};
 }
 
 void Trial::ExpectRefused(const Reply& reply, const std::string& why)
@@ -201,6 +207,7 @@ bool Trial::CanBeTried(const messages::Request& request) const
 
 void Trial::Sent(const Actor& actor, const Reply& reply, uint32_t number, BytesView data)
 {
+    ShowProgress();
     if (bench_.recorder)
         bench_.recorder->Request(actor, number, data, reply);
     Log({.client = TitleOf(&actor), .text = "", .reply = reply, .data = {data.begin(), data.end()}});
@@ -218,6 +225,12 @@ void Trial::Note(const Actor& actor, const std::string& what)
     Log({.client = TitleOf(&actor), .text = what});
 }
 
+void Trial::ShowProgress() const
+{
+    if (bench_.progress != nullptr)
+        (*bench_.progress)(0, 0, result_.cases);
+}
+
 void Trial::Log(Logged&& logged)
 {
     if (isQuiet_)
@@ -229,7 +242,8 @@ void Trial::Log(Logged&& logged)
 
 void Trial::Report(const Unmet& unmet, bool isWarning)
 {
-    result_.findings.push_back({subject_, unmet.expected, unmet.got, Messages(), Script(), isWarning});
+    result_.findings.push_back(
+        {subject_, unmet.expected, unmet.got, Messages(), Script(), isWarning, unmet.refusal});
 }
 
 std::string Trial::TitleOf(const Actor* actor) const
@@ -300,10 +314,11 @@ std::vector<std::string> Trial::Script()
 void Trial::EndCase()
 {
     actors_.clear();
+    bench_.putBack.clear();
     if (!bench_.lasting.IsEmpty()) {
         bench_.isPuttingBack = true;
         try {
-            bench_.lasting.PutBack(NewClient());
+            bench_.putBack = bench_.lasting.PutBack(NewClient());
         } catch (const Unmet& unmet) {
             bench_.lasting.GiveUp(unmet.got);
         } catch (const NotTried& notTried) {

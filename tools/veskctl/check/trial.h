@@ -6,6 +6,7 @@
 #include "tools/veskctl/check/profile.h"
 #include "tools/veskctl/check/recorder.h"
 #include "tools/veskctl/check/test.h"
+#include "tools/veskctl/progress.h"
 
 #include <functional>
 #include <list>
@@ -16,6 +17,7 @@ namespace vesk::ctl::check {
 struct Unmet {
     std::string expected;
     std::string got;
+    std::optional<uint32_t> refusal{}; ///< See Finding.
 };
 
 /// Ends a case that cannot be tried.
@@ -26,7 +28,7 @@ struct NotTried {
 /// Ends a test: there is no service any more.
 struct Gone {};
 
-/// Ends the run: the user has interrupted it.
+/// Ends a test and the run: the user has interrupted it.
 struct Interrupted {};
 
 /// What was found out of the device before the first test.
@@ -49,14 +51,16 @@ struct Bench {
     std::optional<Recorder> recorder;
     Lasting lasting{};
     Survey survey{};
-    bool isPuttingBack = false; ///< The user must wait.
+    bool isPuttingBack = false;         ///< The user must wait.
+    std::vector<std::string> putBack{}; ///< The requests that did so at the end of the last case.
+    Progress* progress = nullptr;       ///< Of the test that runs.
 };
 
 class Trial {
 public:
     Trial(Bench& bench, const Test& test);
 
-    /// Runs the test. @throw Interrupted
+    /// Runs the test, to its end unless the user interrupts it.
     TestResult Run();
 
     /// Runs one case of the test. It ends early if something is not as expected or cannot be tried; other
@@ -117,6 +121,7 @@ private:
 
     void Attempt(const std::string& subject, const std::function<void()>& body);
     void Log(Logged&& logged);
+    void ShowProgress() const;
     void Report(const Unmet& unmet, bool isWarning = false);
     std::vector<std::string> Messages();
     std::vector<std::string> Script();

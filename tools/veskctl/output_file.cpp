@@ -1,0 +1,39 @@
+// A text that a command writes to a file which the user names.
+#include "tools/veskctl/output_file.h"
+
+#include "tools/veskctl/output.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace vesk::ctl {
+
+OutputFile::OutputFile(const std::string& path)
+    : path_(path), file_(path == "-" ? -1 : open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666))
+{
+    if (!file_.IsOpen() && path != "-")
+        throw Error(path + ": " + std::strerror(errno));
+}
+
+void OutputFile::Write(std::string_view text)
+{
+    if (!file_.IsOpen()) {
+        PutLines(stdout, text);
+        return Flush();
+    }
+    (void)!ftruncate(file_.Get(), 0); // a pipe holds nothing
+    lseek(file_.Get(), 0, SEEK_SET);
+    while (!text.empty()) {
+        const ssize_t written = write(file_.Get(), text.data(), text.size());
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written < 0)
+            throw Error("cannot write " + path_ + ": " + std::strerror(errno));
+        text.remove_prefix(static_cast<size_t>(written));
+    }
+}
+
+} // namespace vesk::ctl

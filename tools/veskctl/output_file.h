@@ -1,0 +1,24 @@
+// A text that a command writes to a file which the user names.
+#pragma once
+
+#include "base/descriptor.h"
+
+#include <string>
+#include <string_view>
+
+namespace vesk::ctl {
+
+class OutputFile {
+public:
+    /// @param path  Created if it is not there; - is standard output. @throw Error
+    explicit OutputFile(const std::string& path);
+
+    /// Replaces what the file holds. @throw Error, or as PutLines
+    void Write(std::string_view text);
+
+private:
+    std::string path_;
+    Descriptor file_; ///< None: standard output.
+};
+
+} // namespace vesk::ctl
