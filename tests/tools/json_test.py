@@ -32,6 +32,8 @@ J trace --summary -- vesk-device-tour > /dev/null
 veskctl trace -o tour -- vesk-device-tour > /dev/null && J decode tour --all --peer unknown; J decode tour --summary
 J replay tour
 veskctl run $SCENE > scene 2>&1 & until_ready grep DEC_DELETE scene && J device state; J device scene
+J check --list; J check framing.short-payload
+veskctl device fault add SET_VO_PARAM result OK > /dev/null && J check framing.short-payload
 J device fault add VO_START result BUSY; J device fault list; J device fault clear
 J device notify 208; J device time; J device unplug input 0; J device plug input 0; J device mode input 0 640x480@30
 printf '[[step]]\nat = 0\ndo = "fault clear"\n' > scenario && J device scenario scenario; J device reset

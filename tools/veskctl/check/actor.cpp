@@ -264,6 +264,7 @@ void Actor::Begin(uint32_t number, BytesView data, uint32_t timeoutMs)
 {
     trial_.ThrowIfInterrupted();
     trial_.TheBench().lasting.Before(*this, number, data);
+    willExit_ = number != VESK_VIDEO_MSG_EXIT;
     begun_ = Prepared{number, IsAnswered(number), {data.begin(), data.end()}};
     client_.BeginSend(number, data, begun_->isAnswered, timeoutMs);
 }

@@ -56,6 +56,8 @@ public:
 
     const std::string& Name() const { return client_.Name(); }
     pid_t Process() const { return client_.Process(); }
+    /// Whether it sends EXIT when it ends.
+    bool WillExit() const { return willExit_ && Process() > 0; }
 
     /// Sends INIT, which must succeed, and returns once the notifications of all ports have come. @throw
     /// Unmet
@@ -120,6 +122,7 @@ private:
     std::map<std::string, uint64_t> variables_;
     std::deque<Notified> arrived_;
     std::optional<Prepared> begun_;
+    bool willExit_ = false;
 };
 
 } // namespace vesk::ctl::check

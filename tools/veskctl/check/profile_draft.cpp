@@ -26,13 +26,13 @@ std::string RequestText(uint32_t number)
     return NameOrNumber(messages::FindRequest(number), number);
 }
 
-/// A code as a profile has it.
+/// A code as a profile has it; one without a name is hexadecimal.
 std::string CodeText(std::optional<uint32_t> code)
 {
     if (!code)
         return "\"any\"";
     const std::string_view name = ResultName(*code);
-    return name.empty() ? std::to_string(*code) : '"' + std::string(name) + '"';
+    return name.empty() ? ResultText(*code) : '"' + std::string(name) + '"';
 }
 
 /// Whether a refusal can mean that the device does not have the request: it says so, or nobody knows what it
@@ -58,7 +58,8 @@ public:
         for (const uint32_t port : ports)
             line += (line.empty() ? "" : ", ") + std::to_string(port);
         if (!ports.empty())
-            Add(std::string(name) + " = [" + line + ']', "plugged in: " + std::to_string(plugged));
+            Add(std::string(name) + " = [" + line + ']',
+                "the first " + std::to_string(plugged) + " are plugged in");
     }
 
     void AddRequests(const TestResult* example)

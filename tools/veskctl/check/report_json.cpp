@@ -18,12 +18,12 @@ ordered_json TallyJson(const Tally& tally)
     if (!tally.group.empty())
         json["group"] = tally.group;
     json.update(Object({{"passed", tally.passed},
-                   {"warnings", tally.warnings},
-                   {"failed", tally.failed},
-                   {"skipped", tally.skipped},
-                   {"cases", tally.cases},
-                   {"notTried", tally.notTried},
-                   {"seconds", tally.seconds}}));
+                        {"warnings", tally.warnings},
+                        {"failed", tally.failed},
+                        {"skipped", tally.skipped},
+                        {"cases", tally.cases},
+                        {"notTried", tally.notTried},
+                        {"seconds", tally.seconds}}));
     return json;
 }
 

@@ -38,7 +38,6 @@ public:
                          notTried.empty() ? "" : "  ", notTried.c_str());
         }
         ShowFindings(result);
-        std::fflush(out_);
     }
 
     void End(const Summary& summary) override
@@ -49,21 +48,19 @@ public:
         const std::vector<Tally> groups = GroupsOf(summary);
         for (const Tally& group : groups)
             Show(group);
-        if (groups.size() > 1) {
-            Tally all{.group = "all"};
-            for (const TestResult& result : summary.results)
-                all.Add(result);
+        Tally all{.group = "all"};
+        for (const TestResult& result : summary.results)
+            all.Add(result);
+        if (groups.size() > 1)
             Show(all);
-        }
         if (summary.isInterrupted)
             ShowInterruption(summary);
         if (!summary.left.empty())
             PutLine(out_, "The run leaves this; what was there before could not be read or put back:");
         for (const std::string& left : summary.left)
             PutLine(out_, "  " + left);
-        if (summary.Count(Verdict::kSkipped) == summary.results.size())
+        if (all.cases == 0)
             PutLine(out_, "Nothing has been tested.");
-        std::fflush(out_);
     }
 
 private:
@@ -76,17 +73,18 @@ private:
 
     void ShowInterruption(const Summary& summary) const
     {
-        std::string text = std::string("Interrupted at ") + summary.results.back().test->name + "; ";
-        text += summary.putBack.empty() ? "there was nothing to put back."
-                                        : "what it had changed was put back by";
+        std::string text = std::string("Interrupted at ") + summary.results.back().test->name;
+        text += summary.putBack.empty() ? "; nothing was left to put back" : "; put back by";
         for (const std::string& request : summary.putBack)
             text += (&request == &summary.putBack.front() ? " " : ", ") + request;
-        PutLine(out_, text);
+        PutLine(out_, text + '.');
     }
 
     void ShowFindings(const TestResult& result) const
     {
         const std::vector<Finding>& findings = result.findings;
+        if (!findings.empty())
+            PutLine(out_, std::string("  A service must pass because ") + result.test->reason + '.');
         const size_t shown = showsAll_ ? findings.size() : std::min(findings.size(), kShownInFull);
         for (size_t i = 0; i < shown; ++i)
             ShowFinding(*result.test, findings[i]);
@@ -110,12 +108,11 @@ private:
         if (!finding.subject.empty())
             PutLine(out_, "  " + finding.subject);
         PutLine(out_, (finding.isWarning ? "    advised   " : "    expected  ") + finding.expected);
-        PutLine(out_, std::string("    because   ") + test.reason);
         PutLine(out_, "    got       " + finding.got);
         for (const std::string& message : finding.messages)
             PutLine(out_,
                     (&message == &finding.messages.front() ? "    messages  " : "              ") + message);
-        PutLine(out_, "    again with"); // not indented, so that it can be pasted
+        PutLine(out_, "    repeat it with"); // not indented, so that it can be pasted
         for (const std::string& line : LinesToRepeat(invocation_, test, finding))
             PutLine(out_, line);
     }

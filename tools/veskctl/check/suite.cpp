@@ -152,6 +152,7 @@ Survey SurveyDevice(Bench& bench)
     survey.outputs = outputs.InOrder(bench.profile.outputs, survey.pluggedOutputs);
     FindCamera(client, bench.profile.camera, survey);
     survey.isVirtual = client.Send("VESK_CONTROL_STATE").IsOk();
+    trial.Leave(client);
     return survey;
 }
 

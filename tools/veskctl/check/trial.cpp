@@ -5,6 +5,7 @@
 #include "decoder/identity.h"
 #include "decoder/text.h"
 #include "tools/veskctl/check/things.h"
+#include "vesk_service/control_list.h"
 
 #include <algorithm>
 #include <csignal>
@@ -118,6 +119,7 @@ void Trial::Attempt(const std::string& subject, const std::function<void()>& bod
     ShowProgress();
     try {
         body();
+        ThrowIfInterrupted(); // what this case has changed is then told
         if (isWhole_ || !subject.empty())
             ++result_.cases;
     } catch (const Unmet& unmet) {
@@ -162,6 +164,7 @@ Actor& Trial::NewProcess(const std::string& name)
 void Trial::Leave(Actor& actor)
 {
     Note(actor, "exits");
+    RecordExit(actor);
     actors_.remove_if([&](const Actor& one) { return &one == &actor; });
 }
 
@@ -208,7 +211,7 @@ bool Trial::CanBeTried(const messages::Request& request) const
 void Trial::Sent(const Actor& actor, const Reply& reply, uint32_t number, BytesView data)
 {
     ShowProgress();
-    if (bench_.recorder)
+    if (bench_.recorder && !messages::IsControl(number)) // which no device has
         bench_.recorder->Request(actor, number, data, reply);
     Log({.client = TitleOf(&actor), .text = "", .reply = reply, .data = {data.begin(), data.end()}});
 }
@@ -310,11 +313,27 @@ std::vector<std::string> Trial::Script()
     return lines;
 }
 
+void Trial::RecordExit(const Actor& actor)
+{
+    VeskVideoMsgHead head{};
+    head.msgId = VESK_VIDEO_MSG_EXIT;
+    if (bench_.recorder && actor.WillExit())
+        bench_.recorder->Request(actor, head.msgId, BytesOf(head), {});
+}
+
+void Trial::EndActors()
+{
+    for (const Actor& actor : actors_)
+        RecordExit(actor);
+    actors_.clear();
+}
+
 /// The clients of the case leave, what they have changed is put back, and its messages are forgotten.
 void Trial::EndCase()
 {
-    actors_.clear();
-    bench_.putBack.clear();
+    EndActors();
+    if (!log_.empty()) // else this ends a test whose last case has ended before
+        bench_.putBack.clear();
     if (!bench_.lasting.IsEmpty()) {
         bench_.isPuttingBack = true;
         try {
@@ -327,7 +346,7 @@ void Trial::EndCase()
             bench_.lasting.GiveUp("the service is gone");
         }
         bench_.isPuttingBack = false;
-        actors_.clear();
+        EndActors();
     }
     names_.clear();
     log_.clear();

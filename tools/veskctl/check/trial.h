@@ -126,6 +126,9 @@ private:
     std::vector<std::string> Messages();
     std::vector<std::string> Script();
     std::string TitleOf(const Actor* actor) const;
+    /// The request that the actor's process sends by itself when it ends.
+    void RecordExit(const Actor& actor);
+    void EndActors();
     void EndCase();
 
     Bench& bench_;
