@@ -217,7 +217,7 @@ TEST_F(VeskctlTest, StatusesAndOutput)
         {"complete -- call VO_START ''", 0, "outEngNo=\n"},
         {"complete -- wait DISPLAY_FIRST_FRAME port", 0, "portName=\n"},
         {"complete -- call --time", 0, "--timeout\n"},
-        {"complete -- check framing fram", 0, "framing\nframing.example\n"},
+        {"complete -- check framing fram", 0, "framing\nframing.array\n"},
         {"list requests", 0,
          "\n\nno part of the interface; between veskctl and the virtual service:\n16384 "},
         {"describe CONTROL_UNPLUG", 0,

@@ -31,11 +31,11 @@ void End(Actor& client, Ending ending)
 }
 
 /// Repeats after growing pauses what is false so far. Returns false if it stays so for too long.
-bool Becomes(const std::function<bool()>& isTrue)
+bool Becomes(const Trial& trial, const std::function<bool()>& isTrue)
 {
-    const Clock::time_point begun = Clock::now();
+    const Clock::time_point deadline = Clock::now() + trial.Patience(kNoticing);
     for (milliseconds pause(5); !isTrue(); pause = std::min(pause * 2, milliseconds(500))) {
-        if (Clock::now() - begun > kNoticing)
+        if (Clock::now() > deadline)
             return false;
         std::this_thread::sleep_for(pause);
     }
@@ -47,7 +47,7 @@ void ExpectFree(Trial& trial, Actor& client, const Thing& thing, size_t count)
 {
     size_t created = 0;
     std::string refusal;
-    Becomes([&] {
+    Becomes(trial, [&] {
         while (created < count) {
             const Reply reply = client.TryCreate(thing);
             refusal = reply.Text();
@@ -98,7 +98,7 @@ void QueuesEnd(Trial& trial, Ending ending)
         trial.Skip("none can be announced");
     Actor& other = trial.NewClient();
     End(owner, ending);
-    const bool isGone = Becomes([&] {
+    const bool isGone = Becomes(trial, [&] {
         other.Set("queHandle", queues.back());
         queues.pop_back();
         return queues.empty() || other.Send(std::string(queue.destroy)).IsRefused();

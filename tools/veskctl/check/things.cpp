@@ -83,6 +83,8 @@ constexpr Row kExamples[] = {
     {"SET_LOOP_MODE", {"", "encNo=$encStmNo decNo=$decStmNo"}},
     {"SET_PRESET", {.needs = "", .fields = "isValid=1 presetId=$newPreset", .isOfCamera = true}},
     {"SET_SR_ENABLE", {"", "enable=0"}},
+    {"SET_VI_CUTOUT_PARAM", {"GET_VI_CUTOUT_PARAM inEngNo=$inEngNo", ""}}, // what is to be put back
+    {"SET_VI_PTZF_PARAM", {"GET_VI_PTZF_PARAM inEngNo=$inEngNo", ""}},
     {"SET_VIRTUAL_VI_PARAM", {"", "text="}},
     {"SET_VI_DISCONNECT", {"SET_VI_CONNECT inEngNo=$inEngNo stmNo=1", ""}},
     {"START_UVC_STREAM", {"SET_UVC_PARAM uvcStmNo=$uvcStmNo", ""}},

@@ -98,6 +98,11 @@ public:
     const Profile& TheProfile() const { return bench_.profile; }
     const Survey& TheSurvey() const { return bench_.survey; }
     const decoder::Decoder& Decoder() { return bench_.settings.Decoder(); }
+    /// How long what has to come is waited for: not as long once the test has found something.
+    std::chrono::milliseconds Patience(std::chrono::milliseconds longest) const
+    {
+        return result_.findings.empty() ? longest : longest / 20;
+    }
     bool IsQuick() const { return bench_.isQuick; }
 
     /// From now on the user's signals end the run, which puts everything back before it ends.

@@ -49,15 +49,17 @@ public:
         std::erase_if(fields_, [](const Field& field) {
             return !field.IsPayload() || field.LastName().starts_with("padding");
         });
-        Bytes all = kept_;
-        for (const Field& field : fields_)
-            Raise(all, field, more);
-        if (Set(all))
-            return;
-        for (const Field& field : fields_) {
-            Bytes one = kept_;
-            Raise(one, field, more);
-            Set(one);
+        for (const Reach reach : {Reach::kLowest, Reach::kEvery}) {
+            Bytes all = kept_;
+            for (const Field& field : fields_)
+                Raise(all, field, more, reach);
+            if (Set(all))
+                continue;
+            for (const Field& field : fields_) {
+                Bytes one = kept_;
+                Raise(one, field, more, reach);
+                Set(one);
+            }
         }
     }
 
@@ -104,10 +106,17 @@ private:
         return isTaken;
     }
 
-    /// A number is so much more; so is each of opaque bytes, and the first of a text.
-    static void Raise(Bytes& data, const Field& field, unsigned more)
+    /// Which bytes of a number are raised.
+    enum class Reach { kLowest, kEvery };
+
+    /// Each byte is so much more; of a text only the first, and of a fraction the lowest.
+    static void Raise(Bytes& data, const Field& field, unsigned more, Reach reach)
     {
-        const size_t count = std::holds_alternative<Bytes>(field.value) ? field.size : 1;
+        const bool isWhole =
+            std::holds_alternative<uint64_t>(field.value) || std::holds_alternative<int64_t>(field.value);
+        const bool isEvery =
+            std::holds_alternative<Bytes>(field.value) || (isWhole && reach == Reach::kEvery);
+        const size_t count = isEvery ? field.size : 1;
         for (size_t i = field.offset; i < field.offset + count; ++i)
             data[i] = std::byte(std::to_integer<unsigned>(data[i]) + more);
     }
