@@ -43,6 +43,18 @@ void ExpectServed(Trial& trial, Actor& client)
     trial.Expect(reply.IsOk(), "the next request to be served", "GET_VO_COUNT: " + reply.Text());
 }
 
+/// The library's caller has room for as many entries as it asks for, and takes no other number.
+void ExpectEntries(Trial& trial, const Reply& reply, const Request& request, const Bytes& sent)
+{
+    VeskVideoMsgHead head{};
+    std::memcpy(&head, sent.data(), sizeof head);
+    const uint64_t wanted = ValueOf(head, request.answer.count);
+    const size_t entries = reply.Payload().size() / request.answer.size;
+    trial.ExpectOk(reply);
+    trial.Expect(entries == wanted, "as many entries as are asked for, " + std::to_string(wanted),
+                 std::to_string(entries));
+}
+
 void Examples(Trial& trial)
 {
     trial.EachRequest(Any, [&](const Request& request) {
@@ -52,14 +64,31 @@ void Examples(Trial& trial)
         if (reply.IsRefused() && ExampleOf(request).mayBeRefused)
             return;
         trial.ExpectOk(reply);
-        if (request.answer.kind != Kind::kArray)
-            return;
+        if (request.answer.kind == Kind::kArray)
+            ExpectEntries(trial, reply, request, example);
+    });
+}
+
+/// Lists of three entries, if the device has as many.
+void Lists(Trial& trial)
+{
+    const auto isList = [](const Request& request) { return request.answer.kind == Kind::kArray; };
+    trial.EachRequest(isList, [&](const Request& request) {
+        constexpr uint32_t kEntries = 3;
+        Actor& client = trial.NewClient();
+        Bytes data = client.Example(request);
         VeskVideoMsgHead head{};
-        std::memcpy(&head, example.data(), sizeof head);
-        const uint64_t wanted = ValueOf(head, request.answer.count);
-        const size_t entries = reply.Payload().size() / request.answer.size;
-        trial.Expect(entries == wanted, "as many entries as are asked for, " + std::to_string(wanted),
-                     std::to_string(entries));
+        std::memcpy(&head, data.data(), sizeof head);
+        if (request.answer.count == messages::HeaderField::kParam1)
+            head.ulParam1 = kEntries;
+        else
+            head.ulParam2 = kEntries;
+        std::memcpy(data.data(), &head, sizeof head);
+        if (request.payload.kind == Kind::kArray)
+            data = WithPayload(data, kEntries * request.payload.size);
+        const Reply reply = client.Send(request.number, data);
+        if (!reply.IsRefused())
+            ExpectEntries(trial, reply, request, data);
     });
 }
 
@@ -324,6 +353,8 @@ constexpr Test kTests[] = {
     {"framing.example", "each request, sent as it should be, succeeds with an answer of the listed length",
      "an application that does what the interface says must get on, and it reads exactly that much", Examples,
      kNoticed},
+    {"framing.list", "a list has as many entries as are asked for, or the request is refused",
+     "the library takes an answer of another length for a failure", Lists},
     {"framing.command-answer", "a camera's command, other than the query, is answered with a header only",
      "the library takes an answer that is longer for a failure", CommandAnswer, kNoticed},
     {"framing.refused-answer", "a refusal is a header, or has one if the request has a longer answer",

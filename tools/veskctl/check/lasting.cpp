@@ -123,7 +123,9 @@ void Lasting::Accepted(const Decoder& decoder, uint32_t number, BytesView data)
                                   std::to_string(std::get<uint64_t>(field.value)));
         }
     }
-    undos_.push_back(std::move(undo));
+    const auto isSame = [&](const Undo& one) { return one.line == undo.line; };
+    if (undo.line.empty() || std::none_of(undos_.begin(), undos_.end(), isSame)) // once is enough for a line
+        undos_.push_back(std::move(undo));
 }
 
 std::vector<std::string> Lasting::PutBack(Actor& actor)

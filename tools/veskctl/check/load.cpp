@@ -458,6 +458,24 @@ void Contended(Trial& trial, const std::string& number)
     }
 }
 
+/// Each request, sent when it succeeds and, if something must come before it, when it is too early.
+void NoneHoldsUp(Trial& trial)
+{
+    const auto any = [](const messages::Request&) { return true; };
+    trial.EachRequest(any, [&](const messages::Request& request) {
+        Actor& other = trial.NewClient();
+        const std::vector<float> quiet = Answers(trial, other, 5);
+        for (const Actor::Needs needs : {Actor::Needs::kAllButLast, Actor::Needs::kAll}) {
+            Actor& client = trial.NewClient();
+            client.Begin(request.number, client.Example(request, needs));
+            const std::vector<float> now = Answers(trial, other, 5);
+            const Reply reply = client.Finish();
+            ExpectUnhurt(trial, quiet, now, "sends " + reply.request.Title());
+            trial.Leave(client);
+        }
+    });
+}
+
 constexpr Test kTests[] = {
     {"load.own-answers", "two clients set values and read them again, hundreds of times",
      "an answer that is another request's is taken for one's own", OwnAnswers},
@@ -476,6 +494,8 @@ constexpr Test kTests[] = {
      "an application that runs wild must not lock out the others", Floods},
     {"load.large-payloads", "payloads up to the greatest are taken, and small requests beside them answered",
      "the interface sets no limit but the platform's, 4 MiB with the header", LargePayloads},
+    {"load.none-holds-up", "no request, be it refused or not, holds up another client",
+     "an application must not notice what others do", NoneHoldsUp, kNoticed | kLong},
     {"load.no-growth", "the last of many thousand requests is answered as soon as the first",
      "a device runs for months", NoGrowth},
     {"load.many-clients", "64 clients at once: numbers differ, notifications are their own, all becomes free",

@@ -17,190 +17,6 @@ using messages::Request;
 
 namespace {
 
-/// The request that reads the record which this one sets; null if there is none.
-const Request* ReaderOf(const Request& setter)
-{
-    const auto* found =
-        std::find_if(std::begin(messages::kRequests), std::end(messages::kRequests), [&](const Request& one) {
-            return setter.payload.kind == Kind::kRecord && one.payload.kind == Kind::kNone &&
-                   one.answer.kind == Kind::kRecord &&
-                   std::string_view(one.answer.type) == setter.payload.type;
-        });
-    return found == std::end(messages::kRequests) ? nullptr : found;
-}
-
-/// A record of one thing, which is set and read.
-class Kept {
-public:
-    Kept(Trial& trial, Actor& client, const Request& setter)
-        : trial_(trial), client_(client), setter_(setter), reader_(*ReaderOf(setter)),
-          example_(client.Example(setter)), question_(client.Example(reader_)), kept_(example_)
-    {
-    }
-
-    /// Sets what surely succeeds, then another value in every field, so far as the device takes it: @p more
-    /// than before. Each time, what is read must be what was set last.
-    void Change(unsigned more)
-    {
-        const Reply reply = client_.Send(setter_.number, example_);
-        trial_.ExpectOk(reply);
-        ExpectKept();
-        fields_ = reply.request.fields;
-        std::erase_if(fields_, [](const Field& field) {
-            return !field.IsPayload() || field.LastName().starts_with("padding");
-        });
-        for (const Reach reach : {Reach::kLowest, Reach::kEvery}) {
-            Bytes all = kept_;
-            for (const Field& field : fields_)
-                Raise(all, field, more, reach);
-            if (Set(all))
-                continue;
-            for (const Field& field : fields_) {
-                Bytes one = kept_;
-                Raise(one, field, more, reach);
-                Set(one);
-            }
-        }
-    }
-
-    /// False if the device takes only one value.
-    bool HasChanged() const { return kept_ != example_; }
-
-    /// True if it is the same thing.
-    bool IsThatOf(const Kept& other) const
-    {
-        return std::equal(example_.begin(), example_.begin() + sizeof(VeskVideoMsgHead),
-                          other.example_.begin());
-    }
-
-    void ExpectKept()
-    {
-        const Reply reply = client_.Send(reader_.number, question_);
-        trial_.ExpectOk(reply);
-        Bytes read(kept_.begin(), kept_.begin() + sizeof(VeskVideoMsgHead));
-        read.insert(read.end(), reply.Payload().begin(), reply.Payload().end());
-        trial_.Expect(read.size() == kept_.size(), "the record that was set", reply.Text());
-        const Decoder& decoder = trial_.Decoder();
-        const Decoded set = decoder.Decode({Direction::kRequest, setter_.number, kept_});
-        const Decoded got = decoder.Decode({Direction::kRequest, setter_.number, read});
-        for (const Field& field : fields_) {
-            const auto text = [&](const Decoded& message) {
-                const auto found = std::find_if(message.fields.begin(), message.fields.end(),
-                                                [&](const Field& one) { return one.path == field.path; });
-                return field.path + '=' + ValueText(decoder, *found);
-            };
-            const auto begin = static_cast<std::ptrdiff_t>(field.offset);
-            const auto end = begin + static_cast<std::ptrdiff_t>(field.size);
-            if (!std::equal(kept_.begin() + begin, kept_.begin() + end, read.begin() + begin))
-                trial_.Expect(false, "what was set last to be read, " + text(set), text(got));
-        }
-    }
-
-private:
-    bool Set(const Bytes& data)
-    {
-        const bool isTaken = client_.Send(setter_.number, data).IsOk();
-        if (isTaken)
-            kept_ = data;
-        ExpectKept();
-        return isTaken;
-    }
-
-    /// Which bytes of a number are raised.
-    enum class Reach { kLowest, kEvery };
-
-    /// Each byte is so much more; of a text only the first, and of a fraction the lowest.
-    static void Raise(Bytes& data, const Field& field, unsigned more, Reach reach)
-    {
-        const bool isWhole =
-            std::holds_alternative<uint64_t>(field.value) || std::holds_alternative<int64_t>(field.value);
-        const bool isEvery =
-            std::holds_alternative<Bytes>(field.value) || (isWhole && reach == Reach::kEvery);
-        const size_t count = isEvery ? field.size : 1;
-        for (size_t i = field.offset; i < field.offset + count; ++i)
-            data[i] = std::byte(std::to_integer<unsigned>(data[i]) + more);
-    }
-
-    Trial& trial_;
-    Actor& client_;
-    const Request& setter_;
-    const Request& reader_;
-    Bytes example_;
-    Bytes question_;
-    Bytes kept_;
-    std::vector<Field> fields_;
-};
-
-/// What the client asks for next is another thing, or another port if there is one.
-void TakeOthers(Trial& trial, Actor& client)
-{
-    for (const Thing& thing : Things())
-        client.Forget(std::string(thing.number));
-    const Survey& survey = trial.TheBench().survey;
-    if (survey.inputs.size() > 1)
-        client.Set("viPort", survey.inputs[1]);
-    if (survey.outputs.size() > 1)
-        client.Set("voPort", survey.outputs[1]);
-}
-
-void ReadBack(Trial& trial)
-{
-    const auto isRead = [&](const Request& request) {
-        const Request* reader = ReaderOf(request);
-        return reader != nullptr && trial.TheProfile().Has(reader->number);
-    };
-    trial.EachRequest(isRead, [&](const Request& request) {
-        Actor& client = trial.NewClient();
-        Kept one(trial, client, request);
-        one.Change(1);
-        if (!one.HasChanged())
-            trial.Skip("the device takes only one value");
-        TakeOthers(trial, client);
-        std::optional<Kept> other;
-        try {
-            other.emplace(trial, client, request);
-        } catch (const NotTried&) {
-            return; // there is no other
-        }
-        if (other->IsThatOf(one))
-            return;
-        other->Change(2);
-        one.ExpectKept();
-        other->ExpectKept();
-    });
-}
-
-void FrameRate(Trial& trial)
-{
-    Actor& client = trial.NewClient();
-    client.Need("SET_ENC_PARAM encStmNo=$encStmNo w=1280 h=720 fr=30 br=2000");
-    for (const unsigned rate : {25, 15}) {
-        client.Need("ENC_MODIFY_FRAME_RATE encStmNo=$encStmNo frameRate=" + std::to_string(rate));
-        const uint64_t read = client.Need("GET_ENC_PARAM encStmNo=$encStmNo").Number("fr");
-        trial.Expect(read == rate, "the frame rate to be " + std::to_string(rate), std::to_string(read));
-    }
-}
-
-void Preset(Trial& trial)
-{
-    if (!trial.TheBench().survey.camera)
-        trial.Skip("there is no camera");
-    Actor& client = trial.NewClient();
-    const auto count = [&] { return client.Need("GET_PRESET_COUNT").Number("count"); };
-    const uint64_t before = count();
-    client.Need("SET_PRESET inEngNo=$inEngNo isValid=1 presetId=$newPreset");
-    const uint64_t now = count();
-    trial.Expect(now == before + 1, "the number of presets to be " + std::to_string(before + 1),
-                 std::to_string(now));
-    const Reply presets =
-        client.Send("QUERY_PRESET presetSelector=$inEngNo presetCount=" + std::to_string(before + 1));
-    bool isListed = false;
-    for (uint64_t i = 0; i <= before; ++i)
-        isListed =
-            isListed || presets.Number('[' + std::to_string(i) + "].presetId") == client.The("newPreset");
-    trial.Advise(isListed, "the new preset to be listed for its camera's engine", presets.Text());
-}
-
 /// What the headers give bounds for: a request beyond them.
 struct Bound {
     const char* line;
@@ -210,6 +26,8 @@ struct Bound {
 constexpr Bound kBounds[] = {
     {"CAMERA_CONTROL inEngNo=$inEngNo cmdType=23", "the highest command is 22"},
     {"SET_VO_SRC outEngNo=$outEngNo picNum=26", "an output shows at most 25 pictures"},
+    {"SET_VO_SRC outEngNo=$outEngNo picNum=2 subPic[0].inputId=$inEngNo subPic[1].inputId=4294967295",
+     "there is no such input engine"},
     {"SET_DISPLAY_MODE displayMode=3", "the highest mode is 2"},
     {"SET_APP_CAPTURE_PARAM inEngNo=$inEngNo taskHandle=0", "the handle must not be 0"},
     {"GET_VI_PORT count=0", "it asks for nothing"},
@@ -373,6 +191,10 @@ constexpr Test kTests[] = {
      "the frame rate is one of the encoder's parameters", FrameRate},
     {"values.preset", "a preset that is stored is counted, and listed",
      "an application shows the presets that there are", Preset},
+    {"values.stays", "what is set stays when its thing is started and stopped",
+     "an application sets once, and starts and stops as it goes", Stays, kNoticed},
+    {"values.windows", "a window is destroyed by its whole handle",
+     "handles are addresses, of which two can have the same lower half", Windows, kNoticed},
     {"values.steady", "requests that only read answer the same when nothing has happened",
      "an application that asks twice must not see a difference that is none", Steady},
     {"values.unknown-number", "each request refuses the number of a port or thing that does not exist",
