@@ -299,7 +299,7 @@ void NoHeader(Trial& trial)
     trial.EachRequest(IsFirstOfItsKind, [&](const Request& request) {
         Actor& client = trial.NewClient();
         const Bytes example = client.Example(request);
-        for (const size_t size : {0, 1, 4, 8, 23}) {
+        for (const size_t size : {0U, 1U, 4U, 8U, 23U}) {
             const Reply reply = client.Send(request.number, BytesView(example).first(size), kTimeoutMs);
             trial.Expect(!reply.IsOk(), "a message of " + std::to_string(size) + " bytes not to be served",
                          reply.Text());

@@ -154,6 +154,14 @@ void SameNameExits(Trial& trial)
     bystander.ExpectUnharmed();
 }
 
+void NameOfTheDead(Trial& trial)
+{
+    Actor& first = NewClient(trial);
+    const std::string name = first.Name();
+    first.Kill();
+    ExpectAnnounced(trial, trial.NewProcess(name));
+}
+
 void LongestName(Trial& trial)
 {
     std::string name = trial.NewProcess().Name();
@@ -202,6 +210,8 @@ constexpr Test kTests[] = {
     {"life.same-name-exits", "EXIT from a process of the same name leaves the first one what it has",
      "applications that do not name themselves all have the same name",
      [](Trial& trial) { SameNameExits(trial); }},
+    {"life.name-of-the-dead", "a client is notified whose name was that of one that was killed",
+     "an application that has crashed is started again", NameOfTheDead},
     {"life.longest-name", "a client whose name has 15 characters is notified",
      "the field has room for that many, and the library sends them", LongestName},
     {"life.bad-names", "INIT with names that cannot be is answered, and harms nobody",

@@ -1,6 +1,7 @@
 // The group "notifications": what the service tells its clients, and when.
 #include "tools/veskctl/check/caused.h"
 #include "tools/veskctl/check/told.h"
+#include "vesk_service/control.h"
 
 #include <set>
 
@@ -112,6 +113,48 @@ void Silence(Trial& trial)
     trial.Expect(toLeft.empty(), "nothing for a client after its EXIT", TextOf(trial, toLeft));
 }
 
+std::string PortName(const Notified& link)
+{
+    for (const decoder::Field& field : link.message.fields) {
+        if (field.path == "portName")
+            return std::get<std::string>(field.value);
+    }
+    return "";
+}
+
+/// What tells that a source has gone names the port as what told that it had come.
+void NamedAlike(Trial& trial)
+{
+    Actor& client = trial.NewClient();
+    for (const char* line : {"SET_VO_SRC outEngNo=$outEngNo picNum=1 subPic[0].inputId=$inEngNo",
+                             "VI_START inEngNo=$inEngNo", "VO_START outEngNo=$outEngNo"})
+        client.Need(line);
+    const auto come = client.Await(VESK_VIDEO_ON_DISPLAY_FIRST_FRAME_NOTIFY, kLongest);
+    client.Need("VO_STOP outEngNo=$outEngNo");
+    const auto gone = client.Await(VESK_VIDEO_ON_DISPLAY_DESTROY_LINK_NOTIFY, kLongest);
+    if (!come || !gone)
+        trial.Skip("no such notifications come");
+    trial.Expect(PortName(*come) == PortName(*gone), "both to name " + PortName(*come), PortName(*gone));
+}
+
+/// A cable is pulled and plugged in again, which only the virtual service does on command.
+void Everyone(Trial& trial)
+{
+    const Survey& survey = trial.TheBench().survey;
+    if (!survey.isVirtual || survey.pluggedInputs == 0)
+        trial.Skip("no cable can be pulled on command");
+    const PortCounts counts = CountPorts(trial);
+    Actor* const clients[] = {&AnnouncedClient(trial, counts), &AnnouncedClient(trial, counts)};
+    Actor& hand = trial.NewProcess();
+    const std::string port = " direction=" + std::to_string(VESK_CONTROL_INPUT) + " port=$viPort";
+    for (const char* request : {"VESK_CONTROL_UNPLUG", "VESK_CONTROL_PLUG"}) {
+        trial.ExpectOk(hand.Send(request + port));
+        for (Actor* client : clients)
+            trial.Expect(client->Await(VESK_VIDEO_ON_VI_PORT_PLUG_STATE_NOTIFY, kLongest).has_value(),
+                         "each client to be told of it", "nothing for one of them");
+    }
+}
+
 constexpr Test kTests[] = {
     {"notifications.ports",
      "after INIT, each port is told once: its state, then its format if it is plugged in",
@@ -122,6 +165,10 @@ constexpr Test kTests[] = {
      "an application waits for these notifications, and acts on each", ChannelsNotify},
     {"notifications.pictures", "what cameras and displays do is notified once, to the owner of the engine",
      "an application waits for these notifications, and acts on each", PicturesNotify, kNoticed},
+    {"notifications.names", "a source that leaves a display is named as when it came",
+     "an application finds what has gone by its name", NamedAlike, kNoticed},
+    {"notifications.everyone", "a cable that is pulled and plugged in is told to every client",
+     "each application shows what there is to be shown", Everyone, kNoticed},
     {"notifications.order", "a client that changes many things is told in the same order",
      "the last notification is what holds, so an older one must not come after it", NotifiedInOrder},
     {"notifications.silence", "for a second, nothing comes to a client that does nothing or has sent EXIT",
