@@ -435,6 +435,7 @@ void Contended(Trial& trial, const std::string& number)
             client->Begin(request.number, request.data);
         }
         std::vector<std::pair<Actor*, Reply>> replies;
+        replies.reserve(clients.size());
         for (Actor* client : clients)
             replies.emplace_back(client, client->Finish());
         Actor* winner = nullptr;

@@ -108,16 +108,22 @@ Readings::Differences Readings::To(const Readings& later) const
         if (before.Result() != after.Result()) {
             all[line] = line + " came to " + before.Text() + ", and comes to " + after.Text();
         } else if (before.outcome.answer != after.outcome.answer) {
-            const std::map<std::string, std::string> then = FieldTexts(decoder, before);
-            for (auto [path, value] : FieldTexts(decoder, after)) {
-                const auto was = then.find(path);
-                const std::string old = was == then.end() ? "0" : was->second;
-                if (old != value)
-                    all[line + ' ' + path] = line + ": " + path + " was " + old + " and is " + value;
+            std::map<std::string, std::string> then = FieldTexts(decoder, before);
+            std::map<std::string, std::string> now = FieldTexts(decoder, after);
+            for (const auto& texts : {then, now}) { // fields that are 0 may not be shown
+                for (const auto& [path, text] : texts) {
+                    then.try_emplace(path, "0");
+                    now.try_emplace(path, "0");
+                }
             }
-            for (const auto& [path, value] : then) { // fields that are not shown, as they are 0 now
-                if (!FieldTexts(decoder, after).contains(path))
-                    all[line + ' ' + path] = line + ": " + path + " was " + value + " and is 0";
+            for (const auto& [path, value] : now) {
+                if (const std::string& old = then[path]; old != value)
+                    all[line + ' ' + path]
+                        .append(line + ": ")
+                        .append(path)
+                        .append(" was ")
+                        .append(old)
+                        .append(" and is " + value);
             }
         }
     }
