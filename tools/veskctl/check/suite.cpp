@@ -36,7 +36,7 @@ std::vector<std::string_view> TestNames()
 
 std::vector<const Test*> TestsNamed(const std::vector<std::string>& names)
 {
-    const std::vector<const Test*> all = AllTests();
+    std::vector<const Test*> all = AllTests();
     if (names.empty())
         return all;
     const std::vector<std::string_view> known = TestNames();

@@ -32,7 +32,7 @@ void ExpectUsable(Trial& trial, const Notified& one)
     const size_t size = one.arrived.data.size();
     trial.Expect(size >= sizeof(VeskVideoMsgHead), "a notification to begin with a header of 24 bytes",
                  std::to_string(size) + " bytes");
-    if (listed->payload.kind != messages::Kind::kRecord)
+    if (listed == nullptr || listed->payload.kind != messages::Kind::kRecord)
         return;
     const size_t payload = size - sizeof(VeskVideoMsgHead);
     const bool isExact = one.Number() == VESK_VIDEO_ON_DISPLAY_FIRST_FRAME_NOTIFY ||

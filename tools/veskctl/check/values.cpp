@@ -104,14 +104,12 @@ void EncodeCapability(Trial& trial)
         if (value("support") == 0 || i == VESK_VIDEO_ENC_SVC_SW)
             continue;
         for (const std::string bound : {"min", "max"}) {
-            const std::string width = std::to_string(value((bound + "Width").c_str()));
-            const std::string height = std::to_string(value((bound + "Height").c_str()));
-            const Reply reply =
-                client.Send("SET_ENC_PARAM encStmNo=$encStmNo fr=30 br=2000 codcType=" + std::to_string(i) +
-                            " w=" + width + " h=" + height);
+            std::string size = " w=" + std::to_string(value((bound + "Width").c_str()));
+            size.append(" h=").append(std::to_string(value((bound + "Height").c_str())));
+            const std::string type = "codcType=" + std::to_string(i);
+            const Reply reply = client.Send("SET_ENC_PARAM encStmNo=$encStmNo fr=30 br=2000 " + type + size);
             trial.Advise(reply.IsOk(),
-                         "codec " + std::to_string(i) + " to take " + width + 'x' + height +
-                             ", as GET_ENCODE_CAPABILITY says",
+                         "an encoder to take " + type + size + ", as GET_ENCODE_CAPABILITY says",
                          reply.Text());
         }
     }
@@ -167,7 +165,7 @@ void Missing(Trial& trial)
         const Request* request = messages::FindRequest(number);
         if (request == nullptr || request->answer.kind == Kind::kUnanswered)
             continue;
-        trial.Case(std::string(ShortName(request->name)), [&, code = code] {
+        trial.Case(std::string(ShortName(request->name)), [&, number = number, code = code] {
             Actor& client = trial.NewClient();
             const bool isRecord = request->payload.kind == Kind::kRecord;
             VeskVideoMsgHead head{};
