@@ -104,12 +104,11 @@ void EncodeCapability(Trial& trial)
         if (value("support") == 0 || i == VESK_VIDEO_ENC_SVC_SW)
             continue;
         for (const std::string bound : {"min", "max"}) {
-            std::string size = " w=" + std::to_string(value((bound + "Width").c_str()));
-            size.append(" h=").append(std::to_string(value((bound + "Height").c_str())));
-            const std::string type = "codcType=" + std::to_string(i);
-            const Reply reply = client.Send("SET_ENC_PARAM encStmNo=$encStmNo fr=30 br=2000 " + type + size);
-            trial.Advise(reply.IsOk(),
-                         "an encoder to take " + type + size + ", as GET_ENCODE_CAPABILITY says",
+            std::string mode = "codcType=" + std::to_string(i);
+            for (const auto& [field, name] : {std::pair(" w=", "Width"), {" h=", "Height"}})
+                mode.append(field).append(std::to_string(value((bound + name).c_str())));
+            const Reply reply = client.Send("SET_ENC_PARAM encStmNo=$encStmNo fr=30 br=2000 " + mode);
+            trial.Advise(reply.IsOk(), "an encoder to take " + mode + ", as GET_ENCODE_CAPABILITY says",
                          reply.Text());
         }
     }

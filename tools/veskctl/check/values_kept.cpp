@@ -185,7 +185,7 @@ void FrameRate(Trial& trial)
 {
     Actor& client = trial.NewClient();
     client.Need("SET_ENC_PARAM encStmNo=$encStmNo w=1280 h=720 fr=30 br=2000");
-    for (const unsigned rate : {25, 15}) {
+    for (const unsigned rate : {25U, 15U}) {
         client.Need("ENC_MODIFY_FRAME_RATE encStmNo=$encStmNo frameRate=" + std::to_string(rate));
         const uint64_t read = client.Need("GET_ENC_PARAM encStmNo=$encStmNo").Number("fr");
         trial.Expect(read == rate, "the frame rate to be " + std::to_string(rate), std::to_string(read));
