@@ -117,13 +117,14 @@ Readings::Differences Readings::To(const Readings& later) const
                 }
             }
             for (const auto& [path, value] : now) {
-                if (const std::string& old = then[path]; old != value)
-                    all[line + ' ' + path]
-                        .append(line + ": ")
-                        .append(path)
-                        .append(" was ")
-                        .append(old)
-                        .append(" and is " + value);
+                const std::string& old = then[path];
+                if (old == value)
+                    continue;
+                std::string field = line;
+                field.append(" ").append(path);
+                std::string text = line;
+                text.append(": ").append(path).append(" was ").append(old).append(" and is ").append(value);
+                all.emplace(std::move(field), std::move(text));
             }
         }
     }
