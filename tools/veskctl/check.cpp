@@ -8,6 +8,8 @@
 #include "tools/veskctl/output_file.h"
 #include "tools/veskctl/table.h"
 
+#include <sys/resource.h>
+
 namespace vesk::ctl {
 
 using namespace check;
@@ -176,9 +178,15 @@ int RunCheck(Settings& settings, const Options& options)
     }
     const Profile profile =
         options.profile.empty() ? Profile{} : Usage([&] { return ReadProfile(options.profile); });
+    rlimit descriptors{};
+    if (getrlimit(RLIMIT_NOFILE, &descriptors) == 0) { // each client takes some
+        descriptors.rlim_cur = descriptors.rlim_max;
+        setrlimit(RLIMIT_NOFILE, &descriptors);
+    }
     Bench bench{.settings = settings,
                 .profile = profile,
                 .isQuick = options.isQuick,
+                .mayBeNoticed = options.mayBeNoticed,
                 .restartCommand = options.restart,
                 .recorder = {}};
     Reporters reporters(settings, options);

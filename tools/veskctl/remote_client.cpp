@@ -10,6 +10,7 @@
 #include <cstring>
 #include <utility>
 
+#include <poll.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -108,7 +109,7 @@ std::optional<Packet> Get(int socket)
 /// How long each request took; see RemoteClient::FinishRepeat.
 Bytes Repeat(Client& client, const Packet& question)
 {
-    std::vector<float> durations(question.head.count);
+    std::vector<float> durations(question.head.count, -1);
     for (float& duration : durations) {
         const Outcome outcome = client.Send(question.head.number, question.data, question.head.isAnswered,
                                             static_cast<uint32_t>(question.head.timeMs));
@@ -117,6 +118,9 @@ Bytes Repeat(Client& client, const Packet& question)
             std::memcpy(&head, outcome.answer.data(), sizeof head);
         const bool isOk = outcome.platformResult == 0 && head.uwSubMsgID == VESK_VIDEO_OK;
         duration = isOk ? static_cast<float>(outcome.duration.count()) : -1;
+        if (outcome.platformResult != 0 && question.head.isAnswered &&
+            outcome.duration.count() >= static_cast<double>(question.head.timeMs))
+            break;
     }
     const auto bytes = std::as_bytes(std::span(durations));
     return {bytes.begin(), bytes.end()};
@@ -197,6 +201,12 @@ void RemoteClient::End()
 {
     Put(socket_, {{.kind = Kind::kEnd}, "", {}});
     waitpid(std::exchange(process_, -1), nullptr, 0);
+}
+
+bool RemoteClient::HasAnswered(milliseconds longest) const
+{
+    pollfd answer{socket_, POLLIN, 0};
+    return poll(&answer, 1, static_cast<int>(longest.count())) > 0;
 }
 
 void RemoteClient::Kill()

@@ -31,9 +31,11 @@ public:
     Outcome FinishSend();
 
     /// The same request many times, one after another. Of each, in milliseconds, how long it took; negative
-    /// if it was not answered with success.
+    /// if it was not answered with success. After a time-out, the rest is not sent.
     void BeginRepeat(uint32_t number, BytesView data, bool isAnswered, uint32_t timeoutMs, uint32_t count);
     std::vector<float> FinishRepeat();
+    /// True once a Finish returns at once; waits for at most so long.
+    bool HasAnswered(std::chrono::milliseconds longest) const;
 
     /// As Client::Next; waits for at most so long.
     std::optional<Arrived> Next(std::chrono::milliseconds longest);

@@ -121,14 +121,18 @@ Actor::Actor(Trial& trial, const std::string& name)
 
 Actor::~Actor()
 {
-    if (client_.Process() > 0)
+    if (client_.Process() <= 0)
+        return;
+    if (isBusy_)
+        client_.Kill();
+    else
         client_.Resume();
 }
 
 void Actor::Announce()
 {
     const Reply reply = Send("INIT procName=" + Name() + " taskName=" + kOwnTaskName);
-    if (reply.Result() == FindResult("HOST_MSG_ERR_ABSENT"))
+    if (reply.outcome.platformResult != 0)
         throw Gone{};
     trial_.ExpectOk(reply);
 }
@@ -178,10 +182,14 @@ uint64_t Actor::The(const std::string& variable)
     if (thing == nullptr)
         throw Error("there is no $" + name);
     Reply reply = TryCreate(*thing);
-    for (const auto begun = Clock::now(); reply.IsRefused() && Clock::now() - begun < kSettling;) {
+    std::set<std::string>& unavailable = trial_.TheBench().unavailable;
+    const bool mayCome = trial_.TheProfile().Has(reply.request.number) && !unavailable.contains(name);
+    for (const auto begun = Clock::now(); mayCome && reply.IsRefused() && Clock::now() - begun < kSettling;) {
         std::this_thread::sleep_for(milliseconds(10));
         reply = TryCreate(*thing);
     }
+    if (reply.IsRefused())
+        unavailable.insert(name);
     Required(reply);
     if (!variables_.contains(name))
         throw NotTried{"no " + name + " has been answered"};
@@ -232,7 +240,7 @@ Bytes Actor::Example(const messages::Request& request, Needs needs)
 {
     const check::Example example = ExampleOf(request);
     if (!trial_.CanBeTried(request))
-        throw NotTried{"there is no camera"};
+        throw NotTried{"there is no camera, or nothing is plugged in"};
     std::vector<std::string> before = LinesOf(example.needs);
     if (needs == Needs::kAllButLast && !before.empty())
         before.pop_back();
@@ -260,9 +268,19 @@ Bytes Actor::Example(const messages::Request& request, Needs needs)
     return Encode(line).data;
 }
 
+void Actor::RequireUnnoticed(uint32_t number, BytesView data) const
+{
+    const Bench& bench = trial_.TheBench();
+    if (!bench.mayBeNoticed && !bench.survey.isVirtual && !bench.isPuttingBack && IsNoticed(number, data))
+        throw NotTried{"people may notice " +
+                       std::string(trial_.Decoder().Describe(Direction::kRequest, number).name) +
+                       ": give --yes to try it"};
+}
+
 void Actor::Begin(uint32_t number, BytesView data, uint32_t timeoutMs)
 {
     trial_.ThrowIfInterrupted();
+    RequireUnnoticed(number, data);
     trial_.TheBench().lasting.Before(*this, number, data);
     willExit_ = number != VESK_VIDEO_MSG_EXIT;
     begun_ = Prepared{number, IsAnswered(number), {data.begin(), data.end()}};
@@ -279,7 +297,7 @@ Reply Actor::Finish()
     if (request.isAnswered && reply.outcome.platformResult == 0)
         reply.answer = decoder.Decode({Direction::kAnswer, request.number, reply.outcome.answer});
     trial_.Sent(*this, reply, request.number, request.data);
-    if (reply.IsOk())
+    if (reply.IsOk() || reply.Result() == FindResult("HOST_MSG_ERR_TIMEOUT")) // it may be served yet
         trial_.TheBench().lasting.Accepted(trial_.Decoder(), request.number, request.data);
     return reply;
 }
@@ -287,6 +305,8 @@ Reply Actor::Finish()
 void Actor::BeginMany(uint32_t number, BytesView data, size_t count, uint32_t timeoutMs)
 {
     trial_.ThrowIfInterrupted();
+    RequireUnnoticed(number, data);
+    isBusy_ = true;
     trial_.Note(*this, "sends " + std::to_string(count) + " times " +
                            std::string(trial_.Decoder().Describe(Direction::kRequest, number).name));
     client_.BeginRepeat(number, data, IsAnswered(number), timeoutMs, static_cast<uint32_t>(count));
@@ -294,6 +314,9 @@ void Actor::BeginMany(uint32_t number, BytesView data, size_t count, uint32_t ti
 
 std::vector<float> Actor::FinishMany()
 {
+    while (!client_.HasAnswered(milliseconds(200)))
+        trial_.ThrowIfInterrupted();
+    isBusy_ = false;
     return client_.FinishRepeat();
 }
 

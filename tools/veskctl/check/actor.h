@@ -113,6 +113,8 @@ public:
     Prepared Encode(const std::string& line);
 
 private:
+    /// @throw NotTried unless people may notice what the request does, if they can.
+    void RequireUnnoticed(uint32_t number, BytesView data) const;
     void Receive(std::chrono::milliseconds longest);
     Reply Finished(uint32_t number, Bytes data, Outcome outcome);
     std::string Substituted(std::string_view& rest);
@@ -122,6 +124,7 @@ private:
     std::map<std::string, uint64_t> variables_;
     std::deque<Notified> arrived_;
     std::optional<Prepared> begun_;
+    bool isBusy_ = false; ///< With many requests, which it does not break off by itself.
     bool willExit_ = false;
 };
 

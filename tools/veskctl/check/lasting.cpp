@@ -47,7 +47,7 @@ constexpr Row kRows[] = {
     {VESK_VIDEO_MSG_INIT_ANDROID_OBJECTS, 0, "", "",
      "the addresses of a virtual machine are those of a test"},
     {VESK_VIDEO_MSG_SET_ANDROID_MMEDIA_PROJECTION, 0, "", "", "the projection is that of a test"},
-    {VESK_VIDEO_MSG_GET_SNAPSHOT, 0, "", "", "snapshots have been taken"},
+    {VESK_VIDEO_MSG_GET_SNAPSHOT, 0, "", "", "snapshots have been taken, in /tmp/veskctl-check.jpg"},
 };
 
 const Row* FindRow(uint32_t number)
@@ -103,7 +103,7 @@ void Lasting::Accepted(const Decoder& decoder, uint32_t number, BytesView data)
     std::erase_if(
         undos_, [&](const Undo& undo) { return undo.number == number && AreAlike(number, undo.data, data); });
     const Row* row = FindRow(number);
-    if (row == nullptr)
+    if (row == nullptr || data.size() < sizeof(VeskVideoMsgHead)) // nothing that its opposite takes back
         return;
     Undo undo{"", 0, {}, row->remains};
     if (row->opposite != 0) {

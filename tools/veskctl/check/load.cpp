@@ -85,11 +85,14 @@ Reply ExpectFree(Trial& trial, Actor& client, const std::string& line)
     return reply;
 }
 
-/// A request of so many bytes, which changes nothing: no picture is frozen, and none is asked for.
+/// A request of so many bytes, which the device takes: no picture is frozen by it.
 Prepared Large(Actor& client, size_t payload)
 {
     Prepared request = client.Encode("ENCODER_FREEZE inEngNo=$inEngNo flag=0");
     request.data.resize(sizeof(VeskVideoMsgHead) + payload);
+    client.BeginMany(request.number, request.data, 1);
+    if (client.FinishMany()[0] < 0)
+        throw NotTried{"the device does not take ENCODER_FREEZE with " + std::to_string(payload) + " bytes"};
     return request;
 }
 

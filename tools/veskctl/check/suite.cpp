@@ -95,17 +95,39 @@ bool HasCamera(Actor& client, uint32_t port)
     }
 }
 
+/// The ports that the service tells of after INIT; if it does not tell of them, those of the profile.
+Ports TakePorts(Actor& client, const Profile& profile, uint32_t state, const char* counted)
+{
+    Ports ports;
+    if (!profile.Sends(state)) {
+        ports.plugged = state == VESK_VIDEO_ON_VI_PORT_PLUG_STATE_NOTIFY ? profile.inputs : profile.outputs;
+        return ports;
+    }
+    constexpr auto kLongest = 5s;
+    const auto deadline = Clock::now() + kLongest;
+    const Reply reply = client.Send(counted);
+    for (uint64_t left = reply.IsOk() ? reply.Number("count") : 0; left > 0; --left) {
+        const auto one =
+            client.Await(state, std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()));
+        if (!one)
+            break;
+        ports.Add(*one);
+    }
+    return ports;
+}
+
 /// A number that no preset of the camera of the client's engine has.
 uint32_t NewPreset(Actor& client)
 {
-    const uint64_t count = client.Send("GET_PRESET_COUNT").Number("count");
+    const Reply counted = client.Send("GET_PRESET_COUNT");
+    const uint64_t count = counted.IsOk() ? counted.Number("count") : 0;
     if (count == 0)
         return 1;
     const Reply presets =
         client.Send("QUERY_PRESET presetSelector=$inEngNo presetCount=" + std::to_string(count));
     uint32_t preset = presets.IsOk() ? 1 : static_cast<uint32_t>(count + 1);
     const auto isTaken = [&] {
-        for (uint64_t i = 0; i < count; ++i) {
+        for (uint64_t i = 0; i < presets.Payload().size() / sizeof(VeskVideoPresetInfo); ++i) {
             if (presets.Number('[' + std::to_string(i) + "].presetId") == preset)
                 return true;
         }
@@ -140,16 +162,11 @@ Survey SurveyDevice(Bench& bench)
     const Reply init =
         client.Send(std::string("INIT procName=") + client.Name() + " taskName=" + kOwnTaskName);
     RequireOk(init);
-    Ports inputs;
-    Ports outputs;
-    for (const Notified& one : client.TakeAll(300ms)) {
-        if (one.Number() == VESK_VIDEO_ON_VI_PORT_PLUG_STATE_NOTIFY)
-            inputs.Add(one);
-        if (one.Number() == VESK_VIDEO_ON_VO_PORT_PLUG_STATE_NOTIFY)
-            outputs.Add(one);
-    }
-    survey.inputs = inputs.InOrder(bench.profile.inputs, survey.pluggedInputs);
-    survey.outputs = outputs.InOrder(bench.profile.outputs, survey.pluggedOutputs);
+    const Profile& profile = bench.profile;
+    survey.inputs = TakePorts(client, profile, VESK_VIDEO_ON_VI_PORT_PLUG_STATE_NOTIFY, "GET_VI_COUNT")
+                        .InOrder(profile.inputs, survey.pluggedInputs);
+    survey.outputs = TakePorts(client, profile, VESK_VIDEO_ON_VO_PORT_PLUG_STATE_NOTIFY, "GET_VO_COUNT")
+                         .InOrder(profile.outputs, survey.pluggedOutputs);
     FindCamera(client, bench.profile.camera, survey);
     survey.isVirtual = client.Send("VESK_CONTROL_STATE").IsOk();
     trial.Leave(client);
@@ -177,9 +194,7 @@ bool IsServing(Bench& bench)
 {
     Trial trial(bench, kSurvey);
     Actor& client = trial.NewProcess();
-    const auto isAbsent = [&] {
-        return client.Send("GET_VO_COUNT").Result() == decoder::FindResult("HOST_MSG_ERR_ABSENT");
-    };
+    const auto isAbsent = [&] { return client.Send("GET_VO_COUNT").outcome.platformResult != 0; };
     constexpr auto kRestarting = 5s;
     for (const auto begun = Clock::now(); isAbsent(); std::this_thread::sleep_for(100ms)) {
         if (Clock::now() - begun > kRestarting)
@@ -195,7 +210,7 @@ std::string WhyLeftOut(const Bench& bench, const Test& test, bool mayBeNoticed)
     if ((test.traits & kLong) != 0 && bench.isQuick)
         return "it is long, and this is a --quick run";
     if ((test.traits & kNoticed) != 0 && !bench.survey.isVirtual && !mayBeNoticed)
-        return "people may notice it: " + std::string("give --yes to run it");
+        return "people may notice it: give --yes to run it";
     return "";
 }
 

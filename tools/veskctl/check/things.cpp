@@ -65,7 +65,7 @@ constexpr Row kExamples[] = {
      {"SET_ENC_PARAM encStmNo=$encStmNo w=1280 h=720 fr=30 br=2000; ENC_START encStmNo=$encStmNo", ""}},
     {"EXECUT_VI_TRACKING_PARAM", {.needs = "VI_START inEngNo=$inEngNo", .fields = "", .isOfCamera = true}},
     {"GET_CAPABILITY", {"", "capabilityType=0"}},
-    {"GET_SNAPSHOT", {"", "path=/tmp/snapshot.jpg voPort=$voPort"}},
+    {"GET_SNAPSHOT", {"", "path=/tmp/veskctl-check.jpg voPort=$voPort"}},
     {"GET_VI_QUE_HANDLE", {"VI_START inEngNo=$inEngNo", "", true}}, // it need not be there at once
     {"INIT_ANDROID_OBJECTS", {"", "", true}},
     {"MOUSE_START", {"MOUSE_CONNECT mouseStmNo=$mouseStmNo decStmNo=$decStmNo", ""}},
@@ -111,6 +111,37 @@ const Thing* FindThing(std::string_view number)
     const auto* found = std::find_if(std::begin(kThings), std::end(kThings),
                                      [&](const Thing& thing) { return thing.number == number; });
     return found == std::end(kThings) ? nullptr : found;
+}
+
+bool IsNoticed(uint32_t request, BytesView data)
+{
+    constexpr uint32_t kNoticed[] = {
+        VESK_VIDEO_MSG_VI_START,
+        VESK_VIDEO_MSG_VI_DISABLE,
+        VESK_VIDEO_MSG_ENCODER_FREEZE,
+        VESK_VIDEO_MSG_SET_VI_CUTOUT_PARAM,
+        VESK_VIDEO_MSG_SET_VI_PTZF_PARAM,
+        VESK_VIDEO_MSG_EXECUT_VI_TRACKING_PARAM,
+        VESK_VIDEO_MSG_SET_VIRTUAL_VI_PARAM,
+        VESK_VIDEO_MSG_VO_START,
+        VESK_VIDEO_MSG_VO_DISABLE,
+        VESK_VIDEO_MSG_SET_VO_SRC,
+        VESK_VIDEO_MSG_SET_SR_ENABLE,
+        VESK_VIDEO_MSG_SET_FILTER_WINDOW,
+        VESK_VIDEO_MSG_SET_DEFAULT_IMAGE,
+        VESK_VIDEO_MSG_SET_DISPLAY_MODE,
+        VESK_VIDEO_MSG_ENABLE_OVERLAY_PARAM,
+        VESK_VIDEO_MSG_SET_ANNOTATION_STATUS,
+        VESK_VIDEO_MSG_SET_WALLPAPER_INFO,
+        VESK_VIDEO_MSG_MOUSE_START,
+        VESK_VIDEO_MSG_START_LOCAL_MOUSE,
+        VESK_VIDEO_MSG_START_UVC_STREAM,
+    };
+    VeskVideoMsgHead head{};
+    std::copy_n(data.begin(), std::min(data.size(), sizeof head), reinterpret_cast<std::byte*>(&head));
+    const bool isCommand =
+        request == VESK_VIDEO_MSG_CAMERA_CONTROL && head.ulParam2 != VESK_VIDEO_CAM_CTRL_QUERY;
+    return isCommand || std::find(std::begin(kNoticed), std::end(kNoticed), request) != std::end(kNoticed);
 }
 
 Example ExampleOf(const messages::Request& request)

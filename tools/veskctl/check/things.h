@@ -40,6 +40,9 @@ struct Example {
 
 Example ExampleOf(const messages::Request& request);
 
+/// True if people may notice that the service does what is asked for: displays, cameras and pointers change.
+bool IsNoticed(uint32_t request, BytesView data);
+
 /// Sets a field of the header of a request.
 void SetHeader(Bytes& request, messages::HeaderField field, uint64_t value);
 

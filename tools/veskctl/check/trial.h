@@ -10,6 +10,7 @@
 
 #include <functional>
 #include <list>
+#include <set>
 
 namespace vesk::ctl::check {
 
@@ -25,7 +26,7 @@ struct NotTried {
     std::string reason;
 };
 
-/// Ends a test: there is no service any more.
+/// Ends a test: nobody serves any more, or nobody answers.
 struct Gone {};
 
 /// Ends a test and the run: the user has interrupted it.
@@ -47,13 +48,15 @@ struct Bench {
     Settings& settings;
     const Profile& profile;
     bool isQuick = false;
+    bool mayBeNoticed = false;  ///< Of the virtual service, nobody notices anything.
     std::string restartCommand; ///< Empty: the service cannot be restarted.
     std::optional<Recorder> recorder;
     Lasting lasting{};
     Survey survey{};
-    bool isPuttingBack = false;         ///< The user must wait.
-    std::vector<std::string> putBack{}; ///< The requests that did so at the end of the last case.
-    Progress* progress = nullptr;       ///< Of the test that runs.
+    bool isPuttingBack = false;          ///< The user must wait.
+    std::set<std::string> unavailable{}; ///< Things that were waited for in vain.
+    std::vector<std::string> putBack{};  ///< The requests that did so at the end of the last case.
+    Progress* progress = nullptr;        ///< Of the test that runs.
 };
 
 class Trial {
@@ -90,7 +93,7 @@ public:
     void Advise(bool holds, const std::string& expected, const std::string& got);
     /// What is sent meanwhile is in no report.
     void Quietly(const std::function<void()>& body);
-    /// False for requests to a camera if the device has none.
+    /// False for requests to a camera if the device has none, and for a start if nothing is plugged in.
     bool CanBeTried(const messages::Request& request) const;
     [[noreturn]] void Skip(const std::string& reason) { throw NotTried{reason}; }
 

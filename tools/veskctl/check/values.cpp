@@ -1,4 +1,4 @@
-// The group "values": what is set, and bounds.
+// The group "values": what is set and read back, numbers, bounds, ports and capabilities.
 #include "tools/veskctl/check/values.h"
 
 #include "decoder/text.h"
@@ -155,6 +155,22 @@ void Steady(Trial& trial)
                  differences.empty() ? "" : differences.begin()->second);
 }
 
+/// A request of zeros, if the device does not have what its example needs.
+Bytes ExampleOrZeros(Actor& client, const Request& request)
+{
+    try {
+        return client.Example(request);
+    } catch (const NotTried&) {
+        VeskVideoMsgHead head{};
+        head.msgId = request.number;
+        Bytes data(BytesOf(head).begin(), BytesOf(head).end());
+        const bool isText = request.payload.kind == Kind::kText;
+        const bool isRecord = request.payload.kind == Kind::kRecord;
+        data.resize(data.size() + (isRecord ? request.payload.size : isText ? 1 : 0));
+        return data;
+    }
+}
+
 void Missing(Trial& trial)
 {
     const Profile& profile = trial.TheProfile();
@@ -166,14 +182,7 @@ void Missing(Trial& trial)
             continue;
         trial.Case(std::string(ShortName(request->name)), [&, number = number, code = code] {
             Actor& client = trial.NewClient();
-            const bool isRecord = request->payload.kind == Kind::kRecord;
-            VeskVideoMsgHead head{};
-            head.msgId = request->number;
-            Bytes data(BytesOf(head).begin(), BytesOf(head).end());
-            data.resize(data.size() + (isRecord                               ? request->payload.size
-                                       : request->payload.kind == Kind::kText ? 1
-                                                                              : 0));
-            const Reply reply = client.Send(number, data);
+            const Reply reply = client.Send(number, ExampleOrZeros(client, *request));
             trial.ExpectRefused(reply, "the profile says that the device does not have it");
             trial.Expect(!code || reply.Result() == *code,
                          "the result that the profile names: " + ResultText(code.value_or(0)), reply.Text());

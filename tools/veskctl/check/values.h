@@ -1,4 +1,4 @@
-// Tests of the group "values" that are about numbers.
+// Tests of the group "values" that are in sources of their own.
 #pragma once
 
 #include "tools/veskctl/check/trial.h"

@@ -206,10 +206,11 @@ void Preset(Trial& trial)
     const Reply presets =
         client.Send("QUERY_PRESET presetSelector=$inEngNo presetCount=" + std::to_string(before + 1));
     bool isListed = false;
-    for (uint64_t i = 0; i <= before; ++i)
+    for (uint64_t i = 0; i < presets.Payload().size() / sizeof(VeskVideoPresetInfo); ++i)
         isListed =
             isListed || presets.Number('[' + std::to_string(i) + "].presetId") == client.The("newPreset");
-    trial.Advise(isListed, "the new preset to be listed for its camera's engine", presets.Text());
+    trial.Advise(isListed || !trial.TheProfile().Has(VESK_VIDEO_MSG_QUERY_PRESET),
+                 "the new preset to be listed for its camera's engine", presets.Text());
     client.Need("CLOSE_VI_PORT inEngNo=$inEngNo");
     client.Forget("inEngNo");
     client.The("inEngNo");
