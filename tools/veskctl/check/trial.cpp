@@ -26,6 +26,8 @@ std::string ScriptText(const Decoder& decoder, const Field& field)
 {
     if (const uint64_t* number = std::get_if<uint64_t>(&field.value))
         return std::to_string(*number);
+    if (const int64_t* number = std::get_if<int64_t>(&field.value))
+        return std::to_string(*number);
     const std::string* text = std::get_if<std::string>(&field.value);
     return text != nullptr ? *text : ValueText(decoder, field);
 }
@@ -55,14 +57,18 @@ std::string ScriptLine(const Decoder& decoder, const Decoded& request, BytesView
         if (!field.IsPayload() || !field.IsZero())
             all.push_back({field.path, value});
     }
-    try {
-        const Bytes same = decoder.Encode(Direction::kRequest, request.number, all);
-        if (!std::equal(same.begin(), same.end(), data.begin(), data.end()))
-            throw Error("other bytes");
-    } catch (const Error&) { // no fields have these bytes
+    const auto isData = [&](const auto& encode) {
+        try {
+            const Bytes same = encode();
+            return std::equal(same.begin(), same.end(), data.begin(), data.end());
+        } catch (const Error&) {
+            return false; // no fields have these bytes
+        }
+    };
+    constexpr Direction kRequest = Direction::kRequest;
+    if (!isData([&] { return decoder.Encode(kRequest, request.number, all); })) {
         const BytesView rest = data.subspan(std::min(data.size(), sizeof(VeskVideoMsgHead)));
-        const Bytes same = decoder.EncodeRaw(Direction::kRequest, request.number, header, rest);
-        if (!std::equal(same.begin(), same.end(), data.begin(), data.end()))
+        if (!isData([&] { return decoder.EncodeRaw(kRequest, request.number, header, rest); }))
             return "";
         payload = {"--raw", FoldedHex(rest)};
     }
