@@ -96,6 +96,8 @@ public:
     /// Sends without waiting; Finish returns what came of it. Meanwhile other clients can send.
     void Begin(uint32_t number, BytesView data, uint32_t timeoutMs = VESK_VIDEO_SYNC_TIMEOUT);
     Reply Finish();
+    /// True if Finish returns at once.
+    bool HasAnswered() const { return client_.HasAnswered(std::chrono::milliseconds(0)); }
     /// Sends the same request many times, one after another, and returns how long each took, in milliseconds;
     /// negative if it was not answered with OK. These messages are in no report.
     void BeginMany(uint32_t number, BytesView data, size_t count,
