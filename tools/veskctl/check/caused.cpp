@@ -165,7 +165,7 @@ struct Owner {
 /// All notifications of the cause's number that a client gets.
 std::vector<Notified> Got(Trial& trial, const Cause& cause, const Owner& owner, const PortCounts& counts)
 {
-    const bool isVirtual = trial.TheBench().survey.isVirtual;
+    const bool isVirtual = trial.TheSurvey().isVirtual;
     const auto isIts = [&](const Notified& one) { return one.Number() == cause.number && owner.IsIts(one); };
     std::vector<Notified> got;
     if (owner.isActing) {
@@ -184,7 +184,8 @@ std::vector<Notified> Got(Trial& trial, const Cause& cause, const Owner& owner, 
 
 void ExpectCaused(Trial& trial, const Cause& cause, const PortCounts& counts)
 {
-    const bool isVirtual = trial.TheBench().survey.isVirtual;
+    const bool isVirtual = trial.TheSurvey().isVirtual;
+    const bool hasFields = isVirtual && trial.TheBench().settings.peer == "virtual";
     std::vector<Owner> owners{{&AnnouncedClient(trial, counts), true},
                               {&AnnouncedClient(trial, counts), !IsOfPorts(cause)}};
     for (Owner& owner : owners) {
@@ -196,7 +197,7 @@ void ExpectCaused(Trial& trial, const Cause& cause, const PortCounts& counts)
         }
         owner.client->Encode(cause.request); // so that all things that it needs are there
         owner.Expects(cause.fields);
-        if (isVirtual && trial.TheBench().settings.peer == "virtual")
+        if (hasFields)
             owner.Expects(cause.virtualFields);
     }
     for (const Owner& owner : owners) {
@@ -213,7 +214,7 @@ void ExpectCaused(Trial& trial, const Cause& cause, const PortCounts& counts)
             Require(trial, IsStated(cause.number) || !got.empty(), mayLack, expected, TextOf(trial, got));
             return;
         }
-        if (isVirtual || !owner.fields.empty()) // else it may be a late one of what came before
+        if (hasFields || !owner.fields.empty()) // else it may be a late one of what came before
             trial.Expect(its < 2, expected + " once", TextOf(trial, got));
         std::vector<Notified> others = got;
         std::erase_if(others, [&](const Notified& one) {
@@ -289,7 +290,7 @@ void NotifiedInOrder(Trial& trial)
     });
     if (told.empty())
         trial.Skip("the service notifies of neither decoders nor loops");
-    if (!trial.TheBench().survey.isVirtual) { // different parts of a device may tell at different times
+    if (!trial.TheSurvey().isVirtual) { // different parts of a device may tell at different times
         std::ranges::stable_sort(told, {}, &Told::first);
         std::ranges::stable_sort(expected, {}, &Told::first);
     }
