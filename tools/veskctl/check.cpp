@@ -74,9 +74,10 @@ Invocation InvocationOf(const Settings& settings, const Options& options)
     const auto add = [](std::vector<std::string>& words, const char* option, const std::string& value) {
         words.insert(words.end(), {option, value});
     };
-    if (const Settings usual; settings.service != usual.service)
+    const Settings usual;
+    if (settings.service != usual.service)
         add(tool, "--service", settings.service);
-    if (const Settings usual; settings.peer != usual.peer)
+    if (settings.peer != usual.peer)
         add(tool, "--peer", settings.peer);
     for (const std::string& file : settings.recordFiles)
         add(tool, "--records", file);
@@ -126,7 +127,7 @@ TestResult RunTest(Bench& bench, const Test& test, const std::string& leftOut)
     return Trial(bench, test).Run();
 }
 
-Summary RunTests(Bench& bench, const std::vector<const Test*>& tests, bool mayBeNoticed, Reporters& reporters)
+Summary RunTests(Bench& bench, const std::vector<const Test*>& tests, Reporters& reporters)
 {
     Summary summary{.service = bench.settings.service};
     bool isServing = true;
@@ -137,8 +138,8 @@ Summary RunTests(Bench& bench, const std::vector<const Test*>& tests, bool mayBe
                                   test.name,
                               "cases", true, std::chrono::milliseconds(0));
             bench.progress = &progress;
-            summary.results.push_back(RunTest(
-                bench, test, isServing ? WhyLeftOut(bench, test, mayBeNoticed) : "the service is gone"));
+            summary.results.push_back(
+                RunTest(bench, test, isServing ? WhyLeftOut(bench, test) : "the service is gone"));
             bench.progress = nullptr;
         }
         const TestResult& result = summary.results.back();
@@ -196,10 +197,11 @@ int RunCheck(Settings& settings, const Options& options)
     if (!options.record.empty())
         bench.recorder.emplace(options.record, ParseService(settings.service));
     bench.survey = SurveyDevice(bench);
+    bench.mayBeNoticed = bench.mayBeNoticed || bench.survey.isVirtual;
     RequirePorts(bench);
     Trial::ListenForInterrupts();
     reporters.Tell(&Reporter::Plan, tests);
-    const Summary summary = RunTests(bench, tests, options.mayBeNoticed, reporters);
+    const Summary summary = RunTests(bench, tests, reporters);
     reporters.Tell(&Reporter::End, summary);
     if (draft)
         draft->Write(DraftProfile(bench, summary));

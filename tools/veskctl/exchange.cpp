@@ -30,6 +30,12 @@ std::vector<Assignment> WithOwnName(std::vector<Assignment> fields)
 
 } // namespace
 
+bool IsAnswered(uint32_t request)
+{
+    const messages::Request* listed = messages::FindAnyRequest(request);
+    return listed == nullptr || listed->answer.kind != messages::Kind::kUnanswered;
+}
+
 Prepared Prepare(const Decoder& decoder, const std::string& name, const std::vector<Assignment>& fields,
                  const Bytes* raw)
 {
@@ -39,8 +45,7 @@ Prepared Prepare(const Decoder& decoder, const std::string& name, const std::vec
         request.number = static_cast<uint32_t>(*number);
     else
         request.number = RequestNamed(name).number;
-    if (const messages::Request* listed = messages::FindAnyRequest(request.number))
-        request.isAnswered = listed->answer.kind != messages::Kind::kUnanswered;
+    request.isAnswered = IsAnswered(request.number);
     if (raw != nullptr)
         request.data = decoder.EncodeRaw(Direction::kRequest, request.number, fields, *raw);
     else if (request.number == VESK_VIDEO_MSG_INIT)

@@ -18,6 +18,9 @@ struct Prepared {
     Bytes data; ///< Header and payload.
 };
 
+/// False if the list says that the request has no answer.
+bool IsAnswered(uint32_t request);
+
 /// Encodes a request that the user names. A @p raw payload is sent as it is, and the number need not be
 /// listed. INIT announces this client unless the fields name another. @throw Error
 Prepared Prepare(const decoder::Decoder& decoder, const std::string& name,

@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
-#include <thread>
 
 #include <unistd.h>
 
@@ -23,12 +22,6 @@ namespace {
 
 /// How long the service may take to free what another client has just left.
 constexpr milliseconds kSettling(1000);
-
-bool IsAnswered(uint32_t number)
-{
-    const messages::Request* listed = messages::FindRequest(number);
-    return listed == nullptr || listed->answer.kind != messages::Kind::kUnanswered;
-}
 
 void Required(const Reply& reply)
 {
@@ -62,6 +55,20 @@ uint64_t CreateQueue()
     return created;
 }
 
+/// A field that is a number, by its path.
+std::optional<uint64_t> NumberAt(const Decoded& message, std::string_view path)
+{
+    for (const Field& field : message.fields) {
+        if (field.path != path)
+            continue;
+        if (const uint64_t* number = std::get_if<uint64_t>(&field.value))
+            return *number;
+        if (const int64_t* number = std::get_if<int64_t>(&field.value))
+            return static_cast<uint64_t>(*number);
+    }
+    return std::nullopt;
+}
+
 } // namespace
 
 uint32_t Reply::Result() const
@@ -84,12 +91,7 @@ BytesView Reply::Payload() const
 
 uint64_t Reply::Number(std::string_view path) const
 {
-    for (const Field& field : answer ? answer->fields : std::vector<Field>{}) {
-        if (const uint64_t* number = std::get_if<uint64_t>(&field.value);
-            number != nullptr && field.path == path)
-            return *number;
-    }
-    return 0;
+    return answer ? NumberAt(*answer, path).value_or(0) : 0;
 }
 
 std::string Reply::Text() const
@@ -103,15 +105,7 @@ std::string Reply::Text() const
 
 std::optional<uint64_t> Notified::Field(std::string_view path) const
 {
-    for (const decoder::Field& field : message.fields) {
-        if (field.path != path)
-            continue;
-        if (const uint64_t* number = std::get_if<uint64_t>(&field.value))
-            return *number;
-        if (const int64_t* number = std::get_if<int64_t>(&field.value))
-            return static_cast<uint64_t>(*number);
-    }
-    return std::nullopt;
+    return NumberAt(message, path);
 }
 
 Actor::Actor(Trial& trial, const std::string& name)
@@ -129,9 +123,14 @@ Actor::~Actor()
         client_.Resume();
 }
 
+std::string Actor::InitLine() const
+{
+    return "INIT procName=" + Name() + " taskName=" + kOwnTaskName;
+}
+
 void Actor::Announce()
 {
-    const Reply reply = Send("INIT procName=" + Name() + " taskName=" + kOwnTaskName);
+    const Reply reply = Send(InitLine());
     if (reply.outcome.platformResult != 0)
         throw Gone{};
     trial_.ExpectOk(reply);
@@ -163,7 +162,7 @@ uint64_t Actor::The(const std::string& variable)
     const std::string name = variable == "engNo"                            ? "inEngNo"
                              : variable == "port" || variable == "sourceId" ? "viPort"
                                                                             : variable;
-    const Survey& survey = trial_.TheBench().survey;
+    const Survey& survey = trial_.TheSurvey();
     if (name != variable)
         return The(name);
     if (name == "viPort" || name == "voPort") {
@@ -181,13 +180,12 @@ uint64_t Actor::The(const std::string& variable)
     const Thing* thing = FindThing(name);
     if (thing == nullptr)
         throw Error("there is no $" + name);
-    Reply reply = TryCreate(*thing);
     std::set<std::string>& unavailable = trial_.TheBench().unavailable;
-    const bool mayCome = trial_.TheProfile().Has(reply.request.number) && !unavailable.contains(name);
-    for (const auto begun = Clock::now(); mayCome && reply.IsRefused() && Clock::now() - begun < kSettling;) {
-        std::this_thread::sleep_for(milliseconds(10));
+    Reply reply;
+    Becomes(unavailable.contains(name) ? milliseconds(0) : kSettling, [&] {
         reply = TryCreate(*thing);
-    }
+        return !reply.IsRefused() || !trial_.TheProfile().Has(reply.request.number);
+    });
     if (reply.IsRefused())
         unavailable.insert(name);
     Required(reply);
@@ -247,7 +245,7 @@ Bytes Actor::Example(const messages::Request& request, Needs needs)
     for (const std::string& line : before)
         Need(line);
     if (request.number == VESK_VIDEO_MSG_INIT)
-        return Encode("INIT procName=" + Name() + " taskName=" + kOwnTaskName).data;
+        return Encode(InitLine()).data;
     std::string line(ShortName(request.name));
     const std::string fields = ' ' + std::string(example.fields);
     const Listing listing = trial_.Decoder().Describe(Direction::kRequest, request.number);
@@ -258,8 +256,7 @@ Bytes Actor::Example(const messages::Request& request, Needs needs)
         if (!argument.isListed || fields.find(' ' + name + '=') != fields.npos ||
             (isCount && fields.find(" [0]") != fields.npos))
             continue;
-        const bool isNumber = FindThing(name) != nullptr || name == "viPort" || name == "voPort" ||
-                              name == "port" || name == "sourceId" || name == "engNo";
+        const bool isNumber = FindThing(name) != nullptr || IsPort(name) || name == "engNo";
         line += ' ' + name + (isNumber ? "=$" + name : isCount ? "=0" : "=1");
     }
     line += fields;
@@ -271,7 +268,7 @@ Bytes Actor::Example(const messages::Request& request, Needs needs)
 void Actor::RequireUnnoticed(uint32_t number, BytesView data) const
 {
     const Bench& bench = trial_.TheBench();
-    if (!bench.mayBeNoticed && !bench.survey.isVirtual && !bench.isPuttingBack && IsNoticed(number, data))
+    if (!bench.mayBeNoticed && !bench.isPuttingBack && IsNoticed(number, data))
         throw NotTried{"people may notice " +
                        std::string(trial_.Decoder().Describe(Direction::kRequest, number).name) +
                        ": give --yes to try it"};

@@ -59,8 +59,9 @@ public:
     /// Whether it sends EXIT when it ends.
     bool WillExit() const { return willExit_ && Process() > 0; }
 
-    /// Sends INIT, which must succeed, and returns once the notifications of all ports have come. @throw
-    /// Unmet
+    /// The line of INIT with the names of this client.
+    std::string InitLine() const;
+    /// Sends it; it must succeed. @throw Unmet; Gone if there is no answer
     void Announce();
 
     Reply Send(const std::string& line);
@@ -118,7 +119,6 @@ private:
     /// @throw NotTried unless people may notice what the request does, if they can.
     void RequireUnnoticed(uint32_t number, BytesView data) const;
     void Receive(std::chrono::milliseconds longest);
-    Reply Finished(uint32_t number, Bytes data, Outcome outcome);
     std::string Substituted(std::string_view& rest);
 
     Trial& trial_;

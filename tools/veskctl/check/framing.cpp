@@ -4,7 +4,6 @@
 #include "vesk_service/control_list.h"
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
 
 namespace vesk::ctl::check {
@@ -16,11 +15,6 @@ using messages::Kind;
 using messages::Request;
 
 constexpr size_t kHeadSize = sizeof(VeskVideoMsgHead);
-
-bool Any(const Request&)
-{
-    return true;
-}
 
 /// A payload of this length instead of the right one; what is added is 0.
 Bytes WithPayload(Bytes data, size_t size)
@@ -46,9 +40,7 @@ void ExpectServed(Trial& trial, Actor& client)
 /// The library's caller has room for as many entries as it asks for, and takes no other number.
 void ExpectEntries(Trial& trial, const Reply& reply, const Request& request, const Bytes& sent)
 {
-    VeskVideoMsgHead head{};
-    std::memcpy(&head, sent.data(), sizeof head);
-    const uint64_t wanted = ValueOf(head, request.answer.count);
+    const uint64_t wanted = ValueOf(HeadOf(sent), request.answer.count);
     const size_t entries = reply.Payload().size() / request.answer.size;
     trial.ExpectOk(reply);
     trial.Expect(entries == wanted, "as many entries as are asked for, " + std::to_string(wanted),
@@ -57,7 +49,7 @@ void ExpectEntries(Trial& trial, const Reply& reply, const Request& request, con
 
 void Examples(Trial& trial)
 {
-    trial.EachRequest(Any, [&](const Request& request) {
+    trial.EachRequest(AnyRequest, [&](const Request& request) {
         Actor& client = trial.NewClient();
         const Bytes example = client.Example(request);
         const Reply reply = client.Send(request.number, example);
@@ -74,18 +66,8 @@ void Lists(Trial& trial)
 {
     const auto isList = [](const Request& request) { return request.answer.kind == Kind::kArray; };
     trial.EachRequest(isList, [&](const Request& request) {
-        constexpr uint32_t kEntries = 3;
         Actor& client = trial.NewClient();
-        Bytes data = client.Example(request);
-        VeskVideoMsgHead head{};
-        std::memcpy(&head, data.data(), sizeof head);
-        if (request.answer.count == messages::HeaderField::kParam1)
-            head.ulParam1 = kEntries;
-        else
-            head.ulParam2 = kEntries;
-        std::memcpy(data.data(), &head, sizeof head);
-        if (request.payload.kind == Kind::kArray)
-            data = WithPayload(data, kEntries * request.payload.size);
+        const Bytes data = ForEntries(request, client.Example(request), 3);
         const Reply reply = client.Send(request.number, data);
         if (!reply.IsRefused())
             ExpectEntries(trial, reply, request, data);
@@ -233,7 +215,7 @@ Bytes WithNoise(const Request& request, Bytes data, bool hasFields)
 
 void Noise(Trial& trial)
 {
-    trial.EachRequest(Any, [&](const Request& request) {
+    trial.EachRequest(AnyRequest, [&](const Request& request) {
         const auto send = [&](bool hasFields) {
             Actor& client = trial.NewClient();
             Reply reply = client.Send(request.number, WithNoise(request, client.Example(request), hasFields));

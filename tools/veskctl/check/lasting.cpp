@@ -2,6 +2,7 @@
 #include "tools/veskctl/check/lasting.h"
 
 #include "decoder/names.h"
+#include "tools/veskctl/check/things.h"
 #include "tools/veskctl/check/trial.h"
 
 #include <algorithm>
@@ -66,9 +67,7 @@ bool AreAlike(uint32_t number, BytesView a, BytesView b)
     if (listed == nullptr || a.size() != b.size() || a.size() < kHeadSize ||
         !std::equal(a.begin() + kHeadSize, a.end(), b.begin() + kHeadSize))
         return false;
-    VeskVideoMsgHead heads[2];
-    std::memcpy(&heads[0], a.data(), kHeadSize);
-    std::memcpy(&heads[1], b.data(), kHeadSize);
+    const VeskVideoMsgHead heads[] = {HeadOf(a), HeadOf(b)};
     const HeaderField fields[] = {HeaderField::kSubMsgID, HeaderField::kParam1, HeaderField::kParam2};
     return std::all_of(std::begin(fields), std::end(fields), [&](HeaderField field) {
         return !listed->At(field).IsUsed() || ValueOf(heads[0], field) == ValueOf(heads[1], field);

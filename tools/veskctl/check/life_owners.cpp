@@ -2,11 +2,8 @@
 #include "tools/veskctl/check/life.h"
 
 #include <algorithm>
-#include <thread>
 
 namespace vesk::ctl::check {
-
-using std::chrono::milliseconds;
 
 namespace {
 
@@ -30,24 +27,12 @@ void End(Actor& client, Ending ending)
     }
 }
 
-/// Repeats after growing pauses what is false so far. Returns false if it stays so for too long.
-bool Becomes(const Trial& trial, const std::function<bool()>& isTrue)
-{
-    const Clock::time_point deadline = Clock::now() + trial.Patience(kNoticing);
-    for (milliseconds pause(5); !isTrue(); pause = std::min(pause * 2, milliseconds(500))) {
-        if (Clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(pause);
-    }
-    return true;
-}
-
 /// A client must be able to create so many, as others have ended that had them.
 void ExpectFree(Trial& trial, Actor& client, const Thing& thing, size_t count)
 {
     size_t created = 0;
     std::string refusal;
-    Becomes(trial, [&] {
+    Becomes(trial.Patience(kNoticing), [&] {
         while (created < count) {
             const Reply reply = client.TryCreate(thing);
             refusal = reply.Text();
@@ -98,7 +83,7 @@ void QueuesEnd(Trial& trial, Ending ending)
         trial.Skip("none can be announced");
     Actor& other = trial.NewClient();
     End(owner, ending);
-    const bool isGone = Becomes(trial, [&] {
+    const bool isGone = Becomes(trial.Patience(kNoticing), [&] {
         other.Set("queHandle", queues.back());
         queues.pop_back();
         return queues.empty() || other.Send(std::string(queue.destroy)).IsRefused();

@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <numeric>
 #include <set>
-#include <thread>
 
 namespace vesk::ctl::check {
 
@@ -19,7 +18,7 @@ using std::chrono::milliseconds;
 constexpr milliseconds kInTime(5000);
 /// A client that waits so long for an answer waits for another client, however slow the machine is.
 constexpr float kMostMs = 3000;
-constexpr size_t kGreatestPayload = 4194304 - sizeof(VeskVideoMsgHead);
+constexpr size_t kGreatestPayload = VESK_VIDEO_MAX_MESSAGE_SIZE - sizeof(VeskVideoMsgHead);
 constexpr size_t kManyClients = 64;
 
 size_t Times(const Trial& trial, size_t usual, size_t quick)
@@ -76,11 +75,11 @@ void ExpectUnhurt(Trial& trial, const std::vector<float>& quiet, const std::vect
 /// Sends it until it succeeds, as what another client had need not be free at once.
 Reply ExpectFree(Trial& trial, Actor& client, const std::string& line)
 {
-    Reply reply = client.Send(line);
-    for (const auto begun = Clock::now(); reply.IsRefused() && Clock::now() - begun < kInTime;) {
-        std::this_thread::sleep_for(10ms);
+    Reply reply;
+    Becomes(kInTime, [&] {
         reply = client.Send(line);
-    }
+        return !reply.IsRefused();
+    });
     trial.Expect(reply.IsOk(), reply.request.Title() + " to succeed, as who had it has gone", reply.Text());
     return reply;
 }
@@ -347,7 +346,7 @@ void NoGrowth(Trial& trial)
         const Prepared request = client.Encode(line);
         client.BeginMany(request.number, request.data, Times(trial, 50000, 2500));
         const std::vector<float> durations = client.FinishMany();
-        ExpectAllOk(trial, LinesOf(line)[0], durations);
+        ExpectAllOk(trial, line, durations);
         const auto tenth = static_cast<std::ptrdiff_t>(durations.size() / 10);
         const float first = Median({durations.begin(), durations.begin() + tenth});
         const float last = Median({durations.end() - tenth, durations.end()});
@@ -465,8 +464,7 @@ void Contended(Trial& trial, const std::string& number)
 /// Each request, sent when it succeeds and, if something must come before it, when it is too early.
 void NoneHoldsUp(Trial& trial)
 {
-    const auto any = [](const messages::Request&) { return true; };
-    trial.EachRequest(any, [&](const messages::Request& request) {
+    trial.EachRequest(AnyRequest, [&](const messages::Request& request) {
         Actor& other = trial.NewClient();
         const std::vector<float> quiet = Answers(trial, other, 5);
         for (const Actor::Needs needs : {Actor::Needs::kAllButLast, Actor::Needs::kAll}) {

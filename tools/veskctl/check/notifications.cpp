@@ -140,7 +140,7 @@ void NamedAlike(Trial& trial)
 /// A cable is pulled and plugged in again, which only the virtual service does on command.
 void Everyone(Trial& trial)
 {
-    const Survey& survey = trial.TheBench().survey;
+    const Survey& survey = trial.TheSurvey();
     if (!survey.isVirtual || survey.pluggedInputs == 0)
         trial.Skip("no cable can be pulled on command");
     const PortCounts counts = CountPorts(trial);

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstring>
 #include <set>
-#include <thread>
 
 namespace vesk::ctl::check {
 
@@ -32,11 +31,6 @@ bool IsChosen(const Request& request, std::string_view number)
     return std::any_of(std::begin(kChosen), std::end(kChosen), [&](const auto& row) {
         return row.request == request.number && row.number == number;
     });
-}
-
-bool IsPort(std::string_view name)
-{
-    return name == "viPort" || name == "voPort" || name == "port" || name == "sourceId";
 }
 
 /// A field of a request that holds the number of a port or thing.
@@ -96,7 +90,7 @@ Wrong WrongNumbers(Trial& trial, Actor& client, const Carried& carried)
         all.emplace_back(carried.Number() + 0x10000, "is not that of a thing, though its low 16 bits are");
     // On a device, a number can be that of an encoder and that of another client's decoder.
     for (const char* other : {"inEngNo", "outEngNo", "encStmNo", "decStmNo"}) {
-        if (trial.TheBench().survey.isVirtual && carried.identity != other && carried.identity != kEngine)
+        if (trial.TheSurvey().isVirtual && carried.identity != other && carried.identity != kEngine)
             all.emplace_back(client.The(other), std::string("is an ") + other);
     }
     return all;
@@ -154,7 +148,7 @@ void FreedNumber(Trial& trial)
 void HandedOutOnce(Trial& trial)
 {
     constexpr int kEach = 2;
-    const Survey& survey = trial.TheBench().survey;
+    const Survey& survey = trial.TheSurvey();
     for (const Thing& thing : Things()) {
         const std::string name(thing.number);
         if (name == "queHandle" || name == "overlayChn") // which clients choose
@@ -196,11 +190,11 @@ void OwnQueues(Trial& trial)
     std::map<uint64_t, std::string> owners;
     const auto take = [&](const std::string& line, const std::string& owner) {
         // An engine's queue comes with its first frames: the library asks for two seconds.
-        Reply reply = client.Send(line);
-        for (int i = 0; i < 20 && reply.IsRefused(); ++i) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        Reply reply;
+        Becomes(std::chrono::seconds(2), [&] {
             reply = client.Send(line);
-        }
+            return !reply.IsRefused();
+        });
         trial.ExpectOk(reply);
         const uint64_t queue = reply.Number("queHandle");
         const auto [known, isNew] = owners.emplace(queue, owner);
@@ -209,7 +203,7 @@ void OwnQueues(Trial& trial)
         const uint64_t again = client.Need(line).Number("queHandle");
         trial.Expect(again == queue, "the same queue again, " + std::to_string(queue), std::to_string(again));
     };
-    const Survey& survey = trial.TheBench().survey;
+    const Survey& survey = trial.TheSurvey();
     for (size_t i = 0; i < survey.pluggedInputs; ++i) {
         client.Forget("inEngNo");
         client.Set("viPort", survey.inputs[i]);

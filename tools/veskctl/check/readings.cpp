@@ -50,22 +50,13 @@ bool IsAboutWhatIsThere(const Actor& actor, const Request& request)
     });
 }
 
-/// A request for as many entries as there are, but for one at least.
-Bytes ForEntries(const Request& request, Bytes data, uint64_t count)
-{
-    count = std::max<uint64_t>(count, 1);
-    SetHeader(data, request.answer.count, count);
-    if (request.payload.kind == Kind::kArray)
-        data.resize(sizeof(VeskVideoMsgHead) + count * request.payload.size);
-    return data;
-}
-
+/// How many entries a list has, but one at least.
 uint64_t CountOf(const Request& list, const std::map<uint32_t, uint64_t>& counts)
 {
     const auto* row = std::find_if(std::begin(kCounts), std::end(kCounts),
                                    [&](const Count& one) { return one.list == list.number; });
     const auto found = row == std::end(kCounts) ? counts.end() : counts.find(row->count);
-    return found == counts.end() ? 1 : found->second;
+    return found == counts.end() ? 1 : std::max<uint64_t>(found->second, 1);
 }
 
 std::map<std::string, std::string> FieldTexts(const Decoder& decoder, const Reply& reply)

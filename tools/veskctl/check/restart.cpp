@@ -132,7 +132,7 @@ Told ExpectRestarted(Trial& trial, Actor& client, const PortCounts& counts, cons
 {
     std::vector<Opened> all{{"DEC_CREATE", "decStmNo", "SET_DEC_PARAM decStmNo=$decStmNo w=1280 h=720",
                              "GET_DEC_PARAM decStmNo=$decStmNo"}};
-    if (!trial.TheBench().survey.inputs.empty())
+    if (!trial.TheSurvey().inputs.empty())
         all.push_back({"OPEN_VI_PORT viPort=$viPort", "inEngNo", "SET_VI_PARAM inEngNo=$inEngNo",
                        "GET_VI_PARAM inEngNo=$inEngNo"});
     for (Opened& opened : all) {

@@ -5,7 +5,6 @@
 #include "vesk_service/control_list.h"
 
 #include <algorithm>
-#include <thread>
 
 namespace vesk::ctl::check {
 
@@ -159,8 +158,7 @@ Survey SurveyDevice(Bench& bench)
     Survey survey;
     Trial trial(bench, kSurvey);
     Actor& client = trial.NewProcess();
-    const Reply init =
-        client.Send(std::string("INIT procName=") + client.Name() + " taskName=" + kOwnTaskName);
+    const Reply init = client.Send(client.InitLine());
     RequireOk(init);
     const Profile& profile = bench.profile;
     survey.inputs = TakePorts(client, profile, VESK_VIDEO_ON_VI_PORT_PLUG_STATE_NOTIFY, "GET_VI_COUNT")
@@ -194,22 +192,16 @@ bool IsServing(Bench& bench)
 {
     Trial trial(bench, kSurvey);
     Actor& client = trial.NewProcess();
-    const auto isAbsent = [&] { return client.Send("GET_VO_COUNT").outcome.platformResult != 0; };
-    constexpr auto kRestarting = 5s;
-    for (const auto begun = Clock::now(); isAbsent(); std::this_thread::sleep_for(100ms)) {
-        if (Clock::now() - begun > kRestarting)
-            return false;
-    }
-    return true;
+    return Becomes(5s, [&] { return client.Send("GET_VO_COUNT").outcome.platformResult == 0; });
 }
 
-std::string WhyLeftOut(const Bench& bench, const Test& test, bool mayBeNoticed)
+std::string WhyLeftOut(const Bench& bench, const Test& test)
 {
     if ((test.traits & kRestarts) != 0 && bench.restartCommand.empty())
         return "it needs --restart COMMAND";
     if ((test.traits & kLong) != 0 && bench.isQuick)
         return "it is long, and this is a --quick run";
-    if ((test.traits & kNoticed) != 0 && !bench.survey.isVirtual && !mayBeNoticed)
+    if ((test.traits & kNoticed) != 0 && !bench.mayBeNoticed)
         return "people may notice it: give --yes to run it";
     return "";
 }

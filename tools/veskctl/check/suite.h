@@ -28,6 +28,6 @@ void RequirePorts(const Bench& bench);
 bool IsServing(Bench& bench);
 
 /// Why a test is left out of this run; empty if it is not.
-std::string WhyLeftOut(const Bench& bench, const Test& test, bool mayBeNoticed);
+std::string WhyLeftOut(const Bench& bench, const Test& test);
 
 } // namespace vesk::ctl::check

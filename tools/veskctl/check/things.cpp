@@ -41,7 +41,13 @@ constexpr Thing kThings[] = {
 
 struct Row {
     std::string_view request;
-    Example example;
+    struct {
+        std::string_view needs;
+        std::string_view fields;
+        bool mayBeRefused = false;
+        bool isOfCamera = false;
+        std::string_view started{}; ///< Number of a thing that must be started before it.
+    } example;
 };
 
 // Requests that need more than the things whose numbers they carry, or other values than 1 in the header and
@@ -50,27 +56,19 @@ constexpr Row kExamples[] = {
     {"ADVANCE_QUE_CLIENT_INIT", {"", "text=queues"}},
     {"CAMERA_CONTROL", {.needs = "", .fields = "cmdType=16", .isOfCamera = true}},
     {"CREATE_OVERLAY_CHANNEL_PARAM", {"", "overlayChn=2"}},
-    {"DEC_START", {"SET_DEC_PARAM decStmNo=$decStmNo w=1280 h=720", ""}},
-    {"DEC_STOP", {"SET_DEC_PARAM decStmNo=$decStmNo w=1280 h=720; DEC_START decStmNo=$decStmNo", ""}},
     {"DELETE_FILTER_WINDOW",
      {"SET_FILTER_WINDOW [0].width=64 [0].height=64 filterParam=$voPort",
       "[0].width=64 [0].height=64 filterParam=$voPort"}},
     {"ENABLE_OVERLAY_PARAM", {"SET_OVERLAY_PARAM overlayChn=$overlayChn", ""}},
-    {"ENC_FORCE_KEYFRAME",
-     {"SET_ENC_PARAM encStmNo=$encStmNo w=1280 h=720 fr=30 br=2000; ENC_START encStmNo=$encStmNo", ""}},
+    {"ENC_FORCE_KEYFRAME", {.needs = "", .fields = "", .started = "encStmNo"}},
     {"ENC_MODIFY_FRAME_RATE",
      {"SET_ENC_PARAM encStmNo=$encStmNo w=1280 h=720 fr=30 br=2000", "frameRate=25"}},
-    {"ENC_START", {"SET_ENC_PARAM encStmNo=$encStmNo w=1280 h=720 fr=30 br=2000", ""}},
-    {"ENC_STOP",
-     {"SET_ENC_PARAM encStmNo=$encStmNo w=1280 h=720 fr=30 br=2000; ENC_START encStmNo=$encStmNo", ""}},
-    {"EXECUT_VI_TRACKING_PARAM", {.needs = "VI_START inEngNo=$inEngNo", .fields = "", .isOfCamera = true}},
+    {"EXECUT_VI_TRACKING_PARAM", {.needs = "", .fields = "", .isOfCamera = true, .started = "inEngNo"}},
     {"GET_CAPABILITY", {"", "capabilityType=0"}},
     {"GET_SNAPSHOT", {"", "path=/tmp/veskctl-check.jpg voPort=$voPort"}},
-    {"GET_VI_QUE_HANDLE", {"VI_START inEngNo=$inEngNo", "", true}}, // it need not be there at once
+    {"GET_VI_QUE_HANDLE", // it need not be there at once
+     {.needs = "", .fields = "", .mayBeRefused = true, .started = "inEngNo"}},
     {"INIT_ANDROID_OBJECTS", {"", "", true}},
-    {"MOUSE_START", {"MOUSE_CONNECT mouseStmNo=$mouseStmNo decStmNo=$decStmNo", ""}},
-    {"MOUSE_STOP",
-     {"MOUSE_CONNECT mouseStmNo=$mouseStmNo decStmNo=$decStmNo; MOUSE_START mouseStmNo=$mouseStmNo", ""}},
     {"OPEN_UVC_PORT", {"INIT_UVC", ""}},
     {"QUERY_PRESET", {"", "presetSelector=$inEngNo presetCount=1"}},
     {"SET_ANDROID_MMEDIA_PROJECTION", {"", "", true}},
@@ -87,14 +85,9 @@ constexpr Row kExamples[] = {
     {"SET_VI_PTZF_PARAM", {"GET_VI_PTZF_PARAM inEngNo=$inEngNo", ""}},
     {"SET_VIRTUAL_VI_PARAM", {"", "text="}},
     {"SET_VI_DISCONNECT", {"SET_VI_CONNECT inEngNo=$inEngNo stmNo=1", ""}},
-    {"START_UVC_STREAM", {"SET_UVC_PARAM uvcStmNo=$uvcStmNo", ""}},
-    {"STOP_LOCAL_MOUSE", {"START_LOCAL_MOUSE localMouseStmNo=$localMouseStmNo", ""}},
-    {"STOP_UVC_STREAM", {"SET_UVC_PARAM uvcStmNo=$uvcStmNo; START_UVC_STREAM uvcStmNo=$uvcStmNo", ""}},
-    {"UVC_REQ_I_FRAME", {"SET_UVC_PARAM uvcStmNo=$uvcStmNo; START_UVC_STREAM uvcStmNo=$uvcStmNo", ""}},
+    {"UVC_REQ_I_FRAME", {.needs = "", .fields = "", .started = "uvcStmNo"}},
     {"VERYFY_IMAGE", {"", "filePath=0", true}}, // an address that only the device can read
     {"VI_MODIFY_INPUT", {"SET_VI_CONNECT inEngNo=$inEngNo stmNo=2", ""}},
-    {"VI_STOP", {"VI_START inEngNo=$inEngNo", ""}},
-    {"VO_STOP", {"VO_START outEngNo=$outEngNo", ""}},
     {"VO_WINDOW_DESTROY",
      {"SET_VO_SRC outEngNo=$outEngNo picNum=1 subPic[0].inputId=$inEngNo subPic[0].winHandle=1", ""}},
 };
@@ -111,6 +104,11 @@ const Thing* FindThing(std::string_view number)
     const auto* found = std::find_if(std::begin(kThings), std::end(kThings),
                                      [&](const Thing& thing) { return thing.number == number; });
     return found == std::end(kThings) ? nullptr : found;
+}
+
+bool IsPort(std::string_view name)
+{
+    return name == "viPort" || name == "voPort" || name == "port" || name == "sourceId";
 }
 
 bool IsNoticed(uint32_t request, BytesView data)
@@ -137,25 +135,42 @@ bool IsNoticed(uint32_t request, BytesView data)
         VESK_VIDEO_MSG_START_LOCAL_MOUSE,
         VESK_VIDEO_MSG_START_UVC_STREAM,
     };
-    VeskVideoMsgHead head{};
-    std::copy_n(data.begin(), std::min(data.size(), sizeof head), reinterpret_cast<std::byte*>(&head));
     const bool isCommand =
-        request == VESK_VIDEO_MSG_CAMERA_CONTROL && head.ulParam2 != VESK_VIDEO_CAM_CTRL_QUERY;
+        request == VESK_VIDEO_MSG_CAMERA_CONTROL && HeadOf(data).ulParam2 != VESK_VIDEO_CAM_CTRL_QUERY;
     return isCommand || std::find(std::begin(kNoticed), std::end(kNoticed), request) != std::end(kNoticed);
 }
 
 Example ExampleOf(const messages::Request& request)
 {
     const std::string_view name = decoder::ShortName(request.name);
-    const auto* found = std::find_if(std::begin(kExamples), std::end(kExamples),
-                                     [&](const Row& row) { return row.request == name; });
-    return found == std::end(kExamples) ? Example{} : found->example;
+    Example example;
+    std::string_view started;
+    for (const auto& [requestName, row] : kExamples) {
+        if (requestName == name) {
+            example = {std::string(row.needs), row.fields, row.mayBeRefused, row.isOfCamera};
+            started = row.started;
+        }
+    }
+    for (const Thing& thing : kThings) {
+        const auto isThis = [&](std::string_view line) { return line.substr(0, line.find(' ')) == name; };
+        if (isThis(thing.start))
+            example.needs = thing.configure;
+        else if (isThis(thing.stop) || thing.number == started)
+            example.needs = std::string(thing.configure) + ';' + std::string(thing.start);
+    }
+    return example;
+}
+
+VeskVideoMsgHead HeadOf(BytesView request)
+{
+    VeskVideoMsgHead head{};
+    std::copy_n(request.begin(), std::min(request.size(), sizeof head), reinterpret_cast<std::byte*>(&head));
+    return head;
 }
 
 void SetHeader(Bytes& request, messages::HeaderField field, uint64_t value)
 {
-    VeskVideoMsgHead head{};
-    std::memcpy(&head, request.data(), sizeof head);
+    VeskVideoMsgHead head = HeadOf(request);
     if (field == messages::HeaderField::kSubMsgID)
         head.uwSubMsgID = static_cast<uint16_t>(value);
     else if (field == messages::HeaderField::kParam1)
@@ -163,6 +178,14 @@ void SetHeader(Bytes& request, messages::HeaderField field, uint64_t value)
     else
         head.ulParam2 = static_cast<uint32_t>(value);
     std::memcpy(request.data(), &head, sizeof head);
+}
+
+Bytes ForEntries(const messages::Request& request, Bytes data, uint64_t count)
+{
+    SetHeader(data, request.answer.count, count);
+    if (request.payload.kind == messages::Kind::kArray)
+        data.resize(sizeof(VeskVideoMsgHead) + count * request.payload.size);
+    return data;
 }
 
 std::vector<std::string> LinesOf(std::string_view lines)

@@ -31,7 +31,7 @@ const Thing* FindThing(std::string_view number);
 
 /// How a request is sent so that it succeeds.
 struct Example {
-    std::string_view needs;  ///< Lines that come before it, between semicolons.
+    std::string needs;       ///< Lines that come before it, between semicolons.
     std::string_view fields; ///< Its fields that are neither 0 nor the number of a thing or port.
     /// Its result depends on more than the interface says, so any code will do.
     bool mayBeRefused = false;
@@ -43,8 +43,16 @@ Example ExampleOf(const messages::Request& request);
 /// True if people may notice that the service does what is asked for: displays, cameras and pointers change.
 bool IsNoticed(uint32_t request, BytesView data);
 
+/// True if numbers of this name are those of ports.
+bool IsPort(std::string_view name);
+
+/// The header of a request; what a short one lacks is 0.
+VeskVideoMsgHead HeadOf(BytesView request);
 /// Sets a field of the header of a request.
 void SetHeader(Bytes& request, messages::HeaderField field, uint64_t value);
+
+/// Makes a request for a list ask for so many entries.
+Bytes ForEntries(const messages::Request& request, Bytes data, uint64_t count);
 
 /// Lines that are separated by semicolons, without blanks around them.
 std::vector<std::string> LinesOf(std::string_view lines);

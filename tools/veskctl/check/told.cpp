@@ -53,7 +53,7 @@ void ExpectUsable(Trial& trial, const Notified& one)
 
 void Require(Trial& trial, bool isStated, bool holds, const std::string& expected, const std::string& got)
 {
-    if (isStated || trial.TheBench().survey.isVirtual)
+    if (isStated || trial.TheSurvey().isVirtual)
         trial.Expect(holds, expected, got);
     else
         trial.Advise(holds, expected, got);

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <thread>
 
 namespace vesk::ctl::check {
 
@@ -77,6 +78,18 @@ std::string ScriptLine(const Decoder& decoder, const Decoded& request, BytesView
 
 } // namespace
 
+bool Becomes(std::chrono::milliseconds longest, const std::function<bool()>& isTrue)
+{
+    using std::chrono::milliseconds;
+    const Clock::time_point deadline = Clock::now() + longest;
+    for (milliseconds pause(5); !isTrue(); pause = std::min(pause * 2, milliseconds(500))) {
+        if (Clock::now() > deadline)
+            return false;
+        std::this_thread::sleep_for(pause);
+    }
+    return true;
+}
+
 void Trial::ListenForInterrupts()
 {
     struct sigaction action {};
@@ -97,7 +110,6 @@ Trial::Trial(Bench& bench, const Test& test) : bench_(bench), result_{.test = &t
 TestResult Trial::Run()
 {
     const Clock::time_point begun = Clock::now();
-    isWhole_ = true;
     try {
         Attempt("", [&] { result_.test->run(*this); });
     } catch (const Gone&) {
@@ -323,11 +335,8 @@ std::vector<std::string> Trial::Script()
             variables[{FindThing(name)->number, reply.Number(name)}] = variable;
             line.insert(0, '$' + variable + " = ");
         } else if (reply.IsRefused() && !isLast) {
-            line.insert(0, "expect " +
-                               std::string(ResultName(reply.Result()).empty()
-                                               ? std::to_string(reply.Result())
-                                               : std::string(ResultName(reply.Result()))) +
-                               ' ');
+            const std::string name(ResultName(reply.Result()));
+            line.insert(0, "expect " + (name.empty() ? std::to_string(reply.Result()) : name) + ' ');
         }
         lines.push_back(std::move(line));
     }

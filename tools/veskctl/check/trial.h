@@ -48,7 +48,7 @@ struct Bench {
     Settings& settings;
     const Profile& profile;
     bool isQuick = false;
-    bool mayBeNoticed = false;  ///< Of the virtual service, nobody notices anything.
+    bool mayBeNoticed = false;  ///< By people; nothing that the virtual service does is.
     std::string restartCommand; ///< Empty: the service cannot be restarted.
     std::optional<Recorder> recorder;
     Lasting lasting{};
@@ -58,6 +58,14 @@ struct Bench {
     std::vector<std::string> putBack{};  ///< The requests that did so at the end of the last case.
     Progress* progress = nullptr;        ///< Of the test that runs.
 };
+
+inline bool AnyRequest(const messages::Request&)
+{
+    return true;
+}
+
+/// Repeats after growing pauses what is false so far. Returns false if it stays so for too long.
+bool Becomes(std::chrono::milliseconds longest, const std::function<bool()>& isTrue);
 
 class Trial {
 public:

@@ -133,7 +133,7 @@ void TakeOthers(Trial& trial, Actor& client)
 {
     for (const Thing& thing : Things())
         client.Forget(std::string(thing.number));
-    const Survey& survey = trial.TheBench().survey;
+    const Survey& survey = trial.TheSurvey();
     if (survey.inputs.size() > 1)
         client.Set("viPort", survey.inputs[1]);
     if (survey.outputs.size() > 1)
@@ -194,7 +194,7 @@ void FrameRate(Trial& trial)
 
 void Preset(Trial& trial)
 {
-    if (!trial.TheBench().survey.camera)
+    if (!trial.TheSurvey().camera)
         trial.Skip("there is no camera");
     Actor& client = trial.NewClient();
     const auto count = [&] { return client.Need("GET_PRESET_COUNT").Number("count"); };
