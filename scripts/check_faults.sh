@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs all tests of "veskctl check" under each fault of tests/tools/check_faults.txt, and shows which tests find it. Needs
-# the dev preset built.
+# Runs all tests of "veskctl check" under each fault of tests/tools/check_faults.txt: no test may fail that has nothing
+# to do with it. Needs the dev preset built.
 #
 #   scripts/check_faults.sh
 set -euo pipefail
