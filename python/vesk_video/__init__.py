@@ -1,0 +1,16 @@
+"""The video interface library, called from Python: functions, records and notifications by their names in C.
+
+A function returns what it gets through its pointers in C, and raises VeskError for any result but 0. The library is
+loaded by the first call.
+"""
+
+from __future__ import annotations
+
+from ._functions import *
+from ._messages import *
+from ._records import *
+from ._results import *
+from .errors import VeskError
+from .library import set_process_name
+from .notifications import Notification, Notifications, VeskVideoGetCallbackPtr, VeskVideoSetCallback
+from .record import Record
