@@ -596,9 +596,9 @@ class Call:
         if not self.next_length():
             self.problem(parameter)
         self.takes(parameter, name, "bytes | Record", nullable)
-        self.before.append(f"buffer = None if {name} is None else data_argument({self.where(name)}, {name})")
-        self.passes("c_void_p", "buffer")
-        self.passes("c_uint32", "len(buffer or b'')")
+        self.before.append(f"sent = None if {name} is None else data_argument({self.where(name)}, {name})")
+        self.passes("c_void_p", "sent")
+        self.passes("c_uint32", "len(sent or b'')")
 
     def text_buffer(self, parameter: Parameter) -> None:
         """A buffer for a text. Its size is the last parameter, whatever else lies between."""
@@ -661,7 +661,11 @@ class Call:
     def documentation(self) -> str:
         comment = self.function.comment
         paragraphs = comment.paragraphs + [f"Precondition: {text}" for _, text in comment.of("pre")]
-        returned = [self.texts[name].removeprefix("Receives ") for name, _, _ in self.results]
+        taken = {name for name, _ in self.documented}
+        returned = [
+            f"{name} as it is after the call." if name in taken else self.texts[name].removeprefix("Receives ")
+            for name, _, _ in self.results
+        ]
         causes = [
             (code, text)
             for code, text in comment.of("retval")
@@ -672,7 +676,7 @@ class Call:
             [
                 ("Arguments", self.documented),
                 ("Returns", [("", text[0].upper() + text[1:]) for text in returned]),
-                ("Raises VeskError", causes),
+                ("Raises VeskError", [(code, text.replace("null", "None")) for code, text in causes]),
             ],
         )
 
@@ -720,7 +724,12 @@ def write_messages(
     delivered = parse_delivered()
     if delivered.keys() != {notification.number for notification in notifications}:
         fail(NOTIFICATION_HEADER, "its table has not the notifications of the list")
-    body = "from ._records import *\n\n"
+    body = (
+        "from ._records import *\n\n"
+        "TYPE_CHECKING = False\n"
+        "if TYPE_CHECKING:\n"
+        "    from .record import Record\n\n"
+    )
     for message in [*requests, *notifications]:
         body += f"{message.name} = {message.number}\n"
     body += (
@@ -771,7 +780,7 @@ def write_results() -> str:
 
 def check_layouts(text: str, layouts: dict[str, tuple[int, list[Field]]]) -> None:
     """Compares what ctypes makes of the records that are to be written with their listed layouts."""
-    sys.path.insert(0, str(HERE))
+    sys.dont_write_bytecode = True  # the source tree stays as it is
     package = ModuleType("vesk_video")
     package.__path__ = [str(HERE / "vesk_video")]  # without running its __init__, which needs what is written here
     sys.modules["vesk_video"] = package
@@ -783,6 +792,8 @@ def check_layouts(text: str, layouts: dict[str, tuple[int, list[Field]]]) -> Non
         if ctypes.sizeof(record) != size:
             fail(LAYOUTS, f"{name} has {size} bytes, but {ctypes.sizeof(record)} in Python")
         for field in fields:
+            if hasattr(module.Record, field.name):
+                fail(LAYOUTS, f"{name}: {field.name} is a name that every record has in Python")
             made = getattr(record, field.name)
             if (made.offset, made.size) != (field.offset, field.size):
                 fail(LAYOUTS, f"{name}: {field.name} is at {field.offset}, but at {made.offset} in Python")

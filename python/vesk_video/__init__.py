@@ -6,6 +6,7 @@ loaded by the first call.
 
 from __future__ import annotations
 
+from . import _functions, _messages, _records, _results
 from ._functions import *
 from ._messages import *
 from ._records import *
@@ -14,3 +15,17 @@ from .errors import VeskError
 from .library import set_process_name
 from .notifications import Notification, Notifications, VeskVideoGetCallbackPtr, VeskVideoSetCallback
 from .record import Record
+
+__all__ = [
+    "Notification",
+    "Notifications",
+    "Record",
+    "VeskError",
+    "VeskVideoGetCallbackPtr",
+    "VeskVideoSetCallback",
+    "set_process_name",
+]
+__all__ += _functions.__all__
+__all__ += _messages.__all__
+__all__ += _records.__all__
+__all__ += _results.__all__

@@ -13,7 +13,7 @@ if TYPE_CHECKING:
     from collections.abc import Iterable, Iterator
     from typing import Any, Callable, Generic, Protocol, SupportsIndex, TypeVar, overload
 
-    _Element = TypeVar("_Element", covariant=True)
+    _Element = TypeVar("_Element")
     _Given = TypeVar("_Given", contravariant=True)
     _SomeRecord = TypeVar("_SomeRecord", bound="Record")
 
@@ -177,7 +177,15 @@ class _Array:
 
 
 def _is_used(value: Any) -> bool:
-    return any(bytes(value)) if isinstance(value, (_Array, Record)) else bool(value)
+    return any(bytes(value)) if isinstance(value, (ctypes.Array, Record)) else bool(value)
+
+
+def _elements(owner: str, name: str, kind: Kind, values: Any) -> list[Any]:
+    try:
+        entries = list(values)
+    except TypeError:
+        raise TypeError(f"{owner}: {name} is a sequence, not {values!r}") from None
+    return [kind(owner, f"{name}[{place}]", value) for place, value in enumerate(entries)]
 
 
 class ArrayOf:
@@ -189,15 +197,10 @@ class ArrayOf:
         members = {"_type_": kind.ctype, "_length_": count, "kind": kind}
         self.ctype: Any = type(f"{getattr(kind, 'name', 'array')}[{count}]", (_Array, ctypes.Array), members)
 
-    def __call__(self, owner: str, name: str, values: Any) -> Any:
-        if type(values) is self.ctype:
-            return values
-        try:
-            elements = [self.kind(owner, f"{name}[{place}]", value) for place, value in enumerate(values)]
-        except TypeError as error:
-            if hasattr(values, "__iter__"):
-                raise
-            raise TypeError(f"{owner}: {name} is a sequence of {self.count} elements, not {values!r}") from error
+    def __call__(self, owner: str, name: str, value: Any) -> Any:
+        if type(value) is self.ctype:
+            return value
+        elements = _elements(owner, name, self.kind, value)
         if len(elements) > self.count:
             raise ValueError(f"{owner}: {name} has {self.count} elements, not {len(elements)}")
         return self.ctype(*elements)
@@ -287,14 +290,8 @@ def record_argument(owner: str, name: str, record: type[Record], value: Any) -> 
 
 def records_argument(owner: str, name: str, record: type[Record], values: Any) -> Any:
     """Records as an array, as long as they are many."""
-    kind = Nested(record)
-    try:
-        elements = [kind(owner, f"{name}[{place}]", value) for place, value in enumerate(values)]
-    except TypeError as error:
-        if hasattr(values, "__iter__"):
-            raise
-        raise TypeError(f"{owner}: {name} is a sequence of {record.__name__}, not {values!r}") from error
-    return (kind.ctype * len(elements))(*elements)
+    elements = _elements(owner, name, Nested(record), values)
+    return (record * len(elements))(*elements)
 
 
 def data_argument(owner: str, name: str, value: Any) -> bytes:
@@ -307,7 +304,7 @@ def data_argument(owner: str, name: str, value: Any) -> bytes:
         raise TypeError(f"{owner}: {name} is bytes or a record, not {value!r}") from None
 
 
-def buffer_argument(owner: str, name: str, value: Any, size: Any) -> Any:
+def buffer_argument(owner: str, name: str, value: Any, size: Any) -> ctypes.Array[ctypes.c_char] | None:
     """A buffer that is sent and received: of that size if it is given, else of that of the data; None for neither."""
     data = b"" if value is None else data_argument(owner, name, value)
     if size is not None:
