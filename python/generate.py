@@ -95,7 +95,7 @@ class Function(NamedTuple):
 class Field(NamedTuple):
     type: str
     name: str
-    count: Optional[int]
+    length: Optional[int]  # of an array
     offset: int
     size: int
 
@@ -189,7 +189,7 @@ def parse_layouts() -> dict[str, tuple[int, list[Field]]]:
         elif field := re.fullmatch(r"(\w+): (.+?) (\w+)(?:\[(\d+)\])? at (\d+), (\d+) bytes", line):
             count = int(field[4]) if field[4] else None
             fields[field[1]].append(Field(field[2], field[3], count, int(field[5]), int(field[6])))
-        elif not re.fullmatch(r"\w+: .* \(\*\w+\)\(.*\) at .*|\w+: .*\(\*\)\(.*", line) and "(*" not in line:
+        elif "(*" not in line or line.partition(":")[0] not in RECORDS_NOT_OFFERED:
             fail(LAYOUTS, f"neither a record nor a field: {line}")
     ordered: dict[str, tuple[int, list[Field]]] = {}
 
@@ -271,7 +271,7 @@ def inner(text: str, form: str) -> Optional[str]:
 
 
 def parse_delivered() -> dict[int, str]:
-    """What the callback receives for each notification, as the table in notification.h says: a type, or "" for bytes."""
+    """What the callback receives for each notification, by the table in notification.h: a type, or "" for bytes."""
     delivered = {}
     for line in NOTIFICATION_HEADER.read_text().splitlines():
         row = re.fullmatch(r" \* \| (\d+)(?: to (\d+)|, (\d+))? \| [^|]+ \| ([^|]+) \| [^|]+ \| [^|]+ \|", line)
@@ -333,17 +333,20 @@ def docstring(paragraphs: list[str], items: list[tuple[str, list[tuple[str, str]
 
 def file_text(summary: str, source: str, body: str, names: list[str]) -> str:
     listed = "".join(f'    "{name}",\n' for name in names)
-    return (
-        f'"""{summary} Generated from {source}."""\n\nfrom __future__ import annotations\n\n{body}\n__all__ = [\n{listed}]\n'
-    )
+    head = f'"""{summary} Generated from {source}."""\n\nfrom __future__ import annotations\n\n'
+    return f"{head}{body}\n__all__ = [\n{listed}]\n"
+
+
+def c_type(field: Field) -> str:
+    return f"{field.type}[{field.length}]" if field.length else field.type
 
 
 def kind_of(field: Field, records: set[str]) -> str:
     """The expression for the kind of a field (record.py)."""
-    if field.type == "char" and field.count:
-        return f"Text({field.count})"
+    if field.type == "char" and field.length:
+        return f"Text({field.length})"
     kind = f"Nested({field.type})" if field.type in records else field.type.removesuffix("_t").upper()
-    return f"ArrayOf({kind}, {field.count})" if field.count else kind
+    return f"ArrayOf({kind}, {field.length})" if field.length else kind
 
 
 def hint_of(field: Field, views: dict[str, str], given: bool) -> str:
@@ -353,9 +356,9 @@ def hint_of(field: Field, views: dict[str, str], given: bool) -> str:
     hint = {"float": "float"}.get(field.type, "int" if field.type in INTEGERS else field.type)
     if field.type in views and given:
         hint += f" | {views[field.type]}"
-    if not field.count:
+    if not field.length:
         return hint
-    return f"Iterable[{hint}]" if given else f"ArrayField[{hint}, {hint_of(field._replace(count=None), views, True)}]"
+    return f"Iterable[{hint}]" if given else f"ArrayField[{hint}, {hint_of(field._replace(length=None), views, True)}]"
 
 
 def write_records(layouts: dict[str, tuple[int, list[Field]]], views: dict[str, str]) -> str:
@@ -373,7 +376,8 @@ def write_records(layouts: dict[str, tuple[int, list[Field]]], views: dict[str, 
             fail(LAYOUTS, f"no header describes {name}")
         summary, texts = comments[name]
         body += f"\nclass {name}(Record):\n"
-        body += docstring([summary], [("Fields", [(field.name, texts[field.name]) for field in fields if field.name in texts])])
+        described = [(field.name, f"{c_type(field)}. {texts.get(field.name, '')}") for field in fields]
+        body += docstring([summary], [("Fields", described)])
         body += "\n    if TYPE_CHECKING:\n"
         for field in fields:
             body += f"        {field.name}: {hint_of(field, views, False)}\n"
@@ -439,9 +443,10 @@ def python_names(function: Function, request: Optional[Request], fields: set[str
 
 
 def counted(request: Optional[Request]) -> tuple[str, str]:
-    for text in (request.payload, request.answer) if request else ():
-        if array := re.fullmatch(r"ARRAY\((\w+), (\w+)\)", text):
-            return array[1], request.arguments[HEADER_FIELDS.index(array[2])]
+    if request is not None:
+        for text in (request.payload, request.answer):
+            if array := re.fullmatch(r"ARRAY\((\w+), (\w+)\)", text):
+                return array[1], request.arguments[HEADER_FIELDS.index(array[2])]
     return "", ""
 
 
@@ -718,7 +723,9 @@ def write_functions(
 
 
 def write_messages(
-    requests: list[Request], notifications: list[Notification], layouts: dict[str, tuple[int, list[Field]]],
+    requests: list[Request],
+    notifications: list[Notification],
+    layouts: dict[str, tuple[int, list[Field]]],
     payload_views: dict[str, str],
 ) -> str:
     delivered = parse_delivered()
@@ -730,8 +737,9 @@ def write_messages(
         "if TYPE_CHECKING:\n"
         "    from .record import Record\n\n"
     )
-    for message in [*requests, *notifications]:
-        body += f"{message.name} = {message.number}\n"
+    numbers = {message.name: message.number for message in requests}
+    numbers.update((message.name, message.number) for message in notifications)
+    body += "".join(f"{name} = {number}\n" for name, number in numbers.items())
     body += (
         "\n# The name of each notification, the names of its arguments, how the callback receives them (a ctypes format"
         "\n# of struct) or the record of its payload, and the virtual service's view of a payload without one.\n"
@@ -755,8 +763,7 @@ def write_messages(
         listed = "".join(f'"{argument}", ' for argument in arguments).rstrip()
         body += f'    {notification.number}: ("{name}", ({listed}), "{form}", {record}),\n'
     body += "}\n"
-    names = [message.name for message in [*requests, *notifications]]
-    return file_text("The numbers of the messages.", "the list of messages and notification.h", body, names)
+    return file_text("The numbers of the messages.", "the list of messages and notification.h", body, list(numbers))
 
 
 def write_results() -> str:

@@ -7,7 +7,8 @@ import os
 
 TYPE_CHECKING = False
 if TYPE_CHECKING:
-    from typing import Any, Callable
+    from collections.abc import Callable
+    from typing import Any
 
 _FILE = "libvesk_video_interface.so.2"
 _NAME_MODULE = os.path.join("vesk-video", "process_name.so")
@@ -72,7 +73,7 @@ def _folders(library: str) -> list[str]:
     listed = os.environ.get("LD_LIBRARY_PATH", "").replace(";", ":").split(":")
     triplet = get_config_var("MULTIARCH") or ""
     standard = [os.path.join(prefix, "lib", triplet) for prefix in ("/usr/local", "/usr")]
-    return [folder for folder in listed if folder] + standard + ["/usr/local/lib", "/usr/lib64", "/usr/lib", "/lib64", "/lib"]
+    return [folder for folder in listed if folder] + standard + ["/usr/local/lib", "/usr/lib64", "/usr/lib"]
 
 
 class Functions(dict):  # type: ignore[type-arg]
@@ -131,5 +132,6 @@ def _leave() -> None:
     """Ends the use of the library while the interpreter can still run what the library calls."""
     if _entered_by == os.getpid():
         load().VeskVideoExit()
+        left()
     for step in before_exit:
         step()

@@ -204,6 +204,7 @@ class Notifications:
 
         self._arrived: deque[Notification] = deque()
         self._condition = Condition()
+        self._taken = 0
         self._is_open = False
 
     def __enter__(self) -> Notifications:
@@ -245,6 +246,7 @@ class Notifications:
                 if not self._is_open:
                     raise StopIteration
                 self._condition.wait()
+            self._taken += 1
             return self._arrived.popleft()
 
     def take_all(self) -> list[Notification]:
@@ -252,6 +254,7 @@ class Notifications:
         with self._condition:
             taken = list(self._arrived)
             self._arrived.clear()
+            self._taken += len(taken)
         return taken
 
     def wait_for(self, name: str | int, /, *, timeout: float = 5.0, **fields: Any) -> Notification:
@@ -275,12 +278,15 @@ class Notifications:
                 check(f"wait_for: {wanted}", field, value)
         end = monotonic() + timeout
         with self._condition:
-            seen = 0
+            seen, taken = 0, self._taken
             while True:
+                if taken != self._taken:  # by another thread: the places have changed
+                    seen, taken = 0, self._taken
                 for place in range(seen, len(self._arrived)):
                     notification = self._arrived[place]
                     if notification.number == number and _has(notification, fields):
                         del self._arrived[place]
+                        self._taken += 1
                         return notification
                 seen = len(self._arrived)
                 left = end - monotonic()
@@ -289,7 +295,6 @@ class Notifications:
                 if self not in _open or VeskVideoGetCallbackPtr() is not _distribute:
                     raise RuntimeError(f"wait_for: {wanted} cannot arrive: {self._why_closed()}")
                 self._condition.wait(left)
-                seen = min(seen, len(self._arrived))
 
     def _why_closed(self) -> str:
         if self not in _open:
@@ -316,11 +321,9 @@ def _number(name: str | int) -> int:
         if name not in NOTIFICATIONS:
             raise ValueError(f"wait_for: there is no notification {name}")
         return name
-    short = name.upper().removeprefix("VESK_VIDEO_ON_") if hasattr(name, "removeprefix") else name
-    for known in (name, short):
-        if known in _NUMBERS:
-            return _NUMBERS[known]
-    raise ValueError(f"wait_for: there is no notification {name!r}{nearest(name, _NUMBERS)}")
+    if name not in _NUMBERS:
+        raise ValueError(f"wait_for: there is no notification {name!r}{nearest(str(name), _NUMBERS)}")
+    return _NUMBERS[name]
 
 
 def _has(notification: Notification, fields: dict[str, Any]) -> bool:
