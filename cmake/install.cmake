@@ -58,6 +58,13 @@ if(VESK_PLATFORM STREQUAL host)
   list(TRANSFORM programs REPLACE "(.+)" "docs/man/\\1.1" OUTPUT_VARIABLE pages)
   install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
   install(DIRECTORY service/devices service/scenarios DESTINATION ${CMAKE_INSTALL_DATADIR}/vesk_video_interface)
+  # The unit names the program's place, which is known when it is installed.
+  set(unit ${PROJECT_BINARY_DIR}/vesk-video-service.service)
+  install(CODE "
+    cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_PREFIX OUTPUT_VARIABLE bindir)
+    cmake_path(APPEND bindir \"${CMAKE_INSTALL_BINDIR}\")
+    configure_file(\"${PROJECT_SOURCE_DIR}/service/vesk-video-service.service.in\" \"${unit}\" @ONLY)")
+  install(FILES ${unit} DESTINATION lib/systemd/user)
 endif()
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/vesk_video_interface)

@@ -50,12 +50,8 @@ serve() {
   : >"$service_out"
   VESK_LOG_TARGET=file:$logs/service.log "$@" >"$service_out" &
   service_pid=$!
-  for _ in $(seq 100); do
-    if grep -q serving "$service_out" || ! kill -0 "$service_pid" 2>/dev/null; then break; fi
-    sleep 0.1
-  done
+  "$veskctl" wait-service --timeout 10 || { echo "the service did not start" >&2; exit 1; }
   cat "$service_out"
-  grep -q serving "$service_out" || { echo "the service did not start" >&2; exit 1; }
 }
 
 serve "$service"

@@ -27,7 +27,7 @@ export VESK_RUNTIME_DIR=$work
 : >"$work/serve.out"
 "$veskctl" serve --once --strict "$recording" >"$work/serve.out" &
 server=$!
-until grep -q serving "$work/serve.out" || ! kill -0 "$server" 2>/dev/null; do sleep 0.1; done
+"$veskctl" wait-service
 "$native/examples/vesk-device-tour" | tail -1
 wait "$server"
 server=

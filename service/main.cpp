@@ -9,6 +9,7 @@
 #include "service/log.h"
 #include "service/program_text.h"
 #include "service/service.h"
+#include "service/supervisor.h"
 #include "steering/scenario_file.h"
 #include "vesk_host/message.h"
 
@@ -137,12 +138,15 @@ int Serve(const Identity& self, const DeviceDescription& device, Timeline::Clock
         if (const Result result = service.Execute(VESK_CONTROL_SCENARIO, scenario); result != kOk)
             LOG(kError, "the scenario is refused: %u", result);
     }
-    const std::string serving =
-        Printable("vesk-video-service: serving " + task + " (process " + std::to_string(getpid()) + ')');
+    const std::string serving = Printable("serving " + task + " (process " + std::to_string(getpid()) + ')');
+    const std::string ready = "READY=1\nSTATUS=" + serving;
+    Supervisor supervisor;
     std::thread signalWaiter = StartSignalWaiter(signals, self); // nothing may be thrown from here on
-    std::puts(serving.c_str());
+    std::printf("%s: %s\n", kProgram, serving.c_str());
     std::fflush(stdout);
+    supervisor.Tell(ready.c_str());
     OsMsgTaskRoutineByName(self.taskName.c_str());
+    supervisor.Tell("STOPPING=1");
     signalWaiter.join();
     service.End();
     std::puts("vesk-video-service: ended");

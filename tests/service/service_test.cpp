@@ -1,4 +1,5 @@
 // The library, the host platform and the virtual service as separate processes.
+#include "base/descriptor.h"
 #include "service/service_fixture.h"
 #include "support/patterns.h"
 
@@ -8,7 +9,9 @@
 #include <fstream>
 #include <thread>
 
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 
 /// The library's hook, defined by the application.
@@ -29,6 +32,41 @@ FORKED_TEST(Application, TwoToursOfTheDeviceRunAtOnce)
             tour->ExpectOutput("all as expected");
             EXPECT_EQ(tour->Wait(), 0);
         }
+    }
+}
+
+FORKED_TEST(Application, TheServiceTellsWhoeverHasStartedIt)
+{
+    const std::pair<std::string, const char*> rows[] = {
+        // Where it tells that, and what else it writes.
+        {directory.File("told"), ""},
+        {"@" + directory.path, ""},
+        {"@" + std::string(107, 'x'), " cannot be used: expected a path or @NAME of at most 107 bytes\n"},
+        {"told", "NOTIFY_SOCKET=told cannot be used: expected a path"},
+        {directory.File("none"), "/none cannot be used: No such file or directory\n"},
+    };
+    for (const auto& [name, error] : rows) {
+        const vesk::Descriptor told(socket(AF_UNIX, SOCK_DGRAM, 0));
+        sockaddr_un address{AF_UNIX, {}};
+        name.copy(address.sun_path, sizeof address.sun_path);
+        if (name[0] == '@')
+            address.sun_path[0] = '\0';
+        const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + name.size());
+        const bool isBound =
+            *error == '\0' && bind(told.Get(), reinterpret_cast<sockaddr*>(&address), length) == 0;
+        EXPECT_EQ(isBound, *error == '\0');
+        const auto isTold = [&](const std::string& expected) {
+            char state[256];
+            return !isBound || expected == std::string(state, read(told.Get(), state, sizeof state));
+        };
+        setenv("NOTIFY_SOCKET", name.c_str(), 1);
+        Child service = Start("/bin/sh", "-c", "exec " VESK_EMULATOR " " VESK_SERVICE_PATH " 2>&1");
+        service.ExpectOutput(error);
+        service.ExpectOutput("serving VIDEO/VCTL");
+        EXPECT_TRUE(
+            isTold("READY=1\nSTATUS=serving VIDEO/VCTL (process " + std::to_string(service.Process()) + ')'));
+        EXPECT_EQ(service.Wait(SIGTERM), 0);
+        EXPECT_TRUE(isTold("STOPPING=1"));
     }
 }
 

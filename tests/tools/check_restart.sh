@@ -6,7 +6,7 @@ set -eu
 veskctl=$1
 service=$2
 VESK_RUNTIME_DIR=$(mktemp -d)
-export VESK_RUNTIME_DIR VESK_LOG_TARGET=none
+export VESK_RUNTIME_DIR VESK_LOG_TARGET=none veskctl
 cd "$VESK_RUNTIME_DIR"
 (while [ ! -e end ]; do
   "$service" >>log 2>&1 &
@@ -14,8 +14,8 @@ cd "$VESK_RUNTIME_DIR"
   wait $! || true
 done) &
 trap 'touch end; kill "$(cat pid)"; wait; rm -rf "$VESK_RUNTIME_DIR"' EXIT
-until grep -q serving log 2>/dev/null; do sleep 0.05; done
+"$veskctl" wait-service
 # shellcheck disable=SC2016 # for the shell that veskctl starts
-restart='n=$(grep -c serving log); kill "$(cat pid)"; while [ "$(grep -c serving log)" = "$n" ]; do sleep 0.05; done'
+restart='old=$(cat pid); kill "$old"; tail -f --pid="$old" -s 0.05 /dev/null; "$veskctl" wait-service'
 "$veskctl" check restart --restart "$restart" | tee report
 grep -q "^$3  *restart.clients " report

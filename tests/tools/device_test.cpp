@@ -137,6 +137,25 @@ TEST(State, CutsItsLongestListsToFitIntoAMessage)
     EXPECT_EQ(vesk::service::BoundedText(document, 10), "");
 }
 
+TEST_F(DeviceTest, AtRestTheServiceIsNotWokenUp)
+{
+    Child monitor = Start(VESK_VESKCTL_PATH, "monitor");
+    monitor.ExpectOutput("103 VI_PORT_PIXEL_INFO");
+    const std::string threads = "/proc/" + std::to_string(service.Process()) + "/task";
+    std::string before;
+    auto since = std::chrono::steady_clock::now();
+    EXPECT_TRUE(Eventually([&] {
+        std::string now;
+        for (const auto& thread : std::filesystem::directory_iterator(threads)) {
+            const std::string status = Contents(thread.path() / "status");
+            now += status.substr(status.find("\nvoluntary_ctxt_switches"));
+        }
+        if (std::exchange(before, now) != now)
+            since = std::chrono::steady_clock::now();
+        return std::chrono::steady_clock::now() - since > std::chrono::milliseconds(1200);
+    })) << before;
+}
+
 TEST_F(DeviceTest, AWatchShowsTheMessagesOfOthers)
 {
     Child watch = Start(VESK_VESKCTL_PATH, "device", "watch", "--match", "VO_*", "--match", "GET_VO_PORT",
@@ -314,6 +333,8 @@ TEST_F(WithDeviceTest, EndsAsTheCommandDoes)
         {VESK_VESKCTL_PATH " call GET_VO_COUNT --json", 0, R"("count":2)"},
         {"--service A/B -- " VESK_VESKCTL_PATH " --service A/B call GET_VO_COUNT", 0, "count=2"},
         {"sh -c 'stat -c %a $VESK_RUNTIME_DIR'", 0, "700\n"},
+        {"sh -c 'TMPDIR=$(printf %0100d 0); mkdir $TMPDIR; TMPDIR=$PWD/$TMPDIR veskctl with-device true'", 0,
+         nullptr},
         {"sh -c 'veskctl with-device true && veskctl device state'", 0, "Service VIDEO/VCTL"},
         {"--device large_room.toml -- " VESK_VESKCTL_PATH " call GET_VO_COUNT", 0, "count=3"},
         {"--numbers 7 -- veskctl device state", 0, ", numbers from seed 7\n"},
@@ -328,8 +349,9 @@ TEST_F(WithDeviceTest, EndsAsTheCommandDoes)
         {"--service-program ./stubborn true", 0, "it is killed"},
     };
     RuntimeDir programs;
-    std::ofstream(programs.File("early")) << "#!/bin/sh\necho x: serving y\nsleep 0.2\nexit 6\n";
-    std::ofstream(programs.File("stubborn")) << "#!/bin/sh\ntrap '' TERM\necho x: serving y\nexec sleep 60\n";
+    const char kServe[] = "#!/bin/sh\ntimeout 20 " VESK_SERVICE_PATH " \"$@\" & ";
+    std::ofstream(programs.File("early")) << kServe << "sleep 0.2; kill $!; wait; exit 6\n";
+    std::ofstream(programs.File("stubborn")) << kServe << "trap '' TERM\nexec sleep 60\n";
     std::ofstream(programs.File("loose_cable.toml")) << "step = 1"; // in place of the installed one
     for (const char* name : {"early", "stubborn"})
         std::filesystem::permissions(programs.File(name), std::filesystem::perms::owner_all);

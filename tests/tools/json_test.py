@@ -15,7 +15,6 @@ except ImportError:
 
 PRELUDE = """J() { veskctl --json "$@"; }
 watched() { veskctl device state | grep Watchers; }
-refused() { "$@"; [ $? = 3 ]; }
 until_ready() { for _ in {1..2000}; do "$@" > /dev/null 2>&1 && return; sleep 0.05; done; }
 """
 COMMANDS = r"""
@@ -40,7 +39,7 @@ printf '[[step]]\nat = 0\ndo = "fault clear"\n' > scenario && J device scenario 
 J device scenario
 J device top --count 2 --interval 0.5 & until_ready watched; veskctl call INIT > called; wait $!
 J device watch --count 1 --summary & until_ready watched; veskctl call INIT > called; wait $!
-J serve tour --once --strict --service A/B & until_ready refused veskctl call VO_STOP outEngNo=88 --service A/B; wait $!
+J serve tour --once --strict --service A/B & A="veskctl --service A/B"; $A wait-service; $A call VO_STOP outEngNo=88 > called; wait $!
 """
 
 

@@ -199,6 +199,9 @@ TEST_F(VeskctlTest, StatusesAndOutput)
         {"--service NOBODY call GET_VO_COUNT", 2, "expected PROCESS/TASK"},
         {"--records /nonexistent list records", 2, "/nonexistent: No such file"},
         {"wait VO_PORT_PLUG_STATE port=1 val=1", 0, "100 VO_PORT_PLUG_STATE port=1 val=1\n"},
+        {"wait-service --timeout 10", 0, ""},
+        {"wait-service --service NOBODY/VCTL --timeout 0.02", 5,
+         "NOBODY/VCTL does not serve after 0.02 s: nobody serves NOBODY.VCTL in /"},
         {"wait VO_PORT_PLUG_STATE port=7 --timeout 20", 5, "no such notification within 20 ms"},
         {"monitor --match '*PIXEL*' --count 2 --json", 0, R"("stmNo":1,"portType":16)"},
         {"list results", 0, "516  VESK_SERVICE_ERR_BUSY "},
@@ -256,7 +259,8 @@ TEST_F(VeskctlTest, StatusesAndOutput)
             << row.arguments << ": " << result.output;
     }
     kill(service.Process(), SIGSTOP);
-    EXPECT_EQ(Veskctl("call GET_VO_COUNT --timeout 50").status, 5);
+    for (const char* arguments : {"call GET_VO_COUNT --timeout 50", "wait-service --timeout 0.05"})
+        EXPECT_EQ(Veskctl(arguments).status, 5);
     kill(service.Process(), SIGCONT);
 }
 
@@ -323,6 +327,18 @@ TEST_F(VeskctlTest, AMonitorEndsWhenItIsInterrupted)
     EXPECT_EQ(service.Wait(SIGTERM), 0);
     monitor.ExpectOutput("206 VIDEO_DIE");
     EXPECT_EQ(monitor.Wait(SIGINT), 0);
+}
+
+TEST(WaitService, WaitsForOneThatIsStartedLater)
+{
+    RuntimeDir directory;
+    const std::string missing = directory.File("missing");
+    setenv("VESK_RUNTIME_DIR", missing.c_str(), 1);
+    Child waiting = Start(VESK_VESKCTL_PATH, "wait-service");
+    std::error_code error;
+    EXPECT_TRUE(Eventually([&] { return !std::filesystem::is_empty(missing, error) && !error; }));
+    const Child service = Start(VESK_SERVICE_PATH);
+    EXPECT_EQ(waiting.Wait(), 0);
 }
 
 TEST_F(VeskctlTest, ThePromptCompletesAndGoesOnAfterAnError)

@@ -20,6 +20,7 @@ CommandLine CallCommand(Settings& settings);
 CommandLine RunCommand(Settings& settings);
 CommandLine MonitorCommand(Settings& settings);
 CommandLine WaitCommand(Settings& settings);
+CommandLine WaitServiceCommand(Settings& settings);
 CommandLine TraceCommand(Settings& settings);
 CommandLine DecodeCommand(Settings& settings);
 CommandLine ReplayCommand(Settings& settings);

@@ -50,6 +50,7 @@ CommandLine DescribeTool(Settings& settings)
                 RunCommand(settings),
                 MonitorCommand(settings),
                 WaitCommand(settings),
+                WaitServiceCommand(settings),
                 TraceCommand(settings),
                 DecodeCommand(settings),
                 ReplayCommand(settings),

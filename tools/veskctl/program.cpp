@@ -1,8 +1,12 @@
 // Programs that a subcommand runs.
 #include "tools/veskctl/program.h"
 
+#include "base/descriptor.h"
+
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/prctl.h>
+#include <sys/signalfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -31,6 +35,14 @@ siginfo_t AwaitedSignals::Take(std::chrono::milliseconds most) const
     if (sigtimedwait(&awaited_, &info, &pause) < 0)
         info = {};
     return info;
+}
+
+bool AwaitedSignals::IsReadable(int file, std::chrono::milliseconds most) const
+{
+    const Descriptor signals(signalfd(-1, &awaited_, SFD_CLOEXEC));
+    pollfd awaited[] = {{file, POLLIN, 0}, {signals.Get(), POLLIN, 0}};
+    poll(awaited, std::size(awaited), static_cast<int>(most.count()));
+    return awaited[0].revents != 0;
 }
 
 namespace {

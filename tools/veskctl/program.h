@@ -23,6 +23,10 @@ public:
     /// Takes one, after waiting for at most so long; the number of none is 0.
     siginfo_t Take(std::chrono::milliseconds most) const;
 
+    /// Waits for at most so long until one has come or there is something to read from @p file. True if there
+    /// is.
+    bool IsReadable(int file, std::chrono::milliseconds most) const;
+
     /// What was blocked before, as it is in programs that are started.
     const sigset_t& Before() const { return before_; }
 

@@ -7,6 +7,7 @@
 #include "tools/veskctl/output.h"
 #include "tools/veskctl/progress.h"
 #include "vesk_host/message.h"
+#include "vesk_service/control_list.h"
 #include "vesk_service/virtual_service.h"
 
 #include <algorithm>
@@ -65,9 +66,12 @@ public:
     void Handle(OsMsgEnvelope& message)
     {
         const HostProcess process = HostMsgSender(&message);
-        Application& application = ApplicationOf(process, message);
         const auto* data = static_cast<const std::byte*>(message.data);
         const Bytes live(data, data + message.dataLen);
+        if (messages::IsControl(message.msgId) &&
+            !turnsWith_.contains({message.msgId, Comparable(message.msgId, live)}))
+            return Refuse(message); // of one who waits or wants to steer, and takes no part
+        Application& application = ApplicationOf(process, message);
         const Bytes recorded =
             application.toRecorded.Translate(decoder_, {Direction::kRequest, message.msgId, live});
         ++requests_;
@@ -76,7 +80,7 @@ public:
         if (const std::optional<size_t> turn = Choose(application, message.msgId, recorded))
             Perform(application, *turn, message, live);
         else
-            Refuse(message, live, process);
+            RefuseUnknown(message, live, process);
         if (message.msgId == VESK_VIDEO_MSG_EXIT) {
             const std::lock_guard guard(lock_);
             applications_.erase(process);
@@ -223,13 +227,18 @@ private:
             application.position = std::max(position, static_cast<size_t>(at - turns.begin()) + 1);
     }
 
-    void Refuse(OsMsgEnvelope& message, const Bytes& live, HostProcess process)
+    void RefuseUnknown(OsMsgEnvelope& message, const Bytes& live, HostProcess process)
     {
         ++unknown_;
         Complain("not in the recording", message.msgId, live,
                  std::string(TextIn(message.sendProcName)) + '[' +
                      std::to_string(HostProcessNumber(process)) + "]",
                  "");
+        Refuse(message);
+    }
+
+    static void Refuse(OsMsgEnvelope& message)
+    {
         if (message.type != OS_MSG_SYNCHRONOUS)
             return;
         VeskVideoMsgHead head{};
@@ -329,7 +338,7 @@ CommandLine ServeCommand(Settings& settings)
         .summary = "Stand in for the service and answer as it did in a recording",
         .footer = "Example:\n"
                   "  veskctl trace -o tour.pcapng -- vesk-display-tour\n"
-                  "  veskctl serve tour.pcapng --once & sleep 1; vesk-display-tour; wait $!\n"
+                  "  veskctl serve tour.pcapng --once & veskctl wait-service; vesk-display-tour; wait $!\n"
                   "  veskctl serve tour.pcapng --strict                 # until Ctrl-C",
         .options =
             {

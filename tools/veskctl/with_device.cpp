@@ -1,4 +1,5 @@
 // The subcommand "with-device": runs a command with a virtual device of its own.
+#include "base/descriptor.h"
 #include "base/file.h"
 #include "base/installed.h"
 #include "tools/veskctl/client.h"
@@ -9,6 +10,8 @@
 
 #include <fcntl.h>
 #include <paths.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <array>
@@ -69,6 +72,41 @@ private:
     int file_;
 };
 
+/// The socket at which the service tells that it serves, as sd_notify(3) describes.
+class Readiness {
+public:
+    explicit Readiness(const std::string& directory)
+        : directory_(open(directory.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)),
+          socket_(socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)), path_(directory + "/notify")
+    {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        if (path_.size() >= sizeof address.sun_path) // then through the descriptor of the directory
+            path_ =
+                "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(directory_.Get()) + "/notify";
+        path_.copy(address.sun_path, sizeof address.sun_path - 1);
+        if (bind(socket_.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+            throw Failure(kFailed, "cannot make " + path_ + ": " + std::strerror(errno));
+    }
+
+    const std::string& Path() const { return path_; }
+    int File() const { return socket_.Get(); }
+
+    /// Whether the next of what has been told is that; false, too, if there is none.
+    bool Take() const
+    {
+        char text[4096];
+        const ssize_t got = recv(socket_.Get(), text, sizeof text, 0);
+        const std::string_view lines(text, static_cast<size_t>(std::max<ssize_t>(got, 0)));
+        return lines == "READY=1" || lines.starts_with("READY=1\n");
+    }
+
+private:
+    Descriptor directory_;
+    Descriptor socket_;
+    std::string path_;
+};
+
 /// The service beside this program, of the build tree, or in PATH.
 std::string FindService()
 {
@@ -124,26 +162,31 @@ class Service {
 public:
     Service(const std::vector<std::string>& command, const AwaitedSignals& signals,
             const std::string& directory)
-        : signals_(signals), log_(directory), program_(command, signals,
-                                                       {.environment = {{"VESK_RUNTIME_DIR", directory}},
-                                                        .output = log_.File(),
-                                                        .isHelper = true,
-                                                        .atOurEnd = SIGTERM})
+        : signals_(signals), log_(directory), readiness_(directory),
+          program_(command, signals,
+                   {.environment = {{"VESK_RUNTIME_DIR", directory}, {"NOTIFY_SOCKET", readiness_.Path()}},
+                    .output = log_.File(),
+                    .isHelper = true,
+                    .atOurEnd = SIGTERM})
     {
     }
 
     /// Waits until it serves. Returns the signal that ended the wait, or 0. @throw Failure
     int AwaitServing()
     {
-        const auto end = std::chrono::steady_clock::now() + 30s;
-        while (log_.Text().find(": serving ") == std::string::npos) {
+        const auto end = Clock::now() + 30s;
+        while (!readiness_.Take()) {
+            const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
             const std::optional<int> status = program_.Status();
-            if (status || std::chrono::steady_clock::now() > end) {
+            if (status || left <= 0ms) {
                 log_.Show();
                 throw Failure(kNoService, status ? "the service ended with status " + std::to_string(*status)
-                                                 : "the service does not serve after 30 s");
+                                                 : "the service has not told NOTIFY_SOCKET within 30 s that "
+                                                   "it serves");
             }
-            if (const int signal = signals_.Take(5ms).si_signo; signal != 0 && signal != SIGCHLD)
+            if (signals_.IsReadable(readiness_.File(), left))
+                continue;
+            if (const int signal = signals_.Take(0ms).si_signo; signal != 0 && signal != SIGCHLD)
                 return signal;
         }
         return 0;
@@ -183,6 +226,7 @@ public:
 private:
     const AwaitedSignals& signals_;
     Log log_;
+    Readiness readiness_;
     Program program_;
     bool isKnownToHaveEnded_ = false;
 };
