@@ -13,7 +13,8 @@ echo "somebody else's" >"$work/first/lib/foreign.txt"
 cmake --install "$build" --prefix "$work/first" >/dev/null
 prefix=$work/moved
 if command -v systemd-analyze >/dev/null; then
-  said=$(XDG_RUNTIME_DIR=$work systemd-analyze --user --man=no verify "$work/first/lib/systemd/user/vesk-video-service.service" 2>&1)
+  unit=$work/first/lib/systemd/user/vesk-video-service.service
+  said=$(XDG_RUNTIME_DIR=$work systemd-analyze --user --man=no verify "$unit" 2>&1)
   [ -z "$said" ] || { echo "$said"; exit 1; }
 fi
 mv "$work/first" "$prefix"
