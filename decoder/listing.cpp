@@ -42,6 +42,7 @@ constexpr ValueWithName kNamedValues[] = {
     {"kind", VESK_CONTROL_SAW_NO_ANSWER, "SAW_NO_ANSWER", "VeskControlMessage"},
     {"kind", VESK_CONTROL_SAW_NOTIFICATION, "SAW_NOTIFICATION", "VeskControlMessage"},
     {"kind", VESK_CONTROL_SAW_DROPPED, "SAW_DROPPED", "VeskControlMessage"},
+    {"kind", VESK_CONTROL_SAW_LAST, "SAW_LAST", "VeskControlMessage"},
 };
 
 constexpr RequestText kRequestTexts[] = {

@@ -16,6 +16,7 @@
 #include <cxxabi.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <exception>
 #include <new>
@@ -109,10 +110,28 @@ try {
     throw std::system_error(error.code(), "no thread can be started");
 }
 
+/// Ends the service when standard input ends, as it does when the process at its other end does, however
+/// that ends. The thread reads until this process ends.
+void EndWithInput()
+try {
+    std::thread([] {
+        char unread[256];
+        ssize_t got = 0;
+        while ((got = read(STDIN_FILENO, unread, sizeof unread)) > 0 || (got < 0 && errno == EINTR))
+            continue;
+        kill(getpid(), SIGTERM);
+    }).detach();
+} catch (const std::system_error& error) {
+    throw std::system_error(error.code(), "no thread can be started");
+}
+
 /// @param scenario  Data block of VESK_CONTROL_SCENARIO; empty: none.
-int Serve(const Identity& self, const DeviceDescription& device, Timeline::Clock clock, const Bytes& scenario)
+int Serve(const Identity& self, const DeviceDescription& device, Timeline::Clock clock, const Bytes& scenario,
+          bool endsWithInput)
 {
     const sigset_t signals = BlockSignals();
+    if (endsWithInput)
+        EndWithInput();
     Alarm alarm;
     clock.alarm = [&alarm](auto at) { alarm.Set(at); };
     Service service(self, device, std::move(clock));
@@ -163,6 +182,7 @@ try {
     std::optional<uint64_t> numbers;
     Timeline::Clock clock;
     std::string scenarioFile;
+    bool endsWithInput = false;
     const CommandLine program{
         .name = kProgram,
         .summary =
@@ -202,6 +222,10 @@ try {
                  .place = &scenarioFile,
                  .help = "File of steps to run from the start (TOML), or the name of an installed one; - is "
                          "standard input"},
+                {.name = "--end-with-input",
+                 .place = &endsWithInput,
+                 .help = "End when standard input ends, as it does when the process that holds its other end "
+                         "does"},
             },
         .run =
             [&] {
@@ -211,7 +235,7 @@ try {
                 DeviceDescription device = deviceFile.empty() ? DefaultDevice() : ReadDevice(deviceFile);
                 if (numbers)
                     device.numbers = static_cast<uint32_t>(*numbers);
-                return Serve(self, device, std::move(clock), scenario);
+                return Serve(self, device, std::move(clock), scenario, endsWithInput);
             },
         .version = kVersion,
     };

@@ -30,6 +30,12 @@ Result Watchers::Watch(const Sender& sender, Argument<"enable"> enable)
     const auto isSender = [&](const Watcher& watcher) {
         return watcher.task.procName == sender.procName && watcher.task.taskName == sender.taskName;
     };
+    const auto known = std::find_if(watchers_.begin(), watchers_.end(), isSender);
+    if (enable == 0 && known != watchers_.end()) {
+        VeskControlMessage last{};
+        last.kind = VESK_CONTROL_SAW_LAST;
+        Show(last, sender, {}, &*known);
+    }
     std::erase_if(watchers_, [&](const Watcher& watcher) {
         const bool isObsolete = enable == 0 || watcher.task.process != sender.process;
         return (isSender(watcher) && isObsolete) || HostProcessIsAlive(watcher.task.process) == 0;
@@ -104,7 +110,8 @@ void Watchers::Notified(VeskControlMessageKind kind, const Sender& client, uint3
     Show(shown, client, data);
 }
 
-void Watchers::Show(VeskControlMessage shown, const Sender& peer, std::span<const std::byte> data)
+void Watchers::Show(VeskControlMessage shown, const Sender& peer, std::span<const std::byte> data,
+                    const Watcher* only)
 try {
     shown.process = HostProcessNumber(peer.process);
     shown.dataLen = static_cast<uint32_t>(data.size());
@@ -124,7 +131,9 @@ try {
     append(BytesOf(head));
     append(BytesOf(shown));
     append(data.first(std::min(data.size(), kMost)));
-    std::erase_if(watchers_, [&](Watcher& watcher) { return !ShowTo(watcher, block); });
+    std::erase_if(watchers_, [&](Watcher& watcher) {
+        return (only == nullptr || only == &watcher) && !ShowTo(watcher, block);
+    });
 } catch (const std::exception&) { // no memory
     for (Watcher& watcher : watchers_)
         ++watcher.lost;

@@ -47,7 +47,9 @@ public:
 private:
     void End(VeskControlMessageKind kind, const WatchedRequest& request, uint32_t platformResult,
              std::span<const std::byte> data);
-    void Show(VeskControlMessage shown, const Sender& peer, std::span<const std::byte> data);
+    /// @param only  Null: every watcher.
+    void Show(VeskControlMessage shown, const Sender& peer, std::span<const std::byte> data,
+              const Watcher* only = nullptr);
     /// False when it has ended.
     bool ShowTo(Watcher& watcher, Bytes& block);
 

@@ -202,7 +202,8 @@ enum VeskControlMessageKind {
     VESK_CONTROL_SAW_NO_ANSWER = 3,    /**< It will not be, or its sender did not wait for it, or no longer;
                                             no bytes follow. */
     VESK_CONTROL_SAW_NOTIFICATION = 4, /**< A notification was sent, or could not be. */
-    VESK_CONTROL_SAW_DROPPED = 5       /**< One was not sent: a fault drops it, or too many are late. */
+    VESK_CONTROL_SAW_DROPPED = 5,      /**< One was not sent: a fault drops it, or too many are late. */
+    VESK_CONTROL_SAW_LAST = 6          /**< No message: the watcher has asked for no more, and gets no more. */
 };
 
 /**

@@ -200,6 +200,12 @@ std::optional<Arrived> Client::Next(std::optional<Clock::time_point> deadline)
     return next;
 }
 
+void Client::GoOn()
+{
+    const std::lock_guard guard(TheInbox().lock);
+    TheInbox().isInterrupted = false;
+}
+
 bool Client::IsInterrupted() const
 {
     const std::lock_guard guard(TheInbox().lock);

@@ -72,6 +72,8 @@ public:
 
     /// True once SIGINT or SIGTERM has arrived.
     bool IsInterrupted() const;
+    /// Has waits wait again; the next signal ends the program.
+    void GoOn();
 
 private:
     ServiceName service_;

@@ -5,6 +5,11 @@
 #include "tools/veskctl/transcript.h"
 #include "tools/veskctl/watch.h"
 
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
 namespace vesk::ctl {
 
 namespace {
@@ -13,6 +18,7 @@ struct Options {
     std::string file;
     TranscriptOptions shown;
     uint64_t count = 0;
+    std::optional<uint64_t> readyFile;
 };
 
 template <class OneClock>
@@ -51,6 +57,13 @@ void SayEnded(const Settings& settings, recording::Output* output)
         PrintError(text);
 }
 
+/// Tells the one who has started this program that no message is missed from now on.
+void SayReady(int file)
+{
+    if (write(file, "\n", 1) != 1)
+        throw Failure(kUsage, "--ready-fd " + std::to_string(file) + ": " + std::strerror(errno));
+}
+
 int RunWatch(Settings& settings, const Options& options)
 {
     RequireNoSession(settings, "watch");
@@ -61,25 +74,28 @@ int RunWatch(Settings& settings, const Options& options)
     Transcript transcript(settings, options.shown, output != nullptr ? nullptr : stdout, output);
     Client client(settings.service, Client::Interrupt::kEndsWait);
     Watch watch(client, settings);
+    if (options.readyFile)
+        SayReady(static_cast<int>(*options.readyFile));
+    const auto show = [&](recording::Event&& event) { transcript.Add(std::move(event)); };
+    const auto sayLost = [&](uint64_t lost) { SayLost(settings, output, lost); };
     bool isServed = true;
     while ((options.count == 0 || transcript.Shown() < options.count) &&
            (output == nullptr || output->IsRead())) {
-        const bool isSilent = !watch.Next(
-            Clock::now() + std::chrono::seconds(1),
-            [&](recording::Event&& event) { transcript.Add(std::move(event)); },
-            [&](uint64_t lost) { SayLost(settings, output, lost); });
-        if (isSilent && (client.IsInterrupted() || !(isServed = watch.Renew())))
+        const bool isSilent = !watch.Next(Clock::now() + std::chrono::seconds(1), show, sayLost);
+        if (client.IsInterrupted() || (isSilent && !(isServed = watch.Renew())))
             break;
         Flush();
     }
-    if (options.count == 0)
+    if (options.count == 0) {
+        isServed = isServed && watch.Finish(show, sayLost);
         transcript.Finish();
+    }
     transcript.Summarize(output != nullptr ? stderr : stdout);
     Flush();
-    if (isServed)
-        watch.Stop();
-    else
+    if (!isServed)
         SayEnded(settings, output);
+    else if (options.count != 0)
+        watch.Stop();
     return isServed || options.count == 0 ? kDone : kNoService; // without a number, all has been shown
 }
 
@@ -104,6 +120,10 @@ CommandLine DeviceWatchCommand(Settings& settings)
                             .place = &options->count,
                             .help = "Stop after this many messages",
                             .range = kCounts});
+    line.options.push_back({.name = "--ready-fd",
+                            .place = &options->readyFile,
+                            .help = "Write a line feed to this descriptor once messages are seen",
+                            .range = std::pair<uint64_t, uint64_t>(1, 1023)});
     return line;
 }
 

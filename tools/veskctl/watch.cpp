@@ -31,7 +31,24 @@ void Watch::Stop()
 
 bool Watch::Renew()
 {
-    const Call call = Switch(true);
+    return SwitchIfServed(true);
+}
+
+bool Watch::Finish(const OnEvent& onEvent, const OnLost& onLost)
+{
+    client_.GoOn();
+    const bool isServed = SwitchIfServed(false);
+    // What waits is read in no time. Which is the last cannot be said by a service that has ended, nor to a
+    // watcher that has read too slowly.
+    const std::chrono::milliseconds longest(isServed ? 1000 : 100);
+    while (!isLast_ && Next(Clock::now() + longest, onEvent, onLost))
+        continue;
+    return isServed;
+}
+
+bool Watch::SwitchIfServed(bool isOn)
+{
+    const Call call = Switch(isOn);
     if (call.outcome.platformResult != 0 && NoAnswer(call.request.Title(), call.outcome).status == kNoService)
         return false;
     RequireOk(call);
@@ -63,6 +80,9 @@ bool Watch::Next(std::optional<Clock::time_point> deadline, const OnEvent& onEve
         onLost(lost);
     event.data.assign(bytes.begin(), bytes.end());
     switch (seen.kind) {
+    case VESK_CONTROL_SAW_LAST:
+        isLast_ = true;
+        return true;
     case VESK_CONTROL_SAW_REQUEST:
         event.kind = Kind::kRequest;
         break;

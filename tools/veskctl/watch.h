@@ -32,8 +32,13 @@ public:
     /// @param onLost  Told before them if messages before this one were lost.
     bool Next(std::optional<Clock::time_point> deadline, const OnEvent& onEvent, const OnLost& onLost);
 
+    /// Stops, also after an interrupt, and gives what was shown before that. False if there is no service any
+    /// more. @throw Failure
+    bool Finish(const OnEvent& onEvent, const OnLost& onLost);
+
 private:
     Call Switch(bool isOn);
+    bool SwitchIfServed(bool isOn);
     recording::Event Begin(const VeskControlMessage& seen) const;
     void AddNotification(recording::Event& event, const OnEvent& onEvent);
 
@@ -41,6 +46,7 @@ private:
     Settings& settings_;
     ServiceName service_;
     uint64_t lost_ = 0;
+    bool isLast_ = false;
     uint64_t lastNotification_ = uint64_t{1} << 52U; ///< Not to be taken for an exchange of the service.
 };
 
