@@ -1,6 +1,7 @@
 """The fixture vesk_device, the device and clients in processes of their own; and what becomes of a suite that fails."""
 
 import os
+import re
 import subprocess
 import sys
 import time
@@ -68,6 +69,13 @@ def test_a_failure_shows_the_last_messages_and_the_log(pytester, options):
             r"-+ log of the virtual device -+",
         ]
     )
+
+
+def test_the_examples_of_the_page_pass(pytester):
+    page = (Path(__file__).resolve().parents[2] / "docs/pytest.md").read_text()
+    examples = re.findall("^```python\n(.*?)^```$", page, re.S | re.M)
+    pytester.makepyfile("\n".join(examples))
+    pytester.runpytest_subprocess("-p", "vesk_video.pytest_plugin").assert_outcomes(passed=5)
 
 
 def test_nothing_outlives_a_killed_suite(pytester):

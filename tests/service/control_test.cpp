@@ -607,7 +607,8 @@ FORKED_TEST(Stepped, AWatcherSeesEveryMessageOrHowManyItLost)
     EXPECT_NE(CountShown().second, 0U);
     EXPECT_EQ(Steer(VESK_CONTROL_WATCH, 0).Result(), 0);
     Send("other", MessageOf(kCount));
-    await(sent);
+    await(sent + 1);
+    EXPECT_EQ(g_shown.messages.back().kind, VESK_CONTROL_SAW_LAST);
     HostMsgEndTask("WATCH");
 }
 
