@@ -203,7 +203,7 @@ enum VeskControlMessageKind {
                                             no bytes follow. */
     VESK_CONTROL_SAW_NOTIFICATION = 4, /**< A notification was sent, or could not be. */
     VESK_CONTROL_SAW_DROPPED = 5,      /**< One was not sent: a fault drops it, or too many are late. */
-    VESK_CONTROL_SAW_LAST = 6          /**< No message: the watcher has asked for no more, and gets no more. */
+    VESK_CONTROL_SAW_LAST = 6 /**< No message: the watcher has asked for no more, and gets no more. */
 };
 
 /**

@@ -28,7 +28,7 @@ if TYPE_CHECKING:
     Scenario = Union[str, os.PathLike[str], Iterable[Step]]
 
 _LONGEST_START = 30.0  # seconds
-_LONGEST_END = 5.0
+_LONGEST_END = 10.0
 
 
 class DeviceError(Exception):
@@ -409,9 +409,10 @@ class Device:
     def _messages_file(self) -> str:
         return os.path.join(runtime.directory(), "messages.log")
 
-    def _end_recording(self) -> None:
+    def _end_recording(self, by: signal.Signals = signal.SIGINT) -> None:
+        """SIGINT has it write what is on its way; SIGKILL is faster."""
         if self._recorder is not None:
-            _end(self._recorder, signal.SIGINT)
+            _end(self._recorder, by)
             self._recorder = None
 
     def _why_not_running(self) -> str:

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import os
+import signal
 import sys
 from collections.abc import Generator, Iterator
 from contextlib import suppress
@@ -79,6 +80,7 @@ def vesk_device(request: pytest.FixtureRequest) -> Iterator[Device]:
             yield device
         finally:
             _leave()
+            device._end_recording(signal.SIGKILL)  # whoever wants to see it has
 
 
 @pytest.hookimpl(hookwrapper=True)  # type: ignore[misc]
@@ -94,4 +96,5 @@ def pytest_runtest_makereport(item: pytest.Item) -> Generator[None, Any, None]:
         ("log of the virtual device", device.log().splitlines()),
     ):
         left_out = [f"... {len(lines) - shown} before"] if len(lines) > shown else []
-        report.sections.append((title, "\n".join(left_out + lines[-shown:])))
+        last = lines[-shown:] if shown > 0 else []
+        report.sections.append((title, "\n".join(left_out + last) or "(nothing)"))
