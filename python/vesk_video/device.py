@@ -332,7 +332,10 @@ class Device:
         self.command("fault", "clear")
 
     def scenario(self, scenario: Scenario) -> None:
-        """Begins a scenario: a file, the name of an installed one, or steps such as {"at": 2.5, "do": "unplug input 0"}."""
+        """Begins a scenario: a file, the name of an installed one, or steps.
+
+        A step is a mapping such as {"at": 2.5, "do": "unplug input 0"}.
+        """
         self.command("scenario", _scenario_file(scenario))
 
     def end_scenario(self) -> None:
