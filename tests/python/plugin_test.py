@@ -117,7 +117,7 @@ STEERING = [
 REFUSALS = [
     (lambda device: device.unplug("input", 7), 3, "veskctl: there is no input 7: NUMBER (0x203)"),
     (lambda device: device.fault("VO_STOP drop"), 2, "drop is an effect of notifications; VO_STOP is a request"),
-    (lambda device: device.scenario([{"at": "soon", "do": []}]), 2, 'step[0].at: expected seconds, 0 to 86400, not "so'),
+    (lambda device: device.scenario([{"at": "soon", "do": []}]), 2, '[0].at: expected seconds, 0 to 86400, not "so'),
     (lambda device: device.watch("NOTHING"), 2, "'NOTHING'"),
     (lambda device: Device().start(), 1, "this process has a device already"),
     (lambda device: [device.kill(), device.state()], 4, "the service was ended by SIGKILL"),
