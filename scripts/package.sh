@@ -6,7 +6,8 @@
 #   ARCHITECTURE  as Debian names it; another one than this machine's, say arm64, is cross-built
 #   --list        lists the files of each package
 #   --try         installs the packages in a temporary bare Debian 12 (as root, with debootstrap) and runs their
-#                 test there, which compiles the installed examples and runs them with the installed service
+#                 tests there, which compile the installed examples and run them with the installed service, and have
+#                 pytest give a virtual device to a test
 #
 # The package build runs all tests, unless it is a cross-build or DEB_BUILD_OPTIONS contains nocheck.
 set -euo pipefail
@@ -28,7 +29,8 @@ if $try && [ "$architecture" != "$native" ]; then
   exit 2
 fi
 
-install_packages build-essential debhelper lintian doxygen graphviz
+install_packages build-essential debhelper lintian doxygen graphviz dh-python python3-setuptools python3-pytest \
+  python3-pytest-xdist
 kinds=binary built=("$architecture" all) # a cross-build leaves the packages for all architectures to the native one
 if [ "$architecture" != "$native" ]; then
   dpkg --print-foreign-architectures | grep -qx "$architecture" || as_root dpkg --add-architecture "$architecture"
@@ -77,8 +79,9 @@ for package in "${packages[@]}"; do
   case "$package" in *-dbgsym_*) ;; *) cp "$package" "$root/tmp" ;; esac
 done
 inside() { chroot "$root" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin DEBIAN_FRONTEND=noninteractive "$@"; }
-quietly inside sh -c 'apt-get install -y --no-install-recommends g++ pkg-config /tmp/*.deb'
-cp debian/tests/example "$root/tmp"
+quietly inside sh -c 'apt-get install -y --no-install-recommends g++ pkg-config python3-pytest /tmp/*.deb'
+cp debian/tests/{example,python} "$root/tmp"
 mount -t proc proc "$root/proc" # for veskctl
 trap 'umount "$root/proc"; rm -rf "$work"' EXIT
 inside /tmp/example
+inside /tmp/python

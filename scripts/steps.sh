@@ -38,7 +38,7 @@ install_packages() {
 }
 
 install_test_packages() {
-  install_packages tshark python3-jsonschema zsh fish "$@"
+  install_packages tshark python3-jsonschema python3-pip python3-pytest python3-pytest-xdist mypy zsh fish "$@"
 }
 
 install_benchmark_packages() {
