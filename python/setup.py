@@ -19,7 +19,7 @@ class BuildPackage(build_py):
 
     def run(self) -> None:
         if self.editable_mode:
-            raise SystemExit("the generated sources have no place in the tree; add build/PRESET/python to PYTHONPATH instead")
+            raise SystemExit("the tree has no place for generated sources; set PYTHONPATH to build/PRESET/python")
         super().run()
         subprocess.run([sys.executable, HERE / "generate.py", Path(self.build_lib, "vesk_video")], check=True)
 

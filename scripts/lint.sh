@@ -1,14 +1,15 @@
 #!/usr/bin/env bash
-# Checks the scripts with shellcheck, which folders include which, and the sources, but not the tests, with clang-tidy
-# (see .clang-tidy). Any finding fails.
+# Checks the scripts with shellcheck, Python with flake8, which folders include which, and the sources, but not the tests,
+# with clang-tidy (see .clang-tidy). Any finding fails.
 #
 #   scripts/lint.sh [FOLDER...]     all folders with sources by default
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/steps.sh
-install_packages shellcheck clang-tidy-14 clang-tools-14
+install_packages shellcheck flake8 clang-tidy-14 clang-tools-14
 
 git ls-files -z '*.sh' .ci/run | xargs -0 shellcheck
+git ls-files -z '*.py' | xargs -0 flake8 --max-line-length 120 --per-file-ignores '__init__.py:F401,F403'
 
 # A folder includes headers of those before it in this list; base/text.h, which includes none, is for all.
 folders=(platform transport callback interface codec mouse uvc process_name base decoder steering service tools)
@@ -30,4 +31,4 @@ if ! alive "clang-tidy of $*" tidy "$PWD/($(IFS='|' && echo "$*"))/"; then
   grep -v '^clang-tidy-14 ' "$findings" >&2
   exit 1
 fi
-echo "shellcheck, includes and clang-tidy: no findings"
+echo "shellcheck, flake8, includes and clang-tidy: no findings"

@@ -2,13 +2,13 @@
 
 effects_test.py PAGE, with a device of its own, and veskctl in PATH
 
-Each request is sent with a value in every argument and field, which differs from all others where the service takes any
-value, and to the second of two things of each kind. Each place that the page names must then have changed, and each value
-must be found at one of them: as a value that has come or gone, or as the number of the thing that has changed. Where a
-request's own answer is named, it must be another one when an argument is.
+Each request is sent with a value in every argument and field, which differs from all others where the service takes
+any value, and to the second of two things of each kind. Each place that the page names must then have changed, and each
+value must be found at one of them: as a value that has come or gone, or as the number of the thing that has changed.
+Where a request's own answer is named, it must be another one when an argument is.
 
-Then it is sent too early, twice, too often, with numbers of nothing, with values that are too low or too high, and so on:
-it must be refused with the codes that the page names, and with no others.
+Then it is sent too early, twice, too often, with numbers of nothing, with values that are too low or too high, and so
+on: it must be refused with the codes that the page names, and with no others.
 """
 import itertools
 import json
@@ -309,7 +309,8 @@ class Row:
         results = [answer_of(call)["result"] for call in calls]
         refused = set(results) - {"OK", "LENGTH", *(["NUMBER"] if self.numbers else [])}
         missed = {code for code in self.codes - set(results) if (self.request, code) not in UNREACHED}
-        wrong = [f"numbers of nothing give {results[:self.numbers]}"] if set(results[:self.numbers]) - {"NUMBER"} else []
+        of_nothing = results[:self.numbers]
+        wrong = [f"numbers of nothing give {of_nothing}"] if set(of_nothing) - {"NUMBER"} else []
         wrong += [f"it is refused with {code}" for code in refused - self.codes]
         return wrong + [f"it is not refused with {code}" for code in missed]
 
