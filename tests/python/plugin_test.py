@@ -57,7 +57,7 @@ def processes_with(text):
 def test_a_failure_shows_the_last_messages_and_the_log(pytester, options):
     pytester.makepyfile(SUITE)
     pytester.makeini("[pytest]\naddopts = --strict-markers\nvesk_lines = 3")
-    result = pytester.runpytest_subprocess("-p", "vesk_video.pytest_plugin", *options)
+    result = pytester.runpytest_subprocess(*options)
     result.assert_outcomes(passed=2, failed=1)
     result.stdout.re_match_lines(
         [
@@ -75,7 +75,7 @@ def test_the_examples_of_the_page_pass(pytester):
     page = (Path(__file__).resolve().parents[2] / "docs/pytest.md").read_text()
     examples = re.findall("^```python\n(.*?)^```$", page, re.S | re.M)
     pytester.makepyfile("\n".join(examples))
-    pytester.runpytest_subprocess("-p", "vesk_video.pytest_plugin").assert_outcomes(passed=5)
+    pytester.runpytest_subprocess().assert_outcomes(passed=5)
 
 
 def test_nothing_outlives_a_killed_suite(pytester):
@@ -89,8 +89,7 @@ def test_nothing_outlives_a_killed_suite(pytester):
             time.sleep(60)
         """
     )
-    command = [sys.executable, "-m", "pytest", "-p", "vesk_video.pytest_plugin"]
-    suite = subprocess.Popen(command, stdout=subprocess.DEVNULL)
+    suite = subprocess.Popen([sys.executable, "-m", "pytest"], stdout=subprocess.DEVNULL)
     assert eventually(Path("directory").exists)
     directory = Path("directory").read_text()
     assert len(processes_with(directory)) >= 3
