@@ -51,5 +51,9 @@ $emulator "$work/application_c" | grep ' has 2 displays'
 $emulator "$work/outside/application" | grep '^outside has 2 displays'
 for tour in vesk-display-tour vesk-device-tour; do $emulator "$prefix/bin/$tour" | tail -n 1; done
 [ ! -e "$prefix/bin/veskctl" ] || $emulator "$prefix/bin/veskctl" call GET_VO_COUNT | grep 'count=2'
+[ ! -e "$prefix/lib/python3" ] || [ -n "$sanitize$emulator" ] ||
+  PYTHONPATH=$prefix/lib/python3/dist-packages python3 -c 'from vesk_video import *
+set_process_name("installed")
+assert VeskVideoGetVoCount() == 2'
 kill -TERM $service
 wait $service
