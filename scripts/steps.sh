@@ -3,6 +3,7 @@
 #   install_packages [PACKAGE...]   installs the packages that every build needs, and those given
 #   install_test_packages [PACKAGE...]   the same, and what the tests of the tools hold these against
 #   install_benchmark_packages      installs what benchmarks compare with, if it can be had
+#   debian_sources                  prints this machine's sources of Debian 12, in lines of a sources.list
 #   build PRESET [TARGET...]        configures and builds a preset, or targets of it
 #   minutes_and_preset [N] [--preset PRESET]   sets minutes and preset, which have their defaults, from arguments
 #   step TITLE COMMAND...           runs a command and says how long it took
@@ -43,6 +44,16 @@ install_test_packages() {
 
 install_benchmark_packages() {
   (install_packages libsystemd-dev) || echo "libsystemd-dev cannot be installed; sd-bus is left out" >&2
+}
+
+debian_sources() {
+  # shellcheck disable=SC2016 # of apt
+  local format='deb $(REPO_URI) $(RELEASE) $(COMPONENT)'
+  known() {
+    apt-get indextargets --format "$format" 'Created-By: Packages' 'Origin: Debian' |
+      grep -E ' bookworm(-updates|-security)? ' | LC_ALL=C sort -u
+  }
+  known || { quietly as_root apt-get update -q && known; }
 }
 
 build() {
