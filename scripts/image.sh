@@ -25,12 +25,12 @@ while [ $# -gt 0 ]; do
   shift
 done
 
-install_packages dpkg-dev jq mmdebstrap python3-yaml umoci
-work=$(mktemp -d)
-trap '${rooted[@]+"${rooted[@]}"} rm -rf "$work"' EXIT
-chmod 755 "$work" # the users of a namespace read it
-rooted=()
+install_packages dpkg-dev jq mmdebstrap python3-yaml uidmap umoci
+rooted=() # what gives files owners other than this user
 [ "$(id -u)" -eq 0 ] || rooted=(unshare --map-root-user --map-auto)
+work=$(mktemp -d)
+trap '"${rooted[@]}" rm -rf "$work"' EXIT
+chmod 755 "$work" # other users of the namespace read it
 
 # Packages, but for those of developers, as a repository beside Debian's.
 packages() { find build/package -maxdepth 1 -name "*_$(dpkg --print-architecture).deb" -o -name '*_all.deb'; }
@@ -74,7 +74,7 @@ layout=$work/layout image=$work/layout:vesk-video:$version
 umoci init --layout "$layout"
 umoci new --image "$image"
 for layer in debian ours; do
-  umoci raw add-layer --image "$image" --history.created "$created" --history.created_by "$layer" "$work/$layer.tar"
+  umoci raw add-layer --image "$image" --history.created "$created" --history.created_by "packages: $layer" "$work/$layer.tar"
 done
 umoci config --image "$image" --no-history --created "$created" --config.user 1000:1000 --config.workingdir /home/vesk \
   --config.env PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin --config.env LANG=C.UTF-8 \

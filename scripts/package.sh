@@ -73,7 +73,7 @@ alive lintian lintian --allow-root --fail-on error,warning $output/*_"$architect
 $try || exit 0
 install_packages debootstrap
 root=$work/root
-mirror=$(cat /etc/apt/sources.list /etc/apt/sources.list.d/* 2>/dev/null | sed -n "s/^\(deb \|URIs: *\)\(\[.*\] \)\?\(http[^ ]*\).*/\3/p" | sed -n 1p) || true
+mirror=$(debian_sources | sed -n 's/^deb \(.*\) bookworm .*/\1/p')
 quietly debootstrap --variant=minbase bookworm "$root" "$mirror"
 for package in "${packages[@]}"; do
   case "$package" in *-dbgsym_*) ;; *) cp "$package" "$root/tmp" ;; esac

@@ -14,7 +14,8 @@ def read(block):
     """The system of a block, its image, the user in it, its commands and the reports that it uploads."""
     (job,) = block.get("jobs", block).values()
     if "jobs" not in block:
-        return "gitlab", job["image"], "", job.get("before_script", []) + job["script"], job["artifacts"]["reports"]["junit"]
+        commands = job.get("before_script", []) + job["script"]
+        return "gitlab", job["image"], "", commands, job["artifacts"]["reports"]["junit"]
     container, steps = job["container"], job["steps"]
     options = container.get("options", "") if isinstance(container, dict) else ""
     (upload,) = [step for step in steps if step.get("uses", "").startswith("actions/upload-artifact@")]
@@ -29,7 +30,7 @@ def read(block):
 
 
 page, folder = Path(sys.argv[1]).read_text(), Path(sys.argv[2])
-blocks = dict(re.findall(r"^```(yaml|python)\n(.*?)^```$", page, re.M | re.S))
+(test,) = re.findall(r"^```python\n(.*?)^```$", page, re.M | re.S)
 seen = []
 for text in re.findall(r"^```yaml\n(.*?)^```$", page, re.M | re.S):
     system, image, user, commands, report = read(yaml.safe_load(text))
@@ -40,5 +41,5 @@ for text in re.findall(r"^```yaml\n(.*?)^```$", page, re.M | re.S):
         (job / "script").write_text("\n".join(commands) + "\n")
         (job / "user").write_text(user)
         (job / "reports").write_text(report + "\n")
-        (job / "test_page.py").write_text(blocks["python"])
+        (job / "test_page.py").write_text(test)
 assert sorted(seen) == [(system, of_image) for system in sorted(SYSTEMS) for of_image in (False, True)], seen
