@@ -90,8 +90,8 @@ show() { printf '$ %s\n' "$*"; "$@"; }
 # run SUITE EXPECTED: runs a suite as a user does; the status of the whole must be as expected
 run() {
   local status=0
-  show sbatch --parsable --array="0-$((shards - 1))" shards.sbatch "$1" | tee /dev/stderr | tail -n 1 >"$work/job"
-  job=$(cat "$work/job")
+  echo "\$ sbatch --array=0-$((shards - 1)) shards.sbatch $1"
+  job=$(sbatch --parsable --array="0-$((shards - 1))" shards.sbatch "$1")
   show srun --quiet --dependency="afterany:$job" ./merge.py "$shards" "results/$job" "results/$job.xml" || status=$?
   show squeue --jobs="$job" --states=all --array --sort=i --Format=JobArrayID:8,Name:12,State:11,StartTime:21,EndTime:20
   tail -qn 1 "results/$job"-*.log
