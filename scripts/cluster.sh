@@ -10,10 +10,7 @@ cd "$(dirname "$0")/.."
 
 shards=${1:-8}
 [[ $# -le 1 && $shards =~ ^([2-9]|[1-9][0-9])$ ]] || { echo "usage: $0 [SHARDS]     at least 2" >&2; exit 2; }
-install_packages slurmctld slurmd slurm-client munge procps python3-pytest python3-junitparser
-build dev vesk_video_interface vesk-video-service veskctl vesk_python
-export PATH=$PWD/build/dev/tools/veskctl:$PWD/build/dev/service:$PATH
-export PYTHONPATH=$PWD/build/dev/python VESK_VIDEO_LIBRARY=$PWD/build/dev/libvesk_video_interface.so
+prepare_suite slurmctld slurmd slurm-client munge procps
 
 rm -rf build/cluster
 cp -r examples/cluster build/cluster
@@ -23,27 +20,33 @@ work=$(mktemp -d)
 chmod 711 "$work" # munged insists that others can reach its socket
 controller=0 node=0
 finish() {
-  local status=$? pid
+  local status=$? jobs
   trap - EXIT
-  [ "$controller" -eq 0 ] || timeout 20 scancel --full --me 2>/dev/null || true
-  for pid in $node $controller; do
-    [ "$pid" -eq 0 ] || kill -TERM "$pid" 2>/dev/null || continue
-    timeout 20 tail --pid="$pid" -s 0.1 -f /dev/null || kill -KILL "$pid"
-  done
+  [ "$controller" -eq 0 ] || timeout 10 scancel --me 2>/dev/null || true
+  mapfile -t jobs < <(left_behind)
+  await_end "${jobs[@]}"
+  [ "$node" -eq 0 ] || end "$node"
+  [ "$controller" -eq 0 ] || end "$controller"
   [ ! -f "$work/munged.pid" ] || munged --stop --socket="$work/munge.socket" --pid-file="$work/munged.pid" >/dev/null
-  for pid in $(left_behind); do kill -KILL "$pid" 2>/dev/null || true; done
   [ $status -eq 0 ] || tail -n 5 "$work"/*.log >&2 || true
   rm -rf "$work"
   exit $status
 }
+end() { kill -TERM "$1" 2>/dev/null || true; await_end "$1"; }
+await_end() {
+  local pid
+  for pid in "$@"; do timeout 10 tail --pid="$pid" -s 0.1 -f /dev/null || kill -KILL "$pid" 2>/dev/null || true; done
+}
+# Whatever this cluster has started has its configuration in its environment; printed are the jobs' processes.
+left_behind() {
+  local file
+  grep -lszxF "SLURM_CONF=$work/slurm.conf" /proc/[0-9]*/environ | while read -r file; do
+    grep -qsxE 'munged|slurmctld|slurmscriptd|slurmd' "${file%environ}comm" || basename "${file%/environ}"
+  done
+}
 trap finish EXIT
 trap 'exit 130' INT
 trap 'exit 143' TERM HUP
-
-# Whatever runs in a job has the configuration of this cluster in its environment.
-left_behind() {
-  grep -lszxF "SLURM_CONF=$work/slurm.conf" /proc/[0-9]*/environ | cut -d/ -f3 | grep -vx $$ || true
-}
 
 start_cluster() {
   local host user ports
@@ -68,6 +71,7 @@ for held in [socket.create_server(("127.0.0.1", 0)) for _ in range(2)]: print(he
     SlurmdPidFile=$work/slurmd.pid
     SlurmdParameters=config_overrides
     ProctrackType=proctrack/linuxproc
+    KillWait=1
     TaskPlugin=task/none
     MpiDefault=none
     SelectType=select/cons_tres
@@ -92,7 +96,8 @@ run() {
   local status=0
   echo "\$ sbatch --array=0-$((shards - 1)) shards.sbatch $1"
   job=$(sbatch --parsable --array="0-$((shards - 1))" shards.sbatch "$1")
-  show srun --quiet --dependency="afterany:$job" ./merge.py "$shards" "results/$job" "results/$job.xml" || status=$?
+  show srun --quiet --dependency="afterany:$job" ./merge.py "$shards" "results/$job" "results/$job.xml" &
+  wait $! || status=$? # a signal ends this wait at once
   show squeue --jobs="$job" --states=all --array --sort=i --Format=JobArrayID:8,Name:12,State:11,StartTime:21,EndTime:20
   tail -qn 1 "results/$job"-*.log
   [ $status -eq "$2" ] || fail "merge.py ended with status $status, not $2"

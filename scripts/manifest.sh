@@ -7,10 +7,7 @@ cd "$(dirname "$0")/.."
 . scripts/steps.sh
 
 newer="backoffLimitPerIndex completionMode podFailurePolicy" # of Kubernetes 1.29, 1.21 and 1.26
-install_packages python3-pytest python3-junitparser
-build dev vesk_video_interface vesk-video-service veskctl vesk_python
-export PATH=$PWD/build/dev/tools/veskctl:$PWD/build/dev/service:$PATH
-export PYTHONPATH=$PWD/build/dev/python VESK_VIDEO_LIBRARY=$PWD/build/dev/libvesk_video_interface.so
+prepare_suite
 kubectl=$PWD/build/kubernetes-client/usr/bin/kubectl
 export KUBECONFIG=/dev/null # no cluster of the user's
 work=$(mktemp -d)
@@ -83,6 +80,7 @@ cp -r examples/cluster "$work/suite"
 cd "$work/suite"
 for ((index = 0; index < shards; ++index)); do
   pod=("${command[@]:1}")
+  # shellcheck disable=SC2016 # kubernetes replaces this, not a shell
   "${pod[@]//'$(JOB_COMPLETION_INDEX)'/$index}" || fail "a pod failed"
 done >"$work/log"
 ./merge.py "$shards" - "$work/report.xml" <"$work/log"

@@ -5,6 +5,7 @@
 #   install_benchmark_packages      installs what benchmarks compare with, if it can be had
 #   debian_sources                  prints this machine's sources of Debian 12, in lines of a sources.list
 #   build PRESET [TARGET...]        configures and builds a preset, or targets of it
+#   prepare_suite [PACKAGE...]      the same for tests of pytest, whose commands then find what was built
 #   minutes_and_preset [N] [--preset PRESET]   sets minutes and preset, which have their defaults, from arguments
 #   step TITLE COMMAND...           runs a command and says how long it took
 #   quietly COMMAND...              runs a command and shows its output only if it fails
@@ -62,6 +63,13 @@ build() {
   [ $# -eq 0 ] || targets=(--target "$@")
   step "configuring $preset" quietly cmake --preset "$preset"
   step "building $preset" show_progress cmake --build --preset "$preset" --parallel "$(nproc)" "${targets[@]}"
+}
+
+prepare_suite() {
+  install_packages python3-pytest python3-junitparser "$@"
+  build dev vesk_video_interface vesk-video-service veskctl vesk_python
+  export PATH=$PWD/build/dev/tools/veskctl:$PWD/build/dev/service:$PATH
+  export PYTHONPATH=$PWD/build/dev/python VESK_VIDEO_LIBRARY=$PWD/build/dev/libvesk_video_interface.so
 }
 
 # shellcheck disable=SC2034 # minutes is used by those who source this

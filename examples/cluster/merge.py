@@ -1,8 +1,8 @@
 #!/usr/bin/python3
 """Makes one JUnit file of what the shards of a suite have reported (see shard.sh).
 
-A shard that has not reported, or not all of it, is an error in that file; so is a test that several shards have run. The
-status is 1 if there is an error or a failed test.
+A shard that has not reported, or not all of it, is an error in that file; so is a test that several shards have run.
+The status is 1 if there is an error or a failed test.
 """
 
 from __future__ import annotations
