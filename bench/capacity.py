@@ -107,8 +107,8 @@ def main() -> None:
               f"  {after:10.0f}  {opened:8.0f}  {files:5.0f}", flush=True)
     busy = (start + serving + used) / 1000
     cores = os.cpu_count() or 1
-    print(f"\nA device and a run of the tour keep a core busy for {busy:.3f} s. A thousand, each of which takes a second, are")
-    print(f"through after {1000 * busy / cores:.0f} s on this machine's {cores} cores if {cores / busy:.0f} are run at once.")
+    print(f"\nA device and a run of the tour keep a core busy for {busy:.3f} s. A thousand, of a second each, take")
+    print(f"{1000 * busy / cores:.0f} s on this machine's {cores} cores if {cores / busy:.0f} are run at once.")
 
 
 if __name__ == "__main__":

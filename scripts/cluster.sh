@@ -33,9 +33,11 @@ finish() {
   exit $status
 }
 end() { kill -TERM "$1" 2>/dev/null || true; await_end "$1"; }
-await_end() {
-  local pid
-  for pid in "$@"; do timeout 10 tail --pid="$pid" -s 0.1 -f /dev/null || kill -KILL "$pid" 2>/dev/null || true; done
+await_end() { # of all of them, within 10 seconds
+  local pid end=$((SECONDS + 10))
+  for pid in "$@"; do
+    timeout $((end > SECONDS ? end - SECONDS : 1)) tail --pid="$pid" -s 0.1 -f /dev/null || kill -KILL "$pid" 2>/dev/null || true
+  done
 }
 # Whatever this cluster has started has its configuration in its environment; printed are the jobs' processes.
 left_behind() {
@@ -83,9 +85,9 @@ END
   export SLURM_CONF=$work/slurm.conf
   munged --key-file="$work/munge.key" --socket="$work/munge.socket" --pid-file="$work/munged.pid" \
     --log-file="$work/munged.log" --seed-file="$work/munged.seed"
-  slurmctld -D >"$work/slurmctld.log" 2>&1 &
-  controller=$!
-  slurmd -D >"$work/slurmd.log" 2>&1 &
+  setsid slurmctld -D >"$work/slurmctld.log" 2>&1 &
+  controller=$! # out of reach of the terminal's Ctrl-C: it is needed to end the jobs
+  setsid slurmd -D >"$work/slurmd.log" 2>&1 &
   node=$!
 }
 
