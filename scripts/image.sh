@@ -111,7 +111,8 @@ inside() {
   # shellcheck disable=SC2016 # of the inner shell
   "${rooted[@]}" unshare --mount --pid --fork --kill-child sh -c 'root=$1 user=$2 folder=$3; shift 3
     mount -t proc proc "$root/proc" && mount --rbind /dev "$root/dev" &&
-      exec chroot --userspec="$user" "$root" env -i --chdir="$folder" "$@"' - "$root" "$1" "$folder" "${environment[@]}" "${@:2}"
+      exec chroot --userspec="$user" "$root" env -i --chdir="$folder" "$@"' \
+    - "$root" "$1" "$folder" "${environment[@]}" "${@:2}"
 }
 inside "$image_user" veskctl with-device -- vesk-minimal
 
