@@ -1,5 +1,6 @@
 // Starts further processes of this program.
 #include "bench/process.h"
+#include "vesk_video/vesk_video.h"
 
 #include <cerrno>
 #include <csignal>
@@ -49,6 +50,22 @@ pid_t Start(const std::vector<std::string>& command, const std::vector<int>& kep
     execvp(arguments[0], arguments.data());
     dprintf(STDERR_FILENO, "%s: %s\n", arguments[0], strerror(errno));
     _exit(127);
+}
+
+ServiceProcess::ServiceProcess() : process_(Start({VESK_BENCH_SERVICE}, {}, STDERR_FILENO))
+{
+    uint32_t ports = 0;
+    for (int tries = 0; VeskVideoGetVoCount(&ports) != 0; ++tries) {
+        if (tries == 2500)
+            Fail("the service does not start");
+        usleep(2000);
+    }
+}
+
+ServiceProcess::~ServiceProcess()
+{
+    kill(process_, SIGTERM);
+    Join(process_);
 }
 
 OnCpu::OnCpu(int cpu)

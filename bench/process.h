@@ -12,6 +12,18 @@ namespace vesk::bench {
 /// @p kept, and @p output as its standard output unless that is -1; it does not outlive this one.
 pid_t Start(const std::vector<std::string>& command, const std::vector<int>& kept, int output = -1);
 
+/// The virtual service in a process of its own.
+class ServiceProcess {
+public:
+    ServiceProcess();
+    ~ServiceProcess();
+    ServiceProcess(const ServiceProcess&) = delete;
+    ServiceProcess& operator=(const ServiceProcess&) = delete;
+
+private:
+    pid_t process_;
+};
+
 /// While it lives, this thread and the processes that it starts run on one CPU alone.
 class OnCpu {
 public:

@@ -87,30 +87,6 @@ void SendToService(const VeskVideoMsgHead& head, std::span<const std::byte> payl
         Fail("the service refuses request " + std::to_string(head.msgId) + ": " + std::to_string(result));
 }
 
-/// A service in a process of its own.
-class ServiceProcess {
-public:
-    ServiceProcess() : process_(Start({VESK_BENCH_SERVICE}, {}, STDERR_FILENO))
-    {
-        uint32_t ports = 0;
-        for (int tries = 0; VeskVideoGetVoCount(&ports) != 0; ++tries) {
-            if (tries == 2500)
-                Fail("the service does not start");
-            usleep(2000);
-        }
-    }
-    ~ServiceProcess()
-    {
-        kill(process_, SIGTERM);
-        Join(process_);
-    }
-    ServiceProcess(const ServiceProcess&) = delete;
-    ServiceProcess& operator=(const ServiceProcess&) = delete;
-
-private:
-    pid_t process_;
-};
-
 /// Asks for the scene 60 times a second, from a connection of its own, while it is wanted.
 class Asker {
 public:
