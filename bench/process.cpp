@@ -65,7 +65,7 @@ ServiceProcess::ServiceProcess() : process_(Start({VESK_BENCH_SERVICE}, {}, STDE
 ServiceProcess::~ServiceProcess()
 {
     kill(process_, SIGTERM);
-    Join(process_);
+    waitpid(process_, nullptr, 0);
 }
 
 OnCpu::OnCpu(int cpu)
