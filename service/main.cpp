@@ -225,10 +225,14 @@ try {
                 {.name = "--end-with-input",
                  .place = &endsWithInput,
                  .help = "End when standard input ends, as it does when the process that holds its other end "
-                         "does"},
+                         "does; nothing else can be read from it"},
             },
         .run =
             [&] {
+                if ((deviceFile == "-") + (scenarioFile == "-") + endsWithInput > 1)
+                    throw Error(
+                        std::string(kProgram) +
+                        ": standard input serves one of --device -, --scenario - and --end-with-input");
                 Bytes scenario;
                 if (!scenarioFile.empty())
                     scenario = steering::ScenarioFromFile(decoder::Decoder(), scenarioFile).data;
