@@ -35,14 +35,14 @@ if TYPE_CHECKING:
     from .client import Client as Client, ClientEnded as ClientEnded
     from .device import Device as Device, DeviceError as DeviceError, Fault as Fault, Watch as Watch
 
-_LATE = {"Client": "client", "ClientEnded": "client"}
-_LATE.update(dict.fromkeys(("Device", "DeviceError", "Fault", "Watch"), "device"))
+else:
+    _LATE = {"Client": "client", "ClientEnded": "client"}
+    _LATE.update(dict.fromkeys(("Device", "DeviceError", "Fault", "Watch"), "device"))
 
+    def __getattr__(name: str) -> object:
+        """Loads what starts processes when it is first used: most programs do not."""
+        if name not in _LATE:
+            raise AttributeError(f"module {__name__!r} has no attribute {name!r}")
+        from importlib import import_module
 
-def __getattr__(name: str) -> object:
-    """Loads what starts processes when it is first used: most programs do not."""
-    if name not in _LATE:
-        raise AttributeError(f"module {__name__!r} has no attribute {name!r}")
-    from importlib import import_module
-
-    return getattr(import_module("." + _LATE[name], __name__), name)
+        return getattr(import_module("." + _LATE[name], __name__), name)

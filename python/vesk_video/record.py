@@ -11,11 +11,12 @@ from operator import index
 TYPE_CHECKING = False
 if TYPE_CHECKING:
     from collections.abc import Iterable, Iterator
-    from typing import Any, Callable, Generic, Protocol, SupportsIndex, TypeVar, overload
+    from typing import Any, Generic, Protocol, SupportsIndex, TypeVar, overload
 
     _Element = TypeVar("_Element")
     _Given = TypeVar("_Given", contravariant=True)
     _SomeRecord = TypeVar("_SomeRecord", bound="Record")
+    _Structure = ctypes._CData  # which has no attributes but its own, while ctypes.Structure is said to have any
 
     class Kind(Protocol):
         """A C type: what a value has to be, and how ctypes stores it."""
@@ -58,6 +59,9 @@ if TYPE_CHECKING:
 
         def __set__(self, record: object, values: Iterable[_Given]) -> None:
             ...
+
+else:
+    _Structure = ctypes.Structure
 
 
 def nearest(word: str, words: Iterable[str]) -> str:
@@ -221,7 +225,7 @@ class ArrayOf:
         return self.ctype(*elements)
 
 
-class Record(ctypes.Structure):
+class Record(_Structure):
     """A record of the interface: made from keywords, with all other fields 0, and read and set by its fields' names."""
 
     _kinds: dict[str, Kind] = {}
@@ -231,13 +235,13 @@ class Record(ctypes.Structure):
         for name, value in fields.items():
             setattr(self, name, value)
 
-    def __setattr__(self, name: str, value: Any) -> None:
-        kind = self._kinds.get(name)
-        if kind is None:
-            raise AttributeError(f"{type(self).__name__} has no field {name!r}{nearest(name, self._kinds)}")
-        super().__setattr__(name, kind(type(self).__name__, name, value))
-
     if not TYPE_CHECKING:
+
+        def __setattr__(self, name: str, value: Any) -> None:
+            kind = self._kinds.get(name)
+            if kind is None:
+                raise AttributeError(f"{type(self).__name__} has no field {name!r}{nearest(name, self._kinds)}")
+            super().__setattr__(name, kind(type(self).__name__, name, value))
 
         def __getattr__(self, name: str) -> Any:
             raise AttributeError(f"{type(self).__name__} has no field {name!r}{nearest(name, self._kinds)}")
@@ -292,7 +296,7 @@ class Nested:
 def layout(record: type[Record], **kinds: Kind) -> None:
     """Gives a class its fields, in the order of the layout."""
     record._kinds = kinds
-    record._fields_ = [(name, kind.ctype) for name, kind in kinds.items()]
+    record._fields_ = [(name, kind.ctype) for name, kind in kinds.items()]  # type: ignore[attr-defined]
     for name, kind in kinds.items():
         if isinstance(kind, Text):
             setattr(record, name, _TextField(getattr(record, name)))
