@@ -417,7 +417,7 @@ def python_names(function: Function, request: Optional[Request], fields: set[str
     numbers = [
         parameter.name
         for place, parameter in enumerate(parameters)
-        if parameter.type in INTEGERS or parameter.type == "void*" and not has_length(parameters[place + 1 :])
+        if parameter.type in INTEGERS or parameter.type == "void*" and not has_length(parameters[1 + place:])
     ]
     names = {name: name for name in numbers}
     if request is None:
