@@ -39,7 +39,7 @@ def load() -> Any:
         _library = library
         import atexit
 
-        atexit.register(_leave)
+        atexit.register(_end)
     return _library
 
 
@@ -128,10 +128,20 @@ def left() -> None:
     _entered_by = 0
 
 
-def _leave() -> None:
-    """Ends the use of the library while the interpreter can still run what the library calls."""
+def is_used() -> bool:
+    """Whether this process, or the one that it was forked from, has called the library."""
+    return _library is not None
+
+
+def leave() -> None:
+    """Calls VeskVideoExit for a process that has called VeskVideoInit alone. There may be no service any more."""
     if _entered_by == os.getpid():
         load().VeskVideoExit()
         left()
+
+
+def _end() -> None:
+    """Ends the use of the library while the interpreter can still run what the library calls."""
+    leave()
     for step in before_exit:
         step()

@@ -74,7 +74,7 @@ def _records_of(payload: Record | bytes) -> Iterator[Record]:
     if isinstance(payload, Record):
         yield payload
         if hasattr(type(payload), "view"):
-            yield payload.view()
+            yield payload.view()  # type: ignore[attr-defined]
 
 
 def _fields(number: int) -> dict[str, Callable[[str, str, Any], Any] | None]:
@@ -169,10 +169,10 @@ def _remove_callback() -> None:
 
 @library.before_exit.append
 def _let_callbacks_return() -> None:
-    """Lets the calls that have begun return while they can.
+    """Lets the calls that have begun return while they can; without a callback none begins any more.
 
-    A thread that enters the interpreter after its end would be ended within functions of the library, which takes the
-    process down. Without a callback no call begins any more.
+    The interpreter ends a thread that enters it after its end: with the callback half done, and within functions of the
+    library and the platform.
     """
     global _callback
     if _callback is None:
@@ -211,8 +211,9 @@ class Notifications:
         global _callback_before
         self._is_open = True
         _open.append(self)
-        if VeskVideoGetCallbackPtr() is not _distribute:
-            _callback_before = VeskVideoGetCallbackPtr()
+        before = VeskVideoGetCallbackPtr()
+        if before is not _distribute:
+            _callback_before = before
             try:
                 VeskVideoSetCallback(_distribute)
             except BaseException:
@@ -292,12 +293,12 @@ class Notifications:
                 left = end - monotonic()
                 if left <= 0:
                     raise TimeoutError(_missing(wanted, fields, timeout, list(self._arrived)))
-                if self not in _open or VeskVideoGetCallbackPtr() is not _distribute:
+                if not self._is_open or VeskVideoGetCallbackPtr() is not _distribute:
                     raise RuntimeError(f"wait_for: {wanted} cannot arrive: {self._why_closed()}")
                 self._condition.wait(left)
 
     def _why_closed(self) -> str:
-        if self not in _open:
+        if not self._is_open:
             return "these Notifications are not open; use them in a with statement"
         return "VeskVideoInit, VeskVideoExit or VeskVideoSetCallback has removed the callback since they were opened"
 
@@ -309,6 +310,12 @@ class Notifications:
 
 _open: list[Notifications] = []
 _callback_before: Callable[..., object] | None = None
+
+
+def close_all() -> None:
+    """Closes all that are open; what waits for one of them ends."""
+    for receiver in list(_open):
+        receiver.close()
 
 
 def _distribute(notification: Notification) -> None:

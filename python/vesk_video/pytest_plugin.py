@@ -4,9 +4,7 @@ from __future__ import annotations
 
 import os
 import signal
-import sys
 from collections.abc import Generator, Iterator
-from contextlib import suppress
 
 import pytest
 
@@ -35,6 +33,7 @@ def pytest_addoption(parser: pytest.Parser) -> None:
 
 def pytest_configure(config: pytest.Config) -> None:
     config.addinivalue_line("markers", _MARKER)
+    _lines(config)
 
 
 def _option(config: pytest.Config, name: str) -> Any:
@@ -42,18 +41,24 @@ def _option(config: pytest.Config, name: str) -> Any:
     return given if given is not None else config.getini(name) or None
 
 
+def _lines(config: pytest.Config) -> int:
+    given = _option(config, "vesk_lines")
+    try:
+        return int(given)
+    except (TypeError, ValueError):
+        raise pytest.UsageError(f"vesk_lines: {given!r} is not a number of lines") from None
+
+
 def _leave() -> None:
     """Has this process leave the library, if it has used it, as the next test expects to find it."""
-    library = sys.modules.get("vesk_video.library")
-    if getattr(library, "_library", None) is None:
-        return
-    from ._functions import VeskVideoExit
-    from .errors import VeskError
-    from .notifications import VeskVideoSetCallback
+    from . import library
 
-    if library._entered_by == os.getpid():  # type: ignore[union-attr]
-        with suppress(VeskError):  # there may be no service any more
-            VeskVideoExit()
+    if not library.is_used():
+        return
+    from .notifications import VeskVideoSetCallback, close_all
+
+    close_all()
+    library.leave()
     # Takes what the library holds, and what is on its way, until the next VeskVideoInit.
     VeskVideoSetCallback(_ignore)
 
@@ -90,7 +95,7 @@ def pytest_runtest_makereport(item: pytest.Item) -> Generator[None, Any, None]:
     device = item.stash.get(_DEVICE, None)
     if device is None or not report.failed:
         return
-    shown = int(_option(item.config, "vesk_lines"))
+    shown = _lines(item.config)
     for title, lines in (
         ("messages of the virtual device", device.messages()),
         ("log of the virtual device", device.log().splitlines()),

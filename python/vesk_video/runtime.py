@@ -7,15 +7,15 @@ import fcntl
 import os
 import shutil
 import subprocess
-import sys
 import tempfile
+
+from . import library
 
 _LONGEST = 70  # bytes of a folder in which the names of sockets still fit into an address
 
 _directory: str | None = None
 _owner: int | None = None  # the process that has made it; a forked child has not
 _held: int | None = None
-_keeper: subprocess.Popen[bytes] | None = None
 
 
 def directory() -> str:
@@ -51,8 +51,7 @@ def hold() -> int:
 
 def _check_library() -> None:
     """The platform reads the variable once, so the library must not have been used before."""
-    library = sys.modules.get(__package__ + ".library")
-    if getattr(library, "_library", None) is not None:
+    if library.is_used():
         used = os.environ.get("VESK_RUNTIME_DIR", "the default one")
         raise RuntimeError(
             f"this process has used the library in another runtime directory ({used}) already, which cannot be changed;"
@@ -76,9 +75,9 @@ def _make(parent: str) -> str:
 
 def _start_keeper(path: str) -> None:
     """Has a shell remove the directory when this process, and all that hold it, have ended, however they do."""
-    global _held, _keeper
+    global _held
     end, _held = os.pipe()
-    _keeper = subprocess.Popen(
+    keeper = subprocess.Popen(
         ["/bin/sh", "-c", 'read -r end; rm -rf -- "$1"', "sh", path],
         stdin=end,
         stdout=subprocess.DEVNULL,
@@ -87,6 +86,7 @@ def _start_keeper(path: str) -> None:
         start_new_session=True,
     )
     os.close(end)
+    keeper.returncode = 0  # it outlives this process, so nobody waits for it
 
 
 def _remove() -> None:
