@@ -11,6 +11,7 @@ import subprocess
 import sys
 import threading
 from multiprocessing.connection import Connection
+from multiprocessing.reduction import ForkingPickler
 
 TYPE_CHECKING = False
 if TYPE_CHECKING:
@@ -65,6 +66,11 @@ class Client:
         """The number of its process."""
         return self._process.pid
 
+    @property
+    def is_running(self) -> bool:
+        """Whether its process runs."""
+        return self._process.poll() is None
+
     def __getattr__(self, name: str) -> Callable[..., Any]:
         if not name.startswith("VeskVideo"):
             raise AttributeError(f"a client has no {name!r}; its methods are the functions of the interface")
@@ -90,9 +96,13 @@ class Client:
         return taken
 
     def _call(self, name: str, arguments: tuple[Any, ...], named: dict[str, Any]) -> Any:
+        try:
+            request = ForkingPickler.dumps((name, arguments, named))
+        except Exception as error:
+            raise TypeError(f"client {self.name}: {name}: what cannot be passed to its process: {error}") from None
         with self._lock:
             try:
-                self._connection.send((name, arguments, named))
+                self._connection.send_bytes(request)
                 is_result, result = self._connection.recv()
             except (EOFError, OSError):
                 raise ClientEnded(f"client {self.name} {self._reap()}: {name} has no result") from None
@@ -168,7 +178,7 @@ def _serve() -> None:
     while True:
         try:
             name, arguments, named = connection.recv()
-        except EOFError:
+        except (EOFError, OSError):
             return
         try:
             result = own[name](*arguments, **named) if name in own else getattr(vesk_video, name)(*arguments, **named)

@@ -12,13 +12,14 @@ import signal
 import subprocess
 import threading
 import time
+from collections.abc import Mapping
 from pathlib import Path
 
 from . import runtime
 
 TYPE_CHECKING = False
 if TYPE_CHECKING:
-    from collections.abc import Iterable, Iterator, Mapping
+    from collections.abc import Iterable, Iterator
     from types import TracebackType
     from typing import Any, Union
 
@@ -174,6 +175,7 @@ class Device:
         self._service: subprocess.Popen[bytes] | None = None
         self._recorder: subprocess.Popen[bytes] | None = None
         self._clients: list[Client] = []
+        self._watches: list[Watch] = []
 
     # Its life.
 
@@ -223,31 +225,33 @@ class Device:
     def stop(self) -> None:
         """Ends the service as SIGTERM does. Raises DeviceError if it does not end in order."""
         self.close_clients()
-        service = self._service
+        while self._watches:
+            _end(self._watches.pop()._process, signal.SIGKILL)
+        Device._running = None
+        self._end_in_order()
+
+    def _end_in_order(self) -> None:
         has_run = self.is_running
         self._end_recording()
-        Device._running = None
-        if service is None:
-            return
-        status = _end(service, signal.SIGTERM)
-        assert service.stdout is not None
-        service.stdout.close()
+        status = self._end_service(signal.SIGTERM)
         if has_run and status != 0:
             raise DeviceError(f"the service {_ending(status)}\n{self.log()}")
 
+    def _end_service(self, by: signal.Signals) -> int:
+        if self._service is None:
+            return 0
+        status = _end(self._service, by)
+        assert self._service.stdout is not None
+        self._service.stdout.close()
+        return status
+
     def kill(self) -> None:
         """Ends the service as a crash does: at once, without a word to its clients."""
-        if self._service is not None:
-            self._service.kill()
-            _end(self._service, signal.SIGKILL)
+        self._end_service(signal.SIGKILL)
 
     def restart(self) -> None:
         """Starts the service anew, after ending it if it runs; clients that still run are told."""
-        if self.is_running:
-            clients, self._clients = self._clients, []
-            self.stop()
-            self._clients = clients
-        self._end_recording()
+        self._end_in_order()
         self._start()
 
     @property
@@ -319,7 +323,11 @@ class Device:
     ) -> Fault:
         """Adds a rule, a line such as "VO_START outEngNo=2001 result BUSY"; words are quoted as in a shell."""
         given = {"app": app, "after": after, "every": every, "percent": percent, "count": count, "seed": seed}
-        answer = self.command("fault", "add", *shlex.split(rule), *_options(given))
+        try:
+            words = shlex.split(rule)
+        except ValueError as error:
+            raise DeviceError(f"fault: {rule!r}: {error}", 2) from None
+        answer = self.command("fault", "add", *words, *_options(given))
         return Fault(self, answer["fault"])
 
     def faults(self) -> list[dict[str, Any]]:
@@ -380,12 +388,17 @@ class Device:
         """Watches the messages of all applications from now on: of these names, patterns, numbers or FIELD=VALUE."""
         if not self.is_running:
             raise DeviceError(self._why_not_running(), 4)
-        return Watch(self, match, slow)
+        watch = Watch(self, match, slow)
+        self._watches.append(watch)
+        return watch
 
     def client(self, name: str) -> Client:
         """A client in a process of its own, which ends with the device."""
         from .client import Client
 
+        # The service would take its requests, but send it no notifications.
+        if any(client.name == name and client.is_running for client in self._clients):
+            raise DeviceError(f"there is a client {name!r} already; two need different names")
         client = Client(name)
         self._clients.append(client)
         return client
@@ -490,12 +503,11 @@ def _find_service() -> str:
     named = os.environ.get("VESK_SERVICE")
     if named:
         return named
-    tool = shutil.which("veskctl")
-    if tool is not None:
-        for place in ("vesk-video-service", "../../service/vesk-video-service"):
-            path = os.path.normpath(os.path.join(os.path.dirname(os.path.realpath(tool)), place))
-            if os.access(path, os.X_OK):
-                return path
+    folder = os.path.dirname(os.path.realpath(_find("veskctl")))
+    for place in ("vesk-video-service", "../../service/vesk-video-service"):
+        path = os.path.normpath(os.path.join(folder, place))
+        if os.access(path, os.X_OK):
+            return path
     return "vesk-video-service"
 
 
@@ -509,6 +521,8 @@ def _scenario_file(scenario: Scenario) -> str:
         return os.fspath(scenario)
     lines: list[str] = []
     for step in scenario:
+        if not isinstance(step, Mapping):
+            raise TypeError(f'a step is a mapping such as {{"at": 2.5, "do": "unplug input 0"}}, not {step!r}')
         lines.append("[[step]]")
         # JSON writes numbers, texts and lists as TOML does, as long as it leaves other letters as they are.
         lines += [f"{name} = {json.dumps(value, ensure_ascii=False)}" for name, value in step.items()]

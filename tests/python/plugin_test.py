@@ -15,7 +15,7 @@ from vesk_video.device import Device, DeviceError
 pytest_plugins = ["pytester"]
 
 SUITE = """
-    import os, signal, pytest, vesk_video
+    import os, signal, threading, pytest, vesk_video
 
     def test_first_frame(vesk_device):
         vesk_video.VeskVideoInit()
@@ -31,6 +31,10 @@ SUITE = """
     def test_scenario(vesk_device):
         state = vesk_device.state()
         assert not state["inputs"][0]["plugged"] and len(state["faults"]) == 1 and state["clients"] == []
+
+    def test_forgotten(vesk_device):
+        vesk_video.VeskVideoInit()
+        threading.Thread(target=list, args=[vesk_video.Notifications().__enter__()]).start()
 """
 
 
@@ -58,7 +62,7 @@ def test_a_failure_shows_the_last_messages_and_the_log(pytester, options):
     pytester.makepyfile(SUITE)
     pytester.makeini("[pytest]\naddopts = --strict-markers\nvesk_lines = 3")
     result = pytester.runpytest_subprocess(*options)
-    result.assert_outcomes(passed=2, failed=1)
+    result.assert_outcomes(passed=3, failed=1)
     result.stdout.re_match_lines(
         [
             r".*VeskError: VeskVideoVoStart: .*BUSY.*",
@@ -117,7 +121,9 @@ REFUSALS = [
     (lambda device: device.unplug("input", 7), 3, "veskctl: there is no input 7: NUMBER (0x203)"),
     (lambda device: device.fault("VO_STOP drop"), 2, "drop is an effect of notifications; VO_STOP is a request"),
     (lambda device: device.scenario([{"at": "soon", "do": []}]), 2, '[0].at: expected seconds, 0 to 86400, not "so'),
+    (lambda device: device.fault("VO_STOP 'close"), 2, "fault: \"VO_STOP 'close\": No closing quotation"),
     (lambda device: device.watch("NOTHING"), 2, "'NOTHING'"),
+    (lambda device: [device.client("twin") for _ in "12"], 1, "there is a client 'twin' already"),
     (lambda device: Device().start(), 1, "this process has a device already"),
     (lambda device: [device.kill(), device.state()], 4, "the service was ended by SIGKILL"),
 ]
@@ -138,6 +144,7 @@ def test_what_steers_it_shows_in_its_state(vesk_device):
     "options, text",
     [
         ({"device": "no.toml"}, "no.toml"),
+        ({"device": "-"}, "standard input serves one of --device -, --scenario - and --end-with-input"),
         ({"service_program": "/nowhere"}, "cannot start /nowhere: No such file"),
         ({"scenario": [{"at": 0, "do": "unplgu"}]}, "there is no command 'unplgu'; nearest: unplug"),
     ],
@@ -146,7 +153,10 @@ def test_a_device_that_cannot_start_says_why(options, text):
     with pytest.raises(DeviceError) as failed:
         Device(**options).start()
     assert text in str(failed.value)
-    Device().start().stop()
+    with Device() as device:
+        watch = device.watch("*")
+    with pytest.raises(StopIteration):
+        watch.next()
 
 
 def test_clients_are_processes(vesk_device):
@@ -165,6 +175,8 @@ def test_clients_are_processes(vesk_device):
         second.VeskVideoViStart(number)
         assert [message["request"]["name"] for message in messages.stop()] == ["VI_START"]
     assert (fault.matches, fault.hits) == (1, 1)
+    with pytest.raises(TypeError, match="client camera-1: VeskVideoSetCallback: what cannot be passed"):
+        first.VeskVideoSetCallback(lambda _: None)
     first.pause()
     first.resume()
     second.kill()
