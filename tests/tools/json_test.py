@@ -39,7 +39,8 @@ printf '[[step]]\nat = 0\ndo = "fault clear"\n' > scenario && J device scenario 
 J device scenario
 J device top --count 2 --interval 0.5 & until_ready watched; veskctl call INIT > called; wait $!
 J device watch --count 1 --summary & until_ready watched; veskctl call INIT > called; wait $!
-J serve tour --once --strict --service A/B & A="veskctl --service A/B"; $A wait-service; $A call VO_STOP outEngNo=88 > called; wait $!
+J serve tour --once --strict --service A/B & A="veskctl --service A/B"
+$A wait-service; $A call VO_STOP outEngNo=88 > called; wait $!
 """
 
 
