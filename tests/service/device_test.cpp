@@ -92,11 +92,15 @@ FORKED_TEST(Application, ADeviceFileThatIsWrongIsNotServed)
     const std::string file = directory.File("device.toml");
     std::ofstream(file) << "[limits]\nmice = -1\n";
     const std::string serve = VESK_EMULATOR " " VESK_SERVICE_PATH " --device ";
+    const char kOneInput[] = "vesk-video-service: standard input serves one of --device -, --scenario - and "
+                             "--end-with-input\n";
     const std::pair<std::string, std::string> rows[] = {
         {file, file + ":2: limits.mice: expected 0 to 999, not -1\n"},
         {directory.File("none"), directory.File("none") + ": No such file or directory\n"},
         {directory.path, directory.path + ": Is a directory\n"},
         {"/dev/zero", "/dev/zero: expected at most 1048576 bytes\n"},
+        {"- --scenario -", kOneInput},
+        {"- --end-with-input", kOneInput},
     };
     for (const auto& [name, error] : rows) {
         const auto served = Shell(serve + name);

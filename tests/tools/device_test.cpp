@@ -338,6 +338,7 @@ TEST_F(WithDeviceTest, EndsAsTheCommandDoes)
         {"sh -c 'veskctl with-device true && veskctl device state'", 0, "Service VIDEO/VCTL"},
         {"--device large_room.toml -- " VESK_VESKCTL_PATH " call GET_VO_COUNT", 0, "count=3"},
         {"--numbers 7 -- veskctl device state", 0, ", numbers from seed 7\n"},
+        {"--device - --scenario - true", 2, "standard input serves one of"},
         {"--device room.toml true", 4, "/devices, which has default.toml, large_room.toml\n"},
         {"--scenario loose_cable.toml true", 4, "\nloose_cable.toml:1: step: "},
         {"veskctl device scenario bad_start.toml", 0, nullptr},

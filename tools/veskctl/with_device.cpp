@@ -246,6 +246,8 @@ int Await(Program& command, Service& service, const AwaitedSignals& signals)
 
 int RunWithDevice(Settings& settings, const Options& options)
 {
+    if (options.device == "-" && options.scenario == "-")
+        throw Failure(kUsage, "standard input serves one of --device - and --scenario -");
     const std::string serviceProgram =
         options.serviceProgram.empty() ? FindService() : options.serviceProgram;
     const AwaitedSignals signals{SIGCHLD, SIGINT, SIGTERM, SIGHUP, SIGQUIT};
