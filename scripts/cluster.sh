@@ -10,7 +10,7 @@ cd "$(dirname "$0")/.."
 
 shards=${1:-8}
 [[ $# -le 1 && $shards =~ ^([2-9]|[1-9][0-9])$ ]] || { echo "usage: $0 [SHARDS]     at least 2" >&2; exit 2; }
-prepare_suite slurmctld slurmd slurm-client munge procps
+prepare_suite slurmctld slurmd slurm-client munge
 
 rm -rf build/cluster
 cp -r examples/cluster build/cluster
@@ -98,7 +98,7 @@ run() {
   local status=0
   echo "\$ sbatch --array=0-$((shards - 1)) shards.sbatch $1"
   job=$(sbatch --parsable --array="0-$((shards - 1))" shards.sbatch "$1")
-  show srun --quiet --dependency="afterany:$job" ./merge.py "$shards" "results/$job" "results/$job.xml" &
+  show timeout 15m srun --quiet --dependency="afterany:$job" ./merge.py "$shards" "results/$job" "results/$job.xml" &
   wait $! || status=$? # a signal ends this wait at once
   show squeue --jobs="$job" --states=all --array --sort=i --Format=JobArrayID:8,Name:12,State:11,StartTime:21,EndTime:20
   tail -qn 1 "results/$job"-*.log

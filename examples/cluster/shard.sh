@@ -9,6 +9,8 @@
 # reports nothing.
 set -euo pipefail
 [ $# -ge 4 ] || { echo "usage: $0 INDEX COUNT RESULTS SUITE [ARGUMENT...]" >&2; exit 2; }
+number='^(0|[1-9][0-9]*)$'
+[[ $1 =~ $number && $2 =~ $number && $1 -lt $2 ]] || { echo "no shard $1 of $2; the first is 0" >&2; exit 2; }
 index=$1 count=$2 results=$3 suite=$4
 shift 4
 
