@@ -19,7 +19,7 @@ archive=build/image/vesk-video.oci.tar try=false
 while [ $# -gt 0 ]; do
   case "$1" in
     --try) try=true ;;
-    -o) archive=${2:?-o needs a file}; shift ;;
+    -o) archive=$(cd "$OLDPWD" && realpath -m "${2:?-o needs a file}"); shift ;;
     *) echo "usage: $0 [--try] [-o FILE]" >&2; exit 2 ;;
   esac
   shift

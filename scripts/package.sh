@@ -73,7 +73,7 @@ alive lintian lintian --allow-root --fail-on error,warning $output/*_"$architect
 $try || exit 0
 install_packages debootstrap
 root=$work/root
-mirror=$(debian_sources | sed -n 's/^deb \(.*\) bookworm .*/\1/p')
+mirror=$(debian_sources | awk '$3 == "bookworm" { url = $2 } END { print url }')
 quietly debootstrap --variant=minbase bookworm "$root" "$mirror"
 for package in "${packages[@]}"; do
   case "$package" in *-dbgsym_*) ;; *) cp "$package" "$root/tmp" ;; esac

@@ -14,6 +14,7 @@ except ImportError:
     sys.exit(77)
 
 PRELUDE = """J() { veskctl --json "$@"; }
+other() { veskctl --service A/B "$@"; }
 watched() { veskctl device state | grep Watchers; }
 until_ready() { for _ in {1..2000}; do "$@" > /dev/null 2>&1 && return; sleep 0.05; done; }
 """
@@ -39,8 +40,7 @@ printf '[[step]]\nat = 0\ndo = "fault clear"\n' > scenario && J device scenario 
 J device scenario
 J device top --count 2 --interval 0.5 & until_ready watched; veskctl call INIT > called; wait $!
 J device watch --count 1 --summary & until_ready watched; veskctl call INIT > called; wait $!
-J serve tour --once --strict --service A/B & A="veskctl --service A/B"
-$A wait-service; $A call VO_STOP outEngNo=88 > called; wait $!
+J serve tour --once --strict --service A/B & other wait-service; other call VO_STOP outEngNo=88 > called; wait $!
 """
 
 
