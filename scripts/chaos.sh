@@ -41,7 +41,7 @@ fail() { progress; echo "chaos: $*; see $logs" >&2; failures=$((failures + 1)); 
 start_service() {
   "$build/service/vesk-video-service" >"$logs/service.out" 2>>"$logs/service.log" &
   service=$!
-  while [ -d "/proc/$service" ] && ! grep -q serving "$logs/service.out"; do sleep 0.05; done
+  "$veskctl" wait-service || fail "the service does not serve"
 }
 # ended NAME PID EXPECTED: waits for the end of a process, for a minute at most
 ended() {

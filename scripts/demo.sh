@@ -50,7 +50,7 @@ serve() {
   : >"$service_out"
   VESK_LOG_TARGET=file:$logs/service.log "$@" >"$service_out" &
   service_pid=$!
-  "$veskctl" wait-service --timeout 10 || { echo "the service did not start" >&2; exit 1; }
+  "$veskctl" wait-service || { echo "the service did not start" >&2; exit 1; }
   cat "$service_out"
 }
 

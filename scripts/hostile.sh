@@ -10,7 +10,7 @@ cd "$(dirname "$0")/.."
 minutes=10 preset=release
 minutes_and_preset "$@"
 install_packages
-build "$preset" vesk-video-service hostile_application
+build "$preset" vesk-video-service veskctl hostile_application
 build=build/$preset
 VESK_RUNTIME_DIR=$(mktemp -d)
 export VESK_RUNTIME_DIR VESK_LOG_TARGET=none
@@ -21,9 +21,9 @@ finish() {
 }
 trap finish EXIT
 
-"$build/service/vesk-video-service" >"$VESK_RUNTIME_DIR/service.out" &
+"$build/service/vesk-video-service" >/dev/null &
 service=$!
-until grep -q serving "$VESK_RUNTIME_DIR/service.out"; do kill -0 $service; sleep 0.1; done # or end here
+"$build/tools/veskctl/veskctl" wait-service
 for seed in 1 2 3 4; do
   "$build/tests/hostile_application" "$RANDOM$seed" >"$VESK_RUNTIME_DIR/$seed.out" 2>&1 &
   pids+=($!)
