@@ -5,7 +5,7 @@
 #   install_benchmark_packages      installs what benchmarks compare with, if it can be had
 #   debian_sources                  prints this machine's sources of Debian 12, in lines of a sources.list
 #   build PRESET [TARGET...]        configures and builds a preset, or targets of it
-#   prepare_suite [PACKAGE...]      the same for tests of pytest, whose commands then find what was built
+#   prepare_suite [PACKAGE...]      builds what tests of pytest need, which then find it, and installs packages for them
 #   minutes_and_preset [N] [--preset PRESET]   sets minutes and preset, which have their defaults, from arguments
 #   step TITLE COMMAND...           runs a command and says how long it took
 #   quietly COMMAND...              runs a command and shows its output only if it fails
