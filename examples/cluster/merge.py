@@ -66,12 +66,17 @@ def main() -> int:
     parser.add_argument("results", help="folder of their files, or - for a log on standard input that has them")
     parser.add_argument("output", help="the JUnit file to write")
     arguments = parser.parse_args()
+    if arguments.count < 1:
+        parser.error(f"argument count: expected at least 1, not {arguments.count}")
     with TemporaryDirectory() as work:
         results = Path(work if arguments.results == "-" else arguments.results)
         if arguments.results == "-":
             take_from_log(results)
         merged = merge(results, arguments.count)
-    merged.write(arguments.output)
+    try:
+        merged.write(arguments.output)
+    except OSError as failure:
+        sys.exit(f"{parser.prog}: {failure}")
     for suite in merged:
         for case in suite:
             for result in case.result:
