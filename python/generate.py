@@ -147,7 +147,7 @@ ENUM = re.compile(r"^(?:typedef )?enum \w* ?\{(?P<body>.*?)^\}", re.S | re.M)
 def parse_functions() -> dict[str, Function]:
     functions = {}
     for header in headers():
-        for match in DECLARATION.finditer(header.read_text()):
+        for match in DECLARATION.finditer(header.read_text(encoding="utf-8")):
             text = " ".join(match["text"].split())
             prototype = re.fullmatch(r"(.+?[ *])(\w+)\((.*)\)", text)
             if prototype is None:
@@ -158,7 +158,7 @@ def parse_functions() -> dict[str, Function]:
             functions[name] = Function(
                 name, result.strip(), parse_parameters(header, name, parameters), parse_comment(match["doc"]), header
             )
-    exported = {line for line in EXPORTED.read_text().splitlines() if line and not line.startswith("#")}
+    exported = {line for line in EXPORTED.read_text(encoding="utf-8").splitlines() if line and not line.startswith("#")}
     if exported - VARIABLES != functions.keys():
         fail(EXPORTED, f"in only one of it and the headers: {sorted((exported - VARIABLES) ^ functions.keys())}")
     if not NOT_OFFERED <= functions.keys():
@@ -182,7 +182,7 @@ def parse_layouts() -> dict[str, tuple[int, list[Field]]]:
     """The size and the fields of each record, those that hold others after them."""
     sizes: dict[str, int] = {}
     fields: dict[str, list[Field]] = {}
-    for line in LAYOUTS.read_text().splitlines():
+    for line in LAYOUTS.read_text(encoding="utf-8").splitlines():
         if size := re.fullmatch(r"(\w+) has (\d+) bytes", line):
             sizes[size[1]] = int(size[2])
             fields[size[1]] = []
@@ -216,7 +216,7 @@ def parse_record_comments() -> dict[str, tuple[str, dict[str, str]]]:
     """What the headers say of each record and of its fields."""
     comments = {}
     for header in headers():
-        for match in TYPEDEF.finditer(header.read_text()):
+        for match in TYPEDEF.finditer(header.read_text(encoding="utf-8")):
             fields = re.findall(r"(\w+)(?:\[\w+\])?;\s*/\*\*< (.*?) \*/", match["body"], re.S)
             summary = " ".join(parse_comment(match["doc"] or "").paragraphs)
             comments[match["name"]] = (summary, {name: plain(text) for name, text in fields})
@@ -226,7 +226,7 @@ def parse_record_comments() -> dict[str, tuple[str, dict[str, str]]]:
 def parse_views() -> tuple[dict[str, str], dict[str, str]]:
     """The virtual service's views of records, and of the payloads of notifications."""
     records, payloads = {}, {}
-    for line in VIEWS.read_text().splitlines():
+    for line in VIEWS.read_text(encoding="utf-8").splitlines():
         match = re.fullmatch(r"(\w+)( payload| answer)? shown as (\w+)", line)
         if match is None:
             if not line.startswith("#"):
@@ -240,7 +240,7 @@ def parse_views() -> tuple[dict[str, str], dict[str, str]]:
 
 def parse_messages() -> tuple[list[Request], list[Notification]]:
     requests, notifications = [], []
-    for line in MESSAGES.read_text().splitlines():
+    for line in MESSAGES.read_text(encoding="utf-8").splitlines():
         match = re.fullmatch(r"VESK_(REQUEST|NOTIFICATION)\((.+)\)", line)
         if match is None:
             if line.startswith("VESK_"):
@@ -273,7 +273,7 @@ def inner(text: str, form: str) -> Optional[str]:
 def parse_delivered() -> dict[int, str]:
     """What the callback receives for each notification, by the table in notification.h: a type, or "" for bytes."""
     delivered = {}
-    for line in NOTIFICATION_HEADER.read_text().splitlines():
+    for line in NOTIFICATION_HEADER.read_text(encoding="utf-8").splitlines():
         row = re.fullmatch(r" \* \| (\d+)(?: to (\d+)|, (\d+))? \| [^|]+ \| ([^|]+) \| [^|]+ \| [^|]+ \|", line)
         if row is None:
             continue
@@ -289,7 +289,7 @@ def parse_constants() -> dict[str, tuple[int, str]]:
     """The value and the comment of each enumerator."""
     constants = {}
     for header in headers():
-        for enum in ENUM.finditer(header.read_text()):
+        for enum in ENUM.finditer(header.read_text(encoding="utf-8")):
             value = -1
             body = re.sub(r"/\*\*(?!<).*?\*/", "", enum["body"], flags=re.S)
             for item in re.finditer(r"(\w+)(?:\s*=\s*(\w+))?\s*,?\s*(?:/\*\*< (.*?) \*/)?", body, re.S):
@@ -823,7 +823,7 @@ def main() -> None:
     folder = Path(sys.argv[1])
     folder.mkdir(parents=True, exist_ok=True)
     for name, text in written.items():
-        (folder / name).write_text(text)
+        (folder / name).write_text(text, encoding="utf-8")
 
 
 if __name__ == "__main__":
