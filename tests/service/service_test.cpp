@@ -37,6 +37,8 @@ FORKED_TEST(Application, TwoToursOfTheDeviceRunAtOnce)
 
 FORKED_TEST(Application, TheServiceTellsWhoeverHasStartedIt)
 {
+    if (*VESK_EMULATOR != '\0') // it lengthens the addresses of abstract sockets
+        return;
     const std::pair<std::string, const char*> rows[] = {
         // Where it tells that, and what else it writes.
         {directory.File("told"), ""},
