@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <iterator>
 
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace vesk::bench {
@@ -33,7 +34,7 @@ public:
     ~PythonCaller()
     {
         close(socket_);
-        Join(process_);
+        waitpid(process_, nullptr, 0);
     }
     PythonCaller(const PythonCaller&) = delete;
     PythonCaller& operator=(const PythonCaller&) = delete;

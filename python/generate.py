@@ -34,8 +34,7 @@ NOT_OFFERED = {
     "GetSelfProcName",  # set_process_name
     "VeskVideoGetMsgResendQ",
     "VeskVideoRegOneMsgTask",
-    "VeskVideoSetCallback",  # in notifications.py, as its record has a function
-    "VeskVideoGetCallbackPtr",  # likewise
+    "VeskVideoGetCallbackPtr",  # notifications.py
     "VeskProcDealToNorthInterfaceMsg",
     "VeskVideoCtrlToNorthMsg",
     "MsgOnVoPortDdcInfoNotify",
@@ -47,8 +46,10 @@ NOT_OFFERED = {
     "MsgOnVideoproxyRestartNotify",
     "MsgOnVideoBgResourceInitReadyNotify",
 }
+WRAPPED = {"VeskVideoSetCallback"}  # by one of that name in notifications.py, which takes a function of Python's
 VARIABLES = {"NORTH_RECV_PROC_NAME", "NORTH_RECV_TASK_NAME", "g_cbResendQueue", "g_veskVideoCallBackPtr"}
-RECORDS_NOT_OFFERED = {"MsgTaskDesc", "NorthMsgResendInfo", "VeskVideoCallbackInfo"}  # of addresses
+RECORDS_NOT_OFFERED = {"MsgTaskDesc", "NorthMsgResendInfo"}  # of addresses
+ADDRESSES = {"VeskVideoNotifyCallback": "uint64_t"}
 
 # What the package remembers once a function has succeeded.
 AFTERWARDS = {"VeskVideoInit": "library.entered()", "VeskVideoExit": "library.left()"}
@@ -188,7 +189,8 @@ def parse_layouts() -> dict[str, tuple[int, list[Field]]]:
             fields[size[1]] = []
         elif field := re.fullmatch(r"(\w+): (.+?) (\w+)(?:\[(\d+)\])? at (\d+), (\d+) bytes", line):
             count = int(field[4]) if field[4] else None
-            fields[field[1]].append(Field(field[2], field[3], count, int(field[5]), int(field[6])))
+            kind = ADDRESSES.get(field[2], field[2])
+            fields[field[1]].append(Field(kind, field[3], count, int(field[5]), int(field[6])))
         elif "(*" not in line or line.partition(":")[0] not in RECORDS_NOT_OFFERED:
             fail(LAYOUTS, f"neither a record nor a field: {line}")
     ordered: dict[str, tuple[int, list[Field]]] = {}
@@ -496,10 +498,9 @@ class Call:
             self.signature.append(f"{name}: {hint}")
         self.documented.append((name, self.texts[parameter.name].replace("null", "None")))
 
-    def passes(self, ctype: str, *expressions: str) -> None:
-        for expression in expressions:
-            self.types.append(ctype)
-            self.passed.append(expression)
+    def passes(self, ctype: str, expression: str) -> None:
+        self.types.append(ctype)
+        self.passed.append(expression)
 
     def number(self, parameter: Parameter) -> str:
         """Takes a number; the expression for it."""
@@ -718,7 +719,7 @@ def write_functions(
         "functions = library.Functions({\n" + "".join(call.ctypes() for call in calls) + "})\n"
     )
     body += "".join(call.python() for call in calls) + "\n"
-    names = [call.function.name for call in calls]
+    names = [call.function.name for call in calls if call.function.name not in WRAPPED]
     return file_text("The functions.", "the headers and the list of messages", body, names)
 
 

@@ -23,6 +23,7 @@
 #include <system_error>
 #include <thread>
 #include <typeinfo>
+#include <utility>
 
 using namespace vesk;
 using namespace vesk::service;
@@ -99,30 +100,34 @@ void SendTick(const Identity& self)
     OsMsgAsynSend(&envelope);
 }
 
-std::thread StartSignalWaiter(const sigset_t& signals, const Identity& self)
+template <class Body>
+std::thread StartThread(Body body)
 try {
-    return std::thread([&] {
+    return std::thread(std::move(body));
+} catch (const std::system_error& error) {
+    throw std::system_error(error.code(), "no thread can be started");
+}
+
+std::thread StartSignalWaiter(const sigset_t& signals, const Identity& self)
+{
+    return StartThread([&] {
         for (int signal = 0; sigwait(&signals, &signal) == 0 && signal == SIGALRM;)
             SendTick(self);
         HostMsgEndTask(self.taskName.c_str());
     });
-} catch (const std::system_error& error) {
-    throw std::system_error(error.code(), "no thread can be started");
 }
 
 /// Ends the service when standard input ends, as it does when the process at its other end does, however
 /// that ends. The thread reads until this process ends.
 void EndWithInput()
-try {
-    std::thread([] {
+{
+    StartThread([] {
         char unread[256];
         ssize_t got = 0;
         while ((got = read(STDIN_FILENO, unread, sizeof unread)) > 0 || (got < 0 && errno == EINTR))
             continue;
         kill(getpid(), SIGTERM);
     }).detach();
-} catch (const std::system_error& error) {
-    throw std::system_error(error.code(), "no thread can be started");
 }
 
 /// @param scenario  Data block of VESK_CONTROL_SCENARIO; empty: none.

@@ -13,6 +13,8 @@ import threading
 from multiprocessing.connection import Connection
 from multiprocessing.reduction import ForkingPickler
 
+from . import runtime
+
 TYPE_CHECKING = False
 if TYPE_CHECKING:
     from typing import Any, Callable
@@ -39,7 +41,6 @@ class Client:
         """Starts the process, which calls VeskVideoInit."""
         self.name = name
         self._lock = threading.RLock()
-        self._is_paused = False
         ours, theirs = socket.socketpair()
         # The kernel ends it with the thread that has started it, which for the main thread is the process.
         is_main = threading.current_thread() is threading.main_thread()
@@ -116,12 +117,10 @@ class Client:
     def pause(self) -> None:
         """Stops its process where it is, until resume()."""
         self._process.send_signal(signal.SIGSTOP)
-        self._is_paused = True
 
     def resume(self) -> None:
         """Has its process go on."""
         self._process.send_signal(signal.SIGCONT)
-        self._is_paused = False
 
     def kill(self) -> None:
         """Ends its process as a crash does, at once."""
@@ -130,8 +129,7 @@ class Client:
 
     def close(self) -> None:
         """Has it call VeskVideoExit and end; one that does not is killed."""
-        if self._is_paused:
-            self.resume()
+        self.resume()
         self._connection.close()
         self._reap()
 
@@ -148,13 +146,11 @@ class Client:
         except subprocess.TimeoutExpired:
             self._process.kill()
             status = self._process.wait()
-        return f"was ended by {signal.Signals(-status).name}" if status < 0 else f"has ended with status {status}"
+        return runtime.ending(status)
 
 
 def _held() -> tuple[int, ...]:
     """What keeps the runtime directory while a process runs, if it is this process's own."""
-    from . import runtime
-
     return (runtime.hold(),) if runtime.is_made() else ()
 
 

@@ -219,7 +219,7 @@ class Device:
                 return
             if not line:
                 status = self._service.wait()
-                raise DeviceError(self.log().strip() or f"the service ended with status {status}", 4)
+                raise DeviceError(self.log().strip() or f"the service {runtime.ending(status)}", 4)
         raise DeviceError(f"the service does not serve after {_LONGEST_START:.0f} s\n{self.log()}", 4)
 
     def stop(self) -> None:
@@ -235,7 +235,7 @@ class Device:
         self._end_recording()
         status = self._end_service(signal.SIGTERM)
         if has_run and status != 0:
-            raise DeviceError(f"the service {_ending(status)}\n{self.log()}")
+            raise DeviceError(f"the service {runtime.ending(status)}\n{self.log()}")
 
     def _end_service(self, by: signal.Signals) -> int:
         if self._service is None:
@@ -434,7 +434,7 @@ class Device:
     def _why_not_running(self) -> str:
         if self._service is None:
             return "the device has not been started"
-        return f"the service {_ending(self._service.wait())}"
+        return f"the service {runtime.ending(self._service.wait())}"
 
     def _start_watch(self, before: list[str], options: list[str], output: Any) -> subprocess.Popen[bytes]:
         """Returns when it sees messages."""
@@ -485,10 +485,6 @@ def _end(process: subprocess.Popen[bytes], by: signal.Signals) -> int:
         if stream is not None:
             stream.close()
     return process.returncode
-
-
-def _ending(status: int) -> str:
-    return f"was ended by {signal.Signals(-status).name}" if status < 0 else f"ended with status {status}"
 
 
 def _find(program: str) -> str:

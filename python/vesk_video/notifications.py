@@ -5,9 +5,9 @@ from __future__ import annotations
 import ctypes
 import struct
 
-from . import library
+from . import _functions, library
 from ._messages import NOTIFICATIONS
-from .errors import VeskError
+from ._records import VeskVideoCallbackInfo
 from .record import Record, data_argument, nearest
 
 TYPE_CHECKING = False
@@ -92,10 +92,6 @@ def _fields(number: int) -> dict[str, Callable[[str, str, Any], Any] | None]:
 _C_CALLBACK = ctypes.CFUNCTYPE(ctypes.c_uint32, ctypes.c_uint32, ctypes.c_void_p, ctypes.c_uint32)
 
 
-class _CallbackInfo(ctypes.Structure):
-    _fields_ = [("notifyCallback", ctypes.c_void_p), ("serviceData", ctypes.c_char * 32)]
-
-
 _callback: Callable[[Notification], object] | None = None
 _running: list[int] = []  # the calls of the callback that have not returned
 
@@ -115,7 +111,7 @@ def _receive(number: int, address: int | None, length: int) -> int:
 
 
 _receiver = _C_CALLBACK(_receive)  # lives as long as the library may call it
-_receiver_address = ctypes.cast(_receiver, ctypes.c_void_p).value
+_receiver_address = ctypes.cast(_receiver, ctypes.c_void_p).value or 0
 
 
 def _installed() -> Any:
@@ -136,22 +132,13 @@ def VeskVideoSetCallback(notifyCallback: Callable[[Notification], object] | None
         serviceData: Data for the service, at most 32 bytes.
     """
     global _callback
-    data = data_argument("VeskVideoSetCallback", "serviceData", serviceData)
-    if len(data) > 32:
-        raise ValueError(f"VeskVideoSetCallback: serviceData: {len(data)} bytes are too many; at most 32 fit")
-    info = _CallbackInfo(None, b"")
-    ctypes.memmove(ctypes.addressof(info) + _CallbackInfo.serviceData.offset, data, len(data))
+    info = VeskVideoCallbackInfo(serviceData=data_argument("VeskVideoSetCallback", "serviceData", serviceData))
     if notifyCallback is not None:
         if not callable(notifyCallback):
             raise TypeError(f"VeskVideoSetCallback: notifyCallback is a function, not {notifyCallback!r}")
         _callback = notifyCallback
         info.notifyCallback = _receiver_address
-    function = library.load().VeskVideoSetCallback
-    function.restype = ctypes.c_uint32
-    function.argtypes = [ctypes.c_void_p]
-    result = function(ctypes.byref(info))
-    if result != 0:
-        raise VeskError("VeskVideoSetCallback", result)
+    _functions.VeskVideoSetCallback(info)
 
 
 def VeskVideoGetCallbackPtr() -> Callable[..., object] | None:

@@ -6,6 +6,7 @@ import atexit
 import fcntl
 import os
 import shutil
+import signal
 import subprocess
 import tempfile
 
@@ -47,6 +48,11 @@ def hold() -> int:
     directory()
     assert _held is not None
     return _held
+
+
+def ending(status: int) -> str:
+    """How a process has ended, in words that follow its name."""
+    return f"was ended by {signal.Signals(-status).name}" if status < 0 else f"ended with status {status}"
 
 
 def _check_library() -> None:

@@ -135,7 +135,7 @@ REFUSED: list[tuple[type[Exception], str, Callable[[], Any]]] = [
     (ValueError, "lossRate: 1e.39 is out of range", lambda: vesk.VeskVideoEncFecParam(lossRate=1e39)),
     (ValueError, "has 36 bytes, not 35", lambda: PARAM.from_bytes(bytes(35))),
     (ValueError, "'a/b' is no name", lambda: vesk.set_process_name("a/b")),
-    (ValueError, "33 bytes are too many", lambda: vesk.VeskVideoSetCallback(None, bytes(33))),
+    (ValueError, "serviceData has 32 elements, not 33", lambda: vesk.VeskVideoSetCallback(None, bytes(33))),
     (ValueError, "DISPLAY_FIRST_FRAM'; did you mean", lambda: vesk.Notifications().wait_for("DISPLAY_FIRST_FRAM")),
     (ValueError, "no field 'port'; did you", lambda: vesk.Notifications().wait_for("DISPLAY_FIRST_FRAME", port=1)),
     (ValueError, "val: -1 is out of", lambda: vesk.Notifications().wait_for("VO_PORT_PLUG_STATE", val=-1)),
