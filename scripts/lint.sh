@@ -12,7 +12,7 @@ git ls-files -z '*.sh' .ci/run | xargs -0 shellcheck
 git ls-files -z '*.py' | xargs -0 flake8 --max-line-length 120 --per-file-ignores '__init__.py:F401,F403'
 
 # A folder includes headers of those before it in this list; base/text.h, which includes none, is for all.
-folders=(platform transport callback interface codec mouse uvc process_name base decoder steering service tools)
+folders=(platform transport callback interface codec mouse uvc process_name base decoder steering service pictures tools)
 git grep -E '^#include "[a-z_]+/' -- "${folders[@]}" | grep -vF '"base/text.h"' | awk -F '[:/"]' -v folders="${folders[*]}" '
   BEGIN { count = split(folders, names, " "); for (i = 1; i <= count; ++i) rank[names[i]] = i }
   { included = $0; sub(/^[^"]*"/, "", included); sub(/\/.*/, "", included) }

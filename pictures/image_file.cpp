@@ -1,0 +1,1 @@
+#include "pictures/image_file.h"

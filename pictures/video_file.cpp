@@ -1,0 +1,1 @@
+#include "pictures/video_file.h"

@@ -1,0 +1,31 @@
+// Writes pictures to a video.
+#pragma once
+
+#include "pictures/picture.h"
+
+#include <memory>
+#include <string>
+
+namespace vesk::pictures {
+
+/// A video that is written by a process of its own, vesk-media. For one thread at a time.
+class VideoFile {
+public:
+    /// @param path  Its end names the container: .mp4, .mkv or .webm. An existing file is replaced.
+    /// @param program  Path of vesk-media; empty: it is looked for beside this library. @throw Error
+    VideoFile(const std::string& path, Size size, uint32_t framesPerSecond, std::string program = {});
+    ~VideoFile();
+    VideoFile(const VideoFile&) = delete;
+
+    /// Appends a picture of that size. @throw Error
+    void Add(const Picture& picture);
+
+    /// Completes the file, which without this is removed. @throw Error
+    void Finish();
+
+private:
+    class Writer;
+    std::unique_ptr<Writer> writer_;
+};
+
+} // namespace vesk::pictures
