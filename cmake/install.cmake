@@ -42,6 +42,20 @@ if(VESK_BUILD_TOOLS)
   endif()
 endif()
 
+# Modules of veskctl, and the program that reads files for them.
+foreach(module veskctl_pictures veskctl_web)
+  if(TARGET ${module})
+    set_target_properties(${module} PROPERTIES INSTALL_RPATH "$ORIGIN/..")
+    install(TARGETS ${module} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/vesk-video)
+  endif()
+endforeach()
+if(TARGET vesk-media)
+  install(TARGETS vesk-media RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/vesk-video)
+endif()
+if(TARGET veskctl_web)
+  install(DIRECTORY tools/web/page/ DESTINATION ${CMAKE_INSTALL_DATADIR}/vesk_video_interface/web)
+endif()
+
 if(VESK_PLATFORM STREQUAL host)
   # platform/ is too common a name for the top of the include path.
   set(platform_include_dir ${CMAKE_INSTALL_INCLUDEDIR}/vesk_host_platform)

@@ -6,7 +6,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/steps.sh
-install_packages shellcheck flake8 clang-tidy-14 clang-tools-14
+install_packages shellcheck flake8 clang-tidy-14 clang-tools-14 "${picture_packages[@]}"
 
 git ls-files -z '*.sh' .ci/run | xargs -0 shellcheck
 git ls-files -z '*.py' | xargs -0 flake8 --max-line-length 120 --per-file-ignores '__init__.py:F401,F403'

@@ -39,8 +39,14 @@ install_packages() {
     apt-get install -y -q --no-install-recommends "${missing[@]}"
 }
 
+# What draws a picture, and what else pictures and the page need.
+drawing_packages=(fonts-dejavu-core libcairo2-dev libfreetype-dev libjpeg62-turbo-dev)
+picture_packages=("${drawing_packages[@]}" libavcodec-dev libavfilter-dev libavformat-dev libchafa-dev libmicrohttpd-dev
+  libseccomp-dev libswscale-dev)
+
 install_test_packages() {
-  install_packages tshark python3-jsonschema python3-pip python3-pytest python3-pytest-xdist mypy zsh fish "$@"
+  install_packages "${picture_packages[@]}" chromium chromium-driver tshark python3-jsonschema python3-pip python3-pytest \
+    python3-pytest-xdist python3-selenium mypy zsh fish "$@"
 }
 
 install_benchmark_packages() {
