@@ -366,6 +366,16 @@ Result Codecs::SwitchLoop(Loop& loop, Argument<"enable"> enable)
     return result;
 }
 
+const EncoderChannel* Codecs::LoopedTo(const DecoderChannel& decoder)
+{
+    for (const auto& [number, loop] : loops.All()) {
+        const Ends ends = EndsOf(loop);
+        if (loop.isOn && ends.decoder == &decoder && ends.Run())
+            return ends.encoder;
+    }
+    return nullptr;
+}
+
 Codecs::Ends Codecs::EndsOf(const Loop& loop)
 {
     return {FindAgain(encoders, loop.param.encNo, loop.encoderSerial),

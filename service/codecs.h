@@ -113,6 +113,8 @@ public:
 
     Result CreateLoop(const Sender&, const VeskVideoStreamLoopParam&, uint32_t* loop);
     Result SwitchLoop(Loop&, Argument<"enable">);
+    /// The first encoder from which a loop brings frames to a decoder now; null if there is none.
+    const EncoderChannel* LoopedTo(const DecoderChannel&);
 
 private:
     /// What the encoders that run take of the device.

@@ -103,6 +103,15 @@ Result Inputs::ModifyInput(Engine& engine, Argument<"stmNo"> stmNo)
     return kOk;
 }
 
+const InputEngine* Inputs::ConnectedTo(uint32_t stmNo)
+{
+    for (const auto& [number, engine] : engines.All()) {
+        if (engine.streams.count(stmNo) != 0)
+            return &engine;
+    }
+    return nullptr;
+}
+
 Result Inputs::GetQueue(Engine& engine, uint32_t* queHandle)
 {
     if (!engine.isStarted)

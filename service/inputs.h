@@ -77,6 +77,8 @@ public:
     Result Connect(Engine&, Argument<"stmNo">);
     Result Disconnect(Engine&, Argument<"stmNo">);
     Result ModifyInput(Engine&, Argument<"stmNo">);
+    /// The first engine that is connected to a stream; null if none is.
+    const Engine* ConnectedTo(uint32_t stmNo);
     Result GetQueue(Engine&, uint32_t* queHandle);
     Result Freeze(Engine&, Timeline&, Argument<"flag">, std::span<const std::byte> data);
 

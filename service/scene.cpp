@@ -24,6 +24,32 @@ uint32_t OpacityOf(uint32_t set)
     return set != 0 ? set : kWholeOpacity;
 }
 
+InputPicture PictureOf(const InputEngine& engine)
+{
+    const InputPort& port = *engine.port;
+    const VeskControlMode& mode = engine.Picture();
+    InputPicture picture{.inEngNo = engine.number,
+                         .showing = engine.Shows(),
+                         .viPort = port.number,
+                         .name = port.name,
+                         .size = SizeOf(mode),
+                         .fr = mode.fr,
+                         .part = RectOf(SizeOf(mode))};
+    if (picture.showing == Showing::kLive && engine.frozen != 0) {
+        picture.showing = Showing::kFrozen;
+        picture.frozenAtMs = engine.frozenAtMs;
+    }
+    if (engine.IsAppCapture()) {
+        picture.application = TextIn(std::bit_cast<VeskServiceAppIn>(engine.appInParam).name);
+    } else {
+        picture.file = port.virtualSource;
+        // The picture keeps its size, whatever part of it the camera delivers.
+        picture.part = CameraView(picture.size, std::bit_cast<VeskServiceEptz>(port.eptz),
+                                  std::bit_cast<VeskServicePtzf>(port.ptzf), port.camera);
+    }
+    return picture;
+}
+
 /// Composes the scene of a display.
 class Composer {
 public:
@@ -46,6 +72,7 @@ private:
     void AddPicture(uint32_t index, const VeskServiceSubPic&, const VeskServiceRect& arranged, bool isGone);
     void AddInput(Layer&, const VeskServiceSubPic&, const VeskServiceRect& window);
     void AddDecoder(Layer&, const VeskServiceSubPic&, const VeskServiceRect& window);
+    DecoderPicture Decoded(const DecoderChannel&) const;
     void AddFilterWindows();
     void AddOverlays();
     void AddLocalPointers();
@@ -192,26 +219,17 @@ void Composer::AddInput(Layer& layer, const VeskServiceSubPic& picture, const Ve
     VeskServiceRect part{};
     layer.showing = Showing::kClosed;
     if (const InputEngine* engine = service_.inputs.engines.Find(layer.number); engine != nullptr) {
-        const InputPort& port = *engine->port;
-        layer.showing = engine->Shows();
-        if (layer.showing == Showing::kLive && engine->frozen != 0) {
-            layer.showing = Showing::kFrozen;
-            layer.frozenAtMs = engine->frozenAtMs;
-        }
-        layer.viPort = static_cast<int32_t>(port.number);
-        layer.name = port.name;
-        if (engine->IsAppCapture())
-            layer.application = TextIn(std::bit_cast<VeskServiceAppIn>(engine->appInParam).name);
-        else
-            layer.file = port.virtualSource;
-        layer.size = SizeOf(engine->Picture());
-        // The picture keeps its size, whatever part of it the camera delivers.
-        const VeskServiceRect whole = RectOf(layer.size);
-        const VeskServiceRect view = engine->IsAppCapture()
-                                         ? whole
-                                         : CameraView(layer.size, std::bit_cast<VeskServiceEptz>(port.eptz),
-                                                      std::bit_cast<VeskServicePtzf>(port.ptzf), port.camera);
-        part = PartOf(view, whole, Crop(picture.crop, whole), 0);
+        InputPicture input = PictureOf(*engine);
+        const VeskServiceRect whole = RectOf(input.size);
+        part = PartOf(input.part, whole, Crop(picture.crop, whole), 0);
+        layer.showing = input.showing;
+        layer.frozenAtMs = input.frozenAtMs;
+        layer.viPort = static_cast<int32_t>(input.viPort);
+        layer.name = std::move(input.name);
+        layer.application = std::move(input.application);
+        layer.file = std::move(input.file);
+        layer.fr = input.fr;
+        layer.size = input.size;
     }
     Add(layer, part, window);
 }
@@ -224,10 +242,26 @@ void Composer::AddDecoder(Layer& layer, const VeskServiceSubPic& picture, const 
         layer.showing = decoder->isStarted ? Showing::kLive : Showing::kStopped;
         layer.size = {decoder->param.w, decoder->param.h};
         part = Crop(picture.crop, RectOf(layer.size));
+        if (isAll_)
+            layer.decoded = Decoded(*decoder);
     }
     Add(layer, part, window);
     if (isAll_)
         AddRemotePointers(scene_.layers.back());
+}
+
+DecoderPicture Composer::Decoded(const DecoderChannel& decoder) const
+{
+    DecoderPicture decoded{.codec = decoder.param.codecType,
+                           .owner = decoder.owner,
+                           .frames = decoder.frames.Frames(scene_.atMs),
+                           .fr = decoder.frameRate};
+    if (const EncoderChannel* encoder = service_.codecs.LoopedTo(decoder); encoder != nullptr) {
+        decoded.encStmNo = encoder->number;
+        if (const InputEngine* engine = service_.inputs.ConnectedTo(encoder->number); engine != nullptr)
+            decoded.input = PictureOf(*engine);
+    }
+    return decoded;
 }
 
 // They lie in the picture, and are seen where it is.

@@ -55,6 +55,64 @@ const char* MirrorWord(uint32_t mirror)
     return kWords[mirror & (VESK_SERVICE_MIRROR_HORIZONTALLY | VESK_SERVICE_MIRROR_VERTICALLY)];
 }
 
+/// Adds the texts that are there, of a layer or of an input's picture.
+template <class Picture>
+void PutTexts(ordered_json& entry, const Picture& picture)
+{
+    for (const auto& [name, text] :
+         {std::pair("name", &picture.name), {"application", &picture.application}, {"file", &picture.file}}) {
+        if (!text->empty())
+            entry[name] = *text;
+    }
+}
+
+void PutSize(ordered_json& entry, const Size& size, const VeskServiceRect& part)
+{
+    if (!size.IsKnown())
+        return;
+    entry["width"] = size.width;
+    entry["height"] = size.height;
+    entry["part"] = ToJson(part);
+}
+
+void PutShowing(ordered_json& entry, Showing showing, uint64_t frozenAtMs)
+{
+    entry["showing"] = WordOf(showing);
+    if (showing == Showing::kFrozen)
+        entry["frozenAtMs"] = frozenAtMs;
+}
+
+void PutRate(ordered_json& entry, uint32_t fr)
+{
+    if (fr != 0)
+        entry["fr"] = fr;
+}
+
+/// Where the frames come from that a loop brings.
+ordered_json LoopEntry(uint32_t encStmNo, const std::optional<InputPicture>& input)
+{
+    ordered_json entry = Object({{"encStmNo", encStmNo}});
+    if (!input)
+        return entry;
+    entry["inEngNo"] = input->inEngNo;
+    entry["viPort"] = input->viPort;
+    PutTexts(entry, *input);
+    PutShowing(entry, input->showing, input->frozenAtMs);
+    PutSize(entry, input->size, input->part);
+    PutRate(entry, input->fr);
+    return entry;
+}
+
+void PutDecoded(ordered_json& entry, const DecoderPicture& decoded)
+{
+    entry["codec"] = decoded.codec;
+    entry["owner"] = Owner(decoded.owner);
+    entry["frames"] = decoded.frames;
+    PutRate(entry, decoded.fr);
+    if (decoded.encStmNo)
+        entry["loop"] = LoopEntry(*decoded.encStmNo, decoded.input);
+}
+
 ordered_json ToJson(const Layer& layer)
 {
     ordered_json entry = Object({{"source", WordOf(layer.source)}});
@@ -62,27 +120,20 @@ ordered_json ToJson(const Layer& layer)
         entry[number] = layer.number;
     if (layer.viPort >= 0)
         entry["viPort"] = layer.viPort;
-    for (const auto& [name, text] :
-         {std::pair("name", &layer.name), {"application", &layer.application}, {"file", &layer.file}}) {
-        if (!text->empty())
-            entry[name] = *text;
-    }
+    PutTexts(entry, layer);
     if (layer.subPic >= 0)
         entry["subPic"] = layer.subPic;
     if (layer.winHandle != 0)
         entry["winHandle"] = layer.winHandle;
-    entry["showing"] = WordOf(layer.showing);
-    if (layer.showing == Showing::kFrozen)
-        entry["frozenAtMs"] = layer.frozenAtMs;
+    PutShowing(entry, layer.showing, layer.frozenAtMs);
     entry["rect"] = ToJson(layer.place.rect);
     if (layer.source == Layer::Source::kFilterWindow)
         return entry;
     entry["window"] = ToJson(layer.place.window);
-    if (layer.size.IsKnown()) {
-        entry["width"] = layer.size.width;
-        entry["height"] = layer.size.height;
-        entry["part"] = ToJson(layer.place.part);
-    }
+    PutSize(entry, layer.size, layer.place.part);
+    PutRate(entry, layer.fr);
+    if (layer.decoded)
+        PutDecoded(entry, *layer.decoded);
     entry["showMode"] = ModeWord(layer.showMode);
     entry["mirror"] = MirrorWord(layer.mirror);
     entry["opacity"] = layer.opacity;

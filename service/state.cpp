@@ -18,11 +18,6 @@ using nlohmann::ordered_json;
 
 namespace {
 
-ordered_json Owner(const Sender& owner)
-{
-    return Object({{"procName", owner.procName}, {"process", HostProcessNumber(owner.process)}});
-}
-
 /// A list with an entry for each thing: its number, its owner, whether it is started if it can be, and what
 /// @p describe adds.
 template <class Thing, class Describe>
@@ -487,6 +482,11 @@ ordered_json Document::DescribeWatchers()
 }
 
 } // namespace
+
+ordered_json Owner(const Sender& owner)
+{
+    return Object({{"procName", owner.procName}, {"process", HostProcessNumber(owner.process)}});
+}
 
 std::string BoundedText(ordered_json document, size_t most)
 {

@@ -22,6 +22,9 @@ class Service;
  */
 std::string BoundedText(nlohmann::ordered_json document, size_t most);
 
+/// The process that a thing belongs to.
+nlohmann::ordered_json Owner(const Sender& owner);
+
 /// Answers with a document; VESK_SERVICE_ERR_ROOM if it cannot be cut to fit into a message.
 Result GiveDocument(nlohmann::ordered_json document, Bytes* answer);
 

@@ -53,6 +53,28 @@ std::string Text(const Scene& scene)
     return text;
 }
 
+/// What its last layer decodes; empty if it is no decoder that is there.
+std::string DecodedText(const Scene& scene)
+{
+    const auto& decoded = scene.layers.back().decoded;
+    if (!decoded)
+        return {};
+    std::string text = "codec " + std::to_string(decoded->codec) + ", " + std::to_string(decoded->frames) +
+                       " frames at " + std::to_string(decoded->fr);
+    if (decoded->encStmNo)
+        text += " from " + std::to_string(*decoded->encStmNo);
+    if (const auto& input = decoded->input) {
+        text += " of " + std::to_string(input->inEngNo) + " on " + std::to_string(input->viPort);
+        for (const std::string& word : {input->name, input->application, input->file})
+            text += word.empty() ? "" : ' ' + word;
+        text += std::string(" ") + WordOf(input->showing);
+        if (input->showing == Showing::kFrozen)
+            text += " since " + std::to_string(input->frozenAtMs);
+        text += ' ' + Text(input->part) + " at " + std::to_string(input->fr);
+    }
+    return text;
+}
+
 constexpr char kKill[] = "another application is killed";
 
 /// What has been notified of links so far, such as "106 0 CAMERA 2001; ".
@@ -143,6 +165,39 @@ TEST(Scene, LayersLieWhereRequestsPutThem)
         Execute(service, kRunning + row.substr(0, arrow));
         EXPECT_EQ(Text(SceneOf(service, *service.outputs.Find(display))), layers) << row;
     }
+}
+
+// Each row follows the one before. The snapshot keeps what there was when it was taken.
+TEST(Scene, DecodersShowWhatALoopBrings)
+{
+    Service service({"VIDEO", "VCTL"}, DefaultDevice(), {.isStep = true});
+    const struct {
+        const char *requests, *decoded;
+    } rows[] = {
+        {"DECODER; SET_DEC_PARAM 4001 codecType=1 w=640 h=360; ENC_CREATE; SET_ENC_PARAM 3001 w=640 h=360 "
+         "fr=25; "
+         "SET_LOOP_MODE encNo=3001 decNo=4001; ENC_START 3001; SET_VI_CONNECT 1002 3001; CONTROL_TIME 2000",
+         "codec 1, 0 frames at 0"},
+        {"SET_LOOP_START 5001 1; SET_VI_PTZF_PARAM 2 zoom=200; CONTROL_TIME 2000",
+         "codec 1, 50 frames at 25 from 3001 of 1002 on 2 NET-CAMERA live 960x540+480+270 at 25"},
+        {"ENCODER_FREEZE 1002 1 data=; CONTROL_TIME 1000; GET_SNAPSHOT 0 0 voPort=0 path=/a",
+         "codec 1, 75 frames at 25 from 3001 of 1002 on 2 NET-CAMERA frozen since 4000 960x540+480+270 at "
+         "25"},
+        {"SET_APP_CAPTURE_PARAM 1002 taskHandle=1 name=slides width=64 height=48 fr=15; VI_STOP 1002",
+         "codec 1, 75 frames at 25 from 3001 of 1002 on 2 NET-CAMERA slides stopped 64x48+0+0 at 15"},
+        {"SET_VI_CONNECT 1001 3001; SET_VIRTUAL_VI_PARAM 0 text=/proc/version",
+         "codec 1, 75 frames at 25 from 3001 of 1001 on 0 CAMERA /proc/version live 3840x2160+0+0 at 30"},
+        {"CLOSE_VI_PORT 1001; CLOSE_VI_PORT 1002", "codec 1, 75 frames at 25 from 3001"},
+        {"DEC_STOP 4001", "codec 1, 75 frames at 0"},
+        {"DEC_START 4001; ENC_DELETE 3001; CONTROL_TIME 1000", "codec 1, 75 frames at 0"},
+        {"DEC_DELETE 4001", ""},
+    };
+    Execute(service, kRunning);
+    for (const auto& row : rows) {
+        Execute(service, row.requests);
+        EXPECT_EQ(DecodedText(SceneOf(service, *service.outputs.Find(0))), row.decoded) << row.requests;
+    }
+    EXPECT_EQ(DecodedText(service.device.Snapshots().back().scene), rows[2].decoded);
 }
 
 // Whatever records say, what is seen lies on the display, and comes from the source.

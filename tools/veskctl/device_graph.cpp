@@ -63,6 +63,8 @@ public:
                   (label.empty() ? "" : ", label=" + Quoted(label)) + "];\n";
     }
 
+    bool Has(const std::string& name) const { return known_.count(name) != 0; }
+
     /// Draws nodes in a column, the leftmost ("source") or rightmost ("sink").
     void Align(const char* rank, const std::vector<std::string>& names)
     {
@@ -146,6 +148,11 @@ void ConnectInputs(Graph& graph, const ordered_json& engines)
                       isRunning, "component");
         graph.Connect((isCaptured ? application : kInputs).NameIn(engine), name, "", isRunning);
         for (const ordered_json& stream : engine.at("streams")) {
+            const std::string encoder = kEncoders.kind + (' ' + stream.dump());
+            if (graph.Has(encoder)) {
+                graph.Connect(name, encoder, "", isRunning);
+                continue;
+            }
             graph.Add(OwnerText(engine), "stream of " + name, stream.dump(), {}, isRunning, "ellipse");
             graph.Connect(name, "stream of " + name + ' ' + stream.dump(), "", isRunning);
         }

@@ -33,7 +33,10 @@ std::string ContentText(const ordered_json& layer)
         if (layer.contains(member))
             text += (text.empty() ? "" : ", ") + layer[member].get<std::string>();
     }
-    return text;
+    if (!layer.contains("loop"))
+        return text;
+    const ordered_json& loop = layer["loop"];
+    return "from " + kEncoders.NameIn(loop) + (loop.contains("inEngNo") ? " of " + LayerText(loop) : "");
 }
 
 /// Which part of the source is seen, and how.
