@@ -4,6 +4,7 @@
 #include "service/watchers.h"
 
 #include <map>
+#include <memory>
 #include <optional>
 
 namespace vesk::service {
@@ -48,6 +49,12 @@ public:
     /// Sends a notification, given by its data block, if the client is still known; one that has ended is
     /// removed. Returns 0 when it was handed over.
     uint32_t Send(const std::string& procName, uint32_t notifyId, std::span<const std::byte> data);
+    /// What a notification to a client holds while it waits to be sent.
+    std::shared_ptr<const void> WaitOf(const std::string& procName) const
+    {
+        const auto known = clients_.find(procName);
+        return known != clients_.end() ? known->second.waits : nullptr;
+    }
     /// Counts and shows a notification that is not sent at all.
     void Drop(const std::string& procName, uint32_t notifyId, std::span<const std::byte> data);
 
@@ -57,7 +64,9 @@ public:
         uint64_t sent = 0; ///< Notifications.
         uint64_t dropped = 0;
         std::optional<VeskVideoCallbackInfo> callback{}; ///< Kept for those who look at the state.
+        std::shared_ptr<const void> waits = std::make_shared<char>(); ///< Held by those not sent yet.
 
+        size_t Waiting() const { return static_cast<size_t>(waits.use_count()) - 1; }
         bool IsAlive() const { return HostProcessIsAlive(process) != 0; }
     };
     using Map = std::map<std::string, Client>;

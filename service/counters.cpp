@@ -1,4 +1,4 @@
-// How often each request was answered with which result.
+// How often each request was answered with which result, and how long that took.
 #include "service/counters.h"
 
 #include "vesk_service/control_list.h"
@@ -32,6 +32,18 @@ void Counters::Count(uint32_t number, Result result) noexcept
         row.tallies[row.used++] = {result, 1};
     else
         ++row.others;
+}
+
+void Counters::Took(uint32_t number, std::chrono::steady_clock::duration duration) noexcept
+{
+    const auto found = listed_.find(number);
+    if (found == listed_.end())
+        return;
+    const auto ns = static_cast<uint64_t>(std::chrono::nanoseconds(duration).count());
+    Durations& durations = found->second.durations;
+    const auto bound = std::lower_bound(kBoundsNs.begin(), kBoundsNs.end(), ns);
+    ++durations.counts[static_cast<size_t>(bound - kBoundsNs.begin())];
+    durations.sumNs += ns;
 }
 
 } // namespace vesk::service

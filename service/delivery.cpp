@@ -74,6 +74,7 @@ void Service::GiveDeferred(Deferral& deferral)
         watchers.Unanswered(deferral.request);
     } else {
         const uint32_t ret = deferral.deferred.Give(deferral.answer);
+        counters.Took(deferral.request.msgId, std::chrono::steady_clock::now() - deferral.request.arrived);
         LOG(kInfo, "%s: answered late: %u", deferral.text.c_str(), ret);
         watchers.Answered(deferral.request, ret, deferral.answer);
     }
@@ -117,8 +118,8 @@ try {
     if (effects.delayMs == 0)
         return send(data);
     if (timeline.Add(
-            Timeline::Kind::kNotification, effects.delayMs, data.size(), [send, data] { send(data); },
-            clients.ProcessOf(procName)))
+            Timeline::Kind::kNotification, effects.delayMs, data.size(),
+            [send, data, waits = clients.WaitOf(procName)] { send(data); }, clients.ProcessOf(procName)))
         return true;
     LOG(kError, "notification %u to %s dropped: too many are late", notifyId, procName.c_str());
     clients.Drop(procName, notifyId, data);

@@ -117,6 +117,7 @@ Effects Service::Trigger(const MessageView& message)
 // What needs memory is done first: once a thing has been created, its creator is told.
 void Service::Handle(OsMsgEnvelope& message)
 {
+    const auto arrived = std::chrono::steady_clock::now();
     notifications_.TakeAll(); // of a request that failed for want of memory
     timeline.RunDue();
     const std::string text = MessageText(message);
@@ -125,7 +126,7 @@ void Service::Handle(OsMsgEnvelope& message)
     Watchers::WatchedRequest request;
     Effects effects;
     if (!messages::IsControl(message.msgId)) {
-        request = watchers.Arrived(message, sender);
+        request = watchers.Arrived(message, sender, arrived);
         effects = Trigger({VESK_CONTROL_OF_REQUEST, message.msgId, sender.procName, data});
     }
     VeskVideoMsgHead head{};
@@ -141,8 +142,11 @@ void Service::Handle(OsMsgEnvelope& message)
         Defer(message, text, effects, request, std::move(answer));
     } else if (isWaiting && effects.fate == Effects::Fate::kGiven) {
         const uint32_t ret = HostMsgReply(&message, answer.data(), static_cast<uint32_t>(answer.size()));
+        counters.Took(message.msgId, std::chrono::steady_clock::now() - arrived);
         watchers.Answered(request, ret, answer);
-    } else { // the connection of a sender that waits is closed
+    } else {            // the connection of a sender that waits is closed
+        if (!isWaiting) // for which being served is all
+            counters.Took(message.msgId, std::chrono::steady_clock::now() - arrived);
         watchers.Unanswered(request);
     }
     NotifyEach(notifications_.TakeAll());

@@ -169,6 +169,7 @@ ordered_json Document::Describe()
         {"snapshots", DescribeSnapshots()},
         {"clients", DescribeClients()},
         {"requests", DescribeRequests()},
+        {"durationBoundsNs", Counters::kBoundsNs},
         {"unlistedRequests", service_.counters.Unlisted()},
         {"faults", DescribeFaults()},
         {"scenario", DescribeScenario()},
@@ -427,7 +428,8 @@ ordered_json Document::DescribeClients()
                                {"taskName", client.taskName},
                                {"process", HostProcessNumber(client.process)},
                                {"notificationsSent", client.sent},
-                               {"notificationsDropped", client.dropped}}));
+                               {"notificationsDropped", client.dropped},
+                               {"notificationsWaiting", client.Waiting()}}));
         if (client.callback)
             list.back()["callback"] = FieldsOf<VESK_VIDEO_MSG_SET_CALLBACK>(*client.callback);
     }
@@ -445,10 +447,12 @@ ordered_json Document::DescribeRequests()
             results.push_back(Object({{"result", tally.result},
                                       {"resultName", decoder::ResultName(tally.result)},
                                       {"count", tally.count}}));
-        list.push_back(Object({{"number", number},
-                               {"name", decoder::ShortName(messages::FindAnyRequest(number)->name)},
-                               {"results", std::move(results)},
-                               {"otherResults", row.others}}));
+        list.push_back(Object(
+            {{"number", number},
+             {"name", decoder::ShortName(messages::FindAnyRequest(number)->name)},
+             {"results", std::move(results)},
+             {"otherResults", row.others},
+             {"durations", Object({{"sumNs", row.durations.sumNs}, {"counts", row.durations.counts}})}}));
     }
     return list;
 }

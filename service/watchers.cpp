@@ -53,13 +53,16 @@ void Watchers::Forget(HostProcess process)
     std::erase_if(watchers_, [process](const Watcher& watcher) { return watcher.task.process == process; });
 }
 
-Watchers::WatchedRequest Watchers::Arrived(const OsMsgEnvelope& message, const Sender& sender)
+Watchers::WatchedRequest Watchers::Arrived(const OsMsgEnvelope& message, const Sender& sender,
+                                           steady_clock::time_point when)
 {
-    WatchedRequest request{
-        .number = ++lastExchange_, .msgId = message.msgId, .sender = sender, .arrived = {}};
-    if (watchers_.empty())
+    WatchedRequest request{.number = ++lastExchange_,
+                           .msgId = message.msgId,
+                           .sender = sender,
+                           .arrived = when,
+                           .wasWatched = !watchers_.empty()};
+    if (!request.wasWatched)
         return request;
-    request.arrived = steady_clock::now();
     VeskControlMessage shown{};
     shown.kind = VESK_CONTROL_SAW_REQUEST;
     shown.number = message.msgId;
@@ -93,7 +96,7 @@ void Watchers::End(VeskControlMessageKind kind, const WatchedRequest& request, u
     shown.number = request.msgId;
     shown.platformResult = platformResult;
     shown.exchange = request.number;
-    if (request.arrived != steady_clock::time_point())
+    if (request.wasWatched)
         shown.durationNs = Nanoseconds(steady_clock::now()) - Nanoseconds(request.arrived);
     Show(shown, request.sender, data);
 }

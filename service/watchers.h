@@ -21,6 +21,7 @@ public:
         uint32_t msgId = 0;
         Sender sender;
         std::chrono::steady_clock::time_point arrived;
+        bool wasWatched = false; ///< When it arrived.
     };
 
     explicit Watchers(const Identity& self) : self_(self) {}
@@ -30,7 +31,8 @@ public:
     /// Shows a process nothing more.
     void Forget(HostProcess process);
 
-    WatchedRequest Arrived(const OsMsgEnvelope& message, const Sender& sender);
+    WatchedRequest Arrived(const OsMsgEnvelope& message, const Sender& sender,
+                           std::chrono::steady_clock::time_point when);
     void Answered(const WatchedRequest& request, uint32_t platformResult, std::span<const std::byte> data);
     void Unanswered(const WatchedRequest& request);
     /// @param kind  VESK_CONTROL_SAW_NOTIFICATION or VESK_CONTROL_SAW_DROPPED.

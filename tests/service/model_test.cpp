@@ -510,6 +510,19 @@ FORKED_TEST(Application, WhatItHeldIsFreeOnceItHasLeftOrIsDead)
     FillAll(2);
 }
 
+TEST(Counters, DurationsCountUpToTheirBound)
+{
+    vesk::service::Counters counters;
+    using std::chrono::nanoseconds;
+    for (const uint64_t ns : {0UL, 100'000UL, 100'001UL, 5'000'000'000UL, 5'000'000'001UL, UINT64_MAX / 4})
+        counters.Took(VESK_VIDEO_MSG_INIT, nanoseconds(ns));
+    counters.Took(999, nanoseconds(1));
+    const auto& durations = counters.Listed().at(VESK_VIDEO_MSG_INIT).durations;
+    const std::vector<uint64_t> counts(durations.counts.begin(), durations.counts.end());
+    EXPECT_EQ(counts, (std::vector<uint64_t>{2, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 2}));
+    EXPECT_EQ(durations.sumNs, 10'000'200'002U + UINT64_MAX / 4);
+}
+
 constexpr HostProcess kDead = 1; // in an empty runtime directory
 
 FORKED_TEST(Application, TheLastSixteenSnapshotsAndTheLastWallpaperAreKept)

@@ -27,6 +27,7 @@ std::string Stable(std::string text)
     const std::pair<const char*, const char*> kReplaced[] = {
         {"veskctl-[0-9]+", "app"},
         {R"x(("(process|nowMs|timeMs|atMs|frozenAtMs|frames)":)[0-9]+)x", "$011"},
+        {R"x("sumNs":[0-9]+,"counts":\[[0-9,]+)x", "\"sumNs\":1,\"counts\":[1"},
         {"process [0-9]+", "process 1"},
         {R"x(app\[[0-9]+\])x", "app[1]"},
         {"(nowMs |frozen since) [0-9]+", "$1 1"},
@@ -83,6 +84,39 @@ TEST_F(DeviceTest, StateAndGraphOfAUsedService)
     EXPECT_EQ(left["inputEngines"].size() + left["encoders"].size() + left["clients"].size(), 0U);
     EXPECT_EQ(left["requests"].back()["name"].dump(), "\"CONTROL_STATE\"");
     EXPECT_EQ(left["requests"].back()["results"][0]["count"].dump(), "3");
+}
+
+TEST_F(DeviceTest, StateTellsHowLongAnswersTookAndWhatWaits)
+{
+    Child client = Start(VESK_VESKCTL_PATH, "monitor");
+    client.ExpectOutput("VI_PORT_PIXEL_INFO port=2");
+    for (const char* command : {"fault add GET_VO_COUNT delay 60", "fault add VO_STOP close", "notify 208",
+                                "fault add VIDEO_CAPABILITY_UPDATE delay 600000", "notify 208", "notify 208"})
+        EXPECT_EQ(Shell(kVeskctl + "device " + command).status, 0) << command;
+    for (const char* request :
+         {"GET_VO_COUNT", "VO_STOP outEngNo=1", "SET_CAMERA_QUEUE_ID inEngNo=1 queHandle=0"})
+        Shell(kVeskctl + "call " + request);
+    const auto look = [] { return ordered_json::parse(Shell(kVeskctl + "device state --json").output); };
+    auto state = look();
+    EXPECT_EQ(state["clients"][0]["notificationsSent"], 10U);
+    EXPECT_EQ(state["clients"][0]["notificationsWaiting"], 2U);
+    std::map<std::string, uint64_t> counts, longest;
+    for (const ordered_json& request : state["requests"]) {
+        const auto name = request["name"].get<std::string>();
+        const ordered_json& durations = request["durations"];
+        EXPECT_EQ(durations["counts"].size(), state["durationBoundsNs"].size() + 1);
+        for (const ordered_json& count : durations["counts"])
+            counts[name] += count.get<uint64_t>();
+        longest[name] = durations["sumNs"].get<uint64_t>();
+    }
+    EXPECT_EQ(counts["GET_VO_COUNT"], 1U);
+    EXPECT_GE(longest["GET_VO_COUNT"], 50'000'000U); // but for the milliseconds to which delays are rounded
+    EXPECT_EQ(counts["VO_STOP"], 0U);
+    EXPECT_EQ(counts["SET_CAMERA_QUEUE_ID"], 1U);
+    Shell(kVeskctl + "device reset");
+    state = look();
+    EXPECT_EQ(state["clients"][0]["notificationsWaiting"], 0U);
+    EXPECT_EQ(state["requests"].size(), 3U) << state["requests"]; // those of the last two commands
 }
 
 TEST_F(DeviceTest, SavedStatesMayHoldAnything)

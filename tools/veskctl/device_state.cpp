@@ -222,6 +222,9 @@ Row ClientRow(const ordered_json& client)
             "process " + client.at("process").dump(),
             client.at("notificationsSent").dump() + " notifications",
             client.at("notificationsDropped") != 0 ? client["notificationsDropped"].dump() + " dropped" : "",
+            client.contains("notificationsWaiting") && client["notificationsWaiting"] != 0
+                ? client["notificationsWaiting"].dump() + " waiting"
+                : "",
             client.contains("callback") ? "callback record" : ""};
 }
 
@@ -332,7 +335,7 @@ void PrintState(const ordered_json& state)
               (seed.is_null() ? "" : ", numbers from seed " + seed.dump()));
     const ordered_json cut = state.value("cut", ordered_json::object());
     for (const auto& [name, section] : state.items()) {
-        if (name != "service" && name != "cut" && IsSet(section))
+        if (name != "service" && name != "cut" && name != "durationBoundsNs" && IsSet(section))
             PrintSection(name, section, cut);
     }
 }
