@@ -1,6 +1,7 @@
 // What scenes look like, and that a painter draws the same whatever it has drawn before.
 #include "pictures/painter.h"
 
+#include "base/error.h"
 #include "base/file.h"
 #include "pictures/image_file.h"
 
