@@ -35,6 +35,9 @@ void PrintTables(bool quick, bool asJson, bool withSystemCalls)
     std::vector<Table (*)(bool)> makers{CallTable,     DistantCallTable, LargeCallTable,
                                         ThreadTable,   OwedTable,        NotificationTable,
                                         OwnShareTable, SceneTable,       SceneAskedTable};
+#ifdef VESK_BENCH_PICTURES
+    makers.push_back(PictureTable);
+#endif
 #ifdef VESK_BENCH_PYTHON
     makers.insert(makers.end(), {PythonCallTable, PythonImportTable});
 #endif

@@ -49,6 +49,8 @@ Table SystemCallTable(bool quick);
 Table SceneTable(bool quick);
 /// And the other clients of the service.
 Table SceneAskedTable(bool quick);
+/// What it costs to draw displays, beside other programs that compose pictures.
+Table PictureTable(bool quick);
 /// What the Python package adds to a call.
 Table PythonCallTable(bool quick);
 Table PythonImportTable(bool quick);

@@ -10,7 +10,9 @@ void DrawPanel(Picture& onto, const Look& look, const Font& font)
 {
     Pen pen(onto, {}, font);
     const double width = look.size.width, height = look.size.height;
-    const double unit = std::min(width * 0.6, height), title = std::clamp(unit * 0.13, 6.0, 90.0);
+    const double unit = std::min(width * 0.6, height),
+                 most = std::min(height / (1.6 + 0.9 * double(look.lines.size())), 90.0),
+                 title = std::min(std::max(unit * 0.13, 12.0), most);
     const double size = title * 0.6, leading = size * 1.45;
     pen.Fill({0, 0, width, height}, {kDark.red, kDark.green, kDark.blue, look.shade});
     pen.Frame({0, 0, width, height}, std::clamp(unit / 150, 1.0, 4.0),

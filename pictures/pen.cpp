@@ -72,14 +72,6 @@ void Pen::Frame(const Box& box, double width, const Colour& colour)
     Fill({box.x + box.width - across, box.y + down, across, box.height - 2 * down}, colour);
 }
 
-void Pen::Cross(double x, double y, const Box& box, double pixels, const Colour& colour)
-{
-    const double across = pixels / std::abs(transform_.x.scale),
-                 down = pixels / std::abs(transform_.y.scale);
-    Fill({x, box.y, across, box.height}, colour);
-    Fill({box.x, y, box.width, down}, colour);
-}
-
 void Pen::Line(double fromX, double fromY, double toX, double toY, double pixels, const Colour& colour)
 {
     if (!IsNear((fromX + toX) / 2, (fromY + toY) / 2, std::max(std::abs(toX - fromX), std::abs(toY - fromY))))
@@ -98,6 +90,7 @@ void Pen::Ring(double x, double y, double radius, double pixels, const Colour& c
     cairo_save(context_.get());
     cairo_translate(context_.get(), transform_.x(x), transform_.y(y));
     cairo_scale(context_.get(), transform_.x.scale, transform_.y.scale);
+    cairo_new_path(context_.get());
     cairo_arc(context_.get(), 0, 0, radius, 0, 2 * std::numbers::pi);
     cairo_restore(context_.get());
     Take(colour);
@@ -119,7 +112,20 @@ void Pen::Text(double x, double y, const std::string& text, const Set& set, cons
     Take(colour);
     cairo_move_to(context_.get(), set.align == Align::kCentre ? -width / 2 : -width, 0);
     cairo_show_text(context_.get(), fitting.c_str());
+    cairo_new_path(context_.get());
     cairo_restore(context_.get());
+}
+
+Box Pen::Seen(const Box& whole) const
+{
+    const auto within = [](double from, double length, const Axis& axis, uint32_t pixels) {
+        const double a = -axis.offset / axis.scale, b = (pixels - axis.offset) / axis.scale;
+        const double start = std::clamp(std::min(a, b), from, from + length);
+        return std::pair(start, std::clamp(std::max(a, b), start, from + length) - start);
+    };
+    const auto [x, width] = within(whole.x, whole.width, transform_.x, size_.width);
+    const auto [y, height] = within(whole.y, whole.height, transform_.y, size_.height);
+    return {x, y, width, height};
 }
 
 } // namespace vesk::pictures

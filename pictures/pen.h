@@ -34,12 +34,12 @@ public:
     void Fill(const Box& box, const Colour& colour);
     /// The inner edge of a box; of that width, but at least a pixel's.
     void Frame(const Box& box, double width, const Colour& colour);
-    /// Lines of @p pixels that cross at a point and are as long as a box.
-    void Cross(double x, double y, const Box& box, double pixels, const Colour& colour);
     void Line(double fromX, double fromY, double toX, double toY, double pixels, const Colour& colour);
     void Ring(double x, double y, double radius, double pixels, const Colour& colour);
     void Text(double x, double y, const std::string& text, const Set& set, const Colour& colour);
 
+    /// What is drawn of a box.
+    Box Seen(const Box& whole) const;
     /// How many pixels a length has; the smaller of both directions.
     double Pixels(double length) const;
     cairo_t* Context() const { return context_.get(); }

@@ -269,7 +269,7 @@ private:
         moment = MomentAt(ms, input.fr);
         Look look{.kind = Look::Kind::kTestPicture, .size = view_->size, .source = source,
                   .transform = transform};
-        look.hue = HueOf(input.application.empty() ? input.viPort.value_or(0) : input.inEngNo + 7);
+        look.hue = HueOf(input.application.empty() ? input.viPort.value_or(0) : input.inEngNo + 4);
         look.digits = DigitsOfMinutes(*moment);
         look.title = TitleOf(input);
         look.lines = {Joined({PortText(input), "input engine " + Text(input.inEngNo)}),

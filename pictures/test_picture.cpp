@@ -41,41 +41,57 @@ void DrawBands(Pen& pen, const Box& whole, double hue)
 }
 
 /// The distance of lines: 1, 2 or 5 with zeros, so that there are about 20 on the longer side.
-uint32_t StepOf(Size source)
+uint64_t StepOf(const Box& box)
 {
-    const uint32_t least = std::max(source.width, source.height) / 25 + 1;
-    uint64_t step = 1;
-    for (uint64_t power = 1; step < least; power *= 10) {
+    const auto least = static_cast<uint64_t>(std::max(box.width, box.height) / 25) + 1;
+    for (uint64_t power = 1;; power *= 10) {
         for (const uint64_t digit : {1U, 2U, 5U}) {
-            if (step < least)
-                step = digit * power;
+            if (digit * power >= least)
+                return digit * power;
         }
     }
-    return static_cast<uint32_t>(std::min<uint64_t>(step, UINT32_MAX));
+}
+
+/// The first multiple of a step that is not before a place.
+uint64_t FirstOf(uint64_t step, double from)
+{
+    return static_cast<uint64_t>(std::ceil(from / double(step))) * step;
 }
 
 /// Where lines meet, their coordinates are written at each fourth.
-void DrawGrid(Pen& pen, const Box& whole, Size source)
+void DrawGrid(Pen& pen, const Box& whole, uint64_t step, double opacity)
 {
-    constexpr uint32_t kLabelled = 4;
-    const uint64_t step = StepOf(source);
-    const auto isBold = [&](uint64_t at) { return at / step % kLabelled == 0; };
-    const auto colour = [&](uint64_t at) { return Colour{1, 1, 1, isBold(at) ? 0.7 : 0.28}; };
-    const double pixels = std::clamp(std::round(pen.Pixels(double(step) / 50)), 1.0, 4.0);
-    const double across = 1 / std::max(pen.Pixels(1), 1e-9) * pixels;
-    for (uint64_t x = step; x < source.width; x += step)
-        pen.Fill({double(x), 0, across, whole.height}, colour(x));
-    for (uint64_t y = step; y < source.height; y += step)
-        pen.Fill({0, double(y), whole.width, across}, colour(y));
+    constexpr uint64_t kLabelled = 4;
+    const Box seen = pen.Seen(whole);
+    const auto colour = [&](uint64_t at) {
+        return Colour{1, 1, 1, (at / step % kLabelled == 0 ? 0.7 : 0.28) * opacity};
+    };
+    const double width = std::clamp(std::round(pen.Pixels(double(step) / 50)), 1.0, 4.0) / pen.Pixels(1);
+    for (uint64_t x = FirstOf(step, std::max(seen.x, 1.0)); double(x) < seen.x + seen.width; x += step)
+        pen.Fill({double(x), 0, width, whole.height}, colour(x));
+    for (uint64_t y = FirstOf(step, std::max(seen.y, 1.0)); double(y) < seen.y + seen.height; y += step)
+        pen.Fill({0, double(y), whole.width, width}, colour(y));
     const double size = double(step) * 0.3, gap = size * 0.3;
-    for (uint64_t x = 0; x < source.width; x += step * kLabelled) {
-        for (uint64_t y = 0; y < source.height; y += step * kLabelled) {
+    const uint64_t apart = step * kLabelled;
+    const auto first = [&](double from) { return FirstOf(apart, std::max(from - double(apart), 0.0)); };
+    for (uint64_t x = first(seen.x); double(x) < seen.x + seen.width; x += apart) {
+        for (uint64_t y = first(seen.y); double(y) < seen.y + seen.height; y += apart) {
+            // The mark in the corner stays free.
+            const double left = double(x) + gap * (x == 0 ? 2 : 1), top = double(y) + gap * (y == 0 ? 2 : 1);
             const std::string label = std::to_string(x) + ',' + std::to_string(y);
             const Set set{size, double(step) * 3};
-            pen.Text(double(x) + gap * 1.3, double(y) + size + gap * 1.3, label, set, {0, 0, 0, 0.75});
-            pen.Text(double(x) + gap, double(y) + size + gap, label, set, kWhite);
+            pen.Text(left + gap * 0.3, top + size + gap * 0.3, label, set, {0, 0, 0, 0.75 * opacity});
+            pen.Text(left, top + size, label, set, {1, 1, 1, opacity});
         }
     }
+}
+
+/// Lines closer together, if little of the source is seen.
+void DrawFineGrid(Pen& pen, const Box& whole)
+{
+    const Box seen = pen.Seen(whole);
+    if (std::min(seen.width, seen.height) < double(StepOf(whole)) * 3)
+        DrawGrid(pen, whole, StepOf(seen), 0.6);
 }
 
 /// What shows that nothing is cut off, and whether circles are round.
@@ -100,7 +116,7 @@ void DrawEdges(Pen& pen, const Box& whole, double hue)
 void DrawBoard(Pen& pen, const Look& look)
 {
     const Board board(look.source);
-    pen.Fill(board.Whole(), kDark);
+    pen.Fill(board.Whole(), {kDark.red, kDark.green, kDark.blue, 0.84});
     pen.Frame(board.Whole(), board.unit * 0.006, OfHue(look.hue, 0.6, 0.95));
     pen.Text(board.Left(), board.Down(-0.105), look.title,
              {board.unit * 0.105, board.TextWidth(), Align::kLeft, Weight::kBold}, kWhite);
@@ -109,7 +125,11 @@ void DrawBoard(Pen& pen, const Look& look)
         pen.Text(board.Left(), board.Down(y), line, {board.unit * 0.042, board.TextWidth()}, kPale);
         y += 0.052;
     }
-    pen.Text(board.FrameLeft(), board.Down(0.1), "frame", {board.unit * 0.035, board.unit * 0.3}, kPale);
+    const double width = board.unit * 0.32;
+    if (look.digits > 0)
+        pen.Text(board.FrameLeft(), board.Down(0.1), "frame", {board.unit * 0.035, width}, kPale);
+    else
+        pen.Text(board.FrameLeft(), board.ClockBaseline(), "frames decoded", {board.unit * 0.035, width}, kPale);
     pen.Ring(board.MarkX(), board.MarkY(), board.MarkRadius(), std::max(1.0, pen.Pixels(board.unit * 0.005)),
              OfHue(look.hue, 0.4, 0.6));
 }
@@ -123,9 +143,10 @@ void DrawTestPicture(Pen& pen, const Look& look)
         DrawBars(pen, whole, look.hue);
     else
         DrawBands(pen, whole, look.hue);
-    DrawGrid(pen, whole, look.source);
+    DrawGrid(pen, whole, StepOf(whole), 1);
     DrawEdges(pen, whole, look.hue);
     DrawBoard(pen, look);
+    DrawFineGrid(pen, whole);
 }
 
 } // namespace vesk::pictures

@@ -70,9 +70,9 @@ Ticker::Ticker(const Look& look, const Font& font)
       digits_(look.digits)
 {
     const Board board(source_);
+    lines_.push_back({board.Left(), board.ClockBaseline(), 0.105 * board.unit, {}});
     if (digits_ > 0)
-        lines_.push_back({board.Left(), board.ClockBaseline(), 0.105 * board.unit, {}});
-    lines_.push_back({board.FrameLeft(), board.ClockBaseline(), 0.055 * board.unit, {}});
+        lines_.push_back({board.FrameLeft(), board.ClockBaseline(), 0.055 * board.unit, {}});
     const double radius = 0.022 * board.unit;
     mark_ = Drawn(MarkBox(radius), [&](cairo_t* context) {
         const Colour colour = OfHue(hue_, 0.55, 1);
