@@ -1,1 +1,163 @@
+// Writes pictures to a video.
 #include "pictures/video_file.h"
+
+#include "base/error.h"
+#include "base/text.h"
+#include "pictures/media_process.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <iterator>
+
+namespace vesk::pictures {
+
+namespace {
+
+using Clock = std::chrono::system_clock;
+using media::Task;
+
+/// An encoder may keep many pictures until the end.
+constexpr std::chrono::minutes kMost(2);
+constexpr uint32_t kMostFramesPerSecond = 1000;
+
+std::string ContainerFor(const std::string& path)
+{
+    if (path == "-")
+        return "matroska";
+    constexpr std::pair<const char*, const char*> kContainers[] = {
+        {".mp4", "mp4"}, {".mkv", "matroska"}, {".webm", "webm"}};
+    const std::string extension = std::filesystem::path(path).extension();
+    const auto* const container =
+        std::find_if(std::begin(kContainers), std::end(kContainers),
+                     [&](const auto& one) { return SameText(extension, one.first); });
+    if (container == std::end(kContainers))
+        throw Error(path + ": expected the name of a video, which ends with .mp4, .mkv or .webm");
+    return container->second;
+}
+
+/// A file that takes the place of another one once it is complete. Pipes and devices are written at once, and
+/// so is standard output.
+class Target {
+public:
+    explicit Target(const std::string& path) : path_(path), file_(Open()) {}
+    ~Target()
+    {
+        if (!temporary_.empty())
+            unlink(temporary_.c_str());
+    }
+    Target(const Target&) = delete;
+
+    int Get() const { return file_.Get(); }
+
+    void Keep()
+    {
+        if (!temporary_.empty() && std::rename(temporary_.c_str(), path_.c_str()) != 0)
+            throw Error(path_ + ": " + std::strerror(errno));
+        temporary_.clear();
+    }
+
+private:
+    Descriptor Open()
+    {
+        struct stat there {};
+        const bool isThere = path_ != "-" && stat(path_.c_str(), &there) == 0;
+        std::error_code error;
+        if (isThere && S_ISREG(there.st_mode)) // a link stays one
+            path_ = std::filesystem::canonical(path_, error).string();
+        if (path_ != "-" && (!isThere || S_ISREG(there.st_mode)))
+            temporary_ = path_ + '.' + std::to_string(Clock::now().time_since_epoch().count()) + ".part";
+        Descriptor file(path_ == "-" ? fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)
+                        : temporary_.empty()
+                            ? open(path_.c_str(), O_WRONLY | O_CLOEXEC)
+                            : open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+        if (!file.IsOpen()) {
+            temporary_.clear();
+            throw Error(path_ + ": " + std::strerror(errno));
+        }
+        return file;
+    }
+
+    std::string path_;
+    std::string temporary_;
+    Descriptor file_;
+};
+
+} // namespace
+
+class VideoFile::Writer {
+public:
+    Writer(const std::string& path, Size size, uint32_t framesPerSecond, const std::string& program)
+        : path_(path), size_(size), container_(ContainerFor(path)), target_(path),
+          process_(program,
+                   {"write", container_, std::to_string(size.width), std::to_string(size.height),
+                    std::to_string(framesPerSecond)},
+                   target_.Get(), size)
+    {
+        Ask(Task::kBegin);
+    }
+
+    void Add(const Picture& picture)
+    {
+        if (picture.size != size_)
+            throw Error(path_ + ": expected a picture of " + Text(size_) + ", got " + Text(picture.size));
+        process_.CopyFrom(picture);
+        Ask(Task::kPicture);
+    }
+
+    void Finish()
+    {
+        Ask(Task::kEnd);
+        target_.Keep();
+    }
+
+private:
+    static std::string Text(Size size)
+    {
+        return std::to_string(size.width) + 'x' + std::to_string(size.height);
+    }
+
+    void Ask(Task task)
+    {
+        try {
+            process_.Send({.task = task, .processorMs = 0, .atMs = 0});
+            process_.Receive(kMost);
+        } catch (const Error& error) {
+            throw Error(path_ + ": " + error.what());
+        }
+    }
+
+    std::string path_;
+    Size size_;
+    std::string container_;
+    Target target_;
+    MediaProcess process_;
+};
+
+VideoFile::VideoFile(const std::string& path, Size size, uint32_t framesPerSecond, std::string program)
+{
+    if (size.IsEmpty() || size.width > kMostSide || size.height > kMostSide)
+        throw Error(path + ": a video is at least 1x1 and at most 8192x8192 pixels large");
+    if (framesPerSecond == 0 || framesPerSecond > kMostFramesPerSecond)
+        throw Error(path + ": expected 1 to 1000 frames per second, got " + std::to_string(framesPerSecond));
+    writer_ = std::make_unique<Writer>(path, size, framesPerSecond, program);
+}
+
+VideoFile::~VideoFile() = default;
+
+void VideoFile::Add(const Picture& picture)
+{
+    writer_->Add(picture);
+}
+
+void VideoFile::Finish()
+{
+    writer_->Finish();
+}
+
+} // namespace vesk::pictures

@@ -115,8 +115,7 @@ int64_t FileStream::Seek(void* self, int64_t offset, int whence)
 void Prepare(Scaler& scaler, Area area, AVPixelFormat from, AVPixelFormat to, AVColorSpace space,
              bool isFullRange)
 {
-    constexpr int kFlags =
-        SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP | SWS_BITEXACT;
+    constexpr int kFlags = SWS_BILINEAR | SWS_ACCURATE_RND | SWS_BITEXACT; // the same on every machine
     scaler.reset(sws_getCachedContext(scaler.release(), area.width, area.height, from, area.width,
                                       area.height, to, kFlags, nullptr, nullptr, nullptr));
     if (!scaler)
