@@ -1,9 +1,10 @@
 // What it costs to draw displays, beside what compose test pictures of the same sizes.
-#include "pictures/painter.h"
 #include "bench/measure.h"
 #include "bench/process.h"
 #include "bench/table.h"
+#include "pictures/painter.h"
 
+#include <algorithm>
 #include <cmath>
 #include <ctime>
 #include <iostream>
@@ -16,7 +17,7 @@ namespace vesk::bench {
 
 namespace {
 
-constexpr int kRate = 60;
+constexpr uint32_t kRate = 60;
 
 /// A display with as many pictures in each column as in each row.
 struct Wall {
@@ -32,7 +33,7 @@ struct Wall {
     }
 };
 
-std::string Text(uint64_t number)
+std::string Text(uint32_t number)
 {
     return std::to_string(number);
 }
@@ -83,8 +84,8 @@ std::vector<std::string> GStreamer(const Wall& wall, int frames)
 
 std::vector<std::string> FFmpeg(const Wall& wall, int frames)
 {
-    std::vector<std::string> command{"ffmpeg",          "-v", "error", "-nostdin", "-filter_threads", "1",
-                                     "-filter_complex_threads", "1"};
+    std::vector<std::string> command{
+        "ffmpeg", "-v", "error", "-nostdin", "-filter_threads", "1", "-filter_complex_threads", "1"};
     std::string inputs, layout;
     for (uint32_t i = 0; i < wall.Pictures(); ++i) {
         const pictures::Rect place = wall.Place(i);
@@ -164,19 +165,21 @@ Table PictureTable(bool quick)
 {
     const OnCpu here(Cpus().front());
     const size_t rounds = quick ? 1 : 5;
-    Table table{"Pictures of a display with live test pictures at 60 fps: frames in a second of processor time",
-                {"display", "vesk", "GStreamer compositor", "FFmpeg xstack", "vesk/better of them",
-                 "vesk, first picture, ms"},
-                {}};
-    for (const Wall& wall : {Wall{{1920, 1080}, 1}, Wall{{1920, 1080}, 3}, Wall{{1920, 1080}, 5},
-                             Wall{{3840, 2160}, 3}}) {
+    Table table{
+        "Pictures of a display with live test pictures at 60 fps: frames in a second of processor time",
+        {"display", "vesk", "GStreamer compositor", "FFmpeg xstack", "vesk/better of them",
+         "vesk, first picture, ms"},
+        {}};
+    for (const Wall& wall :
+         {Wall{{1920, 1080}, 1}, Wall{{1920, 1080}, 3}, Wall{{1920, 1080}, 5}, Wall{{3840, 2160}, 3}}) {
         const int frames = wall.size.width > 1920 ? 60 : 180;
         const Own own = OwnRate(wall, 3000, rounds);
         double best = 0;
         std::vector<Cell> row{Text(wall.size.width) + 'x' + Text(wall.size.height) + ", " +
                                   Text(wall.Pictures()) + (wall.Pictures() == 1 ? " picture" : " pictures"),
                               Rounded(own.rate, 0)};
-        for (const auto& [name, command] : {std::pair("gst-launch-1.0", GStreamer), {"ffmpeg", FFmpeg}}) {
+        for (const auto& [name, command] :
+             {std::pair<const char*, Command>("gst-launch-1.0", GStreamer), {"ffmpeg", FFmpeg}}) {
             const std::optional<double> rate = RateOf(command, wall, frames, rounds);
             if (!rate)
                 std::cerr << name << " was left out: it is not there, or fails\n";

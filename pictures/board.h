@@ -3,6 +3,8 @@
 
 #include "pictures/transform.h"
 
+#include <algorithm>
+
 namespace vesk::pictures {
 
 struct Board {

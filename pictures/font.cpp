@@ -44,9 +44,9 @@ CairoFontFace Open(Weight weight)
             return face;
         }
     }
-    return CairoFontFace(cairo_toy_font_face_create(
-        "DejaVu Sans", CAIRO_FONT_SLANT_NORMAL,
-        weight == Weight::kBold ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL));
+    return CairoFontFace(cairo_toy_font_face_create("DejaVu Sans", CAIRO_FONT_SLANT_NORMAL,
+                                                    weight == Weight::kBold ? CAIRO_FONT_WEIGHT_BOLD
+                                                                            : CAIRO_FONT_WEIGHT_NORMAL));
 }
 
 /// Where the character before @p end begins.

@@ -2,6 +2,7 @@
 #include "pictures/cairo.h"
 #include "pictures/face.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace vesk::pictures {

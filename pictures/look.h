@@ -17,13 +17,13 @@ struct Look {
     };
 
     Kind kind = Kind::kPanel;
-    Size size{};         ///< Of the drawing.
-    Size source{};       ///< Of the whole source, in whose coordinates it is drawn.
+    Size size{};           ///< Of the drawing.
+    Size source{};         ///< Of the whole source, in whose coordinates it is drawn.
     Transform transform{}; ///< From the source's coordinates to those of the drawing.
-    double hue = 0;      ///< 0 to 1.
-    double shade = 1;    ///< Opacity of a panel.
-    size_t digits = 0;   ///< Of the minutes of the clock; 0: there is none.
-    std::string title{}; ///< Texts are printable.
+    double hue = 0;        ///< 0 to 1.
+    double shade = 1;      ///< Opacity of a panel.
+    size_t digits = 0;     ///< Of the minutes of the clock; 0: there is none.
+    std::string title{};   ///< Texts are printable.
     std::vector<std::string> lines{};
     std::string tag{}; ///< In the corner of a test picture, upright.
     std::shared_ptr<const Picture> image{};

@@ -3,6 +3,9 @@
 
 #include "pictures/sheet.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace vesk::pictures {
 
 namespace {

@@ -2,6 +2,7 @@
 #include "pictures/face.h"
 #include "pictures/pen.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace vesk::pictures {
@@ -39,13 +40,14 @@ void DrawTag(Picture& onto, const Look& look, const Font& font)
     const std::string text = Fitting(pen.Context(), look.tag, width - 2 * size);
     const double length = WidthOf(pen.Context(), text);
     pen.Fill({0, height - 1.6 * size, length + 1.2 * size, 1.6 * size}, OfHue(look.hue, 0.3, 0.95));
-    pen.Text(0.6 * size, height - 0.5 * size, text, {size, length * 1.01, Align::kLeft, Weight::kBold}, kDark);
+    pen.Text(0.6 * size, height - 0.5 * size, text, {size, length * 1.01, Align::kLeft, Weight::kBold},
+             kDark);
 }
 
 void DrawPointer(Pen& pen, const Look& look)
 {
     // An arrow in a square of 32, whose tip is the corner.
-    static constexpr double kArrow[][2] = {{1, 1},   {1, 24},    {6.5, 19}, {10.5, 28},
+    static constexpr double kArrow[][2] = {{1, 1},   {1, 24},    {6.5, 19},   {10.5, 28},
                                            {15, 26}, {11, 17.5}, {18.5, 17.5}};
     constexpr double kSide = 32;
     const double across = look.source.width / kSide, down = look.source.height / kSide;

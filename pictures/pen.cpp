@@ -1,6 +1,7 @@
 // Draws in the coordinates of a source: whole pixels for edges, and text that is sharp at each scale.
 #include "pictures/pen.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 

@@ -21,7 +21,7 @@ enum class Align { kLeft, kCentre, kRight };
 
 /// How a text is set.
 struct Set {
-    double size = 0; ///< In the source's coordinates, as is the width.
+    double size = 0;  ///< In the source's coordinates, as is the width.
     double width = 0; ///< What is longer is shortened.
     Align align = Align::kLeft;
     Weight weight = Weight::kNormal;

@@ -4,7 +4,11 @@
 #include "base/error.h"
 #include "base/text.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstdio>
+#include <functional>
+#include <utility>
 
 namespace vesk::pictures {
 
@@ -154,8 +158,8 @@ private:
     {
         switch (layer.source) {
         case Layer::Source::kInput:
-            planned.look = LookOf(layer.input, PartOr(layer.size, layer.part), SourceOr(layer.size),
-                                  planned.moment);
+            planned.look =
+                LookOf(layer.input, PartOr(layer.size, layer.part), SourceOr(layer.size), planned.moment);
             break;
         case Layer::Source::kDecoder:
             planned.look = LookOf(layer, planned.moment);
@@ -267,8 +271,8 @@ private:
             return look;
         }
         moment = MomentAt(ms, input.fr);
-        Look look{.kind = Look::Kind::kTestPicture, .size = view_->size, .source = source,
-                  .transform = transform};
+        Look look{
+            .kind = Look::Kind::kTestPicture, .size = view_->size, .source = source, .transform = transform};
         look.hue = HueOf(input.application.empty() ? input.viPort.value_or(0) : input.inEngNo + 4);
         look.digits = DigitsOfMinutes(*moment);
         look.title = TitleOf(input);
@@ -294,8 +298,8 @@ private:
                         ago > 0 ? decoder.frames - std::min(since, decoder.frames)
                                 : decoder.frames + elapsed * rate / 1000,
                         static_cast<uint32_t>(rate == 0 ? kUsualRate : rate)};
-        Look look{.kind = Look::Kind::kDecoded, .size = view_->size, .source = source,
-                  .transform = transform};
+        Look look{
+            .kind = Look::Kind::kDecoded, .size = view_->size, .source = source, .transform = transform};
         look.hue = HueOf(decoder.decStmNo + 3);
         look.title = "decoder " + Text(decoder.decStmNo);
         look.lines = {Joined({CodecName(decoder.codec), TextOf(layer.size), RateText(decoder.fr)}),
@@ -308,8 +312,8 @@ private:
                 std::optional<Moment>& moment)
     {
         const Input& input = *decoder.looped;
-        const std::string way = "decoder " + Text(decoder.decStmNo) + ", looped from encoder " +
-                                Text(decoder.encStmNo);
+        const std::string way =
+            "decoder " + Text(decoder.decStmNo) + ", looped from encoder " + Text(decoder.encStmNo);
         if (input.showing != "live" && input.showing != "frozen")
             return Panel(view_->size, TitleOf(input), {input.showing, way}, HueOf(input.viPort.value_or(0)));
         const Size size = input.size.IsEmpty() ? source : input.size;
@@ -322,7 +326,8 @@ private:
     Look PointerLook(const Layer& layer) const
     {
         Look look{.kind = Look::Kind::kPointer, .size = view_->size};
-        look.source = {std::max(uint32_t(layer.window.width), 1U), std::max(uint32_t(layer.window.height), 1U)};
+        look.source = {std::max(uint32_t(layer.window.width), 1U),
+                       std::max(uint32_t(layer.window.height), 1U)};
         look.transform = Mapping(BoxOf(look.source), Window());
         look.hue = layer.source == Layer::Source::kRemotePointer ? HueOf(layer.number) : 0;
         return look;

@@ -12,7 +12,7 @@ struct PlannedLayer {
     Kind kind = Kind::kOther;
     Rect place{}; ///< In the picture's pixels; within it.
     uint32_t opacity = 100;
-    Look look{};                  ///< Not of a filter window.
+    Look look{};                    ///< Not of a filter window.
     std::optional<Moment> moment{}; ///< Of what changes with each frame.
 
     bool LiesAs(const PlannedLayer& other) const

@@ -3,6 +3,9 @@
 
 #include "pictures/face.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace vesk::pictures {
 
 namespace {
@@ -39,7 +42,8 @@ void AddPieces(uint32_t* row, int32_t y, int32_t from, int32_t length, const std
         const Rect shared = Shared(piece.Where(), {from, y, length, 1});
         if (shared.IsEmpty())
             continue;
-        const size_t column = static_cast<size_t>(shared.x - piece.x), line = static_cast<size_t>(y - piece.y);
+        const size_t column = static_cast<size_t>(shared.x - piece.x),
+                     line = static_cast<size_t>(y - piece.y);
         BlendRow(row + (shared.x - from),
                  piece.picture->pixels.data() + line * piece.picture->size.width + column,
                  static_cast<size_t>(shared.width), kFull);

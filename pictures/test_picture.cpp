@@ -4,7 +4,9 @@
 #include "pictures/face.h"
 #include "pictures/pen.h"
 
+#include <algorithm>
 #include <cmath>
+#include <iterator>
 
 namespace vesk::pictures {
 
@@ -63,8 +65,9 @@ void DrawGrid(Pen& pen, const Box& whole, uint64_t step, double opacity)
 {
     constexpr uint64_t kLabelled = 4;
     const Box seen = pen.Seen(whole);
+    const double thin = 0.28 * std::clamp((pen.Pixels(double(step)) - 4) / 10, 0.0, 1.0); // rather than dense
     const auto colour = [&](uint64_t at) {
-        return Colour{1, 1, 1, (at / step % kLabelled == 0 ? 0.7 : 0.28) * opacity};
+        return Colour{1, 1, 1, (at / step % kLabelled == 0 ? thin + 0.42 : thin) * opacity};
     };
     const double width = std::clamp(std::round(pen.Pixels(double(step) / 50)), 1.0, 4.0) / pen.Pixels(1);
     for (uint64_t x = FirstOf(step, std::max(seen.x, 1.0)); double(x) < seen.x + seen.width; x += step)
@@ -129,7 +132,8 @@ void DrawBoard(Pen& pen, const Look& look)
     if (look.digits > 0)
         pen.Text(board.FrameLeft(), board.Down(0.1), "frame", {board.unit * 0.035, width}, kPale);
     else
-        pen.Text(board.FrameLeft(), board.ClockBaseline(), "frames decoded", {board.unit * 0.035, width}, kPale);
+        pen.Text(board.FrameLeft(), board.ClockBaseline(), "frames decoded", {board.unit * 0.035, width},
+                 kPale);
     pen.Ring(board.MarkX(), board.MarkY(), board.MarkRadius(), std::max(1.0, pen.Pixels(board.unit * 0.005)),
              OfHue(look.hue, 0.4, 0.6));
 }

@@ -4,6 +4,7 @@
 #include "pictures/board.h"
 #include "pictures/pen.h"
 
+#include <algorithm>
 #include <cinttypes>
 #include <cmath>
 #include <cstdio>

@@ -1,6 +1,7 @@
 // How coordinates of a source become those of a drawing.
 #include "pictures/transform.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace vesk::pictures {
@@ -65,8 +66,7 @@ Box Fitted(Size size, const Box& window, ShowMode mode, double pixel)
 
 Rect Snapped(const Rect& rect, Size canvas, Size picture)
 {
-    const auto [x, width] =
-        Snapped(rect.x, rect.width, double(picture.width) / canvas.width, picture.width);
+    const auto [x, width] = Snapped(rect.x, rect.width, double(picture.width) / canvas.width, picture.width);
     const auto [y, height] =
         Snapped(rect.y, rect.height, double(picture.height) / canvas.height, picture.height);
     return {x, y, width, height};

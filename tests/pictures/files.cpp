@@ -44,7 +44,7 @@ Frame Files::At(const std::string& path, uint64_t atMs)
         readers_->waves = Drawn({400, 300}, number, Wave);
     if (path == "/logo.png" && readers_->logo.picture == nullptr)
         readers_->logo = Drawn({100, 100}, 0, Disc);
-    return path == "/waves.png" ? readers_->waves
+    return path == "/waves.png"  ? readers_->waves
            : path == "/logo.png" ? readers_->logo
                                  : Frame{nullptr, "no such file", 0};
 }

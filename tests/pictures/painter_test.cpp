@@ -9,7 +9,11 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <cmath>
+#include <cstring>
 #include <fstream>
+#include <iterator>
 #include <random>
 
 using namespace vesk::pictures;
@@ -23,7 +27,8 @@ const char* const kScenes[] = {"six",    "grid", "overlays", "modes", "crop", "f
 
 Scene SceneOf(const std::string& name)
 {
-    return ReadScene(nlohmann::ordered_json::parse(vesk::FileContents(kFolder + "/scenes/" + name + ".json")));
+    return ReadScene(
+        nlohmann::ordered_json::parse(vesk::FileContents(kFolder + "/scenes/" + name + ".json")));
 }
 
 Picture ReadPng(const std::string& path)
@@ -131,10 +136,13 @@ TEST(Painter, BearsExtremes)
 {
     constexpr int32_t kFar = 1 << 30;
     std::mt19937 random(21); // NOLINT: always the same
-    const auto any = [&](std::initializer_list<int32_t> values) { return values.begin()[random() % values.size()]; };
+    const auto any = [&](std::initializer_list<int32_t> values) {
+        return values.begin()[random() % values.size()];
+    };
     const auto anyRect = [&] {
         const int32_t x = any({-kFar, -5, 0, 100, kFar - 1}), y = any({-kFar, -5, 0, 100, kFar - 1});
-        return Rect{x, y, std::min(any({1, 7, 500, INT32_MAX}), kFar - x), std::min(any({1, 500, INT32_MAX}), kFar - y)};
+        return Rect{x, y, std::min(any({1, 7, 500, INT32_MAX}), kFar - x),
+                    std::min(any({1, 500, INT32_MAX}), kFar - y)};
     };
     Files files;
     Painter painter(files);

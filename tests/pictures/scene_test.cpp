@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <cstring>
+
 using namespace vesk::pictures;
 using nlohmann::ordered_json;
 
@@ -64,7 +66,8 @@ TEST(ReadScene, NamesWhatIsWrong)
              {"/layers/0/rect/x", "0.5", "layers[0].rect.x: expected a number from -1073741824 to "},
              {"/layers/0/rect/x", "18446744073709551615", "layers[0].rect.x: expected a number from "},
              {"/layers/0/part/width", "-1", "layers[0].part.width: expected a number from 0 to 1073741823"},
-             {"/layers/0/part/width", "1073741824", "layers[0].part.width: expected a number from 0 to 10737"},
+             {"/layers/0/part/width", "1073741824",
+              "layers[0].part.width: expected a number from 0 to 10737"},
              {"/layers/0/mirror", "3", "layers[0].mirror: expected none, horizontally, vertically or both"},
              {"/layers/1/owner", "\"me\"", "layers[1].owner: expected an object, not \"me\""},
              {"/layers/1/loop/showing", "[[[]]]", "layers[1].loop.showing: expected live, frozen, "},
