@@ -32,9 +32,9 @@ constexpr auto kPause = std::chrono::seconds(5);
 
 /// Time of a processor that a picture may take: one that others have to be decoded for, and one that follows.
 /// By the clock it may be some times as much, so that on a busy machine the same pictures are drawn.
-constexpr milliseconds kMostForFirst(2000);
+constexpr milliseconds kMostForFirst(3000);
 constexpr milliseconds kMostForNext(500);
-constexpr int kBusy = 4;
+constexpr int kBusy = 5;
 constexpr uint64_t kFarMs = 2000;
 
 /// Tells whether a file is still the same and has the same contents.
