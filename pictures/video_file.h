@@ -11,7 +11,9 @@ namespace vesk::pictures {
 /// A video that is written by a process of its own, vesk-media. For one thread at a time.
 class VideoFile {
 public:
-    /// @param path  Its end names the container: .mp4, .mkv or .webm. An existing file is replaced.
+    /// @param path  Its end names the container: .mp4, .mkv or .webm. An existing file is replaced once the
+    /// new one is complete. - is standard output, as Matroska.
+    /// @param size  Videos have even sides: the last column or row of an odd one is there twice.
     /// @param program  Path of vesk-media; empty: it is looked for beside this library. @throw Error
     VideoFile(const std::string& path, Size size, uint32_t framesPerSecond, std::string program = {});
     ~VideoFile();

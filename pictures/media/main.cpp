@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <charconv>
+#include <csignal>
 #include <cstdio>
 #include <functional>
 #include <new>
@@ -60,6 +61,7 @@ void ServeReading(std::byte* memory)
 /// A problem that a picture has after it was taken is told instead of the next answer.
 void ServeWriting(const std::byte* memory, const std::string& container, Size size, int framesPerSecond)
 {
+    std::signal(SIGPIPE, SIG_IGN); // it is a problem like others
     std::optional<Writer> writer;
     std::string problem;
     Serve([&](const Order& order) {

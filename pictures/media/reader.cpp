@@ -97,7 +97,7 @@ void Reader::GoTo(int64_t time)
             Rewind();
         }
     }
-    for (;;) {
+    while (!shown_ || !length_.isOne) { // whatever follows an only picture is not looked at
         if (!next_)
             next_ = source_->Next();
         if (!next_ || next_->pts > time)

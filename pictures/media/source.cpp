@@ -70,8 +70,8 @@ void Source::Open()
     Set(options, "protocol_whitelist", ",");
     const int error = avformat_open_input(&container, nullptr, nullptr, &options); // frees it if it fails
     av_dict_free(&options);
-    if (error == AVERROR_INVALIDDATA ||
-        error == AVERROR(EINVAL)) // the latter of known ones that are not listed
+    // The latter is of one that FFmpeg knows but that is not listed.
+    if (error == AVERROR_INVALIDDATA || error == AVERROR(EINVAL))
         throw Error("is no picture or video of a known format");
     Checked(error, kCannot);
     container_.reset(container);
