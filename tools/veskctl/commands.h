@@ -28,12 +28,16 @@ CommandLine DeviceCommand(Settings& settings);
 CommandLine
 ServeCommand(Settings& settings); ///< Only with the host platform, which lets a program be the service.
 CommandLine WithDeviceCommand(Settings& settings); ///< Likewise.
+CommandLine WebCommand(Settings& settings);
 CommandLine CompletionCommand(Settings& settings);
 CommandLine CompleteCommand(Settings& settings);
 
 // Subcommands of "device".
 CommandLine DeviceSceneCommand(Settings& settings);
 CommandLine DeviceStateCommand(Settings& settings);
+CommandLine DeviceScreenshotCommand(Settings& settings);
+CommandLine DeviceRecordCommand(Settings& settings);
+CommandLine DeviceCompareCommand(Settings& settings);
 CommandLine DeviceGraphCommand(Settings& settings);
 CommandLine DeviceTopCommand(Settings& settings);
 CommandLine DeviceWatchCommand(Settings& settings);

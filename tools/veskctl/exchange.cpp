@@ -152,6 +152,8 @@ void PrintObject(const Members& members)
             json[name] = ToJson(*message);
         else if (const auto* text = std::get_if<std::string>(&value))
             json[name] = *text;
+        else if (const auto* real = std::get_if<double>(&value))
+            json[name] = *real;
         else
             json[name] = std::get<uint64_t>(value);
     }

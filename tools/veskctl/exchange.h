@@ -57,7 +57,8 @@ decoder::Decoded DecodeArrived(const decoder::Decoder& decoder, const Arrived& a
 std::string ArrivedJson(const decoder::Decoded& notification, const Arrived& arrived);
 
 /// The members of a JSON object, for sources that do without JSON's header.
-using Members = std::vector<std::pair<const char*, std::variant<uint64_t, std::string, decoder::Decoded>>>;
+using Members =
+    std::vector<std::pair<const char*, std::variant<uint64_t, double, std::string, decoder::Decoded>>>;
 
 /// Prints an object on one line.
 void PrintObject(const Members& members);

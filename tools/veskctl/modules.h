@@ -10,11 +10,11 @@ namespace vesk::ctl {
 
 /// Options of "device screenshot".
 struct ScreenshotOptions {
-    uint64_t display = 0;
-    std::string file; ///< Empty: display-N.png; - is standard output.
-    std::string size; ///< "1280x720"; empty: the display's.
-    std::optional<uint64_t> atMs;
-    std::string scene; ///< File of a saved scene; empty: the device's.
+    std::optional<uint64_t> display; ///< Nothing: the first one.
+    std::string file;                ///< Empty: display-N.png; - is standard output.
+    std::string size;                ///< "1280x720", "1280x" or "x720"; empty: the display's.
+    std::optional<uint64_t> atMs;    ///< Time of the device; nothing: the scene's.
+    std::string scene;               ///< File of a saved scene or state; empty: the device's.
     std::optional<uint64_t> snapshot;
     bool isLiveOnly = false;
     bool isForTerminal = false;
@@ -32,15 +32,18 @@ struct CompareOptions {
 struct RecordOptions {
     uint64_t display = 0;
     std::string file;
-    std::string size;
-    double seconds = 0; ///< 0: until a signal.
-    uint32_t fr = 0;    ///< Pictures a second; 0: the display's.
+    std::string size;       ///< As above.
+    double seconds = 0;     ///< 0: until a signal.
+    uint32_t fr = 0;        ///< Pictures a second; 0: the display's, but at most 30.
+    bool isStepped = false; ///< The recording moves the device's time.
 };
 
 /// A line "expect-picture" of "run".
 struct ExpectedPicture {
     uint64_t display = 0;
     std::string file;
+    std::string size; ///< As above.
+    std::optional<uint64_t> atMs;
     double tolerance = 1;   ///< Per cent.
     bool isUpdated = false; ///< A file that is missing or differs is written.
 };

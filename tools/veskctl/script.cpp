@@ -5,6 +5,7 @@
 #include "base/words.h"
 #include "decoder/filter.h"
 #include "tools/veskctl/commands.h"
+#include "tools/veskctl/modules.h"
 #include "tools/veskctl/output.h"
 
 #include <algorithm>
@@ -66,6 +67,43 @@ Clock::time_point After(uint32_t milliseconds)
     return Clock::now() + std::chrono::milliseconds(milliseconds);
 }
 
+CommandLine DescribeExpectPicture(Settings& settings, ExpectedPicture& expected)
+{
+    return {
+        .name = "expect-picture",
+        .summary = "Compare what a display shows with the picture in a file",
+        .footer = "Example:\n"
+                  "  expect-picture 0 expected/first-frame.png\n"
+                  "  expect-picture 0 expected/first-frame.png --at 0 --size 640x --tolerance 0\n\n"
+                  "If they differ, NAME-actual.png and NAME-differs.png are left beside NAME.png. With\n"
+                  "'veskctl run --update', a file that is missing or differs is written.",
+        .options =
+            {
+                {.name = "DISPLAY",
+                 .place = &expected.display,
+                 .help = "Output port of the display",
+                 .isRequired = true},
+                {.name = "FILE", .place = &expected.file, .help = "PNG or JPEG", .isRequired = true},
+                {.name = "--tolerance",
+                 .place = &expected.tolerance,
+                 .help = "How far they may differ, per cent; as in 'veskctl device compare'",
+                 .showsDefault = true,
+                 .range = std::pair(0.0, 100.0)},
+                {.name = "--size",
+                 .place = &expected.size,
+                 .help = "Size of the picture, as in 'veskctl device screenshot'"},
+                {.name = "--at",
+                 .place = &expected.atMs,
+                 .help = "Draw what it shows at this time of the device, in milliseconds"},
+            },
+        .run =
+            [&settings, &expected] {
+                Pictures().expect(settings, expected);
+                return kDone;
+            },
+    };
+}
+
 } // namespace
 
 Session::Session(Settings& settings, Client::Interrupt interrupt, const Options& options)
@@ -97,6 +135,10 @@ std::span<const Session::Verb> Session::Verbs()
         {"device",
          "  device ...                         as on the command line: show or steer the virtual device\n",
          &Session::ExecuteDevice, true},
+        {"expect-picture",
+         "  expect-picture DISPLAY FILE [OPTIONS]  a display must show the picture in this file; see there "
+         "--help\n",
+         &Session::ExecuteExpectPicture, false, Names::kNothing},
         {"list", "  list ..., describe NAME            as on the command line\n", &Session::ExecuteCommand},
         {"describe", "", &Session::ExecuteCommand},
         {"", "  quit, exit                         leave, at a prompt; so do Ctrl-D and Ctrl-C\n"
@@ -195,6 +237,22 @@ void Session::ExecuteCall(const WordList& words, const std::string& variable)
 /// Prints what the command line prints. A refusal that is expected is shown as one, too.
 void Session::ExecuteDevice(const WordList& words, const std::string& variable)
 {
+    Steer([&](Settings& settings) { return ParseWords(DescribeTool(settings), words)(); }, variable);
+}
+
+void Session::ExecuteExpectPicture(const WordList& words, const std::string&)
+{
+    ExpectedPicture expected;
+    expected.isUpdated = options_.isUpdating;
+    const auto compare = [&](Settings& settings) {
+        return ParseWords(DescribeExpectPicture(settings, expected), words)();
+    };
+    Steer(compare, "");
+}
+
+/// Does what asks or steers the virtual device.
+void Session::Steer(const std::function<int(Settings&)>& command, const std::string& variable)
+{
     std::optional<Call> call;
     bool isRefused = false; // as expected
     Settings settings = settings_;
@@ -206,8 +264,12 @@ void Session::ExecuteDevice(const WordList& words, const std::string& variable)
         isRefused = false;
         return *call;
     };
+    settings.pause = [&](Clock::time_point until) {
+        while (Next(until)) {
+        }
+    };
     try {
-        ParseWords(DescribeTool(settings), words)();
+        command(settings);
     } catch (const Failure& refusal) {
         if (!isRefused)
             throw;

@@ -15,7 +15,8 @@ class Session {
 public:
     struct Options {
         uint32_t timeoutMs = VESK_VIDEO_SYNC_TIMEOUT; ///< For each answer and notification.
-        bool isQuiet = false; ///< Of notifications, only those that a line waits for are shown.
+        bool isQuiet = false;    ///< Of notifications, only those that a line waits for are shown.
+        bool isUpdating = false; ///< Pictures that are missing or differ are written.
     };
 
     Session(Settings& settings, Client::Interrupt interrupt, const Options& options);
@@ -64,9 +65,11 @@ private:
     void ExecuteCall(const WordList& words, const std::string& variable);
     void ExecuteDevice(const WordList& words, const std::string& variable);
     void ExecuteExpect(const WordList& words, const std::string& variable);
+    void ExecuteExpectPicture(const WordList& words, const std::string& variable);
     void ExecuteWait(const WordList& words, const std::string& variable);
     void ExecuteSleep(const WordList& words, const std::string& variable);
     void ExecuteCommand(const WordList& words, const std::string& variable);
+    void Steer(const std::function<int(Settings&)>& command, const std::string& variable);
     bool Next(std::optional<Clock::time_point> deadline);
 
     Settings& settings_;

@@ -3,6 +3,7 @@
 
 #include "decoder/decoder.h"
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -22,6 +23,9 @@ struct Settings {
 
     /// How a line of a session sends the request of a command of "device"; null: it is no such line.
     std::function<Call(const Prepared& request)> steer;
+
+    /// How such a line waits, while notifications arrive. @throw Failure if it is interrupted
+    std::function<void(std::chrono::steady_clock::time_point until)> pause;
 
     /// Built when it is first asked for. @throw Failure if a file of records cannot be used
     const decoder::Decoder& Decoder();

@@ -54,6 +54,7 @@ CommandLine DescribeTool(Settings& settings)
                 DecodeCommand(settings),
                 ReplayCommand(settings),
                 DeviceCommand(settings),
+                WebCommand(settings),
 #ifdef VESK_HOST_PLATFORM
                 ServeCommand(settings),
                 WithDeviceCommand(settings),
