@@ -37,7 +37,7 @@ void WriteAll(int file, std::string_view text, const std::string& path)
     }
 }
 
-/// What is read from standard input, as a file that another process can open, too.
+/// What is read from standard input, as a file that has a path.
 class InputFile {
 public:
     InputFile() : file_(memfd_create("picture", MFD_CLOEXEC))
@@ -48,7 +48,7 @@ public:
     }
     std::string Path() const
     {
-        return "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(file_.Get());
+        return "/proc/self/fd/" + std::to_string(file_.Get());
     }
 
 private:

@@ -89,7 +89,8 @@ private:
     void Repeat()
     {
         file_->Add(*last_);
-        progress_(++frames_, options_.seconds != 0 ? most_ : 0, frames_);
+        ++frames_;
+        progress_(frames_, options_.seconds != 0 ? most_ : 0, frames_);
     }
 
     /// The recording moves the time, so each picture is of its own.

@@ -6,6 +6,7 @@
 #include "tools/veskctl/exchange.h"
 #include "tools/veskctl/failure.h"
 #include "tools/veskctl/state.h"
+#include "vesk_service/control.h"
 
 #include <nlohmann/json.hpp>
 
@@ -75,10 +76,10 @@ Scene SceneInFile(const ScreenshotOptions& options)
 
 } // namespace
 
-Scene SceneOfDisplay(Settings& settings, uint64_t display)
+Scene SceneOfDisplay(Settings& settings, std::optional<uint64_t> display)
 {
-    const ordered_json document =
-        GetDocument(settings, "VESK_CONTROL_SCENE", {{"port", std::to_string(display)}});
+    const std::string port = std::to_string(display.value_or(VESK_CONTROL_EVERY_PORT));
+    const ordered_json document = GetDocument(settings, "VESK_CONTROL_SCENE", {{"port", port}});
     return DisplayIn(pictures::ReadScenes(document), display, settings.service);
 }
 
@@ -89,11 +90,7 @@ Scene FindScene(Settings& settings, const ScreenshotOptions& options)
     if (options.snapshot)
         return SnapshotIn(GetDocument(settings, "VESK_CONTROL_STATE", {}), *options.snapshot,
                           settings.service);
-    if (options.display)
-        return SceneOfDisplay(settings, *options.display);
-    const ordered_json document =
-        GetDocument(settings, "VESK_CONTROL_SCENE", {{"port", std::to_string(VESK_CONTROL_EVERY_PORT)}});
-    return DisplayIn(pictures::ReadScenes(document), std::nullopt, settings.service);
+    return SceneOfDisplay(settings, options.display);
 }
 
 uint64_t MoveTime(Settings& settings, uint64_t milliseconds)

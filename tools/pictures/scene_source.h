@@ -6,8 +6,8 @@
 
 namespace vesk::ctl {
 
-/// What a display of the device shows now. @throw Failure
-pictures::Scene SceneOfDisplay(Settings& settings, uint64_t display);
+/// What a display of the device, or else its first one, shows now. @throw Failure
+pictures::Scene SceneOfDisplay(Settings& settings, std::optional<uint64_t> display);
 
 /// The scene that is to be drawn: of the device or of a file, now or of a snapshot. @throw Failure, Error
 pictures::Scene FindScene(Settings& settings, const ScreenshotOptions& options);
