@@ -46,10 +46,7 @@ public:
             throw Error(std::string("memory for standard input: ") + std::strerror(errno));
         WriteAll(file_.Get(), FileContents("-", kMostInput), "memory");
     }
-    std::string Path() const
-    {
-        return "/proc/self/fd/" + std::to_string(file_.Get());
-    }
+    std::string Path() const { return "/proc/self/fd/" + std::to_string(file_.Get()); }
 
 private:
     Descriptor file_;

@@ -17,6 +17,12 @@ namespace {
 
 constexpr uint64_t kMostUsualRate = 30;
 
+/// The size of a video, in which colours have half as many pixels a side.
+pictures::Size Even(pictures::Size size)
+{
+    return {size.width + size.width % 2, size.height + size.height % 2};
+}
+
 class Recorder {
 public:
     Recorder(const Settings& settings, const RecordOptions& options)
@@ -28,7 +34,7 @@ public:
         scene_ = SceneOfDisplay(settings_, options_.display);
         const uint64_t usual = std::clamp<uint64_t>(scene_.fr, 1, kMostUsualRate);
         rate_ = options_.fr != 0 ? options_.fr : static_cast<uint32_t>(usual);
-        size_ = SizeFrom(options_.size, scene_);
+        size_ = Even(SizeFrom(options_.size, scene_));
         if (options_.seconds != 0)
             most_ = std::max<uint64_t>(std::llround(options_.seconds * rate_), 1);
         file_.emplace(options_.file, size_, rate_);

@@ -1,4 +1,4 @@
-// The subcommand "web": the device's page in a browser.
+// The subcommand "web": the device's page.
 #include "tools/veskctl/commands.h"
 #include "tools/veskctl/modules.h"
 
@@ -9,19 +9,19 @@ CommandLine WebCommand(Settings& settings)
     auto options = std::make_shared<WebOptions>();
     return {
         .name = "web",
-        .summary = "Show and steer the virtual device in a browser of this machine",
-        .footer = "Example:\n"
-                  "  veskctl web --open                          # until Ctrl-C\n"
-                  "  veskctl web --port 8080\n"
-                  "  veskctl with-device -- veskctl web --open",
-        .options =
-            {
-                {.name = "--port",
-                 .place = &options->port,
-                 .help = "TCP port of the page, on this machine alone; by default any that is free",
-                 .range = std::pair<uint64_t, uint64_t>(0, 65535)},
-                {.name = "--open", .place = &options->isOpened, .help = "Open the page in the browser"},
-            },
+        .summary = "Serve a page that shows and steers the virtual device",
+        .footer =
+            "Its address, which is printed, has the token that opens it; only this machine can reach it.\n"
+            "Example:\n"
+            "  veskctl web --open                   # until Ctrl-C\n"
+            "  veskctl web --port 8080\n"
+            "  veskctl with-device veskctl web      # with a device of its own",
+        .options = {{.name = "--port",
+                     .place = &options->port,
+                     .help = "Port of 127.0.0.1; 0 is any that is free",
+                     .showsDefault = true,
+                     .range = std::pair(uint64_t{0}, uint64_t{UINT16_MAX})},
+                    {.name = "--open", .place = &options->isOpened, .help = "Show the page in a browser"}},
         .run = [options, &settings] { return Web().serve(settings, *options); },
     };
 }

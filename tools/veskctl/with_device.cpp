@@ -32,6 +32,7 @@ struct Options {
     std::string device;
     std::optional<uint64_t> numbers;
     std::string scenario;
+    bool isStepped = false;
     std::string serviceProgram;
     std::vector<std::string> command;
 };
@@ -139,6 +140,8 @@ std::vector<std::string> ServiceCommand(const Settings& settings, const Options&
         command.insert(command.end(), {"--device", ForService(options.device, directory)});
     if (options.numbers)
         command.insert(command.end(), {"--numbers", std::to_string(*options.numbers)});
+    if (options.isStepped)
+        command.emplace_back("--step");
     if (!options.scenario.empty())
         command.insert(command.end(), {"--scenario", ForService(options.scenario, directory)});
     return command;
@@ -302,6 +305,9 @@ CommandLine WithDeviceCommand(Settings& settings)
                  .help =
                      "File of steps that happen on the device, in TOML, or the name of an installed one; - "
                      "is standard input"},
+                {.name = "--step",
+                 .place = &options->isStepped,
+                 .help = "The device's time moves only by 'veskctl device time MS'"},
                 {.name = "--service-program",
                  .place = &options->serviceProgram,
                  .help = "Service to start; by default, vesk-video-service of this installation or in PATH"},
