@@ -45,7 +45,7 @@ J serve tour --once --strict --service A/B & other wait-service; other call VO_S
 PICTURES = r"""
 J device screenshot --size 64x; J device compare display-0.png display-0.png
 J device record 0 -o video.mkv --for 0.1 --rate 10 --size 64x
-printf 'expect-picture 0 new.png --size 64x\n' > expect; J run --update expect; J run expect
+printf 'expect-picture 0 new.png --size 64x\n' > expect && J run --update expect; J run expect
 """
 
 
