@@ -85,6 +85,8 @@ TEST_F(PicturesTest, ScreenshotsAndComparisons)
         {"device screenshot 0 -o a.gif", 2, "a.gif: expected a name that ends with .png, .jpg or .jpeg\n$"},
         {"device screenshot 0 -o none/a.png", 1, "cannot write none/a.png: No such file or directory\n$"},
         {"device screenshot 7", 3, "NUMBER"},
+        {"device screenshot 0 --size 64x --terminal", 0, "(\u2580|\u2584|\u2588|\x1b|without libchafa)"},
+        {"device screenshot 0 --terminal --json", 2, "no JSON"},
         {"device screenshot --snapshot 2", 1, "there is no snapshot 2\n$"},
         {"device screenshot 0 --snapshot 2", 2, "excludes"},
     });
@@ -214,6 +216,12 @@ TEST_F(PicturesTest, RecordsUntilItIsInterruptedOrTheServiceEnds)
         EXPECT_EQ(recorder.Wait(isInterrupted ? SIGINT : 0), isInterrupted ? 0 : 4);
         EXPECT_NE(vesk::pictures::Files(VESK_MEDIA_PATH).At(file, 0).picture, nullptr);
     }
+    Child running = Start(VESK_SERVICE_PATH);
+    running.ExpectOutput("serving");
+    Expect(
+        {{"device record 0 -o b.mp4 --for 0.2 --step", 3, "moves by itself"},
+         {"device record 0 -o c.mp4 --for 0.2 --rate 10 --size 64x", 0, "^c.mp4: 64x36, 2 pictures, 0.2 s"}});
+    EXPECT_FALSE(Exists("b.mp4"));
 }
 
 TEST(Pictures, TheModuleMayBeMissingOrAnother)

@@ -52,6 +52,8 @@ public:
                 Finish();
             throw;
         }
+        if (frames_ == 0)
+            throw Failure(kFailed, "interrupted before the first picture");
         Finish();
         return kDone;
     }
@@ -86,12 +88,14 @@ private:
         return Duration(frame * Duration::period::den / Duration::period::num / rate_);
     }
 
+    /// Draws what @ref scene_ shows.
     void Add(uint64_t atMs)
     {
         last_ = &drawing_.Draw(scene_, atMs, {.size = size_});
         Repeat();
     }
 
+    /// Appends what was drawn last.
     void Repeat()
     {
         file_->Add(*last_);
@@ -122,8 +126,9 @@ private:
             if (frames_ != 0)
                 scene_ = SceneOfDisplay(settings_, options_.display);
             Add(scene_.atMs);
-            for (const Clock::time_point now = Clock::now(); frames_ < most_ && due(frames_ + 1) <= now;)
-                Repeat(), ++repeated_;
+            const Clock::time_point now = Clock::now();
+            for (; frames_ < most_ && due(frames_ + 1) <= now; ++repeated_)
+                Repeat();
         }
     }
 

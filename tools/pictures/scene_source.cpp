@@ -97,12 +97,16 @@ uint64_t MoveTime(Settings& settings, uint64_t milliseconds)
 {
     const Call call = PerformSteering(settings, Prepare(settings.Decoder(), "VESK_CONTROL_TIME",
                                                         {{"advanceMs", std::to_string(milliseconds)}}));
-    for (const decoder::Field& field : call.answer->fields) {
-        const auto* number = std::get_if<uint64_t>(&field.value);
-        if (number != nullptr && field.path == "nowMs")
-            return *number;
-    }
-    throw Failure(kFailed, settings.service + " does not say what time it is");
+    const auto member = [&](std::string_view name) -> uint64_t {
+        for (const decoder::Field& field : call.answer->fields) {
+            if (const auto* number = std::get_if<uint64_t>(&field.value); number && field.path == name)
+                return *number;
+        }
+        throw Failure(kFailed, settings.service + " does not say what time it is");
+    };
+    if (member("isStep") == 0)
+        throw Failure(kRefused, "the device's time moves by itself; the service must be started with --step");
+    return member("nowMs");
 }
 
 } // namespace vesk::ctl

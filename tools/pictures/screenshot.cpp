@@ -24,6 +24,8 @@ void Say(const Settings& settings, const std::string& file, pictures::Size size,
 
 int TakeScreenshot(Settings& settings, const ScreenshotOptions& options)
 {
+    if (options.isForTerminal && settings.json)
+        throw Failure(kUsage, "a picture in the terminal is no JSON; give one of --terminal and --json");
     if (!options.file.empty())
         RequirePicturePath(options.file);
     const pictures::Scene scene = FindScene(settings, options);
