@@ -119,6 +119,8 @@ TEST_F(PicturesTest, SavedScenesNeedNoService)
         {"device screenshot 5 --scene state", 1, "state: there is no display 5\n$"},
         {"device screenshot --scene state --snapshot 7", 1, "state: there is no snapshot 7; there are 1\n$"},
         {"device screenshot --scene hostile", 1, "^veskctl: hostile: .*width"},
+        {"device screenshot --scene hostile --snapshot 1", 1,
+         "^veskctl: hostile: expected the member 'snapshots'\n$"},
         {"device screenshot --scene array", 1, "^veskctl: array: "},
         {"device screenshot --scene now.png", 1, "^veskctl: now.png: "},
         {"device screenshot --scene none", 1, "^veskctl: none: No such file or directory\n$"},

@@ -36,7 +36,7 @@ public:
         rate_ = options_.fr != 0 ? options_.fr : static_cast<uint32_t>(usual);
         size_ = Even(SizeFrom(options_.size, scene_));
         if (options_.seconds != 0)
-            most_ = std::max<uint64_t>(std::llround(options_.seconds * rate_), 1);
+            most_ = std::max(static_cast<uint64_t>(std::llround(options_.seconds * rate_)), uint64_t{1});
         file_.emplace(options_.file, size_, rate_);
     }
 
@@ -81,12 +81,8 @@ private:
         return !client_->IsInterrupted();
     }
 
-    /// When a picture is due, since the first one.
-    template <class Duration>
-    Duration TimeOf(uint64_t frame) const
-    {
-        return Duration(frame * Duration::period::den / Duration::period::num / rate_);
-    }
+    /// When a picture is due, since the first one, in such parts of a second.
+    uint64_t TimeOf(uint64_t frame, uint64_t parts) const { return frame * parts / rate_; }
 
     /// Draws what @ref scene_ shows.
     void Add(uint64_t atMs)
@@ -110,8 +106,8 @@ private:
         uint64_t now = MoveTime(settings_, 0);
         while (frames_ < most_ && WaitUntil(Clock::now())) {
             scene_ = SceneOfDisplay(settings_, options_.display);
-            Add(start + TimeOf<std::chrono::milliseconds>(frames_).count());
-            const uint64_t next = start + TimeOf<std::chrono::milliseconds>(frames_).count();
+            Add(start + TimeOf(frames_, 1000));
+            const uint64_t next = start + TimeOf(frames_, 1000);
             now = MoveTime(settings_, next > now ? next - now : 0);
         }
     }
@@ -121,7 +117,9 @@ private:
     void RecordAsTimePasses()
     {
         const Clock::time_point start = Clock::now();
-        const auto due = [&](uint64_t frame) { return start + TimeOf<std::chrono::nanoseconds>(frame); };
+        const auto due = [&](uint64_t frame) {
+            return start + std::chrono::nanoseconds(TimeOf(frame, 1000000000));
+        };
         while (frames_ < most_ && WaitUntil(due(frames_))) {
             if (frames_ != 0)
                 scene_ = SceneOfDisplay(settings_, options_.display);

@@ -18,29 +18,29 @@ using pictures::Scene;
 namespace {
 
 /// The member of @p object, which is there. @throw Error
-const ordered_json& MemberOf(const ordered_json& object, const char* name, const std::string& origin)
+const ordered_json& MemberOf(const ordered_json& object, const char* name)
 {
     if (!object.is_object() || !object.contains(name))
-        throw Error(origin + ": expected the member '" + name + "'");
+        throw Error(std::string("expected the member '") + name + "'");
     return object[name];
 }
 
 /// The scenes that a list of a state has, each a member of an entry.
-ordered_json ScenesOf(const ordered_json& entries, const std::string& origin)
+ordered_json ScenesOf(const ordered_json& entries)
 {
     ordered_json scenes = ordered_json::array();
     for (const ordered_json& entry : entries)
-        scenes.push_back(MemberOf(entry, "scene", origin));
+        scenes.push_back(MemberOf(entry, "scene"));
     return {{"scenes", std::move(scenes)}};
 }
 
 Scene SnapshotIn(const ordered_json& state, uint64_t number, const std::string& origin)
 {
     std::string known;
-    for (const ordered_json& snapshot : MemberOf(state, "snapshots", origin)) {
-        const ordered_json& its = MemberOf(snapshot, "number", origin);
+    for (const ordered_json& snapshot : MemberOf(state, "snapshots")) {
+        const ordered_json& its = MemberOf(snapshot, "number");
         if (its == number)
-            return pictures::ReadScene(MemberOf(snapshot, "scene", origin));
+            return pictures::ReadScene(MemberOf(snapshot, "scene"));
         known += (known.empty() ? "" : ", ") + its.dump();
     }
     throw Failure(kFailed, origin + ": there is no snapshot " + std::to_string(number) +
@@ -61,11 +61,11 @@ Scene SceneInFile(const ScreenshotOptions& options)
 {
     const std::string& file = options.scene;
     const ordered_json document = decoder::ParseJson(ReadDocument(file), file);
-    if (options.snapshot)
-        return SnapshotIn(document, *options.snapshot, file);
     const bool isState = document.is_object() && document.contains("outputs");
     try {
-        return DisplayIn(pictures::ReadScenes(isState ? ScenesOf(document["outputs"], file) : document),
+        if (options.snapshot)
+            return SnapshotIn(document, *options.snapshot, file);
+        return DisplayIn(pictures::ReadScenes(isState ? ScenesOf(document["outputs"]) : document),
                          options.display, file);
     } catch (const Failure&) {
         throw;
