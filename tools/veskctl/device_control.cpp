@@ -5,7 +5,7 @@
 #include "steering/commands.h"
 #include "steering/fault.h"
 #include "tools/veskctl/commands.h"
-#include "tools/veskctl/exchange.h"
+#include "tools/veskctl/device_control.h"
 #include "tools/veskctl/output.h"
 #include "tools/veskctl/table.h"
 
@@ -32,20 +32,22 @@ std::vector<VeskControlFaultState> FaultsIn(const Bytes& answer)
     return faults;
 }
 
-void PrintFaults(const Decoder& decoder, const Bytes& answer, bool asJson)
+ordered_json FaultsJson(const Decoder& decoder, const Bytes& answer)
 {
     ordered_json rows = ordered_json::array();
-    for (const VeskControlFaultState& state : FaultsIn(answer)) {
-        const std::string rule = steering::FaultText(decoder, state.rule);
-        if (asJson)
-            rows.push_back(Object(
-                {{"fault", state.fault}, {"matches", state.matches}, {"hits", state.hits}, {"rule", rule}}));
-        else
-            PutFormatted(stdout, "%u  %s  (matched %" PRIu64 ", changed %" PRIu64 ")", state.fault,
-                         rule.c_str(), state.matches, state.hits);
-    }
-    if (asJson)
-        PrintLine(Dump(rows));
+    for (const VeskControlFaultState& state : FaultsIn(answer))
+        rows.push_back(Object({{"fault", state.fault},
+                               {"matches", state.matches},
+                               {"hits", state.hits},
+                               {"rule", steering::FaultText(decoder, state.rule)}}));
+    return rows;
+}
+
+void PrintFaults(const Decoder& decoder, const Bytes& answer)
+{
+    for (const VeskControlFaultState& state : FaultsIn(answer))
+        PutFormatted(stdout, "%u  %s  (matched %" PRIu64 ", changed %" PRIu64 ")", state.fault,
+                     steering::FaultText(decoder, state.rule).c_str(), state.matches, state.hits);
 }
 
 /// The value of a field of an answer.
@@ -78,22 +80,33 @@ std::string Purpose(const std::string& path)
     return text.starts_with("# ") ? text.substr(2, text.find('\n') - 2) : std::string();
 }
 
-int ListScenarios(bool asJson)
+InstalledFiles InstalledScenarios()
 {
-    const InstalledFiles installed = Installed("scenarios");
+    InstalledFiles installed = Installed("scenarios");
     if (installed.names.empty())
         throw Failure(kFailed, "no scenarios are installed");
-    Table table;
-    ordered_json rows = ordered_json::array();
-    for (const std::string& name : installed.names) {
-        const std::string file = installed.folder + '/' + name;
-        rows.push_back(Object({{"name", name}, {"description", Purpose(file)}, {"file", file}}));
-        table.Add({name, Purpose(file)});
+    return installed;
+}
+
+/// What each installed scenario is for, by name.
+std::vector<std::pair<std::string, std::string>> Scenarios(const InstalledFiles& installed)
+{
+    std::vector<std::pair<std::string, std::string>> scenarios;
+    for (const std::string& name : installed.names)
+        scenarios.emplace_back(name, Purpose(installed.folder + '/' + name));
+    return scenarios;
+}
+
+int ListScenarios(bool asJson)
+{
+    if (asJson) {
+        PrintLine(ScenariosJson());
+        return kDone;
     }
-    if (asJson)
-        PrintLine(Dump(rows));
-    else
-        table.Print("");
+    Table table;
+    for (const auto& [name, purpose] : Scenarios(InstalledScenarios()))
+        table.Add({name, purpose});
+    table.Print("");
     return kDone;
 }
 
@@ -104,16 +117,33 @@ int RunControl(Settings& settings, const steering::Build& build)
     if (!message)
         return ListScenarios(settings.json);
     const Call call = PerformSteering(settings, {message->number, true, std::move(message->data)});
-    if (message->number == VESK_CONTROL_FAULT_LIST)
-        PrintFaults(decoder, call.outcome.answer, settings.json);
-    else if (settings.json)
-        PrintLine(Dump(ToJson(*call.answer).value("payload", ordered_json::object())));
+    if (settings.json)
+        PrintLine(ControlAnswerJson(decoder, call));
+    else if (message->number == VESK_CONTROL_FAULT_LIST)
+        PrintFaults(decoder, call.outcome.answer);
     else
         PrintAnswer(*call.answer);
     return kDone;
 }
 
 } // namespace
+
+std::string ControlAnswerJson(const Decoder& decoder, const Call& call)
+{
+    if (call.request.number == VESK_CONTROL_FAULT_LIST)
+        return Dump(FaultsJson(decoder, call.outcome.answer));
+    return Dump(ToJson(*call.answer).value("payload", ordered_json::object()));
+}
+
+std::string ScenariosJson()
+{
+    const InstalledFiles installed = InstalledScenarios();
+    ordered_json rows = ordered_json::array();
+    for (const auto& [name, purpose] : Scenarios(installed))
+        rows.push_back(
+            Object({{"name", name}, {"description", purpose}, {"file", installed.folder + '/' + name}}));
+    return Dump(rows);
+}
 
 std::vector<CommandLine> DeviceControlCommands(Settings& settings)
 {

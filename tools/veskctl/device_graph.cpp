@@ -74,7 +74,8 @@ public:
         edges_ += " }\n";
     }
 
-    void Print(const std::string& title) const
+    /// In Graphviz's language.
+    std::string Text(const std::string& title) const
     {
         std::string text = "digraph device {\n"
                            "  rankdir=LR; fontname=\"Helvetica\"; fontsize=11; labelloc=t; label=" +
@@ -91,7 +92,7 @@ public:
             text += "  subgraph cluster_" + std::to_string(cluster++) + " {\n  label=" + Quoted(owner) +
                     "; color=gray;\n" + nodes + "  }\n";
         }
-        PutLines(stdout, text + edges_ + "}\n");
+        return text + edges_ + "}\n";
     }
 
 private:
@@ -204,7 +205,9 @@ void ConnectOutputs(Graph& graph, const ordered_json& state)
     }
 }
 
-void PrintGraph(const ordered_json& state)
+} // namespace
+
+std::string GraphText(const ordered_json& state)
 {
     Graph graph;
     AddPorts(graph, state, kInputs, "source");
@@ -223,10 +226,8 @@ void PrintGraph(const ordered_json& state)
                           kRemoteMice.IsRunning(mouse));
     }
     const ordered_json& service = state.at("service");
-    graph.Print(service.at("procName").get<std::string>() + '/' + service.at("taskName").get<std::string>());
+    return graph.Text(service.at("procName").get<std::string>() + '/' + service.at("taskName").get<std::string>());
 }
-
-} // namespace
 
 CommandLine DeviceGraphCommand(Settings& settings)
 {
@@ -244,7 +245,7 @@ CommandLine DeviceGraphCommand(Settings& settings)
         .run =
             [file, &settings] {
                 const ordered_json state = ReadState(settings, *file);
-                ShowState([&] { PrintGraph(state); });
+                ShowState([&] { PutLines(stdout, GraphText(state)); });
                 return kDone;
             },
     };

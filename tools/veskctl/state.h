@@ -18,6 +18,9 @@ nlohmann::ordered_json ReadState(Settings& settings, const std::string& file);
 nlohmann::ordered_json GetDocument(Settings& settings, const std::string& request,
                                    const std::vector<decoder::Assignment>& arguments);
 
+/// How pictures run through the device, in Graphviz's language. To be called through ShowState.
+std::string GraphText(const nlohmann::ordered_json& state);
+
 /// A section of the state that lists things of a kind.
 struct Section {
     const char* name; ///< In the state.

@@ -4,6 +4,7 @@
 #include "decoder/json.h"
 #include "tools/veskctl/failure.h"
 #include "tools/veskctl/output.h"
+#include "tools/veskctl/shown_exchange.h"
 
 #include <algorithm>
 #include <cinttypes>
@@ -13,71 +14,6 @@ namespace vesk::ctl {
 using namespace decoder;
 using namespace recording;
 using nlohmann::ordered_json;
-
-namespace {
-
-double Milliseconds(uint64_t ns)
-{
-    return static_cast<double>(ns) / 1e6;
-}
-
-/// What became of a message. No words for a notification that was handled: its duration says it.
-std::string Ending(const Exchange& exchange, const Decoder& decoder, const Decoded* answer)
-{
-    if (!exchange.end)
-        return exchange.begin.kind == Kind::kAnswer ? "" : " -> not ended";
-    const Event& end = *exchange.end;
-    std::string text;
-    if (answer != nullptr)
-        text = " -> " + Line(decoder, *answer);
-    else if (end.kind == Kind::kDone && !end.comment.empty())
-        text = " -> " + end.comment;
-    else if (exchange.begin.isSent && end.platformResult != 0)
-        text = " -> no answer: " + ResultText(end.platformResult);
-    else if (exchange.begin.isSynchronous)
-        text = " -> not answered";
-    else if (exchange.begin.isSent)
-        text = " -> sent";
-    if (end.durationNs == 0) // not known
-        return text;
-    char duration[32];
-    std::snprintf(duration, sizeof duration, " %.2f ms", Milliseconds(end.durationNs));
-    return text + duration;
-}
-
-ordered_json EventJson(const Event& event)
-{
-    return Object({{"time", static_cast<double>(event.realtimeNs) / 1e9},
-                   {"monotonic", static_cast<double>(event.monotonicNs) / 1e9},
-                   {"program", event.program},
-                   {"process", event.process},
-                   {"thread", event.thread},
-                   {"exchange", event.exchange}});
-}
-
-ordered_json ExchangeJson(const Exchange& exchange, const Decoded& message, const Decoded* answer)
-{
-    ordered_json json = EventJson(exchange.begin);
-    json["sent"] = exchange.begin.isSent;
-    json["from"] = exchange.begin.sendProcName + '/' + exchange.begin.sendTaskName;
-    json["to"] = exchange.begin.recvProcName + '/' + exchange.begin.recvTaskName;
-    json[exchange.begin.kind == Kind::kRequest        ? "request"
-         : exchange.begin.kind == Kind::kNotification ? "notification"
-                                                      : "answer"] = ToJson(message);
-    if (answer != nullptr)
-        json["answer"] = ToJson(*answer);
-    if (!exchange.end)
-        return json;
-    const Event& end = *exchange.end;
-    if (answer == nullptr && exchange.begin.isSent && end.platformResult != 0)
-        json["error"] = Object({{"code", end.platformResult}, {"name", ResultName(end.platformResult)}});
-    if (!end.comment.empty())
-        json["note"] = end.comment;
-    json["ms"] = Milliseconds(end.durationNs);
-    return json;
-}
-
-} // namespace
 
 std::vector<Option> TranscriptOptionsOf(TranscriptOptions& options)
 {
@@ -113,16 +49,6 @@ void Transcript::Add(Event&& event)
         Show(*exchange);
 }
 
-std::string Transcript::Origin(const Event& event) const
-{
-    const auto sinceFirst = static_cast<int64_t>(event.monotonicNs - *firstNs_);
-    char text[160];
-    std::snprintf(text, sizeof text, "%.6f %s[%u%s] ", static_cast<double>(sinceFirst) / 1e9,
-                  event.program.c_str(), event.process,
-                  event.thread == 0 ? "" : (':' + std::to_string(event.thread)).c_str());
-    return text;
-}
-
 void Transcript::Finish()
 {
     while (const std::optional<Exchange> exchange = joiner_.TakeOpen())
@@ -132,20 +58,20 @@ void Transcript::Finish()
 void Transcript::Show(const Exchange& exchange)
 {
     const Event& begin = exchange.begin;
-    if (begin.kind == Kind::kNote || begin.kind == Kind::kDone)
-        return ShowNote(begin);
-    if (out_ == nullptr && ShowsAll() && !options_.hasSummary) {
+    const bool isNote = begin.kind == Kind::kNote || begin.kind == Kind::kDone;
+    if (!isNote && out_ == nullptr && ShowsAll() && !options_.hasSummary) {
         ++shown_;
         return;
     }
-    const Decoder& decoder = settings_.Decoder();
-    const Decoded message = decoder.Decode(begin.Message());
-    std::optional<Decoded> answer;
-    if (exchange.end && exchange.end->kind == Kind::kAnswer && exchange.end->platformResult == 0)
-        answer = decoder.Decode(exchange.end->Message());
-    const Decoded* answered = answer ? &*answer : nullptr;
+    const ShownExchange shown(settings_.Decoder(), exchange);
+    if (isNote) {
+        if (ShowsAll() && !begin.comment.empty())
+            Print(shown);
+        return;
+    }
+    const Decoded* answer = shown.Answer();
     const uint64_t durationNs = exchange.end ? exchange.end->durationNs : begin.durationNs;
-    if (!filter_.Matches(message, answered) || Milliseconds(durationNs) < options_.slowMs)
+    if (!filter_.Matches(shown.Message(), answer) || Milliseconds(durationNs) < options_.slowMs)
         return;
     ++shown_;
     if (output_ != nullptr && !ShowsAll()) {
@@ -153,32 +79,16 @@ void Transcript::Show(const Exchange& exchange)
         if (exchange.end)
             output_->Append(*exchange.end);
     }
-    const bool isAnswered =
-        !begin.isSynchronous || (answered != nullptr && answered->result == VESK_VIDEO_OK);
-    Count(exchange, message,
+    const bool isAnswered = !begin.isSynchronous || (answer != nullptr && answer->result == VESK_VIDEO_OK);
+    Count(exchange, shown.Message(),
           !isAnswered || (begin.isSent && exchange.end && exchange.end->platformResult != 0));
-    if (out_ == nullptr)
-        return;
-    if (settings_.json) {
-        PutLine(out_, Dump(ExchangeJson(exchange, message, answered)));
-        return;
-    }
-    const char* direction = begin.isSent ? (begin.kind == Kind::kNotification ? "-> " : "") : "<- ";
-    PutLine(out_, Origin(begin) + direction + (begin.kind == Kind::kAnswer ? message.Title() + " -> " : "") +
-                      Line(decoder, message) + Ending(exchange, decoder, answered));
+    Print(shown);
 }
 
-void Transcript::ShowNote(const Event& note)
+void Transcript::Print(const ShownExchange& shown)
 {
-    if (out_ == nullptr || !ShowsAll() || note.comment.empty())
-        return;
-    if (settings_.json) {
-        ordered_json json = EventJson(note);
-        json["note"] = note.comment;
-        PutLine(out_, Dump(json));
-        return;
-    }
-    PutLine(out_, Origin(note) + "-- " + note.comment);
+    if (out_ != nullptr)
+        PutLine(out_, settings_.json ? shown.Json() : shown.Line(*firstNs_));
 }
 
 void Transcript::Count(const Exchange& exchange, const Decoded& message, bool isFailed)

@@ -13,6 +13,8 @@
 
 namespace vesk::ctl {
 
+class ShownExchange;
+
 /// What the user wants to see.
 struct TranscriptOptions {
     std::vector<std::string> terms;
@@ -45,9 +47,7 @@ public:
 
 private:
     void Show(const recording::Exchange& exchange);
-    /// "12.004512 my-app[812:814] "
-    std::string Origin(const recording::Event& event) const;
-    void ShowNote(const recording::Event& note);
+    void Print(const ShownExchange& shown);
     bool ShowsAll() const { return options_.terms.empty() && options_.slowMs <= 0; }
     void Count(const recording::Exchange& exchange, const decoder::Decoded& message, bool isFailed);
 
