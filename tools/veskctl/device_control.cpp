@@ -1,11 +1,11 @@
 // The subcommands of "device" that send one control message each.
+#include "tools/veskctl/device_control.h"
 #include "base/file.h"
 #include "base/installed.h"
 #include "decoder/json.h"
 #include "steering/commands.h"
 #include "steering/fault.h"
 #include "tools/veskctl/commands.h"
-#include "tools/veskctl/device_control.h"
 #include "tools/veskctl/output.h"
 #include "tools/veskctl/table.h"
 

@@ -226,7 +226,8 @@ std::string GraphText(const ordered_json& state)
                           kRemoteMice.IsRunning(mouse));
     }
     const ordered_json& service = state.at("service");
-    return graph.Text(service.at("procName").get<std::string>() + '/' + service.at("taskName").get<std::string>());
+    return graph.Text(service.at("procName").get<std::string>() + '/' +
+                      service.at("taskName").get<std::string>());
 }
 
 CommandLine DeviceGraphCommand(Settings& settings)

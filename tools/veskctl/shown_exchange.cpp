@@ -56,9 +56,9 @@ ordered_json ExchangeJson(const Exchange& exchange, const Decoded& message, cons
     json["to"] = exchange.begin.recvProcName + '/' + exchange.begin.recvTaskName;
     json[exchange.begin.kind == Kind::kRequest        ? "request"
          : exchange.begin.kind == Kind::kNotification ? "notification"
-                                                      : "answer"] = ToJson(message);
+                                                      : "answer"] = decoder::ToJson(message);
     if (answer != nullptr)
-        json["answer"] = ToJson(*answer);
+        json["answer"] = decoder::ToJson(*answer);
     if (!exchange.end)
         return json;
     const Event& end = *exchange.end;
@@ -105,13 +105,13 @@ std::string ShownExchange::Line(uint64_t firstNs) const
            decoder::Line(decoder_, *message_) + Ending(exchange_, decoder_, Answer());
 }
 
-std::string ShownExchange::Json() const
+ordered_json ShownExchange::ToJson() const
 {
     if (!IsNote())
-        return Dump(ExchangeJson(exchange_, *message_, Answer()));
+        return ExchangeJson(exchange_, *message_, Answer());
     ordered_json json = EventJson(exchange_.begin);
     json["note"] = exchange_.begin.comment;
-    return Dump(json);
+    return json;
 }
 
 } // namespace vesk::ctl

@@ -4,6 +4,8 @@
 #include "decoder/decoder.h"
 #include "tools/recording/exchange.h"
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <optional>
 #include <string>
 
@@ -23,7 +25,7 @@ public:
     /// "12.004512 my-app[812:814] VO_START outEngNo=1 -> OK 0.31 ms". @param firstNs  When time begins.
     std::string Line(uint64_t firstNs) const;
 
-    std::string Json() const;
+    nlohmann::ordered_json ToJson() const;
 
 private:
     const decoder::Decoder& decoder_;

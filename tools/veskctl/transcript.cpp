@@ -88,7 +88,7 @@ void Transcript::Show(const Exchange& exchange)
 void Transcript::Print(const ShownExchange& shown)
 {
     if (out_ != nullptr)
-        PutLine(out_, settings_.json ? shown.Json() : shown.Line(*firstNs_));
+        PutLine(out_, settings_.json ? Dump(shown.ToJson()) : shown.Line(*firstNs_));
 }
 
 void Transcript::Count(const Exchange& exchange, const Decoded& message, bool isFailed)

@@ -1,0 +1,48 @@
+// Speaks HTTP with whom the operating system lets reach 127.0.0.1.
+#pragma once
+
+#include "base/descriptor.h"
+#include "tools/web/access.h"
+#include "tools/web/workers.h"
+
+#include <functional>
+
+struct MHD_Daemon;
+
+namespace vesk::web {
+
+/// Where an answer comes from.
+struct Route {
+    using Handler = std::function<Answer(const Request& request)>;
+
+    Handler handle;             ///< Null: there is nothing of this path. Called by many threads.
+    Workers* workers = nullptr; ///< Who asks the handler; null: it answers at once.
+};
+
+/// A socket that listens on 127.0.0.1.
+struct Listener {
+    Descriptor socket;
+    uint16_t port;
+
+    /// @param wanted  0: any port that is free. @throw Error
+    static Listener At(uint16_t wanted);
+};
+
+class Server {
+public:
+    using Find = std::function<Route(const Request& request)>;
+
+    /// @param access  Outlives the server. @throw Error
+    Server(const Listener& listener, const Access& access, const Find& find);
+    /// After the end of all workers, since nobody else can answer those that wait for them.
+    ~Server();
+    Server(const Server&) = delete;
+
+private:
+    struct Handling;
+    Find find_;
+    const Access& access_;
+    MHD_Daemon* daemon_ = nullptr;
+};
+
+} // namespace vesk::web
