@@ -1,6 +1,7 @@
 // All that is served.
 #include "tools/web/site.h"
 
+#include "tools/web/metrics.h"
 #include "tools/web/problem.h"
 
 namespace vesk::web {
@@ -15,6 +16,15 @@ Route Site::Find(const Request& request)
     const std::string& path = request.path;
     if (path == "/api/graph.svg" && !request.IsPost())
         return {[this](const Request&) { return Guarded([this] { return Drawing(); }); }, &drawing_};
+    if (path == "/metrics" && !request.IsPost())
+        return {[this](const Request&) { return Guarded([this] { return Numbers(); }); }, &asking_};
+    if (path.starts_with("/displays/") && !request.IsPost()) {
+        const bool isKept = path.ends_with(".png");
+        Displays& displays = isKept ? kept_ : displays_;
+        return {
+            [&displays](const Request& asked) { return Guarded([&] { return displays.Picture(asked); }); },
+            isKept ? &drawing_ : &showing_};
+    }
     if (path.starts_with("/api/")) {
         if (Route::Handler handle = api_.Find(request))
             return {std::move(handle), &asking_};
@@ -29,7 +39,21 @@ Route Site::Find(const Request& request)
 void Site::Finish()
 {
     asking_.Finish();
+    showing_.Finish();
     drawing_.Finish();
+}
+
+Answer Site::Numbers()
+{
+    Document state;
+    try {
+        state = device_.State();
+    } catch (const ctl::Failure& failure) {
+        if (failure.status != ctl::kNoService && failure.status != ctl::kTimedOut)
+            throw;
+    }
+    return {200, "text/plain; version=0.0.4; charset=utf-8",
+            std::make_shared<const std::string>(Metrics(state.json.get())), ""};
 }
 
 Answer Site::Drawing()

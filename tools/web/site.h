@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tools/web/api.h"
+#include "tools/web/displays.h"
 #include "tools/web/graph.h"
 #include "tools/web/page_files.h"
 
@@ -22,14 +23,18 @@ public:
 
 private:
     Answer Drawing();
+    Answer Numbers();
 
     PageFiles files_;
     Device device_;
     Messages messages_;
     Graph graph_;
+    Displays displays_{device_};
+    Displays kept_{device_}; ///< Pictures that are kept take longer.
     Api api_{device_, messages_};
     Workers asking_{4};  ///< What waits for the device, which may be silent.
-    Workers drawing_{1}; ///< What another program draws.
+    Workers showing_{1}; ///< What displays show.
+    Workers drawing_{1}; ///< What takes long.
 };
 
 } // namespace vesk::web
