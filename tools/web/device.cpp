@@ -3,7 +3,6 @@
 
 #include "tools/veskctl/device_control.h"
 #include "tools/veskctl/state.h"
-#include "vesk_service/control.h"
 
 #include <nlohmann/json.hpp>
 
@@ -49,7 +48,12 @@ Document Device::Scenes(uint64_t display)
                           "display " + std::to_string(display) + ": too many have been asked for");
         kept = &scenesOf_[display];
     }
-    return Get(*kept, "VESK_CONTROL_SCENE", {{"port", std::to_string(display)}});
+    return Scenes(*kept, display);
+}
+
+Document Device::Scenes(Kept& kept, uint64_t port)
+{
+    return Get(kept, "VESK_CONTROL_SCENE", {{"port", std::to_string(port)}});
 }
 
 Document Device::Faults()

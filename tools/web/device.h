@@ -3,6 +3,7 @@
 
 #include "tools/veskctl/exchange.h"
 #include "tools/web/answer.h"
+#include "vesk_service/control.h"
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -28,7 +29,7 @@ public:
     /// What "device state --json" prints. What is asked for again within a moment is the same. Of those who
     /// ask at the same time, one asks the service. @throw Failure, Error
     Document State() { return Get(state_, "VESK_CONTROL_STATE", {}); }
-    Document Scenes() { return Get(scenes_, "VESK_CONTROL_SCENE", {}); }
+    Document Scenes() { return Scenes(scenes_, VESK_CONTROL_EVERY_PORT); }
     Document Scenes(uint64_t display);
     Document Faults();
 
@@ -49,6 +50,7 @@ private:
         std::optional<ctl::Failure> failure;
     };
 
+    Document Scenes(Kept& kept, uint64_t port);
     Document Get(Kept& kept, const char* request, const std::vector<decoder::Assignment>& arguments);
     template <class Ask>
     Document Get(Kept& kept, const Ask& ask);

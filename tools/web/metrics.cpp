@@ -64,8 +64,8 @@ std::string Seconds(uint64_t ns)
 
 std::string ResultLabel(const ordered_json& result)
 {
-    const std::string name = decoder::ResultName(result.get<uint32_t>());
-    return name.empty() ? result.dump() : name;
+    const std::string_view name = decoder::ResultName(result.get<uint32_t>());
+    return name.empty() ? result.dump() : std::string(name);
 }
 
 void AddRequests(std::string& text, const ordered_json& requests)

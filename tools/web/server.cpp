@@ -226,6 +226,12 @@ struct Server::Handling {
         *place = nullptr;
     }
 
+    /// What would seem to end at a NUL stays as it was sent.
+    static size_t Unescape(void*, MHD_Connection*, char* text) noexcept
+    {
+        return std::strstr(text, "%00") != nullptr ? std::strlen(text) : MHD_http_unescape(text);
+    }
+
     static void Ignore(void*, const char*, va_list) noexcept {}
 };
 
@@ -238,6 +244,7 @@ Server::Server(const Listener& listener, const Access& access, const Find& find)
                                Handling::Ignore, nullptr, MHD_OPTION_LISTEN_SOCKET, socket,
                                MHD_OPTION_CONNECTION_LIMIT, kMostConnections, MHD_OPTION_CONNECTION_TIMEOUT,
                                kMostIdleSeconds, MHD_OPTION_CONNECTION_MEMORY_LIMIT, kConnectionMemory,
+                               MHD_OPTION_UNESCAPE_CALLBACK, Handling::Unescape, nullptr,
                                MHD_OPTION_STRICT_FOR_CLIENT, 1, MHD_OPTION_NOTIFY_COMPLETED,
                                Handling::Complete, nullptr, MHD_OPTION_END);
     if (daemon_ == nullptr) {
