@@ -15,6 +15,7 @@ import threading
 import time
 
 VESKCTL, SERVICE = sys.argv[1:]
+LABEL = r'\w+="(?:[^"\\\n]|\\["\\n])*"'
 STREAM = """$in = OPEN_VI_PORT viPort=0
 VI_START inEngNo=$in
 SET_APP_CAPTURE_PARAM inEngNo=$in taskHandle=1 width=640 height=480 fr=25
@@ -110,7 +111,8 @@ def check_table(web):
         # what there is
         ("/", web.bearer, "HEAD", None, 200, "text/html"), ("/", web.bearer, "PUT", None, 405, "Allow: GET"),
         ("/page/../index.html", web.bearer, "GET", None, 404, "no /page/"),
-        ("/%2e%2e/CMakeLists.txt", web.bearer, "GET", None, 404, ""), ("//etc/passwd", web.bearer, "GET", None, 404, ""),
+        ("/%2e%2e/CMakeLists.txt", web.bearer, "GET", None, 404, ""),
+        ("//etc/passwd", web.bearer, "GET", None, 404, ""),
         ("/page/main.js%00.css", web.bearer, "GET", None, 404, ""), ("/api/x", web.bearer, "GET", None, 404, '"error"'),
         ("/api/state", {**web.bearer, **typed}, "POST", b"", 405, "GET"),
         ("/api/device", web.bearer, "GET", None, 405, "POST"),
@@ -209,8 +211,7 @@ def check_metrics(web):
         if line.startswith("# TYPE"):
             types[line.split()[2]] = line.split()[3]
         elif not line.startswith("# HELP"):
-            sample = re.fullmatch(r'(\w+)((?:\{\w+="(?:[^"\\\n]|\\["\\n])*"(?:,\w+="(?:[^"\\\n]|\\["\\n])*")*\})?) (\S+)',
-                                  line)
+            sample = re.fullmatch(rf"(\w+)((?:{{{LABEL}(?:,{LABEL})*}})?) (\S+)", line)
             assert sample, line
             assert re.sub("_(bucket|sum|count)$", "", sample[1]) in types or sample[1] in types, line
             assert sample[1] + sample[2] not in values, line

@@ -94,6 +94,11 @@ void Messages::WatchWhileAsked()
         else if (now > heard + kPause && !watch.Renew())
             return;
     }
+    {
+        const std::lock_guard guard(lock_);
+        if (isEnded_) // the service sees that this process ends
+            return;
+    }
     watch.Stop();
     while (watch.Next(std::chrono::steady_clock::now() + kLongestSilence, add, lose))
         continue;

@@ -47,6 +47,7 @@ int ServeWeb(Settings& settings, const WebOptions& options)
     int signal = 0;
     while (signal != SIGINT && signal != SIGTERM)
         signal = signals.Take(std::chrono::hours(1)).si_signo;
+    pthread_sigmask(SIG_SETMASK, &signals.Before(), nullptr); // who sends another one does not want to wait
     site.Finish();
     return kDone;
 }
