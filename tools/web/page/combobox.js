@@ -45,12 +45,19 @@ class Combobox {
     }
 
     #open(completions) {
+        if (!this.#list.hidden && JSON.stringify(completions) === JSON.stringify(this.#texts)) {
+            return; // what is chosen stays so
+        }
         this.#options = completions.map((completion, index) => element("li", {
             id: `${this.#list.id}-${index}`, role: "option", onmousedown: (event) => this.#take(event, index),
         }, completion));
         this.#list.replaceChildren(...this.#options);
         this.#choose(-1);
         this.#show(this.#options.length > 0);
+    }
+
+    get #texts() {
+        return this.#options.map((option) => option.textContent);
     }
 
     #show(isOpen) {
@@ -85,6 +92,8 @@ class Combobox {
         if (event.key === "ArrowDown" && this.#list.hidden) {
             event.preventDefault();
             this.#ask();
+        } else if (event.key === "Enter" && this.#chosen < 0) {
+            this.#close(); // also the one that is to come
         } else if (this.#list.hidden) {
             return;
         } else if (event.key === "ArrowDown" || event.key === "ArrowUp") {
@@ -95,10 +104,8 @@ class Combobox {
         } else if (event.key === "Escape") {
             event.preventDefault();
             this.#close();
-        } else if (event.key === "Enter" && this.#chosen >= 0) {
-            this.#take(event, this.#chosen);
         } else if (event.key === "Enter") {
-            this.#close();
+            this.#take(event, this.#chosen);
         }
     }
 }

@@ -35,7 +35,7 @@ function noteOf(text) {
 class Messages {
     #box = byId("messages");
     #match = [];
-    #after = 0;
+    #after = null; // the newest come first
     #isPaused = false;
     #askedAt = 0;
     #poll;
@@ -64,7 +64,7 @@ class Messages {
         const match = wordsOf(byId("match").value);
         if (match.join("\n") !== this.#match.join("\n")) {
             this.#match = match;
-            this.#after = 0;
+            this.#after = null;
             this.#box.replaceChildren();
             this.#poll.wake();
         }
@@ -80,7 +80,10 @@ class Messages {
 
     async #ask() {
         const match = this.#match;
-        const query = new URLSearchParams({ after: this.#after, limit: this.#isPaused ? 1 : kAtOnce });
+        const query = new URLSearchParams({ limit: this.#isPaused ? 1 : kAtOnce });
+        if (this.#after !== null) {
+            query.set("after", this.#after);
+        }
         match.forEach((term) => query.append("match", term));
         let answer;
         try {
@@ -99,7 +102,7 @@ class Messages {
 
     #take({ messages, next, lost }) {
         const isAnew = next < this.#after; // the server has been started again, and counts from the beginning
-        this.#after = isAnew ? 0 : next;
+        this.#after = isAnew ? null : next;
         const notes = lost > 0 ? [noteOf(`${lost} messages came faster than they were read`)] : [];
         this.#append([...notes, ...messages.slice(-kRows).map(rowOf)]);
         return isAnew || messages.length === kAtOnce ? 0 : kPauseMs;

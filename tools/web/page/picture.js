@@ -43,7 +43,7 @@ export class Picture {
     set size({ width, height }) {
         if (width && height) {
             this.#size = { width, height };
-            this.node.style.aspectRatio = `${width} / ${height}`;
+            this.node.style.setProperty("--ratio", width / height);
         }
     }
 
