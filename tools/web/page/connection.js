@@ -5,7 +5,9 @@ import { Poll } from "./poll.js";
 
 const kPauseMs = 250;
 const kWaitMs = 1000;
-const kNotices = {
+
+/** What the page says while there is no device, by kind of failure. */
+export const kNotices = {
     "no service": (wasThere) =>
         wasThere ? "The service has ended. Waiting for it…" : "There is no service yet. Waiting for it…",
     "timed out": () => "The service does not answer. Waiting for it…",

@@ -1,6 +1,7 @@
 // What a display shows, as pictures that follow each other.
 import { Changing } from "./api.js";
-import { element } from "./dom.js";
+import { kNotices } from "./connection.js";
+import { element, setNotice } from "./dom.js";
 import { Poll } from "./poll.js";
 
 const kMovingMs = 1000 / 30;
@@ -15,6 +16,7 @@ export class Picture {
     #path;
     #image;
     #mark = element("span", { className: "mark", hidden: true });
+    #problem = element("span", { className: "no-picture", hidden: true });
     #pictures = new Changing();
     #size = { width: 16, height: 9 };
     #isSeen = false;
@@ -25,7 +27,7 @@ export class Picture {
     constructor(voPort) {
         this.#path = `/displays/${voPort}.jpg`;
         this.#image = element("img", { alt: `What display ${voPort} shows` });
-        this.node = element("span", { className: "picture" }, this.#image, this.#mark);
+        this.node = element("span", { className: "picture" }, this.#image, this.#problem, this.#mark);
         this.#observer.observe(this.node);
     }
 
@@ -71,9 +73,11 @@ export class Picture {
                 return kStillMs;
             }
             await this.#show(await response.blob());
-        } catch {
+            setNotice(this.#problem, null);
+        } catch (failure) {
             this.#pictures.forget();
-            return kCalmMs; // the state says why
+            setNotice(this.#problem, failure.kind in kNotices ? null : failure.message);
+            return kCalmMs;
         }
         return calm.matches ? kCalmMs : Math.max(0, kMovingMs - (performance.now() - began));
     }
