@@ -4,17 +4,16 @@ import { byId, setText } from "./dom.js";
 import { stateNow } from "./connection.js";
 
 const kShownMs = 6000;
+const kFailureMs = 20000;
 let timer = 0;
 
-/** Says it at the foot of the page, and to screen readers. What has failed stays until something else is said. */
+/** Says it at the foot of the page for a while, and to screen readers. */
 export function announce(text, isFailure = false) {
     const node = byId("announcement");
     setText(node, text);
     node.classList.toggle("failure", isFailure);
     clearTimeout(timer);
-    if (!isFailure) {
-        timer = setTimeout(() => setText(node, ""), kShownMs);
-    }
+    timer = setTimeout(() => setText(node, ""), isFailure ? kFailureMs : kShownMs);
 }
 
 /** Steers the device, and says that it is done, or why not. */

@@ -12,6 +12,7 @@ const kPausedMs = 2000; // messages are kept for those who go on asking
 const kForgottenMs = 5000; // after which nobody watches for a page that has not asked
 const kAtOnce = 500;
 const kRows = 1000;
+const kRowHeight = 24; // at most, in pixels
 
 function kindOf({ notification, answer, error }) {
     if (notification) {
@@ -114,7 +115,7 @@ class Messages {
         if (rows.length === 0) {
             return;
         }
-        const isAtEnd = box.scrollHeight - box.scrollTop - box.clientHeight < 8;
+        const isAtEnd = box.scrollHeight - box.scrollTop - box.clientHeight < kRowHeight;
         box.append(...rows);
         while (box.childElementCount > kRows) {
             box.firstElementChild.remove();
