@@ -27,7 +27,7 @@ async function request(path, options) {
     if (response.ok || response.status === 304) {
         return response;
     }
-    const text = await response.text().catch(() => "");
+    const text = (await response.text().catch(() => "")).trim();
     if (response.status === 403) {
         throw new Failure(text, "no token");
     }
