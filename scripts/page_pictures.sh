@@ -31,7 +31,7 @@ OPEN_VI_PORT viPort=2
 VI_START inEngNo=1001
 VI_START inEngNo=1002
 DEC_CREATE
-SET_DEC_PARAM decStmNo=4001 w=1280 h=720 fr=30
+SET_DEC_PARAM decStmNo=4001 w=1280 h=720
 DEC_START decStmNo=4001
 OPEN_VO_PORT voPort=0
 OPEN_VO_PORT voPort=1
@@ -45,7 +45,11 @@ OPEN_LOCAL_MOUSE
 START_LOCAL_MOUSE localMouseStmNo=7001
 wait VIDEO_DIE timeout=600000
 END
-until [ -s "$VESK_RUNTIME_DIR/address" ] && grep -q START_LOCAL_MOUSE "$VESK_RUNTIME_DIR/run"; do sleep 0.1; done
+application=$!
+until [ -s "$VESK_RUNTIME_DIR/address" ] && grep -q START_LOCAL_MOUSE "$VESK_RUNTIME_DIR/run"; do
+  kill -0 $application # it is still there
+  sleep 0.1
+done
 
 mkdir -p docs/images
 /usr/bin/python3 - "$(cat "$VESK_RUNTIME_DIR/address")" <<'END'

@@ -143,7 +143,7 @@ class Page(unittest.TestCase):
         webdriver.ActionChains(self.driver).send_keys(keys).perform()
 
     def application(self):
-        process = started("veskctl", "run", "-")
+        process = started("veskctl", "run", "-", stderr=subprocess.DEVNULL)
         self.addCleanup(ended, process)
         process.stdin.write("\n".join([*APPLICATION, ""]))
         process.stdin.flush()
