@@ -6,7 +6,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/steps.sh
 
-install_packages chromium chromium-driver python3-selenium graphviz
+install_packages chromium chromium-driver python3-selenium imagemagick
 build dev vesk-video-service veskctl veskctl_web
 
 PATH=$PWD/build/dev/tools/veskctl:$PATH
@@ -25,7 +25,7 @@ trap finish EXIT
 build/dev/service/vesk-video-service &
 veskctl wait-service
 veskctl web > "$VESK_RUNTIME_DIR/address" &
-veskctl run - > "$VESK_RUNTIME_DIR/run" <<'END' &
+cat > "$VESK_RUNTIME_DIR/application" <<'END'
 OPEN_VI_PORT viPort=0
 OPEN_VI_PORT viPort=2
 VI_START inEngNo=1001
@@ -45,14 +45,11 @@ OPEN_LOCAL_MOUSE
 START_LOCAL_MOUSE localMouseStmNo=7001
 wait VIDEO_DIE timeout=600000
 END
-application=$!
-until [ -s "$VESK_RUNTIME_DIR/address" ] && grep -q START_LOCAL_MOUSE "$VESK_RUNTIME_DIR/run"; do
-  kill -0 $application # it is still there
-  sleep 0.1
-done
+until [ -s "$VESK_RUNTIME_DIR/address" ]; do sleep 0.1; done
 
 mkdir -p docs/images
-/usr/bin/python3 - "$(cat "$VESK_RUNTIME_DIR/address")" <<'END'
+/usr/bin/python3 - "$(cat "$VESK_RUNTIME_DIR/address")" "$VESK_RUNTIME_DIR/application" <<'END'
+import subprocess
 import sys
 import time
 from selenium import webdriver
@@ -62,6 +59,10 @@ options.binary_location = "/usr/bin/chromium"
 for argument in ["--headless=new", "--no-sandbox", "--hide-scrollbars"]:
     options.add_argument(argument)
 driver = webdriver.Chrome(service=webdriver.chrome.service.Service("/usr/bin/chromedriver"), options=options)
+driver.get(sys.argv[1])
+time.sleep(2)  # until messages are watched
+application = subprocess.Popen(["veskctl", "run", sys.argv[2]], stdout=subprocess.DEVNULL)
+time.sleep(1)
 for name, width, height, scheme in [("page", 1280, 1010, "light"), ("page_narrow", 390, 844, "dark")]:
     driver.execute_cdp_cmd("Emulation.setDeviceMetricsOverride",
                            {"width": width, "height": height, "deviceScaleFactor": 1, "mobile": False})
@@ -73,5 +74,7 @@ for name, width, height, scheme in [("page", 1280, 1010, "light"), ("page_narrow
     time.sleep(1)
     driver.save_screenshot(f"docs/images/{name}.png")
     print(f"docs/images/{name}.png")
+application.terminate()
 driver.quit()
 END
+mogrify -strip +dither -colors 255 docs/images/page.png docs/images/page_narrow.png # a third of the size
