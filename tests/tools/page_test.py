@@ -122,7 +122,8 @@ class Page(unittest.TestCase):
 
     def tearDown(self):
         problems = [entry["message"] for entry in self.driver.get_log("browser")]
-        self.assertEqual([text for text in problems if "Failed to load resource" not in text], [], "the console has no errors, and nothing was kept from loading or running")
+        problems = [text for text in problems if "Failed to load resource" not in text]
+        self.assertEqual(problems, [], "the console has no errors, and nothing was kept from loading or running")
 
     def until(self, condition, what):
         end = time.monotonic() + WAIT_S
