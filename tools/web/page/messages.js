@@ -55,7 +55,6 @@ class Messages {
 
     #turn() {
         this.#isPaused = !this.#isPaused;
-        byId("pause").setAttribute("aria-pressed", String(this.#isPaused));
         setText(byId("pause"), this.#isPaused ? "Go on" : "Pause");
         this.#poll.wake();
     }
