@@ -136,6 +136,8 @@ public:
             planned.kind = PlannedLayer::Kind::kFilterWindow;
             return planned;
         }
+        if (layer.window.IsEmpty())
+            return std::nullopt;
         if (layer.source == Layer::Source::kWallpaper)
             planned.kind = PlannedLayer::Kind::kWallpaper;
         view_ = {layer, {uint32_t(planned.place.width), uint32_t(planned.place.height)}, planned.place};
