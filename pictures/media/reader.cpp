@@ -3,6 +3,7 @@
 
 #include "pictures/media/confine.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace vesk::pictures::media {
