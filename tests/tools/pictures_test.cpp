@@ -215,7 +215,11 @@ TEST_F(PicturesTest, RecordsUntilItIsInterruptedOrTheServiceEnds)
         EXPECT_TRUE(Eventually([&] { return asked() > before + 3; }));
         if (!isInterrupted)
             service.Wait(SIGTERM);
-        EXPECT_EQ(recorder.Wait(isInterrupted ? SIGINT : 0), isInterrupted ? 0 : 4);
+        const int status = recorder.Wait(isInterrupted ? SIGINT : 0);
+        if (isInterrupted)
+            EXPECT_EQ(status, 0);
+        else
+            EXPECT_TRUE(status == 4 || status == 1) << status; // there is none, or it ended during a request
         EXPECT_NE(vesk::pictures::Files(VESK_MEDIA_PATH).At(file, 0).picture, nullptr);
     }
     Child running = Start(VESK_SERVICE_PATH);
