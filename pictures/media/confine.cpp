@@ -15,7 +15,7 @@ namespace vesk::pictures::media {
 
 namespace {
 
-/// Sanitizers take addresses by the terabyte, and have system calls of their own.
+/// Sanitizers take addresses by the terabyte, and have pipes and system calls of their own.
 #ifdef VESK_SANITIZED
 constexpr bool kIsSanitized = true;
 #else
@@ -85,11 +85,11 @@ void LimitCalls()
 void Confine()
 {
     Limit(RLIMIT_CORE, 0);
-    Limit(RLIMIT_NOFILE, 0);
     Limit(RLIMIT_FSIZE, 0);
     Limit(RLIMIT_NPROC, 0);
     prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
     if (!kIsSanitized) {
+        Limit(RLIMIT_NOFILE, 0);
         Limit(RLIMIT_AS, kMostMemory);
         LimitCalls();
     }

@@ -197,14 +197,14 @@ FORKED_TEST(FilesTest, AFileIsReadAnewWhenItHasChanged)
 FORKED_TEST(FilesTest, AProcessThatCrashesOrStallsHarmsNobody)
 {
     const std::string path = WriteVideo("v.mp4", 10);
-    for (const auto& [signal, problem] : {std::pair{SIGSEGV, "signal 11"}, {SIGSTOP, "takes too long"}}) {
+    for (const auto& [signal, problem] : {std::pair{SIGABRT, "signal 6"}, {SIGSTOP, "takes too long"}}) {
         Files files;
         ASSERT_TRUE(files.At(path, 0).picture);
         const std::vector<pid_t> children = Children();
         ASSERT_EQ(children.size(), 1U);
         const std::string process = "/proc/" + std::to_string(children[0]);
         EXPECT_NE(processes::Contents(process + "/status").find("NoNewPrivs:\t1"), std::string::npos);
-        EXPECT_NE(processes::Contents(process + "/limits").find("Max open files            0 "),
+        EXPECT_NE(processes::Contents(process + "/limits").find("Max file size             0 "),
                   std::string::npos);
         kill(children[0], signal);
         EXPECT_NE(files.At(path, 300).problem.find(problem), std::string::npos)
