@@ -6,7 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include <array>
+#include <algorithm>
 
 namespace vesk::pictures {
 
@@ -139,8 +139,8 @@ Rect ReadRect(const Member& member)
 {
     const auto edges = [&](const char* from, const char* length) {
         const int64_t start = member[from].Signed(-kMostPlace, kMostPlace);
-        return std::pair(static_cast<int32_t>(start),
-                         static_cast<int32_t>(member[length].Signed(0, kMostPlace - start)));
+        const int64_t most = std::min<int64_t>(kMostPlace - start, INT32_MAX);
+        return std::pair(static_cast<int32_t>(start), static_cast<int32_t>(member[length].Signed(0, most)));
     };
     const auto [x, width] = edges("x", "width");
     const auto [y, height] = edges("y", "height");

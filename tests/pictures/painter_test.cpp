@@ -141,8 +141,10 @@ TEST(Painter, BearsExtremes)
     };
     const auto anyRect = [&] {
         const int32_t x = any({-kFar, -5, 0, 100, kFar - 1}), y = any({-kFar, -5, 0, 100, kFar - 1});
-        return Rect{x, y, std::min(any({0, 1, 7, 500, INT32_MAX}), kFar - x),
-                    std::min(any({0, 1, 500, INT32_MAX}), kFar - y)};
+        const auto length = [&](int64_t from) {
+            return static_cast<int32_t>(std::min<int64_t>(any({0, 1, 500, INT32_MAX}), kFar - from));
+        };
+        return Rect{x, y, length(x), length(y)};
     };
     Files files;
     Painter painter(files);

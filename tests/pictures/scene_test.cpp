@@ -68,6 +68,8 @@ TEST(ReadScene, NamesWhatIsWrong)
              {"/layers/0/part/width", "-1", "layers[0].part.width: expected a number from 0 to 1073741823"},
              {"/layers/0/part/width", "1073741824",
               "layers[0].part.width: expected a number from 0 to 10737"},
+             {"/layers/0/part", R"({"x": -1073741824, "y": 0, "height": 1, "width": 2147483648})",
+              "layers[0].part.width: expected a number from 0 to 2147483647, not 2147483648"},
              {"/layers/0/mirror", "3", "layers[0].mirror: expected none, horizontally, vertically or both"},
              {"/layers/1/owner", "\"me\"", "layers[1].owner: expected an object, not \"me\""},
              {"/layers/1/loop/showing", "[[[]]]", "layers[1].loop.showing: expected live, frozen, "},
