@@ -117,7 +117,9 @@ std::optional<double> RateOf(Command command, const Wall& wall, int frames, size
 
 pictures::Scene SceneOf(const Wall& wall)
 {
-    pictures::Scene scene{.canvas = wall.size, .showing = "live"};
+    pictures::Scene scene;
+    scene.canvas = wall.size;
+    scene.showing = "live";
     for (uint32_t i = 0; i < wall.Pictures(); ++i) {
         pictures::Layer layer;
         layer.showing = layer.input.showing = "live";

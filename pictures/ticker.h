@@ -40,8 +40,8 @@ private:
     void Write(Line& line, std::string_view text, size_t length, std::vector<Piece>& pieces);
     Piece Glyph(Line& line, double x, char character);
     Piece Mark(const Moment& moment);
-    /// A picture for what is that large in the source's coordinates, with a context that has its origin at
-    /// @p originX, @p originY; none if it would be too large beside the drawing.
+    /// What is drawn in a box round the origin of the source's coordinates; nothing if that would be too
+    /// large beside the whole drawing.
     template <class Draw>
     Picture Drawn(const Box& box, const Draw& draw) const;
 
