@@ -34,9 +34,12 @@ install_packages() {
   [ ${#missing[@]} -eq 0 ] && return 0
   echo "installing ${missing[*]}"
   as_root true # here, sudo may ask for a password
-  step "apt-get update" quietly as_root apt-get update -q
-  step "apt-get install" quietly as_root env DEBIAN_FRONTEND=noninteractive \
-    apt-get install -y -q --no-install-recommends "${missing[@]}"
+  { # one after another, if several scripts run
+    flock 9
+    step "apt-get update" quietly as_root apt-get update -q
+    step "apt-get install" quietly as_root env DEBIAN_FRONTEND=noninteractive \
+      apt-get install -y -q --no-install-recommends "${missing[@]}"
+  } 9<"${BASH_SOURCE[0]}"
 }
 
 # What draws a picture, and what else pictures and the page need.
