@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Runs the example applications against the virtual video service, the tour under the tracer, steers the device that the
-# service plays, and then runs the tour against its recording alone. Each process logs to a file in build/demo.
+# service plays, draws what a display of it shows, and then runs the tour against its recording alone. Each process logs
+# to a file in build/demo.
 #
 #   scripts/demo.sh [--trace]     --trace logs every step of every process, not only errors
 set -euo pipefail
@@ -18,10 +19,11 @@ service=build/dev/service/vesk-video-service
 examples=build/dev/examples
 veskctl=build/dev/tools/veskctl/veskctl
 recording=$logs/tour.pcapng
+picture=$logs/display.png
 
-install_packages
+install_packages "${drawing_packages[@]}"
 echo "Building the library, the virtual service, the tools and the examples ..."
-build dev vesk-video-service vesk-minimal vesk-display-tour vesk-device-tour veskctl
+build dev vesk-video-service vesk-minimal vesk-display-tour vesk-device-tour veskctl veskctl_pictures
 
 rm -rf "$logs"
 mkdir -p "$logs"
@@ -93,6 +95,14 @@ show call GET_VO_COUNT
 show device fault list
 printf '\n=== ... and its state\n'
 show device state | sed '/^Requests/,$d'
+printf '\n=== ... and what its first display shows: two cameras\n'
+# shellcheck disable=SC2016 # of veskctl run
+printf '%s\n' '$left = OPEN_VI_PORT viPort=0' 'VI_START inEngNo=$left' \
+  '$right = OPEN_VI_PORT viPort=2' 'VI_START inEngNo=$right' '$display = OPEN_VO_PORT voPort=0' \
+  'SET_VO_SRC outEngNo=$display picNum=2 subPic[0].inputId=$left subPic[1].inputId=$right' \
+  'VO_START outEngNo=$display' 'device scene 0' "device screenshot 0 -o $picture" |
+  "$veskctl" run --quiet - >"$logs/display.out"
+tail -n +8 "$logs/display.out"
 "$veskctl" device reset
 
 echo
@@ -119,4 +129,5 @@ Next:
   $veskctl replay $recording    # the recorded requests again, compared
   $veskctl device watch           # what all applications say, live
   scripts/test.sh                              # builds everything and runs all tests
+  $veskctl web --open             # after that: the device in a browser
 END
