@@ -38,6 +38,9 @@ void PrintTables(bool quick, bool asJson, bool withSystemCalls)
 #ifdef VESK_BENCH_PICTURES
     makers.push_back(PictureTable);
 #endif
+#ifdef VESK_BENCH_VESKCTL
+    makers.push_back(PageTable);
+#endif
 #ifdef VESK_BENCH_PYTHON
     makers.insert(makers.end(), {PythonCallTable, PythonImportTable});
 #endif

@@ -1,5 +1,6 @@
 // What a scene costs the virtual service, and those whom it serves meanwhile.
 #include "service/scene.h"
+#include "bench/display.h"
 #include "bench/measure.h"
 #include "bench/process.h"
 #include "bench/table.h"
@@ -112,6 +113,11 @@ private:
 
 } // namespace
 
+void FillDisplayOfService()
+{
+    FillDisplay(SendToService);
+}
+
 Table SceneTable(bool quick)
 {
     service::Service service({"VIDEO", "VCTL"});
@@ -158,7 +164,7 @@ Table SceneTable(bool quick)
 Table SceneAskedTable(bool quick)
 {
     const ServiceProcess process;
-    FillDisplay(SendToService);
+    FillDisplayOfService();
     Asker asker;
     const std::pair<const char*, std::function<uint32_t()>> requests[] = {
         {"VeskVideoGetVoCount",

@@ -51,6 +51,8 @@ Table SceneTable(bool quick);
 Table SceneAskedTable(bool quick);
 /// What it costs to draw displays, beside other programs that compose pictures.
 Table PictureTable(bool quick);
+/// What pages of a full display cost the service's other clients, and the program that serves them.
+Table PageTable(bool quick);
 /// What the Python package adds to a call.
 Table PythonCallTable(bool quick);
 Table PythonImportTable(bool quick);

@@ -13,7 +13,7 @@ for option in "$@"; do
     *) echo "usage: $0 [--quick] [--json] [--syscalls]" >&2; exit 2 ;;
   esac
 done
-install_packages
+install_packages "${picture_packages[@]}"
 install_benchmark_packages
 
 build release vesk_bench

@@ -6,8 +6,8 @@
 #   ARCHITECTURE  as Debian names it; another one than this machine's, say arm64, is cross-built
 #   --list        lists the files of each package
 #   --try         installs the packages in a temporary bare Debian 12 (as root, with debootstrap) and runs their
-#                 tests there, which compile the installed examples and run them with the installed service, and have
-#                 pytest give a virtual device to a test
+#                 tests there, which compile the installed examples and run them with the installed service, draw a
+#                 display, and have pytest give a virtual device to a test
 #
 # The package build runs all tests, unless it is a cross-build or DEB_BUILD_OPTIONS contains nocheck.
 set -euo pipefail
@@ -81,8 +81,9 @@ for package in "${packages[@]}"; do
 done
 inside() { chroot "$root" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin DEBIAN_FRONTEND=noninteractive "$@"; }
 quietly inside sh -c 'apt-get install -y --no-install-recommends g++ pkg-config python3-pytest /tmp/*.deb'
-cp debian/tests/{example,python} "$root/tmp"
+cp debian/tests/{example,pictures,python} "$root/tmp"
 mount -t proc proc "$root/proc" # for veskctl
 trap 'umount "$root/proc"; rm -rf "$work"' EXIT
 inside /tmp/example
+inside /tmp/pictures
 inside /tmp/python

@@ -6,7 +6,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/steps.sh
 
-install_packages chromium chromium-driver python3-selenium imagemagick
+install_packages "${picture_packages[@]}" chromium chromium-driver graphviz imagemagick python3-selenium
 build dev vesk-video-service veskctl veskctl_web
 
 PATH=$PWD/build/dev/tools/veskctl:$PATH

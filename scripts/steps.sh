@@ -53,7 +53,10 @@ install_test_packages() {
 }
 
 install_benchmark_packages() {
-  (install_packages libsystemd-dev) || echo "libsystemd-dev cannot be installed; sd-bus is left out" >&2
+  local package
+  for package in libsystemd-dev ffmpeg gstreamer1.0-tools gstreamer1.0-plugins-base; do
+    (install_packages "$package") || echo "$package cannot be installed; what it is compared with is left out" >&2
+  done
 }
 
 debian_sources() {

@@ -1,0 +1,208 @@
+// What pages of "veskctl web" cost the service's other clients, and the program that serves them.
+#include "bench/display.h"
+#include "bench/measure.h"
+#include "bench/process.h"
+#include "bench/table.h"
+#include "vesk_video/vesk_video.h"
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+#include <arpa/inet.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace vesk::bench {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using namespace std::chrono_literals;
+
+/// The program that serves pages.
+class Server {
+public:
+    Server()
+    {
+        int ends[2];
+        if (pipe(ends) != 0)
+            Fail(std::string("pipe: ") + std::strerror(errno));
+        process_ = Start({VESK_BENCH_VESKCTL, "web"}, {}, ends[1]);
+        close(ends[1]);
+        std::string line;
+        for (char c = 0; read(ends[0], &c, 1) == 1 && c != '\n';)
+            line += c;
+        close(ends[0]);
+        unsigned port = 0;
+        char token[64] = "";
+        if (std::sscanf(line.c_str(), "http://127.0.0.1:%u/?token=%63s", &port, token) != 2)
+            Fail("veskctl web says: " + line);
+        this->port = static_cast<uint16_t>(port);
+        this->token = token;
+    }
+    ~Server()
+    {
+        kill(process_, SIGTERM);
+        waitpid(process_, nullptr, 0);
+    }
+    Server(const Server&) = delete;
+
+    /// The processor time that it has taken.
+    double Seconds() const
+    {
+        std::ifstream file("/proc/" + std::to_string(process_) + "/stat");
+        std::string text((std::istreambuf_iterator<char>(file)), {});
+        std::istringstream fields(text.substr(text.rfind(')') + 1));
+        std::string skipped;
+        for (int i = 3; i < 14; ++i)
+            fields >> skipped;
+        double user = 0, system = 0;
+        fields >> user >> system;
+        return (user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
+    }
+
+    uint16_t port = 0;
+    std::string token;
+
+private:
+    pid_t process_;
+};
+
+/// A page in a browser, as far as the server sees it: a picture 30 times a second, the state and the messages
+/// four times, each asked for when the one before has come.
+class Page {
+public:
+    explicit Page(const Server& server) : server_(server), socket_(socket(AF_INET, SOCK_STREAM, 0))
+    {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(server.port);
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        const int on = 1;
+        setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+        if (connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+            Fail(std::string("connect: ") + std::strerror(errno));
+        thread_ = std::jthread([this](const std::stop_token& stop) { Work(stop); });
+    }
+    ~Page()
+    {
+        thread_ = {};
+        close(socket_);
+    }
+    Page(const Page&) = delete;
+
+    std::atomic<uint64_t> pictures = 0; ///< New ones.
+
+private:
+    void Work(const std::stop_token& stop)
+    {
+        std::string picture, state, messages; // their tags
+        auto next = Clock::now();
+        for (uint64_t frame = 0; !stop.stop_requested(); ++frame) {
+            if (Get("/displays/0.jpg?width=1280", picture))
+                ++pictures;
+            if (frame % 8 == 0) {
+                Get("/api/state", state);
+                Get("/api/messages?limit=100", messages);
+            }
+            std::this_thread::sleep_until(next += 33333us);
+        }
+    }
+
+    /// True if there is something else than at @p tag.
+    bool Get(const std::string& path, std::string& tag)
+    {
+        const std::string request =
+            "GET " + path + " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server_.port) +
+            "\r\nAuthorization: Bearer " + server_.token + "\r\nIf-None-Match: " + tag + "\r\n\r\n";
+        if (send(socket_, request.data(), request.size(), MSG_NOSIGNAL) != ssize_t(request.size()))
+            Fail("the page's server has gone");
+        std::string answer;
+        size_t end = 0;
+        while ((end = answer.find("\r\n\r\n")) == answer.npos)
+            Receive(answer);
+        const auto field = [&](const std::string& name) {
+            const size_t at = answer.find("\r\n" + name + ": ");
+            if (at == answer.npos || at > end)
+                return std::string();
+            const size_t begin = at + name.size() + 4;
+            return answer.substr(begin, answer.find("\r\n", begin) - begin);
+        };
+        const std::string length = field("Content-Length");
+        const bool isNew = answer.starts_with("HTTP/1.1 200");
+        if (!isNew && !answer.starts_with("HTTP/1.1 304"))
+            Fail(path + ": " + answer.substr(0, answer.find("\r\n")));
+        tag = field("ETag");
+        while (isNew && answer.size() < end + 4 + std::stoul(length))
+            Receive(answer);
+        return isNew;
+    }
+
+    void Receive(std::string& answer) const
+    {
+        char bytes[65536];
+        const ssize_t got = recv(socket_, bytes, sizeof bytes, 0);
+        if (got <= 0)
+            Fail("the page's server has ended the connection");
+        answer.append(bytes, static_cast<size_t>(got));
+    }
+
+    const Server& server_;
+    int socket_;
+    std::jthread thread_;
+};
+
+} // namespace
+
+Table PageTable(bool quick)
+{
+    const ServiceProcess service;
+    FillDisplayOfService();
+    const Server server;
+    const auto calls = [] {
+        for (int i = 0; i < 4000; ++i) {
+            uint32_t count = 0;
+            if (VeskVideoGetVoCount(&count) != 0)
+                Fail("the service refuses a request");
+        }
+    };
+    Table table{
+        "Pages that show a full display in 1280x720: what they cost, and what VeskVideoGetVoCount takes "
+        "meanwhile",
+        {"pages", "pictures a second, each", "veskctl web, share of a CPU", "µs/call", "µs/without pages"},
+        {}};
+    double without = 0;
+    for (const size_t count : {0, 1, 3}) {
+        std::vector<std::unique_ptr<Page>> pages;
+        for (size_t i = 0; i < count; ++i)
+            pages.push_back(std::make_unique<Page>(server));
+        std::this_thread::sleep_for(500ms); // the first picture takes longer
+        const auto shown = [&] {
+            uint64_t sum = 0;
+            for (const auto& page : pages)
+                sum += page->pictures;
+            return static_cast<double>(sum);
+        };
+        const double before = server.Seconds(), picturesBefore = shown();
+        const double passed = SecondsOf([&] { std::this_thread::sleep_for(quick ? 2s : 10s); });
+        const double share = (server.Seconds() - before) / passed;
+        const double pictures =
+            (shown() - picturesBefore) / passed / static_cast<double>(std::max<size_t>(count, 1));
+        std::vector<double> seconds;
+        for (int round = 0; round < (quick ? 5 : 25); ++round)
+            seconds.push_back(SecondsOf(calls) / 4000);
+        without = count == 0 ? Median(seconds) : without;
+        table.rows.push_back({std::to_string(count), Rounded(pictures, 1), Rounded(share, 2),
+                              Rounded(Median(seconds) * 1e6, 1), Rounded(Median(seconds) / without, 2)});
+    }
+    return table;
+}
+
+} // namespace vesk::bench
