@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace vesk::pictures {
 
@@ -36,6 +37,13 @@ Picture Halved(const Picture& picture, bool isAcross, bool isDown)
     return small;
 }
 
+/// What an axis makes of a length, within the drawing: cairo cannot count much farther.
+std::pair<double, double> Within(const Axis& axis, uint32_t length, uint32_t most)
+{
+    const auto edge = [&](double at) { return std::clamp(axis(at), 0.0, double(most)); };
+    return {edge(0), edge(length)};
+}
+
 } // namespace
 
 void DrawImage(Picture& onto, const Look& look)
@@ -58,9 +66,11 @@ void DrawImage(Picture& onto, const Look& look)
     }
     const CairoSurface surface = SurfaceOf(onto), source = SurfaceOf(*picture);
     const CairoContext context(cairo_create(surface.get()));
+    const auto [left, right] = Within(x, picture->size.width, look.size.width);
+    const auto [top, bottom] = Within(y, picture->size.height, look.size.height);
+    cairo_rectangle(context.get(), left, top, right - left, bottom - top);
     cairo_translate(context.get(), x.offset, y.offset);
     cairo_scale(context.get(), x.scale, y.scale);
-    cairo_rectangle(context.get(), 0, 0, picture->size.width, picture->size.height);
     cairo_set_source_surface(context.get(), source.get(), 0, 0);
     cairo_pattern_set_filter(cairo_get_source(context.get()), CAIRO_FILTER_BILINEAR);
     cairo_pattern_set_extend(cairo_get_source(context.get()), CAIRO_EXTEND_PAD);
