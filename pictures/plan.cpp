@@ -251,8 +251,7 @@ private:
         const bool isOverlay = layer.source == Layer::Source::kOverlay;
         if (layer.file.empty())
             return Panel(view_->size, NameOf(layer), {}, HueOf(layer.number), isOverlay ? kTranslucent : 1);
-        Look look = FileLook(layer.file, atMs_, layer.size,
-                             layer.part.IsEmpty() ? Transform{} : PartOr(layer.size, layer.part));
+        Look look = FileLook(layer.file, atMs_, layer.size, PartOr(layer.size, layer.part));
         if (look.kind == Look::Kind::kPanel) {
             look.lines.insert(look.lines.begin(), std::exchange(look.title, NameOf(layer)));
             look.hue = HueOf(layer.number);
@@ -322,6 +321,8 @@ private:
         const Box part = input.part.IsEmpty() ? BoxOf(size) : BoxOf(input.part);
         Look look = LookOf(input, transform.After(Mapping(part, BoxOf(source))), size, moment);
         look.tag = look.tag.empty() ? way : way + ", " + look.tag;
+        if (look.kind == Look::Kind::kPanel)
+            look.lines.push_back(way);
         return look;
     }
 

@@ -60,10 +60,32 @@ uint64_t FirstOf(uint64_t step, double from)
     return static_cast<uint64_t>(std::ceil(from / double(step))) * step;
 }
 
-/// Where lines meet, their coordinates are written at each fourth.
+constexpr uint64_t kLabelled = 4; // every fourth line
+
+/// Coordinates where lines meet, if they can be read.
+void DrawLabels(Pen& pen, const Box& seen, uint64_t step, double opacity)
+{
+    constexpr double kLeast = 7; // pixels
+    const double size = double(step) * 0.3, gap = size * 0.3;
+    if (pen.Pixels(size) < kLeast)
+        return;
+    const uint64_t apart = step * kLabelled;
+    const auto first = [&](double from) { return FirstOf(apart, std::max(from - double(apart), 0.0)); };
+    for (uint64_t x = first(seen.x); double(x) < seen.x + seen.width; x += apart) {
+        for (uint64_t y = first(seen.y); double(y) < seen.y + seen.height; y += apart) {
+            // The mark in the corner stays free.
+            const double left = double(x) + gap * (x == 0 ? 2.5 : 1),
+                         top = double(y) + gap * (y == 0 ? 2.5 : 1);
+            const std::string label = std::to_string(x) + ',' + std::to_string(y);
+            const Set set{size, double(step) * 3, Align::kLeft, Weight::kBold};
+            pen.Text(left + gap * 0.3, top + size + gap * 0.3, label, set, {0, 0, 0, 0.75 * opacity});
+            pen.Text(left, top + size, label, set, {1, 1, 1, opacity});
+        }
+    }
+}
+
 void DrawGrid(Pen& pen, const Box& whole, uint64_t step, double opacity)
 {
-    constexpr uint64_t kLabelled = 4;
     const Box seen = pen.Seen(whole);
     const double thin = 0.28 * std::clamp((pen.Pixels(double(step)) - 4) / 10, 0.0, 1.0); // rather than dense
     const auto colour = [&](uint64_t at) {
@@ -74,19 +96,7 @@ void DrawGrid(Pen& pen, const Box& whole, uint64_t step, double opacity)
         pen.Fill({double(x), 0, width, whole.height}, colour(x));
     for (uint64_t y = FirstOf(step, std::max(seen.y, 1.0)); double(y) < seen.y + seen.height; y += step)
         pen.Fill({0, double(y), whole.width, width}, colour(y));
-    const double size = double(step) * 0.3, gap = size * 0.3;
-    const uint64_t apart = step * kLabelled;
-    const auto first = [&](double from) { return FirstOf(apart, std::max(from - double(apart), 0.0)); };
-    for (uint64_t x = first(seen.x); double(x) < seen.x + seen.width; x += apart) {
-        for (uint64_t y = first(seen.y); double(y) < seen.y + seen.height; y += apart) {
-            // The mark in the corner stays free.
-            const double left = double(x) + gap * (x == 0 ? 2 : 1), top = double(y) + gap * (y == 0 ? 2 : 1);
-            const std::string label = std::to_string(x) + ',' + std::to_string(y);
-            const Set set{size, double(step) * 3};
-            pen.Text(left + gap * 0.3, top + size + gap * 0.3, label, set, {0, 0, 0, 0.75 * opacity});
-            pen.Text(left, top + size, label, set, {1, 1, 1, opacity});
-        }
-    }
+    DrawLabels(pen, seen, step, opacity);
 }
 
 /// Lines closer together, if little of the source is seen.
@@ -119,7 +129,7 @@ void DrawEdges(Pen& pen, const Box& whole, double hue)
 void DrawBoard(Pen& pen, const Look& look)
 {
     const Board board(look.source);
-    pen.Fill(board.Whole(), {kDark.red, kDark.green, kDark.blue, 0.84});
+    pen.Fill(board.Whole(), {kDark.red, kDark.green, kDark.blue, 0.92});
     pen.Frame(board.Whole(), board.unit * 0.006, OfHue(look.hue, 0.6, 0.95));
     pen.Text(board.Left(), board.Down(-0.105), look.title,
              {board.unit * 0.105, board.TextWidth(), Align::kLeft, Weight::kBold}, kWhite);
@@ -132,8 +142,7 @@ void DrawBoard(Pen& pen, const Look& look)
     if (look.digits > 0)
         pen.Text(board.FrameLeft(), board.Down(0.1), "frame", {board.unit * 0.035, width}, kPale);
     else
-        pen.Text(board.FrameLeft(), board.ClockBaseline(), "frames decoded", {board.unit * 0.035, width},
-                 kPale);
+        pen.Text(board.Left(), board.Down(0.066), "frames decoded", {board.unit * 0.035, width}, kPale);
     pen.Ring(board.MarkX(), board.MarkY(), board.MarkRadius(), std::max(1.0, pen.Pixels(board.unit * 0.005)),
              OfHue(look.hue, 0.4, 0.6));
 }

@@ -14,7 +14,7 @@ namespace vesk::pictures {
 
 namespace {
 
-constexpr size_t kMostFrameDigits = 9;
+constexpr size_t kUsualFrameDigits = 9;
 
 /// The part of a size that a character takes up; that of digits is the font's.
 double WidthOf(char character)
@@ -71,7 +71,10 @@ Ticker::Ticker(const Look& look, const Font& font)
       digits_(look.digits)
 {
     const Board board(source_);
-    lines_.push_back({board.Left(), board.ClockBaseline(), 0.105 * board.unit, {}});
+    // A clock that has run for many hours has more digits, but no more room.
+    const double sizes = WidthOf('0') * double(digits_ + 5) + 2 * WidthOf(':');
+    const double size = std::min(0.105 * board.unit, (board.FrameLeft() - board.Left()) * 0.98 / sizes);
+    lines_.push_back({board.Left(), board.ClockBaseline(), size, {}});
     if (digits_ > 0)
         lines_.push_back({board.FrameLeft(), board.ClockBaseline(), 0.055 * board.unit, {}});
     const double radius = 0.022 * board.unit;
@@ -93,7 +96,7 @@ std::vector<Piece> Ticker::At(const Moment& moment)
         Write(lines_.front(), text, digits_ + 7, pieces);
     }
     std::snprintf(text, sizeof text, "%" PRIu64, moment.frame);
-    Write(lines_.back(), text, kMostFrameDigits, pieces);
+    Write(lines_.back(), text, kUsualFrameDigits, pieces);
     pieces.push_back(Mark(moment));
     return pieces;
 }
@@ -101,7 +104,7 @@ std::vector<Piece> Ticker::At(const Moment& moment)
 void Ticker::Write(Line& line, std::string_view text, size_t length, std::vector<Piece>& pieces)
 {
     double x = line.x;
-    for (size_t i = 0; i < length; ++i) {
+    for (size_t i = 0; i < std::max(length, text.size()); ++i) {
         const char character = i < text.size() ? text[i] : ' ';
         pieces.push_back(character == ' ' ? Piece{} : Glyph(line, x, character));
         x += WidthOf(character) * line.size;

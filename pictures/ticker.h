@@ -27,7 +27,7 @@ public:
     /// For a look that has a moment; @p font outlives it.
     Ticker(const Look& look, const Font& font);
 
-    /// The pieces at a moment, as many each time. Their pictures are the ticker's.
+    /// The pieces at a moment, mostly as many each time. Their pictures are the ticker's.
     std::vector<Piece> At(const Moment& moment);
 
 private:

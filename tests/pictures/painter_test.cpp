@@ -4,6 +4,7 @@
 #include "base/error.h"
 #include "base/file.h"
 #include "pictures/image_file.h"
+#include "pictures/ticker.h"
 
 #include <cairo.h>
 #include <gtest/gtest.h>
@@ -160,6 +161,41 @@ TEST(Painter, BearsExtremes)
         }
         const auto drawn = painter.Draw(scene, i % 2 == 0 ? UINT64_MAX : random(), {{64, 48}});
         EXPECT_EQ(drawn.picture.pixels.size(), 64U * 48U);
+    }
+}
+
+/// In the middle of the image are the same colours, however large it is beside the display.
+TEST(Painter, EnlargesImagesWithoutABound)
+{
+    Files files;
+    Painter painter(files);
+    Scene scene = SceneOf("overlays");
+    scene.layers.assign(1, {});
+    Layer& layer = scene.layers[0];
+    layer.source = Layer::Source::kOverlay;
+    layer.showing = "live";
+    layer.file = "/waves.png";
+    layer.rect = {0, 0, 1920, 1080};
+    for (const int32_t far : {1 << 20, 1 << 24, 1 << 29}) {
+        layer.window = {-far, -far, 2 * far, 2 * far};
+        layer.isMirroredHorizontally = !layer.isMirroredHorizontally;
+        for (const uint32_t pixel : painter.Draw(scene, 0, {kSmall}).picture.pixels)
+            ASSERT_EQ(pixel | 0xff0000U, 0xffff80ffU) << far;
+    }
+}
+
+/// However many digits there are.
+TEST(Ticker, ClockAndNumberOfTheFrameLieSideBySide)
+{
+    const Font font;
+    for (const uint64_t minutes : {59ULL, 1000ULL, 123456789ULL}) {
+        const std::string digits = std::to_string(minutes);
+        const Look look{.size = {1920, 1080}, .source = {1920, 1080}, .digits = digits.size()};
+        Ticker ticker(look, font);
+        const std::vector<Piece> pieces = ticker.At({minutes * 60000, 12345678901, 30});
+        ASSERT_EQ(pieces.size(), digits.size() + 7 + 11 + 1);
+        for (size_t i = 1; i + 1 < pieces.size(); ++i)
+            EXPECT_LE(pieces[i - 1].x + pieces[i - 1].Where().width, pieces[i].x + 4) << minutes << ' ' << i;
     }
 }
 
