@@ -26,21 +26,6 @@ using media::Task;
 constexpr std::chrono::minutes kMost(2);
 constexpr uint32_t kMostFramesPerSecond = 1000;
 
-std::string ContainerFor(const std::string& path)
-{
-    if (path == "-")
-        return "matroska";
-    constexpr std::pair<const char*, const char*> kContainers[] = {
-        {".mp4", "mp4"}, {".mkv", "matroska"}, {".webm", "webm"}};
-    const std::string extension = std::filesystem::path(path).extension();
-    const auto* const container =
-        std::find_if(std::begin(kContainers), std::end(kContainers),
-                     [&](const auto& one) { return SameText(extension, one.first); });
-    if (container == std::end(kContainers))
-        throw Error(path + ": expected the name of a video, which ends with .mp4, .mkv or .webm");
-    return container->second;
-}
-
 /// A file that takes the place of another one once it is complete. Pipes and devices are written at once, and
 /// so is standard output.
 class Target {
@@ -89,6 +74,21 @@ private:
 };
 
 } // namespace
+
+std::string ContainerFor(const std::string& path)
+{
+    if (path == "-")
+        return "matroska";
+    constexpr std::pair<const char*, const char*> kContainers[] = {
+        {".mp4", "mp4"}, {".mkv", "matroska"}, {".webm", "webm"}};
+    const std::string extension = std::filesystem::path(path).extension();
+    const auto* const container =
+        std::find_if(std::begin(kContainers), std::end(kContainers),
+                     [&](const auto& one) { return SameText(extension, one.first); });
+    if (container == std::end(kContainers))
+        throw Error(path + ": expected the name of a video, which ends with .mp4, .mkv or .webm");
+    return container->second;
+}
 
 class VideoFile::Writer {
 public:

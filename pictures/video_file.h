@@ -8,6 +8,9 @@
 
 namespace vesk::pictures {
 
+/// The container that the end of a file's name stands for. @throw Error if it is none
+std::string ContainerFor(const std::string& path);
+
 /// A video that is written by a process of its own, vesk-media. For one thread at a time.
 class VideoFile {
 public:

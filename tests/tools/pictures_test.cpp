@@ -193,7 +193,7 @@ TEST_F(PicturesTest, RecordsEachPictureOfATimeThatItMoves)
          R"("file":"a.mp4","width":64,"height":36,"fr":10,"frames":2,"repeated":0,"seconds":0.2\})"},
         {"device record 0 -o a.mp4 --step", 2, "--step needs --for"},
         {"device record 0 -o - --for 1", 2, "not to standard output"},
-        {"device record 0 -o a.gif --for 1", 1, "a.gif: expected"},
+        {"device record 0 -o a.gif --for 1", 2, "a.gif: expected"},
         {"device record 7 -o b.mp4 --for 1", 3, "NUMBER"},
     });
     EXPECT_FALSE(Exists("b.mp4"));

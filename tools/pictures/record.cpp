@@ -172,6 +172,7 @@ int RecordDisplay(Settings& settings, const RecordOptions& options)
 {
     if (options.file == "-")
         throw Failure(kUsage, "a video is written to a file, not to standard output");
+    Usage([&] { return pictures::ContainerFor(options.file); });
     if (options.seconds == 0 && options.isStepped)
         throw Failure(kUsage, "--step needs --for, which says how far the device's time is moved");
     if (options.seconds == 0 && settings.steer)
