@@ -40,13 +40,12 @@ ctl::Call Device::Send(const ctl::Prepared& request)
 
 Document Device::Scenes(uint64_t display)
 {
-    Kept* kept = nullptr;
+    std::shared_ptr<Kept> kept;
     {
         const std::lock_guard guard(lock_);
-        if (!scenesOf_.contains(display) && scenesOf_.size() >= kMostDisplays)
-            throw Failure(ctl::kUsage,
-                          "display " + std::to_string(display) + ": too many have been asked for");
-        kept = &scenesOf_[display];
+        if (scenesOf_.size() >= kMostDisplays) // most of them do not exist
+            scenesOf_.clear();
+        kept = scenesOf_.try_emplace(display, std::make_shared<Kept>()).first->second;
     }
     return Scenes(*kept, display);
 }

@@ -61,7 +61,7 @@ private:
     Kept scenes_;
     Kept faults_;
     std::mutex lock_;
-    std::map<uint64_t, Kept> scenesOf_; ///< By display.
+    std::map<uint64_t, std::shared_ptr<Kept>> scenesOf_; ///< By display.
 };
 
 } // namespace vesk::web
