@@ -21,6 +21,7 @@ export class Picture {
     #size = { width: 16, height: 9 };
     #isSeen = false;
     #isConnected = false;
+    #isEnded = false;
     #poll = new Poll(() => this.#next(), false);
     #observer = new IntersectionObserver((entries) => this.#setSeen(entries.at(-1).isIntersecting));
 
@@ -83,6 +84,9 @@ export class Picture {
     }
 
     async #show(blob) {
+        if (this.#isEnded) {
+            return;
+        }
         const before = this.#image.src;
         this.#image.src = URL.createObjectURL(blob);
         try {
@@ -93,6 +97,7 @@ export class Picture {
     }
 
     end() {
+        this.#isEnded = true;
         this.#observer.disconnect();
         this.#poll.end();
         URL.revokeObjectURL(this.#image.src);
