@@ -215,6 +215,10 @@ class Page(unittest.TestCase):
         self.until(lambda: self.find("#large img").rect["width"] > 2 * mark["width"], "the display is enlarged")
         self.press(Keys.ESCAPE)
         self.until(lambda: not self.driver.find_elements(By.CSS_SELECTOR, "#large img"), "the dialog is closed")
+        folder = self.enterContext(tempfile.TemporaryDirectory())
+        self.driver.execute_cdp_cmd("Browser.setDownloadBehavior", {"behavior": "allow", "downloadPath": folder})
+        self.find("[aria-label='Download display 1 as PNG']").click()
+        self.until(lambda: os.listdir(folder) == ["display-1.png"], "the display is downloaded")
 
     def test_hidden_page_rests(self):
         self.application()
@@ -246,7 +250,7 @@ class Page(unittest.TestCase):
         first = self.driver.current_window_handle
         for _ in range(19):
             self.driver.switch_to.new_window("tab")
-            self.driver.get(self.address)
+            self.driver.get(self.address.partition("?")[0])
         for page in self.driver.window_handles:
             self.driver.switch_to.window(page)
             self.until(lambda: self.driver.execute_script(SHOWN) == 2, "each page shows the displays")

@@ -1,4 +1,4 @@
-// Who may ask: the one who has started the server and whom he has told its token, and no other page.
+// Who may ask: whoever knows the token that the server has printed, and no page of elsewhere.
 #include "tools/web/access.h"
 
 #include "base/bytes.h"
@@ -38,11 +38,12 @@ std::string Access::Address() const
 
 bool Access::IsOwnHost(std::string_view host) const
 {
-    for (const char* name : {"127.0.0.1", "localhost", "[::1]"}) {
-        if (SameText(host, std::string(name) + ':' + std::to_string(port_)))
-            return true;
-    }
-    return false;
+    const std::string port = ':' + std::to_string(port_);
+    if (host.ends_with(port))
+        host.remove_suffix(port.size());
+    else if (port_ != 80) // which browsers leave out
+        return false;
+    return SameText(host, "127.0.0.1") || SameText(host, "localhost") || SameText(host, "[::1]");
 }
 
 bool Access::IsOwnOrigin(std::string_view origin) const
@@ -62,14 +63,18 @@ bool Access::IsToken(std::string_view text) const
     return different == 0;
 }
 
-bool Access::HasCookie(const Request& request) const
+/// In a header that pages of elsewhere cannot set. A cookie would be sent to all ports of this machine, and
+/// so to servers of others.
+bool Access::HasToken(const Request& request) const
 {
-    const std::string name = "vesk-" + std::to_string(port_);
-    return std::any_of(request.cookies.begin(), request.cookies.end(),
-                       [&](const auto& cookie) { return cookie.first == name && IsToken(cookie.second); });
+    constexpr std::string_view kBearer = "Bearer ";
+    const std::string_view authorization = request.Header("Authorization");
+    return authorization.size() > kBearer.size() &&
+           SameText(authorization.substr(0, kBearer.size()), kBearer) &&
+           IsToken(authorization.substr(kBearer.size()));
 }
 
-std::optional<Answer> Access::Refuse(const Request& request) const
+std::optional<Answer> Access::Refuse(const Request& request, bool isOpen) const
 {
     // A page of elsewhere, whose name leads here, would ask under that name.
     const auto isHost = [](const auto& header) { return SameText(header.first, "Host"); };
@@ -78,37 +83,12 @@ std::optional<Answer> Access::Refuse(const Request& request) const
         return Forbid("This server is asked as 127.0.0.1:" + std::to_string(port_) + " only.");
     if (const std::string_view origin = request.Header("Origin"); !origin.empty() && !IsOwnOrigin(origin))
         return Forbid("Other pages may not ask this server.");
-    if (const std::string* token = request.Argument("token");
-        token != nullptr && request.path == "/" && !request.IsPost() && IsToken(*token))
-        return Welcome();
-    constexpr std::string_view kBearer = "Bearer ";
-    const std::string_view authorization = request.Header("Authorization");
-    const bool isMachine = authorization.size() > kBearer.size() &&
-                           SameText(authorization.substr(0, kBearer.size()), kBearer) &&
-                           IsToken(authorization.substr(kBearer.size()));
-    if (!isMachine && !HasCookie(request))
+    if (!isOpen && !HasToken(request))
         return Forbid("Open the address that veskctl web has printed.");
-    return request.IsPost() ? RefusePost(request, !isMachine) : std::nullopt;
-}
-
-std::optional<Answer> Access::RefusePost(const Request& request, bool isPage) const
-{
     const std::string_view type = request.Header("Content-Type");
-    if (!SameText(type.substr(0, type.find_first_of("; ")), "application/json"))
+    if (request.IsPost() && !SameText(type.substr(0, type.find_first_of("; ")), "application/json"))
         return TextAnswer(415, "A request needs Content-Type: application/json.");
-    if (isPage && request.Header("Origin").empty() && request.Header("Sec-Fetch-Site") != "same-origin")
-        return Forbid("Only this server's page may ask this.");
     return std::nullopt;
-}
-
-/// Keeps the token out of the address, and so out of the browser's history.
-Answer Access::Welcome() const
-{
-    Answer answer{303, "", nullptr, ""};
-    answer.headers = {{"Location", "/"},
-                      {"Set-Cookie", "vesk-" + std::to_string(port_) + '=' + token_ +
-                                         "; HttpOnly; SameSite=Strict; Path=/"}};
-    return answer;
 }
 
 } // namespace vesk::web

@@ -1,4 +1,4 @@
-// Who may ask: the one who has started the server and whom he has told its token, and no other page.
+// Who may ask: whoever knows the token that the server has printed, and no page of elsewhere.
 #pragma once
 
 #include "tools/web/answer.h"
@@ -16,17 +16,15 @@ public:
     /// "http://127.0.0.1:8080/?token=..."
     std::string Address() const;
 
-    /// What is answered to those who may not ask this, and to the one who brings the token for the first
-    /// time. Nothing: the request may be served.
-    std::optional<Answer> Refuse(const Request& request) const;
+    /// What is answered to those who may not ask this. Nothing: the request may be served.
+    /// @param isOpen  It needs no token.
+    std::optional<Answer> Refuse(const Request& request, bool isOpen) const;
 
 private:
     bool IsOwnHost(std::string_view host) const;
     bool IsOwnOrigin(std::string_view origin) const;
     bool IsToken(std::string_view text) const;
-    bool HasCookie(const Request& request) const;
-    std::optional<Answer> RefusePost(const Request& request, bool isPage) const;
-    Answer Welcome() const;
+    bool HasToken(const Request& request) const;
 
     uint16_t port_;
     std::string token_;

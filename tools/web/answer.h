@@ -15,7 +15,6 @@ struct Request {
     std::string method;
     std::string path;
     std::vector<std::pair<std::string, std::string>> headers;
-    std::vector<std::pair<std::string, std::string>> cookies;
     std::vector<std::pair<std::string, std::string>> arguments; ///< Of the query.
     std::string body;
 

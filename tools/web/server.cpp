@@ -19,7 +19,7 @@ namespace vesk::web {
 namespace {
 
 constexpr unsigned kMostConnections = 256;
-constexpr unsigned kMostIdleSeconds = 20;
+constexpr std::chrono::seconds kMostWaiting(10); // for a request, and for a client that takes the answer
 constexpr size_t kConnectionMemory = size_t{32} << 10U; // with the headers of its request
 constexpr size_t kMostBody = size_t{64} << 10U;
 constexpr size_t kMostHeaders = 64;
@@ -37,6 +37,7 @@ constexpr std::pair<const char*, const char*> kSafety[] = {
 /// A request from its first line to the end of its answer.
 struct Exchange {
     Request request;
+    Route route;
     Answer answer;
     bool isAnswered = false;
     bool isTooLong = false;
@@ -152,9 +153,9 @@ struct Server::Handling {
         request.method = method;
         request.path = path;
         const bool isReasonable = Take(connection, MHD_HEADER_KIND, kMostHeaders, request.headers) &&
-                                  Take(connection, MHD_COOKIE_KIND, kMostHeaders, request.cookies) &&
                                   Take(connection, MHD_GET_ARGUMENT_KIND, kMostArguments, request.arguments);
-        std::optional<Answer> refusal = server.access_.Refuse(request);
+        exchange->route = server.find_(request);
+        std::optional<Answer> refusal = server.access_.Refuse(request, exchange->route.isOpen);
         if (!refusal)
             refusal = RefuseMethod(request);
         if (!isReasonable)
@@ -177,16 +178,18 @@ struct Server::Handling {
     /// Answers, or leaves that to workers while the connection sleeps.
     static MHD_Result Serve(Server& server, MHD_Connection* connection, Exchange& exchange)
     {
+        server.WaitFor(connection); // to take the answer, unless there is none yet
         if (exchange.isTooLong)
             exchange.answer = TextAnswer(413, "A request has at most 64 KiB.");
         if (exchange.isAnswered || exchange.isTooLong)
             return Send(connection, exchange.answer);
-        const Route route = server.find_(exchange.request);
+        const Route& route = exchange.route;
         exchange.isAnswered = true;
         if (!route.handle)
             return Send(connection, TextAnswer(404, "There is no " + exchange.request.path + " here."));
         if (route.workers == nullptr)
             return Send(connection, Asked(route.handle, exchange.request));
+        server.HaveWait(connection);
         MHD_suspend_connection(connection);
         const bool isTaken = route.workers->Do([&exchange, connection, handle = route.handle] {
             exchange.answer = Asked(handle, exchange.request);
@@ -220,10 +223,25 @@ struct Server::Handling {
         return MHD_NO;
     }
 
-    static void Complete(void*, MHD_Connection*, void** place, MHD_RequestTerminationCode) noexcept
+    static void Complete(void* server, MHD_Connection* connection, void** place,
+                         MHD_RequestTerminationCode) noexcept
     {
         delete static_cast<Exchange*>(*place);
         *place = nullptr;
+        static_cast<Server*>(server)->WaitFor(connection);
+    }
+
+    static void Connect(void* server, MHD_Connection* connection, void**,
+                        MHD_ConnectionNotificationCode what) noexcept
+    {
+        auto& self = *static_cast<Server*>(server);
+        const std::lock_guard guard(self.lock_);
+        if (what == MHD_CONNECTION_NOTIFY_CLOSED) {
+            self.connected_.erase(connection);
+            return;
+        }
+        const auto* const info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
+        self.connected_[connection] = {info->connect_fd, Clock::now()};
     }
 
     /// What would seem to end at a NUL stays as it was sent.
@@ -239,14 +257,14 @@ Server::Server(const Listener& listener, const Access& access, const Find& find)
     : find_(find), access_(access)
 {
     const int socket = fcntl(listener.socket.Get(), F_DUPFD_CLOEXEC, 0); // the library closes it
-    daemon_ = MHD_start_daemon(MHD_USE_EPOLL_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME | MHD_USE_ERROR_LOG,
-                               0, nullptr, nullptr, Handling::Handle, this, MHD_OPTION_EXTERNAL_LOGGER,
-                               Handling::Ignore, nullptr, MHD_OPTION_LISTEN_SOCKET, socket,
-                               MHD_OPTION_CONNECTION_LIMIT, kMostConnections, MHD_OPTION_CONNECTION_TIMEOUT,
-                               kMostIdleSeconds, MHD_OPTION_CONNECTION_MEMORY_LIMIT, kConnectionMemory,
-                               MHD_OPTION_UNESCAPE_CALLBACK, Handling::Unescape, nullptr,
-                               MHD_OPTION_STRICT_FOR_CLIENT, 1, MHD_OPTION_NOTIFY_COMPLETED,
-                               Handling::Complete, nullptr, MHD_OPTION_END);
+    daemon_ = MHD_start_daemon(
+        MHD_USE_EPOLL_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME | MHD_USE_ERROR_LOG, 0, nullptr, nullptr,
+        Handling::Handle, this, MHD_OPTION_EXTERNAL_LOGGER, Handling::Ignore, nullptr,
+        MHD_OPTION_LISTEN_SOCKET, socket, MHD_OPTION_CONNECTION_LIMIT, kMostConnections,
+        MHD_OPTION_CONNECTION_MEMORY_LIMIT, kConnectionMemory, MHD_OPTION_NOTIFY_CONNECTION,
+        Handling::Connect, this, MHD_OPTION_UNESCAPE_CALLBACK, Handling::Unescape, nullptr,
+        MHD_OPTION_STRICT_FOR_CLIENT, 1, MHD_OPTION_NOTIFY_COMPLETED, Handling::Complete, this,
+        MHD_OPTION_END);
     if (daemon_ == nullptr) {
         close(socket);
         throw Error("HTTP cannot be served on port " + std::to_string(listener.port));
@@ -256,6 +274,29 @@ Server::Server(const Listener& listener, const Access& access, const Find& find)
 Server::~Server()
 {
     MHD_stop_daemon(daemon_);
+}
+
+void Server::WaitFor(MHD_Connection* client)
+{
+    const std::lock_guard guard(lock_);
+    if (const auto found = connected_.find(client); found != connected_.end())
+        found->second.waitsSince = Clock::now();
+}
+
+void Server::HaveWait(MHD_Connection* client)
+{
+    const std::lock_guard guard(lock_);
+    if (const auto found = connected_.find(client); found != connected_.end())
+        found->second.waitsSince.reset();
+}
+
+void Server::CloseSlow()
+{
+    const std::lock_guard guard(lock_); // the library closes a socket only after it has been taken from here
+    for (const auto& [connection, it] : connected_) {
+        if (it.waitsSince && Clock::now() > *it.waitsSince + kMostWaiting)
+            shutdown(it.socket, SHUT_RDWR);
+    }
 }
 
 } // namespace vesk::web

@@ -5,8 +5,13 @@
 #include "tools/web/access.h"
 #include "tools/web/workers.h"
 
+#include <chrono>
 #include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
 
+struct MHD_Connection;
 struct MHD_Daemon;
 
 namespace vesk::web {
@@ -17,6 +22,7 @@ struct Route {
 
     Handler handle;             ///< Null: there is nothing of this path. Called by many threads.
     Workers* workers = nullptr; ///< Who asks the handler; null: it answers at once.
+    bool isOpen = false;        ///< Whoever asks needs no token.
 };
 
 /// A socket that listens on 127.0.0.1.
@@ -30,6 +36,7 @@ struct Listener {
 
 class Server {
 public:
+    /// The request has no body yet.
     using Find = std::function<Route(const Request& request)>;
 
     /// @param access  Outlives the server. @throw Error
@@ -38,10 +45,26 @@ public:
     ~Server();
     Server(const Server&) = delete;
 
+    /// Closes connections whose clients take too long. To be called now and then.
+    void CloseSlow();
+
 private:
     struct Handling;
+    using Clock = std::chrono::steady_clock;
+
+    struct Connected {
+        int socket = -1;
+        std::optional<Clock::time_point> waitsSince; ///< For its client; nothing: that waits for an answer.
+    };
+
+    /// From now on, it is the client's turn.
+    void WaitFor(MHD_Connection* client);
+    void HaveWait(MHD_Connection* client);
+
     Find find_;
     const Access& access_;
+    std::mutex lock_;
+    std::map<MHD_Connection*, Connected> connected_;
     MHD_Daemon* daemon_ = nullptr;
 };
 

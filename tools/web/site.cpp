@@ -33,7 +33,7 @@ Route Site::Find(const Request& request)
     const Answer* const file = request.IsPost() ? nullptr : files_.Find(path);
     if (file == nullptr)
         return {};
-    return {[file](const Request&) { return *file; }};
+    return {[file](const Request&) { return *file; }, nullptr, /*isOpen=*/true};
 }
 
 void Site::Finish()

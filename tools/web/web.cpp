@@ -45,8 +45,10 @@ int ServeWeb(Settings& settings, const WebOptions& options)
     if (options.isOpened)
         ShowInBrowser(browser, access.Address(), signals);
     int signal = 0;
-    while (signal != SIGINT && signal != SIGTERM)
-        signal = signals.Take(std::chrono::hours(1)).si_signo;
+    while (signal != SIGINT && signal != SIGTERM) {
+        signal = signals.Take(std::chrono::seconds(1)).si_signo;
+        server.CloseSlow();
+    }
     pthread_sigmask(SIG_SETMASK, &signals.Before(), nullptr); // who sends another one does not want to wait
     site.Finish();
     return kDone;

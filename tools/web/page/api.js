@@ -1,4 +1,5 @@
 // What the server is asked for.
+import { authorization } from "./token.js";
 
 /** Why something was not done, in the server's words. Its kind is the server's, or "no server" or "no token". */
 export class Failure extends Error {
@@ -17,10 +18,11 @@ function parse(text) {
         Number.isInteger(value) && !Number.isSafeInteger(value) ? context?.source ?? value : value);
 }
 
-async function request(path, options) {
+async function request(path, options = {}) {
     let response;
     try {
-        response = await fetch(path, { cache: "no-store", credentials: "same-origin", ...options });
+        response = await fetch(path, { cache: "no-store", credentials: "omit", ...options,
+            headers: { ...authorization(), ...options.headers } });
     } catch {
         throw new Failure("veskctl web does not answer", "no server");
     }
@@ -42,6 +44,10 @@ async function request(path, options) {
 
 export async function getText(path) {
     return (await request(path)).text();
+}
+
+export async function getBlob(path) {
+    return (await request(path)).blob();
 }
 
 export async function get(path) {

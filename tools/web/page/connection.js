@@ -13,7 +13,7 @@ export const kNotices = {
     "timed out": () => "The service does not answer. Waiting for it…",
     "no server": () => "veskctl web has ended. Waiting for it…",
     "no token": () =>
-        "This page may not see the device: veskctl web has been started anew. Open the address that it has printed.",
+        "This page may not see the device. Open the address that veskctl web has printed; a new one has another.",
 };
 
 const listeners = [];

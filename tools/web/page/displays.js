@@ -1,9 +1,13 @@
 // The displays: what they show, and of which layers that consists.
+import { announce } from "./announce.js";
+import { getBlob } from "./api.js";
 import { onConnection, onState } from "./connection.js";
 import { List, byId, element, printable, setText, whenChanged } from "./dom.js";
 import { LayerView, Showing, displayText } from "./layers.js";
 import { openedIn } from "./owners.js";
 import { Picture } from "./picture.js";
+
+const kDownloadMs = 10000; // within which a picture has become a file
 
 let isConnected = false;
 
@@ -24,6 +28,18 @@ function enlarge(voPort, size) {
     byId("large").showModal();
 }
 
+/** Downloads a display in its full size. */
+async function download(event, voPort) {
+    event.preventDefault(); // without the token, the link leads nowhere
+    try {
+        const href = URL.createObjectURL(await getBlob(`/displays/${voPort}.png`));
+        element("a", { href, download: `display-${voPort}.png` }).click();
+        setTimeout(() => URL.revokeObjectURL(href), kDownloadMs);
+    } catch (failure) {
+        announce(failure.message, true);
+    }
+}
+
 class Display {
     #picture;
     #size = {};
@@ -41,10 +57,10 @@ class Display {
         const enlarging = element("button", { type: "button", className: "enlarge", title: "Enlarge",
             "aria-label": `Enlarge display ${voPort}`, onclick: () => enlarge(voPort, this.#size) },
         this.#picture.node);
-        const download = element("a", { href: `/displays/${voPort}.png`, download: `display-${voPort}.png`,
+        const link = element("a", { href: `/displays/${voPort}.png`, onclick: (event) => download(event, voPort),
             "aria-label": `Download display ${voPort} as PNG` }, "PNG");
         this.node = element("article", {}, element("div", { className: "row" }, this.#title, this.#showing.node,
-            download), enlarging, this.#about, this.#layers, this.#placed);
+            link), enlarging, this.#about, this.#layers, this.#placed);
     }
 
     set connected(isNow) {

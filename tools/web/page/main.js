@@ -10,6 +10,7 @@ import { showPorts } from "./ports.js";
 import { showReset } from "./reset.js";
 import { showScenario } from "./scenario.js";
 import { showState } from "./state.js";
+import { takeToken } from "./token.js";
 
 function timeText({ nowMs, due, isStep }) {
     const seconds = `${(nowMs / 1000).toFixed(1)} s`;
@@ -23,6 +24,7 @@ function showService() {
     onState(({ time }) => setText(byId("time"), timeText(time)));
 }
 
+takeToken();
 for (const show of [showService, showReset, showDisplays, showPorts, showFaults, showScenario, showApplications,
     showMessages, showGraph, showState]) {
     show();
