@@ -156,7 +156,8 @@ def check_steering(web):
     assert problem.keys() == {"error", "kind"}
     assert web.post("/api/device", "unplug", "output", "9")[1]["code"] == 515
     for words, expected in [(["fault", "add", "VO_STA"], ["VO_START"]), (["fa"], ["fault"]), (["state"], []),
-                            (["scenario", "l"], ["loose_cable.toml"]), ([], [])]:
+                            (["scenario", "l"], ["loose_cable.toml"]),
+                            (["fault", "add", "--a"], ["--after", "--app"]), ([], [])]:
         assert web.post("/api/complete", *words) == (200, {"completions": expected}), words
 
 
@@ -188,7 +189,8 @@ def check_tags(web):
 
 
 def check_many(web):
-    """Displays that do not exist are no burden. Many at once get the same, in spite of those that never finish their requests."""
+    """Many at once get the same, in spite of those that never finish their requests. Displays that do not exist are
+    no burden."""
     assert {web.ask(f"/api/scenes/{display}")[0] for display in range(2, 300)} == {409}
     assert web.ask("/api/scenes/1")[0] == 200
     slow = [socket.create_connection(("127.0.0.1", web.port)) for _ in range(60)]

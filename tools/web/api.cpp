@@ -35,7 +35,8 @@ std::vector<std::string> WordsOf(const Request& request)
         std::vector<std::string> texts;
         for (const ordered_json& word : *words) {
             if (!word.is_string() || word.get_ref<const std::string&>().find('\0') != std::string::npos)
-                throw Error("expected words that are texts, not " + decoder::Dump(word));
+                throw Error("expected words that are texts, not " +
+                            (word.is_structured() ? word.type_name() : decoder::Dump(word)));
             texts.push_back(word.get<std::string>());
         }
         return texts;

@@ -63,11 +63,16 @@ Words Complete(const Words& words)
     }
     Words line{"device"};
     line.insert(line.end(), words.begin(), words.end());
+    Words unusable; // options of the whole tool, which a page does not have
     {
         static std::mutex s_lock; // those who complete at a prompt are alone
         const std::lock_guard guard(s_lock);
         found = ctl::CompletePrompt(line);
+        unusable = ctl::CompletePrompt({"device", "--"});
     }
+    std::erase_if(found, [&](const std::string& word) {
+        return std::find(unusable.begin(), unusable.end(), word) != unusable.end();
+    });
     if (words.size() == 1) {
         const auto commands = steering::ControlCommands("", nullptr);
         std::erase_if(found, [&](const std::string& name) {
