@@ -84,6 +84,7 @@ TEST_F(PicturesTest, ScreenshotsAndComparisons)
         {"device screenshot 0 --size x", 2, "--size x: expected"},
         {"device screenshot 0 -o a.gif", 2, "a.gif: expected a name that ends with .png, .jpg or .jpeg\n$"},
         {"device screenshot 0 -o none/a.png", 1, "cannot write none/a.png: No such file or directory\n$"},
+        {"device screenshot 0 -o - > /dev/full", 1, "cannot write to standard output: No space"},
         {"device screenshot 7", 3, "NUMBER"},
         {"device screenshot 0 --size 64x --terminal", 0, "(\u2580|\u2584|\u2588|\x1b|without libchafa)"},
         {"device screenshot 0 --terminal --json", 2, "no JSON"},

@@ -2,7 +2,6 @@
 #include "tools/pictures/picture_file.h"
 
 #include "base/file.h"
-#include "base/output.h"
 #include "pictures/image_file.h"
 #include "tools/veskctl/failure.h"
 #include "tools/veskctl/output_file.h"
@@ -13,7 +12,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <optional>
 
@@ -25,18 +23,6 @@ using pictures::Picture;
 namespace {
 
 constexpr size_t kMostInput = 512U << 20U; // the largest picture, not compressed, with some room
-
-void WriteAll(int file, std::string_view text, const std::string& path)
-{
-    while (!text.empty()) {
-        const ssize_t written = write(file, text.data(), text.size());
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written < 0)
-            throw Error("cannot write " + path + ": " + std::strerror(errno));
-        text.remove_prefix(static_cast<size_t>(written));
-    }
-}
 
 /// What is read from standard input, as a file that has a path.
 class InputFile {
@@ -117,14 +103,12 @@ void WritePicture(const std::string& path, const Picture& picture)
 {
     const Bytes bytes = pictures::Encode(picture, path == "-" ? Format::kPng : pictures::FormatOf(path));
     const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-    if (path == "-") {
-        std::fwrite(text.data(), 1, text.size(), stdout);
-        Flush();
-    } else if (IsSpecial(path)) {
+    if (path == "-")
+        WriteToOutput(text);
+    else if (IsSpecial(path))
         OutputFile(path).Write(text);
-    } else {
+    else
         Replacement(path).Write(text);
-    }
 }
 
 } // namespace vesk::ctl

@@ -4,7 +4,7 @@
 #include "tools/veskctl/failure.h"
 
 #ifdef VESK_HAS_CHAFA
-#include "base/output.h"
+#include "tools/veskctl/output_file.h"
 
 #include <chafa.h>
 
@@ -13,7 +13,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstdio>
 #include <memory>
 #endif
 
@@ -128,10 +127,9 @@ void ShowInTerminal(const pictures::Picture& picture)
                                  reinterpret_cast<const guint8*>(picture.pixels.data()), width, height,
                                  width * static_cast<int>(sizeof picture.pixels[0]));
     GString* const text = chafa_canvas_print(canvas.get(), terminal.get());
-    std::fwrite(text->str, 1, text->len, stdout);
-    std::fputc('\n', stdout);
+    const std::string shown = std::string(text->str, text->len) + '\n';
     g_string_free(text, TRUE);
-    Flush();
+    WriteToOutput(shown);
 }
 
 #else

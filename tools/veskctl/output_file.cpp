@@ -26,14 +26,25 @@ void OutputFile::Write(std::string_view text)
     }
     (void)!ftruncate(file_.Get(), 0); // a pipe holds nothing
     lseek(file_.Get(), 0, SEEK_SET);
-    while (!text.empty()) {
-        const ssize_t written = write(file_.Get(), text.data(), text.size());
+    WriteAll(file_.Get(), text, path_);
+}
+
+void WriteAll(int file, std::string_view bytes, const std::string& name)
+{
+    while (!bytes.empty()) {
+        const ssize_t written = write(file, bytes.data(), bytes.size());
         if (written < 0 && errno == EINTR)
             continue;
         if (written < 0)
-            throw Error("cannot write " + path_ + ": " + std::strerror(errno));
-        text.remove_prefix(static_cast<size_t>(written));
+            throw Error("cannot write " + name + ": " + std::strerror(errno));
+        bytes.remove_prefix(static_cast<size_t>(written));
     }
+}
+
+void WriteToOutput(std::string_view bytes)
+{
+    Flush();
+    WriteAll(STDOUT_FILENO, bytes, "to standard output");
 }
 
 } // namespace vesk::ctl

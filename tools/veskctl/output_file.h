@@ -21,4 +21,10 @@ private:
     Descriptor file_; ///< None: standard output.
 };
 
+/// Writes everything to an open file. @param name  What it is in an error. @throw Error
+void WriteAll(int file, std::string_view bytes, const std::string& name);
+
+/// Writes bytes to standard output as they are. @throw Error
+void WriteToOutput(std::string_view bytes);
+
 } // namespace vesk::ctl
