@@ -209,6 +209,7 @@ struct Server::Handling {
         if (*place == nullptr) {
             auto* const exchange = Begin(self, connection, path, method);
             *place = exchange;
+            self.WaitFor(connection); // to send a body
             // Whoever may not ask does not get to send a body either.
             return exchange->isAnswered ? Send(connection, exchange->answer) : MHD_YES;
         }

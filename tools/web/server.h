@@ -54,11 +54,12 @@ private:
 
     struct Connected {
         int socket = -1;
-        std::optional<Clock::time_point> waitsSince; ///< For its client; nothing: that waits for an answer.
+        std::optional<Clock::time_point> waitsSince; ///< When its client's turn began; nothing: it is ours.
     };
 
     /// From now on, it is the client's turn.
     void WaitFor(MHD_Connection* client);
+    /// It waits for an answer now.
     void HaveWait(MHD_Connection* client);
 
     Find find_;
