@@ -40,12 +40,10 @@ public:
         for (char c = 0; read(ends[0], &c, 1) == 1 && c != '\n';)
             line += c;
         close(ends[0]);
-        unsigned port = 0;
-        char token[64] = "";
-        if (std::sscanf(line.c_str(), "http://127.0.0.1:%u/?token=%63s", &port, token) != 2)
+        char text[64] = "";
+        if (std::sscanf(line.c_str(), "http://127.0.0.1:%hu/?token=%63s", &port, text) != 2)
             Fail("veskctl web says: " + line);
-        this->port = static_cast<uint16_t>(port);
-        this->token = token;
+        token = text;
     }
     ~Server()
     {
@@ -179,7 +177,7 @@ Table PageTable(bool quick)
         {"pages", "pictures a second, each", "veskctl web, share of a CPU", "µs/call", "µs/without pages"},
         {}};
     double without = 0;
-    for (const size_t count : {0, 1, 3}) {
+    for (const size_t count : {size_t{0}, size_t{1}, size_t{3}}) {
         std::vector<std::unique_ptr<Page>> pages;
         for (size_t i = 0; i < count; ++i)
             pages.push_back(std::make_unique<Page>(server));
@@ -195,9 +193,8 @@ Table PageTable(bool quick)
         const double share = (server.Seconds() - before) / passed;
         const double pictures =
             (shown() - picturesBefore) / passed / static_cast<double>(std::max<size_t>(count, 1));
-        std::vector<double> seconds;
-        for (int round = 0; round < (quick ? 5 : 25); ++round)
-            seconds.push_back(SecondsOf(calls) / 4000);
+        std::vector<double> seconds(quick ? 5 : 25);
+        std::generate(seconds.begin(), seconds.end(), [&] { return SecondsOf(calls) / 4000; });
         without = count == 0 ? Median(seconds) : without;
         table.rows.push_back({std::to_string(count), Rounded(pictures, 1), Rounded(share, 2),
                               Rounded(Median(seconds) * 1e6, 1), Rounded(Median(seconds) / without, 2)});

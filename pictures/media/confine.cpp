@@ -99,7 +99,7 @@ void LimitProcessorTime(unsigned milliseconds)
 {
     itimerval timer{};
     timer.it_value.tv_sec = milliseconds / 1000;
-    timer.it_value.tv_usec = milliseconds % 1000 * 1000;
+    timer.it_value.tv_usec = suseconds_t{milliseconds % 1000} * 1000;
     setitimer(ITIMER_PROF, &timer, nullptr);
 }
 
