@@ -139,7 +139,7 @@ private:
     MediaProcess process_;
 };
 
-VideoFile::VideoFile(const std::string& path, Size size, uint32_t framesPerSecond, std::string program)
+VideoFile::VideoFile(const std::string& path, Size size, uint32_t framesPerSecond, const std::string& program)
 {
     if (size.IsEmpty() || size.width > kMostSide || size.height > kMostSide)
         throw Error(path + ": a video is at least 1x1 and at most 8192x8192 pixels large");

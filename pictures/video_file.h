@@ -18,7 +18,7 @@ public:
     /// new one is complete. - is standard output, as Matroska.
     /// @param size  Videos have even sides: the last column or row of an odd one is there twice.
     /// @param program  Path of vesk-media; empty: it is looked for beside this library. @throw Error
-    VideoFile(const std::string& path, Size size, uint32_t framesPerSecond, std::string program = {});
+    VideoFile(const std::string& path, Size size, uint32_t framesPerSecond, const std::string& program = {});
     ~VideoFile();
     VideoFile(const VideoFile&) = delete;
 
