@@ -237,7 +237,8 @@ TEST(Pictures, TheModuleMayBeMissingOrAnother)
     const std::string copy = directory.File("veskctl"), module = directory.File("vesk-video/pictures.so");
     fs::copy_file(VESK_VESKCTL_PATH, copy);
     const auto expect = [&](const std::string& text) {
-        const Result result = Shell(VESK_EMULATOR " " + copy + " device screenshot");
+        const Result result = Shell("LD_LIBRARY_PATH=" VESK_PLATFORM_FOLDER " " VESK_EMULATOR " " + copy +
+                                    " device screenshot");
         EXPECT_EQ(result.status, 1);
         EXPECT_NE(result.output.find(text), std::string::npos) << result.output;
     };
