@@ -103,11 +103,12 @@ Answer Api::MessagesAfter(const Request& request)
 Route::Handler Api::Find(const Request& request)
 {
     using Handler = Answer (*)(Api&, const Request&);
-    static constexpr struct {
+    struct Path {
         const char* path;
         bool isPost;
         Handler handle;
-    } kPaths[] = {
+    };
+    static constexpr Path kPaths[] = {
         {"/api/state", false, [](Api& api, const Request&) { return DocumentAnswer(api.device_.State()); }},
         {"/api/scenes", false, [](Api& api, const Request&) { return DocumentAnswer(api.device_.Scenes()); }},
         {kScenes, false, [](Api& api, const Request& asked) { return api.Scenes(asked); }},
@@ -127,15 +128,15 @@ Route::Handler Api::Find(const Request& request)
         {"/api/device", true, [](Api& api, const Request& asked) { return api.Steer(asked); }},
         {"/api/complete", true, [](Api&, const Request& asked) { return CompleteWords(asked); }},
     };
-    for (const auto& [path, isPost, handle] : kPaths) {
-        const bool isIt =
-            std::string_view(path).ends_with('/') ? request.path.starts_with(path) : request.path == path;
-        if (isIt && isPost == request.IsPost())
-            return [this, handle](const Request& asked) {
+    for (const Path& known : kPaths) {
+        const bool isIt = std::string_view(known.path).ends_with('/') ? request.path.starts_with(known.path)
+                                                                      : request.path == known.path;
+        if (isIt && known.isPost == request.IsPost())
+            return [this, handle = known.handle](const Request& asked) {
                 return Guarded([&] { return handle(*this, asked); });
             };
         if (isIt)
-            return [isPost](const Request&) {
+            return [isPost = known.isPost](const Request&) {
                 Answer answer =
                     Problem(ctl::kUsage, isPost ? "this is asked with POST" : "this is asked with GET");
                 answer.status = 405;
