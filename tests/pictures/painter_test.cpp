@@ -21,7 +21,7 @@ using namespace vesk::pictures;
 
 namespace {
 
-constexpr Size kSmall{480, 270};
+constexpr Size kSmall{288, 162};
 const std::string kFolder = VESK_PICTURES_DATA;
 const char* const kScenes[] = {"six",    "grid", "overlays", "modes", "crop", "frozen",
                                "pulled", "loop", "filter",   "files", "dark"};
