@@ -14,7 +14,7 @@ using nlohmann::ordered_json;
 namespace {
 
 constexpr uint32_t kTimeoutMs = 1000;
-constexpr std::chrono::milliseconds kFresh(33);      // as long as a display shows a picture
+constexpr std::chrono::milliseconds kFresh(16); // shorter than a page's picture, which would else come late
 constexpr std::chrono::milliseconds kSilentFor(500); // a service that does not answer is left alone
 constexpr size_t kMostDisplays = 256;
 

@@ -6,6 +6,7 @@ import { Poll } from "./poll.js";
 
 const kMovingMs = 1000 / 30;
 const kStillMs = 250;
+const kMovesForMs = 500; // after a new one, another is expected
 const kCalmMs = 1000; // for those who want little motion, and after a failure
 const kWidthStep = 160;
 const kMostWide = 3840;
@@ -19,6 +20,7 @@ export class Picture {
     #problem = element("span", { className: "no-picture", hidden: true });
     #pictures = new Changing();
     #size = { width: 16, height: 9 };
+    #changedAt = 0;
     #isSeen = false;
     #isConnected = false;
     #isEnded = false;
@@ -70,10 +72,12 @@ export class Picture {
         const began = performance.now();
         try {
             const response = await this.#pictures.get(`${this.#path}?width=${this.#width}`);
-            if (!response) {
+            if (response) {
+                this.#changedAt = began;
+                await this.#show(await response.blob());
+            } else if (began - this.#changedAt > kMovesForMs) {
                 return kStillMs;
             }
-            await this.#show(await response.blob());
             setNotice(this.#problem, null);
         } catch (failure) {
             this.#pictures.forget();
