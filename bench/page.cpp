@@ -5,11 +5,13 @@
 #include "bench/table.h"
 #include "vesk_video/vesk_video.h"
 
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <fstream>
+#include <optional>
 #include <sstream>
 #include <thread>
 
@@ -96,6 +98,7 @@ public:
     }
     Page(const Page&) = delete;
 
+    std::atomic<bool> isShown = false;
     std::atomic<uint64_t> pictures = 0; ///< New ones.
 
 private:
@@ -104,13 +107,15 @@ private:
         std::string picture, state, messages; // their tags
         auto next = Clock::now();
         for (uint64_t frame = 0; !stop.stop_requested(); ++frame) {
+            std::this_thread::sleep_until(next += 33333us);
+            if (!isShown)
+                continue;
             if (Get("/displays/0.jpg?width=1280", picture))
                 ++pictures;
             if (frame % 8 == 0) {
                 Get("/api/state", state);
                 Get("/api/messages?limit=100", messages);
             }
-            std::this_thread::sleep_until(next += 33333us);
         }
     }
 
@@ -161,27 +166,40 @@ private:
 
 Table PageTable(bool quick)
 {
+    // The service and its caller have one CPU; what serves pages, and asks for them, has another.
+    const OnCpu here(Cpus().front());
     const ServiceProcess service;
     FillDisplayOfService();
+    std::optional<OnCpu> there(std::in_place, Cpus().back());
     const Server server;
-    const auto calls = [] {
-        for (int i = 0; i < 4000; ++i) {
-            uint32_t count = 0;
-            if (VeskVideoGetVoCount(&count) != 0)
+    std::vector<std::unique_ptr<Page>> pages(3);
+    for (auto& page : pages)
+        page = std::make_unique<Page>(server);
+    there.reset();
+    const auto show = [&](size_t count) {
+        for (size_t i = 0; i < pages.size(); ++i)
+            pages[i]->isShown = i < count;
+    };
+    constexpr int kCalls = 8000; // so that several pictures are asked for in a turn
+    const auto calls = [&](size_t count) {
+        show(count);
+        for (int i = 0; i < kCalls; ++i) {
+            uint32_t displays = 0;
+            if (VeskVideoGetVoCount(&displays) != 0)
                 Fail("the service refuses a request");
         }
     };
+    const auto seconds =
+        Interleave({[&] { calls(0); }, [&] { calls(1); }, [&] { calls(3); }}, quick ? 9 : 61);
     Table table{
         "Pages that show a full display in 1280x720: what they cost, and what VeskVideoGetVoCount takes "
         "meanwhile",
         {"pages", "pictures a second, each", "veskctl web, share of a CPU", "µs/call", "µs/without pages"},
         {}};
-    double without = 0;
-    for (const size_t count : {size_t{0}, size_t{1}, size_t{3}}) {
-        std::vector<std::unique_ptr<Page>> pages;
-        for (size_t i = 0; i < count; ++i)
-            pages.push_back(std::make_unique<Page>(server));
-        std::this_thread::sleep_for(500ms); // the first picture takes longer
+    for (size_t row = 0; row < seconds.size(); ++row) {
+        const size_t count = std::array<size_t, 3>{0, 1, 3}[row];
+        show(count);
+        std::this_thread::sleep_for(500ms);
         const auto shown = [&] {
             uint64_t sum = 0;
             for (const auto& page : pages)
@@ -189,15 +207,13 @@ Table PageTable(bool quick)
             return static_cast<double>(sum);
         };
         const double before = server.Seconds(), picturesBefore = shown();
-        const double passed = SecondsOf([&] { std::this_thread::sleep_for(quick ? 2s : 10s); });
+        const double passed = SecondsOf([&] { std::this_thread::sleep_for(quick ? 3s : 10s); });
         const double share = (server.Seconds() - before) / passed;
-        const double pictures =
+        const double rate =
             (shown() - picturesBefore) / passed / static_cast<double>(std::max<size_t>(count, 1));
-        std::vector<double> seconds(quick ? 5 : 25);
-        std::generate(seconds.begin(), seconds.end(), [&] { return SecondsOf(calls) / 4000; });
-        without = count == 0 ? Median(seconds) : without;
-        table.rows.push_back({std::to_string(count), Rounded(pictures, 1), Rounded(share, 2),
-                              Rounded(Median(seconds) * 1e6, 1), Rounded(Median(seconds) / without, 2)});
+        table.rows.push_back({std::to_string(count), Rounded(rate, 1), Rounded(share, 2),
+                              Rounded(Median(seconds[row]) / kCalls * 1e6, 1),
+                              Rounded(MedianRatio(seconds[row], seconds[0]), 2)});
     }
     return table;
 }
