@@ -5,8 +5,6 @@
 #include "tools/web/api.h"
 #include "tools/web/problem.h"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 
 namespace vesk::web {
