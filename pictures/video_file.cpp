@@ -2,16 +2,11 @@
 #include "pictures/video_file.h"
 
 #include "base/error.h"
+#include "base/replacement.h"
 #include "base/text.h"
 #include "pictures/media_process.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <iterator>
 
@@ -19,59 +14,11 @@ namespace vesk::pictures {
 
 namespace {
 
-using Clock = std::chrono::system_clock;
 using media::Task;
 
 /// An encoder may keep many pictures until the end.
 constexpr std::chrono::minutes kMost(2);
 constexpr uint32_t kMostFramesPerSecond = 1000;
-
-/// A file that takes the place of another one once it is complete. Pipes and devices are written at once, and
-/// so is standard output.
-class Target {
-public:
-    explicit Target(const std::string& path) : path_(path), file_(Open()) {}
-    ~Target()
-    {
-        if (!temporary_.empty())
-            unlink(temporary_.c_str());
-    }
-    Target(const Target&) = delete;
-
-    int Get() const { return file_.Get(); }
-
-    void Keep()
-    {
-        if (!temporary_.empty() && std::rename(temporary_.c_str(), path_.c_str()) != 0)
-            throw Error(path_ + ": " + std::strerror(errno));
-        temporary_.clear();
-    }
-
-private:
-    Descriptor Open()
-    {
-        struct stat there {};
-        const bool isThere = path_ != "-" && stat(path_.c_str(), &there) == 0;
-        std::error_code error;
-        if (isThere && S_ISREG(there.st_mode)) // a link stays one
-            path_ = std::filesystem::canonical(path_, error).string();
-        if (path_ != "-" && (!isThere || S_ISREG(there.st_mode)))
-            temporary_ = path_ + '.' + std::to_string(Clock::now().time_since_epoch().count()) + ".part";
-        Descriptor file(path_ == "-" ? fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)
-                        : temporary_.empty()
-                            ? open(path_.c_str(), O_WRONLY | O_CLOEXEC)
-                            : open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
-        if (!file.IsOpen()) {
-            temporary_.clear();
-            throw Error(path_ + ": " + std::strerror(errno));
-        }
-        return file;
-    }
-
-    std::string path_;
-    std::string temporary_;
-    Descriptor file_;
-};
 
 } // namespace
 
@@ -135,7 +82,7 @@ private:
     std::string path_;
     Size size_;
     std::string container_;
-    Target target_;
+    Replacement target_;
     MediaProcess process_;
 };
 
