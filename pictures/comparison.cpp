@@ -108,18 +108,13 @@ uint32_t Pale(uint32_t pixel)
     return kOpaque | (170 + brightness / 3) * 0x010101U;
 }
 
-std::string Text(Size size)
-{
-    return std::to_string(size.width) + 'x' + std::to_string(size.height);
-}
-
 } // namespace
 
 Comparison Compare(const Picture& expected, const Picture& actual)
 {
     if (expected.size != actual.size)
-        throw Error("the pictures are not of one size: expected " + Text(expected.size) + ", got " +
-                    Text(actual.size));
+        throw Error("the pictures are not of one size: expected " + TextOf(expected.size) + ", got " +
+                    TextOf(actual.size));
     Comparison result;
     result.marked = Picture(actual.size);
     for (size_t i = 0; i < actual.pixels.size(); i++) {

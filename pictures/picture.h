@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace vesk::pictures {
@@ -15,6 +16,12 @@ struct Size {
     size_t Pixels() const { return size_t{width} * height; }
     bool operator==(const Size&) const = default;
 };
+
+/// "1920x1080"
+inline std::string TextOf(Size size)
+{
+    return std::to_string(size.width) + 'x' + std::to_string(size.height);
+}
 
 struct Rect {
     int32_t x = 0;

@@ -22,9 +22,9 @@ std::string Text(uint64_t number)
     return std::to_string(number);
 }
 
-std::string TextOf(Size size)
+std::string KnownText(Size size)
 {
-    return size.IsEmpty() ? "size unknown" : Text(size.width) + 'x' + Text(size.height);
+    return size.IsEmpty() ? "size unknown" : TextOf(size);
 }
 
 std::string Clock(uint64_t ms)
@@ -122,7 +122,7 @@ public:
         PlannedLayer planned{.place = {0, 0, int32_t(size_.width), int32_t(size_.height)}};
         const std::string name = scene_.name.empty() ? "display " + Text(scene_.voPort) : scene_.name;
         planned.look =
-            Panel(size_, Printable(name), {scene_.showing, TextOf(scene_.canvas)}, HueOf(scene_.voPort));
+            Panel(size_, Printable(name), {scene_.showing, KnownText(scene_.canvas)}, HueOf(scene_.voPort));
         return planned;
     }
 
@@ -278,7 +278,7 @@ private:
         look.digits = DigitsOfMinutes(*moment);
         look.title = TitleOf(input);
         look.lines = {Joined({PortText(input), "input engine " + Text(input.inEngNo)}),
-                      Joined({TextOf(input.size), RateText(input.fr)})};
+                      Joined({KnownText(input.size), RateText(input.fr)})};
         if (isFrozen)
             look.tag = "frozen at " + Clock(input.frozenAtMs);
         return look;
@@ -303,7 +303,7 @@ private:
             .kind = Look::Kind::kDecoded, .size = view_->size, .source = source, .transform = transform};
         look.hue = HueOf(decoder.decStmNo + 3);
         look.title = "decoder " + Text(decoder.decStmNo);
-        look.lines = {Joined({CodecName(decoder.codec), TextOf(layer.size), RateText(decoder.fr)}),
+        look.lines = {Joined({CodecName(decoder.codec), KnownText(layer.size), RateText(decoder.fr)}),
                       decoder.owner.empty() ? "" : "owner " + Printable(decoder.owner)};
         return look;
     }

@@ -52,7 +52,7 @@ public:
     void Add(const Picture& picture)
     {
         if (picture.size != size_)
-            throw Error(path_ + ": expected a picture of " + Text(size_) + ", got " + Text(picture.size));
+            throw Error(path_ + ": expected a picture of " + TextOf(size_) + ", got " + TextOf(picture.size));
         process_.CopyFrom(picture);
         Ask(Task::kPicture);
     }
@@ -64,11 +64,6 @@ public:
     }
 
 private:
-    static std::string Text(Size size)
-    {
-        return std::to_string(size.width) + 'x' + std::to_string(size.height);
-    }
-
     void Ask(Task task)
     {
         try {

@@ -34,8 +34,8 @@ int ComparePictures(Settings& settings, const CompareOptions& options)
     const pictures::Picture expected = ReadPicture(files, options.expected);
     const pictures::Picture actual = ReadPicture(files, options.actual);
     if (expected.size != actual.size)
-        throw Failure(kFailed, options.actual + " has " + SizeText(actual.size) + " pixels, " +
-                                   options.expected + " has " + SizeText(expected.size));
+        throw Failure(kFailed, options.actual + " has " + TextOf(actual.size) + " pixels, " +
+                                   options.expected + " has " + TextOf(expected.size));
     const pictures::Comparison comparison = pictures::Compare(expected, actual);
     if (!options.marked.empty() && comparison.differentPixels != 0)
         WritePicture(options.marked, comparison.marked);

@@ -36,11 +36,6 @@ uint32_t Scaled(uint32_t side, uint32_t to, uint32_t from)
 
 } // namespace
 
-std::string SizeText(Size size)
-{
-    return std::to_string(size.width) + 'x' + std::to_string(size.height);
-}
-
 Size SizeFrom(const std::string& text, const pictures::Scene& scene)
 {
     const Size& display = scene.canvas;

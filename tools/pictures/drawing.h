@@ -7,9 +7,6 @@
 
 namespace vesk::ctl {
 
-/// "1920x1080"
-std::string SizeText(pictures::Size size);
-
 /// The size that a picture of a display gets: "1280x720", or "1280x" or "x720" in the display's proportions,
 /// or the display's own if the text is empty. @throw Failure
 pictures::Size SizeFrom(const std::string& text, const pictures::Scene& scene);

@@ -87,7 +87,7 @@ void ExpectPicture(Settings& settings, const ExpectedPicture& expected)
         if (expected.isUpdated)
             return Update(settings, expected, actual);
         Differ(expected, actual, nullptr,
-               "differ in size: " + SizeText(wanted.size) + " and " + SizeText(actual.size));
+               "differ in size: " + TextOf(wanted.size) + " and " + TextOf(actual.size));
     }
     const Comparison comparison = pictures::Compare(wanted, actual);
     if (IsAlike(comparison, expected.tolerance))

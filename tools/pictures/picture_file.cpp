@@ -7,11 +7,8 @@
 #include "tools/veskctl/failure.h"
 #include "tools/veskctl/output_file.h"
 
-#include <sys/mman.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstring>
 #include <optional>
 
 namespace vesk::ctl {
@@ -23,28 +20,13 @@ namespace {
 
 constexpr size_t kMostInput = 512U << 20U; // the largest picture, not compressed, with some room
 
-/// What is read from standard input, as a file that has a path.
-class InputFile {
-public:
-    InputFile() : file_(memfd_create("picture", MFD_CLOEXEC))
-    {
-        if (!file_.IsOpen())
-            throw Error(std::string("memory for standard input: ") + std::strerror(errno));
-        WriteAll(file_.Get(), FileContents("-", kMostInput), "memory");
-    }
-    std::string Path() const { return "/proc/self/fd/" + std::to_string(file_.Get()); }
-
-private:
-    Descriptor file_;
-};
-
 } // namespace
 
 Picture ReadPicture(pictures::Files& files, const std::string& path)
 {
-    std::optional<InputFile> input;
+    std::optional<MemoryFile> input;
     if (path == "-")
-        input.emplace();
+        input.emplace(FileContents("-", kMostInput));
     const pictures::Frame frame = files.At(input ? input->Path() : path, 0);
     if (frame.picture == nullptr)
         throw Error(path + ": " + (frame.problem.empty() ? "has no picture" : frame.problem));

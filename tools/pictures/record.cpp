@@ -145,7 +145,7 @@ private:
                          {"seconds", seconds}});
         else
             PutFormatted(stdout, "%s: %s, %llu pictures, %.3g s%s", options_.file.c_str(),
-                         SizeText(size_).c_str(), static_cast<unsigned long long>(frames_), seconds,
+                         TextOf(size_).c_str(), static_cast<unsigned long long>(frames_), seconds,
                          repeated_ == 0 ? ""
                                         : (", " + std::to_string(repeated_) + " of them repeated").c_str());
         Flush();

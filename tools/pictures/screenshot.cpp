@@ -17,7 +17,7 @@ void Say(const Settings& settings, const std::string& file, pictures::Size size,
     if (settings.json)
         PrintObject({{"file", file}, {"width", size.width}, {"height", size.height}, {"atMs", atMs}});
     else
-        PrintLine(file + ": " + SizeText(size));
+        PrintLine(file + ": " + TextOf(size));
 }
 
 } // namespace

@@ -1,9 +1,10 @@
-// A text that a command writes to a file which the user names.
+// Texts that a command writes to a file which the user names, or to one in memory.
 #include "tools/veskctl/output_file.h"
 
 #include "tools/veskctl/output.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -27,6 +28,18 @@ void OutputFile::Write(std::string_view text)
     (void)!ftruncate(file_.Get(), 0); // a pipe holds nothing
     lseek(file_.Get(), 0, SEEK_SET);
     WriteAll(file_.Get(), text, path_);
+}
+
+MemoryFile::MemoryFile(std::string_view text) : file_(memfd_create("veskctl", MFD_CLOEXEC))
+{
+    if (!file_.IsOpen())
+        throw Error(std::string("no memory for a file: ") + std::strerror(errno));
+    WriteAll(file_.Get(), text, "a file in memory");
+}
+
+std::string MemoryFile::Path() const
+{
+    return "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(file_.Get());
 }
 
 void WriteAll(int file, std::string_view bytes, const std::string& name)

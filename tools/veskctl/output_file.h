@@ -1,4 +1,4 @@
-// A text that a command writes to a file which the user names.
+// Texts that a command writes to a file which the user names, or to one in memory.
 #pragma once
 
 #include "base/descriptor.h"
@@ -19,6 +19,17 @@ public:
 private:
     std::string path_;
     Descriptor file_; ///< None: standard output.
+};
+
+/// A text as a file that has a path, also for programs that this one starts.
+class MemoryFile {
+public:
+    /// @throw Error
+    explicit MemoryFile(std::string_view text);
+    std::string Path() const;
+
+private:
+    Descriptor file_;
 };
 
 /// Writes everything to an open file. @param name  What it is in an error. @throw Error

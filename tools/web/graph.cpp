@@ -2,11 +2,11 @@
 #include "tools/web/graph.h"
 
 #include "base/descriptor.h"
+#include "tools/veskctl/output_file.h"
 #include "tools/veskctl/state.h"
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -21,23 +21,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds kMostTime(2);
 constexpr size_t kMostDrawn = size_t{8} << 20U;
-
-/// A file in memory, which a child finds by the path.
-struct MemoryFile {
-    Descriptor file{memfd_create("graph", MFD_CLOEXEC)};
-
-    explicit MemoryFile(const std::string& text)
-    {
-        if (!file.IsOpen() ||
-            write(file.Get(), text.data(), text.size()) != static_cast<ssize_t>(text.size()))
-            throw Failure(ctl::kFailed, std::string("no memory for a graph: ") + std::strerror(errno));
-    }
-
-    std::string Path() const
-    {
-        return "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(file.Get());
-    }
-};
 
 /// What comes out of a pipe until its other end is closed.
 std::string ReadAll(const Descriptor& pipe, Clock::time_point deadline)
@@ -83,7 +66,7 @@ Body Graph::Drawing()
 
 std::string Graph::Draw(const std::string& text) const
 {
-    const MemoryFile input(text);
+    const ctl::MemoryFile input(text);
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0)
         throw Failure(ctl::kFailed, std::string("no pipe for a graph: ") + std::strerror(errno));
