@@ -144,8 +144,9 @@ void Service::Handle(OsMsgEnvelope& message)
         const uint32_t ret = HostMsgReply(&message, answer.data(), static_cast<uint32_t>(answer.size()));
         counters.Took(message.msgId, std::chrono::steady_clock::now() - arrived);
         watchers.Answered(request, ret, answer);
-    } else {            // the connection of a sender that waits is closed
-        if (!isWaiting) // for which being served is all
+    } else {
+        // The connection of a sender that waits is closed. For others, being served is all.
+        if (!isWaiting)
             counters.Took(message.msgId, std::chrono::steady_clock::now() - arrived);
         watchers.Unanswered(request);
     }
