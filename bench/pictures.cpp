@@ -189,7 +189,7 @@ Table PictureTable(bool quick)
             best = std::max(best, rate.value_or(0));
         }
         row.push_back(best > 0 ? Cell(Rounded(own.rate / best, 1)) : Cell("-"));
-        row.push_back(Rounded(own.first * 1000, 1));
+        row.emplace_back(Rounded(own.first * 1000, 1));
         table.rows.push_back(std::move(row));
     }
     return table;

@@ -210,8 +210,9 @@ inline uint64_t ReadMessage(const UniqueFd& connection)
     ssize_t got = recv(connection.Get(), &packet, sizeof packet, 0);
     if (got < 0 || !packet.IsValid(static_cast<size_t>(got)))
         return 0;
-    std::string rest(sizeof packet.head + packet.head.Envelope().dataLen - static_cast<size_t>(got), '\0');
-    while (!rest.empty() && (got = recv(connection.Get(), rest.data(), rest.size(), 0)) > 0)
-        rest.resize(rest.size() - static_cast<size_t>(got));
-    return rest.empty() ? packet.head.sequence : 0;
+    std::string data(packet.head.Envelope().dataLen, '\0');
+    size_t read = static_cast<size_t>(got) - sizeof packet.head;
+    while (read < data.size() && (got = recv(connection.Get(), &data[read], data.size() - read, 0)) > 0)
+        read += static_cast<size_t>(got);
+    return read == data.size() ? packet.head.sequence : 0;
 }

@@ -58,7 +58,7 @@ struct PicturesTest : testing::Test {
 
 TEST_F(PicturesTest, ScreenshotsAndComparisons)
 {
-    const std::string veskctl = std::string(VESK_EMULATOR " ") + VESK_VESKCTL_PATH + " device ";
+    const std::string veskctl = kVeskctl + "device ";
     const std::string piped = "device screenshot 0 --size 64x -o - | " + veskctl + "compare - small.png";
     const std::string saved =
         "device scene --json | " + veskctl + "screenshot 1 --scene - --size 64x -o second.png";

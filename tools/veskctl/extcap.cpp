@@ -106,7 +106,7 @@ fs::path PrintServices(const std::string& nameEnd, const std::string& shownEnd)
 void PrintInterfaces()
 {
     OsMsgRegLogFunc([](uint32_t, const char*) {}); // others may have directories of such names
-    PrintLine(std::string("extcap {version=") + kVersion + '}');
+    PrintLine("extcap {version=" + std::string(kVersion) + '}');
     const fs::path own = PrintServices("", "");
     std::error_code error; // without such a directory there is no device in it
     for (const fs::directory_entry& entry : fs::directory_iterator(TemporaryDirectory(), error)) {
