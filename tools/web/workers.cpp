@@ -3,12 +3,15 @@
 
 #include <utility>
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 namespace vesk::web {
 
-Workers::Workers(size_t threads)
+Workers::Workers(size_t threads, int niceness)
 {
     for (size_t i = 0; i < threads; ++i)
-        threads_.emplace_back([this] { Work(); });
+        threads_.emplace_back([this, niceness] { Work(niceness); });
 }
 
 bool Workers::Do(std::function<void()> job)
@@ -34,8 +37,10 @@ void Workers::Finish()
     }
 }
 
-void Workers::Work()
+void Workers::Work(int niceness)
 {
+    if (niceness != 0)
+        setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), niceness); // of this thread
     std::unique_lock guard(lock_);
     while (true) {
         changed_.wait(guard, [this] { return !jobs_.empty() || isFinished_; });

@@ -12,7 +12,8 @@ namespace vesk::web {
 
 class Workers {
 public:
-    explicit Workers(size_t threads);
+    /// @param niceness  Of the threads: 10 leaves the processor to what is in a hurry.
+    explicit Workers(size_t threads, int niceness = 0);
     /// Ends after the jobs that wait.
     ~Workers() { Finish(); }
     Workers(const Workers&) = delete;
@@ -24,7 +25,7 @@ public:
     void Finish();
 
 private:
-    void Work();
+    void Work(int niceness);
 
     std::mutex lock_;
     std::condition_variable changed_;
