@@ -172,6 +172,18 @@ TEST_F(PicturesTest, AScriptExpectsPictures)
     EXPECT_TRUE(Exists("camera-actual.png") && Exists("camera-differs.png"));
 }
 
+/// What the tour composes on a display, as it is while the display's start is not answered.
+TEST_F(PicturesTest, TheTourLooksAsItDid)
+{
+    EXPECT_EQ(Veskctl("device fault add VO_START no-answer").status, 0);
+    const Child tour = Start(VESK_TOUR_PATH);
+    EXPECT_TRUE(Eventually(
+        [&] { return Veskctl("device fault list").output.find("matched 1") != std::string::npos; }));
+    const char* const update = getenv("VESK_UPDATE_GOLDEN") != nullptr ? "--update" : "";
+    const Result result = Run("expect-picture 0 " VESK_GOLDEN "/tour.png --size 288x\n", update);
+    EXPECT_EQ(result.status, 0) << result.output;
+}
+
 TEST_F(PicturesTest, RecordsEachPictureOfATimeThatItMoves)
 {
     const Result result =
