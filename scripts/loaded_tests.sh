@@ -22,6 +22,7 @@ timed+='|^VideoService\.(AForkedChild|AnApplicationsCall|QueuesCome)'
 timed+='|^Application\.(A1024Queues|TenRestarts|TheServiceReads)'
 timed+='|^TraceTest\.RecordsAnswersThatAreGivenLate$'
 timed+='|^Faults\.EachAllocationAtALoops'
+timed+='|^(FilesTest|PicturesTest)\.|^Tools\.(Web|Page)$'
 
 install_test_packages
 build "$preset"

@@ -12,7 +12,7 @@ namespace vesk::web {
 
 class Workers {
 public:
-    /// @param niceness  Of the threads: 10 leaves the processor to what is in a hurry.
+    /// @param niceness  Of the threads: a positive one leaves the processor to what is in a hurry.
     explicit Workers(size_t threads, int niceness = 0);
     /// Ends after the jobs that wait.
     ~Workers() { Finish(); }
