@@ -32,12 +32,12 @@ fi
 
 install_packages build-essential debhelper lintian doxygen graphviz dh-python python3-setuptools python3-pytest \
   python3-pytest-xdist "${picture_packages[@]}"
-export DEB_BUILD_OPTIONS="${DEB_BUILD_OPTIONS:-} werror"
+export DEB_BUILD_OPTIONS="${DEB_BUILD_OPTIONS:+$DEB_BUILD_OPTIONS }werror"
 kinds=binary built=("$architecture" all) # a cross-build leaves the packages for all architectures to the native one
 if [ "$architecture" != "$native" ]; then
   dpkg --print-foreign-architectures | grep -qx "$architecture" || as_root dpkg --add-architecture "$architecture"
   install_packages "crossbuild-essential-$architecture" "libspdlog-dev:$architecture" "libedit-dev:$architecture" \
-    "${picture_packages[@]/%-dev/-dev:$architecture}"
+    "libtomlplusplus-dev:$architecture" "${picture_packages[@]/%-dev/-dev:$architecture}"
   DEB_BUILD_OPTIONS+=" nocheck"
   kinds=any built=("$architecture")
 fi
