@@ -205,7 +205,7 @@ class Page(unittest.TestCase):
         self.application()
         seen = {dark}
         self.until(lambda: seen.add(self.driver.execute_script(PIXELS)) or len(seen) > 3, "pictures move")
-        self.assertEqual(len(self.driver.find_elements(By.CSS_SELECTOR, "#displays .layer")), 25)
+        self.until(lambda: len(self.driver.find_elements(By.CSS_SELECTOR, "#displays .layer")) == 25, "all are listed")
         self.driver.execute_script("document.querySelectorAll('#displays .layer')[7].focus()")
         self.until_text(".placed", "SET_VO_SRC outEngNo=2001 subPic[7].inputId=1001 of veskctl-")
         mark, picture = self.find(".mark").rect, self.find("#displays .picture").rect
