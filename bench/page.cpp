@@ -11,7 +11,6 @@
 #include <csignal>
 #include <cstring>
 #include <fstream>
-#include <optional>
 #include <sstream>
 #include <thread>
 
@@ -31,8 +30,9 @@ using namespace std::chrono_literals;
 /// The program that serves pages.
 class Server {
 public:
-    Server()
+    explicit Server(int its) : cpu(its)
     {
+        const OnCpu there(cpu);
         int ends[2];
         if (pipe(ends) != 0)
             Fail(std::string("pipe: ") + std::strerror(errno));
@@ -68,6 +68,7 @@ public:
         return (user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
     }
 
+    const int cpu; ///< Of pages, too.
     uint16_t port = 0;
     std::string token;
 
@@ -89,6 +90,7 @@ public:
         setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
         if (connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
             Fail(std::string("connect: ") + std::strerror(errno));
+        const OnCpu there(server.cpu);
         thread_ = std::jthread([this](const std::stop_token& stop) { Work(stop); });
     }
     ~Page()
@@ -164,15 +166,13 @@ private:
 Table PageTable(bool quick)
 {
     // The service and its caller have one CPU; what serves pages, and asks for them, has another.
-    const OnCpu here(Cpus().front());
+    const std::vector<int> cpus = Cpus();
+    const OnCpu here(cpus.front());
     const ServiceProcess service;
     FillDisplayOfService();
-    std::optional<OnCpu> there(std::in_place, Cpus().back());
-    const Server server;
-    there.reset();
+    const Server server(cpus.back());
     std::vector<std::unique_ptr<Page>> pages;
     const auto show = [&](size_t count) {
-        const OnCpu other(Cpus().back());
         pages.resize(std::min(pages.size(), count));
         while (pages.size() < count)
             pages.push_back(std::make_unique<Page>(server));
@@ -200,22 +200,23 @@ Table PageTable(bool quick)
         {}};
     constexpr size_t kCounts[] = {0, 1, 3};
     std::array<std::vector<double>, std::size(kCounts)> seconds;
-    const size_t rounds = quick ? 2 : 9;
-    for (size_t round = 1; round <= rounds; ++round) {
+    for (int round = 0; round < (quick ? 2 : 9); ++round) {
         for (size_t row = 0; row < seconds.size(); ++row) {
             show(kCounts[row]);
             seconds[row].push_back(SecondsOf(calls));
-            if (round < rounds)
-                continue;
-            const double before = server.Seconds(), picturesBefore = shown();
-            const double passed = SecondsOf([&] { std::this_thread::sleep_for(quick ? 3s : 10s); });
-            const double share = (server.Seconds() - before) / passed;
-            const double rate =
-                (shown() - picturesBefore) / passed / static_cast<double>(std::max<size_t>(kCounts[row], 1));
-            table.rows.push_back({std::to_string(kCounts[row]), Rounded(rate, 1), Rounded(share, 2),
-                                  Rounded(Median(seconds[row]) / kCalls * 1e6, 1),
-                                  Rounded(MedianRatio(seconds[row], seconds[0]), 2)});
         }
+    }
+    for (size_t row = 0; row < seconds.size(); ++row) {
+        const size_t count = kCounts[row];
+        show(count);
+        const double before = server.Seconds(), picturesBefore = shown();
+        const double passed = SecondsOf([&] { std::this_thread::sleep_for(quick ? 3s : 10s); });
+        const double share = (server.Seconds() - before) / passed;
+        const double rate =
+            (shown() - picturesBefore) / passed / static_cast<double>(std::max<size_t>(count, 1));
+        table.rows.push_back({std::to_string(count), Rounded(rate, 1), Rounded(share, 2),
+                              Rounded(Median(seconds[row]) / kCalls * 1e6, 1),
+                              Rounded(MedianRatio(seconds[row], seconds[0]), 2)});
     }
     return table;
 }
