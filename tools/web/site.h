@@ -32,11 +32,9 @@ private:
     Displays displays_{device_};
     Displays kept_{device_}; ///< Pictures that are kept take longer.
     Api api_{device_, messages_};
-    // The service waits for who is slow to take the messages that it shows, so these come first.
-    static constexpr int kNiceness = 5;
-    Workers asking_{4};             ///< What waits for the device, which may be silent.
-    Workers showing_{1, kNiceness}; ///< What displays show.
-    Workers drawing_{1, kNiceness}; ///< What takes long.
+    Workers asking_{4};  ///< What waits for the device, which may be silent.
+    Workers showing_{1}; ///< What displays show.
+    Workers drawing_{1}; ///< What takes long.
 };
 
 } // namespace vesk::web

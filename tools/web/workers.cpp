@@ -3,15 +3,12 @@
 
 #include <utility>
 
-#include <sys/resource.h>
-#include <unistd.h>
-
 namespace vesk::web {
 
-Workers::Workers(size_t threads, int niceness)
+Workers::Workers(size_t threads)
 {
     for (size_t i = 0; i < threads; ++i)
-        threads_.emplace_back([this, niceness] { Work(niceness); });
+        threads_.emplace_back([this] { Work(); });
 }
 
 bool Workers::Do(std::function<void()> job)
@@ -37,10 +34,8 @@ void Workers::Finish()
     }
 }
 
-void Workers::Work(int niceness)
+void Workers::Work()
 {
-    if (niceness != 0)
-        setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), niceness); // of this thread
     std::unique_lock guard(lock_);
     while (true) {
         changed_.wait(guard, [this] { return !jobs_.empty() || isFinished_; });

@@ -12,8 +12,7 @@ namespace vesk::web {
 
 class Workers {
 public:
-    /// @param niceness  Of the threads: a positive one leaves the processor to what is in a hurry.
-    explicit Workers(size_t threads, int niceness = 0);
+    explicit Workers(size_t threads);
     /// Ends after the jobs that wait.
     ~Workers() { Finish(); }
     Workers(const Workers&) = delete;
@@ -25,7 +24,7 @@ public:
     void Finish();
 
 private:
-    void Work(int niceness);
+    void Work();
 
     std::mutex lock_;
     std::condition_variable changed_;
